@@ -1,0 +1,21 @@
+#include <algorithm>
+#include <cstring>
+
+#include "csa_endian.h"
+#include "hstring.h"
+
+int hstring_serialize(const string_htable &table, std::span<uint8_t> buf)
+{
+    if (buf.size() != hstring_get_size(table))
+        return -1;
+    for (const hs_elt &elt : table.hb_tab)
+        if (elt.hse_len > 0xFFFF)
+            return -1;
+    std::fill(buf.begin(), buf.end(), uint8_t{0});
+    for (const hs_elt &elt : table.hb_tab) {
+        uint8_t *at = buf.data() + elt.hse_offset;
+        csa_set_be16(at, static_cast<uint16_t>(elt.hse_len));
+        std::memcpy(at + 2, elt.hse_str, elt.hse_len);
+    }
+    return 0;
+}
