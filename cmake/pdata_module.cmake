@@ -13,16 +13,17 @@ if(PDATA_FUZZ)
     target_compile_options(pdata_flags INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
-# pdata_module(NAME DIR folder SOURCES file... [DEPENDS module...])
+# pdata_module(NAME DIR folder SOURCES file... [INCLUDES subfolder...] [DEPENDS module...])
 #
 # One module of a floor: a static library whose include root is its own folder. Because a
 # module sees only the folders of what it depends on, an include of a floor above, or of a
-# module that is not listed, does not compile.
+# module that is not listed, does not compile. INCLUDES names subfolders with headers of their own.
 function(pdata_module name)
-    cmake_parse_arguments(ARG "" "DIR" "SOURCES;DEPENDS" ${ARGN})
+    cmake_parse_arguments(ARG "" "DIR" "SOURCES;INCLUDES;DEPENDS" ${ARGN})
     list(TRANSFORM ARG_SOURCES PREPEND "${ARG_DIR}/")
+    list(TRANSFORM ARG_INCLUDES PREPEND "${ARG_DIR}/")
     add_library(${name} STATIC ${ARG_SOURCES})
-    target_include_directories(${name} PUBLIC ${ARG_DIR})
+    target_include_directories(${name} PUBLIC ${ARG_DIR} ${ARG_INCLUDES})
     target_link_libraries(${name} PUBLIC ${ARG_DEPENDS} PRIVATE pdata_flags)
 endfunction()
 

@@ -1,0 +1,55 @@
+/// The reader of rule files: a visitor that fills a rule machine.
+///
+/// A rule file is an object with "nodes", an array of objects with "key", "category", "reset",
+/// "check" and "range" ("min", "max"), and "transitions", an array of objects with "from", which
+/// must come first, "to" and "trans". Any other key, with all that it holds, is ignored.
+#pragma once
+
+#include <array>
+
+#include "container_semantic.h"
+#include "json_visitor.h"
+
+/// States of a visitor, innermost last.
+constexpr uint32_t STACK_STATE_DIM = 16;
+
+struct stack_state_t {
+    std::array<uint32_t, STACK_STATE_DIM> state{};
+    uint32_t nr = 0;
+};
+
+/// Enters a state. Returns 0, or -1 when the stack is full.
+[[nodiscard]] int stack_state_push(stack_state_t *stack, uint32_t state);
+
+/// Leaves the innermost state; an empty stack stays empty.
+void stack_state_pop(stack_state_t *stack);
+
+enum semantic_state_t : uint32_t {
+    SEMANTIC_STATE_ROOT,
+    SEMANTIC_STATE_NODE,
+    SEMANTIC_STATE_NODE_KEY,
+    SEMANTIC_STATE_NODE_CATEGORY,
+    SEMANTIC_STATE_NODE_RESET,
+    SEMANTIC_STATE_NODE_CHECK,
+    SEMANTIC_STATE_NODE_RANGE,
+    SEMANTIC_STATE_NODE_RANGE_MIN,
+    SEMANTIC_STATE_NODE_RANGE_MAX,
+    SEMANTIC_STATE_TRANS,
+    SEMANTIC_STATE_TRANS_FROM,
+    SEMANTIC_STATE_TRANS_TO,
+    SEMANTIC_STATE_TRANS_TRANS,
+    SEMANTIC_STATE_UNKNOWN,
+};
+
+struct visitor_semantic_t {
+    json_visitor_t visitor; ///< must stay first: the callbacks cast back
+    semantic_t *semantic;   ///< the machine being filled; not owned
+    stack_state_t stack;
+    bool is_value; ///< between a pair's separator and its end
+};
+
+/// Prepares `visitor` to fill `semantic`, which is emptied and must outlive the walk.
+void visitor_semantic_init(visitor_semantic_t *visitor, semantic_t *semantic);
+
+/// Forgets the machine.
+void visitor_semantic_cleanup(visitor_semantic_t *visitor);
