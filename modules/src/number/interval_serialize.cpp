@@ -1,0 +1,84 @@
+#include <string_view>
+
+#include "interval_build.h"
+
+namespace
+{
+
+void put_words(tlv_sink_t &sink, uint64_t value, bool low_first)
+{
+    const auto low = static_cast<uint32_t>(value);
+    const auto high = static_cast<uint32_t>(value >> 32);
+    tlv_sink_put(sink, low_first ? low : high, 4);
+    tlv_sink_put(sink, low_first ? high : low, 4);
+}
+
+void put_value(tlv_sink_t &sink, const it_value &value, uint32_t data_size)
+{
+    switch (data_size) {
+    case 16:
+        put_words(sink, value.high, false);
+        put_words(sink, value.low, false);
+        break;
+    case 8:
+        put_words(sink, value.low, true); // the two words of a 64-bit value are stored low first
+        break;
+    default:
+        tlv_sink_put(sink, static_cast<uint32_t>(value.low), 4);
+        break;
+    }
+}
+
+void serialize_meta(const interval_build &build, tlv_sink_t &sink)
+{
+    const size_t meta = tlv_sink_open_blob(sink, INTERVAL_TLV_META);
+    tlv_sink_put(sink, build.it_data_size, 4);
+    tlv_sink_put(sink, build.it_nr, 4);
+    tlv_sink_close_blob(sink, meta);
+    const size_t msb = tlv_sink_open_blob(sink, INTERVAL_TLV_MSB);
+    for (uint8_t flag : build.it_msb_endpoint)
+        tlv_sink_put(sink, flag, 1);
+    tlv_sink_close_blob(sink, msb);
+}
+
+void serialize_endpoints(const interval_build &build, tlv_sink_t &sink)
+{
+    const size_t values = tlv_sink_open_blob(sink, INTERVAL_TLV_ENDPOINTS);
+    for (const it_endpoint &endpoint : build.it_endpoints)
+        put_value(sink, endpoint.it_data, build.it_data_size);
+    tlv_sink_close_blob(sink, values);
+    const size_t offsets = tlv_sink_open_blob(sink, INTERVAL_TLV_OFFSETS);
+    uint32_t index = 0;
+    for (const it_endpoint &endpoint : build.it_endpoints) {
+        tlv_sink_put(sink, index, 4);
+        index += static_cast<uint32_t>(endpoint.it_l_item.size()) + 1;
+    }
+    tlv_sink_close_blob(sink, offsets);
+}
+
+void serialize_items(const interval_build &build, tlv_sink_t &sink)
+{
+    const size_t items = tlv_sink_open_blob(sink, INTERVAL_TLV_ITEMS);
+    for (const it_endpoint &endpoint : build.it_endpoints) {
+        tlv_sink_put(sink, static_cast<uint32_t>(endpoint.it_l_item.size()), 4);
+        for (const number_item &item : endpoint.it_l_item)
+            tlv_sink_put(sink, item.id, 4);
+    }
+    tlv_sink_close_blob(sink, items);
+}
+
+} // namespace
+
+void interval_serialize(const interval_build &build, tlv_sink_t &sink)
+{
+    serialize_meta(build, sink);
+    serialize_endpoints(build, sink);
+    serialize_items(build, sink);
+}
+
+size_t interval_get_size(const interval_build &build)
+{
+    tlv_sink_t sink = tlv_sink_counting();
+    interval_serialize(build, sink);
+    return sink.offset;
+}

@@ -1,0 +1,52 @@
+/// Mapper: the number matcher of small value spaces, a direct table with one entry per value.
+///
+/// Used through number_build.h, which describes the calling order. A value is found with one
+/// access; the search structures of large value spaces would be no smaller for 256 values.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "number_item.h"
+#include "tlv_sink.h"
+
+/// A value at which the set of matching ids changes.
+struct mp_endpoint {
+    uint16_t mp_data;           ///< the value
+    list_number_item mp_l_item; ///< ids in the order of registration, then the covering ones
+};
+
+struct mapper_build {
+    std::vector<mp_endpoint> mp_endpoints; ///< by creation; by value once finalized
+    std::vector<uint32_t> mp_index;        ///< per value, 1 + its place in `mp_endpoints`, or 0
+    uint32_t mp_nr = 0;                    ///< size of the value space: 256 or 65536
+};
+
+/// Makes `build` an empty mapper of `mp_nr` values. Returns 0, or -5.
+[[nodiscard]] int mapper_init(mapper_build *build, uint32_t mp_nr);
+
+/// Adds [lower, upper], both below `mp_nr`, under `item_id`. Returns 0, -1 when `lower` is above
+/// `upper`, or -5.
+[[nodiscard]] int mapper_register(mapper_build *build, uint16_t lower, uint16_t upper,
+                                  uint32_t item_id);
+
+/// Closes every interval and value with an endpoint behind it, sorts the endpoints by value and
+/// propagates the ids. To be called once, after the last registration. Returns 0, or -5.
+[[nodiscard]] int mapper_finalize(mapper_build *build);
+
+/// Gives the ids of every interval to the endpoints that it covers. Returns 0, or -5.
+[[nodiscard]] int mapper_propagate(mapper_build *build);
+
+/// Returns the size of the mapper blob in bytes.
+size_t mapper_get_size(const mapper_build &build);
+
+/// Emits the mapper blob (number_tlv.h) of a finalized mapper.
+void mapper_serialize(const mapper_build &build, tlv_sink_t &sink);
+
+/// Emits the `mp_nr` words of the table: each value's record is that of the last endpoint at or
+/// below it, unless that endpoint only closes intervals and lies below the value.
+void mapper_serialize_endpoints(const mapper_build &build, tlv_sink_t &sink);
+
+/// Empties the mapper; mapper_init must come before the next use.
+void mapper_clean(mapper_build *build);
