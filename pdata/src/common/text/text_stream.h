@@ -1,0 +1,18 @@
+/// Text streams: generated text in a buffer of fixed size.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include "pdata_error.h"
+
+/// A text under construction. It holds at most `size` bytes, one of them for a terminator.
+struct text_stream_t {
+    std::string text;
+    size_t size = 0;
+};
+
+/// Appends a formatted piece. Returns PDATA_ERR_IO, without a message and with nothing appended,
+/// for a piece that does not fit.
+[[nodiscard, gnu::format(printf, 2, 3)]] pdata_status_t text_stream_print(text_stream_t *stream,
+                                                                          const char *format, ...);

@@ -1,0 +1,128 @@
+#include "tlv_description.h"
+
+#include <cstring>
+
+#include "csa_endian.h"
+
+const uint32_t pdb_root_tlv_type_available[13] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
+
+void tlv_set(uint8_t *buf, uint32_t value)
+{
+    csa_set_be32(buf, value);
+}
+
+uint32_t tlv_get(const uint8_t *buf)
+{
+    return csa_get_be32(buf);
+}
+
+pdata_status_t tlv_push_type_len(uint32_t type, uint32_t len, uint8_t *buf, uint32_t *buf_offset)
+{
+    // The message names the type where the length is meant. Part of the format.
+    if (len > TLV_LEN_MAX)
+        return pdata_fail(PDATA_ERR_OVERFLOW, "tlv len %d is superior to internal limit %d",
+                          static_cast<int>(type), static_cast<int>(TLV_LEN_MAX));
+    if (type > TLV_TYPE_MAX)
+        return pdata_fail(PDATA_ERR_OVERFLOW, "tlv type %d is superior to internal limit %d",
+                          static_cast<int>(type), static_cast<int>(TLV_TYPE_MAX));
+    return tlv_push_val(type << 24 | len, buf, buf_offset);
+}
+
+pdata_status_t tlv_push_val(uint32_t value, uint8_t *buf, uint32_t *buf_offset)
+{
+    tlv_set(buf + size_t{*buf_offset} * 4, value);
+    ++*buf_offset;
+    return PDATA_SUCCESS;
+}
+
+pdata_status_t tlv_direct_push_val(uint32_t value, uint8_t *buf, uint32_t *buf_offset)
+{
+    std::memcpy(buf + size_t{*buf_offset} * 4, &value, sizeof(value));
+    ++*buf_offset;
+    return PDATA_SUCCESS;
+}
+
+pdata_status_t tlv_pop_type_len(const uint8_t *buf, uint32_t *buf_offset, uint32_t *type,
+                                uint32_t *len)
+{
+    const uint32_t header = tlv_get(buf + size_t{*buf_offset} * 4);
+    *type = header >> 24;
+    *len = header & TLV_LEN_FIELD_MAX;
+    ++*buf_offset;
+    return PDATA_SUCCESS;
+}
+
+uint32_t tlv_pop_val(uint8_t *buf, uint32_t *buf_offset)
+{
+    const uint32_t value = tlv_get(buf + size_t{*buf_offset} * 4);
+    (void)tlv_direct_push_val(value, buf, buf_offset); // never fails
+    return value;
+}
+
+uint8_t *tlv_pop_nval(uint8_t *buf, uint32_t *buf_offset, uint32_t n)
+{
+    for (uint32_t i = 0; i < n; ++i)
+        tlv_pop_val(buf, buf_offset);
+    return buf;
+}
+
+pdata_status_t tlv_type_search(uint32_t type, const uint8_t *buf, uint32_t max_len,
+                               const uint8_t **out_tlv_buf, uint32_t *out_tlv_len)
+{
+    const uint32_t words = max_len / 4;
+    for (uint32_t index = 0; index < words;) {
+        uint32_t found_type;
+        uint32_t len;
+        tlv_pop_type_len(buf, &index, &found_type, &len);
+        if (len > words)
+            break;
+        if (found_type == type) {
+            *out_tlv_buf = buf + size_t{index} * 4;
+            *out_tlv_len = len * 4;
+            return PDATA_SUCCESS;
+        }
+        index += len;
+    }
+    return PDATA_ERR_TLV_NOT_FOUND;
+}
+
+pdata_status_t tlv_value_search(uint32_t type, std::span<const uint8_t> area,
+                                std::span<const uint8_t> *value)
+{
+    const uint8_t *buf;
+    uint32_t len;
+    const pdata_status_t status =
+        tlv_type_search(type, area.data(), static_cast<uint32_t>(area.size()), &buf, &len);
+    if (status != PDATA_SUCCESS)
+        return status;
+    const auto position = static_cast<size_t>(buf - area.data());
+    if (len > area.size() - position)
+        return PDATA_ERR_TLV_NOT_FOUND;
+    *value = area.subspan(position, len);
+    return PDATA_SUCCESS;
+}
+
+pdata_status_t tlv_record_search(uint32_t type, std::span<const uint8_t> area,
+                                 std::span<const uint8_t> *record)
+{
+    std::span<const uint8_t> value;
+    const pdata_status_t status = tlv_value_search(type, area, &value);
+    if (status != PDATA_SUCCESS)
+        return status;
+    const auto header = static_cast<size_t>(value.data() - area.data()) - 4;
+    *record = area.subspan(header, value.size() + 4);
+    return PDATA_SUCCESS;
+}
+
+pdata_status_t tlv_close_record(tlv_sink_t &sink, size_t header, uint32_t type)
+{
+    tlv_sink_align(sink);
+    const size_t len = (sink.offset - header) / 4 - 1;
+    if (len > TLV_LEN_FIELD_MAX)
+        return pdata_fail(PDATA_ERR_OVERFLOW, "tlv len %d is superior to internal limit %d",
+                          static_cast<int>(type), static_cast<int>(TLV_LEN_FIELD_MAX));
+    uint8_t nowhere[4];
+    uint32_t start = 0;
+    uint8_t *at = sink.buf == nullptr || sink.failed ? nowhere : sink.buf + header;
+    return tlv_push_type_len(type, static_cast<uint32_t>(len), at, &start);
+}
