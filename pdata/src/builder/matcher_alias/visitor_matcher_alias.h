@@ -1,0 +1,36 @@
+/// The matcher-alias visitor: fills the alias container.
+///
+/// A document is an object with "aliases", an array of objects with "alias" and "reference", each
+/// an object with "protocol", "attr" and "way". Any other key, with all that it holds, is ignored.
+#pragma once
+
+#include "container_matcher_alias.h"
+#include "json_visitor.h"
+#include "visitor_semantic.h"
+
+enum matcher_alias_state_t : uint32_t {
+    MATCHER_ALIAS_STATE_ROOT,
+    MATCHER_ALIAS_STATE_ALIASES,
+    MATCHER_ALIAS_STATE_ALIASES_ALIAS,
+    MATCHER_ALIAS_STATE_ALIASES_ALIAS_PROTOCOL,
+    MATCHER_ALIAS_STATE_ALIASES_ALIAS_ATTR,
+    MATCHER_ALIAS_STATE_ALIASES_ALIAS_WAY,
+    MATCHER_ALIAS_STATE_ALIASES_REFERENCE,
+    MATCHER_ALIAS_STATE_ALIASES_REFERENCE_PROTOCOL,
+    MATCHER_ALIAS_STATE_ALIASES_REFERENCE_ATTR,
+    MATCHER_ALIAS_STATE_ALIASES_REFERENCE_WAY,
+    MATCHER_ALIAS_STATE_UNKNOWN,
+};
+
+struct visitor_matcher_alias_t {
+    json_visitor_t visitor; ///< must stay first: the callbacks cast back
+    matcher_alias_container_t container;
+    stack_state_t stack;
+    bool is_value; ///< the next string is a value, not a key
+};
+
+/// Prepares `visitor` with an empty container.
+void visitor_matcher_alias_init(visitor_matcher_alias_t *visitor);
+
+/// Forgets everything.
+void visitor_matcher_alias_cleanup(visitor_matcher_alias_t *visitor);

@@ -1,0 +1,18 @@
+/// The priority word of a rule: the range in bits 31 to 24, the order in bits 23 to 0.
+#pragma once
+
+#include <cstdint>
+
+#include "pdata_error.h"
+
+constexpr uint32_t PDB_RULE_RANGE_MAX = 255;
+constexpr uint32_t PDB_RULE_ORDER_MAX = 16777215;
+
+/// Packs a range and an order into `*rule_prio`. Returns PDATA_SUCCESS, or
+/// PDATA_ERR_INVALID_ARGUMENT with a message for one that is out of bounds.
+[[nodiscard]] pdata_status_t pdb_rule_get_priority(uint32_t rule_range, uint32_t rule_order,
+                                                   uint32_t *rule_prio);
+
+/// Returns the range, and the order, of a priority word.
+uint32_t pdb_rule_get_range(uint32_t prio);
+uint32_t pdb_rule_get_order(uint32_t prio);

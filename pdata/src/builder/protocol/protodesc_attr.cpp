@@ -1,0 +1,164 @@
+#include <string_view>
+
+#include "pdb_attr_properties.h"
+#include "protodesc.h"
+
+namespace
+{
+
+int shown(csa_str_t str)
+{
+    return str.str_len;
+}
+
+/// Splits a written attribute name into its direction and the bare name.
+csa_attr_way_t split_way(csa_str_t *attr_name)
+{
+    const std::string_view name = csa_str_view(*attr_name);
+    if (name.size() <= 4)
+        return ATTR_WAY_BOTH;
+    const std::string_view prefix = name.substr(0, 4);
+    if (prefix != "stc-" && prefix != "cts-")
+        return ATTR_WAY_BOTH;
+    *attr_name = csa_str(name.substr(4));
+    return prefix == "stc-" ? ATTR_WAY_STC : ATTR_WAY_CTS;
+}
+
+/// Stores a value in the first free value slot of an attribute and gives the slot.
+pdata_status_t store_value(protodesc_build_t *pb, uint32_t n_rule, csa_str_t attr_val,
+                           uint32_t n_attr, uint32_t *n_val)
+{
+    attrdesc_build_t &attr = protodesc_slot(pb, n_rule).rule_attr[n_attr];
+    uint32_t free = 0;
+    while (free < attr.attr_val.size() && attr.attr_val[free].str_buf != nullptr)
+        ++free;
+    if (free == attr.attr_val.size())
+        return pdata_fail(PDATA_ERR_OVERFLOW,
+                          "Maximum number of attribute value (%d) has been reached %.*s.",
+                          static_cast<int>(pb->pb_bounds.pi_max_attr_val), shown(pb->pb_name),
+                          pb->pb_name.str_buf);
+    attr.attr_val[free] = attr_val;
+    attr.attr_nr_val = free + 1;
+    *n_val = free;
+    return PDATA_SUCCESS;
+}
+
+} // namespace
+
+pdata_status_t protodesc_add_attr_name(protodesc_build_t *pb, csa_str_t attr_name, uint32_t n_rule,
+                                       uint32_t *n_attr)
+{
+    const csa_str_t protocol = protodesc_slot(pb, n_rule).rule_protocol;
+    csa_str_t name = attr_name;
+    csa_attr_way_t way = split_way(&name);
+    const csa_attr_way_t allowed = pdb_matcher_get_allowed_way(protocol, name);
+    if (allowed == ATTR_WAY_UNKNOWN)
+        return pdata_fail(PDATA_ERR_PROTODESC_ATTR, "unknown WAY for %.*s:%.*s", shown(protocol),
+                          protocol.str_buf, shown(name), name.str_buf);
+    if (allowed != ATTR_WAY_BOTH && way != allowed) {
+        if (way != ATTR_WAY_BOTH)
+            return pdata_fail(PDATA_ERR_PROTODESC_ATTR,
+                              "protocol: %.*s attribute %.*s:%.*s user way %d != property way : %d",
+                              shown(pb->pb_name), pb->pb_name.str_buf, shown(protocol),
+                              protocol.str_buf, shown(name), name.str_buf, static_cast<int>(way),
+                              static_cast<int>(allowed));
+        pdata_diag_warning(__LINE__, __func__,
+                           "protocol %.*s attribute %.*s:%.*s user way both forced to property "
+                           "%s\n",
+                           shown(pb->pb_name), pb->pb_name.str_buf, shown(protocol),
+                           protocol.str_buf, shown(name), name.str_buf, attr_way2str(allowed));
+        way = allowed;
+    }
+    const matcher_type_t type = pdb_matcher_get_type(protocol, name);
+    if (type == MATCHER_TYPE_UNKNOWN)
+        return pdata_fail(PDATA_ERR_PROTODESC_ATTR, "unknown TYPE for %.*s:%.*s", shown(protocol),
+                          protocol.str_buf, shown(name), name.str_buf);
+    return protodesc_add_attr_name_parsed(pb, name, way, type, ATTR_PROTO_UNKNOWN, n_rule, n_attr);
+}
+
+pdata_status_t protodesc_add_attr_name_parsed(protodesc_build_t *pb, csa_str_t attr_name,
+                                              csa_attr_way_t attr_way, matcher_type_t attr_type,
+                                              attr_proto_t attr_proto, uint32_t n_rule,
+                                              uint32_t *n_attr)
+{
+    ruledesc_build_t &slot = protodesc_slot(pb, n_rule);
+    const uint32_t found =
+        protodesc_find_attr_name(*pb, n_rule, attr_name, attr_way, slot.rule_nr_attr);
+    if (found != slot.rule_nr_attr) {
+        *n_attr = found;
+        return PDATA_SUCCESS;
+    }
+    if (slot.rule_nr_attr == pb->pb_bounds.pi_max_attr)
+        return pdata_fail(
+            PDATA_ERR_OVERFLOW, "Maximum number of attribute (%d) has been reached %.*s",
+            static_cast<int>(pb->pb_bounds.pi_max_attr), shown(pb->pb_name), pb->pb_name.str_buf);
+    attrdesc_build_t &attr = slot.rule_attr[slot.rule_nr_attr];
+    attr.attr_val.resize(pb->pb_bounds.pi_max_attr_val);
+    attr.attr_offset.resize(pb->pb_bounds.pi_max_attr_val);
+    attr.attr_name = attr_name;
+    attr.attr_way = attr_way;
+    attr.attr_type = attr_type;
+    attr.attr_proto = attr_proto;
+    *n_attr = slot.rule_nr_attr++;
+    return PDATA_SUCCESS;
+}
+
+uint32_t protodesc_find_attr_name(const protodesc_build_t &pb, uint32_t n_rule, csa_str_t attr_name,
+                                  csa_attr_way_t way, uint32_t nr_attr)
+{
+    const ruledesc_build_t &slot = pb.pb_rules[n_rule];
+    uint32_t index = 0;
+    while (index < nr_attr && !(slot.rule_attr[index].attr_way == way &&
+                                csa_str_equal(slot.rule_attr[index].attr_name, attr_name)))
+        ++index;
+    return index;
+}
+
+pdata_status_t protodesc_add_attr_val(protodesc_build_t *pb, uint32_t n_rule, csa_str_t attr_val,
+                                      uint32_t n_attr)
+{
+    uint32_t n_val = 0;
+    return store_value(pb, n_rule, attr_val, n_attr, &n_val);
+}
+
+pdata_status_t protodesc_add_attr_val_with_offset(protodesc_build_t *pb, uint32_t n_rule,
+                                                  csa_str_t attr_val, uint32_t offset,
+                                                  uint32_t n_attr)
+{
+    uint32_t n_val = 0;
+    const pdata_status_t status = store_value(pb, n_rule, attr_val, n_attr, &n_val);
+    if (status == PDATA_SUCCESS)
+        protodesc_slot(pb, n_rule).rule_attr[n_attr].attr_offset[n_val] = offset;
+    return status;
+}
+
+pdata_status_t protodesc_add_rule_attr(protodesc_build_t *pb, uint32_t n_rule, csa_str_t attr_name,
+                                       csa_str_t attr_val)
+{
+    uint32_t n_attr;
+    const pdata_status_t status = protodesc_add_attr_name(pb, attr_name, n_rule, &n_attr);
+    if (status != PDATA_SUCCESS) {
+        pdata_diag_error(__LINE__, __func__, "Can't add %.*s:%.*s\n", shown(pb->pb_name),
+                         pb->pb_name.str_buf, shown(attr_name), attr_name.str_buf);
+        return status;
+    }
+    return protodesc_add_attr_val(pb, n_rule, attr_val, n_attr);
+}
+
+pdata_status_t protodesc_add_rule_attr_parsed(protodesc_build_t *pb, uint32_t n_rule,
+                                              csa_str_t attr_name, csa_attr_way_t attr_way,
+                                              matcher_type_t attr_type, attr_proto_t attr_proto,
+                                              csa_str_t attr_val, uint32_t attr_offset)
+{
+    uint32_t n_attr;
+    const pdata_status_t status = protodesc_add_attr_name_parsed(pb, attr_name, attr_way, attr_type,
+                                                                 attr_proto, n_rule, &n_attr);
+    if (status != PDATA_SUCCESS) {
+        pdata_diag_error(__LINE__, __func__, "Can't add %.*s:%.*s\n", shown(pb->pb_name),
+                         pb->pb_name.str_buf, shown(attr_name), attr_name.str_buf);
+        return status;
+    }
+    if (attr_offset != 0)
+        return protodesc_add_attr_val_with_offset(pb, n_rule, attr_val, attr_offset, n_attr);
+    return protodesc_add_attr_val(pb, n_rule, attr_val, n_attr);
+}

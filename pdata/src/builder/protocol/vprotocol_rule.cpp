@@ -1,0 +1,227 @@
+#include "vprotocol_rule.h"
+
+#include <string_view>
+
+#include "json_error.h"
+#include "json_tools.h"
+#include "pdb_rule_priority.h"
+#include "protodesc_builder.h"
+
+namespace
+{
+
+/// The words of a scope, in the order in which they are tried.
+struct scope_row {
+    std::string_view word;
+    uint32_t bit;
+};
+
+constexpr scope_row scope_words[] = {
+    {"all", RULE_SCOPE_ALL},   {"http", RULE_SCOPE_HTTP},   {"ssl", RULE_SCOPE_SSL},
+    {"stun", RULE_SCOPE_STUN}, {"ip", RULE_SCOPE_IP},       {"dns", RULE_SCOPE_DNS},
+    {"sip", RULE_SCOPE_SIP},   {"rtsp", RULE_SCOPE_RTSP},   {"facebook", RULE_SCOPE_FACEBOOK},
+    {"quic", RULE_SCOPE_QUIC}, {"http2", RULE_SCOPE_HTTP2}, {"http_proxy", RULE_SCOPE_HTTP_PROXY},
+    {"spdy", RULE_SCOPE_SPDY},
+};
+
+pdata_status_t bad_semantic(const char *message)
+{
+    return pdata_fail(PDATA_ERR_JSON_BAD_SEMANTIC, "%s", message);
+}
+
+csa_str_t text_of(const json_string_t *string)
+{
+    csa_str_t str;
+    set_string_from_json(&str, string);
+    return str;
+}
+
+/// Reads the digits that a text begins with; larger numbers stay at the largest one.
+uint32_t read_digits(std::string_view text)
+{
+    uint64_t value = 0;
+    for (const char c : text) {
+        if (c < '0' || c > '9')
+            break;
+        value = value * 10 + static_cast<uint64_t>(c - '0');
+        if (value > UINT32_MAX)
+            return UINT32_MAX;
+    }
+    return static_cast<uint32_t>(value);
+}
+
+/// "range:order" becomes the priority word.
+pdata_status_t convert_order(const protocol_rule_t &rule, protodesc_build_t *pb, uint32_t n_rule)
+{
+    const std::string_view order = csa_str_view(text_of(rule.order));
+    const size_t colon = order.find(':');
+    if (colon == std::string_view::npos)
+        return bad_semantic(pragmar_err_get());
+    uint32_t priority;
+    const pdata_status_t status = pdb_rule_get_priority(
+        read_digits(order.substr(0, colon)), read_digits(order.substr(colon + 1)), &priority);
+    if (status == PDATA_SUCCESS)
+        protodesc_set_rule_order(pb, n_rule, priority);
+    return status;
+}
+
+/// A preempt rule has at most two attributes; of two, one is for each direction, or one is a port.
+pdata_status_t check_preempt(const protocol_sub_rule_t &sub_rule)
+{
+    if (sub_rule.nr_attr > 2)
+        return bad_semantic("A preempt rule contains more than two attributes");
+    if (sub_rule.nr_attr != 2)
+        return PDATA_SUCCESS;
+    int open_ways = 3;
+    for (uint32_t i = 0; i < sub_rule.nr_attr; ++i) {
+        const std::string_view key = json_string_view(*sub_rule.attrs[i].name);
+        if (key == "port") {
+            open_ways = 0;
+            break;
+        }
+        if (key.size() > 4 && key.substr(0, 4) == "cts-")
+            open_ways -= 2;
+        else if (key.size() > 4 && key.substr(0, 4) == "stc-")
+            open_ways -= 1;
+    }
+    if (open_ways != 0)
+        return bad_semantic("A preempt rule contains two attributes with the same way");
+    return PDATA_SUCCESS;
+}
+
+pdata_status_t convert_scope(const protocol_rule_t &rule, protodesc_build_t *pb, uint32_t n_rule)
+{
+    ruledesc_build_t &slot = protodesc_slot(pb, n_rule);
+    slot.rule_scope = 0;
+    for (uint32_t i = 0; i < rule.nr_scope; ++i)
+        if (process_scop_field(&slot, text_of(rule.scope[i])) != PDATA_SUCCESS)
+            return bad_semantic("Scope array contains invalid protocol");
+    slot.rule_scope |= RULE_SCOPE_HTTP_PROXY;
+    (void)process_scop_field(&slot, slot.rule_protocol); // most protocols are no scope word
+    if (csa_str_view(slot.rule_protocol) == "ip" && (slot.rule_scope & RULE_SCOPE_DNS) != 0)
+        return bad_semantic("DNS scope included within an IP:resolv_name rule");
+    return PDATA_SUCCESS;
+}
+
+pdata_status_t convert_path_and_tags(const protocol_rule_t &rule, protodesc_build_t *pb,
+                                     uint32_t n_rule)
+{
+    pdata_status_t status = PDATA_SUCCESS;
+    for (uint32_t i = 0; i < rule.nr_path && status == PDATA_SUCCESS; ++i)
+        status = protodesc_add_rule_path_elt(pb, n_rule, text_of(rule.path[i]));
+    for (uint32_t i = 0; i < rule.nr_tag && status == PDATA_SUCCESS; ++i)
+        status = protodesc_add_rule_tag(pb, n_rule, text_of(rule.tag[i]));
+    return status;
+}
+
+void convert_mindata(const protocol_sub_rule_t &sub_rule, protodesc_build_t *pb, uint32_t n_rule)
+{
+    if (sub_rule.mindata != nullptr)
+        protodesc_set_mindata(pb, n_rule, get_number_from_json(sub_rule.mindata));
+    if (sub_rule.stc_mindata != nullptr)
+        protodesc_set_stc_mindata(pb, n_rule, get_number_from_json(sub_rule.stc_mindata));
+    if (sub_rule.cts_mindata != nullptr)
+        protodesc_set_cts_mindata(pb, n_rule, get_number_from_json(sub_rule.cts_mindata));
+}
+
+/// What the rule says of a sub-rule that has attributes.
+pdata_status_t convert_rule_keys(const protocol_t &protocol, const protocol_rule_t &rule,
+                                 uint32_t sub_index, protodesc_build_t *pb, uint32_t n_rule)
+{
+    if (sub_index == 0) {
+        const pdata_status_t status = convert_order(rule, pb, n_rule);
+        if (status != PDATA_SUCCESS)
+            return status;
+    }
+    // A flag is set when its key is present, whatever it says. Part of the format.
+    protodesc_set_rule_fastpass(pb, n_rule, rule.fastpass != nullptr ? 1 : 0);
+    protodesc_set_rule_preempt(pb, n_rule, rule.preempt != nullptr ? 1 : 0);
+    protodesc_set_rule_vid(
+        pb, n_rule, protocol.vid != nullptr ? get_number_from_json(protocol.vid) : RULE_VID_NONE);
+    pdata_status_t status = PDATA_SUCCESS;
+    if (rule.preempt != nullptr)
+        status = check_preempt(rule.sub_rules[sub_index]);
+    if (status == PDATA_SUCCESS)
+        status = convert_scope(rule, pb, n_rule);
+    if (status == PDATA_SUCCESS)
+        status = convert_path_and_tags(rule, pb, n_rule);
+    return status;
+}
+
+pdata_status_t convert_sub_rule(const protocol_t &protocol, uint32_t rule_index, uint32_t sub_index,
+                                protodesc_build_t *pb, uint32_t n_rule)
+{
+    const protocol_rule_t &rule = protocol.rules.rules[rule_index];
+    const protocol_sub_rule_t &sub_rule = rule.sub_rules[sub_index];
+    const csa_str_t bottom = text_of(sub_rule.nr_protocol == 0 ? nullptr : sub_rule.protocol[0]);
+    protodesc_set_rule_bottom(pb, n_rule, bottom);
+    protodesc_set_rule_real_bottom(pb, n_rule, bottom);
+    convert_mindata(sub_rule, pb, n_rule);
+    protodesc_set_rule(pb, n_rule, rule_index + 1, sub_index + 1);
+    const pdata_status_t status =
+        vattrs_to_protodesc_attrs(pb, n_rule, sub_rule.nr_attr, sub_rule.attrs.data());
+    if (status != PDATA_SUCCESS || protodesc_slot(pb, n_rule).rule_nr_attr == 0)
+        return status;
+    return convert_rule_keys(protocol, rule, sub_index, pb, n_rule);
+}
+
+bool same_key(const json_string_t *a, const json_string_t *b)
+{
+    return a == b || (a != nullptr && b != nullptr && json_string_view(*a) == json_string_view(*b));
+}
+
+} // namespace
+
+pdata_status_t vprotocol_rules_to_protodesc(const protocol_t &protocol, protodesc_build_t *pb)
+{
+    uint32_t n_rule = 0;
+    for (uint32_t i = 0; i < protocol.rules.nr_rule; ++i) {
+        for (uint32_t j = 0; j < protocol.rules.rules[i].nr_sub_rule; ++j) {
+            const pdata_status_t status = convert_sub_rule(protocol, i, j, pb, n_rule++);
+            if (status != PDATA_SUCCESS)
+                return status;
+        }
+    }
+    protodesc_set_nr_sub_rule(pb, n_rule);
+    return PDATA_SUCCESS;
+}
+
+pdata_status_t vattrs_to_protodesc_attrs(protodesc_build_t *pb, uint32_t n_rule, uint32_t nr_attr,
+                                         const protocol_attr_t *vattrs)
+{
+    uint32_t n_attr = 0;
+    for (uint32_t i = 0; i < nr_attr; ++i) {
+        const protocol_attr_t &vattr = vattrs[i];
+        pdata_status_t status = PDATA_SUCCESS;
+        if (i == 0 || !same_key(vattr.name, vattrs[i - 1].name)) {
+            const csa_str_t key =
+                vattr.name == nullptr ? csa_str_t{} : csa_str(json_string_view(*vattr.name));
+            status = protodesc_add_attr_name(pb, key, n_rule, &n_attr);
+        }
+        if (status != PDATA_SUCCESS)
+            return status;
+        const csa_str_t value = text_of(vattr.value);
+        if (vattr.pattern_offset != nullptr) {
+            // A full attribute drops the value; its status is not looked at. Part of the format.
+            (void)protodesc_add_attr_val_with_offset(
+                pb, n_rule, value, get_number_from_json(vattr.pattern_offset), n_attr);
+            continue;
+        }
+        status = protodesc_add_attr_val(pb, n_rule, value, n_attr);
+        if (status != PDATA_SUCCESS)
+            return status;
+    }
+    return PDATA_SUCCESS;
+}
+
+pdata_status_t process_scop_field(ruledesc_build_t *rule, csa_str_t scope)
+{
+    const std::string_view text = csa_str_view(scope);
+    for (const scope_row &row : scope_words) {
+        if (row.word.substr(0, text.size()) == text) {
+            rule->rule_scope |= row.bit;
+            return PDATA_SUCCESS;
+        }
+    }
+    return PDATA_ERR_INVALID_ARGUMENT;
+}
