@@ -1,0 +1,202 @@
+#include "pdata_compiler.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <exception>
+#include <memory>
+
+#include "pdata_cfg.h"
+#include "pdata_compile.h"
+#include "pdata_compiler_files.h"
+#include "pdata_compiler_options.h"
+#include "pdata_compiler_sources.h"
+#include "pdata_merge.h"
+#include "pdata_remove.h"
+#include "pdata_serialize.h"
+#include "pdata_sig_export.h"
+#include "pdb_version.h"
+
+namespace
+{
+
+constexpr const char *PDB_VERSION = "1.540.1-24";
+
+/// The run's working record.
+struct pdata_compiler_t {
+    pdata_compiler_opt_t opt{};
+    pdb_list_t pdb;      ///< the output pdb
+    pdd_t pdd;           ///< the description
+    pdb_t pdb_loadable;  ///< the compiled output
+    pdb_in_list_t input; ///< the input pdbs
+    std::unique_ptr<pdata_sig_export_t> sig_export;
+    pdata_cfg_t *cfg = nullptr;
+    uint32_t network_endian = 1; ///< 0: the words of an input pdb are in host order
+    bool ended = false;          ///< the run ends at once, without clean-up and status line
+};
+
+void pdata_compiler_init(pdata_compiler_t *run)
+{
+    pdb_header_end(&run->pdb[0]);
+    pdata_pdb_version_set(PDB_VERSION);
+}
+
+/// One of the three immediate ends.
+pdata_status_t end_at_once(pdata_compiler_t &run, const char *message)
+{
+    std::fputs(message, stderr);
+    run.ended = true;
+    return PDATA_ERR_IO;
+}
+
+pdata_status_t load_configuration(pdata_compiler_t &run)
+{
+    const opt_set_t &set = run.opt.set;
+    if (set.cfg_path) {
+        run.cfg = pdata_cfg_load_from_file(set.cfg_name ? run.opt.cfg_name : nullptr,
+                                           run.opt.cfg_path, pdata_compiler_read);
+        if (run.cfg == nullptr)
+            return end_at_once(run, "load configuration failed.\n");
+    }
+    if (run.cfg == nullptr)
+        return end_at_once(run, "Configuration for pdata_compiler is mandatory.\n");
+    run.cfg->ignore_sem = set.ignore_sem ? 1 : 0;
+    return PDATA_SUCCESS;
+}
+
+pdata_status_t description_flow(pdata_compiler_t &run)
+{
+    pdata_status_t status = load_configuration(run);
+    if (status == PDATA_SUCCESS)
+        status = pdata_compiler_psa(run.cfg);
+    if (status == PDATA_SUCCESS)
+        status = pdata_compiler_ipbt(run.cfg);
+    if (status == PDATA_SUCCESS)
+        status = pdata_compiler_init_pdd(&run.pdd, run.opt.pdd_filename, run.opt.set.pdd_namespace);
+    if (status == PDATA_SUCCESS)
+        status = pdata_serialize(&run.pdd, &run.pdb, run.cfg, nullptr, PDATA_TYPE_PROTOCOL);
+    return status;
+}
+
+/// What the input pdbs become, as the first part of the output.
+pdata_status_t pdb_list_flow(pdata_compiler_t &run)
+{
+    const opt_set_t &set = run.opt.set;
+    const pdata_status_t status =
+        pdata_compiler_fill_pdb_list(run.opt.pdb_filename_list, &run.input, &run.network_endian);
+    if (status != PDATA_SUCCESS)
+        return status;
+    const size_t nr_input = run.input.size();
+    if (set.merge) {
+        if (nr_input < 2)
+            return PDATA_ERR_INVALID_OPERATION;
+        const pdb_list_t *pdb_in[] = {&run.input.front().pdb, &std::next(run.input.begin())->pdb};
+        const pdata_status_t merged = pdata_merge(pdb_in, &run.pdb[0]);
+        if (merged != PDATA_SUCCESS)
+            return merged;
+    } else if (set.remove) {
+        if (nr_input == 0)
+            return PDATA_ERR_INVALID_OPERATION;
+        const pdata_status_t removed =
+            pdata_remove(run.input.front().pdb, run.opt.proto_id, &run.pdb[0]);
+        if (removed != PDATA_SUCCESS)
+            return removed;
+    } else if (set.loadable) {
+        if (nr_input != 1)
+            return PDATA_ERR_INVALID_OPERATION;
+        pdb_header_memcpy(&run.pdb[0], run.input.front().pdb[0]);
+    }
+    pdb_header_end(&run.pdb[1]);
+    return PDATA_SUCCESS;
+}
+
+/// Returns the input whose further parts the loadable output takes over, or null.
+const pdb_list_t *find_source(const pdata_compiler_t &run)
+{
+    if (!run.opt.set.merge)
+        return &run.input.front().pdb;
+    // What is tested is the tag table, which 0 does not tell from the first part. Part of the
+    // format.
+    const auto has_tags = [](const pdb_in_elt_st &elt) { return elt.indexes.root_tags != 0; };
+    const auto last = std::find_if(run.input.rbegin(), run.input.rend(), has_tags);
+    return last == run.input.rend() ? nullptr : &last->pdb;
+}
+
+/// Puts the other parts of the input behind the first part of the output, and a load state.
+pdata_status_t complete_from_input(pdata_compiler_t &run)
+{
+    const pdb_list_t *source = find_source(run);
+    if (source == nullptr)
+        return end_at_once(run, "You need at least one pdb with TLV_TYPE_ROOT_STRING in merge "
+                                "operation.\n");
+    constexpr size_t last = PDB_LIST_DIM - 1;
+    size_t i = 1;
+    while (i < last && (*source)[i].pdb_type != PDB_TYPE_END) {
+        pdb_header_memcpy(&run.pdb[i], (*source)[i]);
+        ++i;
+    }
+    if (i == last)
+        return PDATA_SUCCESS;
+    const pdata_status_t status = pdata_serialize_load(&run.pdb[i], TLV_TYPE_LOAD_LOADABLE);
+    if (status == PDATA_SUCCESS)
+        pdb_header_end(&run.pdb[i + 1]);
+    return status;
+}
+
+pdata_status_t write_output(pdata_compiler_t &run)
+{
+    if (!run.opt.set.loadable)
+        return pdata_compiler_write_pdb(run.pdb, run.opt.pdb_filename_out);
+    pdata_status_t status = PDATA_SUCCESS;
+    if (run.opt.set.pdb_in)
+        status = complete_from_input(run);
+    if (status == PDATA_SUCCESS)
+        status = pdata_compile(&run.pdb, &run.pdb_loadable, run.sig_export.get(), run.opt.dump,
+                               run.network_endian);
+    if (status == PDATA_SUCCESS)
+        status = pdata_compiler_write_pdb_loadable(run.pdb_loadable, run.opt.pdb_filename_out);
+    return status;
+}
+
+/// Everything between the start and the final step.
+pdata_status_t run_flows(pdata_compiler_t &run, int argc, char **argv)
+{
+    pdata_status_t status = pdata_compiler_parse_opt(argc, argv, &run.opt);
+    if (status != PDATA_SUCCESS)
+        return status;
+    if (run.opt.set.sig_export) {
+        run.sig_export = pdata_sig_export_init(run.opt.sig_export_name);
+        if (run.sig_export == nullptr)
+            return PDATA_ERR_SIG_EXPORT;
+    }
+    status = run.opt.set.pdd ? description_flow(run) : pdb_list_flow(run);
+    return status == PDATA_SUCCESS ? write_output(run) : status;
+}
+
+void final_step(pdata_compiler_t &run, pdata_status_t status)
+{
+    if (run.cfg != nullptr)
+        pdata_cfg_unload(run.cfg);
+    pdata_compiler_clean_pdb(&run.input, &run.pdb);
+    (void)pdata_sig_export_clean(std::move(run.sig_export)); // the run's status stays what it is
+    if (status != PDATA_SUCCESS)
+        std::printf("(%u:%s)\n%s\n", status, pdata_status_code2str(status), pdata_status_msg_get());
+}
+
+} // namespace
+
+int pdata_compiler_main(int argc, char **argv)
+{
+    pdata_compiler_t run;
+    pdata_compiler_init(&run);
+    pdata_status_t status;
+    try {
+        status = run_flows(run, argc, argv);
+    } catch (const std::bad_alloc &) {
+        status = PDATA_ERR_NO_MEMORY;
+    } catch (const std::length_error &) {
+        status = PDATA_ERR_NO_MEMORY;
+    }
+    if (!run.ended)
+        final_step(run, status);
+    return static_cast<int>(status);
+}

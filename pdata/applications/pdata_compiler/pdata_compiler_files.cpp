@@ -1,0 +1,184 @@
+#include "pdata_compiler_files.h"
+
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include "tlv_description.h"
+
+namespace
+{
+
+struct file_closer {
+    void operator()(std::FILE *file) const { std::fclose(file); }
+};
+
+using file_ptr = std::unique_ptr<std::FILE, file_closer>;
+
+/// Writes the part of a kind, if it is there.
+bool pdata_pdb_tlv_write(const pdb_list_t &in_pdb, std::FILE *pdb_outfile, pdb_type_t type)
+{
+    const pdb_t *part = pdata_pdb_type_find(in_pdb, type);
+    if (part == nullptr)
+        return false;
+    const std::span<const uint8_t> bytes = pdb_header_bytes(*part);
+    std::fwrite(bytes.data(), 1, bytes.size(), pdb_outfile);
+    return true;
+}
+
+pdata_status_t cannot_open(const char *filename)
+{
+    return pdata_fail(PDATA_ERR_IO, "Cannot open filename %s \n", filename);
+}
+
+pdata_status_t unable_to_open(const char *filename)
+{
+    return pdata_fail(PDATA_ERR_IO, "pdata_compiler: unable to open file %s.\n", filename);
+}
+
+} // namespace
+
+bool pdata_compiler_read(const char *filename, csa_buf_t *buf)
+{
+    buf->clear();
+    const file_ptr file(std::fopen(filename, "rb"));
+    if (file == nullptr || std::fseek(file.get(), 0, SEEK_END) != 0)
+        return false;
+    const long size = std::ftell(file.get());
+    if (size < 0 || size > INT32_MAX || std::fseek(file.get(), 0, SEEK_SET) != 0)
+        return false;
+    if (!csa_buf_alloc(*buf, static_cast<size_t>(size)))
+        return false;
+    if (std::fread(buf->data(), 1, buf->size(), file.get()) == buf->size())
+        return true;
+    buf->clear();
+    return false;
+}
+
+pdata_status_t pdata_compiler_write(const char *filename, const char *buf)
+{
+    const file_ptr file(std::fopen(filename, "wb"));
+    if (file == nullptr)
+        return pdata_fail(PDATA_ERR_IO, "pdata_compiler : unable to open %s.\n", filename);
+    std::fputs(buf, file.get());
+    return PDATA_SUCCESS;
+}
+
+pdata_status_t pdata_compiler_init_pdd(pdd_t *pdd, const char *pdd_filename, int32_t)
+{
+    if (!pdata_compiler_read(pdd_filename, &pdd->pdd_json))
+        return unable_to_open(pdd_filename);
+    return PDATA_SUCCESS;
+}
+
+pdata_status_t pdata_compiler_init_pdb(const char *filename, pdb_list_t *pdb,
+                                       pdb_tlv_index_t *pdb_tlv_indexes, uint32_t *network_endian)
+{
+    csa_buf_t pdb_buf;
+    if (!pdata_compiler_read(filename, &pdb_buf))
+        return unable_to_open(filename);
+    if (pdata_pdb_loaded_get(pdb_buf) == TLV_TYPE_LOAD_LOADED_LE)
+        *network_endian = 0;
+    return pdata_compiler_config(pdb_buf, pdb, pdb_tlv_indexes);
+}
+
+uint32_t pdata_pdb_loaded_get(std::span<const uint8_t> tlv_buf)
+{
+    std::span<const uint8_t> value;
+    if (tlv_value_search(TLV_TYPE_ROOT_LOAD, tlv_buf, &value) != PDATA_SUCCESS || value.size() < 4)
+        return TLV_TYPE_LOAD_LOADABLE;
+    return tlv_get(value.data());
+}
+
+pdata_status_t pdata_compiler_config(std::span<const uint8_t> in_tlv, pdb_list_t *out_pdb,
+                                     pdb_tlv_index_t *pdb_tlv_index)
+{
+    const struct {
+        uint32_t tlv_type;
+        pdb_type_t pdb_type;
+        uint32_t *index;
+    } parts[] = {
+        {TLV_TYPE_ROOT_PROTODESCS, PDB_TYPE_PROTOCOL_DESCRIPTION, &pdb_tlv_index->root_protodescs},
+        {TLV_TYPE_ROOT_TAGS, PDB_TYPE_TAGS, &pdb_tlv_index->root_tags},
+        {TLV_TYPE_ROOT_STRING, PDB_TYPE_MAIN_HSTRING, &pdb_tlv_index->root_string},
+        {TLV_TYPE_ROOT_MATCHER_ALIAS, PDB_TYPE_MATCHER_ALIAS, &pdb_tlv_index->root_matcher_alias},
+    };
+    if (out_pdb == nullptr)
+        return PDATA_ERR_INVALID_ARGUMENT;
+    *pdb_tlv_index = {};
+    uint32_t position = 0;
+    for (const auto &part : parts) {
+        pdb_t *header = &(*out_pdb)[position];
+        if (pdata_compiler_config_type(part.tlv_type, part.pdb_type, in_tlv, header) ==
+            PDATA_SUCCESS)
+            *part.index = position++;
+    }
+    pdb_header_end(&(*out_pdb)[position]);
+    return PDATA_SUCCESS;
+}
+
+pdata_status_t pdata_compiler_config_type(uint32_t tlv_type, pdb_type_t pdb_type,
+                                          std::span<const uint8_t> in_tlv, pdb_t *pdb_out)
+{
+    std::span<const uint8_t> record;
+    const pdata_status_t status = tlv_record_search(tlv_type, in_tlv, &record);
+    if (status != PDATA_SUCCESS)
+        return status;
+    csa_buf_t copy;
+    if (!csa_buf_alloc(copy, record.size()))
+        return PDATA_ERR_NO_MEMORY;
+    std::copy(record.begin(), record.end(), copy.begin());
+    return pdb_header_set(pdb_out, pdb_type, std::move(copy)) ? PDATA_SUCCESS : PDATA_ERR_NO_MEMORY;
+}
+
+pdata_status_t pdata_compiler_fill_pdb_list(const char *pdb_list, pdb_in_list_t *pdb_in,
+                                            uint32_t *network_endian)
+{
+    const std::string list = pdb_list;
+    for (size_t start = 0; start < list.size();) {
+        const size_t end = std::min(list.find(';', start), list.size());
+        const std::string filename = list.substr(start, end - start);
+        start = end + 1;
+        if (filename.empty())
+            continue;
+        pdb_in_elt_st elt;
+        const pdata_status_t status =
+            pdata_compiler_init_pdb(filename.c_str(), &elt.pdb, &elt.indexes, network_endian);
+        if (status != PDATA_SUCCESS)
+            return status;
+        pdb_in->push_back(std::move(elt));
+    }
+    return PDATA_SUCCESS;
+}
+
+pdata_status_t pdata_compiler_write_pdb(const pdb_list_t &pdb, const char *pdb_filename)
+{
+    const file_ptr file(std::fopen(pdb_filename, "wb"));
+    if (file == nullptr)
+        return cannot_open(pdb_filename);
+    pdata_pdb_tlv_write(pdb, file.get(), PDB_TYPE_LOAD);
+    if (!pdata_pdb_tlv_write(pdb, file.get(), PDB_TYPE_PROTOCOL_DESCRIPTION))
+        return pdata_fail(PDATA_ERR_IO, "Cannot write on filename %s \n", pdb_filename);
+    pdata_pdb_tlv_write(pdb, file.get(), PDB_TYPE_MATCHER_ALIAS);
+    pdata_pdb_tlv_write(pdb, file.get(), PDB_TYPE_TAGS);
+    pdata_pdb_tlv_write(pdb, file.get(), PDB_TYPE_MAIN_HSTRING);
+    return PDATA_SUCCESS;
+}
+
+pdata_status_t pdata_compiler_write_pdb_loadable(const pdb_t &pdb_loadable,
+                                                 const char *pdb_filename)
+{
+    const file_ptr file(std::fopen(pdb_filename, "wb"));
+    if (file == nullptr)
+        return cannot_open(pdb_filename);
+    const std::span<const uint8_t> bytes = pdb_header_bytes(pdb_loadable);
+    std::fwrite(bytes.data(), 1, bytes.size(), file.get());
+    return PDATA_SUCCESS;
+}
+
+void pdata_compiler_clean_pdb(pdb_in_list_t *pdb_in, pdb_list_t *pdb)
+{
+    pdb_in->clear();
+    if (pdb != nullptr)
+        *pdb = {};
+}

@@ -1,0 +1,85 @@
+/// Files of the program: whole-file reading and writing, input pdbs and output pdbs.
+///
+/// A pdb file is root records one after another, without a header, a magic or a trailer. Reading
+/// cuts out the four parts that the flows need, wherever they stand; writing puts the parts in a
+/// fixed order.
+#pragma once
+
+#include <cstdint>
+#include <list>
+#include <span>
+
+#include "csa_buf.h"
+#include "pdata_error.h"
+#include "pdata_serialize.h"
+#include "pdb_header.h"
+
+/// Where the parts of an input pdb landed in its list. A part that is missing leaves 0, which is
+/// also the first position. Part of the format.
+struct pdb_tlv_index_t {
+    uint32_t root_protodescs;
+    uint32_t root_tags;
+    uint32_t root_string;
+    uint32_t root_matcher_alias;
+};
+
+/// One input pdb.
+struct pdb_in_elt_st {
+    pdb_list_t pdb;
+    pdb_tlv_index_t indexes;
+};
+
+/// The input pdbs, in the order of the command line.
+using pdb_in_list_t = std::list<pdb_in_elt_st>;
+
+/// Reads a whole file. Returns false, with `buf` empty and nothing recorded, when it cannot be
+/// read whole or has 2 GiB or more. A file of length 0 is no failure.
+[[nodiscard]] bool pdata_compiler_read(const char *filename, csa_buf_t *buf);
+
+/// Writes a text into a file. PDATA_ERR_IO with a message when it cannot be opened.
+[[nodiscard]] pdata_status_t pdata_compiler_write(const char *filename, const char *buf);
+
+/// Reads a description. The namespace is accepted and not used here. PDATA_ERR_IO with a message
+/// when it cannot be read.
+[[nodiscard]] pdata_status_t pdata_compiler_init_pdd(pdd_t *pdd, const char *pdd_filename,
+                                                     int32_t pdd_namespace);
+
+/// Reads a pdb file and cuts it into parts; a pdb whose words are in host order clears
+/// `*network_endian`. PDATA_ERR_IO with a message when it cannot be read.
+[[nodiscard]] pdata_status_t pdata_compiler_init_pdb(const char *filename, pdb_list_t *pdb,
+                                                     pdb_tlv_index_t *pdb_tlv_indexes,
+                                                     uint32_t *network_endian);
+
+/// Returns the load state of a pdb; one that states none counts as loadable.
+uint32_t pdata_pdb_loaded_get(std::span<const uint8_t> tlv_buf);
+
+/// Cuts the parts out of a pdb: protocol descriptions, tags, main strings, matcher aliases, each
+/// the first record of its type, and ends the list behind them. A missing record, or one that
+/// claims more bytes than there are, is left out. PDATA_ERR_INVALID_ARGUMENT for a null list.
+[[nodiscard]] pdata_status_t pdata_compiler_config(std::span<const uint8_t> in_tlv,
+                                                   pdb_list_t *out_pdb,
+                                                   pdb_tlv_index_t *pdb_tlv_index);
+
+/// Cuts one part out. PDATA_ERR_TLV_NOT_FOUND when it is missing, PDATA_ERR_NO_MEMORY when it
+/// cannot be copied; both without a message.
+[[nodiscard]] pdata_status_t pdata_compiler_config_type(uint32_t tlv_type, pdb_type_t pdb_type,
+                                                        std::span<const uint8_t> in_tlv,
+                                                        pdb_t *pdb_out);
+
+/// Reads every file of a list separated by ";", empty pieces skipped, and appends them to
+/// `pdb_in`. What was read before a failure stays.
+[[nodiscard]] pdata_status_t
+pdata_compiler_fill_pdb_list(const char *pdb_list, pdb_in_list_t *pdb_in, uint32_t *network_endian);
+
+/// Writes a pdb: load state, protocol descriptions, matcher aliases, tags, main strings. Only the
+/// second must be there. PDATA_ERR_IO with a message when the file cannot be opened or the
+/// descriptions are missing; what was written stays in the file.
+[[nodiscard]] pdata_status_t pdata_compiler_write_pdb(const pdb_list_t &pdb,
+                                                      const char *pdb_filename);
+
+/// Writes a compiled pdb as one block. PDATA_ERR_IO with a message when the file cannot be opened.
+[[nodiscard]] pdata_status_t pdata_compiler_write_pdb_loadable(const pdb_t &pdb_loadable,
+                                                               const char *pdb_filename);
+
+/// Frees the input pdbs and the parts of an output list.
+void pdata_compiler_clean_pdb(pdb_in_list_t *pdb_in, pdb_list_t *pdb);

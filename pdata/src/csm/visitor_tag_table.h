@@ -1,0 +1,28 @@
+/// The tag-table visitor: fills the tag container.
+///
+/// A document is an object whose member "tag_table" is an object of members, each a tag's name
+/// with its number. Everything outside "tag_table" is ignored.
+#pragma once
+
+#include "container_tag_table.h"
+#include "json_visitor.h"
+#include "visitor_semantic.h"
+
+enum tag_table_state_t : uint32_t {
+    TAG_TABLE_STATE_ROOT = 0,
+    TAG_TABLE_STATE_TAGS = 1, ///< inside "tag_table"
+    TAG_TABLE_STATE_UNKNOWN = 2,
+};
+
+struct visitor_tag_table_t {
+    json_visitor_t visitor; ///< must stay first: the callbacks cast back
+    tag_table_t *tag_table; ///< the container being filled; not owned
+    stack_state_t stack;
+    bool is_value; ///< the walk stands behind the member's colon
+};
+
+/// Prepares `visitor` to fill `tag_table`, which is emptied and must outlive the walk.
+void visitor_tag_table_init(visitor_tag_table_t *visitor, tag_table_t *tag_table);
+
+/// Forgets the container.
+void visitor_tag_table_cleanup(visitor_tag_table_t *visitor);
