@@ -1,0 +1,531 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+#include "bytes.h"
+#include "failing_alloc.h"
+#include "number_build.h"
+#include "number_reader.h"
+
+namespace
+{
+
+using ids = std::vector<uint32_t>;
+
+/// A value of any type: 16-byte values carry `number` in their last words.
+transformer_value_t value_of(uint64_t number)
+{
+    return {number, {0, 0, static_cast<uint32_t>(number >> 32), static_cast<uint32_t>(number)}};
+}
+
+transformer_value_t ipv6(uint32_t a, uint32_t b, uint32_t c, uint32_t d)
+{
+    return {0, {a, b, c, d}};
+}
+
+struct registration {
+    uint64_t min, max;
+    uint32_t id;
+};
+
+number_build finalized(uint32_t type, const std::vector<registration> &all)
+{
+    number_build build;
+    EXPECT_EQ(number_init(&build, type), 0);
+    for (const registration &one : all)
+        EXPECT_EQ(number_register(&build, {value_of(one.min), value_of(one.max), one.id}), 0);
+    EXPECT_EQ(number_finalize(&build), 0);
+    return build;
+}
+
+std::vector<uint8_t> blob_of(const number_build &build)
+{
+    std::vector<uint8_t> blob(number_get_size(build));
+    EXPECT_EQ(number_serialize(build, blob), blob.data() + blob.size());
+    return blob;
+}
+
+std::vector<uint8_t> blob_of(uint32_t type, const std::vector<registration> &all)
+{
+    return blob_of(finalized(type, all));
+}
+
+number_reader open(const std::vector<uint8_t> &blob)
+{
+    number_reader reader;
+    EXPECT_EQ(number_reader_open(&reader, blob), 0);
+    return reader;
+}
+
+ids find(const number_reader &reader, uint64_t number)
+{
+    return number_reader_find(reader, value_of(number));
+}
+
+std::string repeat(std::string_view text, size_t times)
+{
+    std::string out;
+    while (times-- > 0)
+        out += text;
+    return out;
+}
+
+TEST(mapper, an_8_bit_interval)
+{
+    EXPECT_EQ(blob_of(MATCHER_TYPE_NUMBER_8, {{10, 20, 7}}),
+              bytes("0000000F 00000004 00000003" // a matcher of 8 bits
+                    "00000010 00000224"          // the mapper: 548 bytes
+                    "0000000D 00000200" +        // the table: 512 bytes
+                    repeat("0000", 10) +
+                    repeat("0001", 10) + "0003" + repeat("0000", 235) +
+                    "0000000E 00000014" // the items: 20 bytes
+                    "00000000 00000001 00000007 00000001 00000007"));
+}
+
+TEST(mapper, a_single_value_does_not_reach_the_next_one)
+{
+    const auto blob = blob_of(MATCHER_TYPE_NUMBER_8, {{5, 5, 9}});
+    const auto reader = open(blob);
+    EXPECT_EQ(find(reader, 4), ids{});
+    EXPECT_EQ(find(reader, 5), ids{9});
+    EXPECT_EQ(find(reader, 6), ids{});
+}
+
+TEST(mapper, an_empty_one_matches_nothing)
+{
+    const auto blob = blob_of(MATCHER_TYPE_NUMBER_16, {});
+    EXPECT_EQ(blob.size(), 20U + 131072 + 4 + 16);
+    const auto reader = open(blob);
+    EXPECT_EQ(find(reader, 0), ids{});
+    EXPECT_EQ(find(reader, 65535), ids{});
+}
+
+TEST(mapper, the_last_value_has_no_endpoint_behind_it)
+{
+    const auto build = finalized(MATCHER_TYPE_NUMBER_8, {{250, 255, 1}, {255, 255, 2}});
+    EXPECT_EQ(build.mapper.mp_endpoints.size(), 2U);
+    const auto blob = blob_of(build);
+    const auto reader = open(blob);
+    EXPECT_EQ(find(reader, 254), ids{1});
+    EXPECT_EQ(find(reader, 255), (ids{1, 2}));
+}
+
+TEST(mapper, takes_the_low_bits_of_the_bounds)
+{
+    const auto blob = blob_of(MATCHER_TYPE_NUMBER_8, {{0x1230A, 0xFF14, 7}});
+    EXPECT_EQ(blob, blob_of(MATCHER_TYPE_NUMBER_8, {{10, 20, 7}}));
+    const auto wide = blob_of(MATCHER_TYPE_NUMBER_16, {{0x70001, 0x10002, 7}});
+    EXPECT_EQ(wide, blob_of(MATCHER_TYPE_NUMBER_16, {{1, 2, 7}}));
+}
+
+TEST(mapper, ids_of_a_value_come_in_the_order_of_registration)
+{
+    const auto blob = blob_of(MATCHER_TYPE_NUMBER_8, {{1, 9, 4}, {5, 5, 3}, {5, 7, 2}, {2, 5, 1}});
+    // At 5 itself: the single 3, the start of 2, the end of 1, and 4 which covers it.
+    EXPECT_EQ(find(open(blob), 5), (ids{3, 2, 1, 4}));
+    EXPECT_EQ(find(open(blob), 6), (ids{4, 2}));
+}
+
+// Part of the format: an index of the item table has 16 bits, larger ones keep their low bits.
+// Value v has the record at word 1 + 2v, which for 32768 is 65537.
+TEST(mapper, an_index_beyond_16_bits_wraps)
+{
+    number_build build;
+    ASSERT_EQ(number_init(&build, MATCHER_TYPE_NUMBER_16), 0);
+    for (uint32_t value = 0; value < 65536; ++value)
+        ASSERT_EQ(number_register(&build, {value_of(value), value_of(value), value + 1000}), 0);
+    ASSERT_EQ(number_finalize(&build), 0);
+    const auto blob = blob_of(build);
+    const auto reader = open(blob);
+    EXPECT_EQ(find(reader, 32767), ids{33767});
+    EXPECT_EQ(find(reader, 32768), ids{1000});
+    EXPECT_EQ(find(reader, 65535), ids{33767});
+}
+
+TEST(interval, two_32_bit_intervals)
+{
+    const auto build = finalized(MATCHER_TYPE_NUMBER_32, {{100, 200, 1}, {150, 300, 2}});
+    EXPECT_EQ(number_get_size(build), 424U);
+    EXPECT_EQ(blob_of(build),
+              bytes("0000000F 00000004 00000005" // a matcher of 32 bits
+                    "00000011 00000194"          // the intervals: 404 bytes
+                    "0000002A 00000008 00000004 00000006"
+                    "0000002B 00000100 01" +
+                    repeat("00", 255) +
+                    // 100, 150, 200, 201, 300, 301
+                    "0000002C 00000018 00000064 00000096 000000C8 000000C9 0000012C 0000012D"
+                    "0000002D 00000018 00000000 00000002 00000005 00000008 0000000A 0000000C"
+                    "0000002E 00000034"
+                    "00000001 00000001"
+                    "00000002 00000002 00000001" // 2 starts, 1 covers
+                    "00000002 00000001 00000002" // 1 ends, 2 covers
+                    "00000001 00000002"
+                    "00000001 00000002"
+                    "00000000"));
+    const list_number_item &at_200 = build.interval.it_endpoints[2].it_l_item;
+    ASSERT_EQ(at_200.size(), 2U);
+    EXPECT_EQ(at_200[0].type, NUMBER_ITEM_END);
+    EXPECT_EQ(at_200[1].type, NUMBER_ITEM_COVER);
+}
+
+TEST(interval, values_of_64_bits_are_written_low_half_first)
+{
+    const uint64_t value = 0x1122334455667788;
+    EXPECT_EQ(blob_of(MATCHER_TYPE_NUMBER_64, {{value, value, 9}}),
+              bytes("0000000F 00000004 00000006"
+                    "00000011 00000154" // 16 + 296 + 8 + 8 + 12
+                    "0000002A 00000008 00000008 00000002"
+                    "0000002B 00000100" +
+                    repeat("00", 0x11) + "01" + repeat("00", 256 - 0x12) +
+                    "0000002C 00000010 55667788 11223344 55667789 11223344"
+                    "0000002D 00000008 00000000 00000002"
+                    "0000002E 0000000C 00000001 00000009 00000000"));
+}
+
+TEST(interval, values_of_16_bytes_are_written_most_significant_word_first)
+{
+    number_build build;
+    ASSERT_EQ(number_init(&build, MATCHER_TYPE_IP_6), 0);
+    const auto address = ipv6(0x20010DB8, 1, 2, 0xFFFFFFFF);
+    ASSERT_EQ(number_register(&build, {address, address, 9}), 0);
+    ASSERT_EQ(number_finalize(&build), 0);
+    EXPECT_EQ(blob_of(build),
+              bytes("0000000F 00000004 00000008"
+                    "00000011 00000164" // 32 + 296 + 8 + 8 + 12
+                    "0000002A 00000008 00000010 00000002"
+                    "0000002B 00000100" +
+                    repeat("00", 0x20) + "01" + repeat("00", 256 - 0x21) +
+                    "0000002C 00000020 20010DB8 00000001 00000002 FFFFFFFF"
+                    "                  20010DB8 00000001 00000003 00000000"
+                    "0000002D 00000008 00000000 00000002"
+                    "0000002E 0000000C 00000001 00000009 00000000"));
+}
+
+TEST(interval, the_largest_value_has_no_endpoint_behind_it)
+{
+    EXPECT_EQ(finalized(MATCHER_TYPE_NUMBER_32, {{5, 0xFFFFFFFF, 1}}).interval.it_nr, 2U);
+    EXPECT_EQ(finalized(MATCHER_TYPE_IP_4, {{0xFFFFFFFF, 0xFFFFFFFF, 1}}).interval.it_nr, 1U);
+    EXPECT_EQ(finalized(MATCHER_TYPE_NUMBER_64, {{5, UINT64_MAX, 1}}).interval.it_nr, 2U);
+    EXPECT_EQ(finalized(MATCHER_TYPE_NUMBER_64, {{5, 0xFFFFFFFF, 1}}).interval.it_nr, 3U);
+    number_build build;
+    ASSERT_EQ(number_init(&build, MATCHER_TYPE_IP_6), 0);
+    const uint32_t all = 0xFFFFFFFF;
+    ASSERT_EQ(number_register(&build, {ipv6(0, 0, 0, 0), ipv6(all, all, all, all), 1}), 0);
+    ASSERT_EQ(number_register(&build, {ipv6(0, 0, 0, 7), ipv6(0, all, all, all), 2}), 0);
+    ASSERT_EQ(number_finalize(&build), 0);
+    ASSERT_EQ(build.interval.it_nr, 5U);
+    EXPECT_EQ(build.interval.it_endpoints[3].it_data, (it_value{0x100000000, 0}));
+}
+
+TEST(interval, the_same_single_value_twice_is_one_endpoint_newest_first)
+{
+    const auto build = finalized(MATCHER_TYPE_NUMBER_32, {{5, 5, 1}, {5, 5, 2}});
+    EXPECT_EQ(build.interval.it_nr, 2U);
+    const auto blob = blob_of(build);
+    EXPECT_EQ(find(open(blob), 5), (ids{2, 1}));
+    EXPECT_EQ(find(open(blob), 6), ids{});
+}
+
+TEST(interval, equal_endpoints_are_ordered_newest_first_and_covers_come_last)
+{
+    const auto blob = blob_of(MATCHER_TYPE_IP_4,
+                              {{1, 9, 8}, {5, 7, 1}, {3, 5, 2}, {0, 9, 7}, {5, 5, 3}, {5, 6, 4}});
+    EXPECT_EQ(find(open(blob), 5), (ids{4, 3, 2, 1, 7, 8}));
+    // The endpoint at 6 is both the end of 4 and the value behind 3 and 2.
+    EXPECT_EQ(find(open(blob), 6), (ids{4, 7, 8, 1}));
+}
+
+TEST(interval, marks_every_most_significant_byte_it_crosses)
+{
+    const auto build = finalized(MATCHER_TYPE_NUMBER_32,
+                                 {{0x10FFFFFF, 0x12000000, 1}, {0xFF000000, 0xFF000000, 2}});
+    for (size_t b = 0; b < 256; ++b)
+        EXPECT_EQ(build.interval.it_msb_endpoint[b], (b >= 0x10 && b <= 0x12) || b == 0xFF) << b;
+}
+
+TEST(interval, cuts_values_to_four_bytes)
+{
+    EXPECT_EQ(blob_of(MATCHER_TYPE_NUMBER_32, {{0x100000064, 0x2000000C8, 1}}),
+              blob_of(MATCHER_TYPE_NUMBER_32, {{100, 200, 1}}));
+}
+
+TEST(interval, an_empty_one_matches_nothing)
+{
+    const auto blob = blob_of(MATCHER_TYPE_NUMBER_64, {});
+    EXPECT_EQ(blob.size(), 20U + 296 + 8);
+    EXPECT_EQ(find(open(blob), 0), ids{});
+}
+
+// Part of the format: the id of the outer interval goes no further than the first end of its id.
+class number_same_id : public testing::TestWithParam<uint32_t>
+{
+};
+
+INSTANTIATE_TEST_SUITE_P(types, number_same_id,
+                         testing::Range(uint32_t{MATCHER_TYPE_NUMBER_8}, MATCHER_TYPE_IP_6 + 1U));
+
+TEST_P(number_same_id, an_inner_interval_of_the_same_id_cuts_the_outer_one)
+{
+    const auto blob = blob_of(GetParam(), {{10, 20, 7}, {12, 15, 7}});
+    const auto reader = open(blob);
+    for (uint64_t value = 0; value < 30; ++value) {
+        const bool found = (value >= 10 && value <= 15) || value == 20;
+        EXPECT_EQ(!find(reader, value).empty(), found) << value;
+    }
+}
+
+TEST_P(number_same_id, a_later_interval_of_the_same_id_is_cut_by_the_first_end)
+{
+    const auto blob = blob_of(GetParam(), {{10, 20, 7}, {15, 30, 7}});
+    const auto reader = open(blob);
+    for (uint64_t value = 0; value < 40; ++value) {
+        const bool found = (value >= 10 && value <= 20) || value == 30;
+        EXPECT_EQ(!find(reader, value).empty(), found) << value;
+    }
+}
+
+TEST_P(number_same_id, separate_and_equal_intervals_of_one_id_are_whole)
+{
+    const auto blob =
+        blob_of(GetParam(), {{10, 20, 7}, {20, 25, 7}, {30, 40, 7}, {30, 40, 7}, {35, 35, 7}});
+    const auto reader = open(blob);
+    for (uint64_t value = 0; value < 50; ++value) {
+        const bool found = (value >= 10 && value <= 25) || (value >= 30 && value <= 40);
+        EXPECT_EQ(!find(reader, value).empty(), found) << value;
+    }
+}
+
+TEST(number, refuses_reversed_bounds)
+{
+    for (uint32_t type = MATCHER_TYPE_NUMBER_8; type <= MATCHER_TYPE_IP_6; ++type) {
+        number_build build;
+        ASSERT_EQ(number_init(&build, type), 0);
+        EXPECT_EQ(number_register(&build, {value_of(6), value_of(5), 1}), -1);
+        EXPECT_TRUE(build.interval.it_endpoints.empty());
+        EXPECT_TRUE(build.mapper.mp_endpoints.empty());
+    }
+}
+
+TEST(number, refuses_types_that_are_not_numbers)
+{
+    for (uint32_t type : {0U, 1U, 2U, 9U, 0xFFFFFFFFU}) {
+        number_build build;
+        EXPECT_EQ(number_init(&build, type), -1);
+        EXPECT_EQ(number_register(&build, {value_of(1), value_of(2), 1}), -1);
+        EXPECT_EQ(number_finalize(&build), -1);
+        EXPECT_EQ(number_get_size(build), 20U);
+        std::vector<uint8_t> buf(20);
+        EXPECT_EQ(number_serialize(build, buf), nullptr);
+        EXPECT_EQ(std::vector<uint8_t>(buf.begin(), buf.begin() + 8), bytes("0000000F 00000004"));
+        EXPECT_EQ(buf[11], static_cast<uint8_t>(type));
+        EXPECT_EQ(std::vector<uint8_t>(buf.begin() + 12, buf.end()), std::vector<uint8_t>(8));
+        number_clean(&build);
+    }
+}
+
+TEST(number, needs_the_whole_size)
+{
+    const auto build = finalized(MATCHER_TYPE_NUMBER_32, {{100, 200, 1}});
+    const size_t size = number_get_size(build);
+    for (size_t cut = 0; cut < size; ++cut) {
+        std::vector<uint8_t> buf(cut);
+        EXPECT_EQ(number_serialize(build, buf), nullptr) << cut;
+    }
+}
+
+TEST(number, is_empty_after_clean)
+{
+    auto build = finalized(MATCHER_TYPE_NUMBER_8, {{100, 200, 1}});
+    number_clean(&build);
+    EXPECT_EQ(build.type, 0U);
+    EXPECT_TRUE(build.mapper.mp_endpoints.empty());
+    ASSERT_EQ(number_init(&build, MATCHER_TYPE_NUMBER_8), 0);
+    ASSERT_EQ(number_finalize(&build), 0);
+    EXPECT_EQ(blob_of(build), blob_of(MATCHER_TYPE_NUMBER_8, {}));
+}
+
+ids naive(const std::vector<registration> &all, uint64_t value)
+{
+    ids found;
+    for (const registration &one : all)
+        if (one.min <= value && value <= one.max)
+            found.push_back(one.id);
+    std::sort(found.begin(), found.end());
+    return found;
+}
+
+ids sorted(ids found)
+{
+    std::sort(found.begin(), found.end());
+    return found;
+}
+
+// All sets of up to three intervals between a few bounds, on every value, both ends included.
+TEST(mapper, finds_what_naive_matching_finds_in_all_small_sets)
+{
+    const std::vector<uint64_t> bounds = {0, 1, 2, 128, 254, 255};
+    std::vector<registration> single;
+    for (uint64_t min : bounds)
+        for (uint64_t max : bounds)
+            if (min <= max)
+                single.push_back({min, max, 0});
+    const auto check = [](std::vector<registration> all) {
+        for (uint32_t i = 0; i < all.size(); ++i)
+            all[i].id = i + 1;
+        const auto blob = blob_of(MATCHER_TYPE_NUMBER_8, all);
+        number_reader reader;
+        ASSERT_EQ(number_reader_open(&reader, blob), 0);
+        for (uint32_t value : {0U, 1U, 2U, 3U, 77U, 127U, 128U, 129U, 253U, 254U, 255U})
+            ASSERT_EQ(sorted(find(reader, value)), naive(all, value)) << value;
+    };
+    for (const registration &a : single) {
+        check({a});
+        for (const registration &b : single) {
+            check({a, b});
+            for (const registration &c : single)
+                check({a, b, c});
+        }
+    }
+}
+
+uint64_t width_max(uint32_t type)
+{
+    switch (type) {
+    case MATCHER_TYPE_NUMBER_8:
+        return 0xFF;
+    case MATCHER_TYPE_NUMBER_16:
+        return 0xFFFF;
+    case MATCHER_TYPE_NUMBER_32:
+    case MATCHER_TYPE_IP_4:
+        return 0xFFFFFFFF;
+    default:
+        return UINT64_MAX;
+    }
+}
+
+class number_matching : public testing::TestWithParam<uint32_t>
+{
+};
+
+INSTANTIATE_TEST_SUITE_P(types, number_matching,
+                         testing::Range(uint32_t{MATCHER_TYPE_NUMBER_8}, MATCHER_TYPE_IP_6 + 1U));
+
+// Random sets, dense near both ends of the space and wide over it, probed at and around bounds.
+TEST_P(number_matching, finds_what_naive_matching_finds)
+{
+    std::mt19937_64 random(GetParam());
+    const uint64_t max = width_max(GetParam());
+    const auto pick = [&]() -> uint64_t {
+        switch (random() % 3) {
+        case 0:
+            return random() % 12;
+        case 1:
+            return max - random() % 12;
+        default:
+            return random() & max;
+        }
+    };
+    for (int round = 0; round < 60; ++round) {
+        std::vector<registration> all;
+        for (uint32_t id = 1; id <= 1 + random() % 40; ++id) {
+            const uint64_t a = pick();
+            const uint64_t b = random() % 3 == 0 ? a : pick();
+            all.push_back({std::min(a, b), std::max(a, b), id});
+        }
+        const auto blob = blob_of(GetParam(), all);
+        const auto reader = open(blob);
+        std::vector<uint64_t> probes = {0, max};
+        for (const registration &one : all)
+            for (uint64_t bound : {one.min, one.max})
+                for (uint64_t step : {uint64_t{0}, uint64_t{1}, UINT64_MAX})
+                    probes.push_back((bound + step) & max);
+        for (int i = 0; i < 50; ++i)
+            probes.push_back(pick());
+        for (uint64_t probe : probes)
+            ASSERT_EQ(sorted(find(reader, probe)), naive(all, probe)) << probe;
+    }
+}
+
+TEST(interval, compares_16_byte_values_by_all_their_words)
+{
+    number_build build;
+    ASSERT_EQ(number_init(&build, MATCHER_TYPE_IP_6), 0);
+    ASSERT_EQ(number_register(&build, {ipv6(1, 0, 0, 0), ipv6(2, 5, 0, 0), 1}), 0);
+    ASSERT_EQ(number_register(&build, {ipv6(2, 0, 9, 0), ipv6(2, 0, 9, 9), 2}), 0);
+    ASSERT_EQ(number_finalize(&build), 0);
+    const auto blob = blob_of(build);
+    const auto reader = open(blob);
+    EXPECT_EQ(number_reader_find(reader, ipv6(0, 9, 9, 9)), ids{});
+    EXPECT_EQ(number_reader_find(reader, ipv6(1, 9, 9, 9)), ids{1});
+    EXPECT_EQ(number_reader_find(reader, ipv6(2, 0, 9, 4)), (ids{2, 1}));
+    EXPECT_EQ(number_reader_find(reader, ipv6(2, 0, 9, 10)), ids{1});
+    EXPECT_EQ(number_reader_find(reader, ipv6(2, 5, 0, 1)), ids{});
+}
+
+TEST(number, many_values_cost_no_search)
+{
+    for (uint32_t type : {MATCHER_TYPE_NUMBER_16, MATCHER_TYPE_IP_4}) {
+        number_build build;
+        ASSERT_EQ(number_init(&build, type), 0);
+        for (uint32_t i = 0; i < 200000; ++i) {
+            const uint64_t start = i * 7919 % 65000;
+            ASSERT_EQ(number_register(&build, {value_of(start), value_of(start + i % 3), i}), 0);
+        }
+        EXPECT_EQ(number_finalize(&build), 0);
+        EXPECT_GT(number_get_size(build), 0U);
+    }
+}
+
+// 12,000 nested intervals would add 12,000 * 11,999 / 2 * 3 covers.
+TEST(number, refuses_blobs_that_no_record_could_hold)
+{
+    number_build build;
+    ASSERT_EQ(number_init(&build, MATCHER_TYPE_NUMBER_32), 0);
+    for (uint32_t i = 0; i < 12000; ++i)
+        ASSERT_EQ(number_register(&build, {value_of(i * 2), value_of(1000000 - i * 2), i}), 0);
+    EXPECT_EQ(number_finalize(&build), -5);
+}
+
+TEST(number, reports_missing_memory)
+{
+    for (uint32_t type : {MATCHER_TYPE_NUMBER_8, MATCHER_TYPE_NUMBER_32}) {
+        failing_alloc_sweep(
+            [&] {
+                number_build build;
+                int code = number_init(&build, type);
+                if (code == 0)
+                    code = number_register(&build, {value_of(10), value_of(20), 1});
+                if (code == 0)
+                    code = number_register(&build, {value_of(15), value_of(15), 2});
+                return code == 0 ? number_finalize(&build) : code;
+            },
+            // The endpoint behind a value is the one thing that an interval matcher does without.
+            [&](int code) { EXPECT_TRUE(code == -5 || (code == 0 && type > 4)); });
+    }
+}
+
+// Whatever the bytes, the reader refuses or answers; the sanitizers watch the bounds.
+TEST(number_reader, survives_damaged_blobs)
+{
+    std::mt19937_64 random(5);
+    for (uint32_t type = MATCHER_TYPE_NUMBER_8; type <= MATCHER_TYPE_IP_6; ++type) {
+        if (type == MATCHER_TYPE_NUMBER_16)
+            continue; // 128 KiB of table would only dilute the damage
+        const auto blob = blob_of(type, {{1, 5, 1}, {3, 9, 2}, {7, 7, 3}});
+        number_reader reader;
+        for (size_t cut = 0; cut < blob.size(); ++cut) {
+            const std::vector<uint8_t> shorter(blob.begin(), blob.begin() + static_cast<long>(cut));
+            EXPECT_EQ(number_reader_open(&reader, shorter), -1) << cut;
+        }
+        for (int round = 0; round < 5000; ++round) {
+            auto damaged = blob;
+            damaged[random() % damaged.size()] = static_cast<uint8_t>(random());
+            if (number_reader_open(&reader, damaged) == 0)
+                for (uint64_t value = 0; value < 12; ++value)
+                    (void)find(reader, value);
+        }
+    }
+}
+
+} // namespace

@@ -1,0 +1,85 @@
+#include "failing_alloc.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace
+{
+
+size_t countdown = 0; ///< 0: nothing fails
+bool happened = false;
+
+bool fails_now()
+{
+    if (countdown == 0 || --countdown != 0)
+        return false;
+    happened = true;
+    return true;
+}
+
+void *allocate(size_t size)
+{
+    return std::malloc(size == 0 ? 1 : size);
+}
+
+} // namespace
+
+void failing_alloc_arm(size_t nth)
+{
+    countdown = nth;
+    happened = false;
+}
+
+bool failing_alloc_disarm()
+{
+    countdown = 0;
+    return happened;
+}
+
+void *operator new(size_t size)
+{
+    void *memory = fails_now() ? nullptr : allocate(size);
+    if (memory == nullptr)
+        throw std::bad_alloc();
+    return memory;
+}
+
+void *operator new(size_t size, const std::nothrow_t &) noexcept
+{
+    return fails_now() ? nullptr : allocate(size);
+}
+
+void *operator new(size_t size, std::align_val_t alignment)
+{
+    const auto align = static_cast<size_t>(alignment);
+    void *memory =
+        fails_now() ? nullptr : std::aligned_alloc(align, (size + align - 1) / align * align);
+    if (memory == nullptr)
+        throw std::bad_alloc();
+    return memory;
+}
+
+void operator delete(void *memory) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void *memory, size_t) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void *memory, const std::nothrow_t &) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void *memory, std::align_val_t) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void *memory, size_t, std::align_val_t) noexcept
+{
+    std::free(memory);
+}
