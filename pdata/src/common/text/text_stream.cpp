@@ -11,14 +11,14 @@ pdata_status_t text_stream_print(text_stream_t *stream, const char *format, ...)
     va_copy(again, args);
     const int len = std::vsnprintf(nullptr, 0, format, args);
     va_end(args);
-    pdata_status_t status = PDATA_ERR_IO;
     const size_t before = stream->text.size();
-    if (len >= 0 && static_cast<size_t>(len) + before < stream->size) {
+    if (len < 0 || static_cast<size_t>(len) + before >= stream->size)
+        stream->full = true;
+    if (!stream->full) {
         // The terminator of the piece goes where the string keeps its own.
         stream->text.resize(before + static_cast<size_t>(len));
         std::vsnprintf(stream->text.data() + before, static_cast<size_t>(len) + 1, format, again);
-        status = PDATA_SUCCESS;
     }
     va_end(again);
-    return status;
+    return stream->full ? PDATA_ERR_IO : PDATA_SUCCESS;
 }

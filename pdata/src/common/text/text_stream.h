@@ -10,9 +10,10 @@
 struct text_stream_t {
     std::string text;
     size_t size = 0;
+    bool full = false; ///< a piece did not fit: the text is cut and takes no more
 };
 
 /// Appends a formatted piece. Returns PDATA_ERR_IO, without a message and with nothing appended,
-/// for a piece that does not fit.
+/// for a piece that does not fit and for every piece behind it.
 [[nodiscard, gnu::format(printf, 2, 3)]] pdata_status_t text_stream_print(text_stream_t *stream,
                                                                           const char *format, ...);

@@ -1,0 +1,19 @@
+#include "psa_container.h"
+
+#include <cstdio>
+
+void psa_pattern_name_set(psa_pattern_table_t *table, csa_str_t name)
+{
+    table->names[table->nr_pattern] = name;
+}
+
+int psa_pattern_value_add(psa_pattern_table_t *table, csa_str_t value)
+{
+    if (table->nr_pattern == PSA_PATTERN_DIM) {
+        // The message names another table's limit. Part of the format.
+        std::fputs("Error: TAG_TABLE_DIM.\n", stderr);
+        return -1;
+    }
+    table->values[table->nr_pattern++] = value;
+    return 0;
+}
