@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "pdata_config.h"
 #include "tlv_description.h"
 
 namespace
@@ -120,15 +121,7 @@ pdata_status_t pdata_compiler_config(std::span<const uint8_t> in_tlv, pdb_list_t
 pdata_status_t pdata_compiler_config_type(uint32_t tlv_type, pdb_type_t pdb_type,
                                           std::span<const uint8_t> in_tlv, pdb_t *pdb_out)
 {
-    std::span<const uint8_t> record;
-    const pdata_status_t status = tlv_record_search(tlv_type, in_tlv, &record);
-    if (status != PDATA_SUCCESS)
-        return status;
-    csa_buf_t copy;
-    if (!csa_buf_alloc(copy, record.size()))
-        return PDATA_ERR_NO_MEMORY;
-    std::copy(record.begin(), record.end(), copy.begin());
-    return pdb_header_set(pdb_out, pdb_type, std::move(copy)) ? PDATA_SUCCESS : PDATA_ERR_NO_MEMORY;
+    return pdata_config_type_search(in_tlv, tlv_type, pdb_type, pdb_out);
 }
 
 pdata_status_t pdata_compiler_fill_pdb_list(const char *pdb_list, pdb_in_list_t *pdb_in,

@@ -260,8 +260,8 @@ pdata_status_t protodesc_get_ruledesc(const protodesc_t &protodesc, uint32_t ind
     if (status != PDATA_SUCCESS)
         return status;
     protodesc_record_t rule;
-    const uint32_t at = protodesc_word(protodesc.proto_rules_offset, index);
-    if (!protodesc_record_at(protodesc.proto_rules, protodesc.proto_rules_len, at, &rule) ||
+    if (!protodesc_record_in_list(protodesc.proto_rules, protodesc.proto_rules_len,
+                                  protodesc.proto_rules_offset, index, &rule) ||
         !ruledesc_read(rule, ruledesc))
         return pdata_fail(PDATA_ERR_INVALID_ARGUMENT,
                           "Cannot get rule desc at index %d for proto id %d, len mismatch",

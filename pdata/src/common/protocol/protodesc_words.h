@@ -50,6 +50,25 @@ inline bool protodesc_record_at(const uint8_t *words, uint32_t total, uint32_t a
     return record->len <= total - at - 1;
 }
 
+/// Takes record `index` of a list whose word offsets stand in a list of their own. The records of
+/// a list follow one another: one that begins within the record before it is refused as well, so
+/// that a walk over a list costs no more than the list is long.
+inline bool protodesc_record_in_list(const uint8_t *words, uint32_t total, const uint8_t *offsets,
+                                     uint32_t index, protodesc_record_t *record)
+{
+    const uint32_t at = protodesc_word(offsets, index);
+    if (index != 0) {
+        protodesc_record_t before;
+        const uint32_t at_before = protodesc_word(offsets, index - 1);
+        if (!protodesc_record_at(words, total, at_before, &before) || at <= at_before ||
+            at - at_before <= before.len) {
+            *record = {};
+            return false;
+        }
+    }
+    return protodesc_record_at(words, total, at, record);
+}
+
 struct ruledesc_t;
 
 /// Reads the value of a rule's record into a view; false when it is damaged.

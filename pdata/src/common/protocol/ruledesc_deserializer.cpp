@@ -236,8 +236,8 @@ pdata_status_t ruledesc_get_sub_ruledesc(const ruledesc_t &ruledesc, uint32_t in
     if (index >= ruledesc.rule_nr_srules)
         return pdata_fail(PDATA_ERR_INVALID_ARGUMENT, "sub rule index is out of bounds");
     protodesc_record_t sub_rule;
-    const uint32_t at = protodesc_word(ruledesc.rule_srules_offset, index);
-    if (!protodesc_record_at(ruledesc.rule_srules, ruledesc.rule_srules_len, at, &sub_rule) ||
+    if (!protodesc_record_in_list(ruledesc.rule_srules, ruledesc.rule_srules_len,
+                                  ruledesc.rule_srules_offset, index, &sub_rule) ||
         !read_children(sub_rule, read_sub_rule_record, sub_ruledesc))
         return pdata_fail(PDATA_ERR_INVALID_ARGUMENT, "Len mismatch, cannot serialize");
     return PDATA_SUCCESS;
@@ -279,8 +279,8 @@ pdata_status_t sub_ruledesc_get_attrdesc(const sub_ruledesc_t &sub_ruledesc, uin
                           "index %d out of bounds, cannot retrieve attribute for sub rule",
                           static_cast<int>(index));
     protodesc_record_t attr;
-    const uint32_t at = protodesc_word(sub_ruledesc.srule_attrs_offset, index);
-    if (!protodesc_record_at(sub_ruledesc.srule_attrs, sub_ruledesc.srule_attrs_len, at, &attr) ||
+    if (!protodesc_record_in_list(sub_ruledesc.srule_attrs, sub_ruledesc.srule_attrs_len,
+                                  sub_ruledesc.srule_attrs_offset, index, &attr) ||
         !read_attr(attr, attrdesc))
         return pdata_fail(PDATA_ERR_INVALID_ARGUMENT,
                           "Cannot get attribute descriptor, Tlv len mismatch");

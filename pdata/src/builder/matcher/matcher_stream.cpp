@@ -1,0 +1,303 @@
+#include "matcher_stream.h"
+
+#include <algorithm>
+#include <string>
+
+#include "json_tools.h"
+#include "rexpand.h"
+#include "tlv_description.h"
+
+namespace
+{
+
+pdata_status_t pattern_status(int ret)
+{
+    return module_err2pdata_status(PDATA_MODULE_STREAM_PATTERN, ret);
+}
+
+/// A value is stored and matched without a final 0 byte.
+std::string_view without_final_zero(std::string_view value)
+{
+    if (!value.empty() && value.back() == '\0')
+        value.remove_suffix(1);
+    return value;
+}
+
+/// A piece proves nothing when it is empty or made of 1 to 3 zero bytes.
+bool is_mandatory(const rexpand_pattern_t &piece)
+{
+    return piece.str.size() > 3 ||
+           std::any_of(piece.str.begin(), piece.str.end(), [](char c) { return c != '\0'; });
+}
+
+/// How a kind of piece is registered and noted.
+struct piece_kind {
+    pattern_type_t type;
+    uint32_t flag;
+};
+
+piece_kind kind_of(rexpand_pattern_type_t type)
+{
+    switch (type) {
+    case REXPAND_TYPE_PREFIX:
+        return {PATTERN_PREFIX, MATCHER_MAP_PREFIX};
+    case REXPAND_TYPE_SUFFIX:
+        return {PATTERN_SUFFIX, MATCHER_MAP_SUFFIX};
+    case REXPAND_TYPE_EXACT:
+        return {PATTERN_EXACT, MATCHER_MAP_EXACT};
+    default:
+        return {PATTERN_REGULAR, MATCHER_MAP_REGULAR};
+    }
+}
+
+/// Takes the next private id and stores its entry.
+pdata_status_t take_private_id(matcher_build *matcher, const matcher_map_build_t &entry,
+                               uint32_t *private_id)
+{
+    *private_id = matcher->curr_prv_id++;
+    if ((*private_id & MATCHER_PRIVATE_INDEX) >= matcher->max_prv_id)
+        return pdata_fail(PDATA_ERR_OVERFLOW, "increase max_prv_id (%d)\n",
+                          static_cast<int>(matcher->max_prv_id));
+    matcher->map.push_back(entry);
+    return PDATA_SUCCESS;
+}
+
+pdata_status_t mindata_failure(uint32_t mindata, size_t pattern_len)
+{
+    return pdata_fail(PDATA_ERR_INVALID_ARGUMENT,
+                      "Invalid mindata value : mindata %d  < pattern_len %d",
+                      static_cast<int>(mindata), static_cast<int>(pattern_len));
+}
+
+pdata_status_t register_pattern(matcher_build *matcher, std::string_view bytes, uint32_t item_id,
+                                pattern_info info)
+{
+    info.pattern = bytes.data();
+    info.pattern_len = static_cast<uint32_t>(bytes.size());
+    info.item_id = item_id;
+    return pattern_status(
+        pattern_register(matcher->pattern, info, matcher->mindata_status, matcher->em_dispatch));
+}
+
+/// Stores a private entry that refers to the complete value.
+pdata_status_t matcher_register_l2(matcher_build *matcher, std::string_view value, uint32_t pub_id,
+                                   uint32_t flag, uint32_t *private_id)
+{
+    const pdata_status_t status = take_private_id(matcher, {pub_id, 0, flag, 0}, private_id);
+    if (status != PDATA_SUCCESS)
+        return status;
+    const int ret = hstring_get_offset(&matcher->hstring, csa_str(value), &matcher->map.back().off);
+    return module_err2pdata_status(PDATA_MODULE_HSTRING, ret);
+}
+
+/// Which piece of which permutation is registered; numbers from 1.
+struct piece_place {
+    uint32_t permutation;
+    uint32_t position;
+    uint32_t nb_pieces;
+};
+
+pdata_status_t register_piece(matcher_build *matcher, const rexpand_pattern_t &piece,
+                              const piece_place &place, uint32_t pub_id, pattern_info info)
+{
+    if (matcher->mindata_status == MINDATA_MANDATORY && info.mindata != 0 &&
+        piece.str.size() > info.mindata)
+        return mindata_failure(info.mindata, piece.str.size());
+    const piece_kind kind = kind_of(piece.type);
+    info.type = kind.type;
+    if (place.nb_pieces == 1 && kind.type == PATTERN_REGULAR)
+        return register_pattern(matcher, piece.str, pub_id, info);
+    uint32_t flag = kind.flag;
+    if (place.nb_pieces > 1)
+        flag |= (place.permutation & 0xFF) << 8 | (place.position & 0xFF) << 16 |
+                (place.nb_pieces & 0xFF) << 24;
+    uint32_t private_id;
+    const pdata_status_t status = take_private_id(matcher, {pub_id, 0, flag, 0}, &private_id);
+    if (status != PDATA_SUCCESS)
+        return status;
+    return register_pattern(matcher, piece.str, private_id, info);
+}
+
+/// A permutation whose pieces together are the value.
+pdata_status_t register_unmarked(matcher_build *matcher, const rexpand_permutation &permutation,
+                                 uint32_t number, uint32_t pub_id, const pattern_info &info)
+{
+    const auto nb_pieces = static_cast<uint32_t>(permutation.patterns.size());
+    if (info.preempt != 0 && nb_pieces > 1)
+        return pdata_fail(PDATA_ERR_INVALID_ARGUMENT,
+                          "Invalid preempt pattern : contain %d permutation ",
+                          static_cast<int>(nb_pieces));
+    for (uint32_t j = 0; j < nb_pieces; ++j) {
+        const pdata_status_t status = register_piece(matcher, permutation.patterns[j],
+                                                     {number, j + 1, nb_pieces}, pub_id, info);
+        if (status != PDATA_SUCCESS)
+            return status;
+    }
+    return PDATA_SUCCESS;
+}
+
+/// Returns the longest piece that may stand for a marked permutation, the first of equal length,
+/// or null.
+const rexpand_pattern_t *longest_piece(const rexpand_permutation &permutation)
+{
+    const rexpand_pattern_t *longest = nullptr;
+    for (const rexpand_pattern_t &piece : permutation.patterns)
+        if (is_mandatory(piece) && piece.flag != REXPAND_FLAG_L2_REQUIRED &&
+            (longest == nullptr || piece.str.size() > longest->str.size()))
+            longest = &piece;
+    return longest;
+}
+
+bool is_marked(const rexpand_permutation &permutation)
+{
+    return (permutation.flag & REXPAND_FLAG_L2_REQUIRED) != 0 ||
+           !std::all_of(permutation.patterns.begin(), permutation.patterns.end(), is_mandatory);
+}
+
+/// Registers the permutations of a value, and tells whether the value needs a catch-all entry.
+pdata_status_t register_permutations(matcher_build *matcher, const rexpand_permutation_list &list,
+                                     std::string_view value, uint32_t pub_id, pattern_info info,
+                                     bool *catch_all)
+{
+    uint32_t number = 0;
+    for (const rexpand_permutation &permutation : list) {
+        pdata_status_t status = PDATA_SUCCESS;
+        if (!is_marked(permutation)) {
+            if (permutation.patterns.empty()) {
+                *catch_all = true;
+                break;
+            }
+            status = register_unmarked(matcher, permutation, ++number, pub_id, info);
+        } else if (const rexpand_pattern_t *piece = longest_piece(permutation)) {
+            uint32_t private_id;
+            info.type = PATTERN_REGULAR;
+            status = matcher_register_l2(matcher, value, pub_id, 0, &private_id);
+            if (status == PDATA_SUCCESS)
+                status = register_pattern(matcher, piece->str, private_id, info);
+        } else {
+            *catch_all = true;
+        }
+        if (status != PDATA_SUCCESS)
+            return status;
+    }
+    return PDATA_SUCCESS;
+}
+
+int hex_digit(char c)
+{
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    if ((c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'))
+        return (c | 0x20) - 'a' + 10;
+    return -1;
+}
+
+/// Replaces the escapes of a value by their bytes.
+pdata_status_t unescape(std::string_view value, std::string *bytes)
+{
+    for (size_t i = 0; i < value.size(); ++i) {
+        if (value[i] != '\\') {
+            bytes->push_back(value[i]);
+            continue;
+        }
+        const std::string_view rest = value.substr(i + 1);
+        const int high = rest.size() > 2 ? hex_digit(rest[1]) : -1;
+        const int low = rest.size() > 2 ? hex_digit(rest[2]) : -1;
+        if (rest.empty() || (rest[0] == 'x' && (high < 0 || low < 0)))
+            return pdata_fail(PDATA_ERR_INVALID_ARGUMENT,
+                              "INTERFACE_BUILDER_STREAM :Pattern \"%.*s\" contains an invalid "
+                              "escaped sequence.\n",
+                              static_cast<int>(rest.size()), rest.data());
+        if (rest[0] == 'x') {
+            bytes->push_back(static_cast<char>(high * 16 + low));
+            i += 3;
+        } else {
+            bytes->push_back(char_escaped(rest[0]));
+            i += 1;
+        }
+    }
+    return PDATA_SUCCESS;
+}
+
+pdata_status_t matcher_serialize_pattern(const matcher_build &matcher, tlv_sink_t &sink)
+{
+    const size_t header = tlv_open_record(sink);
+    pattern_serialize(matcher.pattern, sink);
+    return tlv_close_record(sink, header, TLV_TYPE_MATCHER_AC);
+}
+
+pdata_status_t matcher_serialize_l2(const matcher_build &matcher, tlv_sink_t &sink)
+{
+    const size_t header = tlv_open_record(sink);
+    for (const matcher_map_build_t &entry : matcher.map) {
+        tlv_sink_put(sink, entry.pub_id, 4);
+        tlv_sink_put(sink, entry.off, 4);
+        tlv_sink_put(sink, entry.flag, 4);
+        tlv_sink_put(sink, entry.re_id, 4);
+    }
+    return tlv_close_record(sink, header, TLV_TYPE_MATCHER_L2);
+}
+
+pdata_status_t matcher_serialize_string(const matcher_build &matcher, tlv_sink_t &sink)
+{
+    const size_t header = tlv_open_record(sink);
+    const uint32_t size = hstring_get_size(matcher.hstring);
+    uint8_t *at = tlv_sink_take(sink, size);
+    if (at != nullptr)
+        if (const int ret = hstring_serialize(matcher.hstring, {at, size}); ret != 0)
+            return module_err2pdata_status(PDATA_MODULE_HSTRING, ret);
+    return tlv_close_record(sink, header, TLV_TYPE_MATCHER_STRING);
+}
+
+} // namespace
+
+pdata_status_t matcher_register_stream(matcher_build *matcher, const matcher_data_t &data,
+                                       uint32_t item_id, pattern_info info)
+{
+    const std::string_view value = without_final_zero(data.pattern);
+    rexpand_permutation_list list;
+    if (const int ret = rexpand_process(value, matcher->max_perm, nullptr, &list); ret != 0)
+        return pattern_status(ret);
+    info.offset = static_cast<type_offset>(data.pattern_offset);
+    bool catch_all = false;
+    pdata_status_t status = register_permutations(matcher, list, value, item_id, info, &catch_all);
+    rexpand_permutation_list_destroy(&list);
+    if (status == PDATA_SUCCESS && catch_all) {
+        uint32_t private_id;
+        status = matcher_register_l2(matcher, value, item_id, MATCHER_MAP_CATCH_ALL, &private_id);
+    }
+    return status;
+}
+
+pdata_status_t matcher_register_stream_offset(matcher_build *matcher, const matcher_data_t &data,
+                                              uint32_t item_id, pattern_info info)
+{
+    const std::string_view value = without_final_zero(data.pattern);
+    if (value.empty())
+        return PDATA_ERR_INVALID_ARGUMENT;
+    std::string bytes;
+    pdata_status_t status = unescape(value, &bytes);
+    if (status != PDATA_SUCCESS)
+        return status;
+    info.type = PATTERN_OFFSET;
+    info.offset = static_cast<type_offset>(data.pattern_offset);
+    // Here equality is refused, which a value without an offset may have. Part of the format.
+    if (matcher->mindata_status == MINDATA_MANDATORY && info.mindata != 0 &&
+        bytes.size() >= info.mindata)
+        return mindata_failure(info.mindata, bytes.size());
+    uint32_t private_id;
+    status = take_private_id(matcher, {item_id, 0, MATCHER_MAP_PREFIX, 0}, &private_id);
+    if (status != PDATA_SUCCESS)
+        return status;
+    return register_pattern(matcher, bytes, private_id, info);
+}
+
+pdata_status_t matcher_serialize_stream(const matcher_build &matcher, tlv_sink_t &sink)
+{
+    pdata_status_t status = matcher_serialize_pattern(matcher, sink);
+    if (status == PDATA_SUCCESS)
+        status = matcher_serialize_l2(matcher, sink);
+    if (status == PDATA_SUCCESS)
+        status = matcher_serialize_string(matcher, sink);
+    return status;
+}

@@ -1,0 +1,186 @@
+#include "pdb_matcher_build.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "pdb_attr_properties.h"
+#include "pdb_matcher_setup.h"
+#include "pdb_rule_build.h"
+
+namespace
+{
+
+constexpr std::string_view REFERER = "referer";
+
+bool is_stream(matcher_type_t type)
+{
+    return type == MATCHER_TYPE_STREAM;
+}
+
+/// Takes the next piece between commas from the front of `rest`; empty when there is none.
+std::string_view next_token(std::string_view *rest)
+{
+    const size_t start = std::min(rest->find_first_not_of(','), rest->size());
+    rest->remove_prefix(start);
+    const std::string_view token = rest->substr(0, rest->find(','));
+    rest->remove_prefix(token.size());
+    return token;
+}
+
+/// What a token becomes.
+pdata_status_t convert_token(const pdb_matcher_run_t &run, const pdb_matcher_elt &elt,
+                             std::string_view token, matcher_data_t *data)
+{
+    if (is_stream(run.matcher_type)) {
+        data->pattern = csa_str_view(elt.matcher_elt_val);
+        data->pattern_offset = elt.matcher_elt_pattern_offset;
+        return PDATA_SUCCESS;
+    }
+    data->pattern = token;
+    const transformer_fct transformer = run.list.matcher_list_info;
+    const int ret = transformer(csa_str(token), INEQUATION_NONE, &data->left, &data->right);
+    if (ret == 0)
+        return PDATA_SUCCESS;
+    pdata_diag_error(__LINE__, "pdb_matcher_build_register",
+                     "matcher_transformer failed (type:%u) (elt_val:%.*s)\n", run.matcher_type,
+                     elt.matcher_elt_val.str_len, elt.matcher_elt_val.str_buf);
+    return module_err2pdata_status(PDATA_MODULE_NUMBER, ret);
+}
+
+/// One line of the log of values.
+void pdb_matcher_register_print(const pdb_matcher_run_t &run, const pdb_matcher_elt &elt,
+                                uint32_t item_id)
+{
+    const matcher_key_t &key = run.list.matcher_list_key;
+    protodesc_t protocol;
+    if (pdb_rule_build_get_proto(run.pg, elt.matcher_elt_idx.item_proto_idx, &protocol) !=
+        PDATA_SUCCESS) {
+        pdata_diag_error(__LINE__, "pdb_matcher_register_print",
+                         "pdb_rule_build_get_proto: protocol not found.\n");
+        return;
+    }
+    std::fprintf(run.pdb_build->pdb_build_pattern_fd,
+                 "%s-%.*s-%-20.*s\t%-7u\t%-5u\t%-8u\t%-8u\t%.*s\n", attr_way2str(key.key_way),
+                 key.key_proto.str_len, key.key_proto.str_buf, key.key_attr.str_len,
+                 key.key_attr.str_buf, item_id, protodesc_get_ns(protocol),
+                 protodesc_get_id(protocol), elt.matcher_elt_idx.item_rule_idx,
+                 elt.matcher_elt_val.str_len, elt.matcher_elt_val.str_buf);
+}
+
+/// Makes a value an item of its rule.
+pdata_status_t add_rule_item(pdb_matcher_run_t *run, const pdb_matcher_elt &elt, uint32_t item_id)
+{
+    pdb_build_t *pdb_build = run->pdb_build;
+    const std::string_view attr = csa_str_view(run->list.matcher_list_key.key_attr);
+    const pdb_rule_key_t key = {elt.matcher_elt_idx.item_proto_idx,
+                                elt.matcher_elt_idx.item_rule_idx};
+    const pdb_rule_item_t item = {item_id, attr.substr(0, REFERER.size()) == REFERER ? 1U : 0U,
+                                  elt.srule_id,
+                                  is_stream(run->matcher_type) ? elt.matcher_elt_val.str_len : 0U};
+    const pdata_status_t status =
+        pdb_rule_tab_add(&pdb_build->pdb_build_rule_tab, key, item, &pdb_build->pdb_build_nr_rule,
+                         pdb_build->pdb_build_config->rule_max_attr);
+    if (status != PDATA_SUCCESS) {
+        pdata_diag_error(__LINE__, "pdb_matcher_build_register", "pdb_rule_tab_add failed.\n");
+        return status;
+    }
+    pdb_build->pdb_build_item_id = item_id + 1;
+    if (pdb_build->pdb_build_pattern_fd != nullptr)
+        pdb_matcher_register_print(*run, elt, item_id);
+    return PDATA_SUCCESS;
+}
+
+/// Hands one token to the matcher.
+pdata_status_t register_token(pdb_matcher_run_t *run, const pdb_matcher_elt &elt,
+                              std::string_view token, uint32_t *item_id, bool forced)
+{
+    matcher_data_t data;
+    pdata_status_t status = convert_token(*run, elt, token, &data);
+    if (status != PDATA_SUCCESS)
+        return status;
+    pattern_info info;
+    status = pdb_matcher_get_pattern_info(run->pg, elt, run->list.matcher_list_key.key_way,
+                                          run->matcher.mindata_status, &info);
+    if (status == PDATA_SUCCESS)
+        status = pdata_sig_export_set_context(run->sig_export, elt.matcher_elt_idx.item_proto_idx,
+                                              elt.matcher_elt_idx.item_rule_idx);
+    if (status != PDATA_SUCCESS)
+        return status;
+    status = matcher_register(&run->matcher, data, item_id, forced, info, run->sig_export);
+    if (status != PDATA_SUCCESS)
+        pdata_diag_error(__LINE__, "pdb_matcher_build_register",
+                         "matcher_register failed (type:%u) (elt_val:%.*s)\n", run->matcher_type,
+                         elt.matcher_elt_val.str_len, elt.matcher_elt_val.str_buf);
+    return status;
+}
+
+/// Builds the matcher of a list and serializes it.
+pdata_status_t build_list(pdb_matcher_run_t *run, const csa_dump_t &dump)
+{
+    pdb_matcher_list_t &list = run->list;
+    pdata_status_t status =
+        pdb_matcher_build_init(*run->pdb_build, &run->matcher, &run->matcher_type, &list);
+    if (status != PDATA_SUCCESS)
+        return status;
+    const matcher_key_t &key = list.matcher_list_key;
+    if (pdata_sig_export_matcher_prepare(run->sig_export, &key.key_proto, &key.key_attr,
+                                         key.key_way) != PDATA_SUCCESS)
+        return PDATA_ERR_SIG_EXPORT;
+    for (auto elt = list.matcher_elts.rbegin(); elt != list.matcher_elts.rend(); ++elt) {
+        status = pdb_matcher_build_register(run, &*elt);
+        if (status != PDATA_SUCCESS)
+            return status;
+    }
+    status = matcher_finalize(&run->matcher);
+    if (status != PDATA_SUCCESS)
+        return status;
+    if (pdata_sig_export_matcher_finalize(run->sig_export) != PDATA_SUCCESS)
+        return PDATA_ERR_SIG_EXPORT;
+    return pdb_matcher_build_serialize(run->pdb_build, run->matcher, key, dump);
+}
+
+} // namespace
+
+pdata_status_t pdb_matcher_build_register(pdb_matcher_run_t *run, pdb_matcher_elt *elt)
+{
+    std::string_view rest = csa_str_view(elt->matcher_elt_val);
+    const pdb_matcher_elt *twin = elt->matcher_elt_force;
+    uint32_t item_id = twin == nullptr ? 0 : twin->matcher_elt_force_id;
+    bool forced = item_id != 0;
+    for (std::string_view token = next_token(&rest); !token.empty(); token = next_token(&rest)) {
+        pdata_status_t status = register_token(run, *elt, token, &item_id, forced);
+        if (status != PDATA_SUCCESS)
+            return status;
+        if (forced) {
+            if (is_stream(run->matcher_type))
+                break;
+            continue;
+        }
+        if (twin != nullptr && elt->matcher_elt_force_id == 0)
+            elt->matcher_elt_force_id = item_id;
+        status = add_rule_item(run, *elt, item_id);
+        if (status != PDATA_SUCCESS)
+            return status;
+        forced = !is_stream(run->matcher_type);
+    }
+    return PDATA_SUCCESS;
+}
+
+pdata_status_t pdb_matcher_build(pdb_build_t *pdb_build, const pdb_pg &pg, const csa_dump_t &dump,
+                                 pdata_sig_export_t *sig_export)
+{
+    auto &lists = pdb_build->pdb_build_matcher_tab.matcher_lists;
+    for (auto list = lists.rbegin(); list != lists.rend(); ++list) {
+        pdb_matcher_run_t run = {pdb_build, pg, sig_export, *list, {}, MATCHER_TYPE_UNKNOWN};
+        const pdata_status_t status = build_list(&run, dump);
+        matcher_build_clean(&run.matcher);
+        if (status != PDATA_SUCCESS)
+            return status;
+    }
+    pdata_status_t status = pdb_matcher_build_serialize_hstring(pdb_build);
+    if (status == PDATA_SUCCESS)
+        status = pdb_matcher_build_serialize_header(pdb_build);
+    if (status != PDATA_SUCCESS)
+        pdata_diag_error(__LINE__, __func__, "pdb_matcher_build_serialize_list failed.\n");
+    return status;
+}

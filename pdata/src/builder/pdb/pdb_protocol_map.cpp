@@ -1,0 +1,125 @@
+#include "pdb_protocol_map.h"
+
+#include <exception>
+
+namespace
+{
+
+/// Interns a name into a cell. Rows behind the last one are interned and not stored.
+pdata_status_t set_cell(protocol_build_map_t *map, std::vector<uint32_t> &cells, size_t cell,
+                        csa_str_t name)
+{
+    uint32_t offset = 0;
+    const int ret = hstring_get_offset(&map->map_hstring, name, &offset);
+    if (ret == 0 && cell < cells.size())
+        cells[cell] = offset;
+    return module_err2pdata_status(PDATA_MODULE_HSTRING, ret);
+}
+
+pdata_status_t add_path(protocol_build_map_t *map, size_t row, csa_str_t proto_name,
+                        const ruledesc_t &rule, const hstring_t &hstring)
+{
+    const uint32_t nr_path = ruledesc_get_path_nr(rule);
+    if (nr_path > map->rule_max_path)
+        return pdata_fail(PDATA_ERR_OVERFLOW, "maximum protocol id number (%u) reached --> (%u)",
+                          map->rule_max_path, nr_path);
+    const size_t first = row * map->rule_max_path;
+    if (nr_path == 0)
+        return set_cell(map, map->map_proto_id, first, proto_name);
+    for (uint32_t i = 0; i < nr_path; ++i) {
+        csa_str_t name;
+        pdata_status_t status = ruledesc_get_path_elt(rule, i, hstring, &name);
+        if (status == PDATA_SUCCESS)
+            status = set_cell(map, map->map_proto_id, first + i, name);
+        if (status != PDATA_SUCCESS)
+            return status;
+    }
+    return PDATA_SUCCESS;
+}
+
+/// The name of sub-rule 1, if there is one, comes in front of that of sub-rule 0.
+pdata_status_t add_bottoms(protocol_build_map_t *map, std::vector<uint32_t> &cells, size_t row,
+                           const csa_str_t (&names)[2])
+{
+    size_t cell = row * map->rule_max_subrules;
+    if (names[1].str_len != 0) {
+        const pdata_status_t status = set_cell(map, cells, cell++, names[1]);
+        if (status != PDATA_SUCCESS)
+            return status;
+    }
+    return set_cell(map, cells, cell, names[0]);
+}
+
+void put_words(tlv_sink_t &sink, const std::vector<uint32_t> &words)
+{
+    for (const uint32_t word : words)
+        tlv_sink_put(sink, word, 4);
+}
+
+} // namespace
+
+pdata_status_t pdb_protocol_map_init(protocol_build_map_t *map, uint32_t nr_rule,
+                                     uint32_t rule_max_path, uint32_t rule_max_subrules)
+{
+    pdb_protocol_map_clean(map);
+    try {
+        map->map_proto_id.assign(size_t{nr_rule} * rule_max_path, PDB_PROTOCOL_MAP_EMPTY);
+        map->map_bottom.assign(size_t{nr_rule} * rule_max_subrules, PDB_PROTOCOL_MAP_EMPTY);
+        map->map_real_bottom.assign(size_t{nr_rule} * rule_max_subrules, PDB_PROTOCOL_MAP_EMPTY);
+        map->map_vid.assign(nr_rule, PDB_PROTOCOL_MAP_EMPTY);
+    } catch (const std::exception &) {
+        pdb_protocol_map_clean(map);
+        return PDATA_ERR_NO_MEMORY;
+    }
+    map->map_nr_rule = nr_rule;
+    map->rule_max_path = rule_max_path;
+    map->rule_max_subrules = rule_max_subrules;
+    if (hstring_init(&map->map_hstring, 0) != 0) {
+        pdb_protocol_map_clean(map);
+        return PDATA_ERR_NO_MEMORY;
+    }
+    return PDATA_SUCCESS;
+}
+
+pdata_status_t pdb_protocol_map_add(protocol_build_map_t *map, uint32_t rule_id,
+                                    const pdb_protocol_map_names_t &names, const ruledesc_t &rule,
+                                    const hstring_t &hstring)
+{
+    const size_t row = size_t{rule_id} - 1;
+    pdata_status_t status = add_path(map, row, names.proto_name, rule, hstring);
+    if (status != PDATA_SUCCESS)
+        return status;
+    if (row >= map->map_nr_rule)
+        return PDATA_ERR_INVALID_ARGUMENT;
+    status = add_bottoms(map, map->map_bottom, row, names.bottom);
+    if (status == PDATA_SUCCESS)
+        status = add_bottoms(map, map->map_real_bottom, row, names.real_bottom);
+    if (status != PDATA_SUCCESS)
+        return status;
+    if (rule.rule_vid != PDB_PROTOCOL_MAP_EMPTY) {
+        map->map_vid_used = 1;
+        map->map_vid[row] = rule.rule_vid;
+    }
+    return PDATA_SUCCESS;
+}
+
+void pdb_protocol_map_serialize(const protocol_build_map_t &map, tlv_sink_t &sink)
+{
+    put_words(sink, map.map_proto_id);
+    put_words(sink, map.map_bottom);
+    put_words(sink, map.map_real_bottom);
+    if (map.map_vid_used)
+        put_words(sink, map.map_vid);
+}
+
+uint32_t pdb_protocol_map_get_size(const protocol_build_map_t &map)
+{
+    tlv_sink_t sink = tlv_sink_counting();
+    pdb_protocol_map_serialize(map, sink);
+    return static_cast<uint32_t>(sink.offset);
+}
+
+void pdb_protocol_map_clean(protocol_build_map_t *map)
+{
+    *map = {};
+}

@@ -1,0 +1,61 @@
+#include "rule_builder.h"
+
+#include <algorithm>
+#include <exception>
+
+namespace
+{
+
+/// Gives the items of one sub-rule their bits. Returns whether one of them is a referer.
+bool register_sub_rule(rule_builder_t *rule_builder, const rule_registration_t &rule,
+                       uint32_t sub_rule, rule_builder_entry &entry, uint16_t *bitset_pos)
+{
+    bool referer = false;
+    for (size_t i = 0; i < rule.items.size(); ++i) {
+        if (rule.sub_rules[i] != sub_rule || rule.items[i] == 0)
+            continue;
+        entry.items[i] = {rule.items[i], (*bitset_pos)++};
+        entry.bitset_full = entry.bitset_full * 2 + 1;
+        rule_builder->nb_items = std::max(rule_builder->nb_items, rule.items[i] + 1);
+        referer = referer || (rule.items.size() > 1 && rule.referers[i] == 1);
+    }
+    return referer;
+}
+
+} // namespace
+
+void rule_builder_init(rule_builder_t *rule_builder)
+{
+    *rule_builder = {};
+}
+
+pdata_status_t rule_builder_register(rule_builder_t *rule_builder, const rule_registration_t &rule,
+                                     uint32_t *rule_id)
+{
+    const auto nb_items = static_cast<uint32_t>(rule.items.size());
+    if (nb_items > RULE_MAX_ITEM)
+        return pdata_fail(PDATA_ERR_INVALID_ARGUMENT, "Too many items when registering rule %u \n",
+                          nb_items);
+    try {
+        rule_builder->rules.emplace_back();
+    } catch (const std::exception &) {
+        return PDATA_ERR_NO_MEMORY;
+    }
+    rule_builder_entry &entry = rule_builder->rules.back();
+    entry.id = rule.flags << RULE_FLAG_SHIFT | ++rule_builder->nb_rules;
+    entry.priority = rule.priority;
+    entry.scope = rule.scope;
+    entry.nb_items = nb_items;
+    uint16_t bitset_pos = 0;
+    bool referer = register_sub_rule(rule_builder, rule, 0, entry, &bitset_pos);
+    referer = register_sub_rule(rule_builder, rule, 1, entry, &bitset_pos) || referer;
+    if (referer)
+        entry.bitset_full |= RULE_BITSET_REFERER;
+    *rule_id = rule_builder->nb_rules;
+    return PDATA_SUCCESS;
+}
+
+void rule_builder_clean(rule_builder_t *rule_builder)
+{
+    *rule_builder = {};
+}

@@ -1,0 +1,91 @@
+/// The rule builder: every rule becomes entries of the run-time rule engine.
+///
+/// The engine is handed item ids by the matchers. Its table holds, per item id, the rule that owns
+/// the item and the bit that the item stands for; a rule fires once all its bits are set.
+///
+/// Serialized (the value of a rule engine record): a record of type TLV_TYPE_RULE_TABLE with
+/// `nb_items` slots of four words, slot k describing item id k: rule id, priority, scope, and the
+/// rule's full bitset with the position of the item's bit in its upper half. Slots of ids that no
+/// rule owns, at least slot 0, are zero.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "pdata_error.h"
+#include "tlv_sink.h"
+
+/// Items of one rule.
+constexpr uint32_t RULE_MAX_ITEM = 16;
+
+/// Flags in bits 31 to 28 of a rule id: the rule's parameters, 0 to 7, and the fast-pass bit.
+constexpr uint32_t RULE_FLAG_SHIFT = 28;
+constexpr uint32_t RULE_FLAG_FASTPASS = 8;
+constexpr uint32_t RULE_PARAMS_MAX = 7;
+
+/// Set in the full bitset of a rule of several items one of which is a referer.
+constexpr uint32_t RULE_BITSET_REFERER = 0x80000000;
+
+/// Inside a rule engine record.
+enum tlv_rule_engine_type_t : uint32_t {
+    TLV_TYPE_RULE_TABLE = 1,
+};
+
+/// One item of a registered rule; an id of 0 marks an unused slot.
+struct rule_item {
+    uint32_t id = 0;
+    uint16_t bitset_pos = 0;
+};
+
+/// One registered rule.
+struct rule_builder_entry {
+    uint32_t id = 0; ///< bits 27 to 0: sequence number from 1; bits 31 to 28: flags
+    uint32_t priority = 0;
+    uint32_t scope = 0;
+    uint32_t bitset_full = 0; ///< one bit per item, from bit 0 upward
+    uint32_t nb_items = 0;
+    std::array<rule_item, RULE_MAX_ITEM> items{};
+};
+
+struct rule_builder_t {
+    uint32_t nb_items = 0;                 ///< one more than the largest item id
+    uint32_t nb_rules = 0;                 ///< also the sequence number handed out last
+    std::vector<rule_builder_entry> rules; ///< in the order of registration
+};
+
+/// A rule to register: per item, its id, whether it is a referer (1 or 0), and the index of the
+/// sub-rule that it belongs to. The three spans are equally long.
+struct rule_registration_t {
+    std::span<const uint32_t> items;
+    std::span<const uint32_t> referers;
+    std::span<const uint32_t> sub_rules;
+    uint32_t priority;
+    uint32_t flags;
+    uint32_t scope;
+};
+
+/// Empties a builder.
+void rule_builder_init(rule_builder_t *rule_builder);
+
+/// Registers a rule and gives its sequence number. Bits go to the items of sub-rule 0 first, then
+/// to those of sub-rule 1, in slot order; other items get none.
+///
+/// Returns PDATA_ERR_INVALID_ARGUMENT with a message for more than RULE_MAX_ITEM items, and
+/// PDATA_ERR_NO_MEMORY.
+[[nodiscard]] pdata_status_t rule_builder_register(rule_builder_t *rule_builder,
+                                                   const rule_registration_t &rule,
+                                                   uint32_t *rule_id);
+
+/// Returns the size in bytes of the serialized table.
+uint32_t rule_builder_get_size(const rule_builder_t &rule_builder);
+
+/// Writes the table into `buf`, which must be zero-filled. PDATA_ERR_INVALID_ARGUMENT with a
+/// message for a buffer of another size, PDATA_ERR_RULE_ENGINE with a message for an item id
+/// beyond the table.
+[[nodiscard]] pdata_status_t rule_builder_serialize(const rule_builder_t &rule_builder,
+                                                    std::span<uint8_t> buf);
+
+/// Frees everything.
+void rule_builder_clean(rule_builder_t *rule_builder);
