@@ -1,0 +1,130 @@
+#include "plu_priv.h"
+#include "plu_protobuild.h"
+#include "protodesc_serializer.h"
+#include "tlv_description.h"
+
+namespace
+{
+
+/// Refuses protocols that no list can hold; what a later one would add is not built first.
+pdata_status_t check_list_size(size_t proto_size)
+{
+    tlv_sink_t list = tlv_sink_counting();
+    const size_t header = tlv_open_record(list);
+    (void)tlv_sink_take(list, proto_size);
+    return tlv_close_record(list, header, TLV_TYPE_PROTOGROUP_PROTOS);
+}
+
+/// Rebuilds the protocols of a group of the base.
+pdata_status_t pdata_update_proto_do_merge(pdata_commit_priv *priv, const plu_group_t &group,
+                                           protodesc_build_t *pb)
+{
+    const plu_strings_t strings = {group.pg_hstring, priv->ci_root_hstring};
+    return plu_for_each(group.protos, TLV_TYPE_PROTO, [&](std::span<const uint8_t> proto_tlv) {
+        protodesc_t proto;
+        pdata_status_t status = protodesc_deserialize(&proto, proto_tlv);
+        if (status != PDATA_SUCCESS)
+            return status;
+        protodesc_reset(pb);
+        plu_rule_index_reset(&priv->known);
+        status = plu_merge_proto_to_protobuild(pb, proto, strings, &priv->ci_nr_rules, nullptr);
+        if (status == PDATA_SUCCESS)
+            status = process_pending_actions(priv, protodesc_get_id(proto), pb);
+        if (status == PDATA_SUCCESS)
+            status = pdata_update_proto_serialize(priv, *pb);
+        return status;
+    });
+}
+
+/// Builds the protocols that the base lacks: bucket by bucket, the newest first.
+pdata_status_t pdata_update_proto_do_create(pdata_commit_priv *priv, protodesc_build_t *pb)
+{
+    for (const taq_action_list_t &bucket : priv->ci_pg.action_table.action_list) {
+        for (const action &entry : bucket.data) {
+            if (entry.a_type != ACTION_ADD)
+                continue;
+            const plu_strings_t strings = {entry.a_pg_hstring, entry.a_root_hstring};
+            protodesc_reset(pb);
+            pdata_status_t status = plu_merge_proto_to_protobuild(pb, entry.a_proto, strings,
+                                                                  &priv->ci_nr_rules, nullptr);
+            if (status == PDATA_SUCCESS)
+                status = pdata_update_proto_serialize(priv, *pb);
+            if (status != PDATA_SUCCESS)
+                return status;
+        }
+    }
+    return PDATA_SUCCESS;
+}
+
+/// Rebuilds one group of the base. The new protocols are created for each group. Part of the
+/// format; every pdb written here has one group.
+pdata_status_t pdata_update_commit_pg(pdata_commit_priv *priv, std::span<const uint8_t> group_tlv)
+{
+    plu_group_t group;
+    pdata_status_t status = pdata_update_pg_get(group_tlv, &group);
+    if (status != PDATA_SUCCESS)
+        return status;
+    protodesc_bounds_t bounds;
+    protodesc_populate_bounds(&bounds);
+    protodesc_build_t pb;
+    if (!protodesc_init(&pb, bounds, &priv->ci_pg.pg_hstring, &priv->ci_pg.ruletag_hstring))
+        return PDATA_ERR_NO_MEMORY;
+    status = pdata_update_proto_do_merge(priv, group, &pb);
+    if (status == PDATA_SUCCESS)
+        status = pdata_update_proto_do_create(priv, &pb);
+    protodesc_clean(&pb);
+    return status;
+}
+
+} // namespace
+
+pdata_status_t plu_commit_groups(pdata_commit_priv *priv)
+{
+    // A commit that failed before leaves its protocols and strings.
+    priv->ci_pg.pg_seria_protos.clear();
+    priv->ci_proto_size = 0;
+    priv->ci_nr_rules = 0;
+    if (hstring_init(&priv->ci_pg.pg_hstring, 0) != 0)
+        return PDATA_ERR_NO_MEMORY;
+    return plu_for_each(priv->groups, TLV_TYPE_PROTOGROUP, [&](std::span<const uint8_t> group) {
+        return pdata_update_commit_pg(priv, group);
+    });
+}
+
+pdata_status_t process_pending_actions(pdata_commit_priv *priv, uint32_t protoid,
+                                       protodesc_build_t *pb)
+{
+    for (const action *entry : plu_lookup_action_list(priv->ci_pg.action_table, protoid)) {
+        if (entry->a_type == ACTION_DEL_RULES) {
+            protodesc_reset_rules(pb);
+            plu_rule_index_reset(&priv->known);
+        } else if (entry->a_type == ACTION_UPDATE) {
+            const plu_strings_t strings = {entry->a_pg_hstring, entry->a_root_hstring};
+            const pdata_status_t status = plu_merge_proto_to_protobuild(
+                pb, entry->a_proto, strings, &priv->ci_nr_rules, &priv->known);
+            if (status != PDATA_SUCCESS)
+                return status;
+        }
+    }
+    return PDATA_SUCCESS;
+}
+
+pdata_status_t pdata_update_proto_serialize(pdata_commit_priv *priv, const protodesc_build_t &pb)
+{
+    const size_t proto_tlvlen = protodesc_get_tlv_size(pb);
+    pdata_status_t status = check_list_size(priv->ci_proto_size + 4 + proto_tlvlen);
+    if (status != PDATA_SUCCESS)
+        return status;
+    seria_proto proto;
+    if (!csa_buf_alloc(proto.proto_tlv, proto_tlvlen))
+        return PDATA_ERR_NO_MEMORY;
+    tlv_sink_t sink = tlv_sink_writing(proto.proto_tlv);
+    status = protodesc_emit(pb, sink);
+    if (status == PDATA_SUCCESS && (sink.failed || sink.offset != proto_tlvlen))
+        status = PDATA_ERR_INVALID_ARGUMENT;
+    if (status != PDATA_SUCCESS)
+        return status;
+    priv->ci_pg.pg_seria_protos.push_front(std::move(proto));
+    priv->ci_proto_size += 4 + proto_tlvlen;
+    return PDATA_SUCCESS;
+}

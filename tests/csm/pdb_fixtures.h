@@ -1,0 +1,191 @@
+/// Pdbs made from description texts, as the tests of merge and removal handle them.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "captured.h"
+#include "description_reader.h"
+#include "outcome.h"
+#include "pdata_serialize.h"
+
+/// A configuration without semantic checks whose tag table has these tags.
+inline pdata_cfg_t make_cfg(const std::string &tags)
+{
+    const std::string tag_table = "{\"tag_table\":{" + tags + "}}";
+    const std::string none = "{}";
+    pdata_cfg_t cfg = *pdata_cfg_get(nullptr);
+    cfg.ignore_sem = 1;
+    for (pdata_cfg_meta_t &meta : cfg.meta) {
+        if (meta.meta == PDATA_META_PDM && meta.type == PDATA_TYPE_TAG_TABLE)
+            meta.json.emplace(tag_table.begin(), tag_table.end());
+        else if (meta.meta == PDATA_META_SEM)
+            meta.json.emplace(none.begin(), none.end());
+    }
+    return cfg;
+}
+
+/// The list that a file with the pdb of a description text is read into: protocol descriptions,
+/// tags, main strings.
+inline pdb_list_t make_pdb(const std::string &protocols,
+                           const std::string &tags = "\"video\":1,\"audio\":2,\"zz\":3")
+{
+    const std::string text = "{\"protocols\":[" + protocols + "]}";
+    const pdata_cfg_t cfg = make_cfg(tags);
+    pdd_t pdd;
+    pdd.pdd_json.assign(text.begin(), text.end());
+    pdb_list_t made;
+    (void)stderr_of([&] {
+        EXPECT_EQ(outcome(pdata_serialize(&pdd, &made, &cfg, nullptr, PDATA_TYPE_PROTOCOL)), "0");
+    });
+    pdb_list_t pdb;
+    size_t n = 0;
+    for (const pdb_type_t type :
+         {PDB_TYPE_PROTOCOL_DESCRIPTION, PDB_TYPE_TAGS, PDB_TYPE_MAIN_HSTRING})
+        if (const pdb_t *part = pdata_pdb_type_find(made, type); part != nullptr)
+            pdb[n++] = *part;
+    return pdb;
+}
+
+/// A part over these bytes.
+inline pdb_t make_part(pdb_type_t type, std::vector<uint8_t> bytes)
+{
+    pdb_t part;
+    EXPECT_TRUE(pdb_header_set(&part, type, std::move(bytes)));
+    return part;
+}
+
+/// The list without its parts of that kind.
+inline pdb_list_t without(const pdb_list_t &pdb, pdb_type_t type)
+{
+    pdb_list_t out;
+    size_t n = 0;
+    for (const pdb_t &part : pdb)
+        if (part.pdb_type != type && part.pdb_type != PDB_TYPE_END)
+            out[n++] = part;
+    return out;
+}
+
+/// The list with another part in place of its part of the same kind.
+inline pdb_list_t with(pdb_list_t pdb, const pdb_t &part)
+{
+    for (pdb_t &one : pdb)
+        if (one.pdb_type == part.pdb_type)
+            one = part;
+    return pdb;
+}
+
+inline std::vector<uint8_t> bytes_of(const pdb_t &part)
+{
+    const std::span<const uint8_t> bytes = pdb_header_bytes(part);
+    return {bytes.begin(), bytes.end()};
+}
+
+/// The protocols of a part, its rule tags by the strings of `pdb`.
+inline std::vector<protocol_model> protocols_of(const pdb_t &part, const pdb_list_t &pdb)
+{
+    const pdb_t *strings = pdata_pdb_type_find(pdb, PDB_TYPE_MAIN_HSTRING);
+    const std::span<const uint8_t> bytes = pdb_header_bytes(*strings).subspan(4);
+    std::vector<protocol_model> protocols;
+    EXPECT_EQ(
+        outcome(read_protocols(pdb_header_bytes(part),
+                               {bytes.data(), static_cast<uint32_t>(bytes.size())}, &protocols)),
+        "0");
+    return protocols;
+}
+
+inline std::vector<protocol_model> protocols_of(const pdb_list_t &pdb)
+{
+    return protocols_of(pdb[0], pdb);
+}
+
+inline std::vector<protocol_model> sorted(std::vector<protocol_model> protocols)
+{
+    std::sort(protocols.begin(), protocols.end(),
+              [](const protocol_model &a, const protocol_model &b) { return a.id < b.id; });
+    return protocols;
+}
+
+/// Random description texts. Every rule has attributes, so that it says its scope itself.
+struct random_text {
+    std::mt19937 random;
+
+    explicit random_text(uint32_t seed) : random(seed) {}
+
+    uint32_t below(uint32_t end) { return static_cast<uint32_t>(random() % end); }
+
+    /// Appends an element of a list.
+    static void append(std::string &text, const std::string &element)
+    {
+        if (!text.empty() && text.back() == '}')
+            text += ',';
+        text += element;
+    }
+
+    /// "%" stands for the next of these numbers; each is random below its own.
+    std::string fill(const std::string &form, std::initializer_list<uint32_t> ends)
+    {
+        std::string text;
+        const uint32_t *end = ends.begin();
+        for (const char c : form) {
+            if (c == '%')
+                text += std::to_string(below(*end++));
+            else
+                text += c;
+        }
+        return text;
+    }
+
+    std::string sub_rule()
+    {
+        if (below(2) == 0)
+            return fill(R"({"protocol":"http","server":["h%","g%"],"user_agent":"a%"})",
+                        {30, 30, 3});
+        if (below(2) == 0)
+            return fill(R"({"protocol":"tcp","cts-stream_offset":{"offset":%,"pattern":"p%"},)"
+                        R"("mindata":%})",
+                        {5, 9, 9});
+        return fill(R"({"protocol":"tcp","port":"%"})", {60});
+    }
+
+    std::string rule(const std::string &name)
+    {
+        std::string text = fill(R"({"order":"%:%",)", {4, 9});
+        if (below(3) == 0)
+            text += R"("fastpass":true,)";
+        if (below(3) == 0)
+            text += R"("scope":["ssl","http"],"path":["ip",")" + name + R"("],)";
+        if (below(3) == 0)
+            text += R"("rule-tags":["video","audio"],)";
+        text += R"("rule":[)" + sub_rule();
+        if (below(3) == 0)
+            text += fill(R"(,{"protocol":"ip","address":["10.0.0.%","10.1.0.%"]})", {9, 9});
+        return text + "]}";
+    }
+
+    std::string protocol(uint32_t id)
+    {
+        std::string name = "p";
+        name += std::to_string(id & 0xFFFFFF);
+        std::string text = R"({"name":")" + name + R"(","id":)" + std::to_string(id);
+        text += fill(R"(,"version":{"major":%,"minor":%},"tags":{"family":"f%"})", {3, 9, 3});
+        text += R"(,"altname":")" + name + R"(x","cacheable":)";
+        text += below(2) == 0 ? "true" : "false";
+        text += R"(,"rules":[)";
+        for (uint32_t nr = below(8); nr > 0; --nr)
+            append(text, rule(name));
+        return text + "]}";
+    }
+
+    std::string protocols(uint32_t nr, uint32_t first)
+    {
+        std::string text;
+        for (uint32_t i = 0; i < nr; ++i)
+            append(text, protocol(first + i * 41));
+        return text;
+    }
+};
