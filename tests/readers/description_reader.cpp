@@ -37,10 +37,10 @@ std::string string_of(reading_t &reading,
 }
 
 template <typename View>
-std::vector<std::string>
-list_of(reading_t &reading, uint32_t nr,
-        pdata_status_t (*get)(const View &, uint32_t, const hstring_t &, csa_str_t *),
-        const View &view, const hstring_t &table)
+std::vector<std::string> list_of(reading_t &reading, uint32_t nr,
+                                 pdata_status_t (*get)(const View &, uint32_t, const hstring_t &,
+                                                       csa_str_t *),
+                                 const View &view, const hstring_t &table)
 {
     std::vector<std::string> list;
     csa_str_t str;
@@ -193,8 +193,8 @@ std::ostream &operator<<(std::ostream &out, const std::vector<std::string> &list
 
 void show(std::ostream &out, const sub_rule_model &sub_rule)
 {
-    out << "    sub-rule " << sub_rule.protocol << " (" << sub_rule.bottom_protocol << ") mindata stc "
-        << sub_rule.stc_mindata << " cts " << sub_rule.cts_mindata << "\n";
+    out << "    sub-rule " << sub_rule.protocol << " (" << sub_rule.bottom_protocol
+        << ") mindata stc " << sub_rule.stc_mindata << " cts " << sub_rule.cts_mindata << "\n";
     for (const attr_model &attr : sub_rule.attrs) {
         out << "      " << attr.name << " type " << attr.type << " way " << attr.way << " proto "
             << attr.proto << ":";

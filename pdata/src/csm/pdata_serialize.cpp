@@ -1,5 +1,8 @@
 #include "pdata_serialize.h"
 
+#include <new>
+#include <stdexcept>
+
 #include "json_tools.h"
 #include "protodesc_serializer.h"
 #include "tag_table_serialize.h"
@@ -197,6 +200,19 @@ pdata_status_t serialize_records(serialization_t &run, const pdd_t &pdd, const p
     return status == PDATA_SUCCESS ? count_record(run) : status;
 }
 
+/// The same; memory that runs out where no step looks for it is a status like any other.
+pdata_status_t serialize_records_guarded(serialization_t &run, const pdd_t &pdd,
+                                         const pdb_t *pdb_default, uint32_t proto_sem_type)
+{
+    try {
+        return serialize_records(run, pdd, pdb_default, proto_sem_type);
+    } catch (const std::bad_alloc &) {
+        return PDATA_ERR_NO_MEMORY;
+    } catch (const std::length_error &) {
+        return PDATA_ERR_NO_MEMORY;
+    }
+}
+
 } // namespace
 
 pdata_status_t pdata_serialize(const pdd_t *pdd, pdb_list_t *pdb, const pdata_cfg_t *cfg,
@@ -210,7 +226,7 @@ pdata_status_t pdata_serialize(const pdd_t *pdd, pdb_list_t *pdb, const pdata_cf
     pdata_status_t status =
         module_err2pdata_status(PDATA_MODULE_HSTRING, hstring_init(&run.hstring, 0));
     if (status == PDATA_SUCCESS)
-        status = serialize_records(run, *pdd, pdb_default, proto_sem_type);
+        status = serialize_records_guarded(run, *pdd, pdb_default, proto_sem_type);
     pdb_header_end(next_record(run));
     string_list_clean();
     return status;

@@ -1,5 +1,6 @@
 #include "pdata_serialize_ipbt.h"
 
+#include <new>
 #include <span>
 
 #include "csa_buf.h"
@@ -134,6 +135,16 @@ pdata_status_t ipbt_serialize_inputs(const ipbt_streams &streams, const pdata_cf
     return PDATA_SUCCESS;
 }
 
+pdata_status_t write_sources(const ipbt_streams &streams, const pdata_cfg_t &cfg)
+{
+    pdata_status_t status = ipbt_write_serialization_headers(streams);
+    if (status == PDATA_SUCCESS)
+        status = ipbt_serialize_inputs(streams, cfg);
+    if (status == PDATA_SUCCESS)
+        status = ipbt_write_serialization_accessor(streams);
+    return status;
+}
+
 } // namespace
 
 pdata_status_t ipbt_fill_tree_from_container(const ipbt_container_t &container, ipbt_ip4_tree *tree)
@@ -162,11 +173,9 @@ pdata_status_t pdata_serialize_ipbt(const pdata_cfg_t *cfg, text_stream_t *src, 
 {
     if (cfg == nullptr || src == nullptr || hdr == nullptr || src->size == 0 || hdr->size == 0)
         return pdata_fail(PDATA_ERR_INVALID_ARGUMENT, "IPBT : unable to serialize IPBT.\n");
-    const ipbt_streams streams = {src, hdr};
-    pdata_status_t status = ipbt_write_serialization_headers(streams);
-    if (status == PDATA_SUCCESS)
-        status = ipbt_serialize_inputs(streams, *cfg);
-    if (status == PDATA_SUCCESS)
-        status = ipbt_write_serialization_accessor(streams);
-    return status;
+    try {
+        return write_sources({src, hdr}, *cfg);
+    } catch (const std::bad_alloc &) { // a text that cannot grow, or the stack of a walk
+        return PDATA_ERR_NO_MEMORY;
+    }
 }

@@ -218,6 +218,8 @@ void protodesc_set_version_revision(protodesc_build_t *pb, uint32_t revision)
 
 void protodesc_set_nr_sub_rule(protodesc_build_t *pb, uint32_t nr_sub_rule)
 {
+    if (nr_sub_rule != 0)
+        (void)protodesc_slot(pb, nr_sub_rule - 1); // a slot in use exists
     pb->pb_nr_sub_rule = nr_sub_rule;
 }
 
@@ -358,6 +360,6 @@ uint32_t protocol_get_nr_sub_rule(const protodesc_build_t &pb, uint32_t start, u
         ++end;
     // Slots that were never used are free: their id is 0.
     if (end >= created && rule_id == 0)
-        end = pb.pb_max_rules;
+        end = std::max(end, pb.pb_max_rules);
     return end - start;
 }

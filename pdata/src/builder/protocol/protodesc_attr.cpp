@@ -106,6 +106,8 @@ pdata_status_t protodesc_add_attr_name_parsed(protodesc_build_t *pb, csa_str_t a
 uint32_t protodesc_find_attr_name(const protodesc_build_t &pb, uint32_t n_rule, csa_str_t attr_name,
                                   csa_attr_way_t way, uint32_t nr_attr)
 {
+    if (n_rule >= pb.pb_rules.size()) // a slot that was never used
+        return nr_attr;
     const ruledesc_build_t &slot = pb.pb_rules[n_rule];
     uint32_t index = 0;
     while (index < nr_attr && !(slot.rule_attr[index].attr_way == way &&

@@ -1,5 +1,6 @@
 #include "protodesc_builder.h"
 
+#include <exception>
 #include <string>
 
 #include "csa_protodef.h"
@@ -183,5 +184,9 @@ uint32_t get_protocol_id_from_name(const char *name, uint32_t len)
 {
     if (name == nullptr)
         return 0;
-    return dpi_proto_get_id_by_name(std::string(name, len).c_str());
+    try {
+        return dpi_proto_get_id_by_name(std::string(name, len).c_str());
+    } catch (const std::exception &) {
+        return 0;
+    }
 }

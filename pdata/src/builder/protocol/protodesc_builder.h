@@ -69,6 +69,6 @@ enum rule_scope_t : uint32_t {
 /// PDATA_ERR_INVALID_ARGUMENT without a message when no word does.
 [[nodiscard]] pdata_status_t process_scop_field(ruledesc_build_t *rule, csa_str_t scope);
 
-/// Returns the id of the built-in protocol of that name, 0 for an unknown one. The name ends at
-/// its first 0 byte.
+/// Returns the id of the built-in protocol of that name, 0 for an unknown one or when memory runs
+/// out. The name ends at its first 0 byte.
 uint32_t get_protocol_id_from_name(const char *name, uint32_t len);

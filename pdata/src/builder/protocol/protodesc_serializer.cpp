@@ -13,7 +13,7 @@ constexpr std::string_view SUPPORTED_VERSION = "See atlas for details";
 struct emission_t {
     const protodesc_build_t &pb;
     tlv_sink_t &sink;
-    bool with_strings; ///< strings are interned; else every string word is 0
+    bool with_strings; ///< else only sizes matter: a string word is 0 and nothing is refused
 };
 
 int shown(csa_str_t str)
@@ -153,10 +153,10 @@ pdata_status_t put_attr_values(emission_t &out, const attrdesc_build_t &attr)
 pdata_status_t put_attr(emission_t &out, const ruledesc_build_t &slot, const attrdesc_build_t &attr)
 {
     const uint32_t type = attr_tlv_type(attr.attr_type);
-    if (type == 0)
+    if (type == 0 && out.with_strings)
         return attr_failure("matcher type", slot, attr);
     const uint32_t way = attr_way_word(attr);
-    if (way == 0)
+    if (way == 0 && out.with_strings)
         return attr_failure("way", slot, attr);
     const size_t header = tlv_open_record(out.sink);
     put_word(out, way);

@@ -44,12 +44,20 @@ pdata_status_t pcap_gen_matcher_finalize(pdata_sig_export *sig_export)
 /// Returns the entry of the current rule, which comes into being with its first value.
 pcap_gen_entry &entry_of(const pdata_sig_export &sig_export, pcap_gen &data)
 {
-    const uint64_t key = static_cast<uint64_t>(sig_export.proto_id) << 32 | sig_export.nth_rule;
-    const auto [found, is_new] = data.entry_index.try_emplace(key, data.entries.size());
-    if (is_new)
-        data.entries.push_back(
-            {sig_export.proto_id, sig_export.proto_name, sig_export.nth_rule, {}});
-    return data.entries[found->second];
+    const uint32_t proto_id = sig_export.proto_id;
+    const uint64_t key = static_cast<uint64_t>(proto_id) << 32 | sig_export.nth_rule;
+    const auto found = data.entry_index.find(key);
+    if (found != data.entry_index.end())
+        return data.entries[found->second];
+    // The index names an entry only once the entry stands.
+    data.entries.push_back({proto_id, sig_export.proto_name, sig_export.nth_rule, {}});
+    try {
+        data.entry_index.emplace(key, data.entries.size() - 1);
+    } catch (...) {
+        data.entries.pop_back();
+        throw;
+    }
+    return data.entries.back();
 }
 
 pdata_status_t pcap_gen_element_register(pdata_sig_export *sig_export, const char *value,

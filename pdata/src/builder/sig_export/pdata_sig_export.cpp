@@ -1,5 +1,6 @@
 #include "pdata_sig_export.h"
 
+#include <array>
 #include <cstring>
 #include <exception>
 
@@ -20,10 +21,10 @@ const sig_list_row sig_list[] = {
      []() -> std::variant<signature_coverage, pcap_gen> { return pcap_gen{}; }},
 };
 
-/// A protocol of the compile.
+/// A protocol of the compile. The rows never move: exports point at the names.
 struct mapping_row {
     uint32_t id = 0;
-    std::string name;
+    std::array<char, PDATA_SIG_EXPORT_NAME_MAX + 1> name{};
 };
 
 std::deque<mapping_row> mapping;
@@ -46,8 +47,13 @@ std::unique_ptr<pdata_sig_export_t> pdata_sig_export_init(const char *name)
     for (const sig_list_row &row : sig_list) {
         if (std::strcmp(row.name, name) != 0)
             continue;
-        std::unique_ptr<pdata_sig_export_t> sig_export = pdata_sig_export_create(row);
-        return row.ops->init(sig_export.get()) == PDATA_SUCCESS ? std::move(sig_export) : nullptr;
+        try {
+            std::unique_ptr<pdata_sig_export_t> sig_export = pdata_sig_export_create(row);
+            return row.ops->init(sig_export.get()) == PDATA_SUCCESS ? std::move(sig_export)
+                                                                    : nullptr;
+        } catch (const std::exception &) {
+            return nullptr;
+        }
     }
     return nullptr;
 }
@@ -63,7 +69,10 @@ pdata_status_t pdata_sig_export_mapping_add(uint32_t index, uint32_t id, csa_str
         return PDATA_ERR_OVERFLOW;
     if (mapping.size() <= index)
         mapping.resize(index + 1);
-    mapping[index] = {id, std::string(csa_str_view(name).substr(0, PDATA_SIG_EXPORT_NAME_MAX))};
+    mapping_row &row = mapping[index];
+    row.id = id;
+    const size_t len = csa_str_view(name).copy(row.name.data(), PDATA_SIG_EXPORT_NAME_MAX);
+    row.name[len] = '\0';
     return PDATA_SUCCESS;
 }
 
@@ -74,7 +83,7 @@ uint32_t pdata_sig_export_get_proto_id(uint32_t index)
 
 const char *pdata_sig_export_get_proto_name(uint32_t index)
 {
-    return index < mapping.size() ? mapping[index].name.c_str() : "";
+    return index < mapping.size() ? mapping[index].name.data() : "";
 }
 
 pdata_status_t pdata_sig_export_set_context(pdata_sig_export_t *sig_export, uint32_t index,

@@ -3,6 +3,8 @@
 /// An export is a record with its state and five operations, chosen by name from one table.
 /// Without an export (a null pointer) every operation below does nothing and succeeds. What an
 /// export has to say is written when it is released.
+///
+/// Protocol ids are plain numbers, as protodesc_get_id gives them; no byte order is kept here.
 #pragma once
 
 #include <cstdint>
@@ -97,7 +99,8 @@ pdata_status_t pdata_sig_export_clean(std::unique_ptr<pdata_sig_export_t> sig_ex
 [[nodiscard]] pdata_status_t pdata_sig_export_mapping_add(uint32_t index, uint32_t id,
                                                           csa_str_t name);
 
-/// Return what was noted, 0 and "" for nothing. The name lives as long as the process.
+/// Return what was noted, 0 and "" for nothing. The name stands where it is as long as the process
+/// lives; noting another one at the same index overwrites it.
 uint32_t pdata_sig_export_get_proto_id(uint32_t index);
 const char *pdata_sig_export_get_proto_name(uint32_t index);
 
