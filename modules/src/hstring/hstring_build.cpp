@@ -37,10 +37,12 @@ uint32_t chain_of(const string_htable &table, uint64_t key_hash)
 const hs_elt *find(const string_htable &table, csa_str_t string, uint64_t hash,
                    const string_key &key)
 {
+    // Strings that are compared whole are equal only when their hashes are.
+    const uint64_t compared = key.len == string.str_len ? ~uint64_t{0} : table.hb_nr_line - 1;
     uint32_t at = table.hb_index[chain_of(table, key.hash)];
     while (at != HSTRING_NO_ELT) {
         const hs_elt &elt = table.hb_tab[at];
-        if (elt.hse_len == string.str_len && line_of(table, elt.hse_hash) == line_of(table, hash) &&
+        if (((elt.hse_hash ^ hash) & compared) == 0 && elt.hse_len == string.str_len &&
             std::memcmp(elt.hse_str, string.str_buf, key.len) == 0)
             return &elt;
         at = elt.hse_next;
@@ -57,10 +59,10 @@ void link(string_htable &table, uint32_t at)
     head = at;
 }
 
-/// Keeps the chains short: doubles the index once there are as many strings as chains.
+/// Keeps the chains short: doubles the index once there are half as many strings as chains.
 void grow_index(string_htable &table)
 {
-    if (table.hb_tab.size() < table.hb_index.size())
+    if (table.hb_tab.size() * 2 < table.hb_index.size())
         return;
     std::vector<uint32_t> index(table.hb_index.size() * 2, HSTRING_NO_ELT);
     table.hb_index.swap(index);

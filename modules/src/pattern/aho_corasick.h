@@ -62,8 +62,7 @@ struct ac_build_t {
     std::vector<ac_state> ac_l_state; ///< the start state first
     ps_oe_pool_t ac_oe;
     pattern_item_pool_t ac_item;
-    std::vector<uint32_t> ac_order; ///< from finalize: the states without preempts, by depth
-    ps_preempt ac_l_preempt;        ///< kept aside until finalize
+    ps_preempt ac_l_preempt; ///< kept aside until finalize
     ps_alphabet_t ac_alphabet;
     uint32_t ac_nr_pattern = 0;  ///< patterns inserted
     uint32_t ac_nr_item_max = 0; ///< most items of a state, preempts aside

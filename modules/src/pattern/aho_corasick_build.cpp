@@ -46,21 +46,27 @@ int aho_corasick_do_register(ac_build_t &build, const pattern_info &info)
     return MODULE_SUCCESS;
 }
 
-/// Orders the states by depth, equal depths by number. Returns the greatest depth.
-uint32_t sort_by_depth(ac_build_t &build)
+/// Returns the greatest depth.
+uint32_t find_depth(const ac_build_t &build)
 {
     uint32_t deepest = 0;
     for (const ac_state &state : build.ac_l_state)
         deepest = std::max(deepest, state.ac_distance);
+    return deepest;
+}
+
+/// Returns the states by depth, equal depths by number.
+std::vector<uint32_t> sort_by_depth(const ac_build_t &build, uint32_t deepest)
+{
     std::vector<uint32_t> next(size_t{deepest} + 2, 0);
     for (const ac_state &state : build.ac_l_state)
         ++next[state.ac_distance + 1];
     for (uint32_t depth = 1; depth <= deepest; ++depth)
         next[depth] += next[depth - 1];
-    build.ac_order.resize(build.ac_l_state.size());
+    std::vector<uint32_t> order(build.ac_l_state.size());
     for (uint32_t at = 0; at < build.ac_l_state.size(); ++at)
-        build.ac_order[next[build.ac_l_state[at].ac_distance]++] = at;
-    return deepest;
+        order[next[build.ac_l_state[at].ac_distance]++] = at;
+    return order;
 }
 
 /// Returns the target on `c` of the first state of a failure chain that has that edge; the chain
@@ -78,20 +84,15 @@ uint32_t follow_failures(const ac_build_t &build, uint32_t suffix, uint8_t c)
     }
 }
 
-/// Links each state to the longest proper suffix of its string that the trie contains: a suffix
-/// of its parent's string, one byte longer. The steps along failure chains add up to no more
-/// than the total length of the patterns.
-void link_failures(ac_build_t &build)
+/// Links each child of a state to the longest proper suffix of its string that the trie contains:
+/// a suffix of the parent's string, one byte longer. The steps along failure chains add up to no
+/// more than the total length of the patterns.
+void link_failures(ac_build_t &build, const ac_state &parent)
 {
-    for (const uint32_t parent : build.ac_order) {
-        const ac_state &state = build.ac_l_state[parent];
-        if (parent == 0)
-            continue;
-        for (uint32_t e = state.ac_l_oe.first; e != PATTERN_NONE; e = build.ac_oe.edge[e].next) {
-            const oe &edge = build.ac_oe.edge[e];
-            build.ac_l_state[edge.state].ac_failure =
-                follow_failures(build, state.ac_failure, edge.oe_char);
-        }
+    for (uint32_t e = parent.ac_l_oe.first; e != PATTERN_NONE; e = build.ac_oe.edge[e].next) {
+        const oe &edge = build.ac_oe.edge[e];
+        build.ac_l_state[edge.state].ac_failure =
+            follow_failures(build, parent.ac_failure, edge.oe_char);
     }
 }
 
@@ -125,17 +126,28 @@ void inherit_items(ac_build_t &build, uint32_t at, item_marks &marks)
     }
 }
 
-/// Adds to every state the items of its failure chain. The status is that of the last state of
-/// the chain that has items: it overwrites the state's own. Part of the format.
-void aho_corasick_pattern_union(ac_build_t &build)
+/// Adds to a state the items of its failure chain. The status is that of the last state of the
+/// chain that has items: it overwrites the state's own. Part of the format.
+void aho_corasick_pattern_union(ac_build_t &build, uint32_t at, item_marks &marks)
+{
+    const uint32_t failure = build.ac_l_state[at].ac_failure;
+    if (failure == 0 || build.ac_l_state[failure].ac_l_item.nr == 0)
+        return;
+    inherit_items(build, at, marks);
+    build.ac_l_state[at].ac_status = build.ac_l_state[failure].ac_status;
+}
+
+/// Links and completes every state. One walk by depth does both: what a state takes over is that
+/// of a state less deep, which is complete by then. The children of the start state have no
+/// failure state.
+void complete_states(ac_build_t &build, uint32_t deepest)
 {
     item_marks marks;
-    for (const uint32_t at : build.ac_order) {
-        const uint32_t failure = build.ac_l_state[at].ac_failure;
-        if (failure == 0 || build.ac_l_state[failure].ac_l_item.nr == 0)
+    for (const uint32_t at : sort_by_depth(build, deepest)) {
+        if (at == 0)
             continue;
-        inherit_items(build, at, marks);
-        build.ac_l_state[at].ac_status = build.ac_l_state[failure].ac_status;
+        aho_corasick_pattern_union(build, at, marks);
+        link_failures(build, build.ac_l_state[at]);
     }
 }
 
@@ -166,10 +178,10 @@ int collect_alphabet(ac_build_t &build)
 
 int finalize(ac_build_t &build)
 {
-    if (sort_by_depth(build) > AC_DEPTH_MAX)
+    const uint32_t deepest = find_depth(build);
+    if (deepest > AC_DEPTH_MAX)
         return MODULE_ERR_OVERFLOW;
-    link_failures(build);
-    aho_corasick_pattern_union(build);
+    complete_states(build, deepest);
     find_item_max(build);
     const int code = pattern_preempt_finalize(build.ac_l_preempt, [&](const pattern_info &info) {
         return aho_corasick_do_register(build, info);

@@ -6,10 +6,23 @@ namespace
 void make_table(ps_oe_pool_t &pool, ps_oe &list)
 {
     ps_oe_table_t &table = pool.table.emplace_back();
-    table.fill(PATTERN_NONE);
-    for (uint32_t at = list.first; at != PATTERN_NONE; at = pool.edge[at].next)
-        table[pool.edge[at].oe_char] = pool.edge[at].state;
+    table.target.fill(PATTERN_NONE);
+    for (uint32_t at = list.first; at != PATTERN_NONE; at = pool.edge[at].next) {
+        table.target[pool.edge[at].oe_char] = pool.edge[at].state;
+        table.last = at;
+    }
     list.table = static_cast<uint32_t>(pool.table.size() - 1);
+}
+
+/// Returns the position of the last edge of a list that has one. Without a table it is short.
+uint32_t last_edge(const ps_oe_pool_t &pool, const ps_oe &list)
+{
+    if (list.table != PATTERN_NONE)
+        return pool.table[list.table].last;
+    uint32_t at = list.first;
+    while (pool.edge[at].next != PATTERN_NONE)
+        at = pool.edge[at].next;
+    return at;
 }
 
 } // namespace
@@ -26,13 +39,15 @@ void pattern_oe_add(ps_oe_pool_t &pool, ps_oe &list, uint32_t state, uint8_t oe_
     if (list.nr == 0)
         list.first = at;
     else
-        pool.edge[list.last].next = at;
-    list.last = at;
+        pool.edge[last_edge(pool, list)].next = at;
+    list.bytes |= pattern_oe_bit(oe_char);
     ++list.nr;
-    if (list.table != PATTERN_NONE)
-        pool.table[list.table][oe_char] = state;
-    else if (list.nr == PATTERN_OE_WIDE)
+    if (list.table != PATTERN_NONE) {
+        pool.table[list.table].target[oe_char] = state;
+        pool.table[list.table].last = at;
+    } else if (list.nr == PATTERN_OE_WIDE) {
         make_table(pool, list);
+    }
 }
 
 void pattern_oe_clean(ps_oe_pool_t &pool)

@@ -4,7 +4,9 @@
 /// at most and nearly all states have one edge in all, so edges are lists in a shared pool. The
 /// few states with many edges also get a table by byte. As every edge of such a state leads to
 /// patterns of its own, the tables take about 130 bytes per pattern at most; tables for all states
-/// would take hundreds per state, and a hash of all edges is slower than the short lists.
+/// would take hundreds per state, and a hash of all edges is slower than the short lists. Most
+/// searches are for an edge that is not there; a word of bits in the state itself answers nearly
+/// all of them.
 #pragma once
 
 #include <array>
@@ -23,8 +25,11 @@ struct oe {
     uint8_t oe_char;
 };
 
-/// Targets by byte, PATTERN_NONE for no edge.
-using ps_oe_table_t = std::array<uint32_t, 256>;
+/// The edges of a state with many.
+struct ps_oe_table_t {
+    std::array<uint32_t, 256> target; ///< by byte, PATTERN_NONE for no edge
+    uint32_t last;                    ///< position of the last edge of the list
+};
 
 /// The edges of all states of one engine.
 struct ps_oe_pool_t {
@@ -35,10 +40,16 @@ struct ps_oe_pool_t {
 /// The edges of one state, by positions in a pool.
 struct ps_oe {
     uint32_t first = PATTERN_NONE;
-    uint32_t last = PATTERN_NONE;
+    uint32_t bytes = 0;            ///< bit b: an edge has a byte that is b modulo 32
     uint32_t table = PATTERN_NONE; ///< from PATTERN_OE_WIDE edges on
     uint32_t nr = 0;
 };
+
+/// The bit of a byte in `bytes`.
+inline uint32_t pattern_oe_bit(uint8_t oe_char)
+{
+    return uint32_t{1} << (oe_char % 32);
+}
 
 /// Empties `list`; its edges stay in the pool, unreachable.
 void pattern_oe_init(ps_oe &list);
@@ -50,8 +61,10 @@ void pattern_oe_add(ps_oe_pool_t &pool, ps_oe &list, uint32_t state, uint8_t oe_
 /// Returns the target of the edge of `list` with that byte, or PATTERN_NONE.
 inline uint32_t pattern_oe_find(const ps_oe_pool_t &pool, const ps_oe &list, uint8_t oe_char)
 {
+    if ((list.bytes & pattern_oe_bit(oe_char)) == 0)
+        return PATTERN_NONE;
     if (list.table != PATTERN_NONE)
-        return pool.table[list.table][oe_char];
+        return pool.table[list.table].target[oe_char];
     for (uint32_t at = list.first; at != PATTERN_NONE; at = pool.edge[at].next)
         if (pool.edge[at].oe_char == oe_char)
             return pool.edge[at].state;

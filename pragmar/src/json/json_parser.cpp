@@ -1,6 +1,8 @@
 #include "json_parser.h"
 
+#include <cstddef>
 #include <new>
+#include <span>
 #include <vector>
 
 #include "json_error.h"
@@ -19,7 +21,11 @@ struct json_parser_t {
     json_t *json;
     json_token_t token;
     std::vector<open_container> stack;
+    std::span<std::byte> room; ///< what is left of the block that nodes are made in
 };
+
+/// Bytes that are taken from the tree's pool at once.
+constexpr size_t NODE_BLOCK = 4096;
 
 /// What comes next; negative values are the codes of the reporters.
 enum parse_step : int {
@@ -43,12 +49,19 @@ int unexpected(json_parser_t &parser, const json_token_type_t *expected)
 template <typename Node>
 Node *new_node(json_parser_t &parser, const Node &value, const char *pool)
 {
-    try {
-        return new (parser.json->pool->allocate(sizeof(Node), alignof(Node))) Node(value);
-    } catch (const std::bad_alloc &) {
-        (void)json_err_pool(pool); // the caller returns the same code
-        return nullptr;
+    static_assert(alignof(Node) == alignof(json_node_t) && sizeof(Node) <= NODE_BLOCK);
+    if (parser.room.size() < sizeof(Node)) {
+        try {
+            void *block = parser.json->pool->allocate(NODE_BLOCK, alignof(json_node_t));
+            parser.room = {static_cast<std::byte *>(block), NODE_BLOCK};
+        } catch (const std::bad_alloc &) {
+            (void)json_err_pool(pool); // the caller returns the same code
+            return nullptr;
+        }
     }
+    Node *node = new (parser.room.data()) Node(value);
+    parser.room = parser.room.subspan(sizeof(Node));
+    return node;
 }
 
 /// Hangs a complete or opened value where the parse stands.
@@ -283,7 +296,7 @@ int json_parse_sub(json_t *json, uint32_t *consumed)
 
 int json_parse_ex(json_t *json, bool end_check, uint32_t *consumed)
 {
-    json_parser_t parser = {json, {}, {}};
+    json_parser_t parser = {json, {}, {}, {}};
     if (int ret = json_parsing_elem(parser); ret != 0)
         return ret;
     json_lexer_skip(json->str, json->len, &parser.token);

@@ -88,25 +88,35 @@ constexpr pdb_attr_properties_t attr_properties[] = {
 
 constexpr size_t nr_attr = std::size(attr_properties) - 1;
 
-constexpr bool row_less(const pdb_attr_properties_t &a, const pdb_attr_properties_t &b)
+/// What a row is searched by.
+struct row_key_t {
+    std::string_view attr;
+    std::string_view proto;
+    const pdb_attr_properties_t *row;
+};
+
+/// Orders keys by the lengths of their names first, which settles most comparisons.
+constexpr bool key_less(const row_key_t &a, const row_key_t &b)
 {
-    const int order = std::string_view(a.proper_attr).compare(b.proper_attr);
-    return order != 0 ? order < 0 : std::string_view(a.proper_proto).compare(b.proper_proto) < 0;
+    if (a.attr.size() != b.attr.size())
+        return a.attr.size() < b.attr.size();
+    if (a.proto.size() != b.proto.size())
+        return a.proto.size() < b.proto.size();
+    const int order = a.attr.compare(b.attr);
+    return order != 0 ? order < 0 : a.proto < b.proto;
 }
 
-/// Positions of the rows, by attribute and then by protocol.
-constexpr std::array<uint8_t, nr_attr> make_sorted_rows()
+constexpr std::array<row_key_t, nr_attr> make_sorted_keys()
 {
-    std::array<uint8_t, nr_attr> sorted{};
+    std::array<row_key_t, nr_attr> sorted{};
     for (size_t i = 0; i < nr_attr; ++i)
-        sorted[i] = static_cast<uint8_t>(i);
-    std::sort(sorted.begin(), sorted.end(), [](uint8_t a, uint8_t b) {
-        return row_less(attr_properties[a], attr_properties[b]);
-    });
+        sorted[i] = {attr_properties[i].proper_attr, attr_properties[i].proper_proto,
+                     &attr_properties[i]};
+    std::sort(sorted.begin(), sorted.end(), key_less);
     return sorted;
 }
 
-constexpr std::array<uint8_t, nr_attr> sorted_rows = make_sorted_rows();
+constexpr std::array<row_key_t, nr_attr> sorted_keys = make_sorted_keys();
 
 /// One property of a pair, or what an unknown pair has.
 template <typename Property>
@@ -126,19 +136,9 @@ std::span<const pdb_attr_properties_t> pdb_attr_properties_table()
 
 const pdb_attr_properties_t *pdb_get_attr_properties(csa_str_t proto, csa_str_t attr)
 {
-    const std::string_view proto_name = csa_str_view(proto);
-    const std::string_view attr_name = csa_str_view(attr);
-    const auto before = [&](uint8_t row, int) {
-        const int order = std::string_view(attr_properties[row].proper_attr).compare(attr_name);
-        return order != 0
-                   ? order < 0
-                   : std::string_view(attr_properties[row].proper_proto).compare(proto_name) < 0;
-    };
-    const auto found = std::lower_bound(sorted_rows.begin(), sorted_rows.end(), 0, before);
-    if (found == sorted_rows.end())
-        return nullptr;
-    const pdb_attr_properties_t &row = attr_properties[*found];
-    return row.proper_attr == attr_name && row.proper_proto == proto_name ? &row : nullptr;
+    const row_key_t key = {csa_str_view(attr), csa_str_view(proto), nullptr};
+    const auto found = std::lower_bound(sorted_keys.begin(), sorted_keys.end(), key, key_less);
+    return found == sorted_keys.end() || key_less(key, *found) ? nullptr : found->row;
 }
 
 matcher_type_t pdb_matcher_get_type(csa_str_t proto, csa_str_t attr)
