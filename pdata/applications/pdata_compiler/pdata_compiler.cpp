@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <exception>
+#include <iterator>
 #include <memory>
+#include <new>
+#include <stdexcept>
+#include <utility>
 
 #include "pdata_cfg.h"
 #include "pdata_compile.h"

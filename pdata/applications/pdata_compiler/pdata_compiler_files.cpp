@@ -1,8 +1,10 @@
 #include "pdata_compiler_files.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "pdata_config.h"
 #include "tlv_description.h"
@@ -16,14 +18,20 @@ struct file_closer {
 
 using file_ptr = std::unique_ptr<std::FILE, file_closer>;
 
+/// Writes bytes; what the write returns is not looked at. Part of the format.
+void write_bytes(std::span<const uint8_t> bytes, std::FILE *file)
+{
+    if (!bytes.empty())
+        std::fwrite(bytes.data(), 1, bytes.size(), file);
+}
+
 /// Writes the part of a kind, if it is there.
 bool pdata_pdb_tlv_write(const pdb_list_t &in_pdb, std::FILE *pdb_outfile, pdb_type_t type)
 {
     const pdb_t *part = pdata_pdb_type_find(in_pdb, type);
     if (part == nullptr)
         return false;
-    const std::span<const uint8_t> bytes = pdb_header_bytes(*part);
-    std::fwrite(bytes.data(), 1, bytes.size(), pdb_outfile);
+    write_bytes(pdb_header_bytes(*part), pdb_outfile);
     return true;
 }
 
@@ -50,7 +58,7 @@ bool pdata_compiler_read(const char *filename, csa_buf_t *buf)
         return false;
     if (!csa_buf_alloc(*buf, static_cast<size_t>(size)))
         return false;
-    if (std::fread(buf->data(), 1, buf->size(), file.get()) == buf->size())
+    if (buf->empty() || std::fread(buf->data(), 1, buf->size(), file.get()) == buf->size())
         return true;
     buf->clear();
     return false;
@@ -164,8 +172,7 @@ pdata_status_t pdata_compiler_write_pdb_loadable(const pdb_t &pdb_loadable,
     const file_ptr file(std::fopen(pdb_filename, "wb"));
     if (file == nullptr)
         return cannot_open(pdb_filename);
-    const std::span<const uint8_t> bytes = pdb_header_bytes(pdb_loadable);
-    std::fwrite(bytes.data(), 1, bytes.size(), file.get());
+    write_bytes(pdb_header_bytes(pdb_loadable), file.get());
     return PDATA_SUCCESS;
 }
 

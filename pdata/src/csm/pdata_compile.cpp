@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <exception>
+#include <new>
+#include <stdexcept>
+#include <utility>
 
 #include "pdb_build.h"
 #include "tlv_description.h"
@@ -48,11 +51,12 @@ pdata_status_t pdata_pdb_tlv_cpy_tags(const pdb_list_t &pdb_in, csa_buf_t *out,
     return PDATA_SUCCESS;
 }
 
-/// Appends a section of the build and releases it.
+/// Appends a section of the build and releases it, so that the output does not stand beside
+/// everything that it is made of.
 void move_section(csa_buf_t *section, csa_buf_t *out)
 {
-    out->insert(out->end(), section->begin(), section->end());
-    *section = {};
+    const csa_buf_t taken = std::move(*section); // an empty list assigned would keep the memory
+    out->insert(out->end(), taken.begin(), taken.end());
 }
 
 void append_word(uint32_t word, csa_buf_t *out)
@@ -85,6 +89,21 @@ pdata_status_t append_parts(pdb_build_t *pdb_build, const pdb_list_t &pdb_in, cs
     return PDATA_SUCCESS;
 }
 
+pdata_status_t compile(const pdb_list_t &pdb_in, pdb_t *pdb_out, pdata_sig_export_t *sig_export,
+                       const csa_dump_t &dump, uint32_t network_endian)
+{
+    pdb_context_t context;
+    pdata_status_t status = pdb_builder_init(&context, &build_limits);
+    if (status != PDATA_SUCCESS)
+        return status;
+    context.pdb = pdb_in;
+    status = pdb_builder_serialize(&context, dump, sig_export, network_endian);
+    if (status == PDATA_SUCCESS)
+        status = pdata_compile_write_pdb(&context.pdb_build, pdb_in, pdb_out, network_endian);
+    pdb_builder_clean(&context);
+    return status;
+}
+
 } // namespace
 
 pdata_status_t pdata_compile(const pdb_list_t *pdb_in, pdb_t *pdb_out,
@@ -93,16 +112,14 @@ pdata_status_t pdata_compile(const pdb_list_t *pdb_in, pdb_t *pdb_out,
 {
     if (pdb_in == nullptr || pdb_out == nullptr)
         return PDATA_ERR_INVALID_ARGUMENT;
-    pdb_context_t context;
-    pdata_status_t status = pdb_builder_init(&context, &build_limits);
-    if (status != PDATA_SUCCESS)
-        return status;
-    context.pdb = *pdb_in;
-    status = pdb_builder_serialize(&context, dump, sig_export, network_endian);
-    if (status == PDATA_SUCCESS)
-        status = pdata_compile_write_pdb(&context.pdb_build, *pdb_in, pdb_out, network_endian);
-    pdb_builder_clean(&context);
-    return status;
+    // Memory that runs out where no step looks for it is a status like any other.
+    try {
+        return compile(*pdb_in, pdb_out, sig_export, dump, network_endian);
+    } catch (const std::bad_alloc &) {
+        return PDATA_ERR_NO_MEMORY;
+    } catch (const std::length_error &) {
+        return PDATA_ERR_NO_MEMORY;
+    }
 }
 
 size_t pdata_compile_get_out_len(const pdb_build_t &pdb_build, const pdb_list_t &pdb_in)

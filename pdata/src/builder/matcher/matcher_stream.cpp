@@ -154,6 +154,18 @@ bool is_marked(const rexpand_permutation &permutation)
            !std::all_of(permutation.patterns.begin(), permutation.patterns.end(), is_mandatory);
 }
 
+/// What the pieces of a value take from the budget.
+uint64_t cost_of(const rexpand_permutation_list &list)
+{
+    uint64_t cost = 0;
+    for (const rexpand_permutation &permutation : list) {
+        cost += MATCHER_BUDGET_COST;
+        for (const rexpand_pattern_t &piece : permutation.patterns)
+            cost += MATCHER_BUDGET_COST + piece.str.size();
+    }
+    return cost;
+}
+
 /// Registers the permutations of a value, and tells whether the value needs a catch-all entry.
 pdata_status_t register_permutations(matcher_build *matcher, const rexpand_permutation_list &list,
                                      std::string_view value, uint32_t pub_id, pattern_info info,
@@ -260,7 +272,9 @@ pdata_status_t matcher_register_stream(matcher_build *matcher, const matcher_dat
         return pattern_status(ret);
     info.offset = static_cast<type_offset>(data.pattern_offset);
     bool catch_all = false;
-    pdata_status_t status = register_permutations(matcher, list, value, item_id, info, &catch_all);
+    pdata_status_t status = matcher_budget_take(matcher->budget, cost_of(list));
+    if (status == PDATA_SUCCESS)
+        status = register_permutations(matcher, list, value, item_id, info, &catch_all);
     rexpand_permutation_list_destroy(&list);
     if (status == PDATA_SUCCESS && catch_all) {
         uint32_t private_id;

@@ -1,12 +1,19 @@
 #include "pdb.h"
 
+#include <exception>
+
 pdata_status_t pdb_init(pdb_build_t *pdb_build, const pdb_config_t *pdb_config)
 {
-    *pdb_build = {};
+    try {
+        *pdb_build = {};
+        pdb_matcher_tab_init(&pdb_build->pdb_build_matcher_tab);
+        pdb_rule_tab_init(&pdb_build->pdb_build_rule_tab, PDB_RULE_TAB_LINES);
+    } catch (const std::exception &) {
+        return PDATA_ERR_NO_MEMORY;
+    }
     pdb_build->pdb_build_config = pdb_config;
-    pdb_matcher_tab_init(&pdb_build->pdb_build_matcher_tab);
-    pdb_rule_tab_init(&pdb_build->pdb_build_rule_tab, PDB_RULE_TAB_LINES);
     pdb_build->pdb_build_item_id = 1;
+    pdb_build->pdb_build_budget = {MATCHER_BUDGET_BASE, 0};
     if (hstring_init(&pdb_build->pdb_build_matcher_hstring, 0) != 0)
         return PDATA_ERR_NO_MEMORY;
     return PDATA_SUCCESS;

@@ -12,6 +12,7 @@
 
 #include "csa_buf.h"
 #include "hstring.h"
+#include "matcher_budget.h"
 #include "pdata_error.h"
 #include "pdb_header.h"
 #include "pdb_matcher_tab.h"
@@ -64,6 +65,7 @@ struct pdb_build_t {
     uint32_t pdb_build_nr_matcher = 0; ///< values filed
     uint32_t pdb_build_nr_rule = 0;    ///< rules that received an item
     uint32_t pdb_build_item_id = 0;    ///< next free public item id
+    matcher_budget_t pdb_build_budget; ///< what the values may expand to
     hstring_build_t pdb_build_matcher_hstring;
     rule_builder_t pdb_build_rule_builder;
     protocol_build_map_t pdb_build_proto_map;
@@ -77,6 +79,7 @@ struct pdb_build_t {
 struct pdb_pg {
     std::span<const uint8_t> pg_proto_list; ///< value of its list of protocols
     std::vector<uint32_t> pg_proto_offset;  ///< word offset of each protocol's header
+    std::vector<protodesc_t> pg_protocols;  ///< the protocols that were filed, by index
     hstring_t pg_hstring;
 };
 

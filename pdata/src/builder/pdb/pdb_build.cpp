@@ -82,11 +82,14 @@ pdata_status_t build_sections(build_run_t *run)
         pdata_diag_error(__LINE__, "pdb_builder_serialize", "pdb_builder_matcher_serialize.\n");
         return status;
     }
+    // Each table is as large as the descriptions; it goes as soon as the next form is there.
+    pdb_matcher_tab_clean(&pdb_build->pdb_build_matcher_tab);
     status = pdb_rule_build(pdb_build, run->protodesc);
     if (status != PDATA_SUCCESS) {
         pdata_diag_error(__LINE__, "pdb_builder_serialize", "pdb_builder: rule build failed.\n");
         return status;
     }
+    pdb_rule_tab_clean(&pdb_build->pdb_build_rule_tab);
     status = pdb_rule_serialize(pdb_build, run->network_endian);
     if (status != PDATA_SUCCESS)
         pdata_diag_error(__LINE__, "pdb_builder_serialize",
@@ -302,9 +305,12 @@ pdata_status_t pdb_builder_get_protocol_offsets(std::span<const uint8_t> group, 
     return PDATA_SUCCESS;
 }
 
-pdata_status_t pdb_builder_matcher_register(pdb_build_t *pdb_build, const pdb_pg &pg)
+pdata_status_t pdb_builder_matcher_register(pdb_build_t *pdb_build, pdb_pg &pg)
 {
     const auto nr_proto = static_cast<uint32_t>(pg.pg_proto_offset.size());
+    pg.pg_protocols.reserve(nr_proto);
+    pdb_build->pdb_build_budget.limit +=
+        MATCHER_BUDGET_PER_BYTE * (uint64_t{pg.pg_hstring.hs_len} + pg.pg_proto_list.size());
     for (uint32_t i = 0; i < nr_proto; ++i) {
         protodesc_t protocol;
         csa_str_t name;
@@ -315,6 +321,7 @@ pdata_status_t pdb_builder_matcher_register(pdb_build_t *pdb_build, const pdb_pg
             status = pdata_sig_export_mapping_add(i, protodesc_get_id(protocol), name);
         if (status != PDATA_SUCCESS)
             return status;
+        pg.pg_protocols.push_back(protocol);
         // The status of the rules is not looked at. Part of the format.
         (void)pdb_builder_matcher_protocol_rules({pdb_build, pg, {i, 0}}, protocol);
     }

@@ -1,6 +1,7 @@
 #include "pdb_matcher_build.h"
 
 #include <algorithm>
+#include <optional>
 #include <string_view>
 
 #include "pdb_attr_properties.h"
@@ -90,23 +91,30 @@ pdata_status_t add_rule_item(pdb_matcher_run_t *run, const pdb_matcher_elt &elt,
     return PDATA_SUCCESS;
 }
 
+/// A value while its tokens are registered. What is known of it is the same for all of them.
+struct value_run_t {
+    const pdb_matcher_elt &elt;
+    std::optional<pattern_info> info; ///< from the first token on
+    uint32_t item_id = 0;
+    bool forced = false; ///< the next token is registered under `item_id`
+};
+
 /// Hands one token to the matcher.
-pdata_status_t register_token(pdb_matcher_run_t *run, const pdb_matcher_elt &elt,
-                              std::string_view token, uint32_t *item_id, bool forced)
+pdata_status_t register_token(pdb_matcher_run_t *run, value_run_t *value, std::string_view token)
 {
+    const pdb_matcher_elt &elt = value->elt;
     matcher_data_t data;
     pdata_status_t status = convert_token(*run, elt, token, &data);
-    if (status != PDATA_SUCCESS)
-        return status;
-    pattern_info info;
-    status = pdb_matcher_get_pattern_info(run->pg, elt, run->list.matcher_list_key.key_way,
-                                          run->matcher.mindata_status, &info);
+    if (status == PDATA_SUCCESS && !value->info.has_value())
+        status = pdb_matcher_get_pattern_info(run->pg, elt, run->list.matcher_list_key.key_way,
+                                              run->matcher.mindata_status, &value->info.emplace());
     if (status == PDATA_SUCCESS)
         status = pdata_sig_export_set_context(run->sig_export, elt.matcher_elt_idx.item_proto_idx,
                                               elt.matcher_elt_idx.item_rule_idx);
     if (status != PDATA_SUCCESS)
         return status;
-    status = matcher_register(&run->matcher, data, item_id, forced, info, run->sig_export);
+    status = matcher_register(&run->matcher, data, &value->item_id, value->forced, *value->info,
+                              run->sig_export);
     if (status != PDATA_SUCCESS)
         pdata_diag_error(__LINE__, "pdb_matcher_build_register",
                          "matcher_register failed (type:%u) (elt_val:%.*s)\n", run->matcher_type,
@@ -145,23 +153,23 @@ pdata_status_t pdb_matcher_build_register(pdb_matcher_run_t *run, pdb_matcher_el
 {
     std::string_view rest = csa_str_view(elt->matcher_elt_val);
     const pdb_matcher_elt *twin = elt->matcher_elt_force;
-    uint32_t item_id = twin == nullptr ? 0 : twin->matcher_elt_force_id;
-    bool forced = item_id != 0;
+    value_run_t value = {*elt, {}, twin == nullptr ? 0 : twin->matcher_elt_force_id, false};
+    value.forced = value.item_id != 0;
     for (std::string_view token = next_token(&rest); !token.empty(); token = next_token(&rest)) {
-        pdata_status_t status = register_token(run, *elt, token, &item_id, forced);
+        pdata_status_t status = register_token(run, &value, token);
         if (status != PDATA_SUCCESS)
             return status;
-        if (forced) {
+        if (value.forced) {
             if (is_stream(run->matcher_type))
                 break;
             continue;
         }
         if (twin != nullptr && elt->matcher_elt_force_id == 0)
-            elt->matcher_elt_force_id = item_id;
-        status = add_rule_item(run, *elt, item_id);
+            elt->matcher_elt_force_id = value.item_id;
+        status = add_rule_item(run, *elt, value.item_id);
         if (status != PDATA_SUCCESS)
             return status;
-        forced = !is_stream(run->matcher_type);
+        value.forced = !is_stream(run->matcher_type);
     }
     return PDATA_SUCCESS;
 }

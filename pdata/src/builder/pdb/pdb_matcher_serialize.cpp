@@ -50,6 +50,17 @@ pdata_status_t put_entry(tlv_sink_t &sink, hstring_build_t *hstring, const match
     return status;
 }
 
+/// A section that is too long for a header is refused where the field of a length ends, not at the
+/// limit of a pushed one.
+pdata_status_t check_length(uint64_t root_len)
+{
+    if (root_len > TLV_LEN_FIELD_MAX)
+        return pdata_fail(PDATA_ERR_OVERFLOW, "tlv len %d is superior to internal limit %d",
+                          static_cast<int>(TLV_TYPE_ROOT_MATCHERS),
+                          static_cast<int>(TLV_LEN_FIELD_MAX));
+    return PDATA_SUCCESS;
+}
+
 } // namespace
 
 pdata_status_t pdb_matcher_build_serialize(pdb_build_t *pdb_build, const matcher_build &matcher,
@@ -62,6 +73,9 @@ pdata_status_t pdb_matcher_build_serialize(pdb_build_t *pdb_build, const matcher
         return status;
     tlv_sink_t counting = tlv_sink_counting();
     status = put_entry(counting, hstring, matcher, size, key, dump);
+    pdb_build_matchers_t &matchers = pdb_build->pdb_build_tlv.matchers;
+    if (status == PDATA_SUCCESS)
+        status = check_length(uint64_t{matchers.root_len} + counting.offset / 4);
     if (status != PDATA_SUCCESS)
         return status;
     csa_buf_t entry;
@@ -71,7 +85,6 @@ pdata_status_t pdb_matcher_build_serialize(pdb_build_t *pdb_build, const matcher
     status = put_entry(writing, hstring, matcher, size, key, dump);
     if (status != PDATA_SUCCESS)
         return status;
-    pdb_build_matchers_t &matchers = pdb_build->pdb_build_tlv.matchers;
     matchers.root_len += static_cast<uint32_t>(entry.size() / 4);
     matchers.pdb_len += static_cast<uint32_t>(entry.size() / 4);
     try {
@@ -103,14 +116,9 @@ pdata_status_t pdb_matcher_build_serialize_header(pdb_build_t *pdb_build)
     pdb_build_matchers_t &matchers = pdb_build->pdb_build_tlv.matchers;
     uint8_t words[8];
     uint32_t offset = 0;
-    // The section is too long for a header where the field of a length ends, not at the limit of
-    // a pushed one.
-    if (matchers.root_len > TLV_LEN_FIELD_MAX)
-        return pdata_fail(PDATA_ERR_OVERFLOW, "tlv len %d is superior to internal limit %d",
-                          static_cast<int>(TLV_TYPE_ROOT_MATCHERS),
-                          static_cast<int>(TLV_LEN_FIELD_MAX));
-    pdata_status_t status =
-        tlv_push_type_len(TLV_TYPE_ROOT_MATCHERS, matchers.root_len, words, &offset);
+    pdata_status_t status = check_length(matchers.root_len);
+    if (status == PDATA_SUCCESS)
+        status = tlv_push_type_len(TLV_TYPE_ROOT_MATCHERS, matchers.root_len, words, &offset);
     if (status == PDATA_SUCCESS)
         status = tlv_push_type_len(TLV_TYPE_PDB_MATCHER_LIST, matchers.pdb_len, words, &offset);
     matchers.root_tlv = tlv_get(words);

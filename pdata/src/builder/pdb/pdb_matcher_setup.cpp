@@ -79,7 +79,7 @@ pdata_status_t check_preempt(const pdb_pg &pg, const protodesc_t &protocol, uint
 
 } // namespace
 
-pdata_status_t pdb_matcher_build_init(const pdb_build_t &pdb_build, matcher_build *matcher,
+pdata_status_t pdb_matcher_build_init(pdb_build_t &pdb_build, matcher_build *matcher,
                                       matcher_type_t *matcher_type,
                                       pdb_matcher_list_t *matcher_list)
 {
@@ -95,6 +95,7 @@ pdata_status_t pdb_matcher_build_init(const pdb_build_t &pdb_build, matcher_buil
         pdb_matcher_set_desc(pdb_build, *matcher_list, *matcher_type, &desc);
     if (status != PDATA_SUCCESS)
         return status;
+    desc.budget = &pdb_build.pdb_build_budget;
     return matcher_init(matcher, *matcher_type, 0, desc);
 }
 

@@ -6,8 +6,7 @@
 
 /// Sets up the matcher of a list, notes the transformer of its values in the list, and gives the
 /// matcher type. An attribute that nobody knows is PDATA_ERR_INVALID_ARGUMENT with a message.
-[[nodiscard]] pdata_status_t pdb_matcher_build_init(const pdb_build_t &pdb_build,
-                                                    matcher_build *matcher,
+[[nodiscard]] pdata_status_t pdb_matcher_build_init(pdb_build_t &pdb_build, matcher_build *matcher,
                                                     matcher_type_t *matcher_type,
                                                     pdb_matcher_list_t *matcher_list);
 

@@ -2,8 +2,14 @@
 
 #include <exception>
 
+#include "tlv_description.h"
+
 namespace
 {
+
+/// Bytes of strings that the record of the string table can hold. Beyond 4 GiB their offsets would
+/// no longer be told apart.
+constexpr uint32_t STRINGS_MAX = TLV_LEN_FIELD_MAX * 4;
 
 /// Interns a name into a cell. Rows behind the last one are interned and not stored.
 pdata_status_t set_cell(protocol_build_map_t *map, std::vector<uint32_t> &cells, size_t cell,
@@ -11,6 +17,9 @@ pdata_status_t set_cell(protocol_build_map_t *map, std::vector<uint32_t> &cells,
 {
     uint32_t offset = 0;
     const int ret = hstring_get_offset(&map->map_hstring, name, &offset);
+    if (map->map_hstring.hb_offset > STRINGS_MAX)
+        return pdata_fail(PDATA_ERR_OVERFLOW, "protocol map: more than %u bytes of names\n",
+                          STRINGS_MAX);
     if (ret == 0 && cell < cells.size())
         cells[cell] = offset;
     return module_err2pdata_status(PDATA_MODULE_HSTRING, ret);

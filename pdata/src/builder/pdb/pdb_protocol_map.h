@@ -2,7 +2,7 @@
 ///
 /// Rows are indexed by rule id - 1 and hold offsets into the map's own string table. Serialized,
 /// big-endian words: all protocol paths row by row, all bottoms, all real bottoms, and, only if a
-/// rule has one, all version identifiers. Empty cells are 0xFFFFFFFF.
+/// rule has one, all VLAN identifiers. Empty cells are 0xFFFFFFFF.
 #pragma once
 
 #include <cstdint>
@@ -20,10 +20,10 @@ struct protocol_build_map_t {
     std::vector<uint32_t> map_proto_id;    ///< per rule, `rule_max_path` cells
     std::vector<uint32_t> map_bottom;      ///< per rule, `rule_max_subrules` cells
     std::vector<uint32_t> map_real_bottom; ///< the same
-    std::vector<uint32_t> map_vid;         ///< per rule, its version identifier
+    std::vector<uint32_t> map_vid;         ///< per rule, its VLAN identifier
     uint32_t map_nr_rule = 0;
     hstring_build_t map_hstring;
-    uint32_t map_vid_used = 0; ///< 1: a rule has a version identifier
+    uint32_t map_vid_used = 0; ///< 1: a rule has a VLAN identifier
     uint32_t rule_max_path = 0;
     uint32_t rule_max_subrules = 0;
 };
@@ -43,9 +43,9 @@ struct pdb_protocol_map_names_t {
 
 /// Fills the row of a rule; `hstring` is the table that the rule's path refers to.
 ///
-/// Returns PDATA_ERR_OVERFLOW with a message for a path that is too long,
-/// PDATA_ERR_INVALID_ARGUMENT for a rule beyond the rows, found out only behind the path, and
-/// PDATA_ERR_ENGINE when a string table refuses a name.
+/// Returns PDATA_ERR_OVERFLOW with a message for a path that is too long, and for more names than
+/// a record can hold; PDATA_ERR_INVALID_ARGUMENT for a rule beyond the rows, found out only behind
+/// the path; and PDATA_ERR_ENGINE when a string table refuses a name.
 [[nodiscard]] pdata_status_t pdb_protocol_map_add(protocol_build_map_t *map, uint32_t rule_id,
                                                   const pdb_protocol_map_names_t &names,
                                                   const ruledesc_t &rule, const hstring_t &hstring);

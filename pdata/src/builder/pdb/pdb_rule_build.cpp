@@ -252,6 +252,10 @@ pdata_status_t pdb_rule_serialize(pdb_build_t *pdb_build, uint32_t network_endia
 pdata_status_t pdb_rule_build_get_proto(const pdb_pg &pg, uint32_t proto_idx,
                                         protodesc_t *protodesc)
 {
+    if (proto_idx < pg.pg_protocols.size()) {
+        *protodesc = pg.pg_protocols[proto_idx];
+        return PDATA_SUCCESS;
+    }
     if (proto_idx >= pg.pg_proto_offset.size())
         return PDATA_ERR_INVALID_ARGUMENT;
     uint32_t offset = pg.pg_proto_offset[proto_idx];

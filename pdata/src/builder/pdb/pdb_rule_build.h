@@ -25,8 +25,8 @@ void pdb_rule_set_priority(uint32_t *rule_prio, uint32_t nr_item, uint32_t sum_a
 /// the tag table.
 [[nodiscard]] pdata_status_t pdb_rule_serialize(pdb_build_t *pdb_build, uint32_t network_endian);
 
-/// Reads the description of a protocol of a group. PDATA_ERR_INVALID_ARGUMENT for an index beyond
-/// the group; otherwise as protodesc_deserialize.
+/// Gives the view of a protocol of a group: the one that the filing has kept, or a new one.
+/// PDATA_ERR_INVALID_ARGUMENT for an index beyond the group; otherwise as protodesc_deserialize.
 [[nodiscard]] pdata_status_t pdb_rule_build_get_proto(const pdb_pg &pg, uint32_t proto_idx,
                                                       protodesc_t *protodesc);
 

@@ -11,8 +11,8 @@
 
 #include <array>
 #include <cstdint>
+#include <deque>
 #include <span>
-#include <vector>
 
 #include "pdata_error.h"
 #include "tlv_sink.h"
@@ -50,9 +50,9 @@ struct rule_builder_entry {
 };
 
 struct rule_builder_t {
-    uint32_t nb_items = 0;                 ///< one more than the largest item id
-    uint32_t nb_rules = 0;                 ///< also the sequence number handed out last
-    std::vector<rule_builder_entry> rules; ///< in the order of registration
+    uint32_t nb_items = 0;                ///< one more than the largest item id
+    uint32_t nb_rules = 0;                ///< also the sequence number handed out last
+    std::deque<rule_builder_entry> rules; ///< in the order of registration
 };
 
 /// A rule to register: per item, its id, whether it is a referer (1 or 0), and the index of the
