@@ -1,0 +1,44 @@
+/// Checks loadable pdb files: that they can be read whole and that their parts fit together.
+///
+///     loadable_verify [--foreign] FILE...
+///
+/// prints each file at fault with its error; the exit code is 0 when there is none. "--foreign"
+/// allows what descriptions that the compiler did not write may lead to (loadable_reader.h).
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+
+#include "loadable_reader.h"
+
+namespace
+{
+
+/// Returns what is wrong with a file, empty for nothing.
+std::string fault_of(const char *name, loadable_origin_t origin)
+{
+    std::ifstream file(name, std::ios::binary);
+    const std::vector<uint8_t> bytes{std::istreambuf_iterator<char>(file), {}};
+    if (file.bad() || !file.is_open())
+        return "cannot be read";
+    return loadable_verify(bytes, origin);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    loadable_origin_t origin = LOADABLE_OWN;
+    int code = 0;
+    for (int i = 1; i < argc; ++i) {
+        if (argv[i] == std::string_view("--foreign")) {
+            origin = LOADABLE_FOREIGN;
+            continue;
+        }
+        const std::string fault = fault_of(argv[i], origin);
+        if (!fault.empty()) {
+            std::printf("%s: %s\n", argv[i], fault.c_str());
+            code = 1;
+        }
+    }
+    return code;
+}

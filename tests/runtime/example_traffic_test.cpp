@@ -1,0 +1,135 @@
+/// Traffic, end to end: the shipped description is made loadable by the whole program, and every
+/// line of traffic/ is classified by the model of the run-time engine.
+#include <fstream>
+
+#include "loadable_reader.h"
+#include "runtime_model.h"
+#include "whole_run.h"
+#include "work_folder.h"
+
+namespace
+{
+
+/// A line of a traffic file, cut at its tabs.
+struct traffic_line_t {
+    std::string place; ///< "name:line"
+    std::vector<std::string> columns;
+};
+
+std::vector<std::string> cut_at_tabs(const std::string &line)
+{
+    std::vector<std::string> columns(1);
+    for (const char c : line) {
+        if (c == '\t')
+            columns.emplace_back();
+        else
+            columns.back() += c;
+    }
+    return columns;
+}
+
+/// Reads a traffic file of `nr_column` columns; empty lines and those that begin with "#" are none.
+std::vector<traffic_line_t> read_traffic(const std::string &name, size_t nr_column)
+{
+    std::ifstream file(TRAFFIC_DIR "/" + name);
+    EXPECT_TRUE(file) << name;
+    std::vector<traffic_line_t> lines;
+    std::string line;
+    for (size_t number = 1; std::getline(file, line); ++number) {
+        if (line.empty() || line[0] == '#')
+            continue;
+        const std::string place = name + ":" + std::to_string(number);
+        lines.push_back({place, cut_at_tabs(line)});
+        EXPECT_EQ(lines.back().columns.size(), nr_column) << place;
+        lines.back().columns.resize(nr_column);
+    }
+    return lines;
+}
+
+/// The loadable pdb of the example, as the program writes it.
+class example_traffic : public work_folder
+{
+protected:
+    void SetUp() override
+    {
+        command_line line({"--pdd", EXAMPLES_DIR "/protocols.pdd", "--cfg-path", EXAMPLES_DIR "/cfg",
+                           "--loadable", "--pdb-out", "out.pdb"});
+        int code;
+        {
+            silence nothing_printed;
+            code = line.run();
+        }
+        command_line::forget_run();
+        ASSERT_EQ(code, 0);
+        bytes = get_bytes("out.pdb");
+        ASSERT_EQ(loadable_verify(bytes), "");
+        std::string error;
+        ASSERT_TRUE(loadable_open(bytes, pdb, error)) << error;
+    }
+
+    /// The protocols that a flow matches, the best first.
+    std::vector<std::string> classify(const std::string &flow_line) const
+    {
+        std::vector<flow_value_t> flow;
+        runtime_result_t result;
+        std::string error;
+        if (!runtime_read_flow(flow_line, flow, error) ||
+            !runtime_classify(pdb, flow, result, error))
+            return {"error: " + error};
+        std::vector<std::string> protocols;
+        for (const runtime_match_t &match : result.matches)
+            protocols.emplace_back(runtime_protocol(*match.rule));
+        return protocols;
+    }
+
+    std::vector<uint8_t> bytes;
+    loadable_pdb_t pdb;
+};
+
+std::string best_of(const std::vector<std::string> &protocols)
+{
+    return protocols.empty() ? "-" : protocols.front();
+}
+
+TEST_F(example_traffic, samples_are_classified)
+{
+    const std::vector<traffic_line_t> lines = read_traffic("example_samples.tsv", 2);
+    EXPECT_GE(lines.size(), 100U);
+    for (const auto &[place, columns] : lines)
+        EXPECT_EQ(best_of(classify(columns[1])), columns[0]) << place << ": " << columns[1];
+}
+
+TEST_F(example_traffic, near_misses_are_not)
+{
+    const std::vector<traffic_line_t> lines = read_traffic("example_near_misses.tsv", 3);
+    EXPECT_GE(lines.size(), 100U);
+    for (const auto &[place, columns] : lines) {
+        const std::vector<std::string> found = classify(columns[2]);
+        EXPECT_EQ(best_of(found), columns[0]) << place << ": " << columns[2];
+        EXPECT_EQ(std::count(found.begin(), found.end(), columns[1]), 0)
+            << place << ": " << columns[2];
+    }
+}
+
+// A flow names attributes by their text: a slip of the pen would be a near miss of anything.
+TEST_F(example_traffic, every_attribute_of_the_traffic_is_one_that_rules_test)
+{
+    for (const char *name : {"example_samples.tsv", "example_near_misses.tsv"}) {
+        for (const auto &[place, columns] :
+             read_traffic(name, name == std::string("example_samples.tsv") ? 2 : 3)) {
+            std::vector<flow_value_t> flow;
+            std::string error;
+            ASSERT_TRUE(runtime_read_flow(columns.back(), flow, error)) << place << ": " << error;
+            for (const flow_value_t &value : flow) {
+                const auto has = [&](uint32_t way) {
+                    return loadable_find_matcher(pdb, value.protocol, value.attribute, way) !=
+                           nullptr;
+                };
+                EXPECT_TRUE(has(ATTR_WAY_CTS) || has(ATTR_WAY_STC))
+                    << place << ": " << value.protocol << ":" << value.attribute;
+            }
+        }
+    }
+}
+
+} // namespace
