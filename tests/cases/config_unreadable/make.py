@@ -1,0 +1,4 @@
+import os
+
+os.remove("cfg/spdy.json")
+os.mkdir("cfg/spdy.json")

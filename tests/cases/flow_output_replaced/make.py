@@ -1,0 +1,2 @@
+with open("out.pdb", "wb") as file:
+    file.write(bytes(10000))

@@ -1,0 +1,76 @@
+/// The whole program, run inside a test.
+#pragma once
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "json_error.h"
+#include "outcome.h"
+#include "pdata_cfg.h"
+#include "pdata_compiler.h"
+
+/// Sends what the program prints nowhere while it lives.
+class silence
+{
+public:
+    silence() : out(redirect(stdout)), err(redirect(stderr)) {}
+    ~silence()
+    {
+        restore(stdout, out);
+        restore(stderr, err);
+    }
+    silence(const silence &) = delete;
+    silence &operator=(const silence &) = delete;
+
+private:
+    static int redirect(std::FILE *file)
+    {
+        std::fflush(file);
+        const int kept = dup(fileno(file));
+        const int nowhere = open("/dev/null", O_WRONLY);
+        dup2(nowhere, fileno(file));
+        close(nowhere);
+        return kept;
+    }
+    static void restore(std::FILE *file, int kept)
+    {
+        std::fflush(file);
+        dup2(kept, fileno(file));
+        close(kept);
+    }
+
+    int out;
+    int err;
+};
+
+/// A command line, made once: running it allocates nothing of its own.
+class command_line
+{
+public:
+    explicit command_line(std::vector<std::string> arguments) : words(std::move(arguments))
+    {
+        words.insert(words.begin(), "pdata_compiler");
+        for (std::string &word : words)
+            pointers.push_back(word.data());
+        pointers.push_back(nullptr);
+    }
+
+    /// Runs the program and returns its exit code.
+    int run() { return pdata_compiler_main(static_cast<int>(words.size()), pointers.data()); }
+
+    /// Forgets what a run leaves behind in the process, which normally ends with it.
+    static void forget_run()
+    {
+        pdata_cfg_unload(pdata_cfg_get(nullptr));
+        pragmar_err_clear();
+        clear_status_slot();
+    }
+
+private:
+    std::vector<std::string> words;
+    std::vector<char *> pointers;
+};
