@@ -10,8 +10,7 @@ visitor_tag_table_t *self(json_visitor_t *visitor)
 
 uint32_t top_state(const visitor_tag_table_t &visitor)
 {
-    return visitor.stack.nr == 0 ? TAG_TABLE_STATE_UNKNOWN
-                                 : visitor.stack.state[visitor.stack.nr - 1];
+    return stack_state_top(visitor.stack, TAG_TABLE_STATE_UNKNOWN);
 }
 
 int v_tag_table_pair_start(json_visitor_t *visitor, json_pair_t *pair)

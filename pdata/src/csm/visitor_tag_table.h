@@ -6,7 +6,7 @@
 
 #include "container_tag_table.h"
 #include "json_visitor.h"
-#include "visitor_semantic.h"
+#include "stack_state.h"
 
 enum tag_table_state_t : uint32_t {
     TAG_TABLE_STATE_ROOT = 0,

@@ -1,18 +1,10 @@
 #include "visitor_semantic.h"
 
-#include <string_view>
-
 namespace
 {
 
 /// Which state a key opens below which state.
-struct key_row {
-    uint32_t parent;
-    std::string_view key;
-    uint32_t state;
-};
-
-constexpr key_row keys[] = {
+constexpr state_key_t keys[] = {
     {SEMANTIC_STATE_ROOT, "nodes", SEMANTIC_STATE_NODE},
     {SEMANTIC_STATE_ROOT, "transitions", SEMANTIC_STATE_TRANS},
     {SEMANTIC_STATE_NODE, "key", SEMANTIC_STATE_NODE_KEY},
@@ -34,17 +26,14 @@ visitor_semantic_t *self(json_visitor_t *visitor)
 
 uint32_t top_state(const visitor_semantic_t &visitor)
 {
-    return visitor.stack.nr == 0 ? SEMANTIC_STATE_UNKNOWN
-                                 : visitor.stack.state[visitor.stack.nr - 1];
+    return stack_state_top(visitor.stack, SEMANTIC_STATE_UNKNOWN);
 }
 
 int v_semantic_pair_start(json_visitor_t *visitor, json_pair_t *pair)
 {
     visitor_semantic_t *v = self(visitor);
-    uint32_t state = SEMANTIC_STATE_UNKNOWN;
-    for (const key_row &row : keys)
-        if (row.parent == top_state(*v) && row.key == json_string_view(*pair->string))
-            state = row.state;
+    const uint32_t state = stack_state_find(keys, top_state(*v), json_string_view(*pair->string),
+                                            SEMANTIC_STATE_UNKNOWN);
     v->is_value = false;
     return stack_state_push(&v->stack, state);
 }
@@ -116,20 +105,6 @@ int v_semantic_object_end(json_visitor_t *visitor, json_object_t *)
 }
 
 } // namespace
-
-int stack_state_push(stack_state_t *stack, uint32_t state)
-{
-    if (stack->nr == STACK_STATE_DIM)
-        return -1;
-    stack->state[stack->nr++] = state;
-    return 0;
-}
-
-void stack_state_pop(stack_state_t *stack)
-{
-    if (stack->nr != 0)
-        --stack->nr;
-}
 
 void visitor_semantic_init(visitor_semantic_t *visitor, semantic_t *semantic)
 {

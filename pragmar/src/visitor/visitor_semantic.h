@@ -5,24 +5,9 @@
 /// must come first, "to" and "trans". Any other key, with all that it holds, is ignored.
 #pragma once
 
-#include <array>
-
 #include "container_semantic.h"
 #include "json_visitor.h"
-
-/// States of a visitor, innermost last.
-constexpr uint32_t STACK_STATE_DIM = 16;
-
-struct stack_state_t {
-    std::array<uint32_t, STACK_STATE_DIM> state{};
-    uint32_t nr = 0;
-};
-
-/// Enters a state. Returns 0, or -1 when the stack is full.
-[[nodiscard]] int stack_state_push(stack_state_t *stack, uint32_t state);
-
-/// Leaves the innermost state; an empty stack stays empty.
-void stack_state_pop(stack_state_t *stack);
+#include "stack_state.h"
 
 enum semantic_state_t : uint32_t {
     SEMANTIC_STATE_ROOT,

@@ -1,19 +1,11 @@
 #include "visitor_matcher_alias.h"
 
-#include <string_view>
-
 namespace
 {
 
-/// Which state a key opens below which state.
-struct key_row {
-    uint32_t parent;
-    std::string_view key;
-    uint32_t state;
-};
-
 // clang-format off
-constexpr key_row keys[] = {
+/// Which state a key opens below which state.
+constexpr state_key_t keys[] = {
     {MATCHER_ALIAS_STATE_ROOT, "aliases", MATCHER_ALIAS_STATE_ALIASES},
     {MATCHER_ALIAS_STATE_ALIASES, "alias", MATCHER_ALIAS_STATE_ALIASES_ALIAS},
     {MATCHER_ALIAS_STATE_ALIASES, "reference", MATCHER_ALIAS_STATE_ALIASES_REFERENCE},
@@ -33,17 +25,14 @@ visitor_matcher_alias_t *self(json_visitor_t *visitor)
 
 uint32_t top_state(const visitor_matcher_alias_t &visitor)
 {
-    return visitor.stack.nr == 0 ? MATCHER_ALIAS_STATE_UNKNOWN
-                                 : visitor.stack.state[visitor.stack.nr - 1];
+    return stack_state_top(visitor.stack, MATCHER_ALIAS_STATE_UNKNOWN);
 }
 
 int v_matcher_alias_pair_start(json_visitor_t *visitor, json_pair_t *pair)
 {
     visitor_matcher_alias_t *v = self(visitor);
-    uint32_t state = MATCHER_ALIAS_STATE_UNKNOWN;
-    for (const key_row &row : keys)
-        if (row.parent == top_state(*v) && row.key == json_string_view(*pair->string))
-            state = row.state;
+    const uint32_t state = stack_state_find(keys, top_state(*v), json_string_view(*pair->string),
+                                            MATCHER_ALIAS_STATE_UNKNOWN);
     v->is_value = false;
     return stack_state_push(&v->stack, state);
 }

@@ -6,7 +6,7 @@
 
 #include "container_matcher_alias.h"
 #include "json_visitor.h"
-#include "visitor_semantic.h"
+#include "stack_state.h"
 
 enum matcher_alias_state_t : uint32_t {
     MATCHER_ALIAS_STATE_ROOT,

@@ -1,19 +1,11 @@
 #include "visitor_protocol.h"
 
-#include <string_view>
-
 namespace
 {
 
-/// Which state a key opens below which state.
-struct key_row {
-    uint32_t parent;
-    std::string_view key;
-    uint32_t state;
-};
-
 // clang-format off
-constexpr key_row keys[] = {
+/// Which state a key opens below which state.
+constexpr state_key_t keys[] = {
     {PROTOCOL_STATE_ROOT, "name", PROTOCOL_STATE_NAME},
     {PROTOCOL_STATE_ROOT, "id", PROTOCOL_STATE_ID},
     {PROTOCOL_STATE_ROOT, "version", PROTOCOL_STATE_VERSION},
@@ -113,8 +105,7 @@ visitor_protocol_t *self(json_visitor_t *visitor)
 
 uint32_t top_state(const visitor_protocol_t &visitor)
 {
-    return visitor.stack.nr == 0 ? PROTOCOL_STATE_UNKNOWN
-                                 : visitor.stack.state[visitor.stack.nr - 1];
+    return stack_state_top(visitor.stack, PROTOCOL_STATE_UNKNOWN);
 }
 
 /// Tells whether a state takes a value of the kind that `accepts` stands for.
@@ -156,15 +147,9 @@ int v_protocol_pair_start(json_visitor_t *visitor, json_pair_t *pair)
 {
     visitor_protocol_t *v = self(visitor);
     const uint32_t parent = top_state(*v);
-    const std::string_view key = json_string_view(*pair->string);
-    uint32_t state = parent == PROTOCOL_STATE_RULES_RULE ? PROTOCOL_STATE_RULES_RULE_ATTR
-                                                         : PROTOCOL_STATE_UNKNOWN;
-    for (const key_row &row : keys) {
-        if (row.parent == parent && row.key == key) {
-            state = row.state;
-            break;
-        }
-    }
+    const uint32_t unknown = parent == PROTOCOL_STATE_RULES_RULE ? PROTOCOL_STATE_RULES_RULE_ATTR
+                                                                 : PROTOCOL_STATE_UNKNOWN;
+    const uint32_t state = stack_state_find(keys, parent, json_string_view(*pair->string), unknown);
     v->is_value = 0;
     return stack_state_push(&v->stack, state);
 }

@@ -8,7 +8,7 @@
 
 #include "container_protocol.h"
 #include "json_visitor.h"
-#include "visitor_semantic.h"
+#include "stack_state.h"
 
 /// What the key of a state accepts.
 constexpr uint32_t PROTOCOL_ACCEPTS_CONTAINER = 0x80000000;

@@ -12,7 +12,7 @@ visitor_psa_t *self(json_visitor_t *visitor)
 
 uint32_t top_state(const visitor_psa_t &visitor)
 {
-    return visitor.stack.nr == 0 ? PSA_STATE_IGNORED : visitor.stack.state[visitor.stack.nr - 1];
+    return stack_state_top(visitor.stack, PSA_STATE_IGNORED);
 }
 
 /// Which table the names and values of a state go to; null: none.

@@ -7,7 +7,7 @@
 
 #include "json_visitor.h"
 #include "psa_container.h"
-#include "visitor_semantic.h"
+#include "stack_state.h"
 
 enum psa_state_t : uint32_t {
     PSA_STATE_ROOT = 0, ///< the file's object, and behind any other key of it
