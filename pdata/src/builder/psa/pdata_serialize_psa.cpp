@@ -1,6 +1,6 @@
 #include "pdata_serialize_psa.h"
 
-#include <array>
+#include <new>
 #include <span>
 #include <vector>
 
@@ -275,6 +275,16 @@ pdata_status_t psa_end_buf(const psa_stream &streams, const pdata_cfg_t &cfg)
     return status;
 }
 
+pdata_status_t write_texts(const psa_stream &streams, const pdata_cfg_t &cfg)
+{
+    pdata_status_t status = psa_init_buf(streams);
+    if (status == PDATA_SUCCESS)
+        status = psa_write_buf(streams, cfg);
+    if (status == PDATA_SUCCESS)
+        status = psa_end_buf(streams, cfg);
+    return status;
+}
+
 } // namespace
 
 pdata_status_t pdata_serialize_psa(const pdata_cfg_t *cfg, text_stream_t *key, text_stream_t *src,
@@ -283,13 +293,11 @@ pdata_status_t pdata_serialize_psa(const pdata_cfg_t *cfg, text_stream_t *key, t
     if (cfg == nullptr || key == nullptr || src == nullptr || hdr == nullptr || key->size == 0 ||
         src->size == 0 || hdr->size == 0)
         return pdata_fail(PDATA_ERR_INVALID_ARGUMENT, "PSA : unable to serialize PSA files.\n");
-    const psa_stream streams = {key, src, hdr};
-    pdata_status_t status = psa_init_buf(streams);
-    if (status == PDATA_SUCCESS)
-        status = psa_write_buf(streams, *cfg);
-    if (status == PDATA_SUCCESS)
-        status = psa_end_buf(streams, *cfg);
-    return status;
+    try {
+        return write_texts({key, src, hdr}, *cfg);
+    } catch (const std::bad_alloc &) { // a text that cannot grow, a name, the stack of a walk
+        return PDATA_ERR_NO_MEMORY;
+    }
 }
 
 pdata_status_t psa_purify_string(std::string_view in, std::string *out, size_t size)
