@@ -320,7 +320,10 @@ def main():
     parser.add_argument("names", nargs="*", metavar="NAME")
     parser.add_argument("--update", action="store_true")
     parser.add_argument("--verify", type=os.path.abspath)
-    options = parser.parse_args()
+    options = parser.parse_intermixed_args()  # names may follow options
+    unknown = sorted(set(options.names) - set(names_of_cases()))
+    if unknown:
+        parser.error(f"no such case: {' '.join(unknown)}")
     differing = []
     for name in options.names or names_of_cases():
         difference = run_case(name, os.path.abspath(options.compiler), options.verify,
