@@ -135,7 +135,11 @@ pdata_status_t file_attr(const filing_t &filing, const sub_ruledesc_t &sub_rule,
     if (status != PDATA_SUCCESS)
         return status;
     key.key_way = way;
+    const uint64_t cost = MATCHER_BUDGET_COST + key.key_proto.str_len + key.key_attr.str_len;
     for (uint32_t i = 0; i < attrdesc_get_value_nr(attr); ++i) {
+        status = matcher_budget_take(&filing.pdb_build->pdb_build_budget, cost);
+        if (status != PDATA_SUCCESS)
+            return status;
         pdb_matcher_value_t value = {filing.idx,
                                      {},
                                      mindata_of(sub_rule, way),
@@ -322,8 +326,10 @@ pdata_status_t pdb_builder_matcher_register(pdb_build_t *pdb_build, pdb_pg &pg)
         if (status != PDATA_SUCCESS)
             return status;
         pg.pg_protocols.push_back(protocol);
-        // The status of the rules is not looked at. Part of the format.
+        // The status of the rules is not looked at, but for the budget. Part of the format.
         (void)pdb_builder_matcher_protocol_rules({pdb_build, pg, {i, 0}}, protocol);
+        if (pdb_build->pdb_build_budget.exceeded)
+            return PDATA_ERR_OVERFLOW;
     }
     return PDATA_SUCCESS;
 }

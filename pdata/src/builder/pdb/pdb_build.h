@@ -49,7 +49,7 @@ void pdb_builder_load(pdb_context_t *context, std::span<const uint8_t> proto_pdb
 
 /// Files every value of a group into the matcher table, and keeps the view of each protocol in the
 /// group. A failure inside the rules of a protocol does not stop the next protocols. Part of the
-/// format.
+/// format. PDATA_ERR_OVERFLOW with a message when the budget is used up.
 [[nodiscard]] pdata_status_t pdb_builder_matcher_register(pdb_build_t *pdb_build, pdb_pg &pg);
 
 /// Frees everything.

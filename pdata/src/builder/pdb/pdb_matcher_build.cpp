@@ -155,8 +155,12 @@ pdata_status_t pdb_matcher_build_register(pdb_matcher_run_t *run, pdb_matcher_el
     const pdb_matcher_elt *twin = elt->matcher_elt_force;
     value_run_t value = {*elt, {}, twin == nullptr ? 0 : twin->matcher_elt_force_id, false};
     value.forced = value.item_id != 0;
+    pdata_status_t status =
+        matcher_budget_take(&run->pdb_build->pdb_build_budget, elt->matcher_elt_val.str_len);
+    if (status != PDATA_SUCCESS)
+        return status;
     for (std::string_view token = next_token(&rest); !token.empty(); token = next_token(&rest)) {
-        pdata_status_t status = register_token(run, &value, token);
+        status = register_token(run, &value, token);
         if (status != PDATA_SUCCESS)
             return status;
         if (value.forced) {
