@@ -48,13 +48,12 @@ TEST(export_hooks, coverage_has_a_line_for_every_registration_newest_first)
 {
     const scratch_dir_t scratch;
     // A protocol id of its own: the counters are never cleared.
-    const pdb_model model = {
-        {protocol_of(901, "first", {}),
-         protocol_of(902, "web",
-                     {simple_rule("tcp", {number_attr("port", {"1"})}),
-                      simple_rule("http", {stream_attr("server", {"a", "b,c"}),
-                                           number_attr("port", {"9"})})})},
-        {}};
+    const pdb_model model = {{protocol_of(901, "first", {}),
+                              protocol_of(902, "web",
+                                          {simple_rule("tcp", {number_attr("port", {"1"})}),
+                                           simple_rule("http", {stream_attr("server", {"a", "b,c"}),
+                                                                number_attr("port", {"9"})})})},
+                             {}};
     pdb_model with_port = model;
     with_port.protocols[1].rules[1].sub_rules.push_back(
         sub_rule_of("tcp", {number_attr("port", {"5,6"}, MATCHER_TYPE_NUMBER_16, ATTR_WAY_BOTH)}));
@@ -75,12 +74,14 @@ TEST(export_hooks, coverage_has_a_line_for_every_registration_newest_first)
 TEST(export_hooks, three_values_of_one_rule_are_numbered_two_one_zero)
 {
     const scratch_dir_t scratch;
-    EXPECT_EQ(compile_with("signature_coverage",
-                           {{protocol_of(903, "web", {simple_rule("tcp", {number_attr(
-                                                          "port", {"1", "2", "3"})})})},
-                            {}}),
-              "0");
-    EXPECT_EQ(file_text("signature_coverage.data"), "3,903,web,0,2\n2,903,web,0,1\n1,903,web,0,0\n");
+    EXPECT_EQ(
+        compile_with("signature_coverage",
+                     {{protocol_of(903, "web",
+                                   {simple_rule("tcp", {number_attr("port", {"1", "2", "3"})})})},
+                      {}}),
+        "0");
+    EXPECT_EQ(file_text("signature_coverage.data"),
+              "3,903,web,0,2\n2,903,web,0,1\n1,903,web,0,0\n");
 }
 
 TEST(export_hooks, a_protocol_id_beyond_the_coverage_fails_the_compile)
@@ -105,12 +106,13 @@ TEST(export_hooks, a_rule_index_beyond_the_coverage_fails_the_compile)
 TEST(export_hooks, values_of_http_and_ssl_are_collected_by_rule)
 {
     const pdb_model model = {
-        {protocol_of(7, "shop",
-                     {simple_rule("http", {stream_attr("server", {"a.b", "c"}),
-                                           stream_attr("uri", {"d"})}),
-                      simple_rule("ssl", {stream_attr("common_name", {"e"}, ATTR_WAY_BOTH)})}),
-         protocol_of(8, "talk", {simple_rule("sip", {stream_attr("domain", {"f"})}),
-                                 simple_rule("tcp", {number_attr("port", {"1"})})})},
+        {protocol_of(
+             7, "shop",
+             {simple_rule("http", {stream_attr("server", {"a.b", "c"}), stream_attr("uri", {"d"})}),
+              simple_rule("ssl", {stream_attr("common_name", {"e"}, ATTR_WAY_BOTH)})}),
+         protocol_of(8, "talk",
+                     {simple_rule("sip", {stream_attr("domain", {"f"})}),
+                      simple_rule("tcp", {number_attr("port", {"1"})})})},
         {}};
     std::string status;
     // The lists come newest first, and so do entries and values: the entry of the second rule is

@@ -13,18 +13,19 @@ pdb_model sample_model()
 {
     rule_model code = simple_rule("icmp", {number_attr("code", {"3"}, MATCHER_TYPE_NUMBER_8)});
     code.tags = {"video"};
-    return {{protocol_of(
-                7, "web",
-                {code,
-                 rule_of({sub_rule_of("http", {stream_attr("server", {"ab.*cd", "x.yz", "..*",
-                                                                      ".*mid.*", "word"}),
-                                               stream_attr("referer", {"r"})}),
-                          sub_rule_of("tcp", {stream_attr("stream", {"go.*"}),
-                                              offset_attr("stream", "at", 3)},
-                                      65536)}),
-                 simple_rule("ip", {number_attr("address", {"10.0.0.0/8,11.0.0.1"},
-                                                MATCHER_TYPE_IP_4, ATTR_WAY_BOTH)})})},
-            {{"video", 0x11}}};
+    return {
+        {protocol_of(
+            7, "web",
+            {code,
+             rule_of({sub_rule_of("http", {stream_attr("server", {"ab.*cd", "x.yz", "..*",
+                                                                  ".*mid.*", "word"}),
+                                           stream_attr("referer", {"r"})}),
+                      sub_rule_of("tcp",
+                                  {stream_attr("stream", {"go.*"}), offset_attr("stream", "at", 3)},
+                                  65536)}),
+             simple_rule("ip", {number_attr("address", {"10.0.0.0/8,11.0.0.1"}, MATCHER_TYPE_IP_4,
+                                            ATTR_WAY_BOTH)})})},
+        {{"video", 0x11}}};
 }
 
 const bytes_t &sample()
@@ -291,8 +292,9 @@ TEST(loadable_reader, an_item_that_no_matcher_has_is_found)
 TEST(loadable_reader, two_matchers_of_one_name_are_found)
 {
     const pdb_model model = {
-        {protocol_of(1, "p", {simple_rule("tcp", {number_attr("port", {"1"}, MATCHER_TYPE_NUMBER_16,
-                                                              ATTR_WAY_BOTH)})})},
+        {protocol_of(1, "p",
+                     {simple_rule("tcp", {number_attr("port", {"1"}, MATCHER_TYPE_NUMBER_16,
+                                                      ATTR_WAY_BOTH)})})},
         {}};
     bytes_t pdb = compile(model).bytes;
     EXPECT_EQ(loadable_verify(damaged(pdb, TLV_TYPE_ROOT_MATCHERS, 6, ATTR_WAY_CTS)),

@@ -60,8 +60,8 @@ std::string owners(const loadable_pdb_t &pdb)
 
 TEST(matcher_pass, a_value_of_both_directions_is_one_item_in_two_matchers)
 {
-    const loaded_t loaded(model_of(
-        "tcp", {number_attr("port", {"80"}, MATCHER_TYPE_NUMBER_16, ATTR_WAY_BOTH)}));
+    const loaded_t loaded(
+        model_of("tcp", {number_attr("port", {"80"}, MATCHER_TYPE_NUMBER_16, ATTR_WAY_BOTH)}));
     ASSERT_EQ(loaded.pdb.matchers.size(), 2U);
     EXPECT_EQ(items_of(loaded.pdb, "tcp", "port", ATTR_WAY_CTS, 80), "1 ");
     EXPECT_EQ(items_of(loaded.pdb, "tcp", "port", ATTR_WAY_STC, 80), "1 ");
@@ -80,9 +80,9 @@ TEST(matcher_pass, the_numbers_of_a_comma_list_are_one_item)
 
 TEST(matcher_pass, a_comma_list_of_both_directions_is_one_item_in_two_matchers)
 {
-    const loaded_t loaded(model_of(
-        "tcp", {number_attr("port", {"80,443"}, MATCHER_TYPE_NUMBER_16, ATTR_WAY_BOTH),
-                number_attr("port", {"22"}, MATCHER_TYPE_NUMBER_16, ATTR_WAY_CTS)}));
+    const loaded_t loaded(
+        model_of("tcp", {number_attr("port", {"80,443"}, MATCHER_TYPE_NUMBER_16, ATTR_WAY_BOTH),
+                         number_attr("port", {"22"}, MATCHER_TYPE_NUMBER_16, ATTR_WAY_CTS)}));
     for (const uint32_t way : {ATTR_WAY_CTS, ATTR_WAY_STC}) {
         EXPECT_EQ(items_of(loaded.pdb, "tcp", "port", way, 80), "1 ");
         EXPECT_EQ(items_of(loaded.pdb, "tcp", "port", way, 443), "1 ");
@@ -115,8 +115,7 @@ TEST(matcher_pass, a_stream_value_is_registered_whole_for_every_piece_between_co
 
 TEST(matcher_pass, the_twin_of_such_a_stream_value_is_registered_once_under_the_first_id)
 {
-    const loaded_t loaded(
-        model_of("ssl", {stream_attr("common_name", {"ab,cd"}, ATTR_WAY_BOTH)}));
+    const loaded_t loaded(model_of("ssl", {stream_attr("common_name", {"ab,cd"}, ATTR_WAY_BOTH)}));
     // The server's direction is the newer list and is built first.
     EXPECT_EQ(entries_of(loaded.pdb, "ssl", "common_name", ATTR_WAY_STC), "1 2 ");
     EXPECT_EQ(entries_of(loaded.pdb, "ssl", "common_name", ATTR_WAY_CTS), "1 ");
@@ -136,7 +135,7 @@ TEST(matcher_pass, values_of_different_directions_land_in_different_matchers)
 TEST(matcher_pass, lists_and_values_are_built_newest_first)
 {
     const loaded_t loaded(
-        model_of({simple_rule("tcp", {number_attr("port", {"1", "2"}), // items 5 and 4
+        model_of({simple_rule("tcp", {number_attr("port", {"1", "2"}),     // items 5 and 4
                                       number_attr("payload_len", {"3"})}), // item 2
                   simple_rule("udp", {number_attr("port", {"4"})}),        // item 1
                   simple_rule("tcp", {number_attr("port", {"5"})})}));     // item 3
@@ -154,11 +153,12 @@ TEST(matcher_pass, lists_and_values_are_built_newest_first)
 
 TEST(matcher_pass, addresses_go_through_their_transformers)
 {
-    const loaded_t loaded(
-        model_of({simple_rule("ip", {number_attr("address", {"10.0.0.0/8"}, MATCHER_TYPE_IP_4)}),
-                  simple_rule("ip6", {number_attr("address", {"2001:db8::/32"}, MATCHER_TYPE_IP_6)})}));
+    const loaded_t loaded(model_of(
+        {simple_rule("ip", {number_attr("address", {"10.0.0.0/8"}, MATCHER_TYPE_IP_4)}),
+         simple_rule("ip6", {number_attr("address", {"2001:db8::/32"}, MATCHER_TYPE_IP_6)})}));
     EXPECT_EQ(items_of(loaded.pdb, "ip", "address", ATTR_WAY_CTS, 0x0A010203), "2 ");
-    const loadable_matcher_t *six = loadable_find_matcher(loaded.pdb, "ip6", "address", ATTR_WAY_CTS);
+    const loadable_matcher_t *six =
+        loadable_find_matcher(loaded.pdb, "ip6", "address", ATTR_WAY_CTS);
     EXPECT_EQ(number_reader_find(six->number, {0, {0x20010db8, 7, 7, 7}}),
               std::vector<uint32_t>{1});
     EXPECT_TRUE(number_reader_find(six->number, {0, {0x20010db9, 0, 0, 0}}).empty());
@@ -174,10 +174,10 @@ TEST(matcher_pass, the_length_of_stream_values_counts_for_the_priority_and_that_
 
 TEST(matcher_pass, a_referer_among_several_items_is_marked)
 {
-    const loaded_t loaded(
-        model_of({simple_rule("http", {stream_attr("referer", {"ab"}), stream_attr("uri", {"cd"})}),
-                  simple_rule("http", {stream_attr("referer", {"ef"})}),
-                  simple_rule("http", {stream_attr("uri", {"gh"}), stream_attr("server", {"ij"})})}));
+    const loaded_t loaded(model_of(
+        {simple_rule("http", {stream_attr("referer", {"ab"}), stream_attr("uri", {"cd"})}),
+         simple_rule("http", {stream_attr("referer", {"ef"})}),
+         simple_rule("http", {stream_attr("uri", {"gh"}), stream_attr("server", {"ij"})})}));
     for (size_t id = 1; id < loaded.pdb.slots.size(); ++id)
         EXPECT_EQ(loaded.pdb.slots[id].referer, loaded.pdb.slots[id].rule_id == 1) << id;
 }
@@ -276,8 +276,7 @@ TEST(matcher_pass, values_of_a_third_sub_rule_have_no_place_in_the_engine)
     const rule_model rule = rule_of({sub_rule_of("tcp", {number_attr("port", {"1"})}),
                                      sub_rule_of("tcp", {number_attr("port", {"2"})}),
                                      sub_rule_of("tcp", {number_attr("port", {"3"})})});
-    const loaded_t loaded(
-        compile(make_pdb(model_of({rule})), 1, nullptr, LOADABLE_FOREIGN));
+    const loaded_t loaded(compile(make_pdb(model_of({rule})), 1, nullptr, LOADABLE_FOREIGN));
     // Items 1, 2, 3 are the ports 3, 2, 1.
     EXPECT_EQ(owners(loaded.pdb), "0 1 1 ");
     EXPECT_EQ(loaded.pdb.slots[3].bitset_pos, 0U);
@@ -288,9 +287,8 @@ TEST(matcher_pass, values_of_a_third_sub_rule_have_no_place_in_the_engine)
 
 TEST(matcher_pass, preempt_values_of_the_wrong_shape_only_leave_a_warning)
 {
-    rule_model rule = rule_of({sub_rule_of("tcp", {stream_attr("stream", {"ab"}),
-                                                   number_attr("port", {"1"})},
-                                           10)});
+    rule_model rule = rule_of(
+        {sub_rule_of("tcp", {stream_attr("stream", {"ab"}), number_attr("port", {"1"})}, 10)});
     rule.preempt = 1;
     const compiled_t compiled = compile(model_of({rule}));
     EXPECT_EQ(compiled.outcome,
@@ -365,7 +363,8 @@ TEST(rule_pass, the_chains_wrap_at_1024)
 
 TEST(rule_pass, parameters_beyond_seven_are_dropped)
 {
-    for (const auto &[params, flags] : {std::pair(0U, 0U), {1U, 1U}, {7U, 7U}, {8U, 0U}, {9U, 0U}}) {
+    for (const auto &[params, flags] :
+         {std::pair(0U, 0U), {1U, 1U}, {7U, 7U}, {8U, 0U}, {9U, 0U}}) {
         pdb_model model = model_of("tcp", {number_attr("port", {"1"})});
         model.protocols[0].rules[0].params = params;
         EXPECT_EQ(loaded_t(model).pdb.slots[1].flags, flags) << params;

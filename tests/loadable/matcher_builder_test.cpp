@@ -106,18 +106,18 @@ TEST(matcher_builder, the_bytes_of_a_stream_matcher_with_two_second_level_entrie
     const std::vector<uint8_t> one_item = bytes("00000020 00000004 00000001");
     EXPECT_EQ(run.serialized(),
               chain({bytes("01 000002  00000001 00000010"
-                           "03 0000C9"                    // 804 bytes of engines
-                           "00000012 00000004 0000000E"   // classic engines
-                           "00000013 00000000"            // the automaton is empty
-                           "00000015 00000180"),          // 384 bytes: the prefix tree
+                           "03 0000C9"                  // 804 bytes of engines
+                           "00000012 00000004 0000000E" // classic engines
+                           "00000013 00000000"          // the automaton is empty
+                           "00000015 00000180"),        // 384 bytes: the prefix tree
                      tree("FFFF 0001 0000  FFFF 0000 0002  0000 0000 0000", "80000000"),
                      alphabet_bytes(3, "ab", 1), one_item,
                      bytes("00000016 00000180"), // the suffix tree, from the end
                      tree("FFFF 0001 0000  FFFF 0000 0002  0000 0000 0000", "80000001"),
                      alphabet_bytes(3, "dc", 1), one_item,
                      bytes("04 000008"
-                           "00000005 00000000 02010104 00000000"  // piece 1 of 2: a prefix
-                           "00000005 00000000 02020108 00000000"  // piece 2 of 2: a suffix
+                           "00000005 00000000 02010104 00000000" // piece 1 of 2: a prefix
+                           "00000005 00000000 02020108 00000000" // piece 2 of 2: a suffix
                            "05 000000")}));
 }
 
@@ -148,8 +148,8 @@ TEST(matcher_builder, a_buffer_of_another_size_is_refused_without_a_message)
 TEST(matcher_builder, sizes_are_those_of_the_engines_and_a_few_words)
 {
     matcher_run_t stream(stream_desc());
-    EXPECT_EQ(stream.add("..."), "0");     // one entry, and a string of 3 bytes: 8 in the table
-    EXPECT_EQ(stream.add("a.*b"), "0");    // two entries
+    EXPECT_EQ(stream.add("..."), "0");  // one entry, and a string of 3 bytes: 8 in the table
+    EXPECT_EQ(stream.add("a.*b"), "0"); // two entries
     const size_t size = stream.serialized().size();
     EXPECT_EQ(size, pattern_get_size(stream.matcher.pattern) + 8 + 16 * 3 + 24);
     matcher_run_t number(stream_desc(), MATCHER_TYPE_IP_4);

@@ -201,18 +201,16 @@ TEST(pattern_info, a_preempt_rule_of_one_attribute_in_both_ways_is_marked)
 TEST(pattern_info, a_preempt_rule_of_several_sub_rules_is_recorded)
 {
     info_t info(preempt_rule({with_mindata(0, 0), with_mindata(0, 0)}));
-    EXPECT_EQ(
-        info.get(),
-        "0 (recorded 103): Protocol 42 has a preempt rule (1) with a multiple-sub-rules.");
+    EXPECT_EQ(info.get(),
+              "0 (recorded 103): Protocol 42 has a preempt rule (1) with a multiple-sub-rules.");
     EXPECT_EQ(info.info.preempt, 1U);
 }
 
 TEST(pattern_info, a_preempt_rule_without_sub_rules_is_recorded)
 {
     info_t info(preempt_rule({}));
-    EXPECT_EQ(
-        info.get(),
-        "0 (recorded 103): Protocol 42 has a preempt rule (1) with a multiple-sub-rules.");
+    EXPECT_EQ(info.get(),
+              "0 (recorded 103): Protocol 42 has a preempt rule (1) with a multiple-sub-rules.");
     EXPECT_EQ(info.info.preempt, 1U);
 }
 
@@ -240,11 +238,10 @@ TEST(pattern_info, the_attributes_looked_at_are_those_of_the_sub_rule_with_the_m
 {
     const attr_model attr = stream_attr("stream", {"x"});
     // The search ends at the first sub-rule, which has one attribute; the second has three.
-    info_t info(preempt_rule(
-        {sub_rule_of("tcp", {attr}, 9), sub_rule_of("tcp", {attr, attr, attr}, 9)}));
-    EXPECT_EQ(
-        info.get(),
-        "0 (recorded 103): Protocol 42 has a preempt rule (1) with a multiple-sub-rules.");
+    info_t info(
+        preempt_rule({sub_rule_of("tcp", {attr}, 9), sub_rule_of("tcp", {attr, attr, attr}, 9)}));
+    EXPECT_EQ(info.get(),
+              "0 (recorded 103): Protocol 42 has a preempt rule (1) with a multiple-sub-rules.");
     // Without a minimum the last one is.
     info_t last(preempt_rule({sub_rule_of("tcp", {attr}), sub_rule_of("tcp", {attr, attr, attr})}));
     EXPECT_NE(last.get().find("too many attributes.Either"), std::string::npos);

@@ -34,7 +34,7 @@ struct rule_items {
 
 struct builder {
     const std::vector<protocol_model> &protocols;
-    std::vector<filed_list> lists;              ///< newest first
+    std::vector<filed_list> lists;               ///< newest first
     std::vector<std::vector<rule_items>> chains; ///< 1024, each newest first
     std::map<size_t, uint32_t> twin_items;
     uint32_t next_item = 1;
@@ -109,9 +109,9 @@ void add_item(builder &build, const filed_list &list, const filed_value &value, 
 /// Registers a value: which items its matcher gets, and its rule.
 void register_value(builder &build, filed_list &list, const filed_value &value)
 {
-    const bool stream = pdb_matcher_get_type(csa_str(list.matcher.protocol),
-                                             csa_str(list.matcher.attribute)) ==
-                        MATCHER_TYPE_STREAM;
+    const bool stream =
+        pdb_matcher_get_type(csa_str(list.matcher.protocol), csa_str(list.matcher.attribute)) ==
+        MATCHER_TYPE_STREAM;
     const size_t pieces = count_pieces(value.text);
     const auto twin = build.twin_items.find(value.twin);
     if (pieces == 0)
@@ -249,9 +249,8 @@ void compare_matcher(difference_t &difference, const loadable_matcher_t &found,
     if (!loadable_matcher_ids(found, ids, error))
         difference.text << what << ": " << error << "\n";
     for (const uint32_t id : ids)
-        items.insert(id < MATCHER_PRIVATE_ID
-                         ? id
-                         : found.second_level.at(id - MATCHER_PRIVATE_ID).pub_id);
+        items.insert(
+            id < MATCHER_PRIVATE_ID ? id : found.second_level.at(id - MATCHER_PRIVATE_ID).pub_id);
     for (const loadable_entry_t &entry : found.second_level)
         items.insert(entry.pub_id);
     difference.compare(what + " items", items, expected.items);

@@ -35,8 +35,8 @@ std::string random_number(dice_t &dice, matcher_type_t type)
 std::string random_text(dice_t &dice, bool suffixes)
 {
     // The last four end with a piece that must stand at the end, which not every engine takes.
-    static const char *const shapes[] = {"word%",  ".*word%.*",    "word%.*", "(a|b)%x", "a%.b%.*",
-                                         "..*",    "[a-d]%",       "x%?y%z",  "ab,c%",   ",a%,",
+    static const char *const shapes[] = {"word%",   ".*word%.*", "word%.*", "(a|b)%x", "a%.b%.*",
+                                         "..*",     "[a-d]%",    "x%?y%z",  "ab,c%",   ",a%,",
                                          ".*%word", "\\d%\\d*a", "a%.*b%",  "a%.b%"};
     constexpr auto nr_shape = static_cast<uint32_t>(std::size(shapes));
     std::string text = shapes[dice.below(suffixes ? nr_shape : nr_shape - 4)];

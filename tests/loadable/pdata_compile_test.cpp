@@ -114,8 +114,8 @@ TEST(pdata_compile, in_host_order_the_words_of_the_tag_table_are_swapped)
     pdb_list_t list = make_pdb(small_model());
     for (pdb_t &part : list) {
         if (part.pdb_type == PDB_TYPE_TAGS) {
-            EXPECT_TRUE(pdb_header_set(
-                &part, PDB_TYPE_TAGS, bytes("09 000004  00000000 04030201  08000000 05000000")));
+            EXPECT_TRUE(pdb_header_set(&part, PDB_TYPE_TAGS,
+                                       bytes("09 000004  00000000 04030201  08000000 05000000")));
         }
     }
     const loaded_t loaded(compile(list, 0));
@@ -144,11 +144,11 @@ TEST(pdata_compile, an_empty_pdb_is_its_parts_a_marker_and_two_zero_words)
             EXPECT_TRUE(pdb_header_set(&part, PDB_TYPE_PROTOCOL_DESCRIPTION, {}));
         }
     }
-    EXPECT_EQ(compile(list).bytes,
-              chain({bytes("0C 000001 02000002"), part_bytes(list, PDB_TYPE_CFG),
-                     part_bytes(list, PDB_TYPE_TAGS), part_bytes(list, PDB_TYPE_MATCHER_ALIAS),
-                     part_bytes(list, PDB_TYPE_MAIN_HSTRING),
-                     bytes("07 000000  00000000 00000000")}));
+    EXPECT_EQ(
+        compile(list).bytes,
+        chain({bytes("0C 000001 02000002"), part_bytes(list, PDB_TYPE_CFG),
+               part_bytes(list, PDB_TYPE_TAGS), part_bytes(list, PDB_TYPE_MATCHER_ALIAS),
+               part_bytes(list, PDB_TYPE_MAIN_HSTRING), bytes("07 000000  00000000 00000000")}));
 }
 
 TEST(pdata_compile, a_pdb_without_descriptions_fails_when_it_is_written)
@@ -279,8 +279,8 @@ TEST(pdata_config, a_loadable_pdb_is_split_into_its_parts)
     const std::vector<uint8_t> loadable = compile(list).bytes;
     pdb_list_t parts;
     EXPECT_EQ(outcome(pdata_config(loadable, &parts)), "0");
-    const pdb_type_t kinds[] = {PDB_TYPE_PROTOCOL_DESCRIPTION, PDB_TYPE_TAGS,
-                                PDB_TYPE_MAIN_HSTRING, PDB_TYPE_MATCHER_ALIAS, PDB_TYPE_CFG};
+    const pdb_type_t kinds[] = {PDB_TYPE_PROTOCOL_DESCRIPTION, PDB_TYPE_TAGS, PDB_TYPE_MAIN_HSTRING,
+                                PDB_TYPE_MATCHER_ALIAS, PDB_TYPE_CFG};
     for (size_t i = 0; i < std::size(kinds); ++i) {
         EXPECT_EQ(parts[i].pdb_type, kinds[i]);
         EXPECT_EQ(part_bytes(parts, kinds[i]), part_bytes(list, kinds[i]));
@@ -293,9 +293,9 @@ TEST(pdata_config, a_loadable_pdb_is_split_into_its_parts)
 TEST(pdata_config, parts_are_found_in_any_order)
 {
     pdb_list_t parts;
-    EXPECT_EQ(outcome(pdata_config(bytes("0B 000000  03 000001 00000000  09 000000  01 000000"),
-                                   &parts)),
-              "0");
+    EXPECT_EQ(
+        outcome(pdata_config(bytes("0B 000000  03 000001 00000000  09 000000  01 000000"), &parts)),
+        "0");
     EXPECT_EQ(parts_of(parts), "0:4 7:4 1:8 9:4 ");
 }
 
@@ -356,7 +356,8 @@ TEST(pdata_config, a_part_that_cannot_be_copied_ends_the_list)
         EXPECT_EQ(status, failed ? PDATA_ERR_NO_MEMORY : PDATA_SUCCESS);
         // Each part takes two or three allocations.
         if (failed) {
-            EXPECT_EQ(parts_of(parts), std::string("0:4 7:4 1:4 ").substr(0, parts_of(parts).size()));
+            EXPECT_EQ(parts_of(parts),
+                      std::string("0:4 7:4 1:4 ").substr(0, parts_of(parts).size()));
         }
     }
 }

@@ -123,9 +123,8 @@ TEST(pdb_builder, the_version_section)
 {
     builder_run_t run(port_model());
     EXPECT_EQ(run.serialize(), "0");
-    EXPECT_EQ(run.sections().protodesc_tlv,
-              bytes("06 000008  00000001 0000021C 0000000A"
-                    "'1'.'5'4'0'.'1'-'2'4 0000 00000000 00000000"));
+    EXPECT_EQ(run.sections().protodesc_tlv, bytes("06 000008  00000001 0000021C 0000000A"
+                                                  "'1'.'5'4'0'.'1'-'2'4 0000 00000000 00000000"));
 }
 
 TEST(pdb_builder, an_empty_record_of_descriptions_makes_an_empty_pdb)
@@ -151,15 +150,14 @@ TEST(pdb_builder, descriptions_of_another_record_type_are_refused)
 {
     builder_run_t run(with(port_model(), PDB_TYPE_PROTOCOL_DESCRIPTION, bytes("02 000000")));
     EXPECT_EQ(run.serialize(), "102");
-    EXPECT_EQ(run.diagnostics, error_line("pdb_builder_serialize",
-                                          "failed to find TLV_TYPE_ROOT_PROTODESCS.\n"));
+    EXPECT_EQ(run.diagnostics,
+              error_line("pdb_builder_serialize", "failed to find TLV_TYPE_ROOT_PROTODESCS.\n"));
     EXPECT_EQ(run.sections().protodesc_tlv.size(), 36U); // the version is written all the same
 }
 
 TEST(pdb_builder, tags_are_mandatory)
 {
-    const std::string expected =
-        "2: PDM (tags) is mandatory when you try to compile graph/rules";
+    const std::string expected = "2: PDM (tags) is mandatory when you try to compile graph/rules";
     EXPECT_EQ(builder_run_t(without(port_model(), PDB_TYPE_TAGS)).serialize(), expected);
     EXPECT_EQ(builder_run_t(with(port_model(), PDB_TYPE_TAGS, {})).serialize(), expected);
     EXPECT_EQ(builder_run_t(with(port_model(), PDB_TYPE_TAGS, bytes("0A 000000"))).serialize(),
@@ -206,9 +204,9 @@ TEST(pdb_builder, another_child_of_the_descriptions_is_named_and_skipped)
     EXPECT_EQ(run.serialize(), "0");
     EXPECT_EQ(run.diagnostics,
               error_line("pdb_builder_serialize", "Unexpected TLV type: 9 at offset: 0\n\n") +
-                  error_line("pdb_builder_serialize",
-                             "Unexpected TLV type: 4 at offset: " +
-                                 std::to_string(3 + group.size()) + "\n\n"));
+                  error_line("pdb_builder_serialize", "Unexpected TLV type: 4 at offset: " +
+                                                          std::to_string(3 + group.size()) +
+                                                          "\n\n"));
     EXPECT_EQ(run.sections().matchers.tlv_list.size(), 1U);
 }
 
@@ -263,7 +261,8 @@ TEST(pdb_builder, a_stray_record_among_the_protocols_is_named_twice_and_skipped)
 
 TEST(pdb_builder, protocol_offsets_are_those_of_their_headers)
 {
-    const group_t group({protocol_of(1, "a", {}), protocol_of(2, "b", {}), protocol_of(3, "c", {})});
+    const group_t group(
+        {protocol_of(1, "a", {}), protocol_of(2, "b", {}), protocol_of(3, "c", {})});
     ASSERT_EQ(group.pg.pg_proto_offset.size(), 3U);
     EXPECT_EQ(group.pg.pg_proto_offset[0], 0U);
     for (const uint32_t offset : group.pg.pg_proto_offset)
@@ -326,9 +325,8 @@ TEST(pdb_builder, too_many_protocols_for_the_exports_end_the_filing)
 
 TEST(pdb_builder, the_matchers_of_a_rule_belong_to_the_bottom_of_its_sub_rules)
 {
-    const rule_model rule =
-        rule_of({{"tcp", "ip", 0, 0, {number_attr("port", {"80"})}},
-                 {"udp", "ip", 0, 0, {number_attr("port", {"81"})}}});
+    const rule_model rule = rule_of({{"tcp", "ip", 0, 0, {number_attr("port", {"80"})}},
+                                     {"udp", "ip", 0, 0, {number_attr("port", {"81"})}}});
     const loaded_t loaded(pdb_model{{protocol_of(7, "web", {rule})}, {}});
     ASSERT_EQ(loaded.pdb.matchers.size(), 2U);
     EXPECT_EQ(loaded.pdb.matchers[0].protocol, "udp");
@@ -337,8 +335,8 @@ TEST(pdb_builder, the_matchers_of_a_rule_belong_to_the_bottom_of_its_sub_rules)
 
 TEST(pdb_builder, the_minimum_data_of_the_direction_reaches_the_matcher)
 {
-    sub_rule_model sub_rule = sub_rule_of(
-        "tcp", {stream_attr("stream", {"ab"}, ATTR_WAY_CTS), stream_attr("pattern", {"ab"}, ATTR_WAY_STC)});
+    sub_rule_model sub_rule = sub_rule_of("tcp", {stream_attr("stream", {"ab"}, ATTR_WAY_CTS),
+                                                  stream_attr("pattern", {"ab"}, ATTR_WAY_STC)});
     sub_rule.cts_mindata = 30;
     sub_rule.stc_mindata = 20;
     const loaded_t loaded(pdb_model{{protocol_of(7, "web", {rule_of({sub_rule})})}, {}});
@@ -348,12 +346,10 @@ TEST(pdb_builder, the_minimum_data_of_the_direction_reaches_the_matcher)
 
 TEST(pdb_builder, a_minimum_of_65536_is_none)
 {
-    const rule_model rule =
-        rule_of({sub_rule_of("tcp", {stream_attr("stream", {"ab"})}, 65536)});
+    const rule_model rule = rule_of({sub_rule_of("tcp", {stream_attr("stream", {"ab"})}, 65536)});
     const loaded_t loaded(pdb_model{{protocol_of(7, "web", {rule})}, {}});
     EXPECT_EQ(loaded.pdb.matchers[0].min_data, 0U);
-    const rule_model less =
-        rule_of({sub_rule_of("tcp", {stream_attr("stream", {"ab"})}, 65535)});
+    const rule_model less = rule_of({sub_rule_of("tcp", {stream_attr("stream", {"ab"})}, 65535)});
     const loaded_t other(pdb_model{{protocol_of(7, "web", {less, rule})}, {}});
     EXPECT_EQ(other.pdb.matchers[0].min_data, 65535U);
 }
@@ -419,18 +415,19 @@ TEST(pdb_builder, rules_that_cannot_be_written_are_reported_step_by_step)
 
 TEST(pdb_builder, a_second_group_hides_the_first_from_the_rules)
 {
-    const pdb_model two = {{protocol_of(1, "a", {simple_rule("tcp", {number_attr("port", {"1"})})}),
-                            protocol_of(2, "b", {simple_rule("tcp", {number_attr("port", {"2"})})})},
-                           {}};
-    const pdb_model one = {{protocol_of(3, "c", {simple_rule("tcp", {number_attr("port", {"3"})})})},
-                           {}};
-    builder_run_t run(with(two, PDB_TYPE_PROTOCOL_DESCRIPTION,
-                           root_of(join({group_of(two), group_of(one)}))));
+    const pdb_model two = {
+        {protocol_of(1, "a", {simple_rule("tcp", {number_attr("port", {"1"})})}),
+         protocol_of(2, "b", {simple_rule("tcp", {number_attr("port", {"2"})})})},
+        {}};
+    const pdb_model one = {
+        {protocol_of(3, "c", {simple_rule("tcp", {number_attr("port", {"3"})})})}, {}};
+    builder_run_t run(
+        with(two, PDB_TYPE_PROTOCOL_DESCRIPTION, root_of(join({group_of(two), group_of(one)}))));
     EXPECT_EQ(run.serialize(), "2");
     EXPECT_NE(run.diagnostics.find("pdb_builder_matcher_serialize.\n"), std::string::npos);
     // Of the same number of protocols the second group's are taken.
-    builder_run_t same(with(one, PDB_TYPE_PROTOCOL_DESCRIPTION,
-                            root_of(join({group_of(one), group_of(one)}))));
+    builder_run_t same(
+        with(one, PDB_TYPE_PROTOCOL_DESCRIPTION, root_of(join({group_of(one), group_of(one)}))));
     EXPECT_EQ(same.serialize(), "0");
 }
 
@@ -439,12 +436,14 @@ TEST(pdb_builder, a_second_group_hides_the_first_from_the_rules)
 
 pdb_model logged_model()
 {
-    rule_model rule = rule_of({sub_rule_of("http", {stream_attr("server", {".*site.*"})}),
-                               sub_rule_of("tcp", {number_attr("port", {"80,81"}, MATCHER_TYPE_NUMBER_16,
-                                                               ATTR_WAY_BOTH)})},
-                              0x07000009);
-    return {{protocol_of(0x01000007, "web", {simple_rule("tcp", {number_attr("port", {"5"})}), rule})},
-            {}};
+    rule_model rule = rule_of(
+        {sub_rule_of("http", {stream_attr("server", {".*site.*"})}),
+         sub_rule_of("tcp",
+                     {number_attr("port", {"80,81"}, MATCHER_TYPE_NUMBER_16, ATTR_WAY_BOTH)})},
+        0x07000009);
+    return {
+        {protocol_of(0x01000007, "web", {simple_rule("tcp", {number_attr("port", {"5"})}), rule})},
+        {}};
 }
 
 TEST(pdb_builder_log, values_are_logged_as_they_become_items)
@@ -455,10 +454,11 @@ TEST(pdb_builder_log, values_are_logged_as_they_become_items)
     EXPECT_EQ(run.serialize(), "0");
     // tcp:port of the server is the newest list, then http:server, then the client's ports, where
     // the twin of 80,81 is registered without a line.
-    EXPECT_EQ(log.str(), "matcher_name                  \titem_id\tns_id\tproto_id\trule_idx\tpattern\n"
-                         "stc-tcp-port                \t1      \t1    \t16777223\t1       \t80,81\n"
-                         "cts-http-server              \t2      \t1    \t16777223\t1       \t.*site.*\n"
-                         "cts-tcp-port                \t3      \t1    \t16777223\t0       \t5\n");
+    EXPECT_EQ(log.str(),
+              "matcher_name                  \titem_id\tns_id\tproto_id\trule_idx\tpattern\n"
+              "stc-tcp-port                \t1      \t1    \t16777223\t1       \t80,81\n"
+              "cts-http-server              \t2      \t1    \t16777223\t1       \t.*site.*\n"
+              "cts-tcp-port                \t3      \t1    \t16777223\t0       \t5\n");
 }
 
 TEST(pdb_builder_log, rules_are_logged_in_the_order_of_their_ids)

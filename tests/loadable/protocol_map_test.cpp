@@ -1,4 +1,6 @@
 /// The protocol map: one row per rule.
+#include <random>
+
 #include "bytes.h"
 #include "failing_alloc.h"
 #include "loadable_fixture.h"
@@ -6,8 +8,6 @@
 
 namespace
 {
-
-constexpr uint32_t NONE = PDB_PROTOCOL_MAP_EMPTY;
 
 /// A map with the limits of every compile, and rules to add to it.
 struct map_t {
@@ -153,6 +153,26 @@ TEST(protocol_map, a_path_that_cannot_be_read_is_a_status)
     EXPECT_EQ(outcome(pdb_protocol_map_add(&map.map, 1, one_sub_rule("a", "b", "b"), rule,
                                            map.names.view())),
               "107");
+}
+
+// Overlapping names could otherwise take more room than their offsets can tell apart.
+TEST(protocol_map, names_are_bounded_by_what_a_record_can_hold)
+{
+    constexpr uint16_t length = 60000;
+    map_t map(1);
+    std::mt19937 random(1);
+    std::string text; // a name begins at each of its bytes
+    while (text.size() < length + 2000U)
+        text.push_back(static_cast<char>('a' + random() % 26));
+    std::string came_to = "0";
+    uint32_t nr_added = 0;
+    for (; came_to == "0" && nr_added < 2000; ++nr_added) {
+        pdb_protocol_map_names_t names = one_sub_rule("web", "tcp", "tcp");
+        names.proto_name = {length, text.data() + nr_added};
+        came_to = outcome(pdb_protocol_map_add(&map.map, 1, names, ruledesc_t{}, map.names.view()));
+    }
+    EXPECT_EQ(came_to, "100: protocol map: more than 67108860 bytes of names\n");
+    EXPECT_EQ(nr_added, 67108860U / (length + 2) + 1);
 }
 
 TEST(protocol_map, without_rules_nothing_is_written)

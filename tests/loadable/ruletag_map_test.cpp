@@ -53,9 +53,9 @@ struct map_t {
 
     map_t(tags_t &tags, const std::vector<ruledesc_t> &rules)
     {
-        EXPECT_EQ(outcome(pdb_ruletag_map_init(&map, tags.source(),
-                                               static_cast<uint32_t>(rules.size()))),
-                  "0");
+        EXPECT_EQ(
+            outcome(pdb_ruletag_map_init(&map, tags.source(), static_cast<uint32_t>(rules.size()))),
+            "0");
         for (uint32_t i = 0; i < rules.size(); ++i)
             EXPECT_EQ(outcome(pdb_ruletag_map_add_entry(&map, i + 1, rules[i])), "0");
     }
@@ -119,8 +119,8 @@ TEST(ruletag_map, a_tag_that_the_table_lacks_fails_the_whole_map)
     const map_t map(tags, {tags.rule({"video"}), tags.rule({"audio"})});
     std::vector<uint8_t> out(pdb_ruletag_map_get_tlv_size(map.map));
     std::string status;
-    const std::string lines = stderr_of(
-        [&] { status = outcome(pdb_ruletag_map_serialize(map.map, out, 1)); });
+    const std::string lines =
+        stderr_of([&] { status = outcome(pdb_ruletag_map_serialize(map.map, out, 1)); });
     EXPECT_EQ(status, "108: Rule tag name audio not found \n");
     EXPECT_EQ(mask_lines(lines), "[ERROR  ][#][pdb_ruletag_map_serialize] "
                                  "Failed to resolve rule tag name(audio).\n");
@@ -136,8 +136,8 @@ TEST(ruletag_map, a_tag_whose_name_cannot_be_read_fails_the_whole_map)
     const map_t map(tags, {rule});
     std::vector<uint8_t> out(pdb_ruletag_map_get_tlv_size(map.map));
     std::string status;
-    const std::string lines = stderr_of(
-        [&] { status = outcome(pdb_ruletag_map_serialize(map.map, out, 1)); });
+    const std::string lines =
+        stderr_of([&] { status = outcome(pdb_ruletag_map_serialize(map.map, out, 1)); });
     EXPECT_EQ(status, "107");
     EXPECT_EQ(mask_lines(lines),
               "[ERROR  ][#][pdb_ruletag_map_serialize] Failed to get rule tag name.\n");

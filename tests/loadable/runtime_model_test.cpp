@@ -63,14 +63,15 @@ TEST(runtime_flow, texts_are_repeated_and_joined)
 {
     std::vector<flow_value_t> flow;
     std::string error;
-    ASSERT_TRUE(runtime_read_flow("udp:stream cts \"\\x00a\"*3+\"b\"+\"c\"*0; udp:port cts 1", flow,
-                                  error))
+    ASSERT_TRUE(
+        runtime_read_flow("udp:stream cts \"\\x00a\"*3+\"b\"+\"c\"*0; udp:port cts 1", flow, error))
         << error;
     ASSERT_EQ(flow.size(), 2U);
     EXPECT_EQ(flow[0].bytes, std::string("\0a\0a\0ab", 7));
-    for (const char *line : {"a:b cts \"a\"*", "a:b cts \"a\"*x", "a:b cts \"a\"+", "a:b cts \"a\"+1",
-                             "a:b cts \"aa\"*524289", "a:b cts \"a\"*1048576+\"b\"",
-                             "a:b cts \"\"*4294967296", "a:b cts \"a\"*-1"})
+    for (const char *line :
+         {"a:b cts \"a\"*", "a:b cts \"a\"*x", "a:b cts \"a\"+", "a:b cts \"a\"+1",
+          "a:b cts \"aa\"*524289", "a:b cts \"a\"*1048576+\"b\"", "a:b cts \"\"*4294967296",
+          "a:b cts \"a\"*-1"})
         EXPECT_FALSE(runtime_read_flow(line, flow, error)) << line;
     EXPECT_TRUE(runtime_read_flow("a:b cts \"aa\"*524288", flow, error));
 }
@@ -92,10 +93,12 @@ TEST(runtime_model, numbers_and_addresses_classify)
 {
     const loaded_t loaded(pdb_model{
         {protocol_of(1, "web", {simple_rule("tcp", {number_attr("port", {"80,8000-8100"})})}),
-         protocol_of(2, "lan", {simple_rule("ip", {number_attr("address", {"10.0.0.0/8"},
-                                                               MATCHER_TYPE_IP_4)})}),
-         protocol_of(3, "six", {simple_rule("ip6", {number_attr("address", {"2001:db8::/32"},
-                                                                MATCHER_TYPE_IP_6)})})},
+         protocol_of(
+             2, "lan",
+             {simple_rule("ip", {number_attr("address", {"10.0.0.0/8"}, MATCHER_TYPE_IP_4)})}),
+         protocol_of(
+             3, "six",
+             {simple_rule("ip6", {number_attr("address", {"2001:db8::/32"}, MATCHER_TYPE_IP_6)})})},
         {}});
     EXPECT_EQ(classify(loaded.pdb, "tcp:port cts 80"), "web ");
     EXPECT_EQ(classify(loaded.pdb, "tcp:port cts 8050"), "web ");
@@ -109,17 +112,16 @@ TEST(runtime_model, numbers_and_addresses_classify)
 
 TEST(runtime_model, a_rule_fires_once_all_its_items_were_found)
 {
-    const loaded_t loaded(pdb_model{
-        {protocol_of(1, "both",
-                     {rule_of({sub_rule_of("tcp", {number_attr("port", {"80"})}),
-                               sub_rule_of("http", {stream_attr("referer", {"r"}),
-                                                    stream_attr("uri", {".*x.*"})})})})},
-        {}});
+    const loaded_t loaded(
+        pdb_model{{protocol_of(1, "both",
+                               {rule_of({sub_rule_of("tcp", {number_attr("port", {"80"})}),
+                                         sub_rule_of("http", {stream_attr("referer", {"r"}),
+                                                              stream_attr("uri", {".*x.*"})})})})},
+                  {}});
     EXPECT_EQ(classify(loaded.pdb, "tcp:port cts 80"), "");
     EXPECT_EQ(classify(loaded.pdb, "tcp:port cts 80; http:uri cts \"axb\""), "");
     EXPECT_EQ(classify(loaded.pdb, "http:referer cts \"r\"; http:uri cts \"axb\""), "");
-    EXPECT_EQ(classify(loaded.pdb,
-                       "tcp:port cts 80; http:referer cts \"r\"; http:uri cts \"axb\""),
+    EXPECT_EQ(classify(loaded.pdb, "tcp:port cts 80; http:referer cts \"r\"; http:uri cts \"axb\""),
               "both ");
 }
 
@@ -128,11 +130,10 @@ TEST(runtime_model, the_best_priority_comes_first)
     const auto rule = [](uint32_t priority) {
         return simple_rule("tcp", {number_attr("port", {"80"})}, priority);
     };
-    const loaded_t loaded(pdb_model{{protocol_of(1, "low", {rule(0x02000001)}),
-                                     protocol_of(2, "default", {rule(0x01000000)}),
-                                     protocol_of(3, "best", {rule(0x01000002)}),
-                                     protocol_of(4, "same", {rule(0x01000002)})},
-                                    {}});
+    const loaded_t loaded(pdb_model{
+        {protocol_of(1, "low", {rule(0x02000001)}), protocol_of(2, "default", {rule(0x01000000)}),
+         protocol_of(3, "best", {rule(0x01000002)}), protocol_of(4, "same", {rule(0x01000002)})},
+        {}});
     EXPECT_EQ(classify(loaded.pdb, "tcp:port cts 80"), "best same default low ");
 }
 
@@ -141,16 +142,15 @@ TEST(runtime_model, more_items_and_longer_values_are_better_by_default)
     const loaded_t loaded(pdb_model{
         {protocol_of(1, "short", {simple_rule("http", {stream_attr("uri", {".*a.*"})})}),
          protocol_of(2, "long", {simple_rule("http", {stream_attr("uri", {".*ab.*"})})}),
-         protocol_of(3, "two",
-                     {simple_rule("http", {stream_attr("uri", {".*a.*", ".*b.*"})})})},
+         protocol_of(3, "two", {simple_rule("http", {stream_attr("uri", {".*a.*", ".*b.*"})})})},
         {}});
     EXPECT_EQ(classify(loaded.pdb, "http:uri cts \"ab\""), "two long short ");
 }
 
 TEST(runtime_model, the_path_names_the_protocol)
 {
-    pdb_model model = {
-        {protocol_of(1, "web", {simple_rule("tcp", {number_attr("port", {"80"})})})}, {{"t", 9}}};
+    pdb_model model = {{protocol_of(1, "web", {simple_rule("tcp", {number_attr("port", {"80"})})})},
+                       {{"t", 9}}};
     model.protocols[0].rules[0].path = {"base", "ip", "web"};
     model.protocols[0].rules[0].tags = {"t"};
     const loaded_t loaded(model);
@@ -167,9 +167,9 @@ TEST(runtime_model, the_path_names_the_protocol)
 
 TEST(runtime_model, every_kind_of_stream_value)
 {
-    const loaded_t loaded(values_model("http", "uri_decoded",
-                                       {"word", "pre.*", ".*suf", ".*mid.*", "ab.*cd.*ef",
-                                        "x.z", "[^q]", "(one|two)3", "\\d+"}));
+    const loaded_t loaded(values_model(
+        "http", "uri_decoded",
+        {"word", "pre.*", ".*suf", ".*mid.*", "ab.*cd.*ef", "x.z", "[^q]", "(one|two)3", "\\d+"}));
     const auto found = [&](const std::string &data) {
         return classify(loaded.pdb, text_line("http:uri_decoded", data));
     };
@@ -208,8 +208,9 @@ TEST(runtime_model, attributes_that_fold_case_do_so_everywhere)
 TEST(runtime_model, values_at_an_offset)
 {
     const loaded_t loaded(pdb_model{
-        {protocol_of(1, "at", {rule_of({sub_rule_of("tcp", {offset_attr("stream", "go\\x00", 3)},
-                                                    65536)})})},
+        {protocol_of(
+            1, "at",
+            {rule_of({sub_rule_of("tcp", {offset_attr("stream", "go\\x00", 3)}, 65536)})})},
         {}});
     EXPECT_EQ(classify(loaded.pdb, "tcp:stream cts \"...go\\x00\""), "at ");
     EXPECT_EQ(classify(loaded.pdb, "tcp:stream cts \"..go\\x00\""), "");
@@ -241,14 +242,50 @@ TEST(runtime_model, a_damaged_pdb_gives_an_error)
 /// Each "%" is a random word of one to three letters.
 constexpr const char *shapes[] = {
     // pieces at their places
-    "%", "%.*", ".*%", ".*%.*", "%.*%", "%.*%.*", ".*%.*%", ".*%.*%.*", "%.*%.*%",
+    "%",
+    "%.*",
+    ".*%",
+    ".*%.*",
+    "%.*%",
+    "%.*%.*",
+    ".*%.*%",
+    ".*%.*%.*",
+    "%.*%.*%",
     // one of several
-    "(%|%)", "(%|%)%", "%(%|%)", "(%|%).*", ".*(%|%)", ".*(%|%).*", "%(%|%).*", ".*(%|%)%",
-    "(%|%).*%", "%|%", "%?%", "%b?", ".*%b?", "(%)?%.*",
+    "(%|%)",
+    "(%|%)%",
+    "%(%|%)",
+    "(%|%).*",
+    ".*(%|%)",
+    ".*(%|%).*",
+    "%(%|%).*",
+    ".*(%|%)%",
+    "(%|%).*%",
+    "%|%",
+    "%?%",
+    "%b?",
+    ".*%b?",
+    "(%)?%.*",
     // classes that are spelled out
-    "[ab]%", "%[a-c]", "%[ab]%", "[ab]%.*", ".*%[ab]", ".*[ab]%", ".*[ab]%.*",
+    "[ab]%",
+    "%[a-c]",
+    "%[ab]%",
+    "[ab]%.*",
+    ".*%[ab]",
+    ".*[ab]%",
+    ".*[ab]%.*",
     // what only the second level can tell
-    "%.%", ".%", "%.", "...", "%\\w%", "%[^a]%", "%b*%", "%c+%", "%\\[AB\\]%", "[^b][^a]", "\\w+",
+    "%.%",
+    ".%",
+    "%.",
+    "...",
+    "%\\w%",
+    "%[^a]%",
+    "%b*%",
+    "%c+%",
+    "%\\[AB\\]%",
+    "[^b][^a]",
+    "\\w+",
 };
 
 struct text_maker {

@@ -13,8 +13,8 @@ TEST(section_bytes, the_rules_of_a_pdb_of_two)
               bytes("05 000038"
                     "01 000001  00000002"
                     "02 000012"
-                    "00000000 FFFFFFFF FFFFFFFF FFFFFFFF" // web
-                    "00000006 0000000C FFFFFFFF FFFFFFFF" // tcp, mail
+                    "00000000 FFFFFFFF FFFFFFFF FFFFFFFF"  // web
+                    "00000006 0000000C FFFFFFFF FFFFFFFF"  // tcp, mail
                     "00000006 FFFFFFFF  00000012 00000006" // tcp; icmp, tcp
                     "00000006 FFFFFFFF  00000018 0000001E" // tcp; ip6, ip
                     "FFFFFFFF 00000064"
@@ -78,9 +78,9 @@ TEST(section_bytes, the_string_table_of_the_matchers_takes_the_protocol_and_then
                                                "0003't'c'p 00 000B'p'a'y'l'o'a'd'_'l'e'n 00"
                                                "0004'p'o'r't 0000");
     ASSERT_GT(section.size(), strings.size());
-    EXPECT_EQ(std::vector<uint8_t>(section.end() - static_cast<ptrdiff_t>(strings.size()),
-                                   section.end()),
-              strings);
+    EXPECT_EQ(
+        std::vector<uint8_t>(section.end() - static_cast<ptrdiff_t>(strings.size()), section.end()),
+        strings);
 }
 
 } // namespace

@@ -76,8 +76,8 @@ bool check_slots(const loadable_pdb_t &pdb, loadable_origin_t origin, std::strin
         if (slot.rule_id == 0)
             continue;
         if (id == 0 || slot.rule_id >= sums.size())
-            return blob_fail(error, item_text(id) + " belongs to rule " +
-                                        std::to_string(slot.rule_id));
+            return blob_fail(error,
+                             item_text(id) + " belongs to rule " + std::to_string(slot.rule_id));
         if (!add_slot(slot, sums[slot.rule_id], error))
             return blob_fail(error, item_text(id) + ": " + error);
     }

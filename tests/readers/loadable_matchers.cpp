@@ -172,8 +172,7 @@ bool automaton_ids(const aho_corasick_reader_t &reader, std::vector<uint32_t> &i
     }
     for (const pattern_end_t &end : ends)
         ids.push_back(end.item_id);
-    return collect(reader.rows, 1, collector, ids, error) ||
-           loadable_within(error, "automaton");
+    return collect(reader.rows, 1, collector, ids, error) || loadable_within(error, "automaton");
 }
 
 bool tree_ids(const radix_tree_reader_t &reader, std::vector<uint32_t> &ids, std::string &error)

@@ -69,8 +69,8 @@ bool read_rule(const protocol_map_t &tables, const loadable_strings_t &strings, 
         return loadable_within(error, "path");
     if (!read_cells(row_of(tables.bottoms, LOADABLE_MAX_SUB_RULES), strings, rule.bottoms, error))
         return loadable_within(error, "bottoms");
-    if (!read_cells(row_of(tables.real_bottoms, LOADABLE_MAX_SUB_RULES), strings,
-                    rule.real_bottoms, error))
+    if (!read_cells(row_of(tables.real_bottoms, LOADABLE_MAX_SUB_RULES), strings, rule.real_bottoms,
+                    error))
         return loadable_within(error, "real bottoms");
     if (tables.vids.empty())
         return true;
@@ -109,8 +109,8 @@ bool read_tag_map(blob_span_t map, std::vector<loadable_rule_t> &rules, std::str
         const std::string where = "rule " + std::to_string(i + 1);
         if (loadable_word(map, 1 + i) != at - first)
             return blob_fail(error, where + ": start index " +
-                                        std::to_string(loadable_word(map, 1 + i)) +
-                                        " instead of " + std::to_string(at - first));
+                                        std::to_string(loadable_word(map, 1 + i)) + " instead of " +
+                                        std::to_string(at - first));
         if (at >= nr_word || loadable_word(map, at) > nr_word - at - 1)
             return blob_fail(error, where + ": its tags run past the map");
         for (uint32_t left = loadable_word(map, at++); left != 0; --left)

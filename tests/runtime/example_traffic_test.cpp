@@ -52,8 +52,8 @@ class example_traffic : public work_folder
 protected:
     void SetUp() override
     {
-        command_line line({"--pdd", EXAMPLES_DIR "/protocols.pdd", "--cfg-path", EXAMPLES_DIR "/cfg",
-                           "--loadable", "--pdb-out", "out.pdb"});
+        command_line line({"--pdd", EXAMPLES_DIR "/protocols.pdd", "--cfg-path",
+                           EXAMPLES_DIR "/cfg", "--loadable", "--pdb-out", "out.pdb"});
         int code;
         {
             silence nothing_printed;

@@ -103,8 +103,9 @@ positions matching::follow_literal(std::string_view bytes, const positions &from
     };
     positions to(from.size());
     for (size_t at = 0; at + bytes.size() < from.size(); ++at)
-        if (from[at] && std::equal(bytes.begin(), bytes.end(), data.begin() + static_cast<ptrdiff_t>(at),
-                                   [&](char b, uint8_t a) { return equal(a, b); }))
+        if (from[at] &&
+            std::equal(bytes.begin(), bytes.end(), data.begin() + static_cast<ptrdiff_t>(at),
+                       [&](char b, uint8_t a) { return equal(a, b); }))
             to[at + bytes.size()] = true;
     return to;
 }

@@ -77,7 +77,8 @@ bool take_piece(std::string_view &rest, std::string &bytes)
         return false;
     uint32_t times = 1;
     if (!rest.empty() && rest[0] == '*') {
-        const auto [stop, failure] = std::from_chars(rest.data() + 1, rest.data() + rest.size(), times);
+        const auto [stop, failure] =
+            std::from_chars(rest.data() + 1, rest.data() + rest.size(), times);
         if (failure != std::errc() || times > RUNTIME_TEXT_MAX)
             return false;
         rest.remove_prefix(static_cast<size_t>(stop - rest.data()));

@@ -65,7 +65,8 @@ std::string_view runtime_protocol(const loadable_rule_t &rule);
 ///     protocol:attribute direction value
 ///
 /// with the direction "cts" or "stc". The value is a decimal number, an IPv4 or IPv6 address, or a
-/// text in quotes, in which "\xHH" stands for a byte and "\\" and "\"" for themselves. Behind a text
+/// text in quotes, in which "\xHH" stands for a byte and "\\" and "\"" for themselves. Behind a
+/// text
 /// "*N" repeats it, and "+" joins it with another one: "\x00"*4+"SMB". A value has at most
 /// RUNTIME_TEXT_MAX bytes. Returns false, with an `error`, for anything else.
 constexpr size_t RUNTIME_TEXT_MAX = 1U << 20;
