@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """The golden files: what the compiler makes of the shipped examples, byte for byte.
 
-    golden.py BIN compare SET...    says how what the compiler writes now differs from the golden files
-    golden.py BIN update [SET...]   makes what it writes now the golden files, of all sets if none is
-                                    named (scripts/update_goldens does)
+    golden.py BIN compare SET...    says how what the compiler writes now differs from them
+    golden.py BIN update [SET...]   makes what it writes now the golden files, of all sets if none
+                                    is named (scripts/update_goldens does)
 
 BIN is the folder of the programs. The golden files of a set are in the folder "SET/golden"; one of
 more than 200 KB is kept compressed, with ".xz" behind its name. Every loadable pdb is read whole

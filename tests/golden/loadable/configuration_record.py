@@ -33,8 +33,9 @@ def main():
     if types.count(CONFIGURATION) != 1 or types[:2] != [LOAD, CONFIGURATION]:
         print(f"records of the first: {types}")
         return 1
-    if one[:1] + one[2:] != other:
-        differing = [i for i, pair in enumerate(zip(one[:1] + one[2:], other)) if pair[0] != pair[1]]
+    rest = one[:1] + one[2:]
+    if rest != other:
+        differing = [i for i, pair in enumerate(zip(rest, other)) if pair[0] != pair[1]]
         print(f"records of the second: {[record[0] for record in other]}; at fault: {differing}")
         return 1
     return 0
