@@ -6,6 +6,7 @@
 #include "plu_random.h"
 #include "plu_record.h"
 #include "plu_reference.h"
+#include "rounds.h"
 
 namespace
 {
@@ -27,7 +28,7 @@ std::vector<protocol_model> sorted(std::vector<protocol_model> protocols)
 
 TEST(plu_random, a_merge_is_what_the_reference_says)
 {
-    for (uint32_t seed = 0; seed < 1500; ++seed) {
+    for (uint32_t seed = 0; seed < rounds(1500); ++seed) {
         SCOPED_TRACE(seed);
         random_protocols make(seed);
         const std::vector<protocol_model> base = make.any(1 + make.below(4));
@@ -40,7 +41,7 @@ TEST(plu_random, a_merge_is_what_the_reference_says)
 
 TEST(plu_random, the_index_finds_what_a_walk_finds)
 {
-    for (uint32_t seed = 0; seed < 400; ++seed) {
+    for (uint32_t seed = 0; seed < rounds(400); ++seed) {
         SCOPED_TRACE(seed);
         random_protocols make(seed, {seed % 2 == 0, 12, 2 + seed % 5});
         record_run run;
@@ -250,7 +251,7 @@ TEST(plu_damage, bytes_flipped)
 {
     std::mt19937 random(5);
     (void)stderr_of([&] {
-        for (uint32_t seed = 0; seed < 4000; ++seed) {
+        for (uint32_t seed = 0; seed < rounds(4000); ++seed) {
             damaged_run run(seed % 40);
             std::vector<uint8_t> *const parts[] = {&run.base, &run.incoming, &run.strings};
             std::vector<uint8_t> &victim = *parts[random() % 3];
@@ -266,7 +267,7 @@ TEST(plu_damage, words_replaced)
     // Small numbers make lists and offsets that lead somewhere else.
     std::mt19937 random(6);
     (void)stderr_of([&] {
-        for (uint32_t seed = 0; seed < 4000; ++seed) {
+        for (uint32_t seed = 0; seed < rounds(4000); ++seed) {
             damaged_run run(seed % 40);
             std::vector<uint8_t> &victim = seed % 2 == 0 ? run.base : run.incoming;
             for (uint32_t nr = 1 + static_cast<uint32_t>(random() % 3); nr > 0; --nr) {

@@ -5,6 +5,7 @@
 
 #include "description_reader.h"
 #include "outcome.h"
+#include "rounds.h"
 #include "string_pool.h"
 #include "words.h"
 
@@ -120,7 +121,7 @@ TEST(protodesc_damage, bytes_overwritten_at_random)
 {
     const sample_t sample;
     std::mt19937 random(20240607);
-    for (int round = 0; round < 20000; ++round) {
+    for (uint32_t round = 0; round < rounds(20000); ++round) {
         std::vector<uint8_t> damaged = sample.buf;
         for (auto n = 1 + random() % 8; n != 0; --n)
             damaged[random() % damaged.size()] = static_cast<uint8_t>(random() >> random() % 25);

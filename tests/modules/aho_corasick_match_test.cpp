@@ -3,6 +3,7 @@
 
 #include "aho_corasick_reader.h"
 #include "pattern_fixtures.h"
+#include "rounds.h"
 
 namespace
 {
@@ -367,7 +368,7 @@ pattern_info random_info(std::mt19937 &random, const std::string &bytes, uint32_
 TEST(aho_corasick_match, the_blob_is_that_of_the_definition)
 {
     std::mt19937 random(77);
-    for (uint32_t round = 0; round < 3000; ++round) {
+    for (uint32_t round = 0; round < rounds(3000); ++round) {
         const auto config = static_cast<uint8_t>((round % 2 == 0 ? 0 : ALPHA_CONFIG_SORT_ENABLE) |
                                                  (round % 3 == 0 ? ALPHA_CONFIG_ICASE_ENABLE : 0));
         const std::string_view letters = round % 5 == 0 ? "abcdefghijklmnop" : "abA";

@@ -4,6 +4,7 @@
 
 #include "dot_prefix_reader.h"
 #include "pattern_fixtures.h"
+#include "rounds.h"
 
 namespace
 {
@@ -406,7 +407,7 @@ std::vector<uint8_t> model_finalize(model_dots &nodes, uint32_t wildcard_depth)
 TEST(dot_prefix_match, the_blob_is_that_of_the_definition)
 {
     std::mt19937 random(23);
-    for (uint32_t round = 0; round < 6000; ++round) {
+    for (uint32_t round = 0; round < rounds(6000); ++round) {
         dp_build_t build;
         ASSERT_EQ(dot_prefix_init(build), 0);
         model_dots nodes(1);

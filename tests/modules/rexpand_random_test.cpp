@@ -8,6 +8,7 @@
 #include "rexpand_parser.h"
 #include "rexpand_reference.h"
 #include "rexpand_show.h"
+#include "rounds.h"
 
 namespace
 {
@@ -39,7 +40,7 @@ TEST(rexpand_random, agrees_with_the_reference_expander)
         "[b-a]", "[\\d", "\\x41 42\\x", "(g|h)", "(gh)?", "[ab]?", "(a.)", "g?",   "(.*a)"};
     std::mt19937 random(17);
     int parsed = 0;
-    for (int round = 0; round < 150000; ++round) {
+    for (uint32_t round = 0; round < rounds(150000); ++round) {
         std::string text = random() % 8 == 0 ? "^" : "";
         for (size_t i = 1 + random() % 9; i > 0; --i)
             text += parts[random() % parts.size()];
@@ -56,12 +57,12 @@ TEST(rexpand_random, survives_any_bytes)
 {
     const std::string_view alphabet("$()*+-.?[\\]^|x0a4 d\0", 20);
     std::mt19937 random(23);
-    for (int round = 0; round < 200000; ++round) {
+    for (uint32_t round = 0; round < rounds(200000); ++round) {
         std::string text(random() % 24, ' ');
         for (char &c : text)
             c = random() % 50 == 0 ? static_cast<char>(random())
                                    : alphabet[random() % alphabet.size()];
-        const auto limit = static_cast<uint32_t>(round % 40);
+        const auto limit = round % 40;
         ASSERT_EQ(rexpand_show(text, limit), reference(text, limit)) << text;
     }
 }
@@ -156,7 +157,7 @@ TEST(rexpand_random, spells_out_the_language_of_an_expression)
 {
     speller expressions(29);
     int compared = 0;
-    for (int round = 0; round < 20000; ++round) {
+    for (uint32_t round = 0; round < rounds(20000); ++round) {
         spelled one = expressions.alternatives(3);
         if (one.expression.empty())
             continue;
@@ -181,13 +182,12 @@ TEST(rexpand_random, spells_out_the_language_of_an_expression)
 TEST(rexpand_random, unmarked_permutations_spell_the_language_at_any_limit)
 {
     speller expressions(31);
-    for (int round = 0; round < 20000; ++round) {
+    for (uint32_t round = 0; round < rounds(20000); ++round) {
         spelled one = expressions.alternatives(3);
         if (one.expression.empty())
             continue;
         rexpand_permutation_list list;
-        ASSERT_EQ(
-            rexpand_process(one.expression, static_cast<uint32_t>(round % 40), nullptr, &list), 0);
+        ASSERT_EQ(rexpand_process(one.expression, round % 40, nullptr, &list), 0);
         std::sort(one.language.begin(), one.language.end());
         for (const rexpand_permutation &permutation : list) {
             if (permutation.flag != REXPAND_FLAG_NONE || permutation.patterns.size() > 1)
