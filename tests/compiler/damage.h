@@ -31,7 +31,8 @@ inline const std::string &example()
 
 inline csa_buf_t buf_of(std::string_view text)
 {
-    return {text.begin(), text.end()};
+    const auto *bytes = reinterpret_cast<const uint8_t *>(text.data());
+    return {bytes, bytes + text.size()};
 }
 
 /// A configuration from texts, those of the example or the small ones.

@@ -21,54 +21,102 @@ inline std::string pdb_file(const pdb_list_t &pdb)
     return file;
 }
 
-inline std::string small_pdb()
+/// The pdb of a description, with the small configuration.
+inline std::string pdb_of(std::string_view description)
 {
     pdb_list_t pdb;
-    EXPECT_EQ(serialize(SMALL_DESCRIPTION, configuration(true), &pdb), PDATA_SUCCESS);
+    EXPECT_EQ(serialize(description, configuration(true), &pdb), PDATA_SUCCESS);
     forget();
     return pdb_file(pdb);
 }
 
-/// Cuts a pdb into its parts, and reads the descriptions through every accessor.
-inline void read_pdb(std::string_view file, pdb_list_t *pdb)
+/// Cuts a pdb file into its parts.
+inline void cut_into_parts(std::string_view file, pdb_list_t *pdb)
 {
     const csa_buf_t bytes = buf_of(file);
     pdb_tlv_index_t at;
-    silence nothing_printed;
     (void)pdata_pdb_loaded_get(bytes);
     EXPECT_EQ(pdata_compiler_config(bytes, pdb, &at), PDATA_SUCCESS);
-    const pdb_t *group = pdata_pdb_type_find(*pdb, PDB_TYPE_PROTOCOL_DESCRIPTION);
-    const pdb_t *strings = pdata_pdb_type_find(*pdb, PDB_TYPE_MAIN_HSTRING);
-    if (group == nullptr || strings == nullptr)
-        return;
-    const std::span<const uint8_t> pool = pdb_header_bytes(*strings).subspan(4);
+}
+
+/// Reads descriptions through every accessor, their rule tags in `strings`.
+inline pdata_status_t read_descriptions(const pdb_t &descriptions, const pdb_t &strings)
+{
+    const std::span<const uint8_t> pool = pdb_header_bytes(strings).subspan(4);
     const hstring_t tags = {pool.data(), static_cast<uint32_t>(pool.size())};
     std::vector<protocol_model> protocols;
-    expect_status(read_protocols(pdb_header_bytes(*group), tags, &protocols));
+    return read_protocols(pdb_header_bytes(descriptions), tags, &protocols);
+}
+
+/// Cuts a pdb into its parts, and reads the descriptions.
+inline void read_pdb(std::string_view file, pdb_list_t *pdb)
+{
+    cut_into_parts(file, pdb);
+    const pdb_t *descriptions = pdata_pdb_type_find(*pdb, PDB_TYPE_PROTOCOL_DESCRIPTION);
+    const pdb_t *strings = pdata_pdb_type_find(*pdb, PDB_TYPE_MAIN_HSTRING);
+    if (descriptions == nullptr || strings == nullptr)
+        return;
+    silence nothing_printed;
+    expect_status(read_descriptions(*descriptions, *strings));
     forget();
 }
 
-/// Where the descriptions of a pdb file stand that this compiler wrote: behind the load state.
-constexpr size_t DESCRIPTIONS_OFFSET = 8;
-
-inline uint32_t words_of_descriptions(std::string_view file)
+/// Length of the record whose header stands at a byte, in words.
+inline uint32_t words_at(const std::string &file, size_t at)
 {
-    return tlv_get(reinterpret_cast<const uint8_t *>(file.data()) + DESCRIPTIONS_OFFSET) & 0xFFFFFF;
+    return tlv_get(reinterpret_cast<const uint8_t *>(file.data()) + at) & 0xFFFFFF;
 }
 
-/// Shortens the descriptions of a pdb, and all the headers around the cut, to a number of words.
-inline std::string with_descriptions_cut(std::string file, size_t words)
+/// Takes words off the end of a record, and of the length of all records around it. `path` names
+/// them by the bytes where their headers stand, from the outside in.
+inline std::string with_record_shortened(std::string file, const std::vector<size_t> &path,
+                                         size_t words)
 {
-    const auto header = [&](size_t at, uint32_t type, size_t length) {
-        file[at] = static_cast<char>(type);
+    const size_t end = path.back() + 4 + words_at(file, path.back()) * size_t{4};
+    file.erase(end - words * 4, words * 4);
+    for (const size_t header : path) {
+        const size_t left = words_at(file, header) - words;
         for (size_t byte = 1; byte < 4; ++byte)
-            file[at + byte] = static_cast<char>(length >> (24 - 8 * byte));
-    };
-    constexpr size_t root = DESCRIPTIONS_OFFSET;
-    const size_t length = words_of_descriptions(file);
-    file.erase(root + 4 + words * 4, (length - words) * 4);
-    header(root, TLV_TYPE_ROOT_PROTODESCS, words);
-    if (words >= 1)
-        header(root + 4, 1, words - 1);
+            file[header + byte] = static_cast<char>(left >> (24 - 8 * byte));
+    }
     return file;
+}
+
+/// Calls `operation(path)` for every record in a range of a pdb file, and for those inside records
+/// of type 1 down to the parts of a protocol: descriptions, group, list, protocol, part.
+template <typename Operation>
+void for_each_record(const std::string &file, size_t begin, size_t end, std::vector<size_t> path,
+                     Operation &&operation)
+{
+    constexpr size_t depth = 5;
+    path.push_back(begin);
+    for (size_t &at = path.back(); at < end; at += 4 + words_at(file, at) * size_t{4}) {
+        operation(path);
+        const size_t behind = at + 4 + words_at(file, at) * size_t{4};
+        if (file[at] == 1 && path.size() < depth)
+            for_each_record(file, at + 4, behind, path, operation);
+    }
+}
+
+/// Calls `operation(file)` with every record of a pdb shortened to every length.
+template <typename Operation>
+void for_each_shortened(const std::string &whole, Operation &&operation)
+{
+    for_each_record(whole, 0, whole.size(), {}, [&](const std::vector<size_t> &path) {
+        for (size_t words = 1; words <= words_at(whole, path.back()); ++words)
+            operation(with_record_shortened(whole, path, words));
+    });
+}
+
+/// Calls `operation(file)` with every byte of a pdb changed, alone, in three ways.
+template <typename Operation>
+void for_each_byte_changed(const std::string &whole, Operation &&operation)
+{
+    for (size_t at = 0; at < whole.size(); ++at) {
+        for (const int change : {0x01, 0x80, 0xFF}) {
+            std::string file = whole;
+            file[at] = static_cast<char>(file[at] ^ change);
+            operation(file);
+        }
+    }
 }

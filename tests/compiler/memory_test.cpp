@@ -1,5 +1,7 @@
 /// Memory that runs out: the n-th allocation of a whole run fails, for every n. The run then ends
 /// with a status, or gets through; it neither crashes nor leaks, which the sanitizers would say.
+#include <unistd.h>
+
 #include "failing_alloc.h"
 #include "small_inputs.h"
 #include "whole_run.h"
