@@ -135,7 +135,7 @@ TEST(hstring_serialize, refuses_another_size_and_writes_nothing)
 {
     string_htable table = make_table();
     put(table, "abc");
-    for (size_t size : {0, 6, 7, 12}) {
+    for (const size_t size : {0U, 6U, 7U, 12U}) {
         std::vector<uint8_t> buf(size, 0xEE);
         EXPECT_EQ(hstring_serialize(table, buf), -1);
         EXPECT_EQ(buf, std::vector<uint8_t>(size, 0xEE));
