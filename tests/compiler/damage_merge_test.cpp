@@ -115,8 +115,10 @@ TEST_F(damaged_merge, of_two_pdbs_with_bytes_changed)
 {
     std::mt19937 random(6);
     size_t nr_accepted = 0;
-    for (int i = 0; i < 2000; ++i)
-        nr_accepted += merge_and_compile(damaged(base, random), damaged(more, random));
+    for (int i = 0; i < 4000; ++i) {
+        const string first = damaged(base, random);
+        nr_accepted += merge_and_compile(first, damaged(more, random));
+    }
     EXPECT_GT(nr_accepted, 20U) << "enough damage that goes all the way";
 }
 
