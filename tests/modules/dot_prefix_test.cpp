@@ -223,6 +223,17 @@ TEST(dot_prefix, priority_counts_the_wildcard_edges_that_were_not_the_only_choic
     EXPECT_EQ(priority(8), 0U);
 }
 
+TEST(dot_prefix, a_wildcard_edge_that_is_the_only_choice_keeps_the_priority)
+{
+    dots dp;
+    dp.add(make_info("ab", 1, PATTERN_OFFSET, 3)); // 1 2 3 wildcards, 4 a, 5 b
+    dp.add(make_info("xy", 2, PATTERN_PREFIX));    // 6 x, 7 y
+    EXPECT_EQ(dot_prefix_finalize(dp.build), 0);
+    for (const uint32_t node : {1U, 2U, 3U, 4U})
+        EXPECT_EQ(dp.build.dp_l_node[node].priority, 1U) << node;
+    EXPECT_EQ(dp.build.dp_l_node[6].priority, 0U);
+}
+
 TEST(dot_prefix, of_several_propagations_the_one_of_lowest_priority_is_written)
 {
     // Behind "qa" both the path of offset 1 and that of offset 2 go on in their own ways.

@@ -199,6 +199,16 @@ TEST(pattern_build, mandatory_mindata_reaches_the_end_of_the_pattern)
     EXPECT_EQ(check_mindata(3, MINDATA_NOT_MANDATORY), 0);
 }
 
+TEST(pattern_build, a_mandatory_mindata_of_0_is_refused_even_for_an_empty_pattern)
+{
+    pattern_build build;
+    ASSERT_EQ(pattern_init(&build, PATTERN_ALGO_CLASSIC, 0), 0);
+    pattern_info info = make_info("", 5);
+    EXPECT_EQ(pattern_register(build, info, MINDATA_MANDATORY, EXACT_MATCH_DEFAULT), -1);
+    info.mindata = 1;
+    EXPECT_EQ(pattern_register(build, info, MINDATA_MANDATORY, EXACT_MATCH_DEFAULT), 0);
+}
+
 TEST(pattern_build, the_engines_are_checked_before_the_mindata)
 {
     pattern_build build;

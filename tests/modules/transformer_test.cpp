@@ -369,6 +369,7 @@ TEST(transformer_ipv6, refuses_everything_else)
                              "::1/129",
                              "::1/999",
                              "::1/0128",
+                             "::1/0064",
                              "::1/-1",
                              "::1/x",
                              "::1/6x",
