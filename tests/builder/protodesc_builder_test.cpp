@@ -230,6 +230,20 @@ TEST_F(protodesc_builder, a_protocol_is_checked_against_the_semantic_rules)
     EXPECT_EQ(build(R"({"name": "web", "id": 1})"), "0") << "no rules of that kind";
 }
 
+// The context starts anew with every protocol, the name does not.
+TEST_F(protodesc_builder, a_name_is_reported_until_the_next_one_is_met)
+{
+    configure_semantic(NAME_ONLY);
+    EXPECT_EQ(build(R"({"name": "web"})"), "0");
+    EXPECT_EQ(outcome(json_to_protodesc(&json, R"({"id": 1})", &consumed, &pb)),
+              "52: Bad semantic.\n"
+              "Protocol: web.\n"
+              "Context: { \n"
+              "Unexpected type 'STRING': \"id\".\n"
+              "Expected:\n"
+              "\t+ type 'STRING', \"name\".\n");
+}
+
 TEST_F(protodesc_builder, semantic_rules_that_do_not_parse_refuse_every_protocol)
 {
     configure_semantic("{");

@@ -229,6 +229,26 @@ TEST_F(visitor_protocol, an_attribute_with_an_offset_takes_its_direction_from_it
     EXPECT_EQ(attrs(sub_rule()), "cts-stream=a@1 stc-stream=b@2 stream=c@0");
 }
 
+TEST_F(visitor_protocol, attributes_with_an_offset_may_stand_in_an_array_under_one_key)
+{
+    EXPECT_EQ(walk_sub_rule(R"("cts-stream_offset": [{"pattern": "a", "offset": 1},
+                                                     {"offset": 2, "pattern": "b"}], "port": "1")"),
+              0);
+    EXPECT_EQ(attrs(sub_rule()), "cts-stream=a@1 cts-stream=b@2 port=1");
+}
+
+TEST_F(visitor_protocol, the_halves_of_an_attribute_may_stand_under_two_keys)
+{
+    EXPECT_EQ(walk_sub_rule(R"("cts-stream_offset": {"pattern": "a"},
+                               "stc-stream_offset": {"offset": 2}, "port": "1")"),
+              0);
+    EXPECT_EQ(attrs(sub_rule()), "stc-stream=a@2 port=1") << "the last key is its name";
+    EXPECT_EQ(walk_sub_rule(R"("stream_offset": {"offset": 1, "pattern": "a", "offset": 9},
+                               "port": "1")"),
+              0);
+    EXPECT_EQ(attrs(sub_rule()), "stream=a@1 port=1@9") << "what repeats begins the next one";
+}
+
 TEST_F(visitor_protocol, the_end_of_every_inner_array_moves_to_the_next_rule)
 {
     EXPECT_EQ(
