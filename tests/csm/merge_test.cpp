@@ -232,21 +232,8 @@ TEST_F(pdata_merge_test, damaged_pdbs)
     random_text text(7);
     const pdb_list_t sound = make_pdb(text.protocols(3, USER + 1));
     const pdb_list_t other = make_pdb(text.protocols(3, USER + 1));
-    const auto damage = [&](size_t part, auto &&change) {
-        std::vector<uint8_t> bytes = bytes_of(other[part]);
-        change(bytes);
-        merge_damaged(sound, with(other, make_part(other[part].pdb_type, bytes)));
-    };
-    for (const size_t part : {size_t{0}, size_t{2}}) {
-        for (size_t len = 0; len < bytes_of(other[part]).size(); ++len)
-            damage(part, [&](std::vector<uint8_t> &bytes) { bytes.resize(len); });
-        for (int i = 0; i < 1500; ++i)
-            damage(part, [&](std::vector<uint8_t> &bytes) {
-                for (uint32_t nr = 1 + text.below(4); nr > 0; --nr)
-                    bytes[text.below(static_cast<uint32_t>(bytes.size()))] ^=
-                        static_cast<uint8_t>(1U << text.below(8));
-            });
-    }
+    for_each_damaged(other, text,
+                     [&](const pdb_list_t &damaged) { merge_damaged(sound, damaged); });
 }
 
 } // namespace

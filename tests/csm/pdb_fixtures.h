@@ -189,3 +189,26 @@ struct random_text {
         return text;
     }
 };
+
+/// Hands `use` copies of a pdb whose descriptions or strings are damaged: cut at every length, and
+/// with bits flipped.
+template <typename Use>
+void for_each_damaged(const pdb_list_t &pdb, random_text &text, const Use &use)
+{
+    for (const size_t part : {size_t{0}, size_t{2}}) {
+        const std::vector<uint8_t> sound = bytes_of(pdb[part]);
+        const auto hand_over = [&](const std::vector<uint8_t> &bytes) {
+            use(with(pdb, make_part(pdb[part].pdb_type, bytes)));
+        };
+        for (size_t len = 0; len < sound.size(); ++len)
+            hand_over({sound.begin(), sound.begin() + static_cast<ptrdiff_t>(len)});
+        for (int i = 0; i < 1500; ++i) {
+            std::vector<uint8_t> bytes = sound;
+            for (uint32_t nr = 1 + text.below(4); nr > 0; --nr) {
+                const uint32_t at = text.below(static_cast<uint32_t>(bytes.size()));
+                bytes[at] ^= static_cast<uint8_t>(1U << text.below(8));
+            }
+            hand_over(bytes);
+        }
+    }
+}

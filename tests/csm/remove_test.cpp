@@ -135,26 +135,13 @@ TEST_F(pdata_remove_test, damaged_pdbs)
 {
     random_text text(9);
     const pdb_list_t pdb = make_pdb(text.protocols(3, USER + 1));
-    const auto damage = [&](size_t part, auto &&change) {
-        std::vector<uint8_t> bytes = bytes_of(pdb[part]);
-        change(bytes);
-        const pdb_list_t damaged = with(pdb, make_part(pdb[part].pdb_type, bytes));
+    for_each_damaged(pdb, text, [&](const pdb_list_t &damaged) {
         pdb_t out;
         (void)stderr_of([&] {
             const pdata_status_t status = pdata_remove(damaged, USER + 1, &out);
             EXPECT_TRUE(status == PDATA_SUCCESS || out.pdb_tlv == nullptr);
         });
-    };
-    for (const size_t part : {size_t{0}, size_t{2}}) {
-        for (size_t len = 0; len < bytes_of(pdb[part]).size(); ++len)
-            damage(part, [&](std::vector<uint8_t> &bytes) { bytes.resize(len); });
-        for (int i = 0; i < 1500; ++i)
-            damage(part, [&](std::vector<uint8_t> &bytes) {
-                for (uint32_t nr = 1 + text.below(4); nr > 0; --nr)
-                    bytes[text.below(static_cast<uint32_t>(bytes.size()))] ^=
-                        static_cast<uint8_t>(1U << text.below(8));
-            });
-    }
+    });
 }
 
 } // namespace

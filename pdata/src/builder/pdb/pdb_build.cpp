@@ -18,37 +18,52 @@ struct build_run_t {
     pdb_protodesc protodesc;
 };
 
-/// Reads and files the groups of the protocol descriptions. Only the last group stays for the
-/// passes that follow; a pdb holds one.
-pdata_status_t register_groups(build_run_t *run, std::span<const uint8_t> root)
+/// Walks records one after another and hands `found` the type, the word offset of the header and
+/// the value of each, until one is longer than what is left or `found` fails.
+template <typename Found>
+pdata_status_t walk_records(std::span<const uint8_t> records, const Found &found)
 {
-    const auto words = static_cast<uint32_t>(root.size() / 4);
+    const auto words = static_cast<uint32_t>(records.size() / 4);
     uint32_t len;
     for (uint32_t at = 0; at < words; at += len) {
         uint32_t type;
         const uint32_t header = at;
-        (void)tlv_pop_type_len(root.data(), &at, &type, &len); // never fails
+        (void)tlv_pop_type_len(records.data(), &at, &type, &len); // never fails
         if (len > words - at)
             break;
-        if (type != TLV_TYPE_PROTOGROUP) {
-            pdata_diag_error(__LINE__, "pdb_builder_serialize",
-                             "Unexpected TLV type: %u at offset: %u\n\n", type, header);
-            continue;
-        }
-        const auto group = root.subspan(size_t{at} * 4, size_t{len} * 4);
-        pdata_status_t status = pdb_builder_get_protocol_offsets(group, &run->protodesc.pg);
-        if (status != PDATA_SUCCESS) {
-            pdata_diag_error(__LINE__, "pdb_builder_serialize",
-                             "pdb_builder: create offset of protocols failed.\n");
+        const pdata_status_t status =
+            found(type, header, records.subspan(size_t{at} * 4, size_t{len} * 4));
+        if (status != PDATA_SUCCESS)
             return status;
-        }
-        status = pdb_builder_matcher_register(&run->context->pdb_build, run->protodesc.pg);
-        if (status != PDATA_SUCCESS) {
-            pdata_diag_error(__LINE__, "pdb_builder_serialize", "pdb_builder: matcher register.\n");
-            return status;
-        }
     }
     return PDATA_SUCCESS;
+}
+
+/// Reads and files a group. Only the last one stays for the passes that follow; a pdb holds one.
+pdata_status_t register_group(build_run_t *run, std::span<const uint8_t> group)
+{
+    pdata_status_t status = pdb_builder_get_protocol_offsets(group, &run->protodesc.pg);
+    if (status != PDATA_SUCCESS) {
+        pdata_diag_error(__LINE__, "pdb_builder_serialize",
+                         "pdb_builder: create offset of protocols failed.\n");
+        return status;
+    }
+    status = pdb_builder_matcher_register(&run->context->pdb_build, run->protodesc.pg);
+    if (status != PDATA_SUCCESS)
+        pdata_diag_error(__LINE__, "pdb_builder_serialize", "pdb_builder: matcher register.\n");
+    return status;
+}
+
+/// Reads and files the groups of the protocol descriptions.
+pdata_status_t register_groups(build_run_t *run, std::span<const uint8_t> root)
+{
+    return walk_records(root, [&](uint32_t type, uint32_t header, std::span<const uint8_t> value) {
+        if (type == TLV_TYPE_PROTOGROUP)
+            return register_group(run, value);
+        pdata_diag_error(__LINE__, "pdb_builder_serialize",
+                         "Unexpected TLV type: %u at offset: %u\n\n", type, header);
+        return PDATA_SUCCESS;
+    });
 }
 
 /// Reads the tag table and the main strings.
@@ -200,24 +215,19 @@ pdata_status_t pdb_builder_matcher_protocol_rules(filing_t filing, const protode
     return status;
 }
 
-/// Walks a list of protocols and hands the word offset of each to `found`.
+/// Hands the word offset of each protocol of a list to `found`.
 template <typename Found>
 void walk_protocols(std::span<const uint8_t> list, const Found &found)
 {
-    const auto words = static_cast<uint32_t>(list.size() / 4);
-    uint32_t len;
-    for (uint32_t at = 0; at < words; at += len) {
-        uint32_t type;
-        const uint32_t header = at;
-        (void)tlv_pop_type_len(list.data(), &at, &type, &len); // never fails
-        if (len > words - at)
-            break;
+    const auto look_at = [&](uint32_t type, uint32_t header, std::span<const uint8_t>) {
         if (type == TLV_TYPE_PROTO)
             found(header);
         else
             pdata_diag_error(__LINE__, "pdb_builder_get_protocol_offsets",
                              "Wrong TLV TYPE (%u): Must be TLV_TYPE_PROTO\n", type);
-    }
+        return PDATA_SUCCESS;
+    };
+    (void)walk_records(list, look_at); // never fails
 }
 
 } // namespace
