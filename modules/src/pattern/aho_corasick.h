@@ -92,7 +92,8 @@ constexpr uint32_t AC_DEPTH_MAX = 1024;
 /// Returns the size in bytes of the serialized automaton, a multiple of 4; 0 without patterns.
 size_t aho_corasick_get_size(const ac_build_t &build, uint8_t ahoff);
 
-/// Emits the finalized automaton, in the offset-aware form when `ahoff` is nonzero.
+/// Emits the finalized automaton, in the offset-aware form when `ahoff` is nonzero. Writing takes
+/// a few bits per state; std::bad_alloc passes when they are not to be had.
 void aho_corasick_serialize(const ac_build_t &build, tlv_sink_t &sink, uint8_t ahoff);
 
 /// Releases everything.

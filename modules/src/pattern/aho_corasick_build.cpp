@@ -165,12 +165,9 @@ void find_item_max(ac_build_t &build)
 int collect_alphabet(ac_build_t &build)
 {
     for (const ac_state &state : build.ac_l_state) {
-        for (uint32_t e = state.ac_l_oe.first; e != PATTERN_NONE; e = build.ac_oe.edge[e].next) {
-            const int code =
-                pattern_alphabet_insert(build.ac_alphabet, build.ac_oe.edge[e].oe_char);
-            if (code != MODULE_SUCCESS)
-                return code;
-        }
+        const int code = pattern_oe_count_bytes(build.ac_oe, state.ac_l_oe, build.ac_alphabet);
+        if (code != MODULE_SUCCESS)
+            return code;
     }
     pattern_alphabet_finalize(build.ac_alphabet);
     return MODULE_SUCCESS;

@@ -70,7 +70,8 @@ struct pattern_build {
 /// Returns the size in bytes of the serialized build, a multiple of 4: at least 12.
 size_t pattern_get_size(const pattern_build &build);
 
-/// Emits the finalized build at the position of `sink`, a multiple of 4.
+/// Emits the finalized build at the position of `sink`, a multiple of 4. std::bad_alloc passes when
+/// an automaton finds no memory to write with.
 void pattern_serialize(const pattern_build &build, tlv_sink_t &sink);
 
 /// Releases everything; pattern_init must come before the next use.

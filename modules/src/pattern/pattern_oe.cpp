@@ -1,5 +1,7 @@
 #include "pattern_oe.h"
 
+#include "module_error.h"
+
 namespace
 {
 
@@ -48,6 +50,15 @@ void pattern_oe_add(ps_oe_pool_t &pool, ps_oe &list, uint32_t state, uint8_t oe_
     } else if (list.nr == PATTERN_OE_WIDE) {
         make_table(pool, list);
     }
+}
+
+int pattern_oe_count_bytes(const ps_oe_pool_t &pool, const ps_oe &list, ps_alphabet &alphabet)
+{
+    int code = MODULE_SUCCESS;
+    for (uint32_t at = list.first; at != PATTERN_NONE && code == MODULE_SUCCESS;
+         at = pool.edge[at].next)
+        code = pattern_alphabet_insert(alphabet, pool.edge[at].oe_char);
+    return code;
 }
 
 void pattern_oe_clean(ps_oe_pool_t &pool)

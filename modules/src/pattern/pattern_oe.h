@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "pattern_alphabet.h"
 #include "pattern_item.h"
 
 /// Edges of a state from which on it has a table.
@@ -70,6 +71,11 @@ inline uint32_t pattern_oe_find(const ps_oe_pool_t &pool, const ps_oe &list, uin
             return pool.edge[at].state;
     return PATTERN_NONE;
 }
+
+/// Counts the byte of every edge of `list` in `alphabet`, in the order in which they were added.
+/// Returns 0, or what pattern_alphabet_insert returns.
+[[nodiscard]] int pattern_oe_count_bytes(const ps_oe_pool_t &pool, const ps_oe &list,
+                                         ps_alphabet &alphabet);
 
 /// Releases every edge of the pool; no list into it may be used afterwards.
 void pattern_oe_clean(ps_oe_pool_t &pool);

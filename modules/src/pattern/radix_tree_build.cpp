@@ -145,12 +145,9 @@ int collect_alphabet(rt_build_t &build)
     for (const rt_state &node : build.rt_l_state) {
         if ((node.rt_status & RT_STATUS_CHAIN) != 0)
             continue;
-        for (uint32_t e = node.rt_l_oe.first; e != PATTERN_NONE; e = build.rt_oe.edge[e].next) {
-            const int code =
-                pattern_alphabet_insert(build.rt_alphabet, build.rt_oe.edge[e].oe_char);
-            if (code != MODULE_SUCCESS)
-                return code;
-        }
+        const int code = pattern_oe_count_bytes(build.rt_oe, node.rt_l_oe, build.rt_alphabet);
+        if (code != MODULE_SUCCESS)
+            return code;
     }
     pattern_alphabet_finalize(build.rt_alphabet);
     return MODULE_SUCCESS;

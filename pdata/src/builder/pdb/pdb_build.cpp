@@ -130,11 +130,11 @@ struct filing_t {
     item_idx_t idx;
 };
 
+/// The minimum data under which a value is filed.
 uint32_t mindata_of(const sub_ruledesc_t &sub_rule, uint32_t way)
 {
     constexpr uint32_t no_minimum = 65536;
-    const uint32_t mindata = way == ATTR_WAY_CTS ? sub_ruledesc_get_cts_mindata(sub_rule)
-                                                 : sub_ruledesc_get_stc_mindata(sub_rule);
+    const uint32_t mindata = sub_ruledesc_get_mindata(sub_rule, way);
     return mindata == no_minimum ? 0 : mindata;
 }
 

@@ -12,12 +12,6 @@ pdata_status_t unknown_type(uint32_t matcher_type)
                       matcher_type);
 }
 
-uint32_t mindata_of(const sub_ruledesc_t &sub_rule, uint32_t way)
-{
-    return way == ATTR_WAY_CTS ? sub_ruledesc_get_cts_mindata(sub_rule)
-                               : sub_ruledesc_get_stc_mindata(sub_rule);
-}
-
 /// Gives the first minimum data of a rule for a direction, and the sub-rule it was found in, or
 /// the last one.
 pdata_status_t find_mindata(const ruledesc_t &rule, uint32_t way, uint32_t *mindata,
@@ -27,7 +21,7 @@ pdata_status_t find_mindata(const ruledesc_t &rule, uint32_t way, uint32_t *mind
         const pdata_status_t status = ruledesc_get_sub_ruledesc(rule, i, sub_rule);
         if (status != PDATA_SUCCESS)
             return status;
-        *mindata = mindata_of(*sub_rule, way);
+        *mindata = sub_ruledesc_get_mindata(*sub_rule, way);
         if (*mindata != 0)
             break;
     }

@@ -171,6 +171,11 @@ uint32_t ruledesc_get_sub_ruledesc_nr(const ruledesc_t &ruledesc);
                                                               csa_str_t *protocol);
 uint32_t sub_ruledesc_get_stc_mindata(const sub_ruledesc_t &sub_ruledesc);
 uint32_t sub_ruledesc_get_cts_mindata(const sub_ruledesc_t &sub_ruledesc);
+
+/// Gives the minimum data of one direction: that from the client for ATTR_WAY_CTS, that from the
+/// server for any other.
+uint32_t sub_ruledesc_get_mindata(const sub_ruledesc_t &sub_ruledesc, uint32_t way);
+
 uint32_t sub_ruledesc_get_attrdesc_nr(const sub_ruledesc_t &sub_ruledesc);
 
 /// Makes the view of an attribute.

@@ -265,6 +265,12 @@ uint32_t sub_ruledesc_get_cts_mindata(const sub_ruledesc_t &sub_ruledesc)
     return sub_ruledesc.srule_cts_mindata;
 }
 
+uint32_t sub_ruledesc_get_mindata(const sub_ruledesc_t &sub_ruledesc, uint32_t way)
+{
+    return way == ATTR_WAY_CTS ? sub_ruledesc_get_cts_mindata(sub_ruledesc)
+                               : sub_ruledesc_get_stc_mindata(sub_ruledesc);
+}
+
 uint32_t sub_ruledesc_get_attrdesc_nr(const sub_ruledesc_t &sub_ruledesc)
 {
     return sub_ruledesc.srule_nr_attrs;
