@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <new>
+#include <stdexcept>
 #include <string>
 
 #include "captured.h"
 #include "outcome.h"
+#include "pdata_diag.h"
 
 namespace
 {
@@ -139,12 +142,55 @@ TEST_F(pdata_error, module_codes_become_statuses)
 TEST_F(pdata_error, diagnostic_lines_name_level_line_and_function)
 {
     EXPECT_EQ(stderr_of([] {
-                  pdata_diag_error(17, "find", "failed to find %s.\n", "TLV_TYPE_ROOT_PROTODESCS");
+                  pdata_diag_error({PDATA_DIAG_NO_ROOT, 17});
               }),
-              "[ERROR  ][17][find] failed to find TLV_TYPE_ROOT_PROTODESCS.\n");
-    EXPECT_EQ(stderr_of([] { pdata_diag_warning(4, "add", "no line end"); }),
-              "[WARNING][4][add] no line end");
+              "[ERROR  ][17][pdb_builder_serialize] failed to find TLV_TYPE_ROOT_PROTODESCS.\n");
+    EXPECT_EQ(stderr_of([] {
+                  pdata_diag_warning({PDATA_DIAG_RULE_TAG_VALUE, 4}, 3, "tags");
+              }),
+              "[WARNING][4][pdb_ruletag_map_serialize] Failed to resolve rule tag name(tag).\n");
+    const std::string line = std::to_string(__LINE__ + 1);
+    EXPECT_EQ(stderr_of([] { pdata_diag_error(PDATA_DIAG_NO_GROUP, 2u, 0u); }),
+              "[ERROR  ][" + line +
+                  "][pdb_builder_serialize] Unexpected TLV type: 2 at offset: 0\n\n");
     EXPECT_EQ(outcome(PDATA_SUCCESS), "0") << "the slot stays as it was";
+}
+
+pdata_status_t third_step(pdata_status_t first, pdata_status_t second)
+{
+    PDATA_TRY(first);
+    PDATA_TRY([&] {
+        PDATA_TRY(second);
+        return PDATA_SUCCESS;
+    }());
+    return PDATA_ERR_PLU;
+}
+
+TEST_F(pdata_error, a_failure_is_passed_up_and_success_goes_on)
+{
+    EXPECT_EQ(third_step(PDATA_ERR_IO, PDATA_ERR_PSA), PDATA_ERR_IO);
+    EXPECT_EQ(third_step(PDATA_SUCCESS, PDATA_ERR_PSA), PDATA_ERR_PSA);
+    EXPECT_EQ(third_step(PDATA_SUCCESS, PDATA_SUCCESS), PDATA_ERR_PLU);
+}
+
+TEST_F(pdata_error, memory_that_runs_out_becomes_a_status)
+{
+    EXPECT_EQ(pdata_guard([]() -> pdata_status_t { throw std::bad_alloc(); }), PDATA_ERR_NO_MEMORY);
+    EXPECT_EQ(pdata_guard([]() -> pdata_status_t { throw std::length_error("vector"); }),
+              PDATA_ERR_NO_MEMORY);
+    EXPECT_EQ(pdata_guard([] { return PDATA_ERR_IO; }), PDATA_ERR_IO);
+}
+
+TEST_F(pdata_error, a_diagnostic_accompanies_only_a_failure)
+{
+    pdata_status_t status = PDATA_ERR_PLU;
+    EXPECT_EQ(stderr_of([&] { status = pdata_diag_failed(PDATA_SUCCESS, PDATA_DIAG_RULES); }), "");
+    EXPECT_EQ(status, PDATA_SUCCESS);
+    EXPECT_EQ(stderr_of([&] {
+                  status = pdata_diag_failed(PDATA_ERR_IO, {PDATA_DIAG_RULES, 5});
+              }),
+              "[ERROR  ][5][pdb_builder_serialize] pdb_builder: rule build failed.\n");
+    EXPECT_EQ(status, PDATA_ERR_IO);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "pdb_build.h"
 
+#include "pdata_diag.h"
 #include "pdb_matcher_build.h"
 #include "pdb_rule_build.h"
 #include "pdb_version.h"
@@ -44,13 +45,12 @@ pdata_status_t register_group(build_run_t *run, std::span<const uint8_t> group)
 {
     pdata_status_t status = pdb_builder_get_protocol_offsets(group, &run->protodesc.pg);
     if (status != PDATA_SUCCESS) {
-        pdata_diag_error(__LINE__, "pdb_builder_serialize",
-                         "pdb_builder: create offset of protocols failed.\n");
+        pdata_diag_error(PDATA_DIAG_PROTOCOL_OFFSETS);
         return status;
     }
     status = pdb_builder_matcher_register(&run->context->pdb_build, run->protodesc.pg);
     if (status != PDATA_SUCCESS)
-        pdata_diag_error(__LINE__, "pdb_builder_serialize", "pdb_builder: matcher register.\n");
+        pdata_diag_error(PDATA_DIAG_MATCHER_FILING);
     return status;
 }
 
@@ -60,8 +60,7 @@ pdata_status_t register_groups(build_run_t *run, std::span<const uint8_t> root)
     return walk_records(root, [&](uint32_t type, uint32_t header, std::span<const uint8_t> value) {
         if (type == TLV_TYPE_PROTOGROUP)
             return register_group(run, value);
-        pdata_diag_error(__LINE__, "pdb_builder_serialize",
-                         "Unexpected TLV type: %u at offset: %u\n\n", type, header);
+        pdata_diag_error(PDATA_DIAG_NO_GROUP, type, header);
         return PDATA_SUCCESS;
     });
 }
@@ -82,8 +81,7 @@ pdata_status_t load_tags_and_strings(build_run_t *run)
     const int ret =
         hstring_deserialize(&tags.hstring, strings.data(), static_cast<uint32_t>(strings.size()));
     if (ret != 0)
-        pdata_diag_error(__LINE__, "pdb_builder_serialize",
-                         "Failed to deserialize the toplevel hstring.\n\n");
+        pdata_diag_error(PDATA_DIAG_MAIN_STRINGS);
     return module_err2pdata_status(PDATA_MODULE_HSTRING, ret);
 }
 
@@ -94,21 +92,20 @@ pdata_status_t build_sections(build_run_t *run)
     pdata_status_t status =
         pdb_matcher_build(pdb_build, run->protodesc.pg, run->dump, run->sig_export);
     if (status != PDATA_SUCCESS) {
-        pdata_diag_error(__LINE__, "pdb_builder_serialize", "pdb_builder_matcher_serialize.\n");
+        pdata_diag_error(PDATA_DIAG_MATCHERS);
         return status;
     }
     // Each table is as large as the descriptions; it goes as soon as the next form is there.
     pdb_matcher_tab_clean(&pdb_build->pdb_build_matcher_tab);
     status = pdb_rule_build(pdb_build, run->protodesc);
     if (status != PDATA_SUCCESS) {
-        pdata_diag_error(__LINE__, "pdb_builder_serialize", "pdb_builder: rule build failed.\n");
+        pdata_diag_error(PDATA_DIAG_RULES);
         return status;
     }
     pdb_rule_tab_clean(&pdb_build->pdb_build_rule_tab);
     status = pdb_rule_serialize(pdb_build, run->network_endian);
     if (status != PDATA_SUCCESS)
-        pdata_diag_error(__LINE__, "pdb_builder_serialize",
-                         "pdb_builder: rule serialize failed.\n");
+        pdata_diag_error(PDATA_DIAG_RULE_SECTION);
     return status;
 }
 
@@ -165,8 +162,7 @@ pdata_status_t file_attr(const filing_t &filing, const sub_ruledesc_t &sub_rule,
             return status;
         status = pdb_matcher_register(filing.pdb_build, key, value);
         if (status != PDATA_SUCCESS) {
-            pdata_diag_error(__LINE__, "pdb_builder_matcher_subrule",
-                             "pdb_matcher_register failed.\n");
+            pdata_diag_error(PDATA_DIAG_VALUE_FILING);
             return status;
         }
     }
@@ -223,8 +219,7 @@ void walk_protocols(std::span<const uint8_t> list, const Found &found)
         if (type == TLV_TYPE_PROTO)
             found(header);
         else
-            pdata_diag_error(__LINE__, "pdb_builder_get_protocol_offsets",
-                             "Wrong TLV TYPE (%u): Must be TLV_TYPE_PROTO\n", type);
+            pdata_diag_error(PDATA_DIAG_NO_PROTOCOL_RECORD, type);
         return PDATA_SUCCESS;
     };
     (void)walk_records(list, look_at); // never fails
@@ -290,7 +285,7 @@ pdata_status_t pdb_builder_serialize(pdb_context_t *context, const csa_dump_t &d
         build_run_t run = {context, dump, sig_export, network_endian, {}};
         status = loaded;
         if (loaded != PDATA_SUCCESS)
-            pdata_diag_error(__LINE__, __func__, "failed to find TLV_TYPE_ROOT_PROTODESCS.\n");
+            pdata_diag_error(PDATA_DIAG_NO_ROOT);
         else
             status = serialize_protocols(&run, root);
     }
@@ -304,7 +299,7 @@ pdata_status_t pdb_builder_get_protocol_offsets(std::span<const uint8_t> group, 
     std::span<const uint8_t> strings;
     pdata_status_t status = tlv_value_search(TLV_TYPE_PROTOGROUP_STRING, group, &strings);
     if (status != PDATA_SUCCESS) {
-        pdata_diag_error(__LINE__, __func__, "hstring not found\n");
+        pdata_diag_error(PDATA_DIAG_NO_GROUP_STRINGS);
         return status;
     }
     pg->pg_hstring = {strings.data(), static_cast<uint32_t>(strings.size())};

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string_view>
 
+#include "pdata_diag.h"
 #include "pdb_attr_properties.h"
 #include "pdb_matcher_setup.h"
 #include "pdb_rule_build.h"
@@ -42,9 +43,8 @@ pdata_status_t convert_token(const pdb_matcher_run_t &run, const pdb_matcher_elt
     const int ret = transformer(csa_str(token), INEQUATION_NONE, &data->left, &data->right);
     if (ret == 0)
         return PDATA_SUCCESS;
-    pdata_diag_error(__LINE__, "pdb_matcher_build_register",
-                     "matcher_transformer failed (type:%u) (elt_val:%.*s)\n", run.matcher_type,
-                     elt.matcher_elt_val.str_len, elt.matcher_elt_val.str_buf);
+    pdata_diag_error(PDATA_DIAG_VALUE_TRANSFORM, run.matcher_type, elt.matcher_elt_val.str_len,
+                     elt.matcher_elt_val.str_buf);
     return module_err2pdata_status(PDATA_MODULE_NUMBER, ret);
 }
 
@@ -56,8 +56,7 @@ void pdb_matcher_register_print(const pdb_matcher_run_t &run, const pdb_matcher_
     protodesc_t protocol;
     if (pdb_rule_build_get_proto(run.pg, elt.matcher_elt_idx.item_proto_idx, &protocol) !=
         PDATA_SUCCESS) {
-        pdata_diag_error(__LINE__, "pdb_matcher_register_print",
-                         "pdb_rule_build_get_proto: protocol not found.\n");
+        pdata_diag_error(PDATA_DIAG_PATTERN_PROTOCOL);
         return;
     }
     std::fprintf(run.pdb_build->pdb_build_pattern_fd,
@@ -82,7 +81,7 @@ pdata_status_t add_rule_item(pdb_matcher_run_t *run, const pdb_matcher_elt &elt,
         pdb_rule_tab_add(&pdb_build->pdb_build_rule_tab, key, item, &pdb_build->pdb_build_nr_rule,
                          pdb_build->pdb_build_config->rule_max_attr);
     if (status != PDATA_SUCCESS) {
-        pdata_diag_error(__LINE__, "pdb_matcher_build_register", "pdb_rule_tab_add failed.\n");
+        pdata_diag_error(PDATA_DIAG_VALUE_RULE);
         return status;
     }
     pdb_build->pdb_build_item_id = item_id + 1;
@@ -116,9 +115,8 @@ pdata_status_t register_token(pdb_matcher_run_t *run, value_run_t *value, std::s
     status = matcher_register(&run->matcher, data, &value->item_id, value->forced, *value->info,
                               run->sig_export);
     if (status != PDATA_SUCCESS)
-        pdata_diag_error(__LINE__, "pdb_matcher_build_register",
-                         "matcher_register failed (type:%u) (elt_val:%.*s)\n", run->matcher_type,
-                         elt.matcher_elt_val.str_len, elt.matcher_elt_val.str_buf);
+        pdata_diag_error(PDATA_DIAG_VALUE_REGISTER, run->matcher_type, elt.matcher_elt_val.str_len,
+                         elt.matcher_elt_val.str_buf);
     return status;
 }
 
@@ -193,6 +191,6 @@ pdata_status_t pdb_matcher_build(pdb_build_t *pdb_build, const pdb_pg &pg, const
     if (status == PDATA_SUCCESS)
         status = pdb_matcher_build_serialize_header(pdb_build);
     if (status != PDATA_SUCCESS)
-        pdata_diag_error(__LINE__, __func__, "pdb_matcher_build_serialize_list failed.\n");
+        pdata_diag_error(PDATA_DIAG_MATCHER_LIST);
     return status;
 }

@@ -1,5 +1,6 @@
 #include <exception>
 
+#include "pdata_diag.h"
 #include "pdb_matcher_build.h"
 #include "tlv_description.h"
 
@@ -40,7 +41,7 @@ pdata_status_t put_entry(tlv_sink_t &sink, hstring_build_t *hstring, const match
     if (at != nullptr) {
         status = matcher_serialize(matcher, {at, size}, dump);
         if (status != PDATA_SUCCESS) {
-            pdata_diag_error(__LINE__, "pdb_matcher_build_serialize", "matcher_serialize\n");
+            pdata_diag_error(PDATA_DIAG_MATCHER_BLOB);
             return status;
         }
     }

@@ -1,5 +1,6 @@
 #include "pdb_rule_build.h"
 
+#include "pdata_diag.h"
 #include "pdb_rule_priority.h"
 #include "protodesc_tlv.h"
 #include "tlv_description.h"
@@ -24,19 +25,17 @@ pdata_status_t read_rule(const pdb_pg &pg, rule_reading_t *reading)
     const pdb_rule_key_t key = reading->elt.re_key;
     pdata_status_t status = pdb_rule_build_get_proto(pg, key.rk_proto_idx, &reading->protocol);
     if (status != PDATA_SUCCESS) {
-        pdata_diag_error(__LINE__, "pdb_rule_build",
-                         "pdb_rule_build_get_proto: protocol not found.\n");
+        pdata_diag_error(PDATA_DIAG_RULE_PROTOCOL);
         return status;
     }
     status = pdb_rule_build_get_rule(reading->protocol, key.rk_rule_idx, &reading->rule);
     if (status != PDATA_SUCCESS) {
-        pdata_diag_error(__LINE__, "pdb_rule_build", "pdb_rule_build_get_rule: rule not found.\n");
+        pdata_diag_error(PDATA_DIAG_RULE_RULE);
         return status;
     }
     status = pdb_rule_build_get_sub_rule(reading->rule, 0, &reading->sub_rules[0]);
     if (status != PDATA_SUCCESS)
-        pdata_diag_error(__LINE__, "pdb_rule_build",
-                         "pdb_rule_build_get_sub_rule: sub rule not found.\n");
+        pdata_diag_error(PDATA_DIAG_RULE_SUB_RULE);
     reading->nr_sub_rule = 1;
     return status;
 }
@@ -88,7 +87,7 @@ pdata_status_t register_rule(rule_builder_t *rule_builder, rule_reading_t *readi
                                               flags,        ruledesc_get_scope(rule)};
     const pdata_status_t status = rule_builder_register(rule_builder, registration, rule_id);
     if (status != PDATA_SUCCESS)
-        pdata_diag_error(__LINE__, "pdb_rule_build", "rule_builder_register failed.\n");
+        pdata_diag_error(PDATA_DIAG_RULE_REGISTER);
     return status;
 }
 
@@ -176,7 +175,7 @@ pdata_status_t emit_rules(const pdb_build_t &pdb_build, tlv_sink_t &sink, uint32
         put_part(sink, TLV_TYPE_PDB_RULE_ENGINE, rule_builder_get_size(rule_builder),
                  [&](std::span<uint8_t> buf) { return rule_builder_serialize(rule_builder, buf); });
     if (status != PDATA_SUCCESS) {
-        pdata_diag_error(__LINE__, "pdb_rule_build_serialize", "rule_builder_serialize failed.\n");
+        pdata_diag_error(PDATA_DIAG_RULE_ENTRIES);
         return status;
     }
     status = put_part(sink, TLV_TYPE_PDB_RULE_STRING, hstring_get_size(map.map_hstring),
@@ -185,8 +184,7 @@ pdata_status_t emit_rules(const pdb_build_t &pdb_build, tlv_sink_t &sink, uint32
                                                          hstring_serialize(map.map_hstring, buf));
                       });
     if (status != PDATA_SUCCESS) {
-        pdata_diag_error(__LINE__, "pdb_rule_build_serialize",
-                         "rule serialize, hstring serialize failed.\n");
+        pdata_diag_error(PDATA_DIAG_RULE_STRINGS);
         return status;
     }
     return tlv_close_record(sink, root, TLV_TYPE_ROOT_RULES);
@@ -242,7 +240,7 @@ pdata_status_t pdb_rule_serialize(pdb_build_t *pdb_build, uint32_t network_endia
 {
     const pdata_status_t status = pdb_rule_build_serialize(pdb_build, network_endian);
     if (status != PDATA_SUCCESS)
-        pdata_diag_error(__LINE__, __func__, "pdb_rule_build_serialize failed..\n");
+        pdata_diag_error(PDATA_DIAG_RULE_SERIALIZE);
     pdb_protocol_map_clean(&pdb_build->pdb_build_proto_map);
     pdb_ruletag_map_cleanup(&pdb_build->pdb_build_ruletag_map);
     rule_builder_clean(&pdb_build->pdb_build_rule_builder);

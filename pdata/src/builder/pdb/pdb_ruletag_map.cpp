@@ -5,6 +5,7 @@
 #include <unordered_map>
 
 #include "csa_endian.h"
+#include "pdata_diag.h"
 #include "tlv_sink.h"
 
 namespace
@@ -58,14 +59,13 @@ pdata_status_t put_tag(const ruletag_map_build_t &map, const tag_index &tags,
     csa_str_t name;
     pdata_status_t status = ruledesc_get_tag(rule, index, map.source.hstring, &name);
     if (status != PDATA_SUCCESS) {
-        pdata_diag_error(__LINE__, "pdb_ruletag_map_serialize", "Failed to get rule tag name.\n");
+        pdata_diag_error(PDATA_DIAG_RULE_TAG_NAME);
         return status;
     }
     uint32_t value = 0;
     status = resolve(tags, name, &value);
     if (status != PDATA_SUCCESS) {
-        pdata_diag_error(__LINE__, "pdb_ruletag_map_serialize",
-                         "Failed to resolve rule tag name(%.*s).\n", name.str_len, name.str_buf);
+        pdata_diag_error(PDATA_DIAG_RULE_TAG_VALUE, name.str_len, name.str_buf);
         return status;
     }
     tlv_sink_put(sink, value, 4);

@@ -1,5 +1,6 @@
 #include <string_view>
 
+#include "pdata_diag.h"
 #include "pdb_attr_properties.h"
 #include "protodesc.h"
 
@@ -62,11 +63,9 @@ pdata_status_t protodesc_add_attr_name(protodesc_build_t *pb, csa_str_t attr_nam
                               shown(pb->pb_name), pb->pb_name.str_buf, shown(protocol),
                               protocol.str_buf, shown(name), name.str_buf, static_cast<int>(way),
                               static_cast<int>(allowed));
-        pdata_diag_warning(__LINE__, __func__,
-                           "protocol %.*s attribute %.*s:%.*s user way both forced to property "
-                           "%s\n",
-                           shown(pb->pb_name), pb->pb_name.str_buf, shown(protocol),
-                           protocol.str_buf, shown(name), name.str_buf, attr_way2str(allowed));
+        pdata_diag_warning(PDATA_DIAG_WAY_FORCED, shown(pb->pb_name), pb->pb_name.str_buf,
+                           shown(protocol), protocol.str_buf, shown(name), name.str_buf,
+                           attr_way2str(allowed));
         way = allowed;
     }
     const matcher_type_t type = pdb_matcher_get_type(protocol, name);
@@ -140,8 +139,8 @@ pdata_status_t protodesc_add_rule_attr(protodesc_build_t *pb, uint32_t n_rule, c
     uint32_t n_attr;
     const pdata_status_t status = protodesc_add_attr_name(pb, attr_name, n_rule, &n_attr);
     if (status != PDATA_SUCCESS) {
-        pdata_diag_error(__LINE__, __func__, "Can't add %.*s:%.*s\n", shown(pb->pb_name),
-                         pb->pb_name.str_buf, shown(attr_name), attr_name.str_buf);
+        pdata_diag_error(PDATA_DIAG_RULE_ATTR, shown(pb->pb_name), pb->pb_name.str_buf,
+                         shown(attr_name), attr_name.str_buf);
         return status;
     }
     return protodesc_add_attr_val(pb, n_rule, attr_val, n_attr);
@@ -156,8 +155,8 @@ pdata_status_t protodesc_add_rule_attr_parsed(protodesc_build_t *pb, uint32_t n_
     const pdata_status_t status = protodesc_add_attr_name_parsed(pb, attr_name, attr_way, attr_type,
                                                                  attr_proto, n_rule, &n_attr);
     if (status != PDATA_SUCCESS) {
-        pdata_diag_error(__LINE__, __func__, "Can't add %.*s:%.*s\n", shown(pb->pb_name),
-                         pb->pb_name.str_buf, shown(attr_name), attr_name.str_buf);
+        pdata_diag_error(PDATA_DIAG_RULE_ATTR_PARSED, shown(pb->pb_name), pb->pb_name.str_buf,
+                         shown(attr_name), attr_name.str_buf);
         return status;
     }
     if (attr_offset != 0)

@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "module_error.h"
+
 namespace
 {
 
@@ -39,13 +41,6 @@ constexpr status_row status_names[] = {
     {PDATA_ERR_PROTODESC_TAG, "PDATA_ERR_PROTODESC_TAG"},
     {PDATA_STATUS_ENGINE_CLASSIFIED, "PDATA_STATUS_ENGINE_CLASSIFIED"},
 };
-
-void diag(const char *level, unsigned line, const char *function, const char *format, va_list args)
-{
-    char msg[PDATA_MSG_SIZE];
-    std::vsnprintf(msg, sizeof(msg), format, args);
-    std::fprintf(stderr, "[%-7s][%u][%s] %s", level, line, function, msg);
-}
 
 } // namespace
 
@@ -83,13 +78,13 @@ const char *pdata_status_code2str(uint32_t e)
 pdata_status_t module_err2pdata_status(uint32_t module, int module_error_code)
 {
     switch (module_error_code) {
-    case 0:
+    case MODULE_SUCCESS:
         return PDATA_SUCCESS;
-    case -5:
+    case MODULE_ERR_NO_MEMORY:
         return PDATA_ERR_NO_MEMORY;
-    case -11:
+    case MODULE_ERR_OPERATION:
         return PDATA_ERR_INVALID_OPERATION;
-    case -27:
+    case MODULE_ERR_OVERFLOW:
         return PDATA_ERR_OVERFLOW;
     default:
         return module >= 1 && module <= 5 ? PDATA_ERR_REGEX : PDATA_ERR_ENGINE;
@@ -106,20 +101,4 @@ pdata_status_t pdata_fail(pdata_status_t status, const char *format, ...)
     pdata_status_code_set(status);
     pdata_status_msg_set(msg);
     return status;
-}
-
-void pdata_diag_error(unsigned line, const char *function, const char *format, ...)
-{
-    va_list args;
-    va_start(args, format);
-    diag("ERROR", line, function, format, args);
-    va_end(args);
-}
-
-void pdata_diag_warning(unsigned line, const char *function, const char *format, ...)
-{
-    va_list args;
-    va_start(args, format);
-    diag("WARNING", line, function, format, args);
-    va_end(args);
 }

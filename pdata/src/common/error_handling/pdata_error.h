@@ -3,10 +3,13 @@
 /// The operation that first detects a failure records its code and a message and returns the
 /// code; every caller passes it up unchanged. The driver prints code, name and message once, at
 /// the end, and exits with the code. Nothing clears the slot during a run. Exceptions were turned
-/// down: a status is part of every format's contract and reads in the signature.
+/// down: a status is part of every format's contract and reads in the signature. PDATA_TRY passes
+/// one up; pdata_guard makes one of memory that runs out.
 #pragma once
 
 #include <cstdint>
+#include <new>
+#include <stdexcept>
 
 /// Outcomes; the process exits with the number. Codes without a name text in pdata_status_code2str
 /// are part of the format.
@@ -75,10 +78,29 @@ pdata_status_t module_err2pdata_status(uint32_t module, int module_error_code);
 [[gnu::format(printf, 2, 3)]] pdata_status_t pdata_fail(pdata_status_t status, const char *format,
                                                         ...);
 
-/// Writes "[ERROR  ][line][function] " and the message on standard error.
-[[gnu::format(printf, 3, 4)]] void pdata_diag_error(unsigned line, const char *function,
-                                                    const char *format, ...);
+/// Runs an operation that returns a status and turns memory that runs out inside it into
+/// PDATA_ERR_NO_MEMORY. The entry points of the program go through it; an operation below them
+/// catches nothing unless it must restore a state, or names a message or status of its own.
+template <typename Operation>
+[[nodiscard]] pdata_status_t pdata_guard(Operation &&operation)
+{
+    try {
+        return operation();
+    } catch (const std::bad_alloc &) {
+        return PDATA_ERR_NO_MEMORY;
+    } catch (const std::length_error &) {
+        return PDATA_ERR_NO_MEMORY;
+    }
+}
 
-/// Writes "[WARNING][line][function] " and the message on standard error.
-[[gnu::format(printf, 3, 4)]] void pdata_diag_warning(unsigned line, const char *function,
-                                                      const char *format, ...);
+/// Evaluates an expression that is a status, and returns a failure from the function around it.
+#define PDATA_TRY(expression) PDATA_TRY_NAMED(PDATA_TRY_NAME(__COUNTER__), expression)
+
+// The name differs in every use, so that an expression may hold a lambda that uses PDATA_TRY.
+#define PDATA_TRY_NAME(number) PDATA_TRY_JOINED(number)
+#define PDATA_TRY_JOINED(number) pdata_status_##number
+#define PDATA_TRY_NAMED(name, expression)                                                          \
+    do {                                                                                           \
+        if (const pdata_status_t name = (expression); name != PDATA_SUCCESS)                       \
+            return name;                                                                           \
+    } while (false)
