@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "format_types.h"
 #include "matcher_alias_serialize.h"
 #include "pdata_cfg.h"
 #include "pdata_error.h"
@@ -21,10 +22,6 @@
 struct pdd_t {
     csa_buf_t pdd_json;
 };
-
-/// Type of the record inside the configuration record, whose length counts bytes while every
-/// other length of the file counts words. Part of the format.
-constexpr uint32_t TLV_TYPE_CFG_SEMANTIC = 38;
 
 /// Serializes a description into `pdb`, from its first header on; the list is ended behind the
 /// last record, also after a failure.

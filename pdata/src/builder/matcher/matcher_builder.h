@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "csa_dump.h"
+#include "format_types.h"
 #include "hstring.h"
 #include "matcher_budget.h"
 #include "matcher_type.h"
@@ -31,15 +32,6 @@
 #include "pdata_sig_export.h"
 #include "tlv_sink.h"
 #include "transformer.h"
-
-/// Inside a serialized matcher.
-enum tlv_matcher_data_type_t : uint32_t {
-    TLV_TYPE_MATCHER_META = 1,
-    TLV_TYPE_MATCHER_NUMBER = 2,
-    TLV_TYPE_MATCHER_AC = 3,
-    TLV_TYPE_MATCHER_L2 = 4,
-    TLV_TYPE_MATCHER_STRING = 5,
-};
 
 /// First private id, and the bits of one that are its index.
 constexpr uint32_t MATCHER_PRIVATE_ID = 0x80000000;

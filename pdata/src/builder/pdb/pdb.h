@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "csa_buf.h"
+#include "format_types.h"
 #include "hstring.h"
 #include "matcher_budget.h"
 #include "pdata_error.h"
@@ -95,32 +96,6 @@ struct pdb_context_t {
     pdb_config_t config;
     std::span<const pdb_t> pdb;         ///< the input pdb; not owned
     std::span<const uint8_t> proto_pdb; ///< bytes of its protocol descriptions; not owned
-};
-
-/// Inside the matchers section.
-enum tlv_pdb_matchers_type_t : uint32_t {
-    TLV_TYPE_PDB_MATCHER_LIST = 1,
-    TLV_TYPE_PDB_MATCHER_STRING = 2,
-};
-
-/// Inside the list of matchers.
-enum tlv_pdb_matcher_list_type_t : uint32_t {
-    TLV_TYPE_PDB_MATCHER = 1,
-};
-
-/// Inside a matcher.
-enum tlv_pdb_matcher_type_t : uint32_t {
-    TLV_TYPE_PDB_MATCHER_META = 1,
-    TLV_TYPE_PDB_MATCHER_DATA = 2,
-};
-
-/// Inside the rules section.
-enum tlv_pdb_rule_type_t : uint32_t {
-    TLV_TYPE_PDB_RULE_META = 1,
-    TLV_TYPE_PDB_RULE_PROTOCOL_MAP = 2,
-    TLV_TYPE_PDB_RULE_ENGINE = 3,
-    TLV_TYPE_PDB_RULE_STRING = 4,
-    TLV_TYPE_PDB_RULE_TAG_MAP = 5,
 };
 
 /// Makes `pdb_build` an empty build whose first item id is 1. PDATA_ERR_NO_MEMORY when memory

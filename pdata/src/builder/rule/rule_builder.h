@@ -14,6 +14,7 @@
 #include <deque>
 #include <span>
 
+#include "format_types.h"
 #include "pdata_error.h"
 #include "tlv_sink.h"
 
@@ -27,11 +28,6 @@ constexpr uint32_t RULE_PARAMS_MAX = 7;
 
 /// Set in the full bitset of a rule of several items one of which is a referer.
 constexpr uint32_t RULE_BITSET_REFERER = 0x80000000;
-
-/// Inside a rule engine record.
-enum tlv_rule_engine_type_t : uint32_t {
-    TLV_TYPE_RULE_TABLE = 1,
-};
 
 /// One item of a registered rule; an id of 0 marks an unused slot.
 struct rule_item {

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <span>
 
+#include "format_types.h"
 #include "pdata_error.h"
 #include "tlv_sink.h"
 
@@ -20,20 +21,6 @@
 constexpr uint32_t TLV_TYPE_MAX = 255;
 constexpr uint32_t TLV_LEN_MAX = 33554431;
 constexpr uint32_t TLV_LEN_FIELD_MAX = 0xFFFFFF;
-
-/// Root records of a pdb.
-enum tlv_root_type_t : uint32_t {
-    TLV_TYPE_ROOT_PROTODESCS = 1,     ///< protocol descriptions
-    TLV_TYPE_ROOT_STRING = 3,         ///< main hashed strings
-    TLV_TYPE_ROOT_MATCHERS = 4,       ///< matchers of a loadable pdb
-    TLV_TYPE_ROOT_RULES = 5,          ///< rules of a loadable pdb
-    TLV_TYPE_ROOT_VERSION = 6,        ///< version of a loadable pdb
-    TLV_TYPE_ROOT_DEFAULT_LOADED = 7, ///< marker of length 0 in place of the version
-    TLV_TYPE_ROOT_TAGS = 9,           ///< tag table
-    TLV_TYPE_ROOT_MATCHER_ALIAS = 10, ///< matcher aliases
-    TLV_TYPE_ROOT_CFG = 11,           ///< configuration of protocol semantics
-    TLV_TYPE_ROOT_LOAD = 12,          ///< load version
-};
 
 /// Every root type, ascending.
 extern const uint32_t pdb_root_tlv_type_available[13];
