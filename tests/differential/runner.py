@@ -189,10 +189,10 @@ class Runner:
 
     def lacks_pdb(self, arguments):
         """Tells whether a run is to read an output that an earlier run did not write."""
-        named = arguments[arguments.index("--pdb-in") + 1] if "--pdb-in" in arguments else ""
+        named = [name for option, value in zip(arguments, arguments[1:]) if option == "--pdb-in"
+                 for name in value.split(";")]
         return any(re.fullmatch(r"out\d+\.pdb", name) and
-                   not os.path.exists(os.path.join(self.folders[0], name))
-                   for name in named.split(";"))
+                   not os.path.exists(os.path.join(self.folders[0], name)) for name in named)
 
     def compare(self, case, tally):
         """Takes the steps of a case up to the first difference, which it returns."""

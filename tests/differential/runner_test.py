@@ -121,6 +121,10 @@ class RunnerTest(unittest.TestCase):
         self.assertIsNone(self.differ("exit 0", "exit 0", steps))
         self.assertEqual(self.tally.runs, 1)
 
+    def test_option_without_its_argument(self):
+        self.assertIsNone(self.differ(SAME, SAME, Steps([("run", ["--pdb-in"])])))
+        self.assertEqual(self.tally.runs, 1)
+
 
 class SeedTest(unittest.TestCase):
     """A seed and a number make one case."""
