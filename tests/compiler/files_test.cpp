@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "bytes.h"
+#include "captured.h"
 #include "outcome.h"
 #include "tlv_description.h"
 #include "work_folder.h"
@@ -24,6 +25,14 @@ const char *const ALIASES = "0a 000001 'a 'l 'i 'a";
 const char *const LOADABLE = "0c 000001 02 00 00 02";
 const char *const IN_HOST_ORDER = "0c 000001 03 00 00 03";
 const char *const VERSION = "06 000001 ff ff ff ff";
+
+/// Writes a text into a file of its own.
+pdata_status_t write_text(const char *filename, const char *text)
+{
+    output_t output;
+    PDATA_TRY(pdata_compiler_write(output, filename, text));
+    return pdata_output_commit(output, PDATA_SUCCESS);
+}
 
 std::vector<uint8_t> pdb_of(std::initializer_list<const char *> parts)
 {
@@ -91,15 +100,15 @@ TEST_F(compiler_files, a_file_of_two_gibibytes_is_too_large)
 TEST_F(compiler_files, a_text_is_written_up_to_its_terminator)
 {
     put_file("out", "something longer that was there");
-    EXPECT_EQ(outcome(pdata_compiler_write("out", "a\n%s\t\xff")), "0");
+    EXPECT_EQ(outcome(write_text("out", "a\n%s\t\xff")), "0");
     EXPECT_EQ(file_text("out"), "a\n%s\t\xff");
-    EXPECT_EQ(outcome(pdata_compiler_write("out", "")), "0");
+    EXPECT_EQ(outcome(write_text("out", "")), "0");
     EXPECT_EQ(file_text("out"), "");
 }
 
 TEST_F(compiler_files, a_text_that_cannot_be_written_is_reported)
 {
-    EXPECT_EQ(outcome(pdata_compiler_write("nowhere/x", "a")),
+    EXPECT_EQ(outcome(write_text("nowhere/x", "a")),
               "3: pdata_compiler : unable to open nowhere/x.\n");
 }
 
@@ -325,11 +334,24 @@ TEST_F(compiler_files, an_output_that_cannot_be_opened_is_reported)
               "3: Cannot open filename . \n");
 }
 
-// The writer does not look at what its writes return: a full disk leaves a short file.
-TEST_F(compiler_files, a_write_that_fails_goes_unnoticed)
+TEST_F(compiler_files, an_output_that_cannot_be_written_is_reported)
 {
     const pdb_list_t list = list_of({{PDB_TYPE_PROTOCOL_DESCRIPTION, DESCRIPTIONS}});
-    EXPECT_EQ(outcome(pdata_compiler_write_pdb(list, "/dev/full")), "0");
+    EXPECT_EQ(stderr_of([&] {
+                  EXPECT_EQ(outcome(pdata_compiler_write_pdb(list, "/dev/full")),
+                            "3: Cannot write on filename /dev/full \n");
+              }),
+              "pdata_compiler: /dev/full: write: No space left on device\n");
+    EXPECT_EQ(stderr_of([&] {
+                  EXPECT_EQ(outcome(pdata_compiler_write_pdb_loadable(list[0], "/dev/full")),
+                            "3: Cannot write on filename /dev/full \n");
+              }),
+              "pdata_compiler: /dev/full: write: No space left on device\n");
+    EXPECT_EQ(stderr_of([&] {
+                  EXPECT_EQ(outcome(write_text("/dev/full", "a")),
+                            "3: Cannot write on filename /dev/full \n");
+              }),
+              "pdata_compiler: /dev/full: write: No space left on device\n");
 }
 
 TEST_F(compiler_files, cleaning_frees_the_inputs_and_the_output)

@@ -4,8 +4,6 @@
 #include <cstdio>
 #include <iterator>
 #include <memory>
-#include <new>
-#include <stdexcept>
 #include <utility>
 
 #include "pdata_cfg.h"
@@ -66,18 +64,19 @@ pdata_status_t load_configuration(pdata_compiler_t &run)
     return PDATA_SUCCESS;
 }
 
+pdata_status_t generate_sources(const pdata_cfg_t *cfg)
+{
+    generated_sources_t sources;
+    PDATA_TRY(pdata_compiler_psa(cfg, sources));
+    return pdata_compiler_ipbt(cfg, sources);
+}
+
 pdata_status_t description_flow(pdata_compiler_t &run)
 {
-    pdata_status_t status = load_configuration(run);
-    if (status == PDATA_SUCCESS)
-        status = pdata_compiler_psa(run.cfg);
-    if (status == PDATA_SUCCESS)
-        status = pdata_compiler_ipbt(run.cfg);
-    if (status == PDATA_SUCCESS)
-        status = pdata_compiler_init_pdd(&run.pdd, run.opt.pdd_filename, run.opt.set.pdd_namespace);
-    if (status == PDATA_SUCCESS)
-        status = pdata_serialize(&run.pdd, &run.pdb, run.cfg, nullptr, PDATA_TYPE_PROTOCOL);
-    return status;
+    PDATA_TRY(load_configuration(run));
+    PDATA_TRY(generate_sources(run.cfg));
+    PDATA_TRY(pdata_compiler_init_pdd(&run.pdd, run.opt.pdd_filename, run.opt.set.pdd_namespace));
+    return pdata_serialize(&run.pdd, &run.pdb, run.cfg, nullptr, PDATA_TYPE_PROTOCOL);
 }
 
 /// What the input pdbs become, as the first part of the output.
@@ -175,14 +174,29 @@ pdata_status_t run_flows(pdata_compiler_t &run, int argc, char **argv)
     return status == PDATA_SUCCESS ? write_output(run) : status;
 }
 
-void final_step(pdata_compiler_t &run, pdata_status_t status)
+/// Lets the export write what it has. A run that has failed before keeps its status and message.
+pdata_status_t release_export(pdata_compiler_t &run, pdata_status_t status)
+{
+    char msg[PDATA_MSG_SIZE + 1];
+    std::snprintf(msg, sizeof(msg), "%s", pdata_status_msg_get());
+    const pdata_status_t exported =
+        pdata_guard([&] { return pdata_sig_export_clean(std::move(run.sig_export)); });
+    if (status == PDATA_SUCCESS)
+        return exported;
+    pdata_status_msg_set(msg);
+    return status;
+}
+
+/// Frees what the run holds, and says what it came to.
+pdata_status_t final_step(pdata_compiler_t &run, pdata_status_t status)
 {
     if (run.cfg != nullptr)
         pdata_cfg_unload(run.cfg);
     pdata_compiler_clean_pdb(&run.input, &run.pdb);
-    (void)pdata_sig_export_clean(std::move(run.sig_export)); // the run's status stays what it is
+    status = release_export(run, status);
     if (status != PDATA_SUCCESS)
         std::printf("(%u:%s)\n%s\n", status, pdata_status_code2str(status), pdata_status_msg_get());
+    return status;
 }
 
 } // namespace
@@ -191,15 +205,6 @@ int pdata_compiler_main(int argc, char **argv)
 {
     pdata_compiler_t run;
     pdata_compiler_init(&run);
-    pdata_status_t status;
-    try {
-        status = run_flows(run, argc, argv);
-    } catch (const std::bad_alloc &) {
-        status = PDATA_ERR_NO_MEMORY;
-    } catch (const std::length_error &) {
-        status = PDATA_ERR_NO_MEMORY;
-    }
-    if (!run.ended)
-        final_step(run, status);
-    return static_cast<int>(status);
+    const pdata_status_t status = pdata_guard([&] { return run_flows(run, argc, argv); });
+    return static_cast<int>(run.ended ? status : final_step(run, status));
 }

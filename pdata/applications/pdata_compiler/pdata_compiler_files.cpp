@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "pdata_config.h"
 #include "tlv_description.h"
@@ -18,26 +19,26 @@ struct file_closer {
 
 using file_ptr = std::unique_ptr<std::FILE, file_closer>;
 
-/// Writes bytes; what the write returns is not looked at. Part of the format.
-void write_bytes(std::span<const uint8_t> bytes, std::FILE *file)
-{
-    if (!bytes.empty())
-        std::fwrite(bytes.data(), 1, bytes.size(), file);
-}
+/// The bytes of an output pdb, in their order.
+using pdb_outfile_t = std::vector<std::span<const uint8_t>>;
 
-/// Writes the part of a kind, if it is there.
-bool pdata_pdb_tlv_write(const pdb_list_t &in_pdb, std::FILE *pdb_outfile, pdb_type_t type)
+/// Puts the part of a kind behind the others, if it is there.
+bool pdata_pdb_tlv_write(const pdb_list_t &in_pdb, pdb_outfile_t *pdb_outfile, pdb_type_t type)
 {
     const pdb_t *part = pdata_pdb_type_find(in_pdb, type);
     if (part == nullptr)
         return false;
-    write_bytes(pdb_header_bytes(*part), pdb_outfile);
+    pdb_outfile->push_back(pdb_header_bytes(*part));
     return true;
 }
 
-pdata_status_t cannot_open(const char *filename)
+/// Writes an output pdb.
+pdata_status_t write_outfile(const pdb_outfile_t &pdb_outfile, const char *filename)
 {
-    return pdata_fail(PDATA_ERR_IO, "Cannot open filename %s \n", filename);
+    output_t output;
+    PDATA_TRY(pdata_output_add(output, filename, pdb_outfile, OUTPUT_TO_DISK,
+                               "Cannot open filename %s \n"));
+    return pdata_output_commit(output, PDATA_SUCCESS);
 }
 
 pdata_status_t unable_to_open(const char *filename)
@@ -64,13 +65,11 @@ bool pdata_compiler_read(const char *filename, csa_buf_t *buf)
     return false;
 }
 
-pdata_status_t pdata_compiler_write(const char *filename, const char *buf)
+pdata_status_t pdata_compiler_write(output_t &output, const char *filename, const char *buf)
 {
-    const file_ptr file(std::fopen(filename, "wb"));
-    if (file == nullptr)
-        return pdata_fail(PDATA_ERR_IO, "pdata_compiler : unable to open %s.\n", filename);
-    std::fputs(buf, file.get());
-    return PDATA_SUCCESS;
+    const std::span<const uint8_t> text = pdata_output_text(buf);
+    return pdata_output_add(output, filename, {&text, 1}, OUTPUT_LEFT_TO_SYSTEM,
+                            "pdata_compiler : unable to open %s.\n");
 }
 
 pdata_status_t pdata_compiler_init_pdd(pdd_t *pdd, const char *pdd_filename, int32_t)
@@ -154,26 +153,21 @@ pdata_status_t pdata_compiler_fill_pdb_list(const char *pdb_list, pdb_in_list_t 
 
 pdata_status_t pdata_compiler_write_pdb(const pdb_list_t &pdb, const char *pdb_filename)
 {
-    const file_ptr file(std::fopen(pdb_filename, "wb"));
-    if (file == nullptr)
-        return cannot_open(pdb_filename);
-    pdata_pdb_tlv_write(pdb, file.get(), PDB_TYPE_LOAD);
-    if (!pdata_pdb_tlv_write(pdb, file.get(), PDB_TYPE_PROTOCOL_DESCRIPTION))
-        return pdata_fail(PDATA_ERR_IO, "Cannot write on filename %s \n", pdb_filename);
-    pdata_pdb_tlv_write(pdb, file.get(), PDB_TYPE_MATCHER_ALIAS);
-    pdata_pdb_tlv_write(pdb, file.get(), PDB_TYPE_TAGS);
-    pdata_pdb_tlv_write(pdb, file.get(), PDB_TYPE_MAIN_HSTRING);
-    return PDATA_SUCCESS;
+    pdb_outfile_t pdb_outfile;
+    pdata_pdb_tlv_write(pdb, &pdb_outfile, PDB_TYPE_LOAD);
+    const bool described = pdata_pdb_tlv_write(pdb, &pdb_outfile, PDB_TYPE_PROTOCOL_DESCRIPTION);
+    if (described)
+        for (const pdb_type_t type : {PDB_TYPE_MATCHER_ALIAS, PDB_TYPE_TAGS, PDB_TYPE_MAIN_HSTRING})
+            pdata_pdb_tlv_write(pdb, &pdb_outfile, type);
+    PDATA_TRY(write_outfile(pdb_outfile, pdb_filename));
+    return described ? PDATA_SUCCESS
+                     : pdata_fail(PDATA_ERR_IO, "Cannot write on filename %s \n", pdb_filename);
 }
 
 pdata_status_t pdata_compiler_write_pdb_loadable(const pdb_t &pdb_loadable,
                                                  const char *pdb_filename)
 {
-    const file_ptr file(std::fopen(pdb_filename, "wb"));
-    if (file == nullptr)
-        return cannot_open(pdb_filename);
-    write_bytes(pdb_header_bytes(pdb_loadable), file.get());
-    return PDATA_SUCCESS;
+    return write_outfile({pdb_header_bytes(pdb_loadable)}, pdb_filename);
 }
 
 void pdata_compiler_clean_pdb(pdb_in_list_t *pdb_in, pdb_list_t *pdb)

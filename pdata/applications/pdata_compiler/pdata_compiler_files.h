@@ -11,6 +11,7 @@
 
 #include "csa_buf.h"
 #include "pdata_error.h"
+#include "pdata_output.h"
 #include "pdata_serialize.h"
 #include "pdb_header.h"
 
@@ -36,8 +37,10 @@ using pdb_in_list_t = std::list<pdb_in_elt_st>;
 /// read whole or has 2 GiB or more. A file of length 0 is no failure.
 [[nodiscard]] bool pdata_compiler_read(const char *filename, csa_buf_t *buf);
 
-/// Writes a text into a file. PDATA_ERR_IO with a message when it cannot be opened.
-[[nodiscard]] pdata_status_t pdata_compiler_write(const char *filename, const char *buf);
+/// Adds a text, up to its terminator, to the files that go in place together; both texts must live
+/// until then. PDATA_ERR_IO with a message when the file cannot be opened or written.
+[[nodiscard]] pdata_status_t pdata_compiler_write(output_t &output, const char *filename,
+                                                  const char *buf);
 
 /// Reads a description. The namespace is accepted and not used here. PDATA_ERR_IO with a message
 /// when it cannot be read.
@@ -72,12 +75,13 @@ uint32_t pdata_pdb_loaded_get(std::span<const uint8_t> tlv_buf);
 pdata_compiler_fill_pdb_list(const char *pdb_list, pdb_in_list_t *pdb_in, uint32_t *network_endian);
 
 /// Writes a pdb: load state, protocol descriptions, matcher aliases, tags, main strings. Only the
-/// second must be there. PDATA_ERR_IO with a message when the file cannot be opened or the
-/// descriptions are missing; what was written stays in the file.
+/// second must be there. PDATA_ERR_IO with a message when the file cannot be opened or written, and
+/// an old file then stays; or when the descriptions are missing: the load state alone is written.
 [[nodiscard]] pdata_status_t pdata_compiler_write_pdb(const pdb_list_t &pdb,
                                                       const char *pdb_filename);
 
-/// Writes a compiled pdb as one block. PDATA_ERR_IO with a message when the file cannot be opened.
+/// Writes a compiled pdb as one block. PDATA_ERR_IO with a message when the file cannot be opened
+/// or written; an old file then stays.
 [[nodiscard]] pdata_status_t pdata_compiler_write_pdb_loadable(const pdb_t &pdb_loadable,
                                                                const char *pdb_filename);
 

@@ -1,6 +1,8 @@
 // The export "signature_coverage": one line for every value, in a file of the working directory.
 #include <cstdio>
+#include <string>
 
+#include "pdata_output.h"
 #include "pdata_sig_export.h"
 
 namespace
@@ -9,6 +11,9 @@ namespace
 constexpr const char *COVERAGE_FILE = "signature_coverage.data";
 constexpr uint32_t PROTO_ID_LIMIT = 65536;
 constexpr uint32_t NTH_RULE_LIMIT = 2048;
+
+/// Bytes of a line at most: a name, four numbers, what stands between them, the terminator.
+constexpr size_t LINE_DIM = PDATA_SIG_EXPORT_NAME_MAX + 4 * 10 + 6;
 
 /// Values seen of every rule of every protocol. The 8-bit counters wrap. Part of the format.
 std::unordered_map<uint32_t, uint8_t> nth_item_id;
@@ -48,18 +53,30 @@ pdata_status_t signature_coverage_element_register(pdata_sig_export *sig_export,
     return PDATA_SUCCESS;
 }
 
+/// The lines of the file, newest first.
+std::string lines_of(const std::vector<sig_cov_entry> &entries)
+{
+    std::string text;
+    for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
+        char line[LINE_DIM];
+        const int len =
+            std::snprintf(line, sizeof(line), "%u,%u,%s,%u,%u\n", entry->rule_id, entry->proto_id,
+                          entry->proto_name, entry->nth_rule, entry->nth_item);
+        text.append(line, static_cast<size_t>(len));
+    }
+    return text;
+}
+
 pdata_status_t signature_coverage_clean(pdata_sig_export *sig_export)
 {
     std::vector<sig_cov_entry> &entries = data_of(sig_export).entries;
-    std::FILE *file = std::fopen(COVERAGE_FILE, "w");
-    if (file == nullptr)
-        return PDATA_ERR_IO;
-    // Newest first.
-    for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry)
-        std::fprintf(file, "%u,%u,%s,%u,%u\n", entry->rule_id, entry->proto_id, entry->proto_name,
-                     entry->nth_rule, entry->nth_item);
+    const std::string text = lines_of(entries);
+    const std::span<const uint8_t> content = pdata_output_text(text);
+    output_t output;
+    PDATA_TRY(
+        pdata_output_add(output, COVERAGE_FILE, {&content, 1}, OUTPUT_LEFT_TO_SYSTEM, nullptr));
+    PDATA_TRY(pdata_output_commit(output, PDATA_SUCCESS));
     entries.clear();
-    std::fclose(file);
     return PDATA_SUCCESS;
 }
 
