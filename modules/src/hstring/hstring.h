@@ -76,7 +76,7 @@ const hs_elt *hstring_find_elt(const string_htable &table, csa_str_t string);
 uint32_t hstring_get_size(const string_htable &table);
 
 /// Writes the pool into `buf`, which is overwritten whole. Fails, writing nothing, unless the
-/// size of `buf` equals hstring_get_size, or when a stored length exceeds 65535.
+/// size of `buf` equals hstring_get_size, or when a stored length exceeds HSTRING_LEN_MAX.
 [[nodiscard]] int hstring_serialize(const string_htable &table, std::span<uint8_t> buf);
 
 /// Empties the pool; hstring_init must come before the next use.

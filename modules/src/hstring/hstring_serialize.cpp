@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "csa_endian.h"
+#include "format_limits.h"
 #include "hstring.h"
 
 int hstring_serialize(const string_htable &table, std::span<uint8_t> buf)
@@ -9,7 +10,7 @@ int hstring_serialize(const string_htable &table, std::span<uint8_t> buf)
     if (buf.size() != hstring_get_size(table))
         return -1;
     for (const hs_elt &elt : table.hb_tab)
-        if (elt.hse_len > 0xFFFF)
+        if (elt.hse_len > HSTRING_LEN_MAX)
             return -1;
     std::fill(buf.begin(), buf.end(), uint8_t{0});
     for (const hs_elt &elt : table.hb_tab) {

@@ -1,16 +1,6 @@
-/// The kinds of matcher that values are compiled into. The numbers reach the serialized form.
+/// The kinds of matcher that values are compiled into (matcher_type_t).
+///
+/// The numbers reach the serialized form; MATCHER_TYPE_STREAM_OFFSET is never a matcher of its own.
 #pragma once
 
-#include <cstdint>
-
-enum matcher_type_t : uint32_t {
-    MATCHER_TYPE_UNKNOWN = 0,
-    MATCHER_TYPE_STREAM = 1,        ///< text patterns
-    MATCHER_TYPE_STREAM_OFFSET = 2, ///< text patterns at an offset; never a matcher of its own
-    MATCHER_TYPE_NUMBER_8 = 3,
-    MATCHER_TYPE_NUMBER_16 = 4,
-    MATCHER_TYPE_NUMBER_32 = 5,
-    MATCHER_TYPE_NUMBER_64 = 6,
-    MATCHER_TYPE_IP_4 = 7,
-    MATCHER_TYPE_IP_6 = 8,
-};
+#include "format_values.h"

@@ -16,7 +16,7 @@ int tag_table_name_set(tag_table_t *tag_table, json_string_t *name)
 int tag_table_value_set(tag_table_t *tag_table, json_number_t *value)
 {
     if (tag_table->nr_tag == TAG_TABLE_DIM) {
-        std::fputs("Error: TAG_TABLE_DIM.\n", stderr);
+        std::fputs(REFUSED_TAG_TABLE, stderr);
         return -1;
     }
     tag_table->value[tag_table->nr_tag++] = value;

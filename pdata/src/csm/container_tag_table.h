@@ -4,9 +4,8 @@
 #include <array>
 #include <cstdint>
 
+#include "format_limits.h"
 #include "json.h"
-
-constexpr uint32_t TAG_TABLE_DIM = 128;
 
 /// The container. The nodes belong to the parsed document.
 struct tag_table_t {

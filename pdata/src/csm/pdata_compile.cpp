@@ -13,11 +13,11 @@ namespace
 {
 
 constexpr pdb_params_t build_limits = {
-    32,    // matcher_interface_max_perm
-    32768, // matcher_interface_max_regexp
-    16,    // rule_max_attr
-    2,     // rule_max_subrules
-    4,     // rule_max_path
+    MATCHER_PERMUTATION_MAX, // matcher_interface_max_perm
+    MATCHER_PRIVATE_MAX,     // matcher_interface_max_regexp
+    RULE_MAX_ITEM,           // rule_max_attr
+    PROTOCOL_SUB_RULE_DIM,   // rule_max_subrules
+    PROTOCOL_PATH_DIM,       // rule_max_path
 };
 
 /// The parts of the input, in the order of the output.

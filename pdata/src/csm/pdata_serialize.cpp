@@ -12,7 +12,6 @@ namespace
 {
 
 /// Pairs that a stored set stays below.
-constexpr uint32_t MATCHER_ALIAS_LIMIT = 64;
 
 /// One run: what the records have in common.
 struct serialization_t {
@@ -282,11 +281,10 @@ pdata_status_t pdata_serialize_matcher_alias_pairs(matcher_alias_build_t *matche
     const uint32_t size = matcher_alias_get_tlv_size(*matcher_alias);
     csa_buf_t buf;
     pdata_status_t status = PDATA_SUCCESS;
-    if (nr_alias >= MATCHER_ALIAS_LIMIT)
-        status = pdata_fail(PDATA_ERR_OVERFLOW,
-                            "Maximum number of matcher_alias pairs (%d) exceeded internal limit "
-                            "(%d)",
-                            static_cast<int>(nr_alias), static_cast<int>(MATCHER_ALIAS_LIMIT));
+    if (nr_alias >= FENCE_MATCHER_ALIAS_NUMBER)
+        status =
+            pdata_fail(PDATA_ERR_OVERFLOW, REFUSED_MATCHER_ALIAS_PAIRS, static_cast<int>(nr_alias),
+                       static_cast<int>(FENCE_MATCHER_ALIAS_NUMBER));
     else if (!csa_buf_alloc(buf, size_t{size} + 4))
         status = PDATA_ERR_NO_MEMORY;
     else if (matcher_alias_serialize(matcher_alias, buf.data(), size / 4) !=

@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "csa_dump.h"
+#include "format_limits.h"
 #include "format_types.h"
 #include "hstring.h"
 #include "matcher_budget.h"
@@ -36,9 +37,6 @@
 /// First private id, and the bits of one that are its index.
 constexpr uint32_t MATCHER_PRIVATE_ID = 0x80000000;
 constexpr uint32_t MATCHER_PRIVATE_INDEX = 0x0FFFFFFF;
-
-/// Public ids stay below this where a matcher begins.
-constexpr uint32_t MATCHER_PUBLIC_ID_LIMIT = 0x20000000;
 
 /// Kinds of a second-level entry, in bits 0 to 7 of its flag.
 enum matcher_map_kind_t : uint32_t {

@@ -56,7 +56,7 @@ pdata_status_t take_private_id(matcher_build *matcher, const matcher_map_build_t
 {
     *private_id = matcher->curr_prv_id++;
     if ((*private_id & MATCHER_PRIVATE_INDEX) >= matcher->max_prv_id)
-        return pdata_fail(PDATA_ERR_OVERFLOW, "increase max_prv_id (%d)\n",
+        return pdata_fail(PDATA_ERR_OVERFLOW, REFUSED_PRIVATE_ID,
                           static_cast<int>(matcher->max_prv_id));
     matcher->map.push_back(entry);
     return PDATA_SUCCESS;

@@ -29,7 +29,7 @@ matcher_alias_entry_t &matcher_alias_entry(matcher_alias_container_t *container)
 int matcher_alias_next(matcher_alias_container_t *container)
 {
     if (container->nr_entry == FENCE_MATCHER_ALIAS_NUMBER) {
-        std::fputs("Error: FENCE_MATCHER_ALIAS_NUMBER.\n", stderr);
+        std::fputs(REFUSED_MATCHER_ALIAS_FENCE, stderr);
         return -1;
     }
     ++container->nr_entry;

@@ -4,10 +4,8 @@
 #include <array>
 #include <cstdint>
 
+#include "format_limits.h"
 #include "json.h"
-
-/// Entries of a document; one more can be begun, and fails when it ends.
-constexpr uint32_t FENCE_MATCHER_ALIAS_NUMBER = 64;
 
 struct matcher_alias_side_t {
     json_string_t *protocol = nullptr;

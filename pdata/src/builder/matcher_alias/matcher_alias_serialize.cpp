@@ -227,8 +227,8 @@ pdata_status_t matcher_alias_build_pairs(const hstring_t &root_hstring,
                                          std::span<const uint8_t> tlv_data,
                                          uint32_t matcher_alias_nb)
 {
-    if (matcher_alias_nb > MATCHER_ALIAS_MAX)
-        return pdata_fail(PDATA_ERR_OVERFLOW, "Too many matcher alias");
+    if (matcher_alias_nb > FENCE_MATCHER_ALIAS_NUMBER)
+        return pdata_fail(PDATA_ERR_OVERFLOW, REFUSED_MATCHER_ALIAS_STORED);
     *matcher_alias = matcher_alias_create(main_hstring, matcher_alias_nb);
     for (uint32_t i = 0; i < matcher_alias_nb; ++i) {
         alias_pair_t pair;

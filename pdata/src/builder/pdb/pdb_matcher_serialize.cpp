@@ -56,7 +56,7 @@ pdata_status_t put_entry(tlv_sink_t &sink, hstring_build_t *hstring, const match
 pdata_status_t check_length(uint64_t root_len)
 {
     if (root_len > TLV_LEN_FIELD_MAX)
-        return pdata_fail(PDATA_ERR_OVERFLOW, "tlv len %d is superior to internal limit %d",
+        return pdata_fail(PDATA_ERR_OVERFLOW, REFUSED_TLV_LEN,
                           static_cast<int>(TLV_TYPE_ROOT_MATCHERS),
                           static_cast<int>(TLV_LEN_FIELD_MAX));
     return PDATA_SUCCESS;

@@ -7,9 +7,8 @@
 namespace
 {
 
-/// Bytes of strings that the record of the string table can hold. Beyond 4 GiB their offsets would
-/// no longer be told apart.
-constexpr uint32_t STRINGS_MAX = TLV_LEN_FIELD_MAX * 4;
+// What the record of the string table can hold. Beyond 4 GiB offsets would no longer be told apart.
+static_assert(PDB_PROTOCOL_MAP_STRINGS_MAX == TLV_LEN_FIELD_MAX * 4);
 
 /// Interns a name into a cell. Rows behind the last one are interned and not stored.
 pdata_status_t set_cell(protocol_build_map_t *map, std::vector<uint32_t> &cells, size_t cell,
@@ -17,9 +16,8 @@ pdata_status_t set_cell(protocol_build_map_t *map, std::vector<uint32_t> &cells,
 {
     uint32_t offset = 0;
     const int ret = hstring_get_offset(&map->map_hstring, name, &offset);
-    if (map->map_hstring.hb_offset > STRINGS_MAX)
-        return pdata_fail(PDATA_ERR_OVERFLOW, "protocol map: more than %u bytes of names\n",
-                          STRINGS_MAX);
+    if (map->map_hstring.hb_offset > PDB_PROTOCOL_MAP_STRINGS_MAX)
+        return pdata_fail(PDATA_ERR_OVERFLOW, REFUSED_MAP_STRINGS, PDB_PROTOCOL_MAP_STRINGS_MAX);
     if (ret == 0 && cell < cells.size())
         cells[cell] = offset;
     return module_err2pdata_status(PDATA_MODULE_HSTRING, ret);
@@ -30,8 +28,7 @@ pdata_status_t add_path(protocol_build_map_t *map, size_t row, csa_str_t proto_n
 {
     const uint32_t nr_path = ruledesc_get_path_nr(rule);
     if (nr_path > map->rule_max_path)
-        return pdata_fail(PDATA_ERR_OVERFLOW, "maximum protocol id number (%u) reached --> (%u)",
-                          map->rule_max_path, nr_path);
+        return pdata_fail(PDATA_ERR_OVERFLOW, REFUSED_MAP_PATH, map->rule_max_path, nr_path);
     const size_t first = row * map->rule_max_path;
     if (nr_path == 0)
         return set_cell(map, map->map_proto_id, first, proto_name);

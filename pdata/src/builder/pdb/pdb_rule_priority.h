@@ -3,10 +3,8 @@
 
 #include <cstdint>
 
+#include "format_limits.h"
 #include "pdata_error.h"
-
-constexpr uint32_t PDB_RULE_RANGE_MAX = 255;
-constexpr uint32_t PDB_RULE_ORDER_MAX = 16777215;
 
 /// Packs a range and an order into `*rule_prio`. Returns PDATA_SUCCESS, or
 /// PDATA_ERR_INVALID_ARGUMENT with a message for one that is out of bounds.

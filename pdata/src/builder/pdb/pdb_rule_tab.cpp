@@ -14,7 +14,7 @@ pdata_status_t pdb_rule_tab_add_item(pdb_rule_elt &elt, const pdb_rule_item_t &i
                                      uint32_t rule_max_attr)
 {
     if (elt.re_item.size() >= rule_max_attr)
-        return pdata_fail(PDATA_ERR_OVERFLOW, "maximum item id reached %u.", rule_max_attr);
+        return pdata_fail(PDATA_ERR_OVERFLOW, REFUSED_RULE_ITEM, rule_max_attr);
     elt.re_item.push_back(item.item);
     elt.re_matcher_id.push_back(item.matcher_id);
     elt.srule_id.push_back(item.srule_id);

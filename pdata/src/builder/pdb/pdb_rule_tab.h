@@ -10,6 +10,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "format_limits.h"
 #include "pdata_error.h"
 
 /// Chains of a table when the caller names no number.

@@ -58,7 +58,7 @@ int complete_stream_offset(protocol_sub_rule_t &sub_rule)
     if (sub_rule.nr_attr < PROTOCOL_ATTR_DIM)
         ++sub_rule.nr_attr;
     if (sub_rule.nr_attr == PROTOCOL_ATTR_DIM)
-        return dimension_exhausted("Error: increase attribut dimension.\n");
+        return dimension_exhausted(REFUSED_ATTR);
     return 0;
 }
 
@@ -127,8 +127,7 @@ int protocol_tags_deprecated_set(protocol_t *protocol, json_atom_t *deprecated)
 
 int protocol_tags_category_add(protocol_t *protocol, json_string_t *category)
 {
-    return add(protocol->tags.categories, &protocol->tags.nr_category, category,
-               "Error: increase tags category dimension.\n");
+    return add(protocol->tags.categories, &protocol->tags.nr_category, category, REFUSED_CATEGORY);
 }
 
 int protocol_http_reclassify_set(protocol_t *protocol, json_atom_t *http_reclassify)
@@ -149,7 +148,7 @@ int protocol_cacheable_set(protocol_t *protocol, json_atom_t *cacheable)
 int protocol_altname_add(protocol_t *protocol, json_string_t *altname)
 {
     return add(protocol->altnames.altnames, &protocol->altnames.nr_altname, altname,
-               "Error: increase altname dimension.\n");
+               REFUSED_ALTNAME);
 }
 
 int protocol_description_fr_set(protocol_t *protocol, json_string_t *fr)
@@ -180,26 +179,25 @@ int protocol_rules_rule_preempt_set(protocol_t *protocol, json_atom_t *preempt)
 int protocol_rules_rule_scope_add(protocol_t *protocol, json_string_t *scope)
 {
     protocol_rule_t &rule = protocol_rules_rule(protocol);
-    return add(rule.scope, &rule.nr_scope, scope, "Error: increase scope dimension.\n");
+    return add(rule.scope, &rule.nr_scope, scope, REFUSED_SCOPE);
 }
 
 int protocol_rules_rule_path_add(protocol_t *protocol, json_string_t *path)
 {
     protocol_rule_t &rule = protocol_rules_rule(protocol);
-    return add(rule.path, &rule.nr_path, path, "Error: increase path dimension.\n");
+    return add(rule.path, &rule.nr_path, path, REFUSED_PATH);
 }
 
 int protocol_rules_rule_tag_add(protocol_t *protocol, json_string_t *tag)
 {
     protocol_rule_t &rule = protocol_rules_rule(protocol);
-    return add(rule.tag, &rule.nr_tag, tag, "Error: increase rules tags number.\n");
+    return add(rule.tag, &rule.nr_tag, tag, REFUSED_RULE_TAG);
 }
 
 int protocol_rules_rule_protocol_set(protocol_t *protocol, json_string_t *bottom)
 {
     protocol_sub_rule_t &sub_rule = sub_rule_being_filled(protocol);
-    return add(sub_rule.protocol, &sub_rule.nr_protocol, bottom,
-               "Error: increase protocol dimension.\n");
+    return add(sub_rule.protocol, &sub_rule.nr_protocol, bottom, REFUSED_PROTOCOL);
 }
 
 int protocol_rules_rule_mindata_set(protocol_t *protocol, json_number_t *mindata)
@@ -227,7 +225,7 @@ int protocol_rules_rule_attr_value_add(protocol_t *protocol, json_string_t *valu
     protocol_sub_rule_t &sub_rule = sub_rule_being_filled(protocol);
     // The text of the message is part of the format.
     if (sub_rule.nr_attr == PROTOCOL_ATTR_DIM)
-        return dimension_exhausted("Error: increase attribut dimension.\n");
+        return dimension_exhausted(REFUSED_ATTR);
     name_after_previous(sub_rule);
     attr_being_filled(sub_rule).value = value;
     ++sub_rule.nr_attr;
@@ -258,7 +256,7 @@ int protocol_rules_rule_stream_offset_pattern_set(protocol_t *protocol, json_str
 int protocol_rules_rule_next(protocol_t *protocol)
 {
     if (protocol->rules.nr_rule == PROTOCOL_RULE_DIM - 1)
-        return dimension_exhausted("Error: increase rule dimension.\n");
+        return dimension_exhausted(REFUSED_RULE);
     (void)protocol_rules_rule(protocol); // an empty rule is a rule
     ++protocol->rules.nr_rule;
     return 0;
@@ -268,7 +266,7 @@ int protocol_rules_sub_rule_next(protocol_t *protocol)
 {
     protocol_rule_t &rule = protocol_rules_rule(protocol);
     if (rule.nr_sub_rule == PROTOCOL_SUB_RULE_DIM)
-        return dimension_exhausted("Error: increase sub rules dimension.\n");
+        return dimension_exhausted(REFUSED_SUB_RULE);
     ++rule.nr_sub_rule;
     return 0;
 }

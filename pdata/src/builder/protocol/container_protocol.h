@@ -1,8 +1,9 @@
 /// The protocol container: one protocol object of a description, still in the shape of its JSON.
 ///
 /// The visitor puts the nodes that it meets here; nothing is converted or checked but the
-/// dimensions. The nodes belong to the parsed document, which must outlive the container. Rules
-/// come into being as they are filled; the dimensions hold all the same.
+/// dimensions (PROTOCOL_..._DIM of format_limits.h). The nodes belong to the parsed document, which
+/// must outlive the container. Rules come into being as they are filled; the dimensions hold all
+/// the same.
 ///
 /// Setters overwrite, adders append. Each returns 0, or -1 after printing the dimension that is
 /// exhausted on standard error; what was stored before stays.
@@ -12,17 +13,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "format_limits.h"
 #include "json.h"
-
-constexpr uint32_t PROTOCOL_CATEGORY_DIM = 10;
-constexpr uint32_t PROTOCOL_ALTNAME_DIM = 10;
-constexpr uint32_t PROTOCOL_RULE_DIM = 1200;
-constexpr uint32_t PROTOCOL_SUB_RULE_DIM = 2;
-constexpr uint32_t PROTOCOL_SCOPE_DIM = 8;
-constexpr uint32_t PROTOCOL_PATH_DIM = 4;
-constexpr uint32_t PROTOCOL_RULE_TAG_DIM = 4;
-constexpr uint32_t PROTOCOL_ATTR_DIM = 16;
-constexpr uint32_t PROTOCOL_PROTOCOL_DIM = 6;
 
 struct protocol_version_t {
     json_number_t *major = nullptr;

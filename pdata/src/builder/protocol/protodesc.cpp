@@ -7,25 +7,25 @@
 namespace
 {
 
-pdata_status_t capacity_reached(const char *what, uint32_t capacity)
+/// Fails with a message of limits.def that shows the capacity.
+pdata_status_t capacity_reached(const char *message, uint32_t capacity)
 {
-    return pdata_fail(PDATA_ERR_OVERFLOW, "Maximum number of %s (%d) has been reached", what,
-                      static_cast<int>(capacity));
+    return pdata_fail(PDATA_ERR_OVERFLOW, message, static_cast<int>(capacity));
 }
 
-pdata_status_t add_value(value_t *list, csa_str_t value, uint32_t capacity, const char *what)
+pdata_status_t add_value(value_t *list, csa_str_t value, uint32_t capacity, const char *message)
 {
     if (list->v_nr == capacity)
-        return capacity_reached(what, capacity);
+        return capacity_reached(message, capacity);
     list->v_val[list->v_nr++] = value;
     return PDATA_SUCCESS;
 }
 
 pdata_status_t add_pair(name_value_t *list, csa_str_t name, csa_str_t value, uint32_t capacity,
-                        const char *what)
+                        const char *message)
 {
     if (list->nv_nr == capacity)
-        return capacity_reached(what, capacity);
+        return capacity_reached(message, capacity);
     list->nv_name[list->nv_nr] = name;
     list->nv_val[list->nv_nr++] = value;
     return PDATA_SUCCESS;
@@ -81,16 +81,16 @@ void init_list(name_value_t *list, uint32_t capacity)
 
 void protodesc_populate_bounds(protodesc_bounds_t *bounds)
 {
-    bounds->pi_max_tags = 12;
-    bounds->pi_max_desc = 2;
-    bounds->pi_max_compat = 10;
-    bounds->pi_max_altname = 10;
-    bounds->pi_max_rules = 1200;
-    bounds->pi_max_subrules = 2;
-    bounds->pi_max_path = 4;
-    bounds->pi_max_rule_tags = 4;
-    bounds->pi_max_attr = 16;
-    bounds->pi_max_attr_val = 8;
+    bounds->pi_max_tags = PROTODESC_TAGS_MAX;
+    bounds->pi_max_desc = PROTODESC_DESC_MAX;
+    bounds->pi_max_compat = PROTODESC_COMPAT_MAX;
+    bounds->pi_max_altname = PROTOCOL_ALTNAME_DIM;
+    bounds->pi_max_rules = PROTOCOL_RULE_DIM;
+    bounds->pi_max_subrules = PROTOCOL_SUB_RULE_DIM;
+    bounds->pi_max_path = PROTOCOL_PATH_DIM;
+    bounds->pi_max_rule_tags = PROTOCOL_RULE_TAG_DIM;
+    bounds->pi_max_attr = PROTOCOL_ATTR_DIM;
+    bounds->pi_max_attr_val = PROTODESC_ATTR_VAL_MAX;
 }
 
 bool protodesc_init(protodesc_build_t *pb, const protodesc_bounds_t &bounds,
@@ -289,30 +289,30 @@ void protodesc_set_rule_real_bottom(protodesc_build_t *pb, uint32_t n_rule, csa_
 
 pdata_status_t protodesc_add_tag(protodesc_build_t *pb, csa_str_t tag_name, csa_str_t tag_val)
 {
-    return add_pair(&pb->pb_tags, tag_name, tag_val, pb->pb_bounds.pi_max_tags, "tags");
+    return add_pair(&pb->pb_tags, tag_name, tag_val, pb->pb_bounds.pi_max_tags, REFUSED_RECORD_TAG);
 }
 
 pdata_status_t protodesc_add_description(protodesc_build_t *pb, csa_str_t lang, csa_str_t desc)
 {
-    return add_pair(&pb->pb_desc, lang, desc, pb->pb_bounds.pi_max_desc, "description");
+    return add_pair(&pb->pb_desc, lang, desc, pb->pb_bounds.pi_max_desc, REFUSED_RECORD_DESC);
 }
 
 pdata_status_t protodesc_add_compat(protodesc_build_t *pb, csa_str_t compat)
 {
-    return add_value(&pb->pb_compat, compat, pb->pb_bounds.pi_max_compat, "compat");
+    return add_value(&pb->pb_compat, compat, pb->pb_bounds.pi_max_compat, REFUSED_RECORD_COMPAT);
 }
 
 pdata_status_t protodesc_add_altname(protodesc_build_t *pb, csa_str_t altname)
 {
-    return add_value(&pb->pb_altname, altname, pb->pb_bounds.pi_max_altname, "altname");
+    return add_value(&pb->pb_altname, altname, pb->pb_bounds.pi_max_altname,
+                     REFUSED_RECORD_ALTNAME);
 }
 
 pdata_status_t protodesc_add_rule_path_elt(protodesc_build_t *pb, uint32_t n_rule, csa_str_t path)
 {
     ruledesc_build_t &slot = protodesc_slot(pb, n_rule);
     if (slot.rule_nr_path == pb->pb_bounds.pi_max_path)
-        return pdata_fail(PDATA_ERR_OVERFLOW,
-                          "Maximum number of protocols (%d) in path has been reached",
+        return pdata_fail(PDATA_ERR_OVERFLOW, REFUSED_RECORD_PATH,
                           static_cast<int>(pb->pb_bounds.pi_max_path));
     slot.rule_path[slot.rule_nr_path++] = path;
     return PDATA_SUCCESS;
@@ -322,7 +322,7 @@ pdata_status_t protodesc_add_rule_tag(protodesc_build_t *pb, uint32_t n_rule, cs
 {
     ruledesc_build_t &slot = protodesc_slot(pb, n_rule);
     if (slot.rule_nr_tags == pb->pb_bounds.pi_max_rule_tags)
-        return capacity_reached("rule tags", pb->pb_bounds.pi_max_rule_tags);
+        return capacity_reached(REFUSED_RECORD_RULE_TAG, pb->pb_bounds.pi_max_rule_tags);
     slot.rule_tags[slot.rule_nr_tags++] = tag;
     return PDATA_SUCCESS;
 }

@@ -17,6 +17,7 @@
 
 #include "csa_str.h"
 #include "csa_types.h"
+#include "format_limits.h"
 #include "hstring.h"
 #include "matcher_type.h"
 #include "pdata_error.h"

@@ -34,8 +34,7 @@ pdata_status_t store_value(protodesc_build_t *pb, uint32_t n_rule, csa_str_t att
     while (free < attr.attr_val.size() && attr.attr_val[free].str_buf != nullptr)
         ++free;
     if (free == attr.attr_val.size())
-        return pdata_fail(PDATA_ERR_OVERFLOW,
-                          "Maximum number of attribute value (%d) has been reached %.*s.",
+        return pdata_fail(PDATA_ERR_OVERFLOW, REFUSED_RECORD_ATTR_VAL,
                           static_cast<int>(pb->pb_bounds.pi_max_attr_val), shown(pb->pb_name),
                           pb->pb_name.str_buf);
     attr.attr_val[free] = attr_val;
@@ -88,9 +87,9 @@ pdata_status_t protodesc_add_attr_name_parsed(protodesc_build_t *pb, csa_str_t a
         return PDATA_SUCCESS;
     }
     if (slot.rule_nr_attr == pb->pb_bounds.pi_max_attr)
-        return pdata_fail(
-            PDATA_ERR_OVERFLOW, "Maximum number of attribute (%d) has been reached %.*s",
-            static_cast<int>(pb->pb_bounds.pi_max_attr), shown(pb->pb_name), pb->pb_name.str_buf);
+        return pdata_fail(PDATA_ERR_OVERFLOW, REFUSED_RECORD_ATTR,
+                          static_cast<int>(pb->pb_bounds.pi_max_attr), shown(pb->pb_name),
+                          pb->pb_name.str_buf);
     attrdesc_build_t &attr = slot.rule_attr[slot.rule_nr_attr];
     attr.attr_val.resize(pb->pb_bounds.pi_max_attr_val);
     attr.attr_offset.resize(pb->pb_bounds.pi_max_attr_val);

@@ -13,7 +13,6 @@ namespace
 {
 
 /// Most categories of a protocol; the container holds one more. Part of the format.
-constexpr uint32_t CATEGORY_MAX = 9;
 
 pdata_status_t fail_with_report(pdata_status_t status)
 {
@@ -61,14 +60,14 @@ pdata_status_t parsed_to_protodesc(protodesc_json_t *json, const json_t &parsed,
 pdata_status_t add_tag(protodesc_build_t *pb, std::string_view name, csa_str_t value)
 {
     if (pb->pb_tags.nv_nr + 1 > pb->pb_bounds.pi_max_tags)
-        return pdata_fail(PDATA_ERR_OVERFLOW, "Increase tag dimension");
+        return pdata_fail(PDATA_ERR_OVERFLOW, REFUSED_TAG);
     return protodesc_add_tag(pb, csa_str(name), value);
 }
 
 pdata_status_t convert_tags(const protocol_tags_t &tags, protodesc_build_t *pb)
 {
-    if (tags.nr_category > CATEGORY_MAX)
-        return pdata_fail(PDATA_ERR_OVERFLOW, "Increase tag dimension");
+    if (tags.nr_category > PROTODESC_CATEGORY_MAX)
+        return pdata_fail(PDATA_ERR_OVERFLOW, REFUSED_RECORD_CATEGORY);
     csa_str_t value;
     pdata_status_t status = PDATA_SUCCESS;
     for (uint32_t i = 0; i < tags.nr_category && status == PDATA_SUCCESS; ++i) {
@@ -156,7 +155,7 @@ pdata_status_t vprotocol_bottom_subrule_split(protocol_t *protocol)
         const uint32_t nr_protocol = rules.rules[i].sub_rules[j].nr_protocol;
         for (uint32_t k = 1; k < nr_protocol; ++k) {
             if (rules.nr_rule + 1 >= PROTOCOL_RULE_DIM)
-                return pdata_fail(PDATA_ERR_OVERFLOW, "Increase protocol rules dimension");
+                return pdata_fail(PDATA_ERR_OVERFLOW, REFUSED_SPLIT_RULE);
             protocol_rule_t &copy = protocol_rules_rule(protocol);
             copy = rules.rules[i];
             copy.sub_rules[j].protocol[0] = copy.sub_rules[j].protocol[k];

@@ -24,23 +24,6 @@ struct protodesc_json_t {
     protocol_t protocol;
 };
 
-/// The bits of a scope.
-enum rule_scope_t : uint32_t {
-    RULE_SCOPE_ALL = 0x1,
-    RULE_SCOPE_HTTP = 0x2,
-    RULE_SCOPE_SSL = 0x4,
-    RULE_SCOPE_STUN = 0x8,
-    RULE_SCOPE_IP = 0x10,
-    RULE_SCOPE_DNS = 0x20,
-    RULE_SCOPE_SIP = 0x40,
-    RULE_SCOPE_RTSP = 0x80,
-    RULE_SCOPE_FACEBOOK = 0x100,
-    RULE_SCOPE_QUIC = 0x200,
-    RULE_SCOPE_HTTP2 = 0x400,
-    RULE_SCOPE_HTTP_PROXY = 0x800,
-    RULE_SCOPE_SPDY = 0x1000,
-};
-
 /// Builds `pb`, which is reset first, from the protocol object that `json_text` starts with, and
 /// gives the bytes of text that it took, with the whitespace behind it. The record's strings live
 /// until string_list_clean.

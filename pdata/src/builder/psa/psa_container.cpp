@@ -11,7 +11,7 @@ int psa_pattern_value_add(psa_pattern_table_t *table, csa_str_t value)
 {
     if (table->nr_pattern == PSA_PATTERN_DIM) {
         // The message names another table's limit. Part of the format.
-        std::fputs("Error: TAG_TABLE_DIM.\n", stderr);
+        std::fputs(REFUSED_PSA_PATTERN, stderr);
         return -1;
     }
     table->values[table->nr_pattern++] = value;

@@ -5,8 +5,7 @@
 #include <cstdint>
 
 #include "csa_str.h"
-
-constexpr uint32_t PSA_PATTERN_DIM = 128;
+#include "format_limits.h"
 
 /// One kind of pattern. Names and values point into the JSON text, escapes kept raw.
 struct psa_pattern_table_t {

@@ -34,8 +34,7 @@ pdata_status_t rule_builder_register(rule_builder_t *rule_builder, const rule_re
 {
     const auto nb_items = static_cast<uint32_t>(rule.items.size());
     if (nb_items > RULE_MAX_ITEM)
-        return pdata_fail(PDATA_ERR_INVALID_ARGUMENT, "Too many items when registering rule %u \n",
-                          nb_items);
+        return pdata_fail(PDATA_ERR_INVALID_ARGUMENT, REFUSED_RULE_ITEMS, nb_items);
     try {
         rule_builder->rules.emplace_back();
     } catch (const std::exception &) {

@@ -14,17 +14,14 @@
 #include <deque>
 #include <span>
 
+#include "format_limits.h"
 #include "format_types.h"
 #include "pdata_error.h"
 #include "tlv_sink.h"
 
-/// Items of one rule.
-constexpr uint32_t RULE_MAX_ITEM = 16;
-
 /// Flags in bits 31 to 28 of a rule id: the rule's parameters, 0 to 7, and the fast-pass bit.
 constexpr uint32_t RULE_FLAG_SHIFT = 28;
 constexpr uint32_t RULE_FLAG_FASTPASS = 8;
-constexpr uint32_t RULE_PARAMS_MAX = 7;
 
 /// Set in the full bitset of a rule of several items one of which is a referer.
 constexpr uint32_t RULE_BITSET_REFERER = 0x80000000;

@@ -69,7 +69,7 @@ pdata_status_t copy_rules(protodesc_build_t *pb, const protodesc_t &proto,
     uint32_t nr_slots = pb->pb_nr_sub_rule;
     const uint32_t next_id = protodesc_get_nr_rule(*pb) + 1;
     if (next_id > pb->pb_max_rules)
-        return pdata_fail(PDATA_ERR_OVERFLOW, "Number of maximum rules reached (%d)\n",
+        return pdata_fail(PDATA_ERR_OVERFLOW, REFUSED_MERGED_RULE,
                           static_cast<int>(pb->pb_max_rules));
     for (uint32_t k = 0; k < protodesc_get_ruledesc_nr(proto); ++k) {
         ruledesc_t ruledesc;
@@ -185,8 +185,7 @@ pdata_status_t merge_ruledesc_to_ruledescbuild(protodesc_build_t *pb, const rule
 {
     for (uint32_t i = 0; i < ruledesc_get_sub_ruledesc_nr(ruledesc); ++i) {
         if (*n_slot >= pb->pb_max_rules)
-            return pdata_fail(PDATA_ERR_OVERFLOW,
-                              "Try to merge a rule entry (%d) superior to maximum rules (%d)\n",
+            return pdata_fail(PDATA_ERR_OVERFLOW, REFUSED_MERGED_SUB_RULE,
                               static_cast<int>(*n_slot + 1), static_cast<int>(pb->pb_max_rules));
         sub_ruledesc_t sub_ruledesc;
         pdata_status_t status = ruledesc_get_sub_ruledesc(ruledesc, i, &sub_ruledesc);

@@ -14,20 +14,11 @@
 #include <cstdint>
 
 #include "format_types.h"
+#include "format_values.h"
 
 /// Transport that an attribute is restricted to.
 enum attr_proto_t : uint32_t {
     ATTR_PROTO_UNKNOWN = 0,
     ATTR_PROTO_TCP = 1,
     ATTR_PROTO_UDP = 2,
-};
-
-/// The way-and-proto word of an attribute. The two single ways are numbered the other way round
-/// than csa_attr_way_t numbers them. Part of the format.
-enum tlv_proto_attr_way_t : uint32_t {
-    TLV_TYPE_PROTO_ATTR_WAY_STC = 1,
-    TLV_TYPE_PROTO_ATTR_WAY_CTS = 2,
-    TLV_TYPE_PROTO_ATTR_WAY_BOTH = 3,
-    TLV_TYPE_PROTO_ATTR_PROTO_TCP = 16,
-    TLV_TYPE_PROTO_ATTR_PROTO_UDP = 32,
 };

@@ -10,6 +10,7 @@
 #include <span>
 
 #include "csa_buf.h"
+#include "format_limits.h"
 
 /// Kinds of part, each with the type of its root record where one is written.
 enum pdb_type_t : uint32_t {
@@ -27,22 +28,12 @@ enum pdb_type_t : uint32_t {
     PDB_TYPE_END = 11,          ///< end mark of a list
 };
 
-/// Load states, the value word of root record 12.
-enum tlv_load_t : uint32_t {
-    TLV_TYPE_LOAD_UNLOADABLE = 0x01000001,
-    TLV_TYPE_LOAD_LOADABLE = 0x02000002,
-    TLV_TYPE_LOAD_LOADED_LE = 0x03000003,
-    TLV_TYPE_LOAD_LOADED_BE = 0x04000004,
-};
-
 /// One part header.
 struct pdb_t {
     std::shared_ptr<csa_buf_t> pdb_tlv; ///< one whole root record, its header word included
     uint32_t pdb_tlv_len = 0;           ///< its length in bytes
     pdb_type_t pdb_type = PDB_TYPE_END;
 };
-
-constexpr uint32_t PDB_LIST_DIM = 11;
 
 /// A part list; it ends at the first header of type PDB_TYPE_END.
 using pdb_list_t = std::array<pdb_t, PDB_LIST_DIM>;

@@ -20,11 +20,11 @@ pdata_status_t tlv_push_type_len(uint32_t type, uint32_t len, uint8_t *buf, uint
 {
     // The message names the type where the length is meant. Part of the format.
     if (len > TLV_LEN_MAX)
-        return pdata_fail(PDATA_ERR_OVERFLOW, "tlv len %d is superior to internal limit %d",
-                          static_cast<int>(type), static_cast<int>(TLV_LEN_MAX));
+        return pdata_fail(PDATA_ERR_OVERFLOW, REFUSED_TLV_LEN, static_cast<int>(type),
+                          static_cast<int>(TLV_LEN_MAX));
     if (type > TLV_TYPE_MAX)
-        return pdata_fail(PDATA_ERR_OVERFLOW, "tlv type %d is superior to internal limit %d",
-                          static_cast<int>(type), static_cast<int>(TLV_TYPE_MAX));
+        return pdata_fail(PDATA_ERR_OVERFLOW, REFUSED_TLV_TYPE, static_cast<int>(type),
+                          static_cast<int>(TLV_TYPE_MAX));
     return tlv_push_val(type << 24 | len, buf, buf_offset);
 }
 
@@ -119,8 +119,8 @@ pdata_status_t tlv_close_record(tlv_sink_t &sink, size_t header, uint32_t type)
     tlv_sink_align(sink);
     const size_t len = (sink.offset - header) / 4 - 1;
     if (len > TLV_LEN_FIELD_MAX)
-        return pdata_fail(PDATA_ERR_OVERFLOW, "tlv len %d is superior to internal limit %d",
-                          static_cast<int>(type), static_cast<int>(TLV_LEN_FIELD_MAX));
+        return pdata_fail(PDATA_ERR_OVERFLOW, REFUSED_TLV_LEN, static_cast<int>(type),
+                          static_cast<int>(TLV_LEN_FIELD_MAX));
     uint8_t nowhere[4];
     uint32_t start = 0;
     uint8_t *at = sink.buf == nullptr || sink.failed ? nowhere : sink.buf + header;

@@ -11,16 +11,10 @@
 #include <cstdint>
 #include <span>
 
+#include "format_limits.h"
 #include "format_types.h"
 #include "pdata_error.h"
 #include "tlv_sink.h"
-
-/// Largest type, and the largest length that tlv_push_type_len lets pass. The field of a header
-/// holds 24 bits: a longer length spills into the stored type, and it is the caller's duty never
-/// to produce one. Part of the format.
-constexpr uint32_t TLV_TYPE_MAX = 255;
-constexpr uint32_t TLV_LEN_MAX = 33554431;
-constexpr uint32_t TLV_LEN_FIELD_MAX = 0xFFFFFF;
 
 /// Every root type, ascending.
 extern const uint32_t pdb_root_tlv_type_available[13];
@@ -33,7 +27,9 @@ uint32_t tlv_get(const uint8_t *buf);
 
 /// Stores a header at word `*buf_offset` of `buf` and advances the offset. Returns PDATA_SUCCESS,
 /// or PDATA_ERR_OVERFLOW, with a message and nothing written, for a length beyond TLV_LEN_MAX or
-/// a type beyond TLV_TYPE_MAX.
+/// a type beyond TLV_TYPE_MAX. A length that passes and exceeds the 24 bits of its field
+/// (TLV_LEN_FIELD_MAX) spills into the stored type: it is the caller's duty never to produce one.
+/// Part of the format.
 [[nodiscard]] pdata_status_t tlv_push_type_len(uint32_t type, uint32_t len, uint8_t *buf,
                                                uint32_t *buf_offset);
 

@@ -11,6 +11,7 @@
 
 #include "csa_str.h"
 #include "csa_types.h"
+#include "format_fields.h"
 #include "hstring.h"
 #include "pdata_error.h"
 
@@ -28,10 +29,7 @@ struct alias_pair_t {
 };
 
 /// Bytes of a stored pair.
-constexpr uint32_t MATCHER_ALIAS_PAIR_SIZE = 18;
-
-/// Pairs that a reader holds; a set of more cannot be rebuilt.
-constexpr uint32_t MATCHER_ALIAS_MAX = 64;
+constexpr uint32_t MATCHER_ALIAS_PAIR_SIZE = format_bytes_of(FORMAT_MATCHER_ALIAS);
 
 /// Reads pair `index` of a stored value; the names point into the string table's blob. Fails with
 /// PDATA_ERR_INVALID_ARGUMENT when the pair does not lie within the value, and with
