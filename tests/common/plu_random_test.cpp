@@ -39,6 +39,27 @@ TEST(plu_random, a_merge_is_what_the_reference_says)
     }
 }
 
+TEST(plu_random, repeated_ids_are_what_the_reference_says)
+{
+    for (uint32_t seed = 0; seed < rounds(600); ++seed) {
+        SCOPED_TRACE(seed);
+        random_protocols make(seed, {seed % 2 == 0, seed % 5, 1 + seed % 4});
+        const auto repeated = [&](uint32_t nr) {
+            std::vector<protocol_model> out;
+            while (out.size() < nr)
+                out.push_back(out.empty() || make.once_in(2)
+                                  ? make.protocol(USER)
+                                  : out[make.below(static_cast<uint32_t>(out.size()))]);
+            return out;
+        };
+        const std::vector<protocol_model> base = repeated(1 + make.below(5));
+        const std::vector<protocol_model> incoming = repeated(make.below(12));
+        const auto expected = reference_merge(base, incoming);
+        ASSERT_TRUE(expected.has_value());
+        ASSERT_EQ(merged(base, incoming), *expected);
+    }
+}
+
 TEST(plu_random, the_index_finds_what_a_walk_finds)
 {
     for (uint32_t seed = 0; seed < rounds(400); ++seed) {

@@ -84,6 +84,7 @@ pdata_status_t plu_commit_groups(pdata_commit_priv *priv)
     priv->ci_pg.pg_seria_protos.clear();
     priv->ci_proto_size = 0;
     priv->ci_nr_rules = 0;
+    priv->updates.clear();
     if (hstring_init(&priv->ci_pg.pg_hstring, 0) != 0)
         return PDATA_ERR_NO_MEMORY;
     return plu_for_each(priv->groups, TLV_TYPE_PROTOGROUP, [&](std::span<const uint8_t> group) {
@@ -94,16 +95,20 @@ pdata_status_t plu_commit_groups(pdata_commit_priv *priv)
 pdata_status_t process_pending_actions(pdata_commit_priv *priv, uint32_t protoid,
                                        protodesc_build_t *pb)
 {
-    for (const action *entry : plu_lookup_action_list(priv->ci_pg.action_table, protoid)) {
-        if (entry->a_type == ACTION_DEL_RULES) {
+    const std::span<const action *const> actions =
+        plu_lookup_action_list(priv->ci_pg.action_table, protoid);
+    if (actions.empty())
+        return PDATA_SUCCESS;
+    const auto [updates, is_new] = priv->updates.try_emplace(protoid);
+    if (is_new)
+        updates->second = plu_read_updates(*pb, actions);
+    for (const plu_stretch_t &stretch : updates->second.stretches) {
+        if (stretch.type == ACTION_DEL_RULES) {
             protodesc_reset_rules(pb);
             plu_rule_index_reset(&priv->known);
-        } else if (entry->a_type == ACTION_UPDATE) {
-            const plu_strings_t strings = {entry->a_pg_hstring, entry->a_root_hstring};
-            const pdata_status_t status = plu_merge_proto_to_protobuild(
-                pb, entry->a_proto, strings, &priv->ci_nr_rules, &priv->known);
-            if (status != PDATA_SUCCESS)
-                return status;
+        } else if (stretch.type == ACTION_UPDATE) {
+            PDATA_TRY(plu_apply_updates(pb, updates->second, actions, stretch, &priv->ci_nr_rules,
+                                        &priv->known));
         }
     }
     return PDATA_SUCCESS;

@@ -88,7 +88,8 @@ struct plu_class_t {
 
 /// The index over the rules of one record.
 struct plu_rule_index_t {
-    uint32_t nr_slots = 0; ///< slots that are listed
+    uint32_t nr_slots = 0;    ///< slots that are listed
+    uint32_t nr_relisted = 0; ///< runs that became longer and were listed anew
     std::vector<plu_run_t> runs;
     std::vector<plu_class_t> classes;
     std::unordered_multimap<uint64_t, uint32_t> by_generic; ///< hash of a class: its index
@@ -142,8 +143,17 @@ plu_run_t plu_run_at(const protodesc_build_t &pb, uint32_t start, uint32_t nr_sl
 bool plu_rule_index_find(const protodesc_build_t &pb, const plu_rule_t &rule, uint32_t nr_slots,
                          plu_rule_index_t *index);
 
+/// Lists the rules that were added since the last search.
+void plu_rule_index_update(const protodesc_build_t &pb, uint32_t nr_slots, plu_rule_index_t *index);
+
 /// Empties an index: the rules of its record were dropped.
 void plu_rule_index_reset(plu_rule_index_t *index);
+
+/// Tells whether two rules are the same to every comparison with a record.
+bool plu_rule_equal(const plu_rule_t &a, const plu_rule_t &b);
+
+/// Hashes what plu_rule_equal compares.
+uint64_t plu_rule_hash(const plu_rule_t &rule);
 
 /// What is general to a slot.
 plu_generic_t plu_generic_of(const ruledesc_build_t &slot);

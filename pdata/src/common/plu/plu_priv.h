@@ -5,12 +5,14 @@
 #include <new>
 #include <span>
 #include <stdexcept>
+#include <unordered_map>
 
 #include "csa_buf.h"
 #include "plu.h"
 #include "plu_action.h"
 #include "plu_duplicate.h"
 #include "plu_group.h"
+#include "plu_updates.h"
 #include "protodesc.h"
 
 /// One serialized protocol: the value of its record.
@@ -42,6 +44,7 @@ struct pdata_commit_priv {
     std::span<const uint8_t> groups; ///< the base's protocol groups
     plu_base_t base;                 ///< the base as the look-ups see it
     plu_rule_index_t known;          ///< rules of the protocol at hand, while one is updated
+    std::unordered_map<uint32_t, plu_updates_t> updates; ///< per id, once one of the base has it
 };
 
 /// The namespace that protocols may be added to.

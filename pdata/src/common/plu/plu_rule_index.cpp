@@ -108,24 +108,6 @@ void list_run(const protodesc_build_t &pb, const plu_run_t &run, plu_rule_index_
     }
 }
 
-/// Lists the runs that came since the last search.
-void list_new_runs(const protodesc_build_t &pb, uint32_t nr_slots, plu_rule_index_t *index)
-{
-    if (!index->runs.empty() && index->nr_slots < nr_slots) {
-        // New slots may bear the id of the last run and so make it longer.
-        plu_run_t &last = index->runs.back();
-        if (plu_run_at(pb, last.start, nr_slots).len != last.len) {
-            index->nr_slots = last.start;
-            last.len = 0;
-        }
-    }
-    while (index->nr_slots < nr_slots) {
-        const plu_run_t run = plu_run_at(pb, index->nr_slots, nr_slots);
-        list_run(pb, run, index);
-        index->nr_slots += run.len;
-    }
-}
-
 /// A rule on its way through the runs of one class.
 struct class_search_t {
     const protodesc_build_t &pb;
@@ -191,10 +173,58 @@ bool narrow_class(class_search_t &search)
 
 } // namespace
 
+void plu_rule_index_update(const protodesc_build_t &pb, uint32_t nr_slots, plu_rule_index_t *index)
+{
+    if (!index->runs.empty() && index->nr_slots < nr_slots) {
+        // New slots may bear the id of the last run and so make it longer.
+        plu_run_t &last = index->runs.back();
+        if (plu_run_at(pb, last.start, nr_slots).len != last.len) {
+            index->nr_slots = last.start;
+            last.len = 0;
+            ++index->nr_relisted;
+        }
+    }
+    while (index->nr_slots < nr_slots) {
+        const plu_run_t run = plu_run_at(pb, index->nr_slots, nr_slots);
+        list_run(pb, run, index);
+        index->nr_slots += run.len;
+    }
+}
+
+bool plu_rule_equal(const plu_rule_t &a, const plu_rule_t &b)
+{
+    const auto same_sub_rule = [](const plu_sub_rule_t &x, const plu_sub_rule_t &y) {
+        return x.nr_attr == y.nr_attr && plu_generic_equal(x.generic, y.generic);
+    };
+    const auto same_attr = [](const plu_attr_t &x, const plu_attr_t &y) {
+        return x.nr_values == y.nr_values && pdata_strstrncmp(x.name, y.name) == 0;
+    };
+    const auto same_value = [](const csa_str_t &x, const csa_str_t &y) {
+        return (x.str_buf == nullptr) == (y.str_buf == nullptr) && pdata_strstrncmp(x, y) == 0;
+    };
+    return std::equal(a.sub_rules.begin(), a.sub_rules.end(), b.sub_rules.begin(),
+                      b.sub_rules.end(), same_sub_rule) &&
+           std::equal(a.attrs.begin(), a.attrs.end(), b.attrs.begin(), b.attrs.end(), same_attr) &&
+           std::equal(a.values.begin(), a.values.end(), b.values.begin(), b.values.end(),
+                      same_value);
+}
+
+uint64_t plu_rule_hash(const plu_rule_t &rule)
+{
+    uint64_t hash = rule.sub_rules.size();
+    for (const plu_sub_rule_t &sub_rule : rule.sub_rules)
+        hash = mix_generic(mix(hash, sub_rule.nr_attr), sub_rule.generic);
+    for (const plu_attr_t &attr : rule.attrs)
+        hash = mix_text(mix(hash, attr.nr_values), attr.name);
+    for (const csa_str_t &value : rule.values)
+        hash = mix_text(hash, value);
+    return hash;
+}
+
 bool plu_rule_index_find(const protodesc_build_t &pb, const plu_rule_t &rule, uint32_t nr_slots,
                          plu_rule_index_t *index)
 {
-    list_new_runs(pb, nr_slots, index);
+    plu_rule_index_update(pb, nr_slots, index);
     uint64_t hash = rule.sub_rules.size();
     for (const plu_sub_rule_t &sub_rule : rule.sub_rules)
         hash = mix_generic(hash, sub_rule.generic);

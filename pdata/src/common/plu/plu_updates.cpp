@@ -1,0 +1,174 @@
+#include "plu_updates.h"
+
+#include <algorithm>
+#include <queue>
+#include <unordered_map>
+#include <utility>
+
+#include "plu_protobuild.h"
+
+namespace
+{
+
+plu_strings_t strings_of(const action &entry)
+{
+    return {entry.a_pg_hstring, entry.a_root_hstring};
+}
+
+/// Contents by the hash of their rule.
+using by_hash_t = std::unordered_multimap<uint64_t, uint32_t>;
+
+/// Files a rule of update `n_update` under its content.
+void file_rule(plu_rule_t &&rule, uint32_t n_update, by_hash_t &by_hash, plu_updates_t &updates)
+{
+    const uint64_t hash = plu_rule_hash(rule);
+    const auto [first, last] = by_hash.equal_range(hash);
+    const auto same = std::find_if(first, last, [&](const auto &at) {
+        return plu_rule_equal(updates.contents[at.second].rule, rule);
+    });
+    if (same == last) {
+        by_hash.emplace(hash, static_cast<uint32_t>(updates.contents.size()));
+        updates.contents.push_back({std::move(rule), {n_update}});
+        return;
+    }
+    std::vector<uint32_t> &at = updates.contents[same->second].updates;
+    if (at.back() != n_update)
+        at.push_back(n_update);
+}
+
+/// Files the rules of one update. Returns whether they decide what it does: a rule that cannot be
+/// read fails the update, and one that no run of slots can hold is added every time.
+bool file_update(const protodesc_build_t &pb, const action &entry, uint32_t n_update,
+                 by_hash_t &by_hash, plu_updates_t &updates)
+{
+    const plu_strings_t strings = strings_of(entry);
+    csa_str_t text;
+    if (protodesc_get_name(entry.a_proto, strings.pg_hstring, &text) != PDATA_SUCCESS ||
+        protodesc_get_default_port(entry.a_proto, strings.pg_hstring, &text) != PDATA_SUCCESS)
+        return false;
+    for (uint32_t k = 0; k < protodesc_get_ruledesc_nr(entry.a_proto); ++k) {
+        ruledesc_t ruledesc;
+        plu_rule_t rule;
+        if (protodesc_get_ruledesc(entry.a_proto, k, &ruledesc) != PDATA_SUCCESS ||
+            plu_rule_read(pb, ruledesc, strings, &rule) != PDATA_SUCCESS)
+            return false;
+        if (ruledesc_get_sub_ruledesc_nr(ruledesc) == 0)
+            continue; // adds no slot
+        if (!rule.fits)
+            return false;
+        file_rule(std::move(rule), n_update, by_hash, updates);
+    }
+    return true;
+}
+
+/// Tells whether a record holds a content already, so that an update leaves it out.
+bool holds(const protodesc_build_t &pb, const plu_rule_t &rule, plu_rule_index_t *known)
+{
+    if (!rule.has_unreadable)
+        return plu_rule_index_find(pb, rule, pb.pb_nr_sub_rule, known);
+    bool found = false;
+    return plu_walk_duplicate_rules(pb, rule, pb.pb_nr_sub_rule, &found) == PDATA_SUCCESS && found;
+}
+
+/// An update that must be applied, and the content for which; none: for itself.
+struct due_t {
+    uint32_t update;
+    uint32_t content;
+
+    bool operator>(const due_t &other) const { return update > other.update; }
+};
+
+constexpr uint32_t NO_CONTENT = UINT32_MAX;
+
+/// A record on its way through the updates.
+struct passage_t {
+    protodesc_build_t *pb;
+    const plu_updates_t &updates;
+    plu_rule_index_t *known;
+    uint32_t next; ///< updates in front of it are done
+    uint32_t last;
+    std::priority_queue<due_t, std::vector<due_t>, std::greater<>> due; ///< nearest first
+};
+
+void make_due(passage_t &passage, const std::vector<uint32_t> &in, uint32_t content)
+{
+    const auto at = std::lower_bound(in.begin(), in.end(), passage.next);
+    if (at != in.end() && *at < passage.last)
+        passage.due.push({*at, content});
+}
+
+/// Makes due the next update that brings a content, if the record lacks it.
+void look_up(passage_t &passage, uint32_t n_content)
+{
+    const plu_content_t &content = passage.updates.contents[n_content];
+    if (passage.next < passage.last && content.updates.back() >= passage.next &&
+        !holds(*passage.pb, content.rule, passage.known))
+        make_due(passage, content.updates, n_content);
+}
+
+void look_up_all(passage_t &passage)
+{
+    passage.due = {};
+    if (passage.next == passage.last)
+        return;
+    passage.due.push({passage.last - 1, NO_CONTENT}); // its meta stays
+    make_due(passage, passage.updates.unsettled, NO_CONTENT);
+    for (uint32_t i = 0; i < passage.updates.contents.size(); ++i)
+        look_up(passage, i);
+}
+
+/// Applies the update `passage.next`.
+pdata_status_t apply(passage_t &passage, const action &entry, uint32_t *nr_rules)
+{
+    const uint32_t nr_slots = passage.pb->pb_nr_sub_rule;
+    const uint32_t nr_relisted = passage.known->nr_relisted;
+    PDATA_TRY(plu_merge_proto_to_protobuild(passage.pb, entry.a_proto, strings_of(entry), nr_rules,
+                                            passage.known));
+    ++passage.next;
+    plu_rule_index_update(*passage.pb, passage.pb->pb_nr_sub_rule, passage.known);
+    if (passage.known->nr_relisted != nr_relisted)
+        look_up_all(passage);
+    // The record may be full now, which the next update is the first to find.
+    if (passage.pb->pb_nr_sub_rule != nr_slots && passage.next < passage.last)
+        passage.due.push({passage.next, NO_CONTENT});
+    make_due(passage, passage.updates.unsettled, NO_CONTENT);
+    return PDATA_SUCCESS;
+}
+
+} // namespace
+
+plu_updates_t plu_read_updates(const protodesc_build_t &pb, std::span<const action *const> actions)
+{
+    plu_updates_t updates;
+    by_hash_t by_hash;
+    for (uint32_t i = 0; i < actions.size(); ++i) {
+        if (updates.stretches.empty() || updates.stretches.back().type != actions[i]->a_type)
+            updates.stretches.push_back({actions[i]->a_type, i, i});
+        updates.stretches.back().last = i + 1;
+        if (actions[i]->a_type == ACTION_UPDATE &&
+            !file_update(pb, *actions[i], i, by_hash, updates))
+            updates.unsettled.push_back(i);
+    }
+    return updates;
+}
+
+pdata_status_t plu_apply_updates(protodesc_build_t *pb, const plu_updates_t &updates,
+                                 std::span<const action *const> actions,
+                                 const plu_stretch_t &stretch, uint32_t *nr_rules,
+                                 plu_rule_index_t *known)
+{
+    passage_t passage = {pb, updates, known, stretch.first, stretch.last, {}};
+    look_up_all(passage);
+    passage.due.push({stretch.first, NO_CONTENT}); // the record may be full from the start
+    while (!passage.due.empty()) {
+        const due_t due = passage.due.top();
+        passage.due.pop();
+        if (due.update >= passage.next) {
+            passage.next = due.update;
+            PDATA_TRY(apply(passage, *actions[due.update], nr_rules));
+        }
+        if (due.content != NO_CONTENT)
+            look_up(passage, due.content);
+    }
+    return PDATA_SUCCESS;
+}
