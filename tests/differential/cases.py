@@ -7,8 +7,8 @@ from random import Random
 import configuration
 import damage
 import descriptions
+import faults
 import limits
-from faults import FAULTS
 from options import random_arguments
 from vocabulary import CONFIGURATION, EXPORTS, TAGS
 
@@ -66,9 +66,9 @@ def some_options(r):
 
 def spoil_protocols(r, protocols):
     """Puts one to five faults into random protocols, limits and large ones among them."""
+    kinds = (faults.LATE,) if r.random() < 0.4 else (faults.EARLY, faults.LATE, limits.LIMITS)
     for _ in range(r.choice((1, 1, 2, 3, 5))):
-        operations = FAULTS if r.random() < 0.8 else limits.LIMITS
-        r.choice(operations)(r, r.choice(protocols))
+        r.choice(r.choice(kinds))(r, r.choice(protocols))
     if r.random() < 0.01:
         r.choice(limits.LARGE)(r, r.choice(protocols))
     if r.random() < 0.1:
@@ -91,7 +91,7 @@ def description_case(case):
     """A description, as a pdb and as a loadable pdb; a third of them with faults."""
     r = case.random
     faulty = r.random() < 0.34
-    tags = case.configure(faulty and r.random() < 0.25)
+    tags = case.configure(faulty and r.random() < 0.35)
     protocols = descriptions.make_protocols(r, tags)
     text = faulty_text(r, protocols) if faulty else descriptions.description_text(protocols)
     case.write("description.pdd", text.encode("utf-8", "surrogateescape"))

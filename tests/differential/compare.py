@@ -28,6 +28,7 @@ from vocabulary import ROOT, STATUSES
 
 COUNT = 10000
 SHORT = 600
+SCRATCH = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None  # memory, where there is such
 SHOWN = 20  # differences that are printed and kept
 FAILED = os.path.join(ROOT, "build", "compare", "failed")
 
@@ -114,7 +115,7 @@ def compare_all(compilers, options):
     """Takes all cases; returns the tally and the number of those that differ."""
     total, differing = runner.Tally(), 0
     chosen = numbered_cases(options)
-    with tempfile.TemporaryDirectory(prefix="compare_") as folder, \
+    with tempfile.TemporaryDirectory(prefix="compare_", dir=SCRATCH) as folder, \
             multiprocessing.Pool(options.jobs, start_worker, (compilers, folder, options)) as pool:
         for name, tally, difference in pool.imap_unordered(take, chosen, chunksize=4):
             total.add(tally)

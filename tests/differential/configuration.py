@@ -53,11 +53,18 @@ def any_side(r):
                 r.choice(tuple(WAYS)))
 
 
+def crossing_aliases(r):
+    """Aliases from few protocols to few others, so that some go two ways at once."""
+    return {"aliases": [{"alias": side(r.choice(("http", "ssl")), "user_agent", "cts"),
+                         "reference": side(r.choice(("http", "sip", "quic")), "user_agent", "cts")}
+                        for _ in range(r.randrange(2, 6))]}
+
+
 def bad_aliases(r):
     def pair():
         return {"alias": any_side(r), "reference": any_side(r)}
     one = pair()
-    return r.choice((
+    return crossing_aliases(r) if r.random() < 0.3 else r.choice((
         {"aliases": [pair() for _ in range(r.choice((3, 10, 30)))]},
         {"aliases": [one] * r.choice((62, 63, 64, 65, 66))},
         {"aliases": [{"alias": {**any_side(r), "way": r.choice(("CTS", "", "all"))}, "reference": any_side(r)}]},
@@ -131,7 +138,7 @@ def make(r, folder, faulty):
     Most of the files are those of the examples; of a faulty directory one file has a fault.
     """
     os.mkdir(folder)
-    fault = r.choice(sorted(FAULTY)) if faulty else None
+    fault = r.choice(sorted(FAULTY) + ["matcher_alias", "tag_table"]) if faulty else None
     tags = sorted(TAGS)
     shapes = ANY_SHAPE if r.random() < 0.1 else EXAMPLES
     for name in CONFIGURATION:

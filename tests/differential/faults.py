@@ -172,6 +172,18 @@ def bad_minimum(r, protocol):
     put_sub_rule(r, protocol, sub_rule)
 
 
+def just_minimum(r, protocol):
+    """Minimum data about as long as the bytes that they must cover."""
+    length, offset = r.randrange(1, 9), r.choice((1, 3, 8))
+    reach = length + r.choice((-1, 0, 0, 1)) + r.choice((0, offset))
+    sub_rule = {"protocol": r.choice(("tcp", "udp")), "mindata": reach}
+    if r.random() < 0.5:
+        sub_rule["stream"] = "b" * length + ".*"
+    else:
+        sub_rule["cts-stream_offset"] = {"offset": offset, "pattern": "b" * length}
+    put_sub_rule(r, protocol, sub_rule)
+
+
 def end_of_stream(r, protocol):
     put_sub_rule(r, protocol, {"protocol": "tcp", "mindata": NO_MINIMUM,
                                "stream": r.choice((".*end", "a.*b", "whole"))})
@@ -202,7 +214,11 @@ def scope_words(r, protocol):
     a_rule(r, protocol).update(scope=[word[:r.randrange(len(word) + 1)] for word in SCOPES[:8]])
 
 
-FAULTS = (syntax, key_syntax, wrong_kind, unknown_key, doubled_key, lost_key, late_key, empty_text,
-          bad_order, bad_scope, dns_scope, bad_path, unknown_tag, unknown_attribute, wrong_way,
-          bad_expression, bad_number, bad_address, bad_offset, bad_minimum, end_of_stream, preempt,
-          namespace, deep, mixed_protocols, scope_words)
+# Seen while a pdb is made from a description.
+EARLY = (syntax, key_syntax, wrong_kind, unknown_key, doubled_key, lost_key, late_key, empty_text,
+         bad_order, bad_scope, dns_scope, bad_path, unknown_attribute, wrong_way, deep,
+         mixed_protocols)
+
+# Seen, some never, when the pdb is made loadable.
+LATE = (unknown_tag, bad_expression, bad_number, bad_address, bad_offset, bad_minimum, just_minimum,
+        end_of_stream, preempt, namespace, scope_words)
