@@ -5,82 +5,85 @@
 namespace
 {
 
-pdata_status_t read_meta(const protodesc_record_t &record, protodesc_t *protodesc)
+/// The words of a list, null when there are none.
+const uint8_t *words_of(const view_area_t &list)
 {
-    // Older forms end earlier; what they lack reads as 0.
-    uint32_t *const fields[] = {
-        &protodesc->proto_id,
-        &protodesc->proto_name,
-        &protodesc->proto_default_port,
-        &protodesc->proto_max_trans,
-        &protodesc->proto_cacheable,
-        &protodesc->proto_http_reclassify,
-        &protodesc->proto_version_major,
-        &protodesc->proto_version_minor,
-        &protodesc->proto_version_revision,
-        &protodesc->proto_implicit_bottom_layer,
-    };
-    const uint32_t len = record.len;
-    if (len != 5 && len != 6 && len != 9 && len != 10)
-        return pdata_fail(PDATA_ERR_INVALID_ARGUMENT, "invalid Tlv len %d, cannot deserialize meta",
-                          static_cast<int>(len));
-    for (uint32_t i = 0; i < len; ++i)
-        *fields[i] = protodesc_word(record.words, i);
-    return PDATA_SUCCESS;
+    return list.size == 0 ? nullptr : list.data;
 }
 
-/// A list of single words.
-pdata_status_t read_list(const protodesc_record_t &record, const uint8_t **list, uint32_t *nr)
+uint32_t count_of(const view_area_t &list, size_t words_each)
 {
-    *list = record.len == 0 ? nullptr : record.words;
-    *nr = record.len;
-    return PDATA_SUCCESS;
+    return static_cast<uint32_t>(view_words(list) / words_each);
 }
 
-/// A list of pairs of words.
-pdata_status_t read_pairs(const protodesc_record_t &record, const char *what, const uint8_t **pairs,
-                          uint32_t *nr)
+void fill_meta(const view_protocol_t &view, protodesc_t *protodesc)
 {
-    if (record.len % 2 != 0)
-        return pdata_fail(PDATA_ERR_INVALID_ARGUMENT, "Invalid Tlv len %d, cannot deserialize %s",
-                          static_cast<int>(record.len), what);
-    *pairs = record.len == 0 ? nullptr : record.words;
-    *nr = record.len / 2;
-    return PDATA_SUCCESS;
+    protodesc->proto_id = view.id;
+    protodesc->proto_name = view.name;
+    protodesc->proto_default_port = view.default_port;
+    protodesc->proto_max_trans = view.max_trans;
+    protodesc->proto_cacheable = view.cacheable;
+    protodesc->proto_http_reclassify = view.http_reclassify;
+    protodesc->proto_version_major = view.version_major;
+    protodesc->proto_version_minor = view.version_minor;
+    protodesc->proto_version_revision = view.version_revision;
+    protodesc->proto_implicit_bottom_layer = view.implicit_bottom_layer;
 }
 
-pdata_status_t read_rules(const protodesc_record_t &record, protodesc_t *protodesc)
+void fill_lists(const view_protocol_t &view, protodesc_t *protodesc)
 {
-    if (record.len < protodesc->proto_nr_rules)
-        return pdata_fail(PDATA_ERR_INVALID_ARGUMENT,
-                          "Invalid Tlv len %d, cannot deserialize rules",
-                          static_cast<int>(record.len));
-    return read_list(record, &protodesc->proto_rules, &protodesc->proto_rules_len);
+    protodesc->proto_tags = words_of(view.tags);
+    protodesc->proto_nr_tags = count_of(view.tags, 2);
+    protodesc->proto_desc = words_of(view.descriptions);
+    protodesc->proto_nr_desc = count_of(view.descriptions, 2);
+    protodesc->proto_compat = words_of(view.compat);
+    protodesc->proto_nr_compat = count_of(view.compat, 1);
+    protodesc->proto_supported_version = words_of(view.supported_versions);
+    protodesc->proto_nr_supported_version = count_of(view.supported_versions, 1);
+    protodesc->proto_altname = words_of(view.altnames);
+    protodesc->proto_nr_altname = count_of(view.altnames, 1);
+    protodesc->proto_rules_offset = words_of(view.rules.offsets);
+    protodesc->proto_nr_rules = count_of(view.rules.offsets, 1);
+    protodesc->proto_rules = words_of(view.rules.records);
+    protodesc->proto_rules_len = count_of(view.rules.records, 1);
 }
 
-pdata_status_t read_record(const protodesc_record_t &record, protodesc_t *proto)
+/// The status and message for a record that is refused.
+pdata_status_t refused(const view_record_t &record)
 {
+    const auto len = static_cast<int>(record.length);
     switch (record.type) {
     case TLV_TYPE_PROTO_META:
-        return read_meta(record, proto);
+        return pdata_fail(PDATA_ERR_INVALID_ARGUMENT, "invalid Tlv len %d, cannot deserialize meta",
+                          len);
     case TLV_TYPE_PROTO_TAGS:
-        return read_pairs(record, "tags", &proto->proto_tags, &proto->proto_nr_tags);
+        return pdata_fail(PDATA_ERR_INVALID_ARGUMENT, "Invalid Tlv len %d, cannot deserialize tags",
+                          len);
     case TLV_TYPE_PROTO_DESC:
-        return read_pairs(record, "desc", &proto->proto_desc, &proto->proto_nr_desc);
-    case TLV_TYPE_PROTO_SUPPORTED_VERSION:
-        return read_list(record, &proto->proto_supported_version,
-                         &proto->proto_nr_supported_version);
-    case TLV_TYPE_PROTO_ALTNAME:
-        return read_list(record, &proto->proto_altname, &proto->proto_nr_altname);
-    case TLV_TYPE_PROTO_COMPAT:
-        return read_list(record, &proto->proto_compat, &proto->proto_nr_compat);
+        return pdata_fail(PDATA_ERR_INVALID_ARGUMENT, "Invalid Tlv len %d, cannot deserialize desc",
+                          len);
     case TLV_TYPE_PROTO_RULES:
-        return read_rules(record, proto);
-    case TLV_TYPE_PROTO_RULES_OFFSET:
-        return read_list(record, &proto->proto_rules_offset, &proto->proto_nr_rules);
+        return pdata_fail(PDATA_ERR_INVALID_ARGUMENT,
+                          "Invalid Tlv len %d, cannot deserialize rules", len);
     default:
         return PDATA_ERR_TLV_NOT_FOUND;
     }
+}
+
+/// Walks the records of a description into a view, up to the first that is refused.
+pdata_status_t read_protocol(const view_area_t &area, view_protocol_t *view)
+{
+    view_cursor_t cursor = view_walk(area);
+    view_record_t record;
+    while (view_next(cursor, record))
+        if (view_protocol_take(record, *view) != VIEW_SOUND)
+            return refused(record);
+    if (cursor.end == VIEW_WALK_DONE)
+        return PDATA_SUCCESS;
+    return pdata_fail(PDATA_ERR_INVALID_ARGUMENT,
+                      "too small buffer for deserialization: %u + %u > %u\n", record.length,
+                      static_cast<uint32_t>(cursor.at / 4 + 1),
+                      static_cast<uint32_t>(view_words(area)));
 }
 
 /// Checks an index into a list of the protocol that the message calls `what`.
@@ -97,19 +100,11 @@ pdata_status_t check_index(const protodesc_t &protodesc, const char *what, uint3
 
 pdata_status_t protodesc_deserialize(protodesc_t *protodesc, std::span<const uint8_t> buf)
 {
-    *protodesc = {};
-    const auto total = static_cast<uint32_t>(buf.size() / 4);
-    protodesc_record_t record;
-    for (uint32_t at = 0; at < total; at += 1 + record.len) {
-        if (!protodesc_record_at(buf.data(), total, at, &record))
-            return pdata_fail(PDATA_ERR_INVALID_ARGUMENT,
-                              "too small buffer for deserialization: %u + %u > %u\n", record.len,
-                              at + 1, total);
-        const pdata_status_t status = read_record(record, protodesc);
-        if (status != PDATA_SUCCESS)
-            return status;
-    }
-    return PDATA_SUCCESS;
+    view_protocol_t view;
+    const pdata_status_t status = read_protocol(whole_words(buf.data(), buf.size() / 4), &view);
+    fill_meta(view, protodesc);
+    fill_lists(view, protodesc);
+    return status;
 }
 
 pdata_status_t protodesc_get_name(const protodesc_t &protodesc, const hstring_t &hstring,
@@ -259,10 +254,9 @@ pdata_status_t protodesc_get_ruledesc(const protodesc_t &protodesc, uint32_t ind
         check_index(protodesc, "rule desc", protodesc.proto_nr_rules, index);
     if (status != PDATA_SUCCESS)
         return status;
-    protodesc_record_t rule;
-    if (!protodesc_record_in_list(protodesc.proto_rules, protodesc.proto_rules_len,
-                                  protodesc.proto_rules_offset, index, &rule) ||
-        !ruledesc_read(rule, ruledesc))
+    const view_list_t rules = {whole_words(protodesc.proto_rules, protodesc.proto_rules_len),
+                               whole_words(protodesc.proto_rules_offset, protodesc.proto_nr_rules)};
+    if (!ruledesc_read(rules, index, ruledesc))
         return pdata_fail(PDATA_ERR_INVALID_ARGUMENT,
                           "Cannot get rule desc at index %d for proto id %d, len mismatch",
                           static_cast<int>(index), static_cast<int>(protodesc.proto_id));

@@ -1,4 +1,4 @@
-/// Stored words and records, as the readers of descriptions take them; not for callers.
+/// Stored words, as the readers of descriptions take them; not for callers.
 #pragma once
 
 #include <cstddef>
@@ -8,6 +8,7 @@
 #include "csa_str.h"
 #include "hstring.h"
 #include "pdata_error.h"
+#include "view_description.h"
 
 /// Returns stored word `index` of a list.
 inline uint32_t protodesc_word(const uint8_t *words, uint32_t index)
@@ -29,47 +30,13 @@ inline uint32_t protodesc_word(const uint8_t *words, uint32_t index)
     return protodesc_str(protodesc_word(words, index), hstring, str);
 }
 
-/// A record within a run of records.
-struct protodesc_record_t {
-    uint32_t type;
-    const uint8_t *words; ///< its value
-    uint32_t len;         ///< its words
-};
-
-/// Takes the record whose header is word `at` of the `total` words at `words`. Returns false when
-/// the record does not end within them; its type and length are given all the same when its
-/// header does.
-inline bool protodesc_record_at(const uint8_t *words, uint32_t total, uint32_t at,
-                                protodesc_record_t *record)
+/// Returns the area of `nr` stored words, which may be null when there are none.
+inline view_area_t whole_words(const uint8_t *words, size_t nr)
 {
-    *record = {};
-    if (words == nullptr || at >= total)
-        return false;
-    const uint32_t header = protodesc_word(words, at);
-    *record = {header >> 24, words + (size_t{at} + 1) * 4, header & 0xFFFFFF};
-    return record->len <= total - at - 1;
-}
-
-/// Takes record `index` of a list whose word offsets stand in a list of their own. The records of
-/// a list follow one another: one that begins within the record before it is refused as well, so
-/// that a walk over a list costs no more than the list is long.
-inline bool protodesc_record_in_list(const uint8_t *words, uint32_t total, const uint8_t *offsets,
-                                     uint32_t index, protodesc_record_t *record)
-{
-    const uint32_t at = protodesc_word(offsets, index);
-    if (index != 0) {
-        protodesc_record_t before;
-        const uint32_t at_before = protodesc_word(offsets, index - 1);
-        if (!protodesc_record_at(words, total, at_before, &before) || at <= at_before ||
-            at - at_before <= before.len) {
-            *record = {};
-            return false;
-        }
-    }
-    return protodesc_record_at(words, total, at, record);
+    return {words, nr * 4, 0};
 }
 
 struct ruledesc_t;
 
-/// Reads the value of a rule's record into a view; false when it is damaged.
-bool ruledesc_read(const protodesc_record_t &record, ruledesc_t *ruledesc);
+/// Reads rule `index` of a list; false when it is damaged.
+bool ruledesc_read(const view_list_t &rules, uint32_t index, ruledesc_t *ruledesc);

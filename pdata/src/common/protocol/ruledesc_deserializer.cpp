@@ -4,170 +4,69 @@
 namespace
 {
 
-/// The forms of a rule meta, oldest first: which words stand between the order and the path.
-struct rule_meta_form {
-    uint32_t type;
-    uint8_t version;
-    bool params;
-    bool scope;
-    bool vid;
-    bool fastpass;
-    bool preempt;
-    bool counted;        ///< path and tags come with their counts; else the path is the rest
-    uint32_t absent_vid; ///< what a form without a version identifier reads as
-};
-
-constexpr rule_meta_form rule_meta_forms[] = {
-    // Type                         params scope  vid    fastp. preem. counted absent vid
-    {TLV_TYPE_PROTO_RULE_META, 1, false, false, false, false, false, false, 0},
-    {TLV_TYPE_PROTO_RULE_META_V2, 2, false, false, false, false, false, true, 0},
-    {TLV_TYPE_PROTO_RULE_META_V3, 3, false, false, false, false, true, true, 0},
-    {TLV_TYPE_PROTO_RULE_META_V4, 4, true, false, false, true, true, true, 0},
-    {TLV_TYPE_PROTO_RULE_META_V5, 5, true, true, false, true, true, true, 0xFFFFFFFF},
-    {TLV_TYPE_PROTO_RULE_META_V6, 6, true, true, true, true, true, true, 0},
-};
-
-/// Takes words from the front of a record; past its end, `ok` turns false and words read as 0.
-struct word_cursor {
-    const uint8_t *words;
-    uint32_t len;
-    uint32_t at = 0;
-    bool ok = true;
-};
-
-uint32_t take(word_cursor &cursor)
+/// The words of a list, null when there are none.
+const uint8_t *words_of(const view_area_t &list)
 {
-    if (cursor.at >= cursor.len) {
-        cursor.ok = false;
-        return 0;
-    }
-    return protodesc_word(cursor.words, cursor.at++);
+    return list.size == 0 ? nullptr : list.data;
 }
 
-uint32_t take_if(word_cursor &cursor, bool present, uint32_t absent)
+uint32_t count_of(const view_area_t &list)
 {
-    return present ? take(cursor) : absent;
+    return static_cast<uint32_t>(view_words(list));
 }
 
-/// Takes `nr` words as a list.
-void take_list(word_cursor &cursor, uint32_t nr, const uint8_t **list, uint32_t *list_nr)
+void fill_rule(const view_rule_t &view, ruledesc_t *rule)
 {
-    if (nr > cursor.len - cursor.at) {
-        cursor.ok = false;
-        return;
-    }
-    *list = nr == 0 ? nullptr : cursor.words + size_t{cursor.at} * 4;
-    *list_nr = nr;
-    cursor.at += nr;
+    rule->rule_path = words_of(view.path);
+    rule->rule_tags = words_of(view.tags);
+    rule->rule_srules = words_of(view.sub_rules.records);
+    rule->rule_srules_offset = words_of(view.sub_rules.offsets);
+    rule->rule_nr_path = count_of(view.path);
+    rule->rule_nr_tags = count_of(view.tags);
+    rule->rule_nr_srules = count_of(view.sub_rules.offsets);
+    rule->rule_srules_len = count_of(view.sub_rules.records);
+    rule->rule_ruleorder = view.order_significant ? 1 : 0;
+    rule->rule_meta_version = view.meta_form;
+    rule->rule_order = view.priority;
+    rule->rule_params = view.reserved;
+    rule->rule_fastpass = view.fastpass;
+    rule->rule_scope = view.scope;
+    rule->rule_preempt = view.preempt;
+    rule->rule_vid = view.vid;
 }
 
-bool read_rule_meta(const protodesc_record_t &record, const rule_meta_form &form, ruledesc_t *rule)
+void fill_sub_rule(const view_sub_rule_t &view, sub_ruledesc_t *sub_rule)
 {
-    word_cursor cursor = {record.words, record.len};
-    rule->rule_meta_version = form.version;
-    rule->rule_order = take(cursor);
-    rule->rule_params = take_if(cursor, form.params, 0);
-    rule->rule_scope = take_if(cursor, form.scope, 0);
-    rule->rule_vid = take_if(cursor, form.vid, form.absent_vid);
-    rule->rule_fastpass = take_if(cursor, form.fastpass, 0);
-    rule->rule_preempt = take_if(cursor, form.preempt, 0);
-    const uint32_t nr_path = form.counted ? take(cursor) : cursor.len - cursor.at;
-    take_list(cursor, nr_path, &rule->rule_path, &rule->rule_nr_path);
-    if (form.counted) {
-        const uint32_t nr_tags = take(cursor);
-        take_list(cursor, nr_tags, &rule->rule_tags, &rule->rule_nr_tags);
-    }
-    return cursor.ok;
+    sub_rule->srule_protocol = view.protocol;
+    sub_rule->srule_bottom_protocol = view.bottom_protocol;
+    sub_rule->srule_stc_mindata = view.stc_mindata;
+    sub_rule->srule_cts_mindata = view.cts_mindata;
+    sub_rule->srule_attrs = words_of(view.attributes.records);
+    sub_rule->srule_attrs_offset = words_of(view.attributes.offsets);
+    sub_rule->srule_nr_attrs = count_of(view.attributes.offsets);
+    sub_rule->srule_attrs_len = count_of(view.attributes.records);
 }
 
-bool read_rule_record(const protodesc_record_t &record, ruledesc_t *rule)
-{
-    for (const rule_meta_form &form : rule_meta_forms)
-        if (form.type == record.type)
-            return read_rule_meta(record, form, rule);
-    if (record.type == TLV_TYPE_PROTO_SUB_RULES_OFFSET) {
-        rule->rule_srules_offset = record.words;
-        rule->rule_nr_srules = record.len;
-        return true;
-    }
-    if (record.type == TLV_TYPE_PROTO_SUB_RULES) {
-        rule->rule_srules = record.words;
-        rule->rule_srules_len = record.len;
-        return true;
-    }
-    return false;
-}
-
-bool read_sub_rule_meta(const protodesc_record_t &record, sub_ruledesc_t *sub_rule)
-{
-    const bool oldest = record.type == TLV_TYPE_PROTO_SUB_RULE_META;
-    if (record.len != (oldest ? 3 : 4))
-        return false;
-    word_cursor cursor = {record.words, record.len};
-    sub_rule->srule_protocol = take(cursor);
-    sub_rule->srule_bottom_protocol = take_if(cursor, !oldest, sub_rule->srule_protocol);
-    sub_rule->srule_stc_mindata = take(cursor);
-    sub_rule->srule_cts_mindata = take(cursor);
-    return true;
-}
-
-bool read_sub_rule_record(const protodesc_record_t &record, sub_ruledesc_t *sub_rule)
-{
-    switch (record.type) {
-    case TLV_TYPE_PROTO_SUB_RULE_META:
-    case TLV_TYPE_PROTO_SUB_RULE_META_V2:
-        return read_sub_rule_meta(record, sub_rule);
-    case TLV_TYPE_PROTO_SUB_RULE_ATTRS:
-        sub_rule->srule_attrs = record.words;
-        sub_rule->srule_attrs_len = record.len;
-        return true;
-    case TLV_TYPE_PROTO_SUB_RULE_ATTRS_OFFSET:
-        sub_rule->srule_attrs_offset = record.words;
-        sub_rule->srule_nr_attrs = record.len;
-        return true;
-    default:
-        return false;
-    }
-}
-
-/// Hands every record packed in `parent` to `read`; false when one does not end within it or is
-/// refused.
+/// Reads entry `index` of a list; false when it is damaged.
 template <typename View>
-bool read_children(const protodesc_record_t &parent,
-                   bool (*read)(const protodesc_record_t &, View *), View *view)
+bool read_entry(const view_list_t &list, uint32_t index, View &view,
+                view_fault_t (*read)(const view_record_t &, View &, size_t *))
 {
-    protodesc_record_t child;
-    for (uint32_t at = 0; at < parent.len; at += 1 + child.len)
-        if (!protodesc_record_at(parent.words, parent.len, at, &child) || !read(child, view))
-            return false;
-    return true;
-}
-
-/// Reads the words of an attribute; false when the counts of a stream do not pair up.
-bool read_attr(const protodesc_record_t &record, attrdesc_t *attr)
-{
-    const bool offsets = record.type == TLV_TYPE_PROTO_ATTR_STREAM_OFFSET;
-    word_cursor cursor = {record.words, record.len};
-    attr->attr_type = record.type;
-    attr->attr_way_proto = take(cursor);
-    attr->attr_name = take(cursor);
-    const uint32_t rest = cursor.len - cursor.at;
-    if (!cursor.ok || (offsets && rest % 2 != 0))
-        return false;
-    uint32_t nr_offsets = 0;
-    take_list(cursor, offsets ? rest / 2 : rest, &attr->attr_start, &attr->attr_nr_values);
-    if (offsets)
-        take_list(cursor, rest / 2, &attr->attr_offset, &nr_offsets);
-    return cursor.ok;
+    view_record_t record;
+    size_t at;
+    return view_list_at(list, index, record) == VIEW_WALK_ON &&
+           read(record, view, &at) == VIEW_SOUND;
 }
 
 } // namespace
 
-bool ruledesc_read(const protodesc_record_t &record, ruledesc_t *ruledesc)
+bool ruledesc_read(const view_list_t &rules, uint32_t index, ruledesc_t *ruledesc)
 {
-    *ruledesc = {};
-    ruledesc->rule_ruleorder = record.type == TLV_TYPE_PROTO_RULE_ORDER ? 1 : 0;
-    return read_children(record, read_rule_record, ruledesc);
+    view_rule_t view;
+    if (!read_entry(rules, index, view, view_rule_read))
+        return false;
+    fill_rule(view, ruledesc);
+    return true;
 }
 
 uint32_t ruledesc_get_order(const ruledesc_t &ruledesc)
@@ -235,11 +134,14 @@ pdata_status_t ruledesc_get_sub_ruledesc(const ruledesc_t &ruledesc, uint32_t in
     *sub_ruledesc = {};
     if (index >= ruledesc.rule_nr_srules)
         return pdata_fail(PDATA_ERR_INVALID_ARGUMENT, "sub rule index is out of bounds");
-    protodesc_record_t sub_rule;
-    if (!protodesc_record_in_list(ruledesc.rule_srules, ruledesc.rule_srules_len,
-                                  ruledesc.rule_srules_offset, index, &sub_rule) ||
-        !read_children(sub_rule, read_sub_rule_record, sub_ruledesc))
+    const view_list_t list = {
+        whole_words(ruledesc.rule_srules, ruledesc.rule_srules_len),
+        whole_words(ruledesc.rule_srules_offset, ruledesc.rule_nr_srules),
+    };
+    view_sub_rule_t view;
+    if (!read_entry(list, index, view, view_sub_rule_read))
         return pdata_fail(PDATA_ERR_INVALID_ARGUMENT, "Len mismatch, cannot serialize");
+    fill_sub_rule(view, sub_ruledesc);
     return PDATA_SUCCESS;
 }
 
@@ -284,12 +186,17 @@ pdata_status_t sub_ruledesc_get_attrdesc(const sub_ruledesc_t &sub_ruledesc, uin
         return pdata_fail(PDATA_ERR_INVALID_ARGUMENT,
                           "index %d out of bounds, cannot retrieve attribute for sub rule",
                           static_cast<int>(index));
-    protodesc_record_t attr;
-    if (!protodesc_record_in_list(sub_ruledesc.srule_attrs, sub_ruledesc.srule_attrs_len,
-                                  sub_ruledesc.srule_attrs_offset, index, &attr) ||
-        !read_attr(attr, attrdesc))
+    const view_list_t list = {
+        whole_words(sub_ruledesc.srule_attrs, sub_ruledesc.srule_attrs_len),
+        whole_words(sub_ruledesc.srule_attrs_offset, sub_ruledesc.srule_nr_attrs),
+    };
+    view_attribute_t view;
+    if (!read_entry(list, index, view, view_attribute_read))
         return pdata_fail(PDATA_ERR_INVALID_ARGUMENT,
                           "Cannot get attribute descriptor, Tlv len mismatch");
+    *attrdesc = {view.way_proto,        view.type,
+                 words_of(view.values), view.name,
+                 count_of(view.values), words_of(view.offsets)};
     return PDATA_SUCCESS;
 }
 

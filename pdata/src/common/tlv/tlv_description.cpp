@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "csa_endian.h"
+#include "view_cursor.h"
 
 const uint32_t pdb_root_tlv_type_available[13] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
 
@@ -70,47 +71,38 @@ pdata_status_t tlv_type_search(uint32_t type, const uint8_t *buf, uint32_t max_l
                                const uint8_t **out_tlv_buf, uint32_t *out_tlv_len)
 {
     const uint32_t words = max_len / 4;
-    for (uint32_t index = 0; index < words;) {
-        uint32_t found_type;
-        uint32_t len;
-        tlv_pop_type_len(buf, &index, &found_type, &len);
-        if (len > words)
-            break;
-        if (found_type == type) {
-            *out_tlv_buf = buf + size_t{index} * 4;
-            *out_tlv_len = len * 4;
-            return PDATA_SUCCESS;
-        }
-        index += len;
-    }
-    return PDATA_ERR_TLV_NOT_FOUND;
+    view_cursor_t cursor = view_walk({buf, size_t{words} * 4, 0});
+    view_record_t record;
+    bool found = false;
+    while (!found && view_next(cursor, record))
+        found = record.type == type;
+    // A record that claims more than is left, but not more than the whole area, is taken as well.
+    if (cursor.end == VIEW_WALK_OVERLONG && record.length <= words)
+        found = record.type == type;
+    if (!found)
+        return PDATA_ERR_TLV_NOT_FOUND;
+    *out_tlv_buf = record.value.data;
+    *out_tlv_len = record.length * 4;
+    return PDATA_SUCCESS;
 }
 
 pdata_status_t tlv_value_search(uint32_t type, std::span<const uint8_t> area,
                                 std::span<const uint8_t> *value)
 {
-    const uint8_t *buf;
-    uint32_t len;
-    const pdata_status_t status =
-        tlv_type_search(type, area.data(), static_cast<uint32_t>(area.size()), &buf, &len);
-    if (status != PDATA_SUCCESS)
-        return status;
-    const auto position = static_cast<size_t>(buf - area.data());
-    if (len > area.size() - position)
+    view_record_t record;
+    if (!view_find(view_file(area), type, record))
         return PDATA_ERR_TLV_NOT_FOUND;
-    *value = area.subspan(position, len);
+    *value = view_bytes(record.value);
     return PDATA_SUCCESS;
 }
 
 pdata_status_t tlv_record_search(uint32_t type, std::span<const uint8_t> area,
                                  std::span<const uint8_t> *record)
 {
-    std::span<const uint8_t> value;
-    const pdata_status_t status = tlv_value_search(type, area, &value);
-    if (status != PDATA_SUCCESS)
-        return status;
-    const auto header = static_cast<size_t>(value.data() - area.data()) - 4;
-    *record = area.subspan(header, value.size() + 4);
+    view_record_t found;
+    if (!view_find(view_file(area), type, found))
+        return PDATA_ERR_TLV_NOT_FOUND;
+    *record = area.subspan(found.offset, found.value.size + 4);
     return PDATA_SUCCESS;
 }
 
