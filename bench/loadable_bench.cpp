@@ -105,8 +105,7 @@ phases_t compile_by_phase(const pdb_list_t &pdb)
         load_parts(&context, &protodesc);
         require(pdb_builder_matcher_register(build, protodesc.pg));
     });
-    phases.matchers =
-        bench_time([&] { require(pdb_matcher_build(build, protodesc.pg, {}, nullptr)); });
+    phases.matchers = bench_time([&] { require(pdb_matcher_build(build, {}, nullptr)); });
     phases.rules = bench_time([&] {
         require(pdb_rule_build(build, protodesc));
         require(pdb_rule_serialize(build, 1));

@@ -17,6 +17,8 @@ struct rule_run_t {
     {
         clear_status_slot();
         EXPECT_EQ(outcome(pdb_init(&build, &config)), "0");
+        EXPECT_EQ(outcome(pdb_builder_matcher_register(&build, group.pg)), "0");
+        pdb_matcher_tab_clean(&build.pdb_build_matcher_tab); // only its own items count
     }
 
     void add_item(const pdb_rule_key_t &key, uint32_t item_id)
@@ -27,8 +29,7 @@ struct rule_run_t {
     }
     std::string build_rules()
     {
-        pdb_protodesc protodesc;
-        protodesc.pg = group.pg;
+        const pdb_protodesc protodesc;
         std::string text;
         diagnostics =
             mask_lines(stderr_of([&] { text = outcome(pdb_rule_build(&build, protodesc)); }));
@@ -87,7 +88,7 @@ TEST(rule_pass_failures, an_item_beyond_the_table)
     run.add_item({0, 0}, 1);
     EXPECT_EQ(run.build_rules(), "0");
     EXPECT_EQ(run.diagnostics, "");
-    run.build.pdb_build_rule_builder.rules.front().items[0].id = 2;
+    run.build.pdb_build_rule_builder.items.front().id = 2;
     EXPECT_EQ(run.serialize_rules(), "103: Internal bug, bad item id.\n");
     EXPECT_EQ(run.diagnostics,
               error_line("pdb_rule_build_serialize", "rule_builder_serialize failed.\n") +
@@ -111,8 +112,8 @@ TEST(matcher_pass_failures, headers_that_cannot_be_written)
     rule_run_t run({});
     run.build.pdb_build_tlv.matchers.root_len = 0xFFFFFF;
     std::string text;
-    const std::string diagnostics = mask_lines(stderr_of(
-        [&] { text = outcome(pdb_matcher_build(&run.build, run.group.pg, {}, nullptr)); }));
+    const std::string diagnostics =
+        mask_lines(stderr_of([&] { text = outcome(pdb_matcher_build(&run.build, {}, nullptr)); }));
     EXPECT_EQ(text, "100: tlv len 4 is superior to internal limit 16777215");
     EXPECT_EQ(diagnostics,
               error_line("pdb_matcher_build", "pdb_matcher_build_serialize_list failed.\n"));
@@ -127,8 +128,8 @@ TEST(matcher_pass_failures, a_value_of_a_protocol_that_is_not_there_has_no_log_l
     const matcher_key_t key = {csa_str("tcp"), csa_str("port"), ATTR_WAY_CTS};
     EXPECT_EQ(outcome(pdb_matcher_register(&run.build, key, value)), "0");
     std::string text;
-    const std::string diagnostics = mask_lines(stderr_of(
-        [&] { text = outcome(pdb_matcher_build(&run.build, run.group.pg, {}, nullptr)); }));
+    const std::string diagnostics =
+        mask_lines(stderr_of([&] { text = outcome(pdb_matcher_build(&run.build, {}, nullptr)); }));
     EXPECT_EQ(text, "2") << "its minimum data cannot be looked up";
     EXPECT_EQ(log.str(), "");
     EXPECT_EQ(diagnostics, "");

@@ -261,7 +261,7 @@ TEST(matcher_pass, with_fewer_permutations_allowed_the_value_is_stored_whole)
     builder_run_t run(make_pdb(model_of("http", {stream_attr("server", {"(ab|cd|ef)gh"})})),
                       {2, 100, 16, 2, 4});
     EXPECT_EQ(run.serialize(), "0");
-    const csa_buf_t &entry = run.sections().matchers.tlv_list[0];
+    const csa_buf_t &entry = run.sections().matchers.tlv_list[0].matcher_tlv_entry;
     std::span<const uint8_t> data;
     std::span<const uint8_t> table;
     EXPECT_EQ(tlv_value_search(TLV_TYPE_PDB_MATCHER_DATA, std::span(entry).subspan(4), &data),

@@ -115,11 +115,15 @@ TEST(matcher_setup, too_many_items_before_a_matcher_are_refused)
 
 struct info_t {
     group_t group;
+    pdb_config_t config = {32, 77, 16, 2, 4};
+    pdb_build_t build;
     pattern_info info;
 
     explicit info_t(const rule_model &rule) : group({protocol_of(42, "web", {rule_of({}), rule})})
     {
         clear_status_slot();
+        EXPECT_EQ(outcome(pdb_init(&build, &config)), "0");
+        EXPECT_EQ(outcome(pdb_builder_matcher_register(&build, group.pg)), "0");
     }
     std::string get(uint32_t way = ATTR_WAY_CTS, mindata_status_t status = MINDATA_NOT_MANDATORY,
                     uint32_t proto_idx = 0, uint32_t rule_idx = 1)
@@ -127,7 +131,8 @@ struct info_t {
         pdb_matcher_elt elt;
         elt.matcher_elt_idx = {proto_idx, rule_idx};
         info = {};
-        return outcome(pdb_matcher_get_pattern_info(group.pg, elt, way, status, &info));
+        return outcome(
+            pdb_matcher_get_pattern_info(build.pdb_build_facts, elt, way, status, &info));
     }
 };
 

@@ -1,6 +1,6 @@
 /// The matcher table: values filed under protocol, attribute and direction.
+#include "builder_fixture.h"
 #include "failing_alloc.h"
-#include "loadable_fixture.h"
 #include "pdb_matcher_tab.h"
 
 namespace
@@ -28,7 +28,7 @@ struct table_t {
     /// The values of a list as they are built: newest first.
     std::string values(const matcher_key_t &key)
     {
-        const pdb_matcher_list_t *list = pdb_matcher_tab_find(&tab, key);
+        const pdb_matcher_list_t *list = pdb_matcher_tab_find(tab, key);
         if (list == nullptr)
             return "no list";
         std::string text;
@@ -46,6 +46,11 @@ TEST(matcher_tab, values_of_one_key_share_a_list)
     EXPECT_EQ(table.tab.matcher_lists.size(), 1U);
     EXPECT_EQ(table.values(key_of("tcp", "port", ATTR_WAY_CTS)), "443 80 ");
     EXPECT_EQ(pdb_matcher_tab_get_nr(table.tab.matcher_lists[0]), 2U);
+    memory_log_t log;
+    pdb_matcher_tab_print(table.tab, log.file);
+    EXPECT_EQ(log.str(), "tcp port 1\n"
+                         "  1:2 443\n"
+                         "  1:2 80\n");
 }
 
 TEST(matcher_tab, directions_attributes_and_protocols_have_lists_of_their_own)

@@ -47,8 +47,8 @@ TEST(pdata_compile, parts_come_in_their_order)
                      part_bytes(list, PDB_TYPE_TAGS), part_bytes(list, PDB_TYPE_MATCHER_ALIAS),
                      part_bytes(list, PDB_TYPE_MAIN_HSTRING), sections.protodesc_tlv,
                      stored({sections.matchers.root_tlv, sections.matchers.pdb_tlv}),
-                     sections.matchers.tlv_list.at(1 - 1), sections.matchers.hstring_tlv,
-                     sections.rules_tlv}));
+                     sections.matchers.tlv_list.at(1 - 1).matcher_tlv_entry,
+                     sections.matchers.hstring_tlv, sections.rules_tlv}));
     EXPECT_EQ(pdata_compile_get_out_len(run.context.pdb_build, list), compiled.bytes.size());
 }
 

@@ -1,9 +1,9 @@
 /// The protocol map: one row per rule.
 #include <random>
 
+#include "builder_fixture.h"
 #include "bytes.h"
 #include "failing_alloc.h"
-#include "loadable_fixture.h"
 #include "pdb_protocol_map.h"
 
 namespace
@@ -36,7 +36,7 @@ struct map_t {
     {
         std::vector<uint8_t> out(pdb_protocol_map_get_size(map));
         tlv_sink_t sink = tlv_sink_writing(out);
-        pdb_protocol_map_serialize(map, sink);
+        pdb_protocol_map_emit(map, sink);
         EXPECT_FALSE(sink.failed);
         EXPECT_EQ(sink.offset, out.size());
         return out;
@@ -90,6 +90,10 @@ TEST(protocol_map, a_path_takes_the_cells_in_its_order)
                                       "00000000 00000006 0000000C FFFFFFFF"
                                       "FFFFFFFF FFFFFFFF  00000000 FFFFFFFF"
                                       "FFFFFFFF FFFFFFFF  00000000 FFFFFFFF"));
+    memory_log_t log;
+    pdb_protocol_map_print(map.map, log.file);
+    EXPECT_EQ(log.str(), "1:;;;\n"
+                         "2: 0 6 12; 0; 0;\n");
 }
 
 TEST(protocol_map, a_path_of_four_fits_and_one_of_five_does_not)

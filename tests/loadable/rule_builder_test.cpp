@@ -22,8 +22,11 @@ struct builder_t {
     std::string add(const word_list &items, const word_list &referers, const word_list &sub_rules,
                     uint32_t flags = 0, uint32_t priority = 0, uint32_t scope = 0)
     {
-        return outcome(rule_builder_register(
-            &rules, {items, referers, sub_rules, priority, flags, scope}, &rule_id));
+        std::vector<rule_registration_item_t> registered;
+        for (size_t i = 0; i < items.size(); ++i)
+            registered.push_back({items[i], referers[i], sub_rules[i]});
+        return outcome(
+            rule_builder_register(&rules, {registered, priority, flags, scope}, &rule_id));
     }
     std::vector<uint8_t> table() const
     {
@@ -52,12 +55,12 @@ TEST(rule_builder, items_of_the_first_sub_rule_get_the_low_bits)
     EXPECT_EQ(builder.add({11, 12, 13, 14}, {0, 0, 0, 0}, {1, 0, 1, 0}), "0");
     const rule_builder_entry &entry = builder.rules.rules[0];
     EXPECT_EQ(entry.bitset_full, 15U);
-    EXPECT_EQ(entry.items[1].id, 12U);
-    EXPECT_EQ(entry.items[1].bitset_pos, 0U);
-    EXPECT_EQ(entry.items[3].bitset_pos, 1U);
-    EXPECT_EQ(entry.items[0].id, 11U);
-    EXPECT_EQ(entry.items[0].bitset_pos, 2U);
-    EXPECT_EQ(entry.items[2].bitset_pos, 3U);
+    EXPECT_EQ(builder.rules.items[entry.first_item + 1].id, 12U);
+    EXPECT_EQ(builder.rules.items[entry.first_item + 1].bitset_pos, 0U);
+    EXPECT_EQ(builder.rules.items[entry.first_item + 3].bitset_pos, 1U);
+    EXPECT_EQ(builder.rules.items[entry.first_item + 0].id, 11U);
+    EXPECT_EQ(builder.rules.items[entry.first_item + 0].bitset_pos, 2U);
+    EXPECT_EQ(builder.rules.items[entry.first_item + 2].bitset_pos, 3U);
 }
 
 TEST(rule_builder, a_referer_among_several_items_sets_the_top_bit)
@@ -92,9 +95,9 @@ TEST(rule_builder, an_item_without_an_id_or_of_a_third_sub_rule_gets_no_bit)
     const rule_builder_entry &entry = builder.rules.rules[0];
     EXPECT_EQ(entry.bitset_full, 0x80000001U);
     EXPECT_EQ(entry.nb_items, 3U);
-    EXPECT_EQ(entry.items[0].id, 0U);
-    EXPECT_EQ(entry.items[1].id, 0U);
-    EXPECT_EQ(entry.items[2].id, 3U);
+    EXPECT_EQ(builder.rules.items[entry.first_item + 0].id, 0U);
+    EXPECT_EQ(builder.rules.items[entry.first_item + 1].id, 0U);
+    EXPECT_EQ(builder.rules.items[entry.first_item + 2].id, 3U);
 }
 
 TEST(rule_builder, the_table_has_a_slot_of_four_words_for_every_item_id)
@@ -155,15 +158,13 @@ TEST(rule_builder, an_item_beyond_the_table_is_refused)
 
 TEST(rule_builder, a_failed_allocation_is_a_status)
 {
-    const word_list one = {1};
-    const word_list none = {0};
+    const rule_registration_item_t one[] = {{1, 0, 0}};
     failing_alloc_sweep(
         [&] {
             uint32_t rule_id;
             try {
                 rule_builder_t rules; // an empty queue may allocate as well
-                return static_cast<int>(
-                    rule_builder_register(&rules, {one, none, none, 0, 0, 0}, &rule_id));
+                return static_cast<int>(rule_builder_register(&rules, {one, 0, 0, 0}, &rule_id));
             } catch (const std::bad_alloc &) {
                 return static_cast<int>(PDATA_ERR_NO_MEMORY);
             }

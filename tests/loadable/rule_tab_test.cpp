@@ -1,5 +1,5 @@
 /// The rule table: items by rule, and the order of its chains.
-#include "loadable_fixture.h"
+#include "builder_fixture.h"
 
 namespace
 {
@@ -17,6 +17,14 @@ struct table_t {
     {
         return outcome(pdb_rule_tab_add(&tab, key, item, &nr_rule, rule_max_attr));
     }
+    /// The complete table: per rule its key, the bytes of its values, and "item/referer/sub-rule".
+    std::string text()
+    {
+        pdb_rule_tab_finalize(&tab);
+        memory_log_t log;
+        pdb_rule_tab_print(tab, log.file);
+        return log.str();
+    }
 };
 
 TEST(rule_tab, no_number_of_chains_means_1024)
@@ -29,16 +37,11 @@ TEST(rule_tab, items_of_one_rule_are_kept_in_the_order_of_registration)
 {
     table_t table;
     EXPECT_EQ(table.add({3, 1}, {10, 1, 0, 4}), "0");
+    EXPECT_EQ(table.add({2, 0}, {5, 0, 0, 1}), "0"); // between them one of another rule
     EXPECT_EQ(table.add({3, 1}, {7, 0, 1, 0}), "0");
-    const pdb_rule_elt *rule = pdb_rule_tab_find_elt(table.tab, {3, 1});
-    ASSERT_NE(rule, nullptr);
-    EXPECT_EQ(rule->re_item, (std::vector<uint32_t>{10, 7}));
-    EXPECT_EQ(rule->re_matcher_id, (std::vector<uint32_t>{1, 0}));
-    EXPECT_EQ(rule->srule_id, (std::vector<uint32_t>{0, 1}));
-    EXPECT_EQ(rule->re_sum_attr_len, 4U);
-    EXPECT_EQ(rule->re_key.rk_proto_idx, 3U);
-    EXPECT_EQ(rule->re_key.rk_rule_idx, 1U);
-    EXPECT_EQ(table.nr_rule, 1U);
+    EXPECT_EQ(table.nr_rule, 2U);
+    EXPECT_EQ(table.text(), "2:0 1 5/0/0\n"
+                            "3:1 4 10/1/0 7/0/1\n");
 }
 
 TEST(rule_tab, rules_are_told_apart_although_their_hashes_are_equal)
@@ -48,9 +51,11 @@ TEST(rule_tab, rules_are_told_apart_although_their_hashes_are_equal)
     EXPECT_EQ(table.add({1, 0}, {2, 0, 0, 0}), "0");
     EXPECT_EQ(pdb_rule_tab_hash_key({0, 4}), pdb_rule_tab_hash_key({1, 0}));
     EXPECT_EQ(table.nr_rule, 2U);
-    EXPECT_EQ(pdb_rule_tab_find_elt(table.tab, {0, 4})->re_item, std::vector<uint32_t>{1});
-    EXPECT_EQ(pdb_rule_tab_find_elt(table.tab, {1, 0})->re_item, std::vector<uint32_t>{2});
     EXPECT_EQ(pdb_rule_tab_find_elt(table.tab, {0, 0}), nullptr);
+    EXPECT_EQ(pdb_rule_tab_find_elt(table.tab, {2, 0}), nullptr);
+    EXPECT_EQ(pdb_rule_tab_find_elt(table.tab, {1, 0})->re_key.rk_proto_idx, 1U);
+    EXPECT_EQ(table.text(), "1:0 0 2/0/0\n" // of one chain, the newest rule first
+                            "0:4 0 1/0/0\n");
 }
 
 TEST(rule_tab, the_hash_is_four_times_the_protocol_plus_the_rule)
@@ -65,7 +70,7 @@ TEST(rule_tab, a_full_rule_takes_no_more_items)
     for (uint32_t i = 1; i <= 16; ++i)
         EXPECT_EQ(table.add({0, 0}, {i, 0, 0, 2}), "0");
     EXPECT_EQ(table.add({0, 0}, {17, 0, 0, 2}), "100: maximum item id reached 16.");
-    EXPECT_EQ(pdb_rule_tab_find_elt(table.tab, {0, 0})->re_item.size(), 16U);
+    EXPECT_EQ(pdb_rule_tab_find_elt(table.tab, {0, 0})->re_nr_item, 16U);
     EXPECT_EQ(pdb_rule_tab_find_elt(table.tab, {0, 0})->re_sum_attr_len, 32U);
 }
 

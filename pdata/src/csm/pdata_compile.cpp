@@ -1,9 +1,6 @@
 #include "pdata_compile.h"
 
 #include <algorithm>
-#include <exception>
-#include <new>
-#include <stdexcept>
 #include <utility>
 
 #include "pdb_build.h"
@@ -82,8 +79,8 @@ pdata_status_t append_parts(pdb_build_t *pdb_build, const pdb_list_t &pdb_in, cs
     move_section(&sections.protodesc_tlv, out);
     append_word(sections.matchers.root_tlv, out);
     append_word(sections.matchers.pdb_tlv, out);
-    for (csa_buf_t &entry : sections.matchers.tlv_list)
-        move_section(&entry, out);
+    for (pdb_build_matcher &matcher : sections.matchers.tlv_list)
+        move_section(&matcher.matcher_tlv_entry, out);
     move_section(&sections.matchers.hstring_tlv, out);
     move_section(&sections.rules_tlv, out);
     return PDATA_SUCCESS;
@@ -93,11 +90,9 @@ pdata_status_t compile(const pdb_list_t &pdb_in, pdb_t *pdb_out, pdata_sig_expor
                        const csa_dump_t &dump, uint32_t network_endian)
 {
     pdb_context_t context;
-    pdata_status_t status = pdb_builder_init(&context, &build_limits);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(pdb_builder_init(&context, &build_limits));
     context.pdb = pdb_in;
-    status = pdb_builder_serialize(&context, dump, sig_export, network_endian);
+    pdata_status_t status = pdb_builder_serialize(&context, dump, sig_export, network_endian);
     if (status == PDATA_SUCCESS)
         status = pdata_compile_write_pdb(&context.pdb_build, pdb_in, pdb_out, network_endian);
     pdb_builder_clean(&context);
@@ -112,14 +107,7 @@ pdata_status_t pdata_compile(const pdb_list_t *pdb_in, pdb_t *pdb_out,
 {
     if (pdb_in == nullptr || pdb_out == nullptr)
         return PDATA_ERR_INVALID_ARGUMENT;
-    // Memory that runs out where no step looks for it is a status like any other.
-    try {
-        return compile(*pdb_in, pdb_out, sig_export, dump, network_endian);
-    } catch (const std::bad_alloc &) {
-        return PDATA_ERR_NO_MEMORY;
-    } catch (const std::length_error &) {
-        return PDATA_ERR_NO_MEMORY;
-    }
+    return pdata_guard([&] { return compile(*pdb_in, pdb_out, sig_export, dump, network_endian); });
 }
 
 size_t pdata_compile_get_out_len(const pdb_build_t &pdb_build, const pdb_list_t &pdb_in)
@@ -130,8 +118,8 @@ size_t pdata_compile_get_out_len(const pdb_build_t &pdb_build, const pdb_list_t 
             len += pdb_header_bytes(*part).size();
     const pdb_build_tlv_t &sections = pdb_build.pdb_build_tlv;
     len += sections.protodesc_tlv.size() + 8;
-    for (const csa_buf_t &entry : sections.matchers.tlv_list)
-        len += entry.size();
+    for (const pdb_build_matcher &matcher : sections.matchers.tlv_list)
+        len += matcher.matcher_tlv_entry.size();
     return len + sections.matchers.hstring_tlv.size() + sections.rules_tlv.size();
 }
 
@@ -139,14 +127,8 @@ pdata_status_t pdata_compile_write_pdb(pdb_build_t *pdb_build, const pdb_list_t 
                                        pdb_t *pdb_out, uint32_t network_endian)
 {
     csa_buf_t out;
-    try {
-        out.reserve(pdata_compile_get_out_len(*pdb_build, pdb_in));
-    } catch (const std::exception &) {
-        return PDATA_ERR_NO_MEMORY;
-    }
-    const pdata_status_t status = append_parts(pdb_build, pdb_in, &out, network_endian);
-    if (status != PDATA_SUCCESS)
-        return status;
+    out.reserve(pdata_compile_get_out_len(*pdb_build, pdb_in));
+    PDATA_TRY(append_parts(pdb_build, pdb_in, &out, network_endian));
     pdata_compile_set_loadable(out);
     return pdb_header_set(pdb_out, PDB_TYPE_LOAD, std::move(out)) ? PDATA_SUCCESS
                                                                   : PDATA_ERR_NO_MEMORY;

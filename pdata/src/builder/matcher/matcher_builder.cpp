@@ -64,16 +64,6 @@ pdata_status_t matcher_serialize_number(const matcher_build &matcher, tlv_sink_t
     return tlv_close_record(sink, header, TLV_TYPE_MATCHER_NUMBER);
 }
 
-/// Emits the whole matcher.
-pdata_status_t emit(const matcher_build &matcher, tlv_sink_t &sink)
-{
-    const pdata_status_t status = matcher_serialize_meta(matcher, sink);
-    if (status != PDATA_SUCCESS)
-        return status;
-    return is_stream(matcher.matcher_type) ? matcher_serialize_stream(matcher, sink)
-                                           : matcher_serialize_number(matcher, sink);
-}
-
 } // namespace
 
 pdata_status_t matcher_init(matcher_build *matcher, uint32_t matcher_type, uint32_t matcher_id,
@@ -99,10 +89,7 @@ pdata_status_t matcher_register(matcher_build *matcher, const matcher_data_t &da
 {
     if (!forced)
         *item_id = matcher->curr_pub_id++;
-    const pdata_status_t status =
-        matcher_budget_take(matcher->budget, MATCHER_BUDGET_COST + data.pattern.size());
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(matcher_budget_take(matcher->budget, MATCHER_BUDGET_COST + data.pattern.size()));
     if (pdata_sig_export_element_register(sig_export, data.pattern.data(),
                                           static_cast<uint32_t>(data.pattern.size()),
                                           *item_id) != PDATA_SUCCESS)
@@ -125,10 +112,17 @@ pdata_status_t matcher_finalize(matcher_build *matcher)
     return PDATA_ERR_INVALID_ARGUMENT;
 }
 
+pdata_status_t matcher_emit(const matcher_build &matcher, tlv_sink_t &sink)
+{
+    PDATA_TRY(matcher_serialize_meta(matcher, sink));
+    return is_stream(matcher.matcher_type) ? matcher_serialize_stream(matcher, sink)
+                                           : matcher_serialize_number(matcher, sink);
+}
+
 pdata_status_t matcher_get_size(const matcher_build &matcher, size_t *size)
 {
     tlv_sink_t sink = tlv_sink_counting();
-    const pdata_status_t status = emit(matcher, sink);
+    const pdata_status_t status = matcher_emit(matcher, sink);
     *size = sink.offset;
     return status;
 }
@@ -137,13 +131,11 @@ pdata_status_t matcher_serialize(const matcher_build &matcher, std::span<uint8_t
                                  const csa_dump_t &)
 {
     size_t size = 0;
-    const pdata_status_t status = matcher_get_size(matcher, &size);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(matcher_get_size(matcher, &size));
     if (buf.size() != size)
         return PDATA_ERR_INVALID_ARGUMENT;
     tlv_sink_t sink = tlv_sink_writing(buf);
-    return emit(matcher, sink);
+    return matcher_emit(matcher, sink);
 }
 
 void matcher_build_clean(matcher_build *matcher)

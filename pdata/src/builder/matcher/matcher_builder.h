@@ -13,7 +13,7 @@
 /// TLV_TYPE_MATCHER_L2 (per private id: pub_id, off, flag, re_id) and TLV_TYPE_MATCHER_STRING.
 ///
 /// Calling order: matcher_init, matcher_register for each value, matcher_finalize,
-/// matcher_get_size, matcher_serialize, and matcher_build_clean in every case.
+/// matcher_emit or matcher_get_size and matcher_serialize, and matcher_build_clean in every case.
 #pragma once
 
 #include <cstdint>
@@ -119,8 +119,10 @@ struct matcher_data_t {
 /// Brings the engines into the form that is written.
 [[nodiscard]] pdata_status_t matcher_finalize(matcher_build *matcher);
 
-/// Gives the size in bytes of the serialized matcher. PDATA_ERR_OVERFLOW with a message for one
-/// that no record can hold.
+/// Emits the matcher. PDATA_ERR_OVERFLOW with a message for one that no record can hold.
+[[nodiscard]] pdata_status_t matcher_emit(const matcher_build &matcher, tlv_sink_t &sink);
+
+/// Gives the size in bytes of the serialized matcher; fails as matcher_emit.
 [[nodiscard]] pdata_status_t matcher_get_size(const matcher_build &matcher, size_t *size);
 
 /// Writes the matcher into `buf`, which must be zero-filled. PDATA_ERR_INVALID_ARGUMENT, without a

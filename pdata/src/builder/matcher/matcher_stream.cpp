@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <string>
 
-#include "json_tools.h"
+#include "csa_escape.h"
+#include "hstring_record.h"
 #include "rexpand.h"
 #include "tlv_description.h"
 
@@ -83,9 +84,7 @@ pdata_status_t register_pattern(matcher_build *matcher, std::string_view bytes, 
 pdata_status_t matcher_register_l2(matcher_build *matcher, std::string_view value, uint32_t pub_id,
                                    uint32_t flag, uint32_t *private_id)
 {
-    const pdata_status_t status = take_private_id(matcher, {pub_id, 0, flag, 0}, private_id);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(take_private_id(matcher, {pub_id, 0, flag, 0}, private_id));
     const int ret = hstring_get_offset(&matcher->hstring, csa_str(value), &matcher->map.back().off);
     return module_err2pdata_status(PDATA_MODULE_HSTRING, ret);
 }
@@ -112,9 +111,7 @@ pdata_status_t register_piece(matcher_build *matcher, const rexpand_pattern_t &p
         flag |= (place.permutation & 0xFF) << 8 | (place.position & 0xFF) << 16 |
                 (place.nb_pieces & 0xFF) << 24;
     uint32_t private_id;
-    const pdata_status_t status = take_private_id(matcher, {pub_id, 0, flag, 0}, &private_id);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(take_private_id(matcher, {pub_id, 0, flag, 0}, &private_id));
     return register_pattern(matcher, piece.str, private_id, info);
 }
 
@@ -127,12 +124,9 @@ pdata_status_t register_unmarked(matcher_build *matcher, const rexpand_permutati
         return pdata_fail(PDATA_ERR_INVALID_ARGUMENT,
                           "Invalid preempt pattern : contain %d permutation ",
                           static_cast<int>(nb_pieces));
-    for (uint32_t j = 0; j < nb_pieces; ++j) {
-        const pdata_status_t status = register_piece(matcher, permutation.patterns[j],
-                                                     {number, j + 1, nb_pieces}, pub_id, info);
-        if (status != PDATA_SUCCESS)
-            return status;
-    }
+    for (uint32_t j = 0; j < nb_pieces; ++j)
+        PDATA_TRY(register_piece(matcher, permutation.patterns[j], {number, j + 1, nb_pieces},
+                                 pub_id, info));
     return PDATA_SUCCESS;
 }
 
@@ -166,31 +160,38 @@ uint64_t cost_of(const rexpand_permutation_list &list)
     return cost;
 }
 
+/// Registers a permutation whose pieces do not prove the value, and tells whether the value needs
+/// a catch-all entry.
+pdata_status_t register_marked(matcher_build *matcher, const rexpand_permutation &permutation,
+                               std::string_view value, uint32_t pub_id, pattern_info info,
+                               bool *catch_all)
+{
+    const rexpand_pattern_t *piece = longest_piece(permutation);
+    if (piece == nullptr) {
+        *catch_all = true;
+        return PDATA_SUCCESS;
+    }
+    uint32_t private_id;
+    info.type = PATTERN_REGULAR;
+    PDATA_TRY(matcher_register_l2(matcher, value, pub_id, 0, &private_id));
+    return register_pattern(matcher, piece->str, private_id, info);
+}
+
 /// Registers the permutations of a value, and tells whether the value needs a catch-all entry.
 pdata_status_t register_permutations(matcher_build *matcher, const rexpand_permutation_list &list,
-                                     std::string_view value, uint32_t pub_id, pattern_info info,
-                                     bool *catch_all)
+                                     std::string_view value, uint32_t pub_id,
+                                     const pattern_info &info, bool *catch_all)
 {
     uint32_t number = 0;
     for (const rexpand_permutation &permutation : list) {
-        pdata_status_t status = PDATA_SUCCESS;
-        if (!is_marked(permutation)) {
-            if (permutation.patterns.empty()) {
-                *catch_all = true;
-                break;
-            }
-            status = register_unmarked(matcher, permutation, ++number, pub_id, info);
-        } else if (const rexpand_pattern_t *piece = longest_piece(permutation)) {
-            uint32_t private_id;
-            info.type = PATTERN_REGULAR;
-            status = matcher_register_l2(matcher, value, pub_id, 0, &private_id);
-            if (status == PDATA_SUCCESS)
-                status = register_pattern(matcher, piece->str, private_id, info);
-        } else {
+        if (is_marked(permutation)) {
+            PDATA_TRY(register_marked(matcher, permutation, value, pub_id, info, catch_all));
+        } else if (permutation.patterns.empty()) {
             *catch_all = true;
+            break;
+        } else {
+            PDATA_TRY(register_unmarked(matcher, permutation, ++number, pub_id, info));
         }
-        if (status != PDATA_SUCCESS)
-            return status;
     }
     return PDATA_SUCCESS;
 }
@@ -250,17 +251,6 @@ pdata_status_t matcher_serialize_l2(const matcher_build &matcher, tlv_sink_t &si
     return tlv_close_record(sink, header, TLV_TYPE_MATCHER_L2);
 }
 
-pdata_status_t matcher_serialize_string(const matcher_build &matcher, tlv_sink_t &sink)
-{
-    const size_t header = tlv_open_record(sink);
-    const uint32_t size = hstring_get_size(matcher.hstring);
-    uint8_t *at = tlv_sink_take(sink, size);
-    if (at != nullptr)
-        if (const int ret = hstring_serialize(matcher.hstring, {at, size}); ret != 0)
-            return module_err2pdata_status(PDATA_MODULE_HSTRING, ret);
-    return tlv_close_record(sink, header, TLV_TYPE_MATCHER_STRING);
-}
-
 } // namespace
 
 pdata_status_t matcher_register_stream(matcher_build *matcher, const matcher_data_t &data,
@@ -272,15 +262,12 @@ pdata_status_t matcher_register_stream(matcher_build *matcher, const matcher_dat
         return pattern_status(ret);
     info.offset = static_cast<type_offset>(data.pattern_offset);
     bool catch_all = false;
-    pdata_status_t status = matcher_budget_take(matcher->budget, cost_of(list));
-    if (status == PDATA_SUCCESS)
-        status = register_permutations(matcher, list, value, item_id, info, &catch_all);
-    rexpand_permutation_list_destroy(&list);
-    if (status == PDATA_SUCCESS && catch_all) {
-        uint32_t private_id;
-        status = matcher_register_l2(matcher, value, item_id, MATCHER_MAP_CATCH_ALL, &private_id);
-    }
-    return status;
+    PDATA_TRY(matcher_budget_take(matcher->budget, cost_of(list)));
+    PDATA_TRY(register_permutations(matcher, list, value, item_id, info, &catch_all));
+    if (!catch_all)
+        return PDATA_SUCCESS;
+    uint32_t private_id;
+    return matcher_register_l2(matcher, value, item_id, MATCHER_MAP_CATCH_ALL, &private_id);
 }
 
 pdata_status_t matcher_register_stream_offset(matcher_build *matcher, const matcher_data_t &data,
@@ -290,9 +277,7 @@ pdata_status_t matcher_register_stream_offset(matcher_build *matcher, const matc
     if (value.empty())
         return PDATA_ERR_INVALID_ARGUMENT;
     std::string bytes;
-    pdata_status_t status = unescape(value, &bytes);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(unescape(value, &bytes));
     info.type = PATTERN_OFFSET;
     info.offset = static_cast<type_offset>(data.pattern_offset);
     // Here equality is refused, which a value without an offset may have. Part of the format.
@@ -300,18 +285,13 @@ pdata_status_t matcher_register_stream_offset(matcher_build *matcher, const matc
         bytes.size() >= info.mindata)
         return mindata_failure(info.mindata, bytes.size());
     uint32_t private_id;
-    status = take_private_id(matcher, {item_id, 0, MATCHER_MAP_PREFIX, 0}, &private_id);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(take_private_id(matcher, {item_id, 0, MATCHER_MAP_PREFIX, 0}, &private_id));
     return register_pattern(matcher, bytes, private_id, info);
 }
 
 pdata_status_t matcher_serialize_stream(const matcher_build &matcher, tlv_sink_t &sink)
 {
-    pdata_status_t status = matcher_serialize_pattern(matcher, sink);
-    if (status == PDATA_SUCCESS)
-        status = matcher_serialize_l2(matcher, sink);
-    if (status == PDATA_SUCCESS)
-        status = matcher_serialize_string(matcher, sink);
-    return status;
+    PDATA_TRY(matcher_serialize_pattern(matcher, sink));
+    PDATA_TRY(matcher_serialize_l2(matcher, sink));
+    return hstring_emit(matcher.hstring, TLV_TYPE_MATCHER_STRING, sink);
 }

@@ -1,26 +1,22 @@
 #include "pdb.h"
 
-#include <exception>
-
 pdata_status_t pdb_init(pdb_build_t *pdb_build, const pdb_config_t *pdb_config)
 {
-    try {
+    return pdata_guard([&] {
         *pdb_build = {};
         pdb_matcher_tab_init(&pdb_build->pdb_build_matcher_tab);
         pdb_rule_tab_init(&pdb_build->pdb_build_rule_tab, PDB_RULE_TAB_LINES);
-    } catch (const std::exception &) {
-        return PDATA_ERR_NO_MEMORY;
-    }
-    pdb_build->pdb_build_config = pdb_config;
-    pdb_build->pdb_build_item_id = 1;
-    pdb_build->pdb_build_budget = {MATCHER_BUDGET_BASE, 0};
-    if (hstring_init(&pdb_build->pdb_build_matcher_hstring, 0) != 0)
-        return PDATA_ERR_NO_MEMORY;
-    return PDATA_SUCCESS;
+        pdb_build->pdb_build_config = pdb_config;
+        pdb_build->pdb_build_item_id = 1;
+        pdb_build->pdb_build_budget = {MATCHER_BUDGET_BASE, 0};
+        const int ret = hstring_init(&pdb_build->pdb_build_matcher_hstring, 0);
+        return ret == 0 ? PDATA_SUCCESS : PDATA_ERR_NO_MEMORY;
+    });
 }
 
 void pdb_clean(pdb_build_t *pdb_build)
 {
+    pdb_facts_clean(&pdb_build->pdb_build_facts);
     pdb_matcher_tab_clean(&pdb_build->pdb_build_matcher_tab);
     pdb_rule_tab_clean(&pdb_build->pdb_build_rule_tab);
     hstring_clean(&pdb_build->pdb_build_matcher_hstring);

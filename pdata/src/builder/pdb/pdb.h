@@ -1,8 +1,9 @@
 /// The pdb model: what the compilation of a pdb into a loadable pdb carries from start to end.
 ///
-/// The filing pass fills the matcher table; the matcher pass builds each matcher from it, gives
-/// every value its item and gathers the items in the rule table; the rule pass turns that table
-/// into engine entries and maps. The serialized sections stay until pdb_builder_clean.
+/// The filing pass fills the matcher table and notes the facts of every rule; the matcher pass
+/// builds each matcher from the table, gives every value its item and gathers the items in the rule
+/// table; the rule pass turns that table into engine entries and maps. The serialized sections stay
+/// until pdb_builder_clean.
 #pragma once
 
 #include <cstdint>
@@ -15,6 +16,7 @@
 #include "hstring.h"
 #include "matcher_budget.h"
 #include "pdata_error.h"
+#include "pdb_facts.h"
 #include "pdb_header.h"
 #include "pdb_matcher_tab.h"
 #include "pdb_protocol_map.h"
@@ -41,13 +43,18 @@ struct pdb_config_t {
     uint32_t rule_max_path = 0;     ///< path cells of a rule in the protocol map
 };
 
+/// One serialized matcher.
+struct pdb_build_matcher {
+    csa_buf_t matcher_tlv_entry; ///< its record
+};
+
 /// The matchers section: two header words, one buffer per matcher, the string table.
 struct pdb_build_matchers_t {
-    uint32_t root_tlv = 0;           ///< header word of the section
-    uint32_t root_len = 0;           ///< its length in words
-    uint32_t pdb_tlv = 0;            ///< header word of the list of matchers
-    uint32_t pdb_len = 0;            ///< its length in words
-    std::vector<csa_buf_t> tlv_list; ///< in the order in which the matchers were built
+    uint32_t root_tlv = 0;                   ///< header word of the section
+    uint32_t root_len = 0;                   ///< its length in words
+    uint32_t pdb_tlv = 0;                    ///< header word of the list of matchers
+    uint32_t pdb_len = 0;                    ///< its length in words
+    std::vector<pdb_build_matcher> tlv_list; ///< in the order in which the matchers were built
     csa_buf_t hstring_tlv;
 };
 
@@ -61,6 +68,7 @@ struct pdb_build_tlv_t {
 /// One build.
 struct pdb_build_t {
     const pdb_config_t *pdb_build_config = nullptr; ///< not owned
+    pdb_facts_t pdb_build_facts;                    ///< of the protocol group
     pdb_matcher_tab_t pdb_build_matcher_tab;
     pdb_rule_tab_t pdb_build_rule_tab;
     uint32_t pdb_build_nr_matcher = 0; ///< values filed
@@ -80,7 +88,6 @@ struct pdb_build_t {
 struct pdb_pg {
     std::span<const uint8_t> pg_proto_list; ///< value of its list of protocols
     std::vector<uint32_t> pg_proto_offset;  ///< word offset of each protocol's header
-    std::vector<protodesc_t> pg_protocols;  ///< the protocols that were filed, by index
     hstring_t pg_hstring;
 };
 

@@ -6,6 +6,7 @@
 #include "pdb_version.h"
 #include "protodesc_tlv.h"
 #include "tlv_description.h"
+#include "view_cursor.h"
 
 namespace
 {
@@ -19,50 +20,28 @@ struct build_run_t {
     pdb_protodesc protodesc;
 };
 
-/// Walks records one after another and hands `found` the type, the word offset of the header and
-/// the value of each, until one is longer than what is left or `found` fails.
-template <typename Found>
-pdata_status_t walk_records(std::span<const uint8_t> records, const Found &found)
-{
-    const auto words = static_cast<uint32_t>(records.size() / 4);
-    uint32_t len;
-    for (uint32_t at = 0; at < words; at += len) {
-        uint32_t type;
-        const uint32_t header = at;
-        (void)tlv_pop_type_len(records.data(), &at, &type, &len); // never fails
-        if (len > words - at)
-            break;
-        const pdata_status_t status =
-            found(type, header, records.subspan(size_t{at} * 4, size_t{len} * 4));
-        if (status != PDATA_SUCCESS)
-            return status;
-    }
-    return PDATA_SUCCESS;
-}
-
 /// Reads and files a group. Only the last one stays for the passes that follow; a pdb holds one.
 pdata_status_t register_group(build_run_t *run, std::span<const uint8_t> group)
 {
-    pdata_status_t status = pdb_builder_get_protocol_offsets(group, &run->protodesc.pg);
-    if (status != PDATA_SUCCESS) {
-        pdata_diag_error(PDATA_DIAG_PROTOCOL_OFFSETS);
-        return status;
-    }
-    status = pdb_builder_matcher_register(&run->context->pdb_build, run->protodesc.pg);
-    if (status != PDATA_SUCCESS)
-        pdata_diag_error(PDATA_DIAG_MATCHER_FILING);
-    return status;
+    pdb_pg &pg = run->protodesc.pg;
+    PDATA_TRY(pdata_diag_failed(pdb_builder_get_protocol_offsets(group, &pg),
+                                PDATA_DIAG_PROTOCOL_OFFSETS));
+    return pdata_diag_failed(pdb_builder_matcher_register(&run->context->pdb_build, pg),
+                             PDATA_DIAG_MATCHER_FILING);
 }
 
 /// Reads and files the groups of the protocol descriptions.
 pdata_status_t register_groups(build_run_t *run, std::span<const uint8_t> root)
 {
-    return walk_records(root, [&](uint32_t type, uint32_t header, std::span<const uint8_t> value) {
-        if (type == TLV_TYPE_PROTOGROUP)
-            return register_group(run, value);
-        pdata_diag_error(PDATA_DIAG_NO_GROUP, type, header);
-        return PDATA_SUCCESS;
-    });
+    view_cursor_t cursor = view_walk(view_file(root));
+    for (view_record_t child; view_next(cursor, child);) {
+        if (child.type == TLV_TYPE_PROTOGROUP)
+            PDATA_TRY(register_group(run, view_bytes(child.value)));
+        else
+            pdata_diag_error(PDATA_DIAG_NO_GROUP, child.type,
+                             static_cast<uint32_t>(child.offset / 4));
+    }
+    return PDATA_SUCCESS;
 }
 
 /// Reads the tag table and the main strings.
@@ -74,57 +53,63 @@ pdata_status_t load_tags_and_strings(build_run_t *run)
         return pdata_fail(PDATA_ERR_INVALID_ARGUMENT,
                           "PDM (tags) is mandatory when you try to compile graph/rules");
     std::span<const uint8_t> strings;
-    const pdata_status_t status = pdb_builder_load_type(PDB_TYPE_MAIN_HSTRING, TLV_TYPE_ROOT_STRING,
-                                                        *run->context, nullptr, &strings);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(pdb_builder_load_type(PDB_TYPE_MAIN_HSTRING, TLV_TYPE_ROOT_STRING, *run->context,
+                                    nullptr, &strings));
     const int ret =
         hstring_deserialize(&tags.hstring, strings.data(), static_cast<uint32_t>(strings.size()));
-    if (ret != 0)
-        pdata_diag_error(PDATA_DIAG_MAIN_STRINGS);
-    return module_err2pdata_status(PDATA_MODULE_HSTRING, ret);
+    return pdata_diag_failed(module_err2pdata_status(PDATA_MODULE_HSTRING, ret),
+                             PDATA_DIAG_MAIN_STRINGS);
 }
 
-/// Builds and serializes matchers and rules from the filed values.
-pdata_status_t build_sections(build_run_t *run)
+/// Builds and serializes the matchers from the filed values, which go as soon as they are built.
+pdata_status_t pdb_builder_matcher_serialize(build_run_t *run)
 {
     pdb_build_t *pdb_build = &run->context->pdb_build;
-    pdata_status_t status =
-        pdb_matcher_build(pdb_build, run->protodesc.pg, run->dump, run->sig_export);
-    if (status != PDATA_SUCCESS) {
-        pdata_diag_error(PDATA_DIAG_MATCHERS);
-        return status;
-    }
-    // Each table is as large as the descriptions; it goes as soon as the next form is there.
+    PDATA_TRY(pdata_diag_failed(pdb_matcher_build(pdb_build, run->dump, run->sig_export),
+                                PDATA_DIAG_MATCHERS));
     pdb_matcher_tab_clean(&pdb_build->pdb_build_matcher_tab);
-    status = pdb_rule_build(pdb_build, run->protodesc);
-    if (status != PDATA_SUCCESS) {
-        pdata_diag_error(PDATA_DIAG_RULES);
-        return status;
-    }
+    return PDATA_SUCCESS;
+}
+
+/// Releases what was read of the group.
+void pdb_builder_serialize_pg_clean(build_run_t *run)
+{
+    run->protodesc.pg = {};
+    pdb_facts_clean(&run->context->pdb_build.pdb_build_facts);
+}
+
+/// Builds the rules from the rule table and the facts, both of which go as soon as they are built.
+pdata_status_t pdb_builder_rule_build(build_run_t *run)
+{
+    pdb_build_t *pdb_build = &run->context->pdb_build;
+    PDATA_TRY(pdata_diag_failed(pdb_rule_build(pdb_build, run->protodesc), PDATA_DIAG_RULES));
     pdb_rule_tab_clean(&pdb_build->pdb_build_rule_tab);
-    status = pdb_rule_serialize(pdb_build, run->network_endian);
-    if (status != PDATA_SUCCESS)
-        pdata_diag_error(PDATA_DIAG_RULE_SECTION);
-    return status;
+    pdb_builder_serialize_pg_clean(run);
+    return PDATA_SUCCESS;
+}
+
+pdata_status_t pdb_builder_rule_serialize(build_run_t *run)
+{
+    return pdata_diag_failed(pdb_rule_serialize(&run->context->pdb_build, run->network_endian),
+                             PDATA_DIAG_RULE_SECTION);
 }
 
 /// The build of a pdb that has protocol descriptions.
 pdata_status_t serialize_protocols(build_run_t *run, std::span<const uint8_t> root)
 {
-    pdata_status_t status = register_groups(run, root);
-    if (status == PDATA_SUCCESS)
-        status = load_tags_and_strings(run);
-    if (status == PDATA_SUCCESS)
-        status = build_sections(run);
-    return status;
+    PDATA_TRY(register_groups(run, root));
+    PDATA_TRY(load_tags_and_strings(run));
+    PDATA_TRY(pdb_builder_matcher_serialize(run));
+    PDATA_TRY(pdb_builder_rule_build(run));
+    return pdb_builder_rule_serialize(run);
 }
 
-/// One protocol and one rule of it, while its values are filed.
+/// One rule of one protocol, while its values are filed.
 struct filing_t {
     pdb_build_t *pdb_build;
-    const pdb_pg &pg;
     item_idx_t idx;
+
+    const hstring_t &hstring() const { return pdb_build->pdb_build_facts.hstring; }
 };
 
 /// The minimum data under which a value is filed.
@@ -141,30 +126,17 @@ pdata_status_t file_attr(const filing_t &filing, const sub_ruledesc_t &sub_rule,
 {
     matcher_key_t key = {protocol, {}, ATTR_WAY_UNKNOWN};
     csa_attr_way_t way;
-    pdata_status_t status = attrdesc_get_name(attr, filing.pg.pg_hstring, &key.key_attr);
-    if (status == PDATA_SUCCESS)
-        status = attrdesc_get_way(attr, &way);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(attrdesc_get_name(attr, filing.hstring(), &key.key_attr));
+    PDATA_TRY(attrdesc_get_way(attr, &way));
     key.key_way = way;
+    pdb_matcher_value_t value = {filing.idx, {}, mindata_of(sub_rule, way), srule_id, 0};
     const uint64_t cost = MATCHER_BUDGET_COST + key.key_proto.str_len + key.key_attr.str_len;
     for (uint32_t i = 0; i < attrdesc_get_value_nr(attr); ++i) {
-        status = matcher_budget_take(&filing.pdb_build->pdb_build_budget, cost);
-        if (status != PDATA_SUCCESS)
-            return status;
-        pdb_matcher_value_t value = {filing.idx,
-                                     {},
-                                     mindata_of(sub_rule, way),
-                                     srule_id,
-                                     attrdesc_get_pattern_offset(attr, i)};
-        status = attrdesc_get_value(attr, i, filing.pg.pg_hstring, &value.val);
-        if (status != PDATA_SUCCESS)
-            return status;
-        status = pdb_matcher_register(filing.pdb_build, key, value);
-        if (status != PDATA_SUCCESS) {
-            pdata_diag_error(PDATA_DIAG_VALUE_FILING);
-            return status;
-        }
+        PDATA_TRY(matcher_budget_take(&filing.pdb_build->pdb_build_budget, cost));
+        value.pattern_offset = attrdesc_get_pattern_offset(attr, i);
+        PDATA_TRY(attrdesc_get_value(attr, i, filing.hstring(), &value.val));
+        PDATA_TRY(pdata_diag_failed(pdb_matcher_register(filing.pdb_build, key, value),
+                                    PDATA_DIAG_VALUE_FILING));
     }
     return PDATA_SUCCESS;
 }
@@ -175,54 +147,60 @@ pdata_status_t pdb_builder_matcher_subrule(const filing_t &filing, const sub_rul
                                            uint32_t srule_id)
 {
     csa_str_t protocol;
-    pdata_status_t status = sub_ruledesc_get_protocol(sub_rule, filing.pg.pg_hstring, &protocol);
-    for (uint32_t i = 0; i < sub_ruledesc_get_attrdesc_nr(sub_rule) && status == PDATA_SUCCESS;
-         ++i) {
+    PDATA_TRY(sub_ruledesc_get_protocol(sub_rule, filing.hstring(), &protocol));
+    for (uint32_t i = 0; i < sub_ruledesc_get_attrdesc_nr(sub_rule); ++i) {
         attrdesc_t attr;
-        status = sub_ruledesc_get_attrdesc(sub_rule, i, &attr);
-        if (status == PDATA_SUCCESS)
-            status = file_attr(filing, sub_rule, srule_id, protocol, attr);
+        PDATA_TRY(sub_ruledesc_get_attrdesc(sub_rule, i, &attr));
+        PDATA_TRY(file_attr(filing, sub_rule, srule_id, protocol, attr));
     }
-    return status;
+    return PDATA_SUCCESS;
 }
 
+/// Notes and files the sub-rules of a rule.
 pdata_status_t pdb_builder_matcher_rule(const filing_t &filing, const ruledesc_t &rule)
 {
-    pdata_status_t status = PDATA_SUCCESS;
-    for (uint32_t i = 0; i < ruledesc_get_sub_ruledesc_nr(rule) && status == PDATA_SUCCESS; ++i) {
+    for (uint32_t i = 0; i < ruledesc_get_sub_ruledesc_nr(rule); ++i) {
         sub_ruledesc_t sub_rule;
-        status = ruledesc_get_sub_ruledesc(rule, i, &sub_rule);
-        if (status == PDATA_SUCCESS)
-            status = pdb_builder_matcher_subrule(filing, sub_rule, i);
+        PDATA_TRY(pdb_rule_build_get_sub_rule(rule, i, &sub_rule));
+        pdb_facts_add_sub_rule(&filing.pdb_build->pdb_build_facts, sub_rule);
+        PDATA_TRY(pdb_builder_matcher_subrule(filing, sub_rule, i));
     }
-    return status;
+    return PDATA_SUCCESS;
 }
 
-pdata_status_t pdb_builder_matcher_protocol_rules(filing_t filing, const protodesc_t &protocol)
+/// Notes and files the rules of the protocol of an index.
+pdata_status_t pdb_builder_matcher_protocol_rules(pdb_build_t *pdb_build, uint32_t proto_idx,
+                                                  const protodesc_t &protocol)
 {
-    pdata_status_t status = PDATA_SUCCESS;
-    for (uint32_t i = 0; i < protodesc_get_ruledesc_nr(protocol) && status == PDATA_SUCCESS; ++i) {
+    for (uint32_t i = 0; i < protodesc_get_ruledesc_nr(protocol); ++i) {
         ruledesc_t rule;
-        filing.idx.item_rule_idx = i;
-        status = protodesc_get_ruledesc(protocol, i, &rule);
-        if (status == PDATA_SUCCESS)
-            status = pdb_builder_matcher_rule(filing, rule);
+        PDATA_TRY(pdb_rule_build_get_rule(protocol, i, &rule));
+        pdb_facts_add_rule(&pdb_build->pdb_build_facts, rule);
+        PDATA_TRY(pdb_builder_matcher_rule({pdb_build, {proto_idx, i}}, rule));
     }
-    return status;
+    return PDATA_SUCCESS;
+}
+
+/// Gives the string table of a group.
+pdata_status_t seek_for_hstring(std::span<const uint8_t> group, hstring_t *hstring)
+{
+    std::span<const uint8_t> strings;
+    PDATA_TRY(tlv_value_search(TLV_TYPE_PROTOGROUP_STRING, group, &strings));
+    *hstring = {strings.data(), static_cast<uint32_t>(strings.size())};
+    return PDATA_SUCCESS;
 }
 
 /// Hands the word offset of each protocol of a list to `found`.
 template <typename Found>
 void walk_protocols(std::span<const uint8_t> list, const Found &found)
 {
-    const auto look_at = [&](uint32_t type, uint32_t header, std::span<const uint8_t>) {
-        if (type == TLV_TYPE_PROTO)
-            found(header);
+    view_cursor_t cursor = view_walk(view_file(list));
+    for (view_record_t record; view_next(cursor, record);) {
+        if (record.type == TLV_TYPE_PROTO)
+            found(static_cast<uint32_t>(record.offset / 4));
         else
-            pdata_diag_error(PDATA_DIAG_NO_PROTOCOL_RECORD, type);
-        return PDATA_SUCCESS;
-    };
-    (void)walk_records(list, look_at); // never fails
+            pdata_diag_error(PDATA_DIAG_NO_PROTOCOL_RECORD, record.type);
+    }
 }
 
 } // namespace
@@ -281,13 +259,11 @@ pdata_status_t pdb_builder_serialize(pdb_context_t *context, const csa_dump_t &d
     const bool empty = proto_pdb.empty();
     pdata_status_t status = pdb_version_serialize(&context->pdb_build.pdb_build_tlv.protodesc_tlv,
                                                   pdata_pdb_version_get(), empty);
+    if (status == PDATA_SUCCESS && !empty)
+        status = pdata_diag_failed(loaded, PDATA_DIAG_NO_ROOT);
     if (status == PDATA_SUCCESS && !empty) {
         build_run_t run = {context, dump, sig_export, network_endian, {}};
-        status = loaded;
-        if (loaded != PDATA_SUCCESS)
-            pdata_diag_error(PDATA_DIAG_NO_ROOT);
-        else
-            status = serialize_protocols(&run, root);
+        status = serialize_protocols(&run, root);
     }
     pdb_clean(&context->pdb_build);
     return status;
@@ -296,16 +272,9 @@ pdata_status_t pdb_builder_serialize(pdb_context_t *context, const csa_dump_t &d
 pdata_status_t pdb_builder_get_protocol_offsets(std::span<const uint8_t> group, pdb_pg *pg)
 {
     *pg = {};
-    std::span<const uint8_t> strings;
-    pdata_status_t status = tlv_value_search(TLV_TYPE_PROTOGROUP_STRING, group, &strings);
-    if (status != PDATA_SUCCESS) {
-        pdata_diag_error(PDATA_DIAG_NO_GROUP_STRINGS);
-        return status;
-    }
-    pg->pg_hstring = {strings.data(), static_cast<uint32_t>(strings.size())};
-    status = tlv_value_search(TLV_TYPE_PROTOGROUP_PROTOS, group, &pg->pg_proto_list);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(
+        pdata_diag_failed(seek_for_hstring(group, &pg->pg_hstring), PDATA_DIAG_NO_GROUP_STRINGS));
+    PDATA_TRY(tlv_value_search(TLV_TYPE_PROTOGROUP_PROTOS, group, &pg->pg_proto_list));
     size_t nr_proto = 0;
     walk_protocols(pg->pg_proto_list, [&](uint32_t) { ++nr_proto; });
     pg->pg_proto_offset.reserve(nr_proto);
@@ -314,25 +283,22 @@ pdata_status_t pdb_builder_get_protocol_offsets(std::span<const uint8_t> group, 
     return PDATA_SUCCESS;
 }
 
-pdata_status_t pdb_builder_matcher_register(pdb_build_t *pdb_build, pdb_pg &pg)
+pdata_status_t pdb_builder_matcher_register(pdb_build_t *pdb_build, const pdb_pg &pg)
 {
+    pdb_facts_t *facts = &pdb_build->pdb_build_facts;
     const auto nr_proto = static_cast<uint32_t>(pg.pg_proto_offset.size());
-    pg.pg_protocols.reserve(nr_proto);
+    pdb_facts_init(facts, pg.pg_hstring, nr_proto);
     pdb_build->pdb_build_budget.limit +=
         MATCHER_BUDGET_PER_BYTE * (uint64_t{pg.pg_hstring.hs_len} + pg.pg_proto_list.size());
     for (uint32_t i = 0; i < nr_proto; ++i) {
         protodesc_t protocol;
         csa_str_t name;
-        pdata_status_t status = pdb_rule_build_get_proto(pg, i, &protocol);
-        if (status == PDATA_SUCCESS)
-            status = protodesc_get_name(protocol, pg.pg_hstring, &name);
-        if (status == PDATA_SUCCESS)
-            status = pdata_sig_export_mapping_add(i, protodesc_get_id(protocol), name);
-        if (status != PDATA_SUCCESS)
-            return status;
-        pg.pg_protocols.push_back(protocol);
+        PDATA_TRY(pdb_rule_build_get_proto(pg, i, &protocol));
+        PDATA_TRY(protodesc_get_name(protocol, pg.pg_hstring, &name));
+        PDATA_TRY(pdata_sig_export_mapping_add(i, protodesc_get_id(protocol), name));
+        pdb_facts_add_protocol(facts, protocol, name);
         // The status of the rules is not looked at, but for the budget. Part of the format.
-        (void)pdb_builder_matcher_protocol_rules({pdb_build, pg, {i, 0}}, protocol);
+        (void)pdb_builder_matcher_protocol_rules(pdb_build, i, protocol);
         if (pdb_build->pdb_build_budget.exceeded)
             return PDATA_ERR_OVERFLOW;
     }

@@ -47,10 +47,11 @@ void pdb_builder_load(pdb_context_t *context, std::span<const uint8_t> proto_pdb
 [[nodiscard]] pdata_status_t pdb_builder_get_protocol_offsets(std::span<const uint8_t> group,
                                                               pdb_pg *pg);
 
-/// Files every value of a group into the matcher table, and keeps the view of each protocol in the
-/// group. A failure inside the rules of a protocol does not stop the next protocols. Part of the
-/// format. PDATA_ERR_OVERFLOW with a message when the budget is used up.
-[[nodiscard]] pdata_status_t pdb_builder_matcher_register(pdb_build_t *pdb_build, pdb_pg &pg);
+/// Files every value of a group into the matcher table, and notes the facts of its protocols and
+/// rules in place of those of the group before it. A failure inside the rules of a protocol does
+/// not stop the next protocols. Part of the format. PDATA_ERR_OVERFLOW with a message when the
+/// budget is used up.
+[[nodiscard]] pdata_status_t pdb_builder_matcher_register(pdb_build_t *pdb_build, const pdb_pg &pg);
 
 /// Frees everything.
 void pdb_builder_clean(pdb_context_t *context);

@@ -7,7 +7,6 @@
 #include "pdata_diag.h"
 #include "pdb_attr_properties.h"
 #include "pdb_matcher_setup.h"
-#include "pdb_rule_build.h"
 
 namespace
 {
@@ -53,12 +52,13 @@ void pdb_matcher_register_print(const pdb_matcher_run_t &run, const pdb_matcher_
                                 uint32_t item_id)
 {
     const matcher_key_t &key = run.list.matcher_list_key;
-    protodesc_t protocol;
-    if (pdb_rule_build_get_proto(run.pg, elt.matcher_elt_idx.item_proto_idx, &protocol) !=
-        PDATA_SUCCESS) {
+    const auto &protocols = run.pdb_build->pdb_build_facts.protocols;
+    const uint32_t proto_idx = elt.matcher_elt_idx.item_proto_idx;
+    if (proto_idx >= protocols.size()) {
         pdata_diag_error(PDATA_DIAG_PATTERN_PROTOCOL);
         return;
     }
+    const protodesc_t &protocol = protocols[proto_idx].protocol;
     std::fprintf(run.pdb_build->pdb_build_pattern_fd,
                  "%s-%.*s-%-20.*s\t%-7u\t%-5u\t%-8u\t%-8u\t%.*s\n", attr_way2str(key.key_way),
                  key.key_proto.str_len, key.key_proto.str_buf, key.key_attr.str_len,
@@ -77,13 +77,10 @@ pdata_status_t add_rule_item(pdb_matcher_run_t *run, const pdb_matcher_elt &elt,
     const pdb_rule_item_t item = {item_id, attr.substr(0, REFERER.size()) == REFERER ? 1U : 0U,
                                   elt.srule_id,
                                   is_stream(run->matcher_type) ? elt.matcher_elt_val.str_len : 0U};
-    const pdata_status_t status =
-        pdb_rule_tab_add(&pdb_build->pdb_build_rule_tab, key, item, &pdb_build->pdb_build_nr_rule,
-                         pdb_build->pdb_build_config->rule_max_attr);
-    if (status != PDATA_SUCCESS) {
-        pdata_diag_error(PDATA_DIAG_VALUE_RULE);
-        return status;
-    }
+    PDATA_TRY(pdata_diag_failed(pdb_rule_tab_add(&pdb_build->pdb_build_rule_tab, key, item,
+                                                 &pdb_build->pdb_build_nr_rule,
+                                                 pdb_build->pdb_build_config->rule_max_attr),
+                                PDATA_DIAG_VALUE_RULE));
     pdb_build->pdb_build_item_id = item_id + 1;
     if (pdb_build->pdb_build_pattern_fd != nullptr)
         pdb_matcher_register_print(*run, elt, item_id);
@@ -102,47 +99,48 @@ struct value_run_t {
 pdata_status_t register_token(pdb_matcher_run_t *run, value_run_t *value, std::string_view token)
 {
     const pdb_matcher_elt &elt = value->elt;
+    const item_idx_t idx = elt.matcher_elt_idx;
     matcher_data_t data;
-    pdata_status_t status = convert_token(*run, elt, token, &data);
-    if (status == PDATA_SUCCESS && !value->info.has_value())
-        status = pdb_matcher_get_pattern_info(run->pg, elt, run->list.matcher_list_key.key_way,
-                                              run->matcher.mindata_status, &value->info.emplace());
-    if (status == PDATA_SUCCESS)
-        status = pdata_sig_export_set_context(run->sig_export, elt.matcher_elt_idx.item_proto_idx,
-                                              elt.matcher_elt_idx.item_rule_idx);
-    if (status != PDATA_SUCCESS)
-        return status;
-    status = matcher_register(&run->matcher, data, &value->item_id, value->forced, *value->info,
-                              run->sig_export);
-    if (status != PDATA_SUCCESS)
-        pdata_diag_error(PDATA_DIAG_VALUE_REGISTER, run->matcher_type, elt.matcher_elt_val.str_len,
-                         elt.matcher_elt_val.str_buf);
-    return status;
+    PDATA_TRY(convert_token(*run, elt, token, &data));
+    if (!value->info.has_value())
+        PDATA_TRY(pdb_matcher_get_pattern_info(
+            run->pdb_build->pdb_build_facts, elt, run->list.matcher_list_key.key_way,
+            run->matcher.mindata_status, &value->info.emplace()));
+    PDATA_TRY(pdata_sig_export_set_context(run->sig_export, idx.item_proto_idx, idx.item_rule_idx));
+    return pdata_diag_failed(matcher_register(&run->matcher, data, &value->item_id, value->forced,
+                                              *value->info, run->sig_export),
+                             PDATA_DIAG_VALUE_REGISTER, run->matcher_type,
+                             elt.matcher_elt_val.str_len, elt.matcher_elt_val.str_buf);
+}
+
+/// Brings a matcher into the form that is written, and tells the export that it is complete.
+pdata_status_t pdb_matcher_build_finalize(pdb_matcher_run_t *run)
+{
+    PDATA_TRY(matcher_finalize(&run->matcher));
+    if (pdata_sig_export_matcher_finalize(run->sig_export) != PDATA_SUCCESS)
+        return PDATA_ERR_SIG_EXPORT;
+    return PDATA_SUCCESS;
 }
 
 /// Builds the matcher of a list and serializes it.
 pdata_status_t build_list(pdb_matcher_run_t *run, const csa_dump_t &dump)
 {
     pdb_matcher_list_t &list = run->list;
-    pdata_status_t status =
-        pdb_matcher_build_init(*run->pdb_build, &run->matcher, &run->matcher_type, &list);
-    if (status != PDATA_SUCCESS)
-        return status;
     const matcher_key_t &key = list.matcher_list_key;
+    PDATA_TRY(pdb_matcher_build_init(*run->pdb_build, &run->matcher, &run->matcher_type, &list));
     if (pdata_sig_export_matcher_prepare(run->sig_export, &key.key_proto, &key.key_attr,
                                          key.key_way) != PDATA_SUCCESS)
         return PDATA_ERR_SIG_EXPORT;
-    for (auto elt = list.matcher_elts.rbegin(); elt != list.matcher_elts.rend(); ++elt) {
-        status = pdb_matcher_build_register(run, &*elt);
-        if (status != PDATA_SUCCESS)
-            return status;
-    }
-    status = matcher_finalize(&run->matcher);
-    if (status != PDATA_SUCCESS)
-        return status;
-    if (pdata_sig_export_matcher_finalize(run->sig_export) != PDATA_SUCCESS)
-        return PDATA_ERR_SIG_EXPORT;
+    for (auto elt = list.matcher_elts.rbegin(); elt != list.matcher_elts.rend(); ++elt)
+        PDATA_TRY(pdb_matcher_build_register(run, &*elt));
+    PDATA_TRY(pdb_matcher_build_finalize(run));
     return pdb_matcher_build_serialize(run->pdb_build, run->matcher, key, dump);
+}
+
+/// Releases what the matcher of a list was built from.
+void pdb_matcher_build_clean(pdb_matcher_run_t *run)
+{
+    matcher_build_clean(&run->matcher);
 }
 
 } // namespace
@@ -153,14 +151,9 @@ pdata_status_t pdb_matcher_build_register(pdb_matcher_run_t *run, pdb_matcher_el
     const pdb_matcher_elt *twin = elt->matcher_elt_force;
     value_run_t value = {*elt, {}, twin == nullptr ? 0 : twin->matcher_elt_force_id, false};
     value.forced = value.item_id != 0;
-    pdata_status_t status =
-        matcher_budget_take(&run->pdb_build->pdb_build_budget, elt->matcher_elt_val.str_len);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(matcher_budget_take(&run->pdb_build->pdb_build_budget, elt->matcher_elt_val.str_len));
     for (std::string_view token = next_token(&rest); !token.empty(); token = next_token(&rest)) {
-        status = register_token(run, &value, token);
-        if (status != PDATA_SUCCESS)
-            return status;
+        PDATA_TRY(register_token(run, &value, token));
         if (value.forced) {
             if (is_stream(run->matcher_type))
                 break;
@@ -168,29 +161,24 @@ pdata_status_t pdb_matcher_build_register(pdb_matcher_run_t *run, pdb_matcher_el
         }
         if (twin != nullptr && elt->matcher_elt_force_id == 0)
             elt->matcher_elt_force_id = value.item_id;
-        status = add_rule_item(run, *elt, value.item_id);
-        if (status != PDATA_SUCCESS)
-            return status;
+        PDATA_TRY(add_rule_item(run, *elt, value.item_id));
         value.forced = !is_stream(run->matcher_type);
     }
     return PDATA_SUCCESS;
 }
 
-pdata_status_t pdb_matcher_build(pdb_build_t *pdb_build, const pdb_pg &pg, const csa_dump_t &dump,
+pdata_status_t pdb_matcher_build(pdb_build_t *pdb_build, const csa_dump_t &dump,
                                  pdata_sig_export_t *sig_export)
 {
     auto &lists = pdb_build->pdb_build_matcher_tab.matcher_lists;
     for (auto list = lists.rbegin(); list != lists.rend(); ++list) {
-        pdb_matcher_run_t run = {pdb_build, pg, sig_export, *list, {}, MATCHER_TYPE_UNKNOWN};
+        pdb_matcher_run_t run = {pdb_build, sig_export, *list, {}, MATCHER_TYPE_UNKNOWN};
         const pdata_status_t status = build_list(&run, dump);
-        matcher_build_clean(&run.matcher);
-        if (status != PDATA_SUCCESS)
-            return status;
+        pdb_matcher_build_clean(&run);
+        PDATA_TRY(status);
     }
     pdata_status_t status = pdb_matcher_build_serialize_hstring(pdb_build);
     if (status == PDATA_SUCCESS)
         status = pdb_matcher_build_serialize_header(pdb_build);
-    if (status != PDATA_SUCCESS)
-        pdata_diag_error(PDATA_DIAG_MATCHER_LIST);
-    return status;
+    return pdata_diag_failed(status, PDATA_DIAG_MATCHER_LIST);
 }

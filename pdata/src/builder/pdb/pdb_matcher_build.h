@@ -14,14 +14,12 @@
 /// Builds and serializes every matcher, the newest list first, and gives every value its item.
 /// Failures are those of the engines, the export and the rule table, most of them with a line on
 /// standard error that shows the value.
-[[nodiscard]] pdata_status_t pdb_matcher_build(pdb_build_t *pdb_build, const pdb_pg &pg,
-                                               const csa_dump_t &dump,
+[[nodiscard]] pdata_status_t pdb_matcher_build(pdb_build_t *pdb_build, const csa_dump_t &dump,
                                                pdata_sig_export_t *sig_export);
 
 /// A matcher being built from its list.
 struct pdb_matcher_run_t {
     pdb_build_t *pdb_build;
-    const pdb_pg &pg;
     pdata_sig_export_t *sig_export; ///< may be null
     pdb_matcher_list_t &list;
     matcher_build matcher;

@@ -1,5 +1,4 @@
-#include <exception>
-
+#include "hstring_record.h"
 #include "pdata_diag.h"
 #include "pdb_matcher_build.h"
 #include "tlv_description.h"
@@ -16,39 +15,28 @@ pdata_status_t pdb_push_string(tlv_sink_t &sink, hstring_build_t *hstring, csa_s
     return module_err2pdata_status(PDATA_MODULE_HSTRING, ret);
 }
 
-pdata_status_t put_meta(tlv_sink_t &sink, hstring_build_t *hstring, const matcher_key_t &key)
+pdata_status_t put_meta(const matcher_key_t &key, hstring_build_t *hstring, tlv_sink_t &sink)
 {
     const size_t header = tlv_open_record(sink);
-    pdata_status_t status = pdb_push_string(sink, hstring, key.key_proto);
-    if (status == PDATA_SUCCESS)
-        status = pdb_push_string(sink, hstring, key.key_attr);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(pdb_push_string(sink, hstring, key.key_proto));
+    PDATA_TRY(pdb_push_string(sink, hstring, key.key_attr));
     tlv_sink_put(sink, key.key_way, 4);
     return tlv_close_record(sink, header, TLV_TYPE_PDB_MATCHER_META);
 }
 
-/// Emits the entry of a matcher whose serialized size is known.
-pdata_status_t put_entry(tlv_sink_t &sink, hstring_build_t *hstring, const matcher_build &matcher,
-                         size_t size, const matcher_key_t &key, const csa_dump_t &dump)
+/// Emits the record of a matcher.
+pdata_status_t pdb_build_matcher_emit(const matcher_build &matcher, const matcher_key_t &key,
+                                      hstring_build_t *hstring, tlv_sink_t &sink)
 {
     const size_t entry = tlv_open_record(sink);
-    pdata_status_t status = put_meta(sink, hstring, key);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(put_meta(key, hstring, sink));
     const size_t data = tlv_open_record(sink);
-    uint8_t *at = tlv_sink_take(sink, size);
-    if (at != nullptr) {
-        status = matcher_serialize(matcher, {at, size}, dump);
-        if (status != PDATA_SUCCESS) {
-            pdata_diag_error(PDATA_DIAG_MATCHER_BLOB);
-            return status;
-        }
-    }
-    status = tlv_close_record(sink, data, TLV_TYPE_PDB_MATCHER_DATA);
-    if (status == PDATA_SUCCESS)
-        status = tlv_close_record(sink, entry, TLV_TYPE_PDB_MATCHER);
-    return status;
+    const pdata_status_t status = matcher_emit(matcher, sink);
+    if (status != PDATA_SUCCESS && sink.buf != nullptr)
+        pdata_diag_error(PDATA_DIAG_MATCHER_BLOB);
+    PDATA_TRY(status);
+    PDATA_TRY(tlv_close_record(sink, data, TLV_TYPE_PDB_MATCHER_DATA));
+    return tlv_close_record(sink, entry, TLV_TYPE_PDB_MATCHER);
 }
 
 /// A section that is too long for a header is refused where the field of a length ends, not at the
@@ -62,37 +50,33 @@ pdata_status_t check_length(uint64_t root_len)
     return PDATA_SUCCESS;
 }
 
+/// Gives the header word of a record whose value stands elsewhere.
+pdata_status_t pdb_push_type_len(uint32_t type, uint32_t len, uint32_t *word)
+{
+    uint8_t header[4];
+    uint32_t offset = 0;
+    PDATA_TRY(tlv_push_type_len(type, len, header, &offset));
+    *word = tlv_get(header);
+    return PDATA_SUCCESS;
+}
+
 } // namespace
 
 pdata_status_t pdb_matcher_build_serialize(pdb_build_t *pdb_build, const matcher_build &matcher,
-                                           const matcher_key_t &key, const csa_dump_t &dump)
+                                           const matcher_key_t &key, const csa_dump_t &)
 {
     hstring_build_t *hstring = &pdb_build->pdb_build_matcher_hstring;
-    size_t size = 0;
-    pdata_status_t status = matcher_get_size(matcher, &size);
-    if (status != PDATA_SUCCESS)
-        return status;
-    tlv_sink_t counting = tlv_sink_counting();
-    status = put_entry(counting, hstring, matcher, size, key, dump);
     pdb_build_matchers_t &matchers = pdb_build->pdb_build_tlv.matchers;
-    if (status == PDATA_SUCCESS)
-        status = check_length(uint64_t{matchers.root_len} + counting.offset / 4);
-    if (status != PDATA_SUCCESS)
-        return status;
-    csa_buf_t entry;
+    tlv_sink_t counting = tlv_sink_counting();
+    PDATA_TRY(pdb_build_matcher_emit(matcher, key, hstring, counting));
+    PDATA_TRY(check_length(uint64_t{matchers.root_len} + counting.offset / 4));
+    csa_buf_t &entry = matchers.tlv_list.emplace_back().matcher_tlv_entry;
     if (!csa_buf_alloc(entry, counting.offset))
         return PDATA_ERR_NO_MEMORY;
     tlv_sink_t writing = tlv_sink_writing(entry);
-    status = put_entry(writing, hstring, matcher, size, key, dump);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(pdb_build_matcher_emit(matcher, key, hstring, writing));
     matchers.root_len += static_cast<uint32_t>(entry.size() / 4);
     matchers.pdb_len += static_cast<uint32_t>(entry.size() / 4);
-    try {
-        matchers.tlv_list.push_back(std::move(entry));
-    } catch (const std::exception &) {
-        return PDATA_ERR_NO_MEMORY;
-    }
     return PDATA_SUCCESS;
 }
 
@@ -100,29 +84,18 @@ pdata_status_t pdb_matcher_build_serialize_hstring(pdb_build_t *pdb_build)
 {
     const hstring_build_t &hstring = pdb_build->pdb_build_matcher_hstring;
     pdb_build_matchers_t &matchers = pdb_build->pdb_build_tlv.matchers;
-    const uint32_t size = hstring_get_size(hstring);
-    if (!csa_buf_alloc(matchers.hstring_tlv, size_t{size} + 4))
+    const size_t size = size_t{hstring_get_size(hstring)} + 4;
+    if (!csa_buf_alloc(matchers.hstring_tlv, size))
         return PDATA_ERR_NO_MEMORY;
     tlv_sink_t sink = tlv_sink_writing(matchers.hstring_tlv);
-    const size_t header = tlv_open_record(sink);
-    const int ret = hstring_serialize(hstring, {tlv_sink_take(sink, size), size});
-    if (ret != 0)
-        return module_err2pdata_status(PDATA_MODULE_HSTRING, ret);
-    matchers.root_len += 2 + size / 4;
-    return tlv_close_record(sink, header, TLV_TYPE_PDB_MATCHER_STRING);
+    matchers.root_len += static_cast<uint32_t>(size / 4) + 1;
+    return hstring_emit(hstring, TLV_TYPE_PDB_MATCHER_STRING, sink);
 }
 
 pdata_status_t pdb_matcher_build_serialize_header(pdb_build_t *pdb_build)
 {
     pdb_build_matchers_t &matchers = pdb_build->pdb_build_tlv.matchers;
-    uint8_t words[8];
-    uint32_t offset = 0;
-    pdata_status_t status = check_length(matchers.root_len);
-    if (status == PDATA_SUCCESS)
-        status = tlv_push_type_len(TLV_TYPE_ROOT_MATCHERS, matchers.root_len, words, &offset);
-    if (status == PDATA_SUCCESS)
-        status = tlv_push_type_len(TLV_TYPE_PDB_MATCHER_LIST, matchers.pdb_len, words, &offset);
-    matchers.root_tlv = tlv_get(words);
-    matchers.pdb_tlv = tlv_get(words + 4);
-    return status;
+    PDATA_TRY(check_length(matchers.root_len));
+    PDATA_TRY(pdb_push_type_len(TLV_TYPE_ROOT_MATCHERS, matchers.root_len, &matchers.root_tlv));
+    return pdb_push_type_len(TLV_TYPE_PDB_MATCHER_LIST, matchers.pdb_len, &matchers.pdb_tlv);
 }

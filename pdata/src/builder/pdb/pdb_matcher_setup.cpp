@@ -12,63 +12,50 @@ pdata_status_t unknown_type(uint32_t matcher_type)
                       matcher_type);
 }
 
-/// Gives the first minimum data of a rule for a direction, and the sub-rule it was found in, or
-/// the last one.
-pdata_status_t find_mindata(const ruledesc_t &rule, uint32_t way, uint32_t *mindata,
-                            sub_ruledesc_t *sub_rule)
-{
-    for (uint32_t i = 0; i < ruledesc_get_sub_ruledesc_nr(rule); ++i) {
-        const pdata_status_t status = ruledesc_get_sub_ruledesc(rule, i, sub_rule);
-        if (status != PDATA_SUCCESS)
-            return status;
-        *mindata = sub_ruledesc_get_mindata(*sub_rule, way);
-        if (*mindata != 0)
-            break;
-    }
-    return PDATA_SUCCESS;
-}
-
 /// Tells whether the two attributes of a sub-rule have one name.
-pdata_status_t have_one_name(const pdb_pg &pg, const sub_ruledesc_t &sub_rule, bool *one_name)
+pdata_status_t have_one_name(const hstring_t &hstring, const sub_ruledesc_t &sub_rule,
+                             bool *one_name)
 {
     csa_str_t names[2];
     for (uint32_t i = 0; i < 2; ++i) {
         attrdesc_t attr;
-        pdata_status_t status = sub_ruledesc_get_attrdesc(sub_rule, i, &attr);
-        if (status == PDATA_SUCCESS)
-            status = attrdesc_get_name(attr, pg.pg_hstring, &names[i]);
-        if (status != PDATA_SUCCESS)
-            return status;
+        PDATA_TRY(sub_ruledesc_get_attrdesc(sub_rule, i, &attr));
+        PDATA_TRY(attrdesc_get_name(attr, hstring, &names[i]));
     }
     *one_name = csa_str_equal(names[0], names[1]);
     return PDATA_SUCCESS;
 }
 
 /// Records what is wrong with the shape of a preempt rule. The build goes on.
-pdata_status_t check_preempt(const pdb_pg &pg, const protodesc_t &protocol, uint32_t rule_idx,
-                             const ruledesc_t &rule, const sub_ruledesc_t &sub_rule)
+pdata_status_t check_preempt(const pdb_facts_t &facts, const item_idx_t &idx, uint32_t srule_idx)
 {
-    const uint32_t proto_id = protodesc_get_id(protocol);
-    if (ruledesc_get_sub_ruledesc_nr(rule) != 1)
+    pdb_rule_view_t view;
+    sub_ruledesc_t sub_rule{};
+    PDATA_TRY(pdb_facts_get_view(facts, idx, &view));
+    const uint32_t nr_sub_rule = ruledesc_get_sub_ruledesc_nr(view.rule);
+    if (nr_sub_rule != 0)
+        PDATA_TRY(pdb_rule_build_get_sub_rule(view.rule, srule_idx, &sub_rule));
+    const uint32_t proto_id = protodesc_get_id(facts.protocols[idx.item_proto_idx].protocol);
+    if (nr_sub_rule != 1)
         (void)pdata_fail(PDATA_ERR_RULE_ENGINE,
                          "Protocol %u has a preempt rule (%u) with a multiple-sub-rules.", proto_id,
-                         rule_idx);
+                         idx.item_rule_idx);
     const uint32_t nr_attr = sub_ruledesc_get_attrdesc_nr(sub_rule);
     if (nr_attr > 2)
         (void)pdata_fail(PDATA_ERR_RULE_ENGINE,
                          "Protocol %u has a preempt rule (%u) with too many attributes.Either 1 or "
                          "2 attributes are allowed if they correspond to the same attribute name "
                          "on both different ways.",
-                         proto_id, rule_idx);
+                         proto_id, idx.item_rule_idx);
     if (nr_attr != 2)
         return PDATA_SUCCESS;
     bool one_name = true;
-    const pdata_status_t status = have_one_name(pg, sub_rule, &one_name);
-    if (status == PDATA_SUCCESS && !one_name)
+    PDATA_TRY(have_one_name(facts.hstring, sub_rule, &one_name));
+    if (!one_name)
         (void)pdata_fail(PDATA_ERR_RULE_ENGINE,
                          "Both attribute names should be the same (with different ways) to allow "
                          "preempt matching.");
-    return status;
+    return PDATA_SUCCESS;
 }
 
 } // namespace
@@ -85,10 +72,7 @@ pdata_status_t pdb_matcher_build_init(pdb_build_t &pdb_build, matcher_build *mat
                           proto.str_len, proto.str_buf, attr.str_len, attr.str_buf);
     matcher_list->matcher_list_info = pdb_matcher_get_transformer_fct(proto, attr);
     matcher_desc_t desc;
-    const pdata_status_t status =
-        pdb_matcher_set_desc(pdb_build, *matcher_list, *matcher_type, &desc);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(pdb_matcher_set_desc(pdb_build, *matcher_list, *matcher_type, &desc));
     desc.budget = &pdb_build.pdb_build_budget;
     return matcher_init(matcher, *matcher_type, 0, desc);
 }
@@ -122,28 +106,18 @@ pdata_status_t pdb_matcher_set_desc(const pdb_build_t &pdb_build,
     }
 }
 
-pdata_status_t pdb_matcher_get_pattern_info(const pdb_pg &pg, const pdb_matcher_elt &elt,
+pdata_status_t pdb_matcher_get_pattern_info(const pdb_facts_t &facts, const pdb_matcher_elt &elt,
                                             uint32_t way, mindata_status_t mindata_status,
                                             pattern_info *info)
 {
     const item_idx_t idx = elt.matcher_elt_idx;
-    protodesc_t protocol;
-    ruledesc_t rule;
-    pdata_status_t status = pdb_rule_build_get_proto(pg, idx.item_proto_idx, &protocol);
-    if (status == PDATA_SUCCESS)
-        status = pdb_rule_build_get_rule(protocol, idx.item_rule_idx, &rule);
-    if (status != PDATA_SUCCESS)
-        return status;
-    sub_ruledesc_t sub_rule{};
-    info->mindata = 0;
-    status = find_mindata(rule, way, &info->mindata, &sub_rule);
-    if (status != PDATA_SUCCESS)
-        return status;
-    if (info->mindata == 0 && mindata_status == MINDATA_MANDATORY)
+    pdb_rule_facts_t rule;
+    pdb_mindata_t mindata;
+    PDATA_TRY(pdb_facts_get_rule(facts, idx, way, &rule, &mindata));
+    if (mindata.bytes == 0 && mindata_status == MINDATA_MANDATORY)
         (void)pdata_fail(PDATA_ERR_RULE_ENGINE, "You need to set the mindata when it is mandatory");
-    info->priority = ruledesc_get_order(rule);
-    info->preempt = ruledesc_get_preempt(rule) != 0 ? 1 : 0;
-    if (info->preempt == 0)
-        return PDATA_SUCCESS;
-    return check_preempt(pg, protocol, idx.item_rule_idx, rule, sub_rule);
+    info->mindata = mindata.bytes;
+    info->priority = rule.priority;
+    info->preempt = static_cast<uint8_t>(rule.preempt);
+    return rule.preempt == 0 ? PDATA_SUCCESS : check_preempt(facts, idx, mindata.sub_rule);
 }

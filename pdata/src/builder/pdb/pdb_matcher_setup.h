@@ -18,12 +18,12 @@
                                                   matcher_desc_t *desc);
 
 /// Fills in the minimum data, the priority and the preempt mark of a value, from the rule that it
-/// belongs to. `way` is the direction of its matcher. Returns the failure of a description that
-/// cannot be read.
+/// belongs to. `way` is the direction of its matcher. Returns the failure of a description that the
+/// filing did not note and that cannot be read.
 ///
 /// A minimum that is missing where it is mandatory, and a preempt rule of the wrong shape, only
 /// record PDATA_ERR_RULE_ENGINE and a message: the build goes on.
-[[nodiscard]] pdata_status_t pdb_matcher_get_pattern_info(const pdb_pg &pg,
+[[nodiscard]] pdata_status_t pdb_matcher_get_pattern_info(const pdb_facts_t &facts,
                                                           const pdb_matcher_elt &elt, uint32_t way,
                                                           mindata_status_t mindata_status,
                                                           pattern_info *info);

@@ -6,13 +6,14 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <deque>
-#include <string>
 #include <unordered_map>
 
 #include "csa_str.h"
 #include "csa_types.h"
 #include "pdata_error.h"
+#include "pdb_facts.h"
 #include "transformer.h"
 
 /// Which matcher a value belongs to. The names are not owned.
@@ -20,12 +21,6 @@ struct matcher_key_t {
     csa_str_t key_proto;
     csa_str_t key_attr;
     uint32_t key_way = ATTR_WAY_UNKNOWN; ///< csa_attr_way_t
-};
-
-/// Which rule a value belongs to.
-struct item_idx_t {
-    uint32_t item_proto_idx; ///< index of the protocol in the pdb's protocol list
-    uint32_t item_rule_idx;  ///< index of the rule within it
 };
 
 /// One value. The text is not owned.
@@ -48,9 +43,20 @@ struct pdb_matcher_list_t {
     std::deque<pdb_matcher_elt> matcher_elts;    ///< oldest first; their addresses stay
 };
 
+/// Keys are equal when their directions and the lengths of their names are, and the names agree up
+/// to the end or a 0 byte.
+bool pdb_matcher_tab_key_cmp(const matcher_key_t &a, const matcher_key_t &b);
+
+/// Returns a number that equal keys have in common.
+size_t pdb_matcher_tab_key_hash(const matcher_key_t &key);
+
 struct pdb_matcher_tab_t {
+    using index_t =
+        std::unordered_map<matcher_key_t, pdb_matcher_list_t *, decltype(&pdb_matcher_tab_key_hash),
+                           decltype(&pdb_matcher_tab_key_cmp)>;
+
     std::deque<pdb_matcher_list_t> matcher_lists; ///< oldest first; their addresses stay
-    std::unordered_map<std::string, pdb_matcher_list_t *> index;
+    index_t index{0, pdb_matcher_tab_key_hash, pdb_matcher_tab_key_cmp};
 };
 
 /// A value to file.
@@ -71,12 +77,16 @@ void pdb_matcher_tab_init(pdb_matcher_tab_t *matcher_tab);
                                                  const matcher_key_t &matcher_key,
                                                  const pdb_matcher_value_t &value);
 
-/// Returns the list of a key, or null. Names are equal when their lengths are and they agree up to
-/// the end or a 0 byte.
-pdb_matcher_list_t *pdb_matcher_tab_find(pdb_matcher_tab_t *matcher_tab, const matcher_key_t &key);
+/// Returns the list of a key, or null.
+pdb_matcher_list_t *pdb_matcher_tab_find(const pdb_matcher_tab_t &matcher_tab,
+                                         const matcher_key_t &key);
 
 /// Returns the number of values of a list.
 uint32_t pdb_matcher_tab_get_nr(const pdb_matcher_list_t &list);
+
+/// Writes the table to `file`, newest first: a line per list, and under it one per value with the
+/// protocol and the rule that it belongs to.
+void pdb_matcher_tab_print(const pdb_matcher_tab_t &matcher_tab, std::FILE *file);
 
 /// Frees everything.
 void pdb_matcher_tab_clean(pdb_matcher_tab_t *matcher_tab);

@@ -1,7 +1,5 @@
 #include "pdb_protocol_map.h"
 
-#include <exception>
-
 #include "tlv_description.h"
 
 namespace
@@ -34,11 +32,8 @@ pdata_status_t add_path(protocol_build_map_t *map, size_t row, csa_str_t proto_n
         return set_cell(map, map->map_proto_id, first, proto_name);
     for (uint32_t i = 0; i < nr_path; ++i) {
         csa_str_t name;
-        pdata_status_t status = ruledesc_get_path_elt(rule, i, hstring, &name);
-        if (status == PDATA_SUCCESS)
-            status = set_cell(map, map->map_proto_id, first + i, name);
-        if (status != PDATA_SUCCESS)
-            return status;
+        PDATA_TRY(ruledesc_get_path_elt(rule, i, hstring, &name));
+        PDATA_TRY(set_cell(map, map->map_proto_id, first + i, name));
     }
     return PDATA_SUCCESS;
 }
@@ -48,11 +43,8 @@ pdata_status_t add_bottoms(protocol_build_map_t *map, std::vector<uint32_t> &cel
                            const csa_str_t (&names)[2])
 {
     size_t cell = row * map->rule_max_subrules;
-    if (names[1].str_len != 0) {
-        const pdata_status_t status = set_cell(map, cells, cell++, names[1]);
-        if (status != PDATA_SUCCESS)
-            return status;
-    }
+    if (names[1].str_len != 0)
+        PDATA_TRY(set_cell(map, cells, cell++, names[1]));
     return set_cell(map, cells, cell, names[0]);
 }
 
@@ -62,29 +54,34 @@ void put_words(tlv_sink_t &sink, const std::vector<uint32_t> &words)
         tlv_sink_put(sink, word, 4);
 }
 
+/// Writes the filled cells of a row.
+void print_row(const std::vector<uint32_t> &cells, size_t row, uint32_t width, std::FILE *file)
+{
+    for (size_t cell = row * width; cell < (row + 1) * width; ++cell)
+        if (cells[cell] != PDB_PROTOCOL_MAP_EMPTY)
+            std::fprintf(file, " %u", cells[cell]);
+    std::fprintf(file, ";");
+}
+
 } // namespace
 
 pdata_status_t pdb_protocol_map_init(protocol_build_map_t *map, uint32_t nr_rule,
                                      uint32_t rule_max_path, uint32_t rule_max_subrules)
 {
     pdb_protocol_map_clean(map);
-    try {
+    const pdata_status_t status = pdata_guard([&] {
         map->map_proto_id.assign(size_t{nr_rule} * rule_max_path, PDB_PROTOCOL_MAP_EMPTY);
         map->map_bottom.assign(size_t{nr_rule} * rule_max_subrules, PDB_PROTOCOL_MAP_EMPTY);
         map->map_real_bottom.assign(size_t{nr_rule} * rule_max_subrules, PDB_PROTOCOL_MAP_EMPTY);
         map->map_vid.assign(nr_rule, PDB_PROTOCOL_MAP_EMPTY);
-    } catch (const std::exception &) {
+        map->map_nr_rule = nr_rule;
+        map->rule_max_path = rule_max_path;
+        map->rule_max_subrules = rule_max_subrules;
+        return hstring_init(&map->map_hstring, 0) == 0 ? PDATA_SUCCESS : PDATA_ERR_NO_MEMORY;
+    });
+    if (status != PDATA_SUCCESS)
         pdb_protocol_map_clean(map);
-        return PDATA_ERR_NO_MEMORY;
-    }
-    map->map_nr_rule = nr_rule;
-    map->rule_max_path = rule_max_path;
-    map->rule_max_subrules = rule_max_subrules;
-    if (hstring_init(&map->map_hstring, 0) != 0) {
-        pdb_protocol_map_clean(map);
-        return PDATA_ERR_NO_MEMORY;
-    }
-    return PDATA_SUCCESS;
+    return status;
 }
 
 pdata_status_t pdb_protocol_map_add(protocol_build_map_t *map, uint32_t rule_id,
@@ -92,16 +89,11 @@ pdata_status_t pdb_protocol_map_add(protocol_build_map_t *map, uint32_t rule_id,
                                     const hstring_t &hstring)
 {
     const size_t row = size_t{rule_id} - 1;
-    pdata_status_t status = add_path(map, row, names.proto_name, rule, hstring);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(add_path(map, row, names.proto_name, rule, hstring));
     if (row >= map->map_nr_rule)
         return PDATA_ERR_INVALID_ARGUMENT;
-    status = add_bottoms(map, map->map_bottom, row, names.bottom);
-    if (status == PDATA_SUCCESS)
-        status = add_bottoms(map, map->map_real_bottom, row, names.real_bottom);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(add_bottoms(map, map->map_bottom, row, names.bottom));
+    PDATA_TRY(add_bottoms(map, map->map_real_bottom, row, names.real_bottom));
     if (rule.rule_vid != PDB_PROTOCOL_MAP_EMPTY) {
         map->map_vid_used = 1;
         map->map_vid[row] = rule.rule_vid;
@@ -109,7 +101,7 @@ pdata_status_t pdb_protocol_map_add(protocol_build_map_t *map, uint32_t rule_id,
     return PDATA_SUCCESS;
 }
 
-void pdb_protocol_map_serialize(const protocol_build_map_t &map, tlv_sink_t &sink)
+void pdb_protocol_map_emit(const protocol_build_map_t &map, tlv_sink_t &sink)
 {
     put_words(sink, map.map_proto_id);
     put_words(sink, map.map_bottom);
@@ -118,11 +110,22 @@ void pdb_protocol_map_serialize(const protocol_build_map_t &map, tlv_sink_t &sin
         put_words(sink, map.map_vid);
 }
 
-uint32_t pdb_protocol_map_get_size(const protocol_build_map_t &map)
+size_t pdb_protocol_map_get_size(const protocol_build_map_t &map)
 {
     tlv_sink_t sink = tlv_sink_counting();
-    pdb_protocol_map_serialize(map, sink);
-    return static_cast<uint32_t>(sink.offset);
+    pdb_protocol_map_emit(map, sink);
+    return sink.offset;
+}
+
+void pdb_protocol_map_print(const protocol_build_map_t &map, std::FILE *file)
+{
+    for (size_t row = 0; row < map.map_nr_rule; ++row) {
+        std::fprintf(file, "%zu:", row + 1);
+        print_row(map.map_proto_id, row, map.rule_max_path, file);
+        print_row(map.map_bottom, row, map.rule_max_subrules, file);
+        print_row(map.map_real_bottom, row, map.rule_max_subrules, file);
+        std::fprintf(file, "\n");
+    }
 }
 
 void pdb_protocol_map_clean(protocol_build_map_t *map)

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <vector>
 
 #include "csa_str.h"
@@ -50,11 +51,12 @@ struct pdb_protocol_map_names_t {
                                                   const pdb_protocol_map_names_t &names,
                                                   const ruledesc_t &rule, const hstring_t &hstring);
 
-/// Returns the size in bytes of the serialized map.
-uint32_t pdb_protocol_map_get_size(const protocol_build_map_t &map);
+/// Emits the map, and returns the size in bytes of what is emitted.
+void pdb_protocol_map_emit(const protocol_build_map_t &map, tlv_sink_t &sink);
+size_t pdb_protocol_map_get_size(const protocol_build_map_t &map);
 
-/// Emits the map.
-void pdb_protocol_map_serialize(const protocol_build_map_t &map, tlv_sink_t &sink);
+/// Writes the map to `file`, a line per rule with its paths, bottoms and real bottoms as offsets.
+void pdb_protocol_map_print(const protocol_build_map_t &map, std::FILE *file);
 
 /// Frees everything.
 void pdb_protocol_map_clean(protocol_build_map_t *map);

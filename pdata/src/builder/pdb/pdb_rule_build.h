@@ -15,9 +15,9 @@ constexpr uint32_t PDB_RULE_ITEM_WEIGHT = 4000;
 /// not guarded. Part of the format.
 void pdb_rule_set_priority(uint32_t *rule_prio, uint32_t nr_item, uint32_t sum_attr_len);
 
-/// Registers every rule of the rule table and fills the maps. A description that cannot be read
-/// is reported on standard error and its status returned; other failures are those of the rule
-/// builder and of the maps.
+/// Registers every rule of the rule table and fills the maps from the facts of the build. What the
+/// filing did not note and cannot be read is reported on standard error and its status returned;
+/// other failures are those of the rule builder and of the maps.
 [[nodiscard]] pdata_status_t pdb_rule_build(pdb_build_t *pdb_build,
                                             const pdb_protodesc &pdb_protodesc);
 
@@ -25,8 +25,8 @@ void pdb_rule_set_priority(uint32_t *rule_prio, uint32_t nr_item, uint32_t sum_a
 /// the tag table.
 [[nodiscard]] pdata_status_t pdb_rule_serialize(pdb_build_t *pdb_build, uint32_t network_endian);
 
-/// Gives the view of a protocol of a group: the one that the filing has kept, or a new one.
-/// PDATA_ERR_INVALID_ARGUMENT for an index beyond the group; otherwise as protodesc_deserialize.
+/// Reads a protocol of a group. PDATA_ERR_INVALID_ARGUMENT for an index beyond the group; otherwise
+/// as protodesc_deserialize.
 [[nodiscard]] pdata_status_t pdb_rule_build_get_proto(const pdb_pg &pg, uint32_t proto_idx,
                                                       protodesc_t *protodesc);
 

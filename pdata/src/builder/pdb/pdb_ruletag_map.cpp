@@ -1,12 +1,10 @@
 #include "pdb_ruletag_map.h"
 
-#include <exception>
 #include <string_view>
 #include <unordered_map>
 
 #include "csa_endian.h"
 #include "pdata_diag.h"
-#include "tlv_sink.h"
 
 namespace
 {
@@ -57,41 +55,43 @@ pdata_status_t put_tag(const ruletag_map_build_t &map, const tag_index &tags,
                        const ruledesc_t &rule, uint32_t index, tlv_sink_t &sink)
 {
     csa_str_t name;
-    pdata_status_t status = ruledesc_get_tag(rule, index, map.source.hstring, &name);
-    if (status != PDATA_SUCCESS) {
-        pdata_diag_error(PDATA_DIAG_RULE_TAG_NAME);
-        return status;
-    }
     uint32_t value = 0;
-    status = resolve(tags, name, &value);
-    if (status != PDATA_SUCCESS) {
-        pdata_diag_error(PDATA_DIAG_RULE_TAG_VALUE, name.str_len, name.str_buf);
-        return status;
-    }
+    PDATA_TRY(pdata_diag_failed(ruledesc_get_tag(rule, index, map.source.hstring, &name),
+                                PDATA_DIAG_RULE_TAG_NAME));
+    PDATA_TRY(pdata_diag_failed(resolve(tags, name, &value), PDATA_DIAG_RULE_TAG_VALUE,
+                                name.str_len, name.str_buf));
     tlv_sink_put(sink, value, 4);
     return PDATA_SUCCESS;
 }
 
-/// Emits the map. A sink that counts needs no tag numbers.
-pdata_status_t emit(const ruletag_map_build_t &map, const tag_index &tags, tlv_sink_t &sink)
+/// Emits where the tag list of each rule begins.
+void put_starts(const ruletag_map_build_t &map, tlv_sink_t &sink)
 {
-    tlv_sink_put(sink, static_cast<uint32_t>(map.ruledesc_table.size()), 4);
     uint32_t start = 0;
     for (const ruledesc_t &rule : map.ruledesc_table) {
         tlv_sink_put(sink, start, 4);
         start += ruledesc_get_tag_nr(rule) + 1;
     }
+}
+
+/// Returns the size in bytes of the tag lists.
+size_t compute_linearized_tags_tlv_size(const ruletag_map_build_t &map)
+{
+    size_t words = 0;
+    for (const ruledesc_t &rule : map.ruledesc_table)
+        words += size_t{ruledesc_get_tag_nr(rule)} + 1;
+    return words * 4;
+}
+
+/// Emits the tag lists.
+pdata_status_t put_tags(const ruletag_map_build_t &map, uint32_t network_endian, tlv_sink_t &sink)
+{
+    const tag_index tags = make_tag_index(map.source, network_endian);
     for (const ruledesc_t &rule : map.ruledesc_table) {
         const uint32_t nr_tag = ruledesc_get_tag_nr(rule);
         tlv_sink_put(sink, nr_tag, 4);
-        if (sink.buf == nullptr) {
-            (void)tlv_sink_take(sink, size_t{nr_tag} * 4);
-            continue;
-        }
         for (uint32_t i = 0; i < nr_tag; ++i)
-            if (const pdata_status_t status = put_tag(map, tags, rule, i, sink);
-                status != PDATA_SUCCESS)
-                return status;
+            PDATA_TRY(put_tag(map, tags, rule, i, sink));
     }
     return PDATA_SUCCESS;
 }
@@ -101,13 +101,11 @@ pdata_status_t emit(const ruletag_map_build_t &map, const tag_index &tags, tlv_s
 pdata_status_t pdb_ruletag_map_init(ruletag_map_build_t *map, const pdb_tag_source_t &source,
                                     uint32_t nr_rules)
 {
-    map->source = source;
-    try {
+    return pdata_guard([&] {
+        map->source = source;
         map->ruledesc_table.assign(nr_rules, {});
-    } catch (const std::exception &) {
-        return PDATA_ERR_NO_MEMORY;
-    }
-    return PDATA_SUCCESS;
+        return PDATA_SUCCESS;
+    });
 }
 
 pdata_status_t pdb_ruletag_map_add_entry(ruletag_map_build_t *map, uint32_t rule_id,
@@ -119,11 +117,22 @@ pdata_status_t pdb_ruletag_map_add_entry(ruletag_map_build_t *map, uint32_t rule
     return PDATA_SUCCESS;
 }
 
-uint32_t pdb_ruletag_map_get_tlv_size(const ruletag_map_build_t &map)
+pdata_status_t pdb_ruletag_map_emit(const ruletag_map_build_t &map, uint32_t network_endian,
+                                    tlv_sink_t &sink)
+{
+    tlv_sink_put(sink, static_cast<uint32_t>(map.ruledesc_table.size()), 4);
+    put_starts(map, sink);
+    if (sink.buf != nullptr)
+        return put_tags(map, network_endian, sink);
+    (void)tlv_sink_take(sink, compute_linearized_tags_tlv_size(map));
+    return PDATA_SUCCESS;
+}
+
+size_t pdb_ruletag_map_get_tlv_size(const ruletag_map_build_t &map)
 {
     tlv_sink_t sink = tlv_sink_counting();
-    (void)emit(map, {}, sink); // counting fails nowhere
-    return static_cast<uint32_t>(sink.offset);
+    (void)pdb_ruletag_map_emit(map, 1, sink); // counting fails nowhere
+    return sink.offset;
 }
 
 pdata_status_t pdb_ruletag_map_serialize(const ruletag_map_build_t &map, std::span<uint8_t> buf,
@@ -132,7 +141,7 @@ pdata_status_t pdb_ruletag_map_serialize(const ruletag_map_build_t &map, std::sp
     if (buf.size() != pdb_ruletag_map_get_tlv_size(map))
         return PDATA_ERR_INVALID_ARGUMENT;
     tlv_sink_t sink = tlv_sink_writing(buf);
-    return emit(map, make_tag_index(map.source, network_endian), sink);
+    return pdb_ruletag_map_emit(map, network_endian, sink);
 }
 
 void pdb_ruletag_map_cleanup(ruletag_map_build_t *map)

@@ -13,6 +13,7 @@
 #include "hstring.h"
 #include "pdata_error.h"
 #include "protodesc_deserializer.h"
+#include "tlv_sink.h"
 
 /// A tag table as it is stored in a pdb.
 struct pdb_tag_table {
@@ -38,14 +39,17 @@ pdb_ruletag_map_init(ruletag_map_build_t *map, const pdb_tag_source_t &source, u
 [[nodiscard]] pdata_status_t pdb_ruletag_map_add_entry(ruletag_map_build_t *map, uint32_t rule_id,
                                                        const ruledesc_t &rule);
 
-/// Returns the size in bytes of the serialized map.
-uint32_t pdb_ruletag_map_get_tlv_size(const ruletag_map_build_t &map);
+/// Emits the map. The tag table's words are in network order, or, when `network_endian` is 0,
+/// little-endian. Returns the failure of a name, after a line on standard error; a sink that counts
+/// looks no name up.
+[[nodiscard]] pdata_status_t pdb_ruletag_map_emit(const ruletag_map_build_t &map,
+                                                  uint32_t network_endian, tlv_sink_t &sink);
 
-/// Writes the map into `buf`. The tag table's words are in network order, or, when
-/// `network_endian` is 0, little-endian.
-///
-/// PDATA_ERR_INVALID_ARGUMENT without a message for a buffer of another size; the failure of a
-/// name, after a line on standard error.
+/// Returns the size in bytes of the serialized map.
+size_t pdb_ruletag_map_get_tlv_size(const ruletag_map_build_t &map);
+
+/// Writes the map into `buf`: pdb_ruletag_map_emit, or PDATA_ERR_INVALID_ARGUMENT without a message
+/// for a buffer of another size.
 [[nodiscard]] pdata_status_t pdb_ruletag_map_serialize(const ruletag_map_build_t &map,
                                                        std::span<uint8_t> buf,
                                                        uint32_t network_endian);

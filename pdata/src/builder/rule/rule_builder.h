@@ -9,10 +9,10 @@
 /// rule owns, at least slot 0, are zero.
 #pragma once
 
-#include <array>
+#include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <span>
+#include <vector>
 
 #include "format_limits.h"
 #include "format_types.h"
@@ -39,21 +39,26 @@ struct rule_builder_entry {
     uint32_t scope = 0;
     uint32_t bitset_full = 0; ///< one bit per item, from bit 0 upward
     uint32_t nb_items = 0;
-    std::array<rule_item, RULE_MAX_ITEM> items{};
+    size_t first_item = 0; ///< position of its slots among those of the builder
 };
 
 struct rule_builder_t {
-    uint32_t nb_items = 0;                ///< one more than the largest item id
-    uint32_t nb_rules = 0;                ///< also the sequence number handed out last
-    std::deque<rule_builder_entry> rules; ///< in the order of registration
+    uint32_t nb_items = 0;                 ///< one more than the largest item id
+    uint32_t nb_rules = 0;                 ///< also the sequence number handed out last
+    std::vector<rule_builder_entry> rules; ///< in the order of registration
+    std::vector<rule_item> items;          ///< the slots of all rules, one rule after another
 };
 
-/// A rule to register: per item, its id, whether it is a referer (1 or 0), and the index of the
-/// sub-rule that it belongs to. The three spans are equally long.
+/// One item of a rule to register.
+struct rule_registration_item_t {
+    uint32_t item;     ///< its id; 0 for none
+    uint32_t referer;  ///< 1: its attribute is a referer
+    uint32_t sub_rule; ///< index of the sub-rule that it belongs to
+};
+
+/// A rule to register.
 struct rule_registration_t {
-    std::span<const uint32_t> items;
-    std::span<const uint32_t> referers;
-    std::span<const uint32_t> sub_rules;
+    std::span<const rule_registration_item_t> items;
     uint32_t priority;
     uint32_t flags;
     uint32_t scope;
@@ -71,12 +76,16 @@ void rule_builder_init(rule_builder_t *rule_builder);
                                                    const rule_registration_t &rule,
                                                    uint32_t *rule_id);
 
-/// Returns the size in bytes of the serialized table.
-uint32_t rule_builder_get_size(const rule_builder_t &rule_builder);
+/// Emits the table. PDATA_ERR_RULE_ENGINE with a message for an item id beyond the table,
+/// PDATA_ERR_OVERFLOW with one for a table that no record can hold.
+[[nodiscard]] pdata_status_t rule_builder_emit(const rule_builder_t &rule_builder,
+                                               tlv_sink_t &sink);
 
-/// Writes the table into `buf`, which must be zero-filled. PDATA_ERR_INVALID_ARGUMENT with a
-/// message for a buffer of another size, PDATA_ERR_RULE_ENGINE with a message for an item id
-/// beyond the table.
+/// Returns the size in bytes of the serialized table.
+size_t rule_builder_get_size(const rule_builder_t &rule_builder);
+
+/// Writes the table into `buf`, which must be zero-filled: rule_builder_emit, or
+/// PDATA_ERR_INVALID_ARGUMENT with a message for a buffer of another size.
 [[nodiscard]] pdata_status_t rule_builder_serialize(const rule_builder_t &rule_builder,
                                                     std::span<uint8_t> buf);
 

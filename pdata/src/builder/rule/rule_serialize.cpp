@@ -7,11 +7,11 @@ namespace
 constexpr uint32_t SLOT_SIZE = 16;
 
 /// Writes the slots of one rule.
-pdata_status_t put_rule(const rule_builder_t &rule_builder, const rule_builder_entry &entry,
-                        uint8_t *slots)
+pdata_status_t rule_serialize(const rule_builder_t &rule_builder, const rule_builder_entry &entry,
+                              uint8_t *slots)
 {
     for (uint32_t i = 0; i < entry.nb_items; ++i) {
-        const rule_item &item = entry.items[i];
+        const rule_item &item = rule_builder.items[entry.first_item + i];
         if (item.id >= rule_builder.nb_items)
             return pdata_fail(PDATA_ERR_RULE_ENGINE, "Internal bug, bad item id.\n");
         if (item.id == 0)
@@ -25,7 +25,9 @@ pdata_status_t put_rule(const rule_builder_t &rule_builder, const rule_builder_e
     return PDATA_SUCCESS;
 }
 
-pdata_status_t emit(const rule_builder_t &rule_builder, tlv_sink_t &sink)
+} // namespace
+
+pdata_status_t rule_builder_emit(const rule_builder_t &rule_builder, tlv_sink_t &sink)
 {
     const size_t header = tlv_open_record(sink);
     uint8_t *slots = tlv_sink_take(sink, size_t{rule_builder.nb_items} * SLOT_SIZE);
@@ -33,20 +35,16 @@ pdata_status_t emit(const rule_builder_t &rule_builder, tlv_sink_t &sink)
     for (auto entry = rule_builder.rules.rbegin(); entry != rule_builder.rules.rend(); ++entry) {
         if (slots == nullptr)
             break;
-        const pdata_status_t status = put_rule(rule_builder, *entry, slots);
-        if (status != PDATA_SUCCESS)
-            return status;
+        PDATA_TRY(rule_serialize(rule_builder, *entry, slots));
     }
     return tlv_close_record(sink, header, TLV_TYPE_RULE_TABLE);
 }
 
-} // namespace
-
-uint32_t rule_builder_get_size(const rule_builder_t &rule_builder)
+size_t rule_builder_get_size(const rule_builder_t &rule_builder)
 {
     tlv_sink_t sink = tlv_sink_counting();
-    (void)emit(rule_builder, sink); // what cannot be stored is reported when it is written
-    return static_cast<uint32_t>(sink.offset);
+    (void)rule_builder_emit(rule_builder, sink); // what cannot be stored is reported when written
+    return sink.offset;
 }
 
 pdata_status_t rule_builder_serialize(const rule_builder_t &rule_builder, std::span<uint8_t> buf)
@@ -54,5 +52,5 @@ pdata_status_t rule_builder_serialize(const rule_builder_t &rule_builder, std::s
     if (buf.size() != rule_builder_get_size(rule_builder))
         return pdata_fail(PDATA_ERR_INVALID_ARGUMENT, "Rule builder len failure \n");
     tlv_sink_t sink = tlv_sink_writing(buf);
-    return emit(rule_builder, sink);
+    return rule_builder_emit(rule_builder, sink);
 }

@@ -26,24 +26,6 @@ void string_list_clean()
     json_list.release();
 }
 
-char char_escaped(char c)
-{
-    switch (c) {
-    case 'b':
-        return '\b';
-    case 'f':
-        return '\f';
-    case 'n':
-        return '\n';
-    case 'r':
-        return '\r';
-    case 't':
-        return '\t';
-    default:
-        return c;
-    }
-}
-
 char *string_assign(const char *str, size_t *len)
 {
     char *copy = alloc_from_string_list(*len + 1);

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 
+#include "csa_escape.h"
 #include "csa_str.h"
 #include "csa_types.h"
 #include "json.h"
@@ -15,10 +16,6 @@ char *alloc_from_string_list(size_t size);
 
 /// Frees every text of the list.
 void string_list_clean();
-
-/// Returns the byte that a backslash and `c` stand for: b, f, n, r and t are control characters,
-/// any other character stands for itself.
-char char_escaped(char c);
 
 /// Returns an unescaped, terminated copy of the `*len` bytes at `str` and replaces `*len` with
 /// the length of the copy; null when memory runs out.
