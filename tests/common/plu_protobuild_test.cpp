@@ -13,6 +13,27 @@ ruledesc_build_t copied(record_run &run, const rule_model &rule)
     return run.pb.pb_rules.at(0);
 }
 
+template <typename Texts>
+std::string texts_of(const Texts &texts, uint32_t nr)
+{
+    std::string out;
+    for (uint32_t i = 0; i < nr; ++i)
+        out.append(csa_str_view(texts[i])).append(" ");
+    return out;
+}
+
+template <typename Pairs>
+std::string pairs_of(const Pairs &pairs)
+{
+    std::string out;
+    for (uint32_t i = 0; i < pairs.nv_nr; ++i)
+        out.append(csa_str_view(pairs.nv_name[i]))
+            .append("=")
+            .append(csa_str_view(pairs.nv_val[i]))
+            .append(" ");
+    return out;
+}
+
 TEST(plu_protobuild, a_first_copy_takes_everything)
 {
     protocol_model protocol = make_protocol(0x01000043, "acme");
@@ -37,11 +58,12 @@ TEST(plu_protobuild, a_first_copy_takes_everything)
     EXPECT_EQ(pb.pb_http_reclassify, 1U);
     EXPECT_EQ(pb.pb_implicit_bottom_layer, 4U);
     EXPECT_EQ(pb.pb_version, (std::array<uint32_t, 3>{1, 2, 3}));
-    EXPECT_EQ(pb.pb_tags.nv_nr, 2U);
-    EXPECT_EQ(csa_str_view(pb.pb_tags.nv_val[1]), "x");
-    EXPECT_EQ(pb.pb_desc.nv_nr, 1U);
-    EXPECT_EQ(pb.pb_compat.v_nr, 2U);
-    EXPECT_EQ(pb.pb_altname.v_nr, 1U);
+    EXPECT_EQ(pairs_of(pb.pb_tags), "category=web family=x ");
+    EXPECT_EQ(pairs_of(pb.pb_desc), "en=text ");
+    EXPECT_EQ(texts_of(pb.pb_compat.v_val, pb.pb_compat.v_nr), "c1 c2 ");
+    EXPECT_EQ(texts_of(pb.pb_altname.v_val, pb.pb_altname.v_nr), "a1 ");
+    EXPECT_EQ(pb.pb_nr_sub_rule, 0U);
+    EXPECT_EQ(run.nr_rules, 0U);
 }
 
 TEST(plu_protobuild, an_update_keeps_the_lists_and_overwrites_the_rest)

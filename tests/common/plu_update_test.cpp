@@ -513,9 +513,9 @@ TEST(plu_update, memory_that_runs_out_is_reported)
                 status = pdata_update_commit(&commit);
             return static_cast<int>(status);
         },
-        // An action, or a string of the pool, is lost in its own way.
+        // A string of the pool is lost in its own way.
         [](int code) {
-            EXPECT_TRUE(code == 0 || code == 1 || code == 106 || code == 107) << code;
+            EXPECT_TRUE(code == PDATA_ERR_NO_MEMORY || code == PDATA_ERR_ENGINE) << code;
         });
 }
 

@@ -117,9 +117,12 @@ pdata_status_t pdata_compiler_config(std::span<const uint8_t> in_tlv, pdb_list_t
     uint32_t position = 0;
     for (const auto &part : parts) {
         pdb_t *header = &(*out_pdb)[position];
-        if (pdata_compiler_config_type(part.tlv_type, part.pdb_type, in_tlv, header) ==
-            PDATA_SUCCESS)
+        const pdata_status_t status =
+            pdata_compiler_config_type(part.tlv_type, part.pdb_type, in_tlv, header);
+        if (status == PDATA_SUCCESS)
             *part.index = position++;
+        else if (status != PDATA_ERR_TLV_NOT_FOUND)
+            return status;
     }
     pdb_header_end(&(*out_pdb)[position]);
     return PDATA_SUCCESS;

@@ -58,7 +58,8 @@ uint32_t pdata_pdb_loaded_get(std::span<const uint8_t> tlv_buf);
 
 /// Cuts the parts out of a pdb: protocol descriptions, tags, main strings, matcher aliases, each
 /// the first record of its type, and ends the list behind them. A missing record, or one that
-/// claims more bytes than there are, is left out. PDATA_ERR_INVALID_ARGUMENT for a null list.
+/// claims more bytes than there are, is left out. PDATA_ERR_INVALID_ARGUMENT for a null list,
+/// PDATA_ERR_NO_MEMORY for a part that cannot be copied.
 [[nodiscard]] pdata_status_t pdata_compiler_config(std::span<const uint8_t> in_tlv,
                                                    pdb_list_t *out_pdb,
                                                    pdb_tlv_index_t *pdb_tlv_index);

@@ -13,9 +13,10 @@ pdata_status_t pdata_remove(const pdb_list_t &pdb_in, uint32_t proto_id, pdb_t *
         pdata_update_init(&commit, pdb_header_bytes(pdb_in[0]), pdb_header_bytes(*hstring));
     if (status == PDATA_SUCCESS)
         status = pdata_update_remove(&commit, proto_id);
-    // The caller sees a failed serialization by the part that it does not get.
-    if (status == PDATA_SUCCESS)
-        (void)pdata_merge_serialize(&commit, pdb_out);
+    // The caller sees a failed serialization by the part that it does not get, and hears of
+    // exhausted memory alone.
+    if (status == PDATA_SUCCESS && pdata_merge_serialize(&commit, pdb_out) == PDATA_ERR_NO_MEMORY)
+        status = PDATA_ERR_NO_MEMORY;
     pdata_update_close(&commit);
     return status;
 }

@@ -1,7 +1,5 @@
 #include "plu_action.h"
 
-#include <exception>
-
 namespace
 {
 
@@ -37,10 +35,10 @@ void plu_insert_action(plu_action_table_t *table, const action &entry)
         plu_id_actions_t &known = table->by_id[entry.a_protoid];
         known.actions.push_back(&list.data.front());
         known.newest[entry.a_type] = &list.data.front();
-    } catch (const std::exception &) {
+    } catch (...) {
         if (list.data.size() > nr)
             list.data.pop_front();
-        return;
+        throw;
     }
     --list.idx_hf;
 }

@@ -70,8 +70,8 @@ constexpr uint32_t hashkey(uint32_t protoid)
 /// Makes the table empty.
 void plu_init_action_table(plu_action_table_t *table);
 
-/// Puts an action in front of its bucket. A bucket that is full, or memory that runs out, drops
-/// the action silently.
+/// Puts an action in front of its bucket. A bucket that is full drops the action silently. Memory
+/// that runs out is std::bad_alloc, with the table as it was.
 void plu_insert_action(plu_action_table_t *table, const action &entry);
 
 /// Returns the newest action of that type for an id, or null.
