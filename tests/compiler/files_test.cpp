@@ -1,6 +1,9 @@
 #include "pdata_compiler_files.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <thread>
 
 #include "bytes.h"
 #include "captured.h"
@@ -87,6 +90,43 @@ TEST_F(compiler_files, what_cannot_be_read_leaves_nothing_and_records_nothing)
         EXPECT_TRUE(buf.empty()) << name;
         EXPECT_EQ(outcome(PDATA_SUCCESS), "0") << name;
     }
+}
+
+/// What reading a file says on standard error; "" for success.
+std::string refusal(const char *name)
+{
+    csa_buf_t buf;
+    bool read = false;
+    const std::string said = stderr_of([&] { read = pdata_compiler_read(name, &buf); });
+    EXPECT_EQ(read, said.empty()) << name;
+    EXPECT_TRUE(buf.empty()) << name;
+    return said;
+}
+
+TEST_F(compiler_files, a_pipe_is_read_to_its_end)
+{
+    ASSERT_EQ(mkfifo("pipe", 0600), 0);
+    for (const size_t size : {0U, 1U, 65535U, 65536U, 65537U, 1000000U}) {
+        std::vector<uint8_t> content(size);
+        for (size_t i = 0; i < size; ++i)
+            content[i] = static_cast<uint8_t>(i * 31);
+        std::thread writer([&] { put_file("pipe", content); });
+        csa_buf_t buf;
+        EXPECT_TRUE(pdata_compiler_read("pipe", &buf));
+        writer.join();
+        EXPECT_EQ(buf, content);
+    }
+}
+
+TEST_F(compiler_files, what_is_no_file_is_refused_with_its_reason)
+{
+    std::filesystem::create_directory("folder");
+    EXPECT_EQ(refusal("folder"), "pdata_compiler: folder: Is a directory\n");
+    EXPECT_EQ(refusal("/dev/zero"), "pdata_compiler: /dev/zero: it is a device\n");
+    EXPECT_EQ(refusal("/dev/null"), "");
+    put_file("large", "x");
+    std::filesystem::resize_file("large", uintmax_t{1} << 31); // a hole, not data
+    EXPECT_EQ(refusal("large"), "pdata_compiler: large: File too large\n");
 }
 
 TEST_F(compiler_files, a_file_of_two_gibibytes_is_too_large)

@@ -91,6 +91,9 @@ pdata_status_t pdb_list_flow(pdata_compiler_t &run)
     if (set.merge) {
         if (nr_input < 2)
             return PDATA_ERR_INVALID_OPERATION;
+        if (nr_input > 2)
+            std::fprintf(stderr, "pdata_compiler: --merge merges the first 2 of %zu pdbs\n",
+                         nr_input);
         const pdb_list_t *pdb_in[] = {&run.input.front().pdb, &std::next(run.input.begin())->pdb};
         const pdata_status_t merged = pdata_merge(pdb_in, &run.pdb[0]);
         if (merged != PDATA_SUCCESS)

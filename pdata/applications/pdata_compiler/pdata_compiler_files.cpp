@@ -1,8 +1,6 @@
 #include "pdata_compiler_files.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -12,12 +10,6 @@
 
 namespace
 {
-
-struct file_closer {
-    void operator()(std::FILE *file) const { std::fclose(file); }
-};
-
-using file_ptr = std::unique_ptr<std::FILE, file_closer>;
 
 /// The bytes of an output pdb, in their order.
 using pdb_outfile_t = std::vector<std::span<const uint8_t>>;
@@ -47,23 +39,6 @@ pdata_status_t unable_to_open(const char *filename)
 }
 
 } // namespace
-
-bool pdata_compiler_read(const char *filename, csa_buf_t *buf)
-{
-    buf->clear();
-    const file_ptr file(std::fopen(filename, "rb"));
-    if (file == nullptr || std::fseek(file.get(), 0, SEEK_END) != 0)
-        return false;
-    const long size = std::ftell(file.get());
-    if (size < 0 || size > INT32_MAX || std::fseek(file.get(), 0, SEEK_SET) != 0)
-        return false;
-    if (!csa_buf_alloc(*buf, static_cast<size_t>(size)))
-        return false;
-    if (buf->empty() || std::fread(buf->data(), 1, buf->size(), file.get()) == buf->size())
-        return true;
-    buf->clear();
-    return false;
-}
 
 pdata_status_t pdata_compiler_write(output_t &output, const char *filename, const char *buf)
 {

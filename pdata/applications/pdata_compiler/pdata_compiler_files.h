@@ -33,8 +33,10 @@ struct pdb_in_elt_st {
 /// The input pdbs, in the order of the command line.
 using pdb_in_list_t = std::list<pdb_in_elt_st>;
 
-/// Reads a whole file. Returns false, with `buf` empty and nothing recorded, when it cannot be
-/// read whole or has 2 GiB or more. A file of length 0 is no failure.
+/// Reads a whole file, or a pipe or a terminal to its end. Returns false, with `buf` empty and
+/// nothing recorded, when it cannot be opened, and, with the reason on standard error, when it
+/// cannot be read whole, has 2 GiB or more, or is a directory or a device with content. A file of
+/// length 0 is no failure. Memory that runs out is std::bad_alloc.
 [[nodiscard]] bool pdata_compiler_read(const char *filename, csa_buf_t *buf);
 
 /// Adds a text, up to its terminator, to the files that go in place together; both texts must live

@@ -2,6 +2,8 @@
 
 #include <getopt.h>
 
+#include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -105,19 +107,22 @@ constexpr csa_dump_opt_t dump_opt_available[] = {
     {nullptr, nullptr},
 };
 
+/// Copies the argument of an option, and says so when it does not fit.
 template <size_t Size>
-void copy_text(char (&buffer)[Size], const char *text)
+void copy_text(option_row_t row, char (&buffer)[Size], const char *text)
 {
-    std::snprintf(buffer, Size, "%s", text);
+    if (static_cast<size_t>(std::snprintf(buffer, Size, "%s", text)) >= Size)
+        std::fprintf(stderr, "pdata_compiler: the argument of --%s is cut to %zu bytes\n",
+                     options[row].name, Size - 1);
 }
 
 /// Takes an option that may be given once. Returns false when it is there already.
 template <size_t Size>
-bool take_once(int32_t *set, char (&buffer)[Size], const char *text)
+bool take_once(option_row_t row, int32_t *set, char (&buffer)[Size], const char *text)
 {
     if (*set)
         return false;
-    copy_text(buffer, text);
+    copy_text(row, buffer, text);
     *set = 1;
     return true;
 }
@@ -126,6 +131,20 @@ bool take_once(int32_t *set, char (&buffer)[Size], const char *text)
 int read_number(const char *text)
 {
     return static_cast<int>(std::strtol(text, nullptr, 10));
+}
+
+/// The id of a protocol, as read_number reads it. Says so when the text is no such number.
+uint32_t read_proto_id(const char *text)
+{
+    const auto proto_id = static_cast<uint32_t>(read_number(text));
+    char *end;
+    errno = 0;
+    const long number = std::strtol(text, &end, 10);
+    const bool fits = errno == 0 && number >= INT32_MIN && number <= int64_t{UINT32_MAX};
+    if (!fits || end == text || *end != '\0')
+        std::fprintf(stderr, "pdata_compiler: --delete %s is taken for protocol %u\n", text,
+                     proto_id);
+    return proto_id;
 }
 
 [[noreturn]] void end_process(int code)
@@ -147,7 +166,7 @@ pdata_status_t take_option(int row, const char *argument, const char *progname,
     bool taken = true;
     switch (row) {
     case OPTION_PDD:
-        taken = take_once(&opt->set.pdd, opt->pdd_filename, argument);
+        taken = take_once(OPTION_PDD, &opt->set.pdd, opt->pdd_filename, argument);
         break;
     case OPTION_LOADABLE:
         opt->set.loadable = 1;
@@ -156,18 +175,18 @@ pdata_status_t take_option(int row, const char *argument, const char *progname,
         opt->set.description = 1;
         break;
     case OPTION_PDB_IN:
-        taken = take_once(&opt->set.pdb_in, opt->pdb_filename_list, argument);
+        taken = take_once(OPTION_PDB_IN, &opt->set.pdb_in, opt->pdb_filename_list, argument);
         break;
     case OPTION_PDB_OUT:
-        taken = take_once(&opt->set.pdb_out, opt->pdb_filename_out, argument);
+        taken = take_once(OPTION_PDB_OUT, &opt->set.pdb_out, opt->pdb_filename_out, argument);
         break;
     case OPTION_CFG_NAME:
         opt->set.cfg_name = 1;
-        copy_text(opt->cfg_name, argument);
+        copy_text(OPTION_CFG_NAME, opt->cfg_name, argument);
         break;
     case OPTION_CFG_PATH:
         opt->set.cfg_path = 1;
-        copy_text(opt->cfg_path, argument);
+        copy_text(OPTION_CFG_PATH, opt->cfg_path, argument);
         break;
     case OPTION_IGNORE_SEM:
         opt->set.ignore_sem = 1;
@@ -177,10 +196,10 @@ pdata_status_t take_option(int row, const char *argument, const char *progname,
         break;
     case OPTION_DELETE:
         opt->set.remove = 1;
-        opt->proto_id = static_cast<uint32_t>(read_number(argument));
+        opt->proto_id = read_proto_id(argument);
         break;
     case OPTION_SIG_EXPORT:
-        copy_text(opt->sig_export_name, argument);
+        copy_text(OPTION_SIG_EXPORT, opt->sig_export_name, argument);
         opt->set.sig_export = 1;
         break;
     case OPTION_DUMP:
@@ -242,6 +261,7 @@ pdata_status_t pdata_compiler_set_dump(csa_dump_t *dump, const char *name)
         return pdata_fail(PDATA_ERR_INVALID_ARGUMENT, "pdata_compiler: Invalid dump option [%s].",
                           name);
     row->csa_dump_set_opt(dump);
+    std::fprintf(stderr, "pdata_compiler: --dump %s has no effect\n", name);
     return PDATA_SUCCESS;
 }
 

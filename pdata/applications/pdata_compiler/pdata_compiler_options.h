@@ -22,7 +22,8 @@ struct opt_set_t {
     int32_t pdd_namespace;
 };
 
-/// The parsed command line. A text argument is cut silently to its buffer less the terminator.
+/// The parsed command line. A text argument is cut to its buffer less the terminator, which is said
+/// on standard error.
 struct pdata_compiler_opt_t {
     opt_set_t set;
     char cfg_path[256];
@@ -53,8 +54,8 @@ struct csa_dump_opt_t {
 /// they do not.
 [[nodiscard]] pdata_status_t pdata_compiler_parse_mandatory_opt(const pdata_compiler_opt_t &opt);
 
-/// Switches a dump on by its exact name. An unknown one is PDATA_ERR_INVALID_ARGUMENT with a
-/// message.
+/// Switches a dump on by its exact name, and says on standard error that none has an effect. An
+/// unknown one is PDATA_ERR_INVALID_ARGUMENT with a message.
 [[nodiscard]] pdata_status_t pdata_compiler_set_dump(csa_dump_t *dump, const char *name);
 
 /// Returns the row of a dump name, or null.

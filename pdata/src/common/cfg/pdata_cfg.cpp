@@ -36,7 +36,11 @@ pdata_cfg_t *pdata_cfg_load_from_file(const char *cfg_name, const char *path,
         if (meta.meta == PDATA_META_END)
             break;
         char filename[PDATA_CFG_FILENAME_MAX + 1];
-        std::snprintf(filename, sizeof(filename), "%s/%s.%s", path, meta.name, "json");
+        const int len =
+            std::snprintf(filename, sizeof(filename), "%s/%s.%s", path, meta.name, "json");
+        if (len > static_cast<int>(PDATA_CFG_FILENAME_MAX))
+            std::fprintf(stderr, "pdata_compiler: the path of %s.json is cut to %u bytes\n",
+                         meta.name, PDATA_CFG_FILENAME_MAX);
         meta.json.emplace();
         if (!file_read(filename, &*meta.json)) {
             meta.json.reset();

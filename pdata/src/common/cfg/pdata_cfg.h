@@ -53,7 +53,7 @@ struct pdata_cfg_t {
 /// Reads a whole file into `*buf`; returns false, with `*buf` empty, when it cannot be read.
 using pdata_cfg_file_read = bool (*)(const char *filename, csa_buf_t *buf);
 
-/// Longest file name in bytes; a longer one is cut.
+/// Longest file name in bytes; a longer one is cut, which is said on standard error.
 constexpr uint32_t PDATA_CFG_FILENAME_MAX = 255;
 
 /// Returns the configuration of a name, which is the one configuration whatever the name.
