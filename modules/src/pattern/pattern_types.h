@@ -1,4 +1,5 @@
-/// What callers say about patterns: the engines to build, the kind of a pattern, the alphabet.
+/// What callers say about patterns: the kind of a pattern, the alphabet. The engines to build are
+/// in format_loadable.h.
 ///
 /// This header knows no engine, so that tables and records can name an engine combination or a
 /// pattern kind without pulling the automata in. All numbers reach the serialized form or the
@@ -7,22 +8,7 @@
 
 #include <cstdint>
 
-/// Engines of a pattern build, as a bit set, and the combinations that work together.
-enum pattern_algo : uint32_t {
-    PATTERN_ALGO_AC = 2,     ///< Aho-Corasick
-    PATTERN_ALGO_PT = 4,     ///< prefix radix tree
-    PATTERN_ALGO_ST = 8,     ///< suffix radix tree
-    PATTERN_ALGO_AO = 16,    ///< offset-aware Aho-Corasick
-    PATTERN_ALGO_DP = 32,    ///< dot-prefix matcher
-    PATTERN_ALGO_ICASE = 64, ///< only in the serialized meta record: case does not matter
-
-    PATTERN_ALGO_CLASSIC = PATTERN_ALGO_AC | PATTERN_ALGO_PT | PATTERN_ALGO_ST,
-    PATTERN_ALGO_OFFSET_V1 = PATTERN_ALGO_PT | PATTERN_ALGO_AO,
-    PATTERN_ALGO_OFFSET_V2 = PATTERN_ALGO_AC | PATTERN_ALGO_DP,
-    PATTERN_ALGO_OFFSET_V3 = PATTERN_ALGO_AO | PATTERN_ALGO_DP,
-};
-using pattern_algo_t = pattern_algo;
-using algo_combination_t = pattern_algo;
+#include "format_loadable.h"
 
 /// Where in the data a pattern must stand.
 enum pattern_type : uint32_t {
@@ -47,9 +33,6 @@ enum mindata_status_t : uint32_t {
     MINDATA_NOT_MANDATORY = 0,
     MINDATA_MANDATORY = 1,
 };
-
-/// The `mindata` of a pattern to which no minimum applies.
-constexpr uint32_t PATTERN_MINDATA_NONE = 0x10000;
 
 /// Which radix tree takes the exact patterns of a matcher.
 enum exact_match_dispatch_t : uint32_t {

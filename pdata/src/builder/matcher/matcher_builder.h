@@ -34,18 +34,6 @@
 #include "tlv_sink.h"
 #include "transformer.h"
 
-/// First private id, and the bits of one that are its index.
-constexpr uint32_t MATCHER_PRIVATE_ID = 0x80000000;
-constexpr uint32_t MATCHER_PRIVATE_INDEX = 0x0FFFFFFF;
-
-/// Kinds of a second-level entry, in bits 0 to 7 of its flag.
-enum matcher_map_kind_t : uint32_t {
-    MATCHER_MAP_REGULAR = 0,
-    MATCHER_MAP_CATCH_ALL = 2, ///< a value without any literal
-    MATCHER_MAP_PREFIX = 4,    ///< also a pattern at an offset
-    MATCHER_MAP_SUFFIX = 8,
-    MATCHER_MAP_EXACT = 12,
-};
 
 /// The set-up of a matcher.
 struct matcher_desc_t {

@@ -10,12 +10,11 @@
 #include <vector>
 
 #include "csa_str.h"
+#include "format_loadable.h"
 #include "hstring.h"
 #include "pdata_error.h"
 #include "protodesc_deserializer.h"
 #include "tlv_sink.h"
-
-constexpr uint32_t PDB_PROTOCOL_MAP_EMPTY = 0xFFFFFFFF;
 
 struct protocol_build_map_t {
     std::vector<uint32_t> map_proto_id;    ///< per rule, `rule_max_path` cells

@@ -15,16 +15,10 @@
 #include <vector>
 
 #include "format_limits.h"
+#include "format_loadable.h"
 #include "format_types.h"
 #include "pdata_error.h"
 #include "tlv_sink.h"
-
-/// Flags in bits 31 to 28 of a rule id: the rule's parameters, 0 to 7, and the fast-pass bit.
-constexpr uint32_t RULE_FLAG_SHIFT = 28;
-constexpr uint32_t RULE_FLAG_FASTPASS = 8;
-
-/// Set in the full bitset of a rule of several items one of which is a referer.
-constexpr uint32_t RULE_BITSET_REFERER = 0x80000000;
 
 /// One item of a registered rule; an id of 0 marks an unused slot.
 struct rule_item {
