@@ -34,7 +34,6 @@
 #include "tlv_sink.h"
 #include "transformer.h"
 
-
 /// The set-up of a matcher.
 struct matcher_desc_t {
     /// For numbers the number of values, not the type: matcher_init takes that. Part of the format.
