@@ -10,7 +10,10 @@ import subprocess
 SIDES = ("base", "now")
 MEMORY = 3 << 30  # bytes of address space of one run
 
-Done = collections.namedtuple("Done", "status stdout stderr")
+INTENDED = os.path.join(os.path.dirname(os.path.abspath(__file__)), "intended.tsv")
+
+# What a run did; `intended` are the reasons of the lines that were left out of `stderr`.
+Done = collections.namedtuple("Done", "status stdout stderr intended")
 
 
 class Tally:
@@ -21,12 +24,14 @@ class Tally:
         self.skipped = 0
         self.statuses = collections.Counter()
         self.messages = set()
+        self.intended = collections.Counter()
 
     def add(self, other):
         self.runs += other.runs
         self.skipped += other.skipped
         self.statuses.update(other.statuses)
         self.messages |= other.messages
+        self.intended.update(other.intended)
 
     def count(self, done):
         self.runs += 1
@@ -37,6 +42,26 @@ class Tally:
 def masked(text):
     """Returns diagnostics without the numbers of source lines."""
     return re.sub(rb"\[(ERROR  |WARNING)\]\[\d+\]", rb"[\1][#]", text)
+
+
+def intended_lines(path=INTENDED):
+    """Returns the (pattern, reason) rows of the list of intended lines."""
+    with open(path, encoding="ascii") as listing:
+        rows = [line.rstrip("\n").split("\t") for line in listing if not line.startswith("#")]
+    return [(re.compile(pattern.encode()), reason) for pattern, reason in rows]
+
+
+def without_intended(text, intended):
+    """Returns the text without intended lines, and their reasons."""
+    kept, reasons = [], []
+    for line in text.splitlines(keepends=True):
+        found = next((reason for pattern, reason in intended
+                      if line.endswith(b"\n") and pattern.fullmatch(line[:-1])), None)
+        if found is None:
+            kept.append(line)
+        else:
+            reasons.append(found)
+    return b"".join(kept), reasons
 
 
 def beginning_of(line):
@@ -59,7 +84,7 @@ def limit_memory():
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
 
 
-def run(compiler, arguments, folder, seconds):
+def run(compiler, arguments, folder, seconds, intended=()):
     """Runs a compiler and returns what it did, None if it did not end in time."""
     try:
         done = subprocess.run(["pdata_compiler", *arguments], executable=compiler, cwd=folder,
@@ -67,7 +92,8 @@ def run(compiler, arguments, folder, seconds):
                               check=False)
     except subprocess.TimeoutExpired:
         return None
-    return Done(done.returncode, done.stdout, masked(done.stderr))
+    stderr, reasons = without_intended(masked(done.stderr), intended)
+    return Done(done.returncode, done.stdout, stderr, reasons)
 
 
 def files_of(folder):
@@ -136,8 +162,9 @@ def remove_all_but_pdbs(folder):
 class Runner:
     """Two compilers and a folder in which they are run, one case at a time."""
 
-    def __init__(self, compilers, folder, seconds):
+    def __init__(self, compilers, folder, seconds, intended=None):
         self.compilers = compilers
+        self.intended = intended_lines() if intended is None else intended
         self.folder = folder
         self.seconds = seconds
         self.inputs = os.path.join(folder, "in")
@@ -155,7 +182,7 @@ class Runner:
         self.commands = []
 
     def run_both(self, arguments, seconds):
-        return [run(compiler, arguments, folder, seconds)
+        return [run(compiler, arguments, folder, seconds, self.intended)
                 for compiler, folder in zip(self.compilers, self.folders)]
 
     def compare_run(self, arguments, tally):
@@ -170,6 +197,7 @@ class Runner:
         if None in done:
             return f"only {SIDES[done.index(None)]} does not end within {10 * self.seconds} seconds"
         tally.count(done[0])
+        tally.intended.update(done[1].intended)
         return difference_of_runs(*done) or difference_of_files(self.folders)
 
     def forget_files(self):

@@ -3,6 +3,7 @@
 
 import collections
 import os
+import re
 import tempfile
 import unittest
 
@@ -18,6 +19,7 @@ exit 3
 """
 
 Steps = collections.namedtuple("Steps", "steps")
+INTENDED = [(re.compile(rb"note: \w+ is cut"), "a cut was silent")]
 ONE_RUN = Steps([("run", ["--any"])])
 
 
@@ -40,8 +42,8 @@ class RunnerTest(unittest.TestCase):
     def differ(self, before, after, steps=ONE_RUN, seconds=20):
         """Returns how two scripts differ."""
         programs = [self.program("before", before), self.program("after", after)]
-        return runner.Runner(programs, os.path.join(self.folder, "work"), seconds).compare(
-            steps, self.tally)
+        return runner.Runner(programs, os.path.join(self.folder, "work"), seconds,
+                             INTENDED).compare(steps, self.tally)
 
     def changed(self, old, new):
         self.assertIn(old, SAME)
@@ -52,6 +54,22 @@ class RunnerTest(unittest.TestCase):
         self.assertEqual(self.tally.runs, 1)
         self.assertEqual(dict(self.tally.statuses), {3: 1})
         self.assertEqual(self.tally.messages, {b"[ERROR ][#][build] failed"})
+
+    def test_an_intended_line_is_left_out_and_counted(self):
+        said = SAME.replace("exit 3", "echo 'note: name is cut' >&2\nexit 3")
+        self.assertIsNone(self.differ(SAME, said))
+        self.assertEqual(dict(self.tally.intended), {"a cut was silent": 1})
+        self.assertIsNone(self.differ(said, said))
+
+    def test_a_line_that_is_like_an_intended_one_differs(self):
+        for line in ("note: name is cut off", "a note: name is cut", "note: is cut"):
+            said = SAME.replace("exit 3", f"echo '{line}' >&2\nexit 3")
+            self.assertIn("stderr", self.differ(SAME, said))
+
+    def test_the_list_of_intended_lines_can_be_read(self):
+        rows = runner.intended_lines()
+        self.assertTrue(rows)
+        self.assertTrue(all(reason for _, reason in rows))
 
     def test_status(self):
         self.assertEqual(self.changed("exit 3", "exit 0"), "status 3 became 0")
