@@ -12,7 +12,7 @@
 #include "json_lexer.h"
 #include "json_tools.h"
 #include "pdata_compiler_files.h"
-#include "protodesc_serializer.h"
+#include "protodesc_group.h"
 
 namespace
 {

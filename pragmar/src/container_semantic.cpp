@@ -58,6 +58,7 @@ void semantic_rewind(semantic_t *semantic)
     for (semantic_node_t &node : semantic->nodes)
         node.count = 0;
     semantic->nr_history = 0;
+    semantic->rangeless.clear();
 }
 
 int semantic_node_key_set(semantic_t *semantic, uint32_t key)
@@ -205,8 +206,8 @@ const semantic_node_t *semantic_node_check(semantic_t *semantic, uint32_t node_k
             continue;
         semantic_node_t &checked = semantic->nodes[node.check[i]];
         if (!checked.min && !checked.max) {
-            std::fprintf(stderr, "Error min or max has to be defined in the .sem node %u\n",
-                         checked.key);
+            semantic->rangeless.push_back(checked.key);
+            semantic_rangeless_print(checked.key);
             return nullptr;
         }
         if (checked.count < checked.min.value_or(0) ||
@@ -215,6 +216,11 @@ const semantic_node_t *semantic_node_check(semantic_t *semantic, uint32_t node_k
         checked.count = 0;
     }
     return nullptr;
+}
+
+void semantic_rangeless_print(uint32_t key)
+{
+    std::fprintf(stderr, "Error min or max has to be defined in the .sem node %u\n", key);
 }
 
 const semantic_trans_t *semantic_prev_string_node_find(const semantic_t &semantic,

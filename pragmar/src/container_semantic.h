@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <optional>
 #include <string_view>
+#include <vector>
 
 constexpr uint32_t SEMANTIC_NODE_DIM = 128;
 constexpr uint32_t SEMANTIC_NODE_TRANS_DIM = 64;
@@ -67,13 +68,15 @@ struct semantic_t {
     uint32_t nr_node = 0;
     uint32_t curr_node = 0; ///< the node whose transitions are being read
     std::array<const semantic_trans_t *, SEMANTIC_HISTORY_DIM> history{}; ///< a ring
-    uint32_t nr_history = 0; ///< transitions taken in all; the ring holds the last 16
+    uint32_t nr_history = 0;         ///< transitions taken in all; the ring holds the last 16
+    std::vector<uint32_t> rangeless; ///< keys of the nodes that a check found without a range
 };
 
 /// Makes `semantic` an empty machine.
 void semantic_init(semantic_t *semantic);
 
-/// Clears the counts and the history, so that a machine serves for another document.
+/// Clears the counts, the history and what checks found, so that a machine serves for another
+/// document.
 void semantic_rewind(semantic_t *semantic);
 
 /// The operations of the reader, on the node being read or on the pending transition of the
@@ -107,8 +110,11 @@ void semantic_node_reset(semantic_t *semantic, uint32_t node);
 
 /// Checks the counts that entering `node` by a closing event checks, in the order of its list,
 /// clearing each that is in its range. Returns null, or the first node whose count is not. A
-/// listed node without a range prints a line and ends the check without a failure.
+/// listed node without a range is noted, prints its line and ends the check without a failure.
 const semantic_node_t *semantic_node_check(semantic_t *semantic, uint32_t node);
+
+/// Prints the line of a listed node without a range, given its key.
+void semantic_rangeless_print(uint32_t key);
 
 /// Returns the label of the first string transition, by node and then by file order, that leads
 /// to `node`, or null.

@@ -7,7 +7,7 @@
 #include "json_error.h"
 #include "json_tools.h"
 #include "outcome.h"
-#include "protodesc_serializer.h"
+#include "protodesc_group.h"
 
 namespace
 {
@@ -189,6 +189,61 @@ TEST_F(protodesc_group, paths_are_checked_in_the_write_pass)
                   EXPECT_EQ(outcome(protodesc_json_serialize(&group, buf, &written)), "2");
               }),
               "Signature: <web> : path must be contain two elements at least.\n");
+}
+
+/// A protocol that is warned about, with a path.
+std::string warned(const std::string &name, const std::string &path)
+{
+    return R"({"name":")" + name + R"(","rules":[{"order":"1:1","path":)" + path +
+           R"(,"rule":[{"protocol":"http","uri":"x"}]}]})";
+}
+
+std::string warning_of(const std::string &name)
+{
+    return "[WARNING][#][protodesc_add_attr_name] protocol " + name +
+           " attribute http:uri user way both forced to property cts\n";
+}
+
+TEST_F(protodesc_group, the_second_pass_ends_at_the_first_wrong_path)
+{
+    const std::string text = R"({"p":[)" + warned("a", R"(["ip","a"])") + "," +
+                             warned("b", R"(["ip","tcp"])") + "," + warned("c", R"("ip")") + "]}";
+    const std::string first = mask_lines(stderr_of([&] { EXPECT_EQ(size(text), "0"); }));
+    EXPECT_EQ(first, warning_of("a") + warning_of("b") + warning_of("c"));
+    std::vector<uint8_t> buf(group_size);
+    size_t written = 0;
+    const std::string second = mask_lines(stderr_of(
+        [&] { EXPECT_EQ(outcome(protodesc_json_serialize(&group, buf, &written)), "2"); }));
+    EXPECT_EQ(second, warning_of("a") + warning_of("b") +
+                          "Signature <b>: Last element of the path <(tcp)> must be the protocol "
+                          "itself.\n");
+}
+
+TEST_F(protodesc_group, a_later_failure_of_the_first_pass_comes_before_a_wrong_path)
+{
+    const std::string text = R"({"p":[)" + warned("a", R"("ip")") + R"(,{"name":1}]})";
+    EXPECT_EQ(mask_lines(stderr_of([&] { EXPECT_EQ(size(text), "52: "); })), warning_of("a"));
+}
+
+TEST_F(protodesc_group, a_message_that_fails_nothing_is_recorded_in_each_pass)
+{
+    const auto full = [](const std::string &name, const std::string &path) {
+        std::string pairs;
+        for (int i = 0; i < 9; ++i) // one value more than an attribute holds
+            pairs += R"(,"stream_offset":{"offset":1,"pattern":"x"})";
+        return R"({"name":")" + name + R"(","rules":[{"order":"1:1","path":)" + path +
+               R"(,"rule":[{"protocol":"tcp")" + pairs + "}]}]}";
+    };
+    const std::string text =
+        R"({"p":[)" + full("a", R"("ip")") + "," + full("b", R"(["ip","b"])") + "]}";
+    EXPECT_EQ(size(text),
+              "0 (recorded 100): Maximum number of attribute value (8) has been reached b.");
+    std::vector<uint8_t> buf(group_size);
+    size_t written = 0;
+    stderr_of([&] {
+        EXPECT_EQ(outcome(protodesc_json_serialize(&group, buf, &written)),
+                  "2 (recorded 100): Maximum number of attribute value (8) has been reached a.");
+    });
 }
 
 TEST_F(protodesc_group, each_pass_begins_with_a_fresh_record)

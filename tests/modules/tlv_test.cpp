@@ -106,4 +106,34 @@ TEST(tlv_sink, fails_where_the_buffer_ends)
     }
 }
 
+TEST(tlv_sink, grows_with_the_output)
+{
+    for (size_t expected : {0, 1, 15, 16, 100}) {
+        csa_buf_t buf = {1, 2, 3};
+        tlv_sink_t growing = tlv_sink_growing(buf, expected);
+        csa_buf_t ten_samples;
+        for (int i = 0; i < 10; ++i) {
+            emit_sample(growing);
+            const std::vector<uint8_t> sample = bytes("00000012 00000008 0102 'a'b'c 000000");
+            ten_samples.insert(ten_samples.end(), sample.begin(), sample.end());
+        }
+        EXPECT_TRUE(tlv_sink_finish(growing));
+        EXPECT_EQ(buf, ten_samples) << expected;
+    }
+}
+
+TEST(tlv_sink, counts_on_without_memory_to_grow)
+{
+    csa_buf_t buf;
+    tlv_sink_t growing = tlv_sink_growing(buf, 0);
+    emit_sample(growing);
+    EXPECT_EQ(tlv_sink_take(growing, SIZE_MAX / 2 + 1), nullptr);
+    EXPECT_TRUE(growing.failed);
+    const size_t before = growing.offset;
+    emit_sample(growing);
+    EXPECT_EQ(growing.offset, before + 16);
+    EXPECT_FALSE(tlv_sink_finish(growing));
+    EXPECT_TRUE(buf.empty());
+}
+
 } // namespace

@@ -3,7 +3,8 @@
 /// Every serialized structure is described by one function that emits it into a sink. The size
 /// operation of a module runs that function on a counting sink, its serialize operation on a
 /// writing sink, so the two cannot disagree. A pair of hand-kept size and write functions was
-/// turned down for that reason.
+/// turned down for that reason. What is made only once goes into a growing sink, whose buffer
+/// becomes as large as the output.
 ///
 /// Two framings exist. A blob (the engines) has a 4-byte type and a 4-byte length in bytes,
 /// rounded up to a multiple of 4. A record (everything else, see tlv_description.h) has one word
@@ -17,13 +18,16 @@
 #include <span>
 #include <string_view>
 
+#include "csa_buf.h"
+#include "csa_endian.h"
 #include "tlv.h"
 
 struct tlv_sink_t {
-    uint8_t *buf = nullptr; ///< start of the output, null while counting; not owned
-    size_t size = 0;        ///< bytes at `buf`
-    size_t offset = 0;      ///< bytes emitted so far
-    bool failed = false;    ///< something did not fit in `size`, or was refused by tlv_write
+    uint8_t *buf = nullptr;     ///< start of the output, null while counting; not owned
+    size_t size = 0;            ///< bytes at `buf`
+    size_t offset = 0;          ///< bytes emitted so far
+    bool failed = false;        ///< something did not fit in `size`, or was refused by tlv_write
+    csa_buf_t *grown = nullptr; ///< the buffer of a growing sink; not owned
 };
 
 /// Returns a sink that only counts.
@@ -40,6 +44,17 @@ inline tlv_sink_t tlv_sink_writing(std::span<uint8_t> buf)
     return {buf.empty() ? &nothing : buf.data(), buf.size(), 0, false};
 }
 
+/// Returns a sink that writes into `buf`, which is emptied, grows with the output and must outlive
+/// the sink. `expected` bytes are taken at once. When memory runs out the sink fails, frees the
+/// buffer and counts on.
+tlv_sink_t tlv_sink_growing(csa_buf_t &buf, size_t expected);
+
+/// Cuts the buffer of a growing sink to what was emitted. Returns false when the sink has failed.
+[[nodiscard]] bool tlv_sink_finish(tlv_sink_t &sink);
+
+/// Makes the buffer of a growing sink hold `size` bytes at least; false when there is no memory.
+[[nodiscard]] bool tlv_sink_grow(tlv_sink_t &sink, size_t size);
+
 /// Takes the next `n` bytes of the output. Returns where to write them, or null while counting
 /// and when they do not fit (`failed` is then set; the offset advances all the same).
 inline uint8_t *tlv_sink_take(tlv_sink_t &sink, size_t n)
@@ -49,10 +64,19 @@ inline uint8_t *tlv_sink_take(tlv_sink_t &sink, size_t n)
     if (sink.buf == nullptr)
         return nullptr;
     if (at > sink.size || n > sink.size - at) {
-        sink.failed = true;
-        return nullptr;
+        if (sink.grown == nullptr || !tlv_sink_grow(sink, at + n)) {
+            sink.failed = true;
+            return nullptr;
+        }
     }
     return sink.buf + at;
+}
+
+/// Emits a big-endian word.
+inline void tlv_sink_put_word(tlv_sink_t &sink, uint32_t word)
+{
+    if (uint8_t *at = tlv_sink_take(sink, 4); at != nullptr)
+        csa_set_be32(at, word);
 }
 
 /// Emits `data` as a big-endian field of `data_size` bytes (1 to 4).

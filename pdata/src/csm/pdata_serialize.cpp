@@ -1,10 +1,8 @@
 #include "pdata_serialize.h"
 
-#include <new>
-#include <stdexcept>
-
+#include "hstring_record.h"
 #include "json_tools.h"
-#include "protodesc_serializer.h"
+#include "protodesc_group.h"
 #include "tag_table_serialize.h"
 #include "tlv_description.h"
 
@@ -125,6 +123,22 @@ pdata_status_t serialize_default_aliases(serialization_t &run, const pdb_t &pdb_
     return status == PDATA_SUCCESS ? count_record(run) : status;
 }
 
+/// Emits the root record of the protocols.
+pdata_status_t emit_protogroup(protodesc_group_t *group, csa_buf_t &buf)
+{
+    tlv_sink_t sink = tlv_sink_growing(buf, protodesc_group_expected(*group));
+    const size_t root = tlv_open_record(sink);
+    const size_t header = tlv_open_record(sink);
+    PDATA_TRY(protodesc_group_emit(group, sink));
+    if (sink.failed)
+        return pdata_fail(PDATA_ERR_NO_MEMORY,
+                          "protocol_serializer: cannot allocate protogroup buffer.\n");
+    PDATA_TRY(protodesc_group_finish(*group));
+    PDATA_TRY(tlv_close_record(sink, header, TLV_TYPE_PROTOGROUP));
+    PDATA_TRY(tlv_close_record(sink, root, TLV_TYPE_ROOT_PROTODESCS));
+    return tlv_sink_finish(sink) ? PDATA_SUCCESS : PDATA_ERR_NO_MEMORY;
+}
+
 pdata_status_t pdata_serialize_protogroup_json(serialization_t &run, const pdd_t &pdd,
                                                uint32_t proto_sem_type)
 {
@@ -134,47 +148,19 @@ pdata_status_t pdata_serialize_protogroup_json(serialization_t &run, const pdd_t
     group.aliases = std::span(run.matcher_alias.aliases).first(run.matcher_alias.alias_idx);
     group.json.cfg = run.cfg;
     group.json.proto_sem_type = proto_sem_type;
-    size_t size = 0;
-    pdata_status_t status = protodesc_json_get_tlv_size(&group, &size);
-    if (status != PDATA_SUCCESS)
-        return status;
     csa_buf_t buf;
-    if (!csa_buf_alloc(buf, size + 8))
-        return pdata_fail(PDATA_ERR_NO_MEMORY,
-                          "protocol_serializer: cannot allocate protogroup buffer.\n");
-    tlv_sink_t sink = tlv_sink_writing(buf);
-    const size_t root = tlv_open_record(sink);
-    const size_t header = tlv_open_record(sink);
-    size_t written = 0;
-    status = protodesc_json_serialize(&group, std::span(buf).subspan(8), &written);
-    if (status != PDATA_SUCCESS)
-        return status;
-    if (written != size)
-        return PDATA_ERR_INVALID_ARGUMENT;
-    (void)tlv_sink_take(sink, size); // the group stands there already
-    status = tlv_close_record(sink, header, TLV_TYPE_PROTOGROUP);
-    if (status == PDATA_SUCCESS)
-        status = tlv_close_record(sink, root, TLV_TYPE_ROOT_PROTODESCS);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(emit_protogroup(&group, buf));
     return set_record(next_record(run), PDB_TYPE_PROTOCOL_DESCRIPTION, std::move(buf));
 }
 
 pdata_status_t pdata_serialize_main_hstring(const hstring_build_t &hstring, pdb_t *pdb)
 {
-    const uint32_t size = hstring_get_size(hstring);
     csa_buf_t buf;
-    if (!csa_buf_alloc(buf, size_t{size} + 4))
+    if (!csa_buf_alloc(buf, size_t{hstring_get_size(hstring)} + 4))
         return pdata_fail(PDATA_ERR_NO_MEMORY,
                           "protocol_serializer: cannot allocate hstring buffer.\n");
-    uint32_t offset = 0;
-    const pdata_status_t status =
-        tlv_push_type_len(TLV_TYPE_ROOT_STRING, size / 4, buf.data(), &offset);
-    if (status != PDATA_SUCCESS)
-        return status;
-    const int ret = hstring_serialize(hstring, std::span(buf).subspan(4));
-    if (ret != 0)
-        return module_err2pdata_status(PDATA_MODULE_HSTRING, ret);
+    tlv_sink_t sink = tlv_sink_writing(buf);
+    PDATA_TRY(hstring_emit(hstring, TLV_TYPE_ROOT_STRING, sink));
     return set_record(pdb, PDB_TYPE_MAIN_HSTRING, std::move(buf));
 }
 
@@ -182,34 +168,15 @@ pdata_status_t pdata_serialize_main_hstring(const hstring_build_t &hstring, pdb_
 pdata_status_t serialize_records(serialization_t &run, const pdd_t &pdd, const pdb_t *pdb_default,
                                  uint32_t proto_sem_type)
 {
-    pdata_status_t status = pdata_serialize_cfg(run.cfg, run.pdb, &run.n, PDATA_TYPE_CSM);
-    if (status == PDATA_SUCCESS)
-        status = supplies_aliases(pdb_default) ? serialize_default_aliases(run, *pdb_default)
-                                               : pdata_serialize_pdm(run);
-    if (status == PDATA_SUCCESS)
-        status = pdata_serialize_protogroup_json(run, pdd, proto_sem_type);
-    if (status == PDATA_SUCCESS)
-        status = count_record(run);
-    if (status == PDATA_SUCCESS)
-        status = pdata_serialize_main_hstring(run.hstring, next_record(run));
-    if (status == PDATA_SUCCESS)
-        status = count_record(run);
-    if (status == PDATA_SUCCESS)
-        status = pdata_serialize_load(next_record(run), TLV_TYPE_LOAD_UNLOADABLE);
-    return status == PDATA_SUCCESS ? count_record(run) : status;
-}
-
-/// The same; memory that runs out where no step looks for it is a status like any other.
-pdata_status_t serialize_records_guarded(serialization_t &run, const pdd_t &pdd,
-                                         const pdb_t *pdb_default, uint32_t proto_sem_type)
-{
-    try {
-        return serialize_records(run, pdd, pdb_default, proto_sem_type);
-    } catch (const std::bad_alloc &) {
-        return PDATA_ERR_NO_MEMORY;
-    } catch (const std::length_error &) {
-        return PDATA_ERR_NO_MEMORY;
-    }
+    PDATA_TRY(pdata_serialize_cfg(run.cfg, run.pdb, &run.n, PDATA_TYPE_CSM));
+    PDATA_TRY(supplies_aliases(pdb_default) ? serialize_default_aliases(run, *pdb_default)
+                                            : pdata_serialize_pdm(run));
+    PDATA_TRY(pdata_serialize_protogroup_json(run, pdd, proto_sem_type));
+    PDATA_TRY(count_record(run));
+    PDATA_TRY(pdata_serialize_main_hstring(run.hstring, next_record(run)));
+    PDATA_TRY(count_record(run));
+    PDATA_TRY(pdata_serialize_load(next_record(run), TLV_TYPE_LOAD_UNLOADABLE));
+    return count_record(run);
 }
 
 } // namespace
@@ -225,7 +192,8 @@ pdata_status_t pdata_serialize(const pdd_t *pdd, pdb_list_t *pdb, const pdata_cf
     pdata_status_t status =
         module_err2pdata_status(PDATA_MODULE_HSTRING, hstring_init(&run.hstring, 0));
     if (status == PDATA_SUCCESS)
-        status = serialize_records_guarded(run, *pdd, pdb_default, proto_sem_type);
+        status =
+            pdata_guard([&] { return serialize_records(run, *pdd, pdb_default, proto_sem_type); });
     pdb_header_end(next_record(run));
     string_list_clean();
     return status;

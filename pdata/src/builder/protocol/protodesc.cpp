@@ -139,6 +139,7 @@ void protodesc_reset(protodesc_build_t *pb)
     reset_list(&pb->pb_desc);
     reset_list(&pb->pb_compat);
     reset_list(&pb->pb_altname);
+    pb->pb_remarks.clear();
 }
 
 void protodesc_reset_rules(protodesc_build_t *pb)
@@ -337,6 +338,12 @@ pdata_status_t protodesc_add_version(protodesc_build_t *pb, csa_str_t type, uint
         }
     }
     return PDATA_ERR_JSON_BAD_SEMANTIC;
+}
+
+void protodesc_remark(protodesc_build_t *pb, const protodesc_remark_t &remark)
+{
+    remark.say(remark);
+    pb->pb_remarks.push_back(remark);
 }
 
 uint32_t protodesc_get_nr_rule(const protodesc_build_t &pb)

@@ -83,6 +83,16 @@ struct ruledesc_build_t {
     uint32_t rule_vid = 0;         ///< 0xFFFFFFFF: no version identifier
 };
 
+/// Something that building a protocol says without failing. It is said as often as the contract has
+/// passes over the protocol, while the protocol is built once.
+struct protodesc_remark_t {
+    void (*say)(const protodesc_remark_t &remark);
+    csa_str_t protocol;  ///< the protocol being built
+    csa_str_t bottom;    ///< whose attribute it is about
+    csa_str_t attr_name; ///< without a way prefix
+    uint32_t number;     ///< a direction, a capacity or the key of a rule node
+};
+
 /// A `rule_vid` that says there is none.
 constexpr uint32_t RULE_VID_NONE = 0xFFFFFFFF;
 
@@ -107,6 +117,7 @@ struct protodesc_build_t {
     hstring_build_t *pb_htable = nullptr;           ///< strings of the group; not owned
     hstring_build_t *pb_tagtable_hstring = nullptr; ///< strings of the tag table; not owned
     uint32_t pb_dirty_slots = 0;                    ///< slots touched since the last reset
+    std::vector<protodesc_remark_t> pb_remarks;     ///< what was said since the last reset
 };
 
 /// Fills in the default capacities.
@@ -182,6 +193,9 @@ void protodesc_set_rule_real_bottom(protodesc_build_t *pb, uint32_t n_rule, csa_
 [[nodiscard]] pdata_status_t protodesc_add_version(protodesc_build_t *pb, csa_str_t type,
                                                    uint32_t value);
 
+/// Says a remark and notes it.
+void protodesc_remark(protodesc_build_t *pb, const protodesc_remark_t &remark);
+
 /// Finds or adds an attribute of a slot by its written name and gives its index.
 ///
 /// A prefix "cts-" or "stc-" in front of at least one more byte gives the direction and is
@@ -207,6 +221,7 @@ uint32_t protodesc_find_attr_name(const protodesc_build_t &pb, uint32_t n_rule, 
 
 /// Puts a value into the first free value slot of an attribute. A full attribute gives
 /// PDATA_ERR_OVERFLOW with a message. The second form stores the value's pattern offset as well.
+/// Callers may leave the value out; the message is a remark.
 [[nodiscard]] pdata_status_t protodesc_add_attr_val(protodesc_build_t *pb, uint32_t n_rule,
                                                     csa_str_t attr_val, uint32_t n_attr);
 [[nodiscard]] pdata_status_t protodesc_add_attr_val_with_offset(protodesc_build_t *pb,

@@ -25,6 +25,21 @@ csa_attr_way_t split_way(csa_str_t *attr_name)
     return prefix == "stc-" ? ATTR_WAY_STC : ATTR_WAY_CTS;
 }
 
+void say_way_forced(const protodesc_remark_t &remark)
+{
+    pdata_diag_warning(PDATA_DIAG_WAY_FORCED, shown(remark.protocol), remark.protocol.str_buf,
+                       shown(remark.bottom), remark.bottom.str_buf, shown(remark.attr_name),
+                       remark.attr_name.str_buf,
+                       attr_way2str(static_cast<csa_attr_way_t>(remark.number)));
+}
+
+void say_values_full(const protodesc_remark_t &remark)
+{
+    (void)pdata_fail(PDATA_ERR_OVERFLOW, // whoever adds the value returns the status
+                     REFUSED_RECORD_ATTR_VAL, static_cast<int>(remark.number),
+                     shown(remark.protocol), remark.protocol.str_buf);
+}
+
 /// Stores a value in the first free value slot of an attribute and gives the slot.
 pdata_status_t store_value(protodesc_build_t *pb, uint32_t n_rule, csa_str_t attr_val,
                            uint32_t n_attr, uint32_t *n_val)
@@ -33,10 +48,10 @@ pdata_status_t store_value(protodesc_build_t *pb, uint32_t n_rule, csa_str_t att
     uint32_t free = 0;
     while (free < attr.attr_val.size() && attr.attr_val[free].str_buf != nullptr)
         ++free;
-    if (free == attr.attr_val.size())
-        return pdata_fail(PDATA_ERR_OVERFLOW, REFUSED_RECORD_ATTR_VAL,
-                          static_cast<int>(pb->pb_bounds.pi_max_attr_val), shown(pb->pb_name),
-                          pb->pb_name.str_buf);
+    if (free == attr.attr_val.size()) {
+        protodesc_remark(pb, {say_values_full, pb->pb_name, {}, {}, pb->pb_bounds.pi_max_attr_val});
+        return PDATA_ERR_OVERFLOW;
+    }
     attr.attr_val[free] = attr_val;
     attr.attr_nr_val = free + 1;
     *n_val = free;
@@ -62,9 +77,7 @@ pdata_status_t protodesc_add_attr_name(protodesc_build_t *pb, csa_str_t attr_nam
                               shown(pb->pb_name), pb->pb_name.str_buf, shown(protocol),
                               protocol.str_buf, shown(name), name.str_buf, static_cast<int>(way),
                               static_cast<int>(allowed));
-        pdata_diag_warning(PDATA_DIAG_WAY_FORCED, shown(pb->pb_name), pb->pb_name.str_buf,
-                           shown(protocol), protocol.str_buf, shown(name), name.str_buf,
-                           attr_way2str(allowed));
+        protodesc_remark(pb, {say_way_forced, pb->pb_name, protocol, name, allowed});
         way = allowed;
     }
     const matcher_type_t type = pdb_matcher_get_type(protocol, name);

@@ -19,8 +19,13 @@ pdata_status_t fail_with_report(pdata_status_t status)
     return pdata_fail(status, "%s", pragmar_err_get());
 }
 
+void say_rangeless(const protodesc_remark_t &remark)
+{
+    semantic_rangeless_print(remark.number);
+}
+
 /// Checks a parsed protocol against the semantic rules of the configuration, if it has any.
-pdata_status_t check_semantic(protodesc_json_t *json, const json_t &parsed)
+pdata_status_t check_semantic(protodesc_json_t *json, const json_t &parsed, protodesc_build_t *pb)
 {
     if (json->cfg == nullptr || json->cfg->ignore_sem)
         return PDATA_SUCCESS;
@@ -32,6 +37,8 @@ pdata_status_t check_semantic(protodesc_json_t *json, const json_t &parsed)
         return fail_with_report(PDATA_ERR_JSON_BAD_SEMANTIC);
     if (pragmar_check(parsed, &json->rules) != 0)
         return fail_with_report(PDATA_ERR_JSON_BAD_SEMANTIC);
+    for (const uint32_t key : json->rules.semantic->rangeless) // the check has said them
+        pb->pb_remarks.push_back({say_rangeless, {}, {}, {}, key});
     return PDATA_SUCCESS;
 }
 
@@ -39,7 +46,7 @@ pdata_status_t check_semantic(protodesc_json_t *json, const json_t &parsed)
 pdata_status_t parsed_to_protodesc(protodesc_json_t *json, const json_t &parsed,
                                    protodesc_build_t *pb)
 {
-    pdata_status_t status = check_semantic(json, parsed);
+    pdata_status_t status = check_semantic(json, parsed, pb);
     if (status != PDATA_SUCCESS)
         return status;
     visitor_protocol_t visitor;

@@ -1,6 +1,7 @@
+#include "protodesc_group.h"
+
+#include "hstring_record.h"
 #include "json_lexer.h"
-#include "protodesc_serializer.h"
-#include "tlv_description.h"
 
 namespace
 {
@@ -28,11 +29,8 @@ pdata_status_t protodesc_skip_token(std::string_view *rest, json_token_type_t ty
 pdata_status_t protodesc_seek_first_protocol(std::string_view *rest)
 {
     for (const json_token_type_t type : {JSON_TOKEN_OPENING_BRACE, JSON_TOKEN_STRING,
-                                         JSON_TOKEN_COLON, JSON_TOKEN_OPENING_BRACKET}) {
-        const pdata_status_t status = protodesc_skip_token(rest, type);
-        if (status != PDATA_SUCCESS)
-            return status;
-    }
+                                         JSON_TOKEN_COLON, JSON_TOKEN_OPENING_BRACKET})
+        PDATA_TRY(protodesc_skip_token(rest, type));
     return PDATA_SUCCESS;
 }
 
@@ -63,10 +61,11 @@ pdata_status_t protodesc_serialize_init(protodesc_group_t *group, protodesc_walk
     return PDATA_SUCCESS;
 }
 
-void protodesc_serialize_cleanup(protodesc_walk_t *walk)
+/// Keeps what a protocol said, up to the one whose path fails.
+void keep_remarks(protodesc_group_t *group, const protodesc_build_t &pb)
 {
-    protodesc_clean(&walk->pb);
-    hstring_clean(&walk->hstring);
+    if (group->fault.nr_path == 0)
+        group->remarks.insert(group->remarks.end(), pb.pb_remarks.begin(), pb.pb_remarks.end());
 }
 
 /// Builds the next protocol and emits it.
@@ -74,15 +73,12 @@ pdata_status_t emit_next_protocol(protodesc_walk_t *walk, tlv_sink_t &sink)
 {
     protodesc_group_t *group = walk->group;
     uint32_t consumed = 0;
-    pdata_status_t status = json_to_protodesc(&group->json, walk->rest, &consumed, &walk->pb);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(json_to_protodesc(&group->json, walk->rest, &consumed, &walk->pb));
     walk->rest.remove_prefix(consumed);
+    keep_remarks(group, walk->pb);
     matcher_alias_change_proto(&walk->pb, group->aliases);
     const size_t header = tlv_open_record(sink);
-    status = protodesc_emit(walk->pb, sink);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(protodesc_emit(walk->pb, sink, &group->fault));
     return tlv_close_record(sink, header, TLV_TYPE_PROTO);
 }
 
@@ -90,55 +86,52 @@ pdata_status_t emit_protocols(protodesc_walk_t *walk, tlv_sink_t &sink)
 {
     const size_t header = tlv_open_record(sink);
     for (bool more = true; more;) {
-        pdata_status_t status = emit_next_protocol(walk, sink);
-        if (status == PDATA_SUCCESS)
-            status = protodesc_seek_next_protocol(&walk->rest, &more);
-        if (status != PDATA_SUCCESS)
-            return status;
+        PDATA_TRY(emit_next_protocol(walk, sink));
+        PDATA_TRY(protodesc_seek_next_protocol(&walk->rest, &more));
     }
     return tlv_close_record(sink, header, TLV_TYPE_PROTOGROUP_PROTOS);
 }
 
-pdata_status_t emit_hstring(const hstring_build_t &hstring, tlv_sink_t &sink)
-{
-    const size_t header = tlv_open_record(sink);
-    const uint32_t size = hstring_get_size(hstring);
-    if (uint8_t *at = tlv_sink_take(sink, size); at != nullptr)
-        if (const int ret = hstring_serialize(hstring, {at, size}); ret != 0)
-            return module_err2pdata_status(PDATA_MODULE_HSTRING, ret);
-    return tlv_close_record(sink, header, TLV_TYPE_PROTOGROUP_STRING);
-}
-
-/// Emits the value of a group.
-pdata_status_t emit_group(protodesc_group_t *group, tlv_sink_t &sink)
-{
-    protodesc_walk_t walk;
-    pdata_status_t status = protodesc_serialize_init(group, &walk);
-    if (status == PDATA_SUCCESS)
-        status = emit_protocols(&walk, sink);
-    if (status == PDATA_SUCCESS)
-        status = emit_hstring(walk.hstring, sink);
-    protodesc_serialize_cleanup(&walk);
-    return status;
-}
-
 } // namespace
+
+size_t protodesc_group_expected(const protodesc_group_t &group)
+{
+    return group.json_text.size() + group.json_text.size() / 8;
+}
+
+pdata_status_t protodesc_group_emit(protodesc_group_t *group, tlv_sink_t &sink)
+{
+    group->remarks.clear();
+    group->fault = {};
+    protodesc_walk_t walk;
+    PDATA_TRY(protodesc_serialize_init(group, &walk));
+    PDATA_TRY(emit_protocols(&walk, sink));
+    return hstring_emit(walk.hstring, TLV_TYPE_PROTOGROUP_STRING, sink);
+}
+
+pdata_status_t protodesc_group_finish(const protodesc_group_t &group)
+{
+    for (const protodesc_remark_t &remark : group.remarks)
+        remark.say(remark);
+    return group.fault.nr_path == 0 ? PDATA_SUCCESS : protodesc_path_failed(group.fault);
+}
 
 pdata_status_t protodesc_json_get_tlv_size(protodesc_group_t *group, size_t *size)
 {
-    tlv_sink_t sink = tlv_sink_counting();
-    const pdata_status_t status = emit_group(group, sink);
+    tlv_sink_t sink = tlv_sink_growing(group->value, protodesc_group_expected(*group));
+    const pdata_status_t status = protodesc_group_emit(group, sink);
     *size = sink.offset;
-    return status;
+    PDATA_TRY(status);
+    return tlv_sink_finish(sink) ? PDATA_SUCCESS : PDATA_ERR_NO_MEMORY;
 }
 
 pdata_status_t protodesc_json_serialize(protodesc_group_t *group, std::span<uint8_t> buf,
                                         size_t *written)
 {
     tlv_sink_t sink = tlv_sink_writing(buf);
-    const pdata_status_t status = emit_group(group, sink);
+    tlv_sink_put_bytes(sink,
+                       {reinterpret_cast<const char *>(group->value.data()), group->value.size()});
     *written = sink.offset;
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(protodesc_group_finish(*group));
     return sink.failed ? PDATA_ERR_INVALID_ARGUMENT : PDATA_SUCCESS;
 }
