@@ -76,6 +76,24 @@ TEST(runtime_flow, texts_are_repeated_and_joined)
     EXPECT_TRUE(runtime_read_flow("a:b cts \"aa\"*524288", flow, error));
 }
 
+TEST(runtime_flow, a_flow_says_what_may_go_on_and_which_protocols_it_has)
+{
+    std::vector<flow_value_t> flow;
+    std::string error;
+    ASSERT_TRUE(
+        runtime_read_flow("a:b cts \"x\"*2...; has ssl; a:b cts \"y\"; has tcp", flow, error))
+        << error;
+    ASSERT_EQ(flow.size(), 4U);
+    EXPECT_TRUE(flow[0].more);
+    EXPECT_EQ(flow[0].bytes, "xx");
+    EXPECT_EQ(flow[1].protocol, "ssl");
+    EXPECT_EQ(flow[1].attribute, "");
+    EXPECT_FALSE(flow[2].more);
+    EXPECT_EQ(flow[3].protocol, "tcp");
+    for (const char *line : {"has ", "has", "has ssl;", "a:b cts \"x\"..", "a:b cts 1..."})
+        EXPECT_FALSE(runtime_read_flow(line, flow, error)) << line;
+}
+
 TEST(runtime_flow, other_lines_are_refused)
 {
     for (const char *line :
@@ -223,6 +241,61 @@ TEST(runtime_model, a_preempt_value_waits_for_its_minimum_data)
     const loaded_t loaded(pdb_model{{protocol_of(1, "early", {rule})}, {}});
     EXPECT_EQ(classify(loaded.pdb, "tcp:stream cts \"go on\""), "");
     EXPECT_EQ(classify(loaded.pdb, "tcp:stream cts \"go on on\""), "early ");
+}
+
+TEST(runtime_model, while_data_may_go_on_its_end_does_not_count)
+{
+    const loaded_t loaded(values_model(
+        "http", "uri_decoded", {"word", "wo.*", ".*rd", ".*or.*", "w.rd", "w.rd.*", "\\w+", ".+"}));
+    EXPECT_EQ(classify(loaded.pdb, "http:uri_decoded cts \"word\""), "3 5 0 1 2 4 6 7 ");
+    EXPECT_EQ(classify(loaded.pdb, "http:uri_decoded cts \"word\"..."), "3 5 1 7 ");
+}
+
+TEST(runtime_model, a_matcher_begins_at_its_minimum_data)
+{
+    const auto rule = [](const char *value, uint32_t mindata) {
+        return rule_of({sub_rule_of("tcp", {stream_attr("stream", {value})}, mindata)});
+    };
+    const loaded_t loaded(pdb_model{{protocol_of(1, "short", {rule("go.*", 4)}),
+                                     protocol_of(2, "long", {rule("(.*)\\w(.*)", 8)})},
+                                    {}});
+    EXPECT_EQ(classify(loaded.pdb, "tcp:stream cts \"go on\"..."), "");
+    EXPECT_EQ(classify(loaded.pdb, "tcp:stream cts \"go on\""), "long short ");
+    EXPECT_EQ(classify(loaded.pdb, "tcp:stream cts \"go on and on\"..."), "long short ");
+}
+
+/// A rule of the tcp port 80 and of a second sub-rule.
+rule_model port_and(const std::string &protocol)
+{
+    sub_rule_model second = sub_rule_of(protocol, {});
+    return rule_of({sub_rule_of("tcp", {number_attr("port", {"80"})}), second});
+}
+
+TEST(runtime_model, what_a_flow_says_of_its_protocols_counts)
+{
+    const loaded_t loaded(pdb_model{{protocol_of(1, "safe", {port_and("ssl")})}, {}});
+    EXPECT_EQ(classify(loaded.pdb, "tcp:port cts 80"), "safe ");
+    EXPECT_EQ(classify(loaded.pdb, "tcp:port cts 80; has tcp"), "");
+    EXPECT_EQ(classify(loaded.pdb, "tcp:port cts 80; has ssl"), "safe ");
+    EXPECT_EQ(classify(loaded.pdb, "has ssl; has quic; tcp:port cts 80"), "safe ");
+}
+
+TEST(runtime_model, a_rule_admits_its_real_bottom_and_its_scope)
+{
+    const auto seen_in = [](uint32_t scope, const std::string &real_bottom) {
+        rule_model rule = simple_rule("ssl", {stream_attr("common_name", {"name"})});
+        rule.scope = scope;
+        rule.sub_rules[0].bottom_protocol = real_bottom;
+        const loaded_t loaded(pdb_model{{protocol_of(1, "p", {rule})}, {}});
+        return classify(loaded.pdb, "ssl:common_name cts \"name\"");
+    };
+    constexpr uint32_t all = 0x1;
+    constexpr uint32_t ssl = 0x4;
+    constexpr uint32_t http_proxy = 0x800;
+    EXPECT_EQ(seen_in(http_proxy, "ssl"), "p ");
+    EXPECT_EQ(seen_in(http_proxy, "quic"), "");
+    EXPECT_EQ(seen_in(http_proxy | ssl, "quic"), "p ");
+    EXPECT_EQ(seen_in(all, "quic"), "p ");
 }
 
 TEST(runtime_model, a_damaged_pdb_gives_an_error)

@@ -62,6 +62,43 @@ void read_tag_table(loadable_pdb_t &pdb)
         pdb.tag_table.push_back({loadable_word(pdb.tags, word), loadable_word(pdb.tags, word + 1)});
 }
 
+/// Gives the text of one side of an alias from the main strings; false where none is.
+bool read_alias_text(blob_span_t strings, uint32_t offset, std::string_view &text)
+{
+    if (offset % 2 != 0 || strings.size() < 2 || offset >= strings.size() - 2)
+        return false;
+    const size_t length = csa_get_be16(strings.data() + offset);
+    if (length == 0 || length > strings.size() - 2 - offset)
+        return false;
+    text = {reinterpret_cast<const char *>(strings.data() + offset + 2), length};
+    return true;
+}
+
+bool read_alias_side(blob_span_t strings, blob_span_t side, loadable_alias_side_t &alias)
+{
+    alias.way = side[8];
+    return read_alias_text(strings, loadable_word(side, 0), alias.protocol) &&
+           read_alias_text(strings, loadable_word(side, 1), alias.attribute) &&
+           alias.way >= ATTR_WAY_CTS && alias.way <= ATTR_WAY_BOTH;
+}
+
+/// Reads the aliases; the first pair that is none ends them, as the padding does.
+void read_alias_table(loadable_pdb_t &pdb)
+{
+    constexpr size_t header = 4;
+    constexpr size_t side = 9;
+    if (pdb.aliases.size() < header || pdb.main_strings.size() < header)
+        return;
+    const blob_span_t strings = pdb.main_strings.subspan(header);
+    for (size_t at = header; pdb.aliases.size() - at >= 2 * side; at += 2 * side) {
+        loadable_alias_t alias;
+        if (!read_alias_side(strings, pdb.aliases.subspan(at, side), alias.alias) ||
+            !read_alias_side(strings, pdb.aliases.subspan(at + side, side), alias.reference))
+            return;
+        pdb.alias_table.push_back(alias);
+    }
+}
+
 bool read_version(blob_span_t &rest, loadable_pdb_t &pdb, std::string &error)
 {
     constexpr size_t fixed = 12; // bytes in front of the text
@@ -180,6 +217,7 @@ bool loadable_open(blob_span_t bytes, loadable_pdb_t &pdb, std::string &error)
     if (!read_load_state(rest, pdb, error) || !read_copied_parts(rest, pdb, error))
         return false;
     read_tag_table(pdb);
+    read_alias_table(pdb);
     if (starts_with_type(rest, TLV_TYPE_ROOT_DEFAULT_LOADED))
         return read_empty_end(rest, pdb, error);
     if (pdb.descriptions.empty())

@@ -82,6 +82,18 @@ struct loadable_tag_t {
     uint32_t value = 0;
 };
 
+/// One side of an alias, and an alias.
+struct loadable_alias_side_t {
+    std::string_view protocol;
+    std::string_view attribute;
+    uint32_t way = ATTR_WAY_UNKNOWN; ///< csa_attr_way_t
+};
+
+struct loadable_alias_t {
+    loadable_alias_side_t alias;
+    loadable_alias_side_t reference;
+};
+
 /// A loadable pdb.
 struct loadable_pdb_t {
     std::optional<uint32_t> load_state;
@@ -95,6 +107,7 @@ struct loadable_pdb_t {
     uint32_t version_minor = 0;
     std::string_view version_text;
     std::vector<loadable_tag_t> tag_table;
+    std::vector<loadable_alias_t> alias_table;
     std::vector<loadable_matcher_t> matchers; ///< in the order of the file
     std::vector<loadable_rule_t> rules;       ///< by rule id - 1
     std::vector<loadable_slot_t> slots;       ///< by item id

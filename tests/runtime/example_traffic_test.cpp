@@ -122,14 +122,40 @@ TEST_F(example_traffic, every_attribute_of_the_traffic_is_one_that_rules_test)
             ASSERT_TRUE(runtime_read_flow(columns.back(), flow, error)) << place << ": " << error;
             for (const flow_value_t &value : flow) {
                 const auto has = [&](uint32_t way) {
-                    return loadable_find_matcher(pdb, value.protocol, value.attribute, way) !=
-                           nullptr;
+                    flow_value_t other = value;
+                    other.way = way;
+                    return runtime_has_attribute(pdb, other);
                 };
-                EXPECT_TRUE(has(ATTR_WAY_CTS) || has(ATTR_WAY_STC))
+                EXPECT_TRUE(value.attribute.empty() || has(ATTR_WAY_CTS) || has(ATTR_WAY_STC))
                     << place << ": " << value.protocol << ":" << value.attribute;
             }
         }
     }
+}
+
+/// The paths of the rules that a flow matches, the best first, each as "ssl/youtube".
+std::vector<std::string> paths_of(const loadable_pdb_t &pdb, const std::string &flow_line)
+{
+    std::vector<flow_value_t> flow;
+    runtime_result_t result;
+    std::string error;
+    EXPECT_TRUE(runtime_read_flow(flow_line, flow, error)) << error;
+    EXPECT_TRUE(runtime_classify(pdb, flow, result, error)) << error;
+    std::vector<std::string> paths;
+    for (const runtime_match_t &match : result.matches) {
+        std::string &path = paths.emplace_back();
+        for (const std::string_view name : match.rule->path)
+            path.append(path.empty() ? "" : "/").append(name);
+    }
+    return paths;
+}
+
+TEST_F(example_traffic, one_name_in_two_protocols_gives_two_paths)
+{
+    using paths = std::vector<std::string>;
+    EXPECT_EQ(paths_of(pdb, "ssl:common_name cts \"www.youtube.com\""), paths{"ssl/youtube"});
+    EXPECT_EQ(paths_of(pdb, "quic:server_name cts \"www.youtube.com\""), paths{"quic/youtube"});
+    EXPECT_EQ(paths_of(pdb, "dtls:common_name cts \"www.youtube.com\""), paths{});
 }
 
 } // namespace

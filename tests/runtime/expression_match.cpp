@@ -211,6 +211,19 @@ bool expression_open(std::string_view text, bool icase, expression_t &expression
     return !is_too_deep(expression.tree) || blob_fail(error, "expression nested too deeply");
 }
 
+bool expression_is_open_ended(const expression_t &expression)
+{
+    const std::vector<rexpand_node> &nodes = expression.tree.nodes;
+    for (uint32_t at = expression.tree.root; at != REXPAND_NO_NODE; at = nodes[at].last_child) {
+        if (nodes[at].kind == REXPAND_AST_REPETITION_NODE ||
+            nodes[at].kind == REXPAND_AST_REPETITION_ONCE_NODE)
+            return nodes[nodes[at].first_child].kind == REXPAND_AST_WILDCARD_NODE;
+        if (nodes[at].kind != REXPAND_AST_REGEXP_NODE && nodes[at].kind != REXPAND_AST_GROUP_NODE)
+            return false;
+    }
+    return false;
+}
+
 bool expression_match(const expression_t &expression, blob_span_t data)
 {
     positions from(data.size() + 1);

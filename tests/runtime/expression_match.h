@@ -27,5 +27,9 @@ struct expression_t {
 [[nodiscard]] bool expression_open(std::string_view text, bool icase, expression_t &expression,
                                    std::string &error);
 
+/// Tells whether the last part of the expression is ".*" or ".+": what matches goes on matching,
+/// whatever follows.
+bool expression_is_open_ended(const expression_t &expression);
+
 /// Tells whether `data` as a whole matches.
 bool expression_match(const expression_t &expression, blob_span_t data);

@@ -122,8 +122,14 @@ bool read_number(const std::string &text, transformer_value_t &number)
 /// Takes the value off the front of `rest`.
 bool take_value(std::string_view &rest, flow_value_t &value)
 {
-    if (!rest.empty() && rest[0] == '"')
-        return take_text(rest, value.bytes);
+    constexpr std::string_view more = "...";
+    if (!rest.empty() && rest[0] == '"') {
+        if (!take_text(rest, value.bytes))
+            return false;
+        value.more = rest.substr(0, more.size()) == more;
+        rest.remove_prefix(value.more ? more.size() : 0);
+        return true;
+    }
     const std::string text(rest.substr(0, rest.find(';')));
     rest.remove_prefix(text.size());
     return read_number(text, value.number);
@@ -131,6 +137,13 @@ bool take_value(std::string_view &rest, flow_value_t &value)
 
 bool take_flow_value(std::string_view &rest, flow_value_t &value)
 {
+    constexpr std::string_view has = "has ";
+    if (rest.substr(0, has.size()) == has) {
+        rest.remove_prefix(has.size());
+        value.protocol = rest.substr(0, rest.find(';'));
+        rest.remove_prefix(value.protocol.size());
+        return !value.protocol.empty();
+    }
     std::string way;
     if (!take_until(rest, ':', value.protocol) || !take_until(rest, ' ', value.attribute) ||
         !take_until(rest, ' ', way) || (way != "cts" && way != "stc"))
