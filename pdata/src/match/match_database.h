@@ -1,0 +1,134 @@
+/// An open database: the pdb where it lies, and the small indexes beside it.
+///
+/// Nothing of the engines is copied. What is made at opening is what the format leaves to the
+/// reader: which matchers an attribute leads to, what each second-level entry stands for, who
+/// admits whom, and the compiled second checks.
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "match_expression.h"
+#include "pdata.h"
+#include "pdb_view.h"
+
+/// What a private id stands for: two bits of kind, and thirty of what the kind says.
+enum match_role_t : uint32_t {
+    MATCH_ROLE_ITEM = 0U << 30,  ///< the item itself
+    MATCH_ROLE_PIECE = 1U << 30, ///< a piece of several: position in bits 29 to 22, its group below
+    MATCH_ROLE_CHECK = 2U << 30, ///< the index of a second check
+    MATCH_ROLE_NONE = 3U << 30,  ///< an entry whose numbers are cut: never found
+    MATCH_ROLE_KIND = 3U << 30,
+};
+constexpr uint32_t MATCH_PIECE_SHIFT = 22;
+constexpr uint32_t MATCH_GROUP_MASK = (1U << MATCH_PIECE_SHIFT) - 1;
+constexpr uint32_t MATCH_POSITION_MASK = 0xFF;
+
+/// The pieces of one permutation: consecutive entries, in the order in which they must stand.
+struct match_group_t {
+    uint32_t item = 0;
+    uint32_t nr_piece = 0;
+};
+
+/// A value that is matched as a whole.
+struct match_check_t {
+    uint32_t item = 0;
+    uint32_t expression = 0; ///< index among those of the matcher; MATCH_NO_EXPRESSION for none
+    uint32_t value = 0;      ///< its text: offset in the matcher's strings
+};
+constexpr uint32_t MATCH_NO_EXPRESSION = UINT32_MAX;
+
+/// One matcher with its indexes.
+struct match_matcher_t {
+    view_matcher_t view;
+    std::vector<uint32_t> roles; ///< by private index
+    std::vector<match_group_t> groups;
+    std::vector<match_check_t> checks;
+    std::vector<match_expression_t> expressions;
+    std::vector<uint32_t> always; ///< checks that are tried on all data
+    pdata_kind kind = PDATA_BYTES;
+};
+
+/// An attribute under which values are handed over.
+struct match_attribute_t {
+    std::string_view protocol;
+    std::string_view name;
+    uint32_t way = 0;
+    uint32_t scope = 0;            ///< bits of scopes that admit its protocol
+    pdata_protocol number = 0;     ///< of its protocol
+    pdata_kind kind = PDATA_BYTES; ///< of its first matcher
+    uint32_t first = 0;            ///< of its matchers in `attribute_matchers`
+    uint32_t nr = 0;
+};
+
+/// Marks of the words of match_rule_t.
+constexpr uint32_t MATCH_RULE_MARK = 0x80000000;
+
+/// One rule, beside what its slots say.
+struct match_rule_t {
+    /// Protocols of the real bottoms, 0 for none; marked where no item of the rule tests it.
+    uint32_t real_bottom[PDATA_BOTTOM_MAX] = {};
+    uint32_t first_item = 0; ///< 0 for a rule without items; marked when the rule is a preempt
+};
+
+/// The bytes of a database.
+struct match_bytes_t {
+    std::span<const uint8_t> bytes;
+    std::vector<uint8_t> copy; ///< PDATA_OPEN_COPY
+    void *map = nullptr;       ///< a mapping of bytes.size() bytes
+
+    match_bytes_t() = default;
+    match_bytes_t(const match_bytes_t &) = delete;
+    match_bytes_t &operator=(const match_bytes_t &) = delete;
+    ~match_bytes_t();
+};
+
+struct pdata_db {
+    match_bytes_t bytes;
+    pdb_view_t view;
+    std::vector<match_matcher_t> matchers;     ///< in the order of the file
+    std::vector<match_attribute_t> attributes; ///< by protocol, name and direction
+    std::vector<uint32_t> attribute_matchers;  ///< indexes of `matchers`
+    std::vector<std::string_view> protocols;   ///< by number - 1, in byte order
+    std::vector<match_rule_t> rules;           ///< by rule id - 1
+    uint32_t nr_progress = 0;                  ///< most groups and checks of a matcher
+    uint32_t nr_node = 0;                      ///< most nodes of a dot-prefix matcher
+    std::once_flag owners_made;
+    std::vector<uint32_t> owners; ///< by item: the first matcher that has it
+    std::atomic<uint32_t> holds{1};
+};
+
+/// Makes the indexes of the matchers of an open view, verifying them when `verify` is set. Returns
+/// false with `error` for a damaged one; std::bad_alloc passes.
+[[nodiscard]] bool match_index_matchers(pdata_db &db, bool verify, view_error_t &error);
+
+/// Makes the roles, groups and checks of a stream matcher. std::bad_alloc passes.
+void match_index_second_level(match_matcher_t &matcher);
+
+/// Makes the tables of protocols and rules, once the matchers are there. Returns false with `error`
+/// where the items of a rule say different things of it; std::bad_alloc passes.
+[[nodiscard]] bool match_index_rules(pdata_db &db, view_error_t &error);
+
+/// Makes the table of attributes, once the rules are there. std::bad_alloc passes.
+void match_index_attributes(pdata_db &db);
+
+/// Gives the public items that a matcher can find, many of them several times. std::bad_alloc
+/// passes.
+std::vector<uint32_t> match_items_of(const match_matcher_t &matcher);
+
+/// Gives, for every item, the index of the first matcher that has it, or UINT32_MAX.
+std::vector<uint32_t> match_item_owners(const pdata_db &db);
+
+/// Returns the number of a protocol by its name, 0 for none.
+[[nodiscard]] pdata_protocol match_find_protocol(const pdata_db &db, std::string_view name);
+
+/// Returns the scope bits that admit a protocol: its own, if it is a scope word, and "all".
+[[nodiscard]] uint32_t match_scope_of(std::string_view protocol);
+
+/// Returns the bytes of the indexes, and those of the compiled checks.
+[[nodiscard]] size_t match_index_bytes(const pdata_db &db);
+[[nodiscard]] size_t match_check_bytes(const pdata_db &db);

@@ -1,0 +1,372 @@
+#include <algorithm>
+#include <bit>
+#include <new>
+
+#include "match_expression.h"
+#include "rexpand_parser.h"
+
+namespace
+{
+
+/// One compilation.
+struct compiling_t {
+    const rexpand_tree &tree;
+    match_expression_t &out;
+    std::vector<uint32_t> bytes = std::vector<uint32_t>(2 * 256, UINT32_MAX); ///< sets of one byte
+
+    const rexpand_node &node(uint32_t index) const { return tree.nodes[index]; }
+    uint32_t here() const { return static_cast<uint32_t>(out.steps.size()); }
+};
+
+uint8_t folded(uint8_t c)
+{
+    return c >= 'A' && c <= 'Z' ? static_cast<uint8_t>(c | 0x20) : c;
+}
+
+/// Puts a byte, and with `icase` the same letter in the other case, into a set.
+void add_byte(match_byte_set_t &set, uint8_t c, bool icase)
+{
+    const uint8_t lower = folded(c);
+    const bool both = icase && lower >= 'a' && lower <= 'z';
+    set[c / 64] |= uint64_t{1} << (c & 63);
+    if (both)
+        set[(c ^ 0x20U) / 64] |= uint64_t{1} << ((c ^ 0x20U) & 63);
+}
+
+void add_range(match_byte_set_t &set, uint32_t low, uint32_t high, bool icase)
+{
+    for (uint32_t c = low; c <= high; ++c)
+        add_byte(set, static_cast<uint8_t>(c), icase);
+}
+
+void emit(compiling_t &compiling, match_step_kind_t kind, uint32_t to)
+{
+    compiling.out.steps.push_back({kind, to});
+}
+
+void emit_set(compiling_t &compiling, const match_byte_set_t &set)
+{
+    emit(compiling, MATCH_STEP_BYTE, static_cast<uint32_t>(compiling.out.sets.size()));
+    compiling.out.sets.push_back(set);
+}
+
+void emit_literal(compiling_t &compiling, std::string_view text, bool icase)
+{
+    for (const char character : text) {
+        const auto c = static_cast<uint8_t>(character);
+        uint32_t &known = compiling.bytes[(icase ? 256U : 0U) + c];
+        if (known != UINT32_MAX) {
+            emit(compiling, MATCH_STEP_BYTE, known);
+            continue;
+        }
+        known = static_cast<uint32_t>(compiling.out.sets.size());
+        match_byte_set_t set{};
+        add_byte(set, c, icase);
+        emit_set(compiling, set);
+    }
+}
+
+/// Puts the bytes that a node stands for into `set`; false for one that is not a single byte.
+bool add_member(const compiling_t &compiling, const rexpand_node &member, bool icase,
+                match_byte_set_t &set)
+{
+    switch (member.kind) {
+    case REXPAND_AST_WILDCARD_NODE:
+        set.fill(UINT64_MAX);
+        return true;
+    case REXPAND_AST_DECIMAL_NODE:
+        add_range(set, '0', '9', false);
+        return true;
+    case REXPAND_AST_PART_OF_WORD_NODE:
+        add_range(set, '0', '9', false);
+        add_range(set, 'a', 'z', true);
+        add_byte(set, '_', false);
+        return true;
+    case REXPAND_AST_WHITESPACE_NODE:
+        add_byte(set, ' ', false);
+        add_range(set, '\t', '\r', false);
+        return true;
+    case REXPAND_AST_WORD_NODE:
+    case REXPAND_AST_NUMBER_NODE: {
+        const std::string_view text = rexpand_ast_literal(compiling.tree, member);
+        if (text.size() != 1)
+            return false;
+        add_byte(set, static_cast<uint8_t>(text[0]), icase);
+        return true;
+    }
+    case REXPAND_AST_RANGE_NODE: {
+        const auto end = [&](uint32_t index) {
+            return rexpand_ast_literal(compiling.tree, compiling.node(index));
+        };
+        const std::string_view low = end(member.first_child);
+        const std::string_view high = end(member.last_child);
+        if (low.size() == 1 && high.size() == 1)
+            add_range(set, static_cast<uint8_t>(low[0]), static_cast<uint8_t>(high[0]), icase);
+        return true; // a range of anything else stands for no byte
+    }
+    default:
+        return false;
+    }
+}
+
+bool compile(compiling_t &compiling, uint32_t index, bool icase, uint32_t depth);
+
+bool compile_sequence(compiling_t &compiling, const rexpand_node &parent, bool icase,
+                      uint32_t depth)
+{
+    for (uint32_t child = parent.first_child; child != REXPAND_NO_NODE;
+         child = compiling.node(child).next)
+        if (!compile(compiling, child, icase, depth + 1))
+            return false;
+    return true;
+}
+
+/// Any one of the children of a node: splits in front, jumps behind.
+bool compile_any(compiling_t &compiling, const rexpand_node &parent, bool icase, uint32_t depth)
+{
+    std::vector<uint32_t> jumps;
+    for (uint32_t child = parent.first_child; child != REXPAND_NO_NODE;
+         child = compiling.node(child).next) {
+        const uint32_t split = compiling.here();
+        const bool is_last = compiling.node(child).next == REXPAND_NO_NODE;
+        if (!is_last)
+            emit(compiling, MATCH_STEP_SPLIT, 0);
+        if (!compile(compiling, child, icase, depth + 1))
+            return false;
+        if (is_last)
+            break;
+        jumps.push_back(compiling.here());
+        emit(compiling, MATCH_STEP_JUMP, 0);
+        compiling.out.steps[split].to = compiling.here();
+    }
+    for (const uint32_t jump : jumps)
+        compiling.out.steps[jump].to = compiling.here();
+    return true;
+}
+
+/// A class: one byte of its set. Members of several bytes make it a choice, and have no place in a
+/// negated one.
+bool compile_class(compiling_t &compiling, const rexpand_node &parent, bool icase, uint32_t depth)
+{
+    match_byte_set_t set{};
+    bool single = true;
+    for (uint32_t child = parent.first_child; child != REXPAND_NO_NODE;
+         child = compiling.node(child).next)
+        single = add_member(compiling, compiling.node(child), icase, set) && single;
+    if (!single && !parent.is_negated)
+        return compile_any(compiling, parent, icase, depth);
+    if (parent.is_negated)
+        for (uint64_t &word : set)
+            word = ~word;
+    emit_set(compiling, set);
+    return true;
+}
+
+/// "*", or with `once` "+".
+bool compile_repetition(compiling_t &compiling, const rexpand_node &parent, bool once, bool icase,
+                        uint32_t depth)
+{
+    const uint32_t start = compiling.here();
+    if (!once)
+        emit(compiling, MATCH_STEP_SPLIT, 0);
+    if (!compile(compiling, parent.first_child, icase, depth + 1))
+        return false;
+    if (once) {
+        emit(compiling, MATCH_STEP_SPLIT, start);
+        return true;
+    }
+    emit(compiling, MATCH_STEP_JUMP, start);
+    compiling.out.steps[start].to = compiling.here();
+    return true;
+}
+
+bool compile_optional(compiling_t &compiling, const rexpand_node &parent, bool icase,
+                      uint32_t depth)
+{
+    const uint32_t start = compiling.here();
+    emit(compiling, MATCH_STEP_SPLIT, 0);
+    if (!compile(compiling, parent.first_child, icase, depth + 1))
+        return false;
+    compiling.out.steps[start].to = compiling.here();
+    return true;
+}
+
+/// Compiles a node. Its depth counts from 1.
+bool compile(compiling_t &compiling, uint32_t index, bool icase, uint32_t depth)
+{
+    if (depth > MATCH_EXPRESSION_DEPTH_MAX)
+        return false;
+    const rexpand_node &at = compiling.node(index);
+    switch (at.kind) {
+    case REXPAND_AST_REGEXP_NODE:
+    case REXPAND_AST_GROUP_NODE:
+        return compile_sequence(compiling, at, icase, depth);
+    case REXPAND_AST_INSENSITIVE_NODE:
+        return compile_sequence(compiling, at, true, depth);
+    case REXPAND_AST_BOL_NODE:
+        emit_literal(compiling, "^", icase);
+        return true;
+    case REXPAND_AST_EOL_NODE:
+        emit_literal(compiling, "$", icase);
+        return true;
+    case REXPAND_AST_WORD_NODE:
+    case REXPAND_AST_NUMBER_NODE:
+        emit_literal(compiling, rexpand_ast_literal(compiling.tree, at), icase);
+        return true;
+    case REXPAND_AST_REPETITION_NODE:
+    case REXPAND_AST_REPETITION_ONCE_NODE:
+        return compile_repetition(compiling, at, at.kind == REXPAND_AST_REPETITION_ONCE_NODE, icase,
+                                  depth);
+    case REXPAND_AST_OPTIONAL_NODE:
+        return compile_optional(compiling, at, icase, depth);
+    case REXPAND_AST_CLASS_NODE:
+        return compile_class(compiling, at, icase, depth);
+    case REXPAND_AST_ALTERNATIVE_NODE:
+        return compile_any(compiling, at, icase, depth);
+    default: {
+        match_byte_set_t set{};
+        (void)add_member(compiling, at, icase, set);
+        emit_set(compiling, set);
+        return true;
+    }
+    }
+}
+
+/// Tells whether the last part of the whole sequence is ".*" or ".+".
+bool is_open_ended(const rexpand_tree &tree)
+{
+    uint32_t index = tree.root;
+    while (index != REXPAND_NO_NODE && (tree.nodes[index].kind == REXPAND_AST_REGEXP_NODE ||
+                                        tree.nodes[index].kind == REXPAND_AST_GROUP_NODE))
+        index = tree.nodes[index].last_child;
+    if (index == REXPAND_NO_NODE || (tree.nodes[index].kind != REXPAND_AST_REPETITION_NODE &&
+                                     tree.nodes[index].kind != REXPAND_AST_REPETITION_ONCE_NODE))
+        return false;
+    const uint32_t child = tree.nodes[index].first_child;
+    return tree.nodes[child].kind == REXPAND_AST_WILDCARD_NODE;
+}
+
+/// The places of a short program, numbered in the order of its bytes.
+struct placing_t {
+    const match_expression_t &expression;
+    std::vector<uint32_t> place_of; ///< by step, of bytes
+    std::vector<uint32_t> stack = {};
+    std::vector<bool> seen = {};
+
+    /// Returns the places that can be entered from `step`; sets `ends` if the end can.
+    uint64_t entered(uint32_t step, bool &ends)
+    {
+        uint64_t places = 0;
+        seen.assign(expression.steps.size(), false);
+        stack.assign(1, step);
+        while (!stack.empty()) {
+            const uint32_t at = stack.back();
+            stack.pop_back();
+            if (seen[at])
+                continue;
+            seen[at] = true;
+            const match_step_t &what = expression.steps[at];
+            if (what.kind == MATCH_STEP_BYTE)
+                places |= uint64_t{1} << place_of[at];
+            else if (what.kind == MATCH_STEP_END)
+                ends = true;
+            else
+                stack.push_back(what.to);
+            if (what.kind == MATCH_STEP_SPLIT)
+                stack.push_back(at + 1);
+        }
+        return places;
+    }
+};
+
+/// Groups the bytes by the places that take them.
+void make_classes(const match_expression_t &expression, match_places_t &places)
+{
+    std::array<uint64_t, 256> takers{};
+    uint64_t place = 1;
+    for (const match_step_t &step : expression.steps) {
+        if (step.kind != MATCH_STEP_BYTE)
+            continue;
+        for (size_t word = 0; word < 4; ++word)
+            for (uint64_t left = expression.sets[step.to][word]; left != 0; left &= left - 1)
+                takers[word * 64 + static_cast<size_t>(std::countr_zero(left))] |= place;
+        place <<= 1;
+    }
+    for (size_t c = 0; c < takers.size(); ++c) {
+        const auto known = std::find(places.classes.begin(), places.classes.end(), takers[c]);
+        places.class_of[c] = static_cast<uint8_t>(known - places.classes.begin());
+        if (known == places.classes.end())
+            places.classes.push_back(takers[c]);
+    }
+}
+
+/// Turns a program of few bytes into places of a word.
+void make_places(match_expression_t &expression)
+{
+    placing_t placing{expression, std::vector<uint32_t>(expression.steps.size())};
+    std::vector<uint32_t> step_of;
+    for (uint32_t at = 0; at < expression.steps.size(); ++at)
+        if (expression.steps[at].kind == MATCH_STEP_BYTE) {
+            placing.place_of[at] = static_cast<uint32_t>(step_of.size());
+            step_of.push_back(at);
+        }
+    match_places_t &places = expression.places;
+    places.first = placing.entered(0, expression.is_empty);
+    for (size_t place = 0; place < step_of.size(); ++place) {
+        const uint64_t bit = uint64_t{1} << place;
+        bool ends = false;
+        const uint64_t follow = placing.entered(step_of[place] + 1, ends);
+        places.last |= ends ? bit : 0;
+        if (place + 1 < MATCH_EXPRESSION_WORD && follow == bit << 1) {
+            places.linear |= bit;
+        } else if (follow != 0) {
+            places.branch |= bit;
+            places.follow.push_back(follow);
+        }
+    }
+    make_classes(expression, places);
+    expression.is_short = true;
+    expression.steps = {};
+    expression.sets = {};
+}
+
+} // namespace
+
+bool match_expression_compile(std::string_view text, bool icase, match_expression_t &expression)
+{
+    expression = {};
+    rexpand_tree tree;
+    const int parsed = rexpand_parse(text, &tree);
+    if (parsed == MODULE_ERR_NO_MEMORY)
+        throw std::bad_alloc();
+    if (parsed != MODULE_SUCCESS)
+        return false;
+    compiling_t compiling{tree, expression};
+    if (!compile(compiling, tree.root, icase, 1))
+        return false;
+    emit(compiling, MATCH_STEP_END, 0);
+    expression.open_ended = is_open_ended(tree);
+    const auto is_byte = [](const match_step_t &step) { return step.kind == MATCH_STEP_BYTE; };
+    if (std::count_if(expression.steps.begin(), expression.steps.end(), is_byte) <=
+        static_cast<ptrdiff_t>(MATCH_EXPRESSION_WORD))
+        make_places(expression);
+    return true;
+}
+
+void match_expression_reserve(const match_expression_t &expression, match_expression_room_t &room)
+{
+    const size_t steps = expression.steps.size();
+    room.current.reserve(steps);
+    room.next.reserve(steps);
+    room.stack.reserve(steps + 1);
+    if (room.mark.size() < steps)
+        room.mark.resize(steps);
+}
+
+size_t match_expression_bytes(const match_expression_t &expression)
+{
+    return sizeof(expression) + expression.steps.capacity() * sizeof(match_step_t) +
+           expression.sets.capacity() * sizeof(match_byte_set_t) +
+           expression.places.follow.capacity() * sizeof(uint64_t) +
+           expression.places.classes.capacity() * sizeof(uint64_t);
+}

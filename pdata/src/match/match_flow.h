@@ -1,0 +1,97 @@
+/// A flow: what was found in the values of one flow, and what it takes to look for more.
+///
+/// All room is made with the flow, for the worst that its database can ask for. Whatever a value
+/// sets is noted in a list, so that a reset costs what was found and not what could be.
+#pragma once
+
+#include <memory>
+
+#include "match_database.h"
+
+/// Where the pieces of a permutation, or a second check, stand within one value.
+struct match_progress_t {
+    uint32_t serial = 0; ///< of the run that it belongs to; of any other it is as new
+    uint32_t end = 0;    ///< of the last piece found
+    uint32_t found = 0;  ///< pieces found; of a check, 1 once it was made
+};
+
+/// A rule all of whose items count.
+struct match_complete_t {
+    uint32_t rule = 0;
+    uint32_t priority = 0;
+};
+
+/// What a flow made with PDATA_FLOW_EXPLAIN keeps.
+struct match_findings_t {
+    std::vector<pdata_finding> findings; ///< room for all that are kept
+    std::vector<pdata_piece> pieces;     ///< by piece of the matcher at work
+    uint32_t nr_value = 0;
+};
+
+/// What belongs to one database.
+struct match_room_t {
+    std::vector<uint64_t> counted;          ///< bit by item: it counts
+    std::vector<uint32_t> items;            ///< that count, in the order of finding
+    std::vector<uint16_t> bits;             ///< by rule: bits of its items that count
+    std::vector<uint32_t> begun;            ///< rules of several items that have bits
+    std::vector<match_complete_t> complete; ///< rules all of whose items count
+    std::vector<uint32_t> sorted;           ///< for answers
+    std::vector<uint64_t> protocols;        ///< bit by protocol: the flow has it
+    bool protocols_said = false;            ///< these are all, so that a missing one counts
+    std::vector<match_progress_t> progress; ///< of the matcher at work: groups, then checks
+    std::vector<uint32_t> nodes[2];         ///< of a dot-prefix matcher at work
+    std::vector<uint32_t> node_serial;      ///< by node: the step in which it became current
+    uint32_t node_step = 0;
+    uint32_t serial = 0; ///< of the last run of a matcher over a value
+    match_expression_room_t expression;
+    std::unique_ptr<match_findings_t> explained; ///< null unless the flow explains
+};
+
+struct pdata_flow {
+    pdata_db *db = nullptr; ///< held
+    uint32_t flags = 0;
+    match_room_t room;
+};
+
+/// A value being run through a matcher.
+struct match_value_t {
+    std::span<const uint8_t> data;
+    const match_attribute_t &attribute;
+    const match_matcher_t &matcher;
+    bool more = false;    ///< more data may follow
+    bool ordinary = true; ///< patterns without a minimum of their own count
+};
+
+/// Makes room for the findings of a flow of a database. std::bad_alloc passes.
+std::unique_ptr<match_findings_t> match_findings_make(const pdata_db &db);
+
+/// Makes the room that flows of a database need. std::bad_alloc passes.
+void match_room_make(const pdata_db &db, uint32_t flags, match_room_t &room);
+
+/// Forgets all that was found.
+void match_room_reset(match_room_t &room);
+
+/// Runs the engines of a stream matcher over a value.
+void match_scan(pdata_flow &flow, const match_value_t &value);
+
+/// Takes an id that an engine found where `piece` says: an item, or what a private id stands for.
+/// Of the pieces of one value, those that end first come first.
+void match_found(pdata_flow &flow, const match_value_t &value, uint32_t id,
+                 const pdata_piece &piece);
+
+/// Makes a second check, once for each value. `piece` led to it; null for one that is always made.
+void match_check(pdata_flow &flow, const match_value_t &value, uint32_t check,
+                 const pdata_piece *piece);
+
+/// Counts an item, if a rule owns it and admits the protocol of the attribute.
+pdata_outcome match_count(pdata_flow &flow, const match_attribute_t &attribute, uint32_t item);
+
+/// Keeps a finding, if the flow explains and there is room. `attribute` is one of its database's.
+void match_note(pdata_flow &flow, const match_attribute_t &attribute, uint32_t item,
+                pdata_outcome outcome, std::span<const pdata_piece> pieces,
+                std::string_view expression);
+
+/// Returns how many protocols a rule asks for, without testing them, that the flow does not have;
+/// the last one in `*last`.
+[[nodiscard]] uint32_t match_missing_bottoms(const pdata_flow &flow, uint32_t rule,
+                                             pdata_protocol *last);

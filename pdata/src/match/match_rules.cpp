@@ -1,0 +1,141 @@
+#include <algorithm>
+
+#include "match_database.h"
+
+namespace
+{
+
+/// The words of scopes, by bit.
+constexpr std::string_view scope_words[] = {"all",   "http",       "ssl",  "stun",     "ip",
+                                            "dns",   "sip",        "rtsp", "facebook", "quic",
+                                            "http2", "http_proxy", "spdy"};
+
+/// Every protocol that rules and matchers name, each once, in byte order.
+void collect_protocols(pdata_db &db)
+{
+    const view_rules_t &rules = db.view.rules;
+    std::vector<uint32_t> cells;
+    for (const view_area_t *table : {&rules.paths, &rules.bottoms, &rules.real_bottoms})
+        for (size_t i = 0; i < view_words(*table); ++i)
+            cells.push_back(view_word(*table, i));
+    std::sort(cells.begin(), cells.end());
+    cells.erase(std::unique(cells.begin(), cells.end()), cells.end());
+    for (const uint32_t cell : cells)
+        if (cell != PDB_PROTOCOL_MAP_EMPTY)
+            db.protocols.push_back(view_rules_name(rules, cell));
+    for (const match_matcher_t &matcher : db.matchers)
+        db.protocols.push_back(matcher.view.protocol);
+    std::sort(db.protocols.begin(), db.protocols.end());
+    db.protocols.erase(std::unique(db.protocols.begin(), db.protocols.end()), db.protocols.end());
+    db.protocols.shrink_to_fit();
+}
+
+bool fail_slot(const pdata_db &db, uint32_t item, uint32_t rule, view_error_t &error)
+{
+    return view_fail(error, VIEW_VALUE,
+                     db.view.rules.slots.offset + size_t{item} * RULE_SLOT_WORDS * 4,
+                     "rules: rule engine: item %u: rule %u differs from slot to slot", item, rule);
+}
+
+/// Notes the first item of every rule, and checks that all its slots say the same of it.
+bool index_slots(pdata_db &db, view_error_t &error)
+{
+    for (uint32_t item = 1; item < db.view.rules.nr_slot; ++item) {
+        const view_slot_t slot = view_rules_slot(db.view.rules, item);
+        if (slot.rule_id == 0)
+            continue;
+        uint32_t &first = db.rules[slot.rule_id - 1].first_item;
+        if (first == 0)
+            first = item;
+        const view_slot_t known = view_rules_slot(db.view.rules, first);
+        if (known.priority != slot.priority || known.scope != slot.scope ||
+            known.bitset_full != slot.bitset_full || known.flags != slot.flags)
+            return fail_slot(db, item, slot.rule_id, error);
+    }
+    return true;
+}
+
+/// The protocols of the names of the protocol map, found once each.
+class protocol_cells
+{
+public:
+    explicit protocol_cells(const pdata_db &owner) : db(owner) {}
+
+    pdata_protocol find(uint32_t cell)
+    {
+        if (cell == PDB_PROTOCOL_MAP_EMPTY)
+            return 0;
+        if (cell != last_cell || last == 0) {
+            last_cell = cell;
+            last = match_find_protocol(db, view_rules_name(db.view.rules, cell));
+        }
+        return last;
+    }
+
+private:
+    const pdata_db &db;
+    uint32_t last_cell = PDB_PROTOCOL_MAP_EMPTY;
+    pdata_protocol last = 0;
+};
+
+void index_bottoms(pdata_db &db)
+{
+    protocol_cells cells(db);
+    for (uint32_t rule = 1; rule <= db.rules.size(); ++rule)
+        for (uint32_t i = 0; i < PDATA_BOTTOM_MAX; ++i)
+            db.rules[rule - 1].real_bottom[i] = cells.find(
+                view_rules_cell(db.view.rules.real_bottoms, PDB_PROTOCOL_MAP_BOTTOMS, rule, i));
+}
+
+/// Marks the real bottoms of which a rule tests nothing. Only rules of two bottoms can have one.
+void mark_untested(pdata_db &db)
+{
+    const auto has_two = [](const match_rule_t &rule) { return rule.real_bottom[1] != 0; };
+    if (std::none_of(db.rules.begin(), db.rules.end(), has_two))
+        return;
+    const std::vector<uint32_t> owners = match_item_owners(db);
+    std::vector<uint8_t> tested(db.rules.size()); // bit i: a matcher of bottom i has an item
+    for (uint32_t item = 1; item < db.view.rules.nr_slot; ++item) {
+        const uint32_t rule = view_rules_slot(db.view.rules, item).rule_id;
+        if (rule == 0 || owners[item] == UINT32_MAX || !has_two(db.rules[rule - 1]))
+            continue;
+        for (uint32_t i = 0; i < PDATA_BOTTOM_MAX; ++i)
+            if (view_rules_bottom(db.view.rules, rule, i) ==
+                db.matchers[owners[item]].view.protocol)
+                tested[rule - 1] |= static_cast<uint8_t>(1U << i);
+    }
+    for (size_t i = 0; i < db.rules.size(); ++i)
+        for (uint32_t bottom = 0; bottom < PDATA_BOTTOM_MAX; ++bottom)
+            if (has_two(db.rules[i]) && (tested[i] >> bottom & 1) == 0)
+                db.rules[i].real_bottom[bottom] |= MATCH_RULE_MARK;
+}
+
+} // namespace
+
+pdata_protocol match_find_protocol(const pdata_db &db, std::string_view name)
+{
+    const auto found = std::lower_bound(db.protocols.begin(), db.protocols.end(), name);
+    if (found == db.protocols.end() || *found != name)
+        return 0;
+    return static_cast<pdata_protocol>(found - db.protocols.begin() + 1);
+}
+
+uint32_t match_scope_of(std::string_view protocol)
+{
+    uint32_t bits = PDATA_SCOPE_ALL;
+    for (uint32_t i = 1; i < std::size(scope_words); ++i)
+        if (scope_words[i] == protocol)
+            bits |= 1U << i;
+    return bits;
+}
+
+bool match_index_rules(pdata_db &db, view_error_t &error)
+{
+    db.rules.resize(db.view.rules.nr_rule);
+    collect_protocols(db);
+    if (!index_slots(db, error))
+        return false;
+    index_bottoms(db);
+    mark_untested(db);
+    return true;
+}

@@ -1,0 +1,220 @@
+#include <algorithm>
+
+#include "match_flow.h"
+
+namespace
+{
+
+/// Tells whether a pattern with a minimum of its own, or none, counts.
+bool counts(const match_value_t &value, uint32_t mindata)
+{
+    return mindata == PATTERN_MINDATA_NONE ? value.ordinary : value.data.size() >= mindata;
+}
+
+/// Reports the items of an automaton's state that may end at `end`.
+void report_state(pdata_flow &flow, const match_value_t &value, const view_aho_corasick_t &engine,
+                  uint32_t state, uint32_t end)
+{
+    const view_item_record_t record = view_aho_corasick_items(engine, state);
+    if (!counts(value, record.mindata))
+        return;
+    for (uint32_t i = 0; i < record.count; ++i) {
+        const uint32_t offset = view_item_end(record, i);
+        if (offset == PATTERN_NO_OFFSET || offset == end)
+            match_found(flow, value, view_item_id(record, i), {end, end});
+    }
+}
+
+/// A run of an automaton.
+struct automaton_run_t {
+    const view_aho_corasick_t &engine;
+    uint32_t state = 0;
+    uint32_t at = 0; ///< bytes passed
+};
+
+void begin(pdata_flow &flow, const match_value_t &value, automaton_run_t &run)
+{
+    if (run.engine.rows.nr_row != 0)
+        report_state(flow, value, run.engine, 0, 0);
+}
+
+/// Goes on to byte `until`.
+void go_on(pdata_flow &flow, const match_value_t &value, automaton_run_t &run, uint32_t until)
+{
+    if (run.engine.rows.nr_row == 0)
+        return;
+    const uint8_t *data = value.data.data();
+    uint32_t state = run.state;
+    for (uint32_t at = run.at; at < until; ++at) {
+        const uint32_t word = view_aho_corasick_next(run.engine, state, data[at]);
+        state = word >> 1;
+        if ((word & 1) != 0)
+            report_state(flow, value, run.engine, state, at + 1);
+    }
+    run.state = state;
+    run.at = until;
+}
+
+uint8_t folded(uint8_t c, bool icase)
+{
+    return icase && c >= 'A' && c <= 'Z' ? static_cast<uint8_t>(c | 0x20) : c;
+}
+
+/// A walk through a radix tree, from the front of the data or from its back.
+struct radix_run_t {
+    const view_radix_t &tree;
+    bool backwards;
+    bool icase;
+    uint32_t row = 0;
+    uint32_t at = 0; ///< bytes passed
+};
+
+uint8_t byte_at(const match_value_t &value, const radix_run_t &run, size_t i)
+{
+    return value.data[run.backwards ? value.data.size() - 1 - i : i];
+}
+
+bool pass_chain(const match_value_t &value, radix_run_t &run, uint32_t number)
+{
+    const view_radix_chain_t chain = view_radix_chain(run.tree, number);
+    if (value.data.size() - run.at < chain.bytes.size())
+        return false;
+    for (size_t i = 0; i < chain.bytes.size(); ++i)
+        if (folded(byte_at(value, run, run.at + i), run.icase) != chain.bytes[i])
+            return false;
+    run.at += static_cast<uint32_t>(chain.bytes.size());
+    run.row = chain.end;
+    return true;
+}
+
+/// Passes one edge; false where no pattern goes on.
+bool step(const match_value_t &value, radix_run_t &run)
+{
+    if (run.tree.rows.nr_row == 0 || run.at == value.data.size())
+        return false;
+    const uint32_t number = view_radix_next(run.tree, run.row, byte_at(value, run, run.at));
+    if (number == 0)
+        return false;
+    ++run.at;
+    if (view_radix_is_chain(run.tree, number))
+        return pass_chain(value, run, number);
+    run.row = number;
+    return true;
+}
+
+/// Reports the items of the row where a walk stands. What must match the whole data counts at its
+/// end, and not before that is known.
+void report_row(pdata_flow &flow, const match_value_t &value, const radix_run_t &run)
+{
+    if (run.tree.rows.nr_row == 0)
+        return;
+    const view_item_record_t record = view_radix_items(run.tree, run.row);
+    if (record.count == 0 || !counts(value, record.mindata))
+        return;
+    const bool whole = run.at == value.data.size() && !value.more;
+    const auto size = static_cast<uint32_t>(value.data.size());
+    const pdata_piece piece =
+        run.backwards ? pdata_piece{size - run.at, size} : pdata_piece{0, run.at};
+    for (uint32_t i = 0; i < record.count; ++i) {
+        const uint32_t id = view_item_id(record, i);
+        if (whole || !view_radix_is_exact(run.tree, id))
+            match_found(flow, value, id, piece);
+    }
+}
+
+/// Makes a node of a dot-prefix matcher current, and those from which matching also continues.
+void enter(match_room_t &room, const view_dot_prefix_t &engine, uint32_t node,
+           std::vector<uint32_t> &current)
+{
+    while (node != DOT_PREFIX_NO_PROPAGATION && room.node_serial[node] != room.node_step) {
+        room.node_serial[node] = room.node_step;
+        current.push_back(node);
+        node = view_dot_prefix_propagation(engine, node);
+    }
+}
+
+void begin_nodes(match_room_t &room)
+{
+    room.nodes[0].clear();
+    if (++room.node_step == 0) {
+        std::fill(room.node_serial.begin(), room.node_serial.end(), 0);
+        room.node_step = 1;
+    }
+}
+
+/// Passes byte `at` with a dot-prefix matcher.
+void pass_byte(pdata_flow &flow, const match_value_t &value, uint32_t at)
+{
+    match_room_t &room = flow.room;
+    const view_dot_prefix_t &engine = value.matcher.view.pattern.dot_prefix;
+    room.nodes[0].swap(room.nodes[1]);
+    begin_nodes(room);
+    for (const uint32_t node : room.nodes[1])
+        if (const uint32_t next = view_dot_prefix_next(engine, node, value.data[at]); next != 0)
+            enter(room, engine, next, room.nodes[0]);
+    for (const uint32_t node : room.nodes[0]) {
+        const view_item_record_t record = view_dot_prefix_items(engine, node);
+        for (uint32_t i = 0; i < record.count && counts(value, record.mindata); ++i)
+            match_found(flow, value, view_item_id(record, i), {at + 1, at + 1});
+    }
+}
+
+/// The engines that go from the front, side by side, so that pieces are found in the order of
+/// their ends.
+void scan_forwards(pdata_flow &flow, const match_value_t &value)
+{
+    const view_pattern_t &pattern = value.matcher.view.pattern;
+    const auto size = static_cast<uint32_t>(value.data.size());
+    automaton_run_t plain{pattern.aho_corasick};
+    automaton_run_t offsets{pattern.ahoff_corasick};
+    radix_run_t prefix{pattern.prefix_tree, false, (pattern.algo & PATTERN_ALGO_ICASE) != 0};
+    const bool dots = pattern.dot_prefix.rows.nr_row != 0;
+    if (dots) {
+        begin_nodes(flow.room);
+        flow.room.nodes[0].push_back(0);
+    }
+    begin(flow, value, plain);
+    begin(flow, value, offsets);
+    report_row(flow, value, prefix);
+    bool walking = step(value, prefix);
+    for (uint32_t at = 0; at < size;) {
+        const bool alone = plain.engine.rows.nr_row == 0 || offsets.engine.rows.nr_row == 0;
+        const uint32_t until = walking ? prefix.at : size;
+        const uint32_t next = alone && !dots ? until : at + 1;
+        go_on(flow, value, plain, next);
+        go_on(flow, value, offsets, next);
+        if (dots && !flow.room.nodes[0].empty())
+            pass_byte(flow, value, at);
+        at = next;
+        if (walking && at == prefix.at) {
+            report_row(flow, value, prefix);
+            walking = step(value, prefix);
+        }
+    }
+}
+
+void scan_backwards(pdata_flow &flow, const match_value_t &value)
+{
+    const view_pattern_t &pattern = value.matcher.view.pattern;
+    radix_run_t suffix{pattern.suffix_tree, true, (pattern.algo & PATTERN_ALGO_ICASE) != 0};
+    do
+        report_row(flow, value, suffix);
+    while (step(value, suffix));
+}
+
+} // namespace
+
+void match_scan(pdata_flow &flow, const match_value_t &value)
+{
+    match_room_t &room = flow.room;
+    if (++room.serial == 0) {
+        std::fill(room.progress.begin(), room.progress.end(), match_progress_t{});
+        room.serial = 1;
+    }
+    scan_forwards(flow, value);
+    if (!value.more)
+        scan_backwards(flow, value);
+    for (const uint32_t check : value.matcher.always)
+        if (value.ordinary)
+            match_check(flow, value, check, nullptr);
+}
