@@ -55,8 +55,7 @@ void semantic_init(semantic_t *semantic)
 
 void semantic_rewind(semantic_t *semantic)
 {
-    for (semantic_node_t &node : semantic->nodes)
-        node.count = 0;
+    semantic->count.fill(0);
     semantic->nr_history = 0;
     semantic->rangeless.clear();
 }
@@ -187,7 +186,7 @@ void semantic_history_add(semantic_t *semantic, const semantic_trans_t *trans)
 
 void semantic_node_inc(semantic_t *semantic, uint32_t node)
 {
-    ++semantic->nodes[node].count;
+    ++semantic->count[node];
 }
 
 void semantic_node_reset(semantic_t *semantic, uint32_t node_key)
@@ -195,7 +194,7 @@ void semantic_node_reset(semantic_t *semantic, uint32_t node_key)
     const semantic_node_t &node = semantic->nodes[node_key];
     for (uint32_t i = 0; i < node.nr_reset; ++i)
         if (node.reset[i] < SEMANTIC_NODE_DIM)
-            semantic->nodes[node.reset[i]].count = 0;
+            semantic->count[node.reset[i]] = 0;
 }
 
 const semantic_node_t *semantic_node_check(semantic_t *semantic, uint32_t node_key)
@@ -204,16 +203,16 @@ const semantic_node_t *semantic_node_check(semantic_t *semantic, uint32_t node_k
     for (uint32_t i = 0; i < node.nr_check; ++i) {
         if (node.check[i] >= SEMANTIC_NODE_DIM)
             continue;
-        semantic_node_t &checked = semantic->nodes[node.check[i]];
+        const semantic_node_t &checked = semantic->nodes[node.check[i]];
+        uint32_t &count = semantic->count[node.check[i]];
         if (!checked.min && !checked.max) {
             semantic->rangeless.push_back(checked.key);
             semantic_rangeless_print(checked.key);
             return nullptr;
         }
-        if (checked.count < checked.min.value_or(0) ||
-            (checked.max && checked.count > *checked.max))
+        if (count < checked.min.value_or(0) || (checked.max && count > *checked.max))
             return &checked;
-        checked.count = 0;
+        count = 0;
     }
     return nullptr;
 }

@@ -47,13 +47,12 @@ struct semantic_trans_t {
 };
 
 /// A node, addressed by its position among the nodes. What every event looks at stands together in
-/// front; a node is larger than what a processor keeps close at hand.
+/// front; a node is larger than what a processor keeps close at hand, and its count stands apart.
 struct semantic_node_t {
     uint32_t key = 0; ///< its number as written, used in messages
     node_category_t category = NODE_CATEGORY_NORMAL;
-    std::optional<uint32_t> min; ///< allowed range of `count`
+    std::optional<uint32_t> min; ///< allowed range of its count
     std::optional<uint32_t> max;
-    uint32_t count = 0; ///< how often it was entered since its last reset
     uint32_t nr_reset = 0;
     uint32_t nr_check = 0;
     uint32_t nr_trans = 0;
@@ -65,6 +64,7 @@ struct semantic_node_t {
 /// The machine.
 struct semantic_t {
     std::array<semantic_node_t, SEMANTIC_NODE_DIM> nodes;
+    std::array<uint32_t, SEMANTIC_NODE_DIM> count{}; ///< entries of each node since its last reset
     uint32_t nr_node = 0;
     uint32_t curr_node = 0; ///< the node whose transitions are being read
     std::array<const semantic_trans_t *, SEMANTIC_HISTORY_DIM> history{}; ///< a ring

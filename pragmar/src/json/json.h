@@ -6,10 +6,12 @@
 /// the pool of its json_t and are released together, whatever the depth of the tree.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <memory_resource>
+#include <span>
 #include <string_view>
+#include <vector>
 
 /// Kinds of token. The end of the text is reported as JSON_TOKEN_END; JSON_TOKEN_EOF names the
 /// expectation of the end of input in reports.
@@ -102,12 +104,19 @@ struct json_atom_t {
     json_atom_type_t type;
 };
 
+/// Where the nodes of a tree live: blocks of one size, of which the next tree takes its nodes too.
+struct json_pool_t {
+    std::vector<std::unique_ptr<std::byte[]>> blocks;
+    size_t nr_block = 0;       ///< blocks in use, the last of them in part
+    std::span<std::byte> room; ///< what is left of it
+};
+
 /// A text and the tree parsed from it.
 struct json_t {
     json_ast_t *ast = nullptr; ///< lives in `pool`
     const char *str = nullptr; ///< the text; not owned, not terminated
     uint32_t len = 0;          ///< bytes at `str`
-    std::unique_ptr<std::pmr::monotonic_buffer_resource> pool;
+    json_pool_t pool;
 };
 
 /// Returns the bytes of a string node.

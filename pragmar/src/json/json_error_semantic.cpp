@@ -113,6 +113,6 @@ int json_err_semantic_cardinality(const semantic_node_t &node, const semantic_t 
         json_err_concat("Cardinality [0..%u] is not respected.\n", *node.max);
     if (const semantic_trans_t *key = semantic_prev_string_node_find(semantic, node))
         json_err_concat("Key \"%.*s\" appears %u times.\n", shown(key->trans), key->trans.data(),
-                        node.count);
+                        semantic.count[static_cast<size_t>(&node - semantic.nodes.data())]);
     return JSON_ERR_SEMANTIC;
 }

@@ -21,11 +21,30 @@ struct json_parser_t {
     json_t *json;
     json_token_t token;
     std::vector<open_container> stack;
-    std::span<std::byte> room; ///< what is left of the block that nodes are made in
 };
 
-/// Bytes that are taken from the tree's pool at once.
+/// Bytes of a block of the pool.
 constexpr size_t NODE_BLOCK = 4096;
+
+/// Opens the next block of a pool. Throws std::bad_alloc.
+void next_block(json_pool_t &pool)
+{
+    if (pool.nr_block == pool.blocks.size())
+        pool.blocks.push_back(std::make_unique_for_overwrite<std::byte[]>(NODE_BLOCK));
+    pool.room = {pool.blocks[pool.nr_block++].get(), NODE_BLOCK};
+}
+
+/// Makes a node record in a pool. Throws std::bad_alloc.
+template <typename Node>
+Node *pool_node(json_pool_t &pool, const Node &value)
+{
+    static_assert(alignof(Node) == alignof(json_node_t) && sizeof(Node) <= NODE_BLOCK);
+    if (pool.room.size() < sizeof(Node))
+        next_block(pool);
+    Node *node = new (pool.room.data()) Node(value);
+    pool.room = pool.room.subspan(sizeof(Node));
+    return node;
+}
 
 /// What comes next; negative values are the codes of the reporters.
 enum parse_step : int {
@@ -49,19 +68,12 @@ int unexpected(json_parser_t &parser, const json_token_type_t *expected)
 template <typename Node>
 Node *new_node(json_parser_t &parser, const Node &value, const char *pool)
 {
-    static_assert(alignof(Node) == alignof(json_node_t) && sizeof(Node) <= NODE_BLOCK);
-    if (parser.room.size() < sizeof(Node)) {
-        try {
-            void *block = parser.json->pool->allocate(NODE_BLOCK, alignof(json_node_t));
-            parser.room = {static_cast<std::byte *>(block), NODE_BLOCK};
-        } catch (const std::bad_alloc &) {
-            (void)json_err_pool(pool); // the caller returns the same code
-            return nullptr;
-        }
+    try {
+        return pool_node(parser.json->pool, value);
+    } catch (const std::bad_alloc &) {
+        (void)json_err_pool(pool); // the caller returns the same code
+        return nullptr;
     }
-    Node *node = new (parser.room.data()) Node(value);
-    parser.room = parser.room.subspan(sizeof(Node));
-    return node;
 }
 
 /// Hangs a complete or opened value where the parse stands.
@@ -266,9 +278,9 @@ int json_parsing_elem(json_parser_t &parser)
 int pragmar_create(json_t *json, const char *str, uint32_t len)
 {
     try {
-        json->pool = std::make_unique<std::pmr::monotonic_buffer_resource>();
-        json->ast = new (json->pool->allocate(sizeof(json_ast_t), alignof(json_ast_t)))
-            json_ast_t{{JSON_ROOT}};
+        json->pool.nr_block = 0;
+        json->pool.room = {};
+        json->ast = pool_node(json->pool, json_ast_t{{JSON_ROOT}});
     } catch (const std::bad_alloc &) {
         pragmar_destroy(json);
         return -1;
@@ -281,7 +293,7 @@ int pragmar_create(json_t *json, const char *str, uint32_t len)
 void pragmar_destroy(json_t *json)
 {
     json->ast = nullptr;
-    json->pool.reset();
+    json->pool = {};
 }
 
 int json_parse(json_t *json)
@@ -296,7 +308,7 @@ int json_parse_sub(json_t *json, uint32_t *consumed)
 
 int json_parse_ex(json_t *json, bool end_check, uint32_t *consumed)
 {
-    json_parser_t parser = {json, {}, {}, {}};
+    json_parser_t parser = {json, {}, {}};
     if (int ret = json_parsing_elem(parser); ret != 0)
         return ret;
     json_lexer_skip(json->str, json->len, &parser.token);

@@ -9,7 +9,8 @@
 #include "json.h"
 
 /// Gives `json` the text of `len` bytes at `str`, which must outlive the tree, and an empty root.
-/// Returns 0, or -1 when memory runs out.
+/// The tree that it had is gone, and its memory serves the next one. Returns 0, or -1 when memory
+/// runs out.
 [[nodiscard]] int pragmar_create(json_t *json, const char *str, uint32_t len);
 
 /// Frees the tree and the root; the text is not touched.

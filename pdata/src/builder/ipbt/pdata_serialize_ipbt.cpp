@@ -58,17 +58,15 @@ pdata_status_t ipbt_write_serialization_accessor(const ipbt_streams &streams)
 /// Writes a serialized tree as an array.
 pdata_status_t ipbt_write_serialization(const ipbt_streams &streams, std::span<const uint8_t> bytes)
 {
-    pdata_status_t status = text_stream_print(streams.src,
-                                              "#define IPBT_SERIALIZATION_SIZE (%lu)\n"
-                                              "static dpi_data_public csa_uint8 csa_align(4)\n"
-                                              "ipbt_serialization[IPBT_SERIALIZATION_SIZE] =\n"
-                                              "{",
-                                              static_cast<unsigned long>(bytes.size()));
-    for (size_t i = 0; i < bytes.size() && status == PDATA_SUCCESS; ++i)
-        status = text_stream_print(streams.src, "%s %hhu,", i % 8 == 0 ? "\n   " : "", bytes[i]);
-    if (status == PDATA_SUCCESS)
-        status = text_stream_print(streams.src, "\n};\n\n");
-    return status;
+    PDATA_TRY(text_stream_print(streams.src,
+                                "#define IPBT_SERIALIZATION_SIZE (%lu)\n"
+                                "static dpi_data_public csa_uint8 csa_align(4)\n"
+                                "ipbt_serialization[IPBT_SERIALIZATION_SIZE] =\n"
+                                "{",
+                                static_cast<unsigned long>(bytes.size())));
+    for (size_t i = 0; i < bytes.size(); ++i)
+        PDATA_TRY(text_stream_put_byte(streams.src, i % 8 == 0 ? "\n    " : " ", bytes[i], ","));
+    return text_stream_print(streams.src, "\n};\n\n");
 }
 
 pdata_status_t fail_with_report(pdata_status_t status)

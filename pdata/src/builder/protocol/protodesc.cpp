@@ -44,8 +44,8 @@ void reset_attr(attrdesc_build_t &attr)
 /// Frees a slot but for what it keeps.
 void reset_slot(ruledesc_build_t &slot)
 {
-    for (attrdesc_build_t &attr : slot.rule_attr)
-        reset_attr(attr);
+    for (uint32_t i = 0; i < slot.rule_nr_attr; ++i) // the others are free
+        reset_attr(slot.rule_attr[i]);
     slot.rule_nr_path = 0;
     slot.rule_nr_tags = 0;
     slot.rule_nr_attr = 0;

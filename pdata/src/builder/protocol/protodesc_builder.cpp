@@ -78,11 +78,11 @@ pdata_status_t convert_tags(const protocol_tags_t &tags, protodesc_build_t *pb)
     csa_str_t value;
     pdata_status_t status = PDATA_SUCCESS;
     for (uint32_t i = 0; i < tags.nr_category && status == PDATA_SUCCESS; ++i) {
-        set_string_from_json(&value, tags.categories[i]);
+        set_string_in_json(&value, tags.categories[i]);
         status = add_tag(pb, "category", value);
     }
     if (tags.family != nullptr && status == PDATA_SUCCESS) {
-        set_string_from_json(&value, tags.family);
+        set_string_in_json(&value, tags.family);
         status = add_tag(pb, "family", value);
     }
     if (get_boolean_from_json(tags.deprecated) && status == PDATA_SUCCESS)
@@ -94,7 +94,7 @@ pdata_status_t convert_altnames(const protocol_altname_t &altnames, protodesc_bu
 {
     for (uint32_t i = 0; i < altnames.nr_altname; ++i) {
         csa_str_t altname;
-        set_string_from_json(&altname, altnames.altnames[i]);
+        set_string_in_json(&altname, altnames.altnames[i]);
         const pdata_status_t status = protodesc_add_altname(pb, altname);
         if (status != PDATA_SUCCESS)
             return status;
@@ -105,7 +105,7 @@ pdata_status_t convert_altnames(const protocol_altname_t &altnames, protodesc_bu
 void convert_meta(const protocol_t &protocol, protodesc_build_t *pb)
 {
     csa_str_t name;
-    set_string_from_json(&name, protocol.name);
+    set_string_in_json(&name, protocol.name);
     protodesc_set_name(pb, name);
     protodesc_set_id(pb, protocol.id != nullptr
                              ? get_number_from_json(protocol.id)
@@ -128,13 +128,11 @@ pdata_status_t json_to_protodesc(protodesc_json_t *json, std::string_view json_t
                                  uint32_t *text_consumed_len, protodesc_build_t *pb)
 {
     protodesc_reset(pb);
-    json_t parsed;
+    json_t &parsed = json->parsed;
     if (pragmar_create(&parsed, json_text.data(), static_cast<uint32_t>(json_text.size())) != 0 ||
         json_parse_sub(&parsed, text_consumed_len) != 0)
         return fail_with_report(PDATA_ERR_PRAGMAR);
-    const pdata_status_t status = parsed_to_protodesc(json, parsed, pb);
-    pragmar_destroy(&parsed);
-    return status;
+    return parsed_to_protodesc(json, parsed, pb);
 }
 
 pdata_status_t vprotocol_bottom_subrule_check(const protocol_t &protocol)

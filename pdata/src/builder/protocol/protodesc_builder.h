@@ -15,18 +15,19 @@
 #include "pragmar.h"
 #include "protodesc.h"
 
-/// What is kept between the protocols of a description: the rule machine is built once, and the
-/// container keeps its memory.
+/// What is kept between the protocols of a description: the rule machine is built once, and tree
+/// and container keep their memory.
 struct protodesc_json_t {
     const pdata_cfg_t *cfg = nullptr; ///< may be null: nothing is checked; not owned
     uint32_t proto_sem_type = 0;      ///< kind of the semantic rules that protocols follow
     pragmar_rules_t rules;            ///< loaded when first needed
+    json_t parsed;                    ///< the protocol at hand
     protocol_t protocol;
 };
 
 /// Builds `pb`, which is reset first, from the protocol object that `json_text` starts with, and
-/// gives the bytes of text that it took, with the whitespace behind it. The record's strings live
-/// until string_list_clean.
+/// gives the bytes of text that it took, with the whitespace behind it. The record's strings point
+/// into the text, or live until string_list_clean where they are written with escapes.
 [[nodiscard]] pdata_status_t json_to_protodesc(protodesc_json_t *json, std::string_view json_text,
                                                uint32_t *text_consumed_len, protodesc_build_t *pb);
 

@@ -32,7 +32,7 @@ pdata_status_t bad_semantic(const char *message)
 csa_str_t text_of(const json_string_t *string)
 {
     csa_str_t str;
-    set_string_from_json(&str, string);
+    set_string_in_json(&str, string);
     return str;
 }
 

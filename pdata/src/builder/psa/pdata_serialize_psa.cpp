@@ -156,18 +156,16 @@ pdata_status_t psa_write_serialization(const psa_stream &streams, const psa_file
                                        std::span<const uint8_t> bytes)
 {
     const char *purified = file.purified.c_str();
-    pdata_status_t status = text_stream_print(streams.src, "#define PSA_KEY_%s_SIZE (%d)\n",
-                                              purified, static_cast<int>(bytes.size()));
-    if (status == PDATA_SUCCESS)
-        status = text_stream_print(streams.src, "static dpi_data_public csa_uint8 csa_align(4)\n");
-    if (status == PDATA_SUCCESS)
-        status = text_stream_print(streams.src, "psa_serialization_%s[PSA_KEY_%s_SIZE] = \n{\n",
-                                   file.name, purified);
-    for (size_t i = 0; i + 1 < bytes.size() && status == PDATA_SUCCESS; ++i)
-        status = text_stream_print(streams.src, i % 8 == 7 ? "\t%d,\n" : "\t%d, ", bytes[i]);
-    if (status == PDATA_SUCCESS && !bytes.empty())
-        status = text_stream_print(streams.src, "\t%d\n};\n\n", bytes.back());
-    return status;
+    PDATA_TRY(text_stream_print(streams.src, "#define PSA_KEY_%s_SIZE (%d)\n", purified,
+                                static_cast<int>(bytes.size())));
+    PDATA_TRY(text_stream_print(streams.src, "static dpi_data_public csa_uint8 csa_align(4)\n"));
+    PDATA_TRY(text_stream_print(streams.src, "psa_serialization_%s[PSA_KEY_%s_SIZE] = \n{\n",
+                                file.name, purified));
+    for (size_t i = 0; i + 1 < bytes.size(); ++i)
+        PDATA_TRY(text_stream_put_byte(streams.src, "\t", bytes[i], i % 8 == 7 ? ",\n" : ", "));
+    if (bytes.empty())
+        return PDATA_SUCCESS;
+    return text_stream_put_byte(streams.src, "\t", bytes.back(), "\n};\n\n");
 }
 
 /// Finalizes the pattern set of a file and writes it.

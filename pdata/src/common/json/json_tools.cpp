@@ -58,6 +58,14 @@ void set_string_from_json(csa_str_t *str, const json_string_t *json_string)
         set_string_from_charstar(str, json_string->str, json_string->len);
 }
 
+void set_string_in_json(csa_str_t *str, const json_string_t *json_string)
+{
+    if (json_string != nullptr && std::memchr(json_string->str, '\\', json_string->len) == nullptr)
+        *str = csa_str(json_string_view(*json_string));
+    else
+        set_string_from_json(str, json_string);
+}
+
 uint32_t get_number_from_json(const json_number_t *json_number)
 {
     return json_number == nullptr ? 0 : json_number->number;

@@ -28,6 +28,10 @@ void set_string_from_charstar(csa_str_t *str, const char *s, size_t len);
 /// The same for a string node, which may be null.
 void set_string_from_json(csa_str_t *str, const json_string_t *json_string);
 
+/// The same for users that keep the parsed text: a string without escapes is not copied, and `str`
+/// points into the text.
+void set_string_in_json(csa_str_t *str, const json_string_t *json_string);
+
 /// Returns a node's number, 0 for a null node.
 uint32_t get_number_from_json(const json_number_t *json_number);
 

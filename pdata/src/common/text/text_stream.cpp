@@ -1,7 +1,9 @@
 #include "text_stream.h"
 
+#include <charconv>
 #include <cstdarg>
 #include <cstdio>
+#include <iterator>
 
 pdata_status_t text_stream_print(text_stream_t *stream, const char *format, ...)
 {
@@ -25,4 +27,19 @@ pdata_status_t text_stream_print(text_stream_t *stream, const char *format, ...)
     }
     va_end(again);
     return stream->full ? PDATA_ERR_IO : PDATA_SUCCESS;
+}
+
+pdata_status_t text_stream_put_byte(text_stream_t *stream, std::string_view before, uint8_t byte,
+                                    std::string_view after)
+{
+    char digits[3];
+    const auto end = std::to_chars(std::begin(digits), std::end(digits), byte).ptr;
+    const std::string_view number(digits, static_cast<size_t>(end - digits));
+    const size_t len = before.size() + number.size() + after.size();
+    if (len + stream->text.size() >= stream->size)
+        stream->full = true;
+    if (stream->full)
+        return PDATA_ERR_IO;
+    stream->text.append(before).append(number).append(after);
+    return PDATA_SUCCESS;
 }

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "pdata_error.h"
 
@@ -17,3 +19,8 @@ struct text_stream_t {
 /// for a piece that does not fit and for every piece behind it.
 [[nodiscard, gnu::format(printf, 2, 3)]] pdata_status_t text_stream_print(text_stream_t *stream,
                                                                           const char *format, ...);
+
+/// Appends `before`, the decimal digits of a byte, and `after`, as one piece. Returns as
+/// text_stream_print does.
+[[nodiscard]] pdata_status_t text_stream_put_byte(text_stream_t *stream, std::string_view before,
+                                                  uint8_t byte, std::string_view after);
