@@ -1,19 +1,5 @@
 #include "view_cursor.h"
 
-namespace
-{
-
-/// Gives the record at word `at` of an area.
-view_end_t record_at(const view_area_t &area, size_t at, view_record_t &record)
-{
-    if (at >= view_words(area))
-        return VIEW_WALK_DONE;
-    view_cursor_t cursor = {area, VIEW_RECORDS, VIEW_WALK_ON, at * 4};
-    return view_next(cursor, record) ? VIEW_WALK_ON : cursor.end;
-}
-
-} // namespace
-
 bool view_walk_sound(const view_cursor_t &cursor, view_error_t &error)
 {
     const size_t offset = cursor.area.offset + cursor.at;
@@ -55,13 +41,18 @@ bool view_require(const view_area_t &area, uint32_t type, const char *what, view
 
 view_end_t view_list_at(const view_list_t &list, uint32_t index, view_record_t &record)
 {
+    const size_t words = view_words(list.records);
     const uint32_t at = view_word(list.offsets, index);
     if (index != 0) {
-        view_record_t before;
-        const uint32_t at_before = view_word(list.offsets, index - 1);
-        if (record_at(list.records, at_before, before) != VIEW_WALK_ON || at <= at_before ||
-            at - at_before <= before.length)
+        const uint32_t before = view_word(list.offsets, index - 1);
+        if (before >= words || at <= before)
+            return VIEW_WALK_OVERLAP;
+        const uint32_t length = view_record_length(view_word(list.records, before));
+        if (at - before <= length || length > words - before - 1)
             return VIEW_WALK_OVERLAP;
     }
-    return record_at(list.records, at, record);
+    if (at >= words)
+        return VIEW_WALK_DONE;
+    view_cursor_t cursor = {list.records, VIEW_RECORDS, VIEW_WALK_ON, size_t{at} * 4};
+    return view_next(cursor, record) ? VIEW_WALK_ON : cursor.end;
 }

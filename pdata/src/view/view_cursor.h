@@ -19,6 +19,7 @@
 #include <span>
 
 #include "csa_endian.h"
+#include "format_limits.h"
 #include "view_error.h"
 
 /// Bytes of a file, with their place in it.
@@ -57,6 +58,16 @@ inline size_t view_words(const view_area_t &area)
 inline uint32_t view_word(const view_area_t &area, size_t index)
 {
     return csa_get_be32(area.data + index * 4);
+}
+
+/// The two halves of a record's header word. No place but these and the cursor takes one apart.
+constexpr uint32_t view_record_type(uint32_t header)
+{
+    return header >> 24;
+}
+constexpr uint32_t view_record_length(uint32_t header)
+{
+    return header & TLV_LEN_FIELD_MAX;
 }
 
 /// How the headers of a level are laid out.
@@ -112,8 +123,9 @@ inline view_cursor_t view_walk(const view_area_t &area, view_framing_t framing =
     }
     const uint8_t *start = cursor.area.data + cursor.at;
     const uint32_t word = csa_get_be32(start);
-    record.type = cursor.framing == VIEW_BLOBS ? word : word >> 24;
-    record.length = cursor.framing == VIEW_BLOBS ? csa_get_be32(start + 4) : word & 0xFFFFFF;
+    record.type = cursor.framing == VIEW_BLOBS ? word : view_record_type(word);
+    record.length =
+        cursor.framing == VIEW_BLOBS ? csa_get_be32(start + 4) : view_record_length(word);
     record.offset = cursor.area.offset + cursor.at;
     const size_t size = size_t{record.length} * (cursor.framing == VIEW_RECORDS ? 4 : 1);
     const bool whole = size <= left - header;

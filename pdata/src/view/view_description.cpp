@@ -63,7 +63,6 @@ view_fault_t take_rules(const view_record_t &record, view_protocol_t &protocol)
 
 /// Where the optional words of a rule meta stand; 0 for those that a form lacks.
 struct rule_meta_form_t {
-    uint32_t type;
     uint8_t reserved;
     uint8_t scope;
     uint8_t vid;
@@ -92,10 +91,9 @@ constexpr uint8_t word_of(format_kind_t kind, const char *name)
     return 0;
 }
 
-constexpr rule_meta_form_t form(format_kind_t kind, uint32_t type, uint32_t absent_vid)
+constexpr rule_meta_form_t form(format_kind_t kind, uint32_t absent_vid)
 {
-    return {type,
-            word_of(kind, "reserved"),
+    return {word_of(kind, "reserved"),
             word_of(kind, "scope"),
             word_of(kind, "vid"),
             word_of(kind, "fastpass"),
@@ -107,13 +105,23 @@ constexpr rule_meta_form_t form(format_kind_t kind, uint32_t type, uint32_t abse
 
 /// The forms, oldest first.
 constexpr rule_meta_form_t rule_meta_forms[] = {
-    form(FORMAT_PROTO_RULE_META, TLV_TYPE_PROTO_RULE_META, 0),
-    form(FORMAT_PROTO_RULE_META_V2, TLV_TYPE_PROTO_RULE_META_V2, 0),
-    form(FORMAT_PROTO_RULE_META_V3, TLV_TYPE_PROTO_RULE_META_V3, 0),
-    form(FORMAT_PROTO_RULE_META_V4, TLV_TYPE_PROTO_RULE_META_V4, 0),
-    form(FORMAT_PROTO_RULE_META_V5, TLV_TYPE_PROTO_RULE_META_V5, 0xFFFFFFFF),
-    form(FORMAT_PROTO_RULE_META_V6, TLV_TYPE_PROTO_RULE_META_V6, 0),
+    form(FORMAT_PROTO_RULE_META, 0),
+    form(FORMAT_PROTO_RULE_META_V2, 0),
+    form(FORMAT_PROTO_RULE_META_V3, 0),
+    form(FORMAT_PROTO_RULE_META_V4, 0),
+    form(FORMAT_PROTO_RULE_META_V5, 0xFFFFFFFF),
+    form(FORMAT_PROTO_RULE_META_V6, 0),
 };
+
+/// The number of the form, from 1, that a type of record in a rule has; 0 for none.
+constexpr uint8_t form_of_type[] = {0, 1, 0, 0, 2, 3, 4, 5, 6};
+
+static_assert(form_of_type[TLV_TYPE_PROTO_RULE_META] == 1 &&
+              form_of_type[TLV_TYPE_PROTO_RULE_META_V2] == 2 &&
+              form_of_type[TLV_TYPE_PROTO_RULE_META_V3] == 3 &&
+              form_of_type[TLV_TYPE_PROTO_RULE_META_V4] == 4 &&
+              form_of_type[TLV_TYPE_PROTO_RULE_META_V5] == 5 &&
+              form_of_type[TLV_TYPE_PROTO_RULE_META_V6] == 6);
 
 /// The word at `at`, or `absent` where a form has none.
 uint32_t word_or(const view_area_t &value, uint8_t at, uint32_t absent)
@@ -170,10 +178,8 @@ view_fault_t take_rule_record(const view_record_t &record, view_rule_t &rule)
     default:
         break;
     }
-    for (const rule_meta_form_t &form : rule_meta_forms)
-        if (form.type == record.type)
-            return take_rule_meta(record.value, form, rule);
-    return VIEW_UNKNOWN;
+    const uint32_t form = record.type < std::size(form_of_type) ? form_of_type[record.type] : 0;
+    return form == 0 ? VIEW_UNKNOWN : take_rule_meta(record.value, rule_meta_forms[form - 1], rule);
 }
 
 view_fault_t take_sub_rule_meta(const view_record_t &record, view_sub_rule_t &sub_rule)

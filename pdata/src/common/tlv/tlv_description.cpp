@@ -47,8 +47,8 @@ pdata_status_t tlv_pop_type_len(const uint8_t *buf, uint32_t *buf_offset, uint32
                                 uint32_t *len)
 {
     const uint32_t header = tlv_get(buf + size_t{*buf_offset} * 4);
-    *type = header >> 24;
-    *len = header & TLV_LEN_FIELD_MAX;
+    *type = view_record_type(header);
+    *len = view_record_length(header);
     ++*buf_offset;
     return PDATA_SUCCESS;
 }
