@@ -14,6 +14,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     if (pdata_compiler_config({data, size}, &pdb, &indexes) != PDATA_SUCCESS)
         __builtin_trap();
     (void)pdata_pdb_loaded_get({data, size}); // any state will do
-    (void)pdb_list_print({data, size});       // any status will do
+    view_error_t error;
+    (void)pdb_list_print({data, size}, error); // any fault will do
     return 0;
 }
