@@ -4,6 +4,7 @@
 #include "damage_pdb.h"
 #include "loadable_reader.h"
 #include "pdata_compile.h"
+#include "verified.h"
 
 /// Compiles the parts of a pdb. Returns whether that succeeded.
 inline bool compile_parts(const pdb_list_t &pdb, uint32_t network_endian)
@@ -17,6 +18,7 @@ inline bool compile_parts(const pdb_list_t &pdb, uint32_t network_endian)
     expect_status(status);
     if (status == PDATA_SUCCESS) {
         EXPECT_EQ(loadable_verify(pdb_header_bytes(loadable), LOADABLE_FOREIGN), "");
+        EXPECT_EQ(verify_text(pdb_header_bytes(loadable), true), "");
     }
     forget();
     return status == PDATA_SUCCESS;

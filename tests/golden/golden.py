@@ -61,9 +61,8 @@ def written_by(programs, name):
         for arguments in runs:
             subprocess.run([os.path.join(programs, "pdata_compiler"), *arguments], cwd=folder,
                            check=True)
-            if "--loadable" in arguments:
-                subprocess.run([os.path.join(programs, "loadable_verify"), arguments[-1]],
-                               cwd=folder, check=True)
+            subprocess.run([os.path.join(programs, "loadable_verify"), arguments[-1]],
+                           cwd=folder, check=True)
         written = {}
         for file_name in kept:
             with open(os.path.join(folder, file_name), "rb") as file:

@@ -15,6 +15,7 @@
 #include "pdb_build.h"
 #include "pdb_version.h"
 #include "tlv_description.h"
+#include "verified.h"
 
 constexpr uint32_t VID_NONE = 0xFFFFFFFF;
 
@@ -141,6 +142,7 @@ inline compiled_t compile(const pdb_list_t &list, uint32_t network_endian = 1,
     compiled.bytes.assign(bytes.begin(), bytes.end());
     if (!bytes.empty()) {
         EXPECT_EQ(loadable_verify(bytes, origin), "");
+        EXPECT_EQ(verify_text(bytes, origin == LOADABLE_FOREIGN), "");
         EXPECT_EQ(out.pdb_type, PDB_TYPE_LOAD);
     }
     return compiled;

@@ -238,6 +238,7 @@ TEST(pdata_compile, a_failed_allocation_is_a_status_wherever_it_happens)
                 (void)failing_alloc_disarm(); // the reader has all the memory
                 if (out.pdb_tlv != nullptr) {
                     EXPECT_EQ(loadable_verify(*out.pdb_tlv), "");
+                    EXPECT_EQ(verify_text(*out.pdb_tlv), "");
                     incomplete += *out.pdb_tlv == undisturbed ? 0 : 1;
                 }
                 return static_cast<int>(status);

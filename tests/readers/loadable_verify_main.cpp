@@ -1,4 +1,5 @@
-/// Checks loadable pdb files: that they can be read whole and that their parts fit together.
+/// Checks pdb files. Of a loadable pdb the reader of the tests says whether it can be read whole
+/// and its parts fit together; of every pdb the verifier of the product says whether it is safe.
 ///
 ///     loadable_verify [--foreign] FILE...
 ///
@@ -9,6 +10,7 @@
 #include <iterator>
 
 #include "loadable_reader.h"
+#include "verified.h"
 
 namespace
 {
@@ -20,7 +22,11 @@ std::string fault_of(const char *name, loadable_origin_t origin)
     const std::vector<uint8_t> bytes{std::istreambuf_iterator<char>(file), {}};
     if (file.bad() || !file.is_open())
         return "cannot be read";
-    return loadable_verify(bytes, origin);
+    pdb_view_t view;
+    view_error_t error;
+    const bool described = pdb_view_open(bytes, view, error) && !view.compiled && !view.empty;
+    const std::string fault = described ? "" : loadable_verify(bytes, origin);
+    return fault.empty() ? verify_text(bytes, origin == LOADABLE_FOREIGN) : fault;
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 
 #include "loadable_reader.h"
 #include "runtime_model.h"
+#include "verified.h"
 #include "whole_run.h"
 #include "work_folder.h"
 
@@ -63,6 +64,7 @@ protected:
         ASSERT_EQ(code, 0);
         bytes = get_bytes("out.pdb");
         ASSERT_EQ(loadable_verify(bytes), "");
+        ASSERT_EQ(verify_text(bytes), "");
         std::string error;
         ASSERT_TRUE(loadable_open(bytes, pdb, error)) << error;
     }

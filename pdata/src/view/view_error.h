@@ -24,12 +24,19 @@ enum view_fault_t : uint32_t {
     VIEW_MEMORY,    ///< memory ran out; says nothing about the file
 };
 
+/// How bad a fault is.
+enum view_grade_t : uint32_t {
+    VIEW_UNSAFE = 0, ///< something leads out of its bounds: nobody may use the file
+    VIEW_UNSOUND,    ///< every reader is safe, but parts do not fit together or were lost
+};
+
 /// Bytes of an error's text, its terminator included.
 constexpr size_t VIEW_TEXT_DIM = 192;
 
 /// One fault and its place.
 struct view_error_t {
     view_fault_t fault = VIEW_SOUND;
+    view_grade_t grade = VIEW_UNSAFE;
     size_t offset = 0; ///< of the faulty record or field, in bytes from the file's start
     char text[VIEW_TEXT_DIM] = {}; ///< where and what, outermost part first; cut when too long
 };
