@@ -7,7 +7,8 @@ Both are built and run on the same descriptions, pdbs, damaged files and command
 statuses, both outputs (without the source lines of diagnostics) and all bytes of all files must be
 the same, but for the lines on standard error that tests/differential/intended.tsv names with their
 reasons. A case that differs is left in build/compare/failed/KIND-NUMBER: its inputs, what both
-wrote, and "commands" with the two command lines. The same seed makes the same cases.
+wrote, and "commands" with the two command lines. The same seed makes the same cases. Other
+differences that are meant (tests/differential/meant.py) are counted and end their case.
 
 The exit code is 0 when nothing differs, 1 when something does, and 2 for a wrong use.
 """
@@ -134,7 +135,7 @@ def summarize(total, options, differing, seconds):
     print("statuses: " + ", ".join(f"{status} x {count}"
                                    for status, count in sorted(total.statuses.items())))
     for reason, count in sorted(total.intended.items()):
-        print(f"intended, {count} lines: {reason}")
+        print(f"intended, {count} times: {reason}")
     never = [str(status) for status in STATUSES if status not in total.statuses]
     if never:
         print(f"statuses of docs/exit_codes.md that no run ended with: {', '.join(never)}")

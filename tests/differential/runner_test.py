@@ -139,6 +139,23 @@ class RunnerTest(unittest.TestCase):
         self.assertIsNone(self.differ("exit 0", "exit 0", steps))
         self.assertEqual(self.tally.runs, 1)
 
+    def test_differences_that_are_meant_are_named_and_counted(self):
+        whole = bytes.fromhex("01000003 01000002 02000001 00000000")
+        longer = bytes.fromhex("01000003 01000003 02000001 00000000")
+        for pdb, difference, meant in ((whole, "status 0 became 1", {}),
+                                       (longer, None, {"over-long records": 1})):
+            self.tally = runner.Tally()
+            steps = Steps([("run", ["1"]), ("spoil", "out1.pdb", "in.pdb", lambda _, p=pdb: p),
+                           ("run", ["--pdb-in", "in.pdb"])])
+            writes = "echo >out1.pdb; "
+            self.assertEqual(self.differ(writes + "exit 0",
+                                         writes + '[ "$1" = 1 ] && exit 0; exit 1', steps),
+                             difference)
+            self.assertEqual(dict(self.tally.intended), meant)
+        refused = "echo values expand to more than 9 bytes; exit 100"
+        self.assertIsNone(self.differ(refused, "exit 0"))
+        self.assertEqual(self.tally.intended["bound of the values"], 1)
+
     def test_option_without_its_argument(self):
         self.assertIsNone(self.differ(SAME, SAME, Steps([("run", ["--pdb-in"])])))
         self.assertEqual(self.tally.runs, 1)

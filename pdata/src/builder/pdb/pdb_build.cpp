@@ -1,5 +1,7 @@
 #include "pdb_build.h"
 
+#include <algorithm>
+
 #include "pdata_diag.h"
 #include "pdb_matcher_build.h"
 #include "pdb_rule_build.h"
@@ -20,6 +22,28 @@ struct build_run_t {
     pdb_protodesc protodesc;
 };
 
+/// Takes the next record of a level. One that claims more than its parent holds is taken as well,
+/// cut at the end of the parent; it is the last one.
+bool next_child(view_cursor_t &cursor, view_record_t &child)
+{
+    return cursor.end == VIEW_WALK_ON &&
+           (view_next(cursor, child) || cursor.end == VIEW_WALK_OVERLONG);
+}
+
+/// Finds the first record of a type among the children of a record, and cuts its value where the
+/// parent ends. PDATA_ERR_TLV_NOT_FOUND as tlv_type_search.
+pdata_status_t search_child(uint32_t type, std::span<const uint8_t> parent,
+                            std::span<const uint8_t> *value)
+{
+    const uint8_t *found;
+    uint32_t len;
+    PDATA_TRY(
+        tlv_type_search(type, parent.data(), static_cast<uint32_t>(parent.size()), &found, &len));
+    const auto at = static_cast<size_t>(found - parent.data());
+    *value = parent.subspan(at, std::min<size_t>(len, parent.size() - at));
+    return PDATA_SUCCESS;
+}
+
 /// Reads and files a group. Only the last one stays for the passes that follow; a pdb holds one.
 pdata_status_t register_group(build_run_t *run, std::span<const uint8_t> group)
 {
@@ -34,7 +58,7 @@ pdata_status_t register_group(build_run_t *run, std::span<const uint8_t> group)
 pdata_status_t register_groups(build_run_t *run, std::span<const uint8_t> root)
 {
     view_cursor_t cursor = view_walk(view_file(root));
-    for (view_record_t child; view_next(cursor, child);) {
+    for (view_record_t child; next_child(cursor, child);) {
         if (child.type == TLV_TYPE_PROTOGROUP)
             PDATA_TRY(register_group(run, view_bytes(child.value)));
         else
@@ -185,7 +209,7 @@ pdata_status_t pdb_builder_matcher_protocol_rules(pdb_build_t *pdb_build, uint32
 pdata_status_t seek_for_hstring(std::span<const uint8_t> group, hstring_t *hstring)
 {
     std::span<const uint8_t> strings;
-    PDATA_TRY(tlv_value_search(TLV_TYPE_PROTOGROUP_STRING, group, &strings));
+    PDATA_TRY(search_child(TLV_TYPE_PROTOGROUP_STRING, group, &strings));
     *hstring = {strings.data(), static_cast<uint32_t>(strings.size())};
     return PDATA_SUCCESS;
 }
@@ -195,7 +219,7 @@ template <typename Found>
 void walk_protocols(std::span<const uint8_t> list, const Found &found)
 {
     view_cursor_t cursor = view_walk(view_file(list));
-    for (view_record_t record; view_next(cursor, record);) {
+    for (view_record_t record; next_child(cursor, record);) {
         if (record.type == TLV_TYPE_PROTO)
             found(static_cast<uint32_t>(record.offset / 4));
         else
@@ -274,7 +298,7 @@ pdata_status_t pdb_builder_get_protocol_offsets(std::span<const uint8_t> group, 
     *pg = {};
     PDATA_TRY(
         pdata_diag_failed(seek_for_hstring(group, &pg->pg_hstring), PDATA_DIAG_NO_GROUP_STRINGS));
-    PDATA_TRY(tlv_value_search(TLV_TYPE_PROTOGROUP_PROTOS, group, &pg->pg_proto_list));
+    PDATA_TRY(search_child(TLV_TYPE_PROTOGROUP_PROTOS, group, &pg->pg_proto_list));
     size_t nr_proto = 0;
     walk_protocols(pg->pg_proto_list, [&](uint32_t) { ++nr_proto; });
     pg->pg_proto_offset.reserve(nr_proto);

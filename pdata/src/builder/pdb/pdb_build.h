@@ -43,7 +43,8 @@ void pdb_builder_load(pdb_context_t *context, std::span<const uint8_t> proto_pdb
                                                    uint32_t network_endian);
 
 /// Reads a protocol group: its string table, and where each protocol of its list begins. Records
-/// of another type in the list are reported, twice, and skipped.
+/// of another type in the list are reported, twice, and skipped. A table, a list or a protocol that
+/// claims more words than its parent holds is taken and ends with the parent.
 [[nodiscard]] pdata_status_t pdb_builder_get_protocol_offsets(std::span<const uint8_t> group,
                                                               pdb_pg *pg);
 

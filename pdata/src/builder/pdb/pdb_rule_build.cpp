@@ -173,6 +173,18 @@ pdata_status_t pdb_rule_build_serialize(pdb_build_t *pdb_build, uint32_t network
     return pdb_rule_build_emit(*pdb_build, network_endian, sink);
 }
 
+/// Refuses a protocol that claims more words than there are and lacks its meta or its rules.
+pdata_status_t check_cut_protocol(const protodesc_t &protocol, const view_record_t &record)
+{
+    view_record_t meta;
+    const bool has_rules = protocol.proto_nr_rules == 0 || protocol.proto_rules != nullptr;
+    if (has_rules && view_find(record.value, TLV_TYPE_PROTO_META, meta))
+        return PDATA_SUCCESS;
+    return pdata_fail(PDATA_ERR_INVALID_ARGUMENT,
+                      "too small buffer for deserialization: %u + %u > %u\n", record.length, 1,
+                      static_cast<uint32_t>(record.value.size / 4) + 1);
+}
+
 } // namespace
 
 void pdb_rule_set_priority(uint32_t *rule_prio, uint32_t nr_item, uint32_t sum_attr_len)
@@ -216,9 +228,11 @@ pdata_status_t pdb_rule_build_get_proto(const pdb_pg &pg, uint32_t proto_idx,
     view_cursor_t at_header =
         view_walk(view_file(pg.pg_proto_list.subspan(size_t{pg.pg_proto_offset[proto_idx]} * 4)));
     view_record_t record;
-    if (!view_next(at_header, record))
+    const bool whole = view_next(at_header, record);
+    if (!whole && at_header.end != VIEW_WALK_OVERLONG)
         return PDATA_ERR_INVALID_ARGUMENT;
-    return protodesc_deserialize(protodesc, view_bytes(record.value));
+    PDATA_TRY(protodesc_deserialize(protodesc, view_bytes(record.value)));
+    return whole ? PDATA_SUCCESS : check_cut_protocol(*protodesc, record);
 }
 
 pdata_status_t pdb_rule_build_get_rule(const protodesc_t &protodesc, uint32_t rule_idx,
