@@ -126,6 +126,52 @@ void add_large_merges(const size_steps_t &once, const size_steps_t &twice)
     }
 }
 
+/// Protocols of one id on both sides, each of which gets every update: without rules, all with the
+/// same one, each with one of twenty.
+struct repetition_t {
+    const char *name;
+    uint32_t kinds; ///< different rules; 0: none
+};
+
+constexpr repetition_t repetitions[] = {
+    {"repeated_ids", 0}, {"repeated_rule", 1}, {"repeated_rules", 20}};
+constexpr uint32_t REPEATED_PROTOCOLS = 8000;
+
+std::string repeated_protocols(uint32_t protocols, uint32_t kinds)
+{
+    std::string text = "{\"protocols\": [\n";
+    for (uint32_t i = 0; i < protocols; ++i) {
+        text += R"({"name": "again", "id": 16777217, "rules": [)";
+        if (kinds != 0)
+            text += R"({"order": "50:100", "rule": [{"protocol": "ssl", "common_name": "host)" +
+                    std::to_string(i % kinds) + "\\\\.net\"}]}";
+        text += i + 1 < protocols ? "]},\n" : "]}\n";
+    }
+    return text + "]}\n";
+}
+
+void add_repetitions()
+{
+    for (const auto &[name, kinds] : repetitions) {
+        const pdb_list_t once = make_pdb(repeated_protocols(REPEATED_PROTOCOLS, kinds));
+        const pdb_list_t twice = make_pdb(repeated_protocols(2 * REPEATED_PROTOCOLS, kinds));
+        const std::string text = name;
+        bench_add(text, {size_of({once, once}), REPEATED_PROTOCOLS}, merge_step({once, once}));
+        bench_add_ratio(text + "_growth", merge_step({twice, twice}), merge_step({once, once}));
+    }
+}
+
+void report_repetitions()
+{
+    bench_heading("8,000 protocols of one id in both pdbs:");
+    for (const auto &[name, kinds] : repetitions) {
+        const std::string text = name;
+        bench_line(text, bench_median(text) * 1000, "ms");
+        bench_at_most(text + ", time for twice as many", bench_median(text + "_growth"), "times",
+                      2.2);
+    }
+}
+
 /// Rules of one protocol, each with one value that no other has. 1,199 are the most that a
 /// description may give a protocol; both sides of a merge together may not have more either,
 /// unless they are the same.
@@ -184,6 +230,7 @@ void measure_peak(const pair_t &pair)
 void report()
 {
     report_large_merges();
+    report_repetitions();
     bench_line("peak memory beside the input, times the output", peak_per_output, "");
     report_protocol("same_rules", same_sizes);
     report_protocol("new_rules", new_sizes);
@@ -196,6 +243,7 @@ int main(int argc, char **argv)
     const size_steps_t once = make_steps(1);
     const size_steps_t twice = make_steps(2);
     add_large_merges(once, twice);
+    add_repetitions();
     add_protocol_merges();
     measure_peak(once.pair);
     return bench_main(argc, argv, report);
