@@ -31,7 +31,7 @@ protected:
     {
         bytes = stored(groups);
         base = {};
-        base.groups = bytes;
+        base.groups = view_walk(view_file(bytes));
     }
 
     /// Looks an id up: "found" with the protocol's max_trans, "none", or the outcome.

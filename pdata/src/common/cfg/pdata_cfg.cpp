@@ -5,7 +5,7 @@
 namespace
 {
 
-pdata_cfg_t pdata_cfg_default = {{{
+const std::array<pdata_cfg_meta_t, 12> pdata_meta_default = {{
     // Role           Kind                      Name
     {PDATA_META_PDM, PDATA_TYPE_TAG_TABLE, "tag_table"},
     {PDATA_META_PDM, PDATA_TYPE_MATCHER_ALIAS, "matcher_alias"},
@@ -19,7 +19,9 @@ pdata_cfg_t pdata_cfg_default = {{{
     {PDATA_META_SEM, PDATA_TYPE_TAG_TABLE, "semantic_tag_table"},
     {PDATA_META_IPBT, PDATA_TYPE_IPBT, "ipbt"},
     {PDATA_META_END, PDATA_TYPE_TAG_TABLE, "end"},
-}}};
+}};
+
+pdata_cfg_t pdata_cfg_default = {pdata_meta_default};
 
 } // namespace
 

@@ -37,12 +37,14 @@ enum pdata_type_t : uint32_t {
 };
 
 /// One configuration file.
-struct pdata_cfg_meta_t {
+struct pdata_cfg_meta {
     pdata_meta_t meta;
     pdata_type_t type;
     const char *name;                ///< base name; the file adds ".json"
     std::optional<csa_buf_t> json{}; ///< contents, once loaded; a file of length 0 is present
 };
+
+using pdata_cfg_meta_t = pdata_cfg_meta;
 
 /// A configuration: its files, the last row marking the end.
 struct pdata_cfg_t {

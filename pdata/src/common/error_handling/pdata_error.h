@@ -13,7 +13,7 @@
 
 /// Outcomes; the process exits with the number. Codes without a name text in pdata_status_code2str
 /// are part of the format.
-enum pdata_status_t : uint32_t {
+enum pdata_status : uint32_t {
     PDATA_SUCCESS = 0,
     PDATA_ERR_NO_MEMORY = 1,
     PDATA_ERR_INVALID_ARGUMENT = 2,
@@ -42,6 +42,8 @@ enum pdata_status_t : uint32_t {
     PDATA_STATUS_ENGINE_FASTPASS = 201,
     PDATA_STATUS_ENGINE_CDN_RULE_CLASSIFIED = 202,
 };
+
+using pdata_status_t = pdata_status;
 
 /// Size of a message, its terminator included; a message keeps one character less.
 constexpr uint32_t PDATA_MSG_SIZE = 1024;

@@ -7,8 +7,10 @@
 namespace
 {
 
-/// Owns every text that the value functions made.
-std::pmr::monotonic_buffer_resource json_list;
+/// Owns every text that the value functions make.
+using string_list_t = std::pmr::monotonic_buffer_resource;
+
+string_list_t json_list;
 
 } // namespace
 

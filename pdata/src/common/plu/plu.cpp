@@ -45,16 +45,12 @@ pdata_status_t pdata_update_proto_merge(pdata_commit_priv *priv, const incoming_
                                         std::span<const uint8_t> proto_tlv)
 {
     action entry = {ACTION_ADD, 0, {}, incoming.pg_hstring, incoming.root_hstring};
-    pdata_status_t status = protodesc_deserialize(&entry.a_proto, proto_tlv);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(protodesc_deserialize(&entry.a_proto, proto_tlv));
     entry.a_protoid = protodesc_get_id(entry.a_proto);
     check_proto_t check;
     check.enable = true;
     bool found;
-    status = pdata_update_has_id(priv, entry.a_protoid, &found, &check);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(pdata_update_has_id(priv, entry.a_protoid, &found, &check));
     if (check.in_base) {
         plu_copy_revisions_on_proto_update(&entry.a_proto, check.proto);
         plu_copy_doc_on_proto_update(&entry.a_proto, check.proto);
@@ -72,9 +68,7 @@ pdata_status_t pdata_update_pg_merge(pdata_commit_priv *priv, const hstring_t &r
                                      std::span<const uint8_t> group_tlv)
 {
     plu_group_t group;
-    const pdata_status_t status = pdata_update_pg_get(group_tlv, &group);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(pdata_update_pg_get(group_tlv, &group));
     const incoming_t incoming = {group.pg_hstring, root_hstring};
     return plu_for_each(group.protos, TLV_TYPE_PROTO, [&](std::span<const uint8_t> proto_tlv) {
         return pdata_update_proto_merge(priv, incoming, proto_tlv);
@@ -85,16 +79,13 @@ pdata_status_t init(pdata_commit *commit, std::span<const uint8_t> pdb_tlv,
                     std::span<const uint8_t> m_hstring_tlv)
 {
     auto priv = std::make_unique<pdata_commit_priv>();
-    pdata_status_t status = plu_get_root_hstring(m_hstring_tlv, &priv->ci_root_hstring);
-    if (status == PDATA_SUCCESS)
-        status = plu_get_groups(pdb_tlv, &priv->groups);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(plu_get_root_hstring(m_hstring_tlv, &priv->ci_root_hstring));
+    PDATA_TRY(plu_get_groups(pdb_tlv, &priv->groups));
     if (hstring_init(&priv->ci_pg.pg_hstring, 0) != 0 ||
         hstring_init(&priv->ci_pg.ruletag_hstring, 0) != 0)
         return PDATA_ERR_NO_MEMORY;
     plu_init_action_table(&priv->ci_pg.action_table);
-    priv->base.groups = priv->groups;
+    priv->base.groups = view_walk(view_file(priv->groups));
     commit->ci_tlv = pdb_tlv.data();
     commit->ci_tlvlen = pdb_tlv.size();
     commit->ci_priv = std::move(priv);
@@ -105,17 +96,12 @@ pdata_status_t merge(pdata_commit_priv *priv, std::span<const uint8_t> tlv,
                      std::span<const uint8_t> m_hstring_tlv)
 {
     hstring_t root_hstring;
-    pdata_status_t status = PDATA_SUCCESS;
     if (!m_hstring_tlv.empty()) {
-        status = plu_get_root_hstring(m_hstring_tlv, &root_hstring);
-        if (status == PDATA_SUCCESS)
-            status = plu_load_ruletags(&priv->ci_pg, root_hstring);
+        PDATA_TRY(plu_get_root_hstring(m_hstring_tlv, &root_hstring));
+        PDATA_TRY(plu_load_ruletags(&priv->ci_pg, root_hstring));
     }
     std::span<const uint8_t> groups;
-    if (status == PDATA_SUCCESS)
-        status = plu_get_groups(tlv, &groups);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(plu_get_groups(tlv, &groups));
     return plu_for_each(groups, TLV_TYPE_PROTOGROUP, [&](std::span<const uint8_t> group_tlv) {
         return pdata_update_pg_merge(priv, root_hstring, group_tlv);
     });
@@ -125,11 +111,8 @@ pdata_status_t remove_rules(pdata_commit_priv *priv, uint32_t protoid)
 {
     bool found = false;
     check_proto_t check;
-    pdata_status_t status = plu_load_ruletags(&priv->ci_pg, priv->ci_root_hstring);
-    if (status == PDATA_SUCCESS)
-        status = pdata_update_has_id(priv, protoid, &found, &check);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(plu_load_ruletags(&priv->ci_pg, priv->ci_root_hstring));
+    PDATA_TRY(pdata_update_has_id(priv, protoid, &found, &check));
     if (!found)
         return pdata_fail(PDATA_ERR_PLU, "proto id %d not found\n", static_cast<int>(protoid));
     plu_insert_action(&priv->ci_pg.action_table, {ACTION_DEL_RULES, protoid, {}, {}, {}});
@@ -138,14 +121,11 @@ pdata_status_t remove_rules(pdata_commit_priv *priv, uint32_t protoid)
 
 pdata_status_t commit_all(pdata_commit_priv *priv)
 {
-    pdata_status_t status = PDATA_SUCCESS;
     if (!priv->ci_pg.ruletag_hstring_is_set)
-        status = plu_load_ruletags(&priv->ci_pg, priv->ci_root_hstring);
-    if (status == PDATA_SUCCESS)
-        status = plu_commit_groups(priv);
-    if (status == PDATA_SUCCESS)
-        priv->ci_finalized |= PLU_FINALIZED;
-    return status;
+        PDATA_TRY(plu_load_ruletags(&priv->ci_pg, priv->ci_root_hstring));
+    PDATA_TRY(plu_commit_groups(priv));
+    priv->ci_finalized |= PLU_FINALIZED;
+    return PDATA_SUCCESS;
 }
 
 } // namespace
@@ -161,12 +141,12 @@ pdata_status_t pdata_update_has_id(pdata_commit_priv *priv, uint32_t protoid, bo
     if (*found)
         return PDATA_SUCCESS;
     protodesc_t proto;
-    const pdata_status_t status = plu_base_has_id(&priv->base, protoid, found, &proto);
-    if (status == PDATA_SUCCESS && *found && check->enable) {
+    PDATA_TRY(plu_base_has_id(&priv->base, protoid, found, &proto));
+    if (*found && check->enable) {
         check->in_base = true;
         check->proto = proto;
     }
-    return status;
+    return PDATA_SUCCESS;
 }
 
 pdata_status_t plu_load_ruletags(pdata_update_pg_t *pg, const hstring_t &root)
@@ -183,32 +163,26 @@ pdata_status_t pdata_update_init(pdata_commit *commit, std::span<const uint8_t> 
                                  std::span<const uint8_t> m_hstring_tlv)
 {
     pdata_update_close(commit);
-    return plu_guard([&] { return init(commit, pdb_tlv, m_hstring_tlv); });
+    return pdata_guard([&] { return init(commit, pdb_tlv, m_hstring_tlv); });
 }
 
 pdata_status_t pdata_update_merge(pdata_commit *commit, std::span<const uint8_t> tlv,
                                   std::span<const uint8_t> m_hstring_tlv)
 {
-    const pdata_status_t status = check_open(*commit);
-    if (status != PDATA_SUCCESS)
-        return status;
-    return plu_guard([&] { return merge(commit->ci_priv.get(), tlv, m_hstring_tlv); });
+    PDATA_TRY(check_open(*commit));
+    return pdata_guard([&] { return merge(commit->ci_priv.get(), tlv, m_hstring_tlv); });
 }
 
 pdata_status_t pdata_update_remove(pdata_commit *commit, uint32_t protoid)
 {
-    const pdata_status_t status = check_open(*commit);
-    if (status != PDATA_SUCCESS)
-        return status;
-    return plu_guard([&] { return remove_rules(commit->ci_priv.get(), protoid); });
+    PDATA_TRY(check_open(*commit));
+    return pdata_guard([&] { return remove_rules(commit->ci_priv.get(), protoid); });
 }
 
 pdata_status_t pdata_update_commit(pdata_commit *commit)
 {
-    const pdata_status_t status = check_open(*commit);
-    if (status != PDATA_SUCCESS)
-        return status;
-    return plu_guard([&] { return commit_all(commit->ci_priv.get()); });
+    PDATA_TRY(check_open(*commit));
+    return pdata_guard([&] { return commit_all(commit->ci_priv.get()); });
 }
 
 void pdata_update_close(pdata_commit *commit)

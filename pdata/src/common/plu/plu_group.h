@@ -13,12 +13,7 @@
 #include "hstring.h"
 #include "pdata_error.h"
 #include "protodesc_deserializer.h"
-
-/// One record of a list.
-struct plu_record_t {
-    uint32_t type;
-    std::span<const uint8_t> value;
-};
+#include "view_cursor.h"
 
 /// A protocol group.
 struct plu_group_t {
@@ -28,15 +23,10 @@ struct plu_group_t {
 
 /// The base of an update as the look-ups see it.
 struct plu_base_t {
-    std::span<const uint8_t> groups; ///< groups not entered yet
-    std::span<const uint8_t> protos; ///< protocols not passed yet of the group entered last
+    view_cursor_t groups; ///< in front of the groups not entered yet
+    view_cursor_t protos; ///< in front of the protocols not passed yet of the group entered last
     std::unordered_map<uint32_t, std::span<const uint8_t>> passed; ///< per id, its first protocol
 };
-
-/// Takes the record that `*area` begins with; `*area` must hold a word at least. Gives its type,
-/// and advances `*area` behind it. Returns false, with `*area` as it was, when the record does not
-/// end within it.
-bool plu_take_record(std::span<const uint8_t> *area, plu_record_t *record);
 
 /// Gives the protocol groups of a part of protocol descriptions. PDATA_ERR_TLV_NOT_FOUND when the
 /// part holds no root record of them.
@@ -55,20 +45,18 @@ bool plu_take_record(std::span<const uint8_t> *area, plu_record_t *record);
                                                  plu_group_t *found);
 
 /// Hands the value of each record of `area` to `visit`, until one returns a failure. A record of
-/// another type than `type` ends the walk with PDATA_ERR_TLV_NOT_FOUND.
+/// another type than `type`, or one that is not whole, ends the walk with PDATA_ERR_TLV_NOT_FOUND.
 template <typename Visit>
 [[nodiscard]] pdata_status_t plu_for_each(std::span<const uint8_t> area, uint32_t type,
                                           Visit &&visit)
 {
-    plu_record_t record;
-    while (area.size() >= 4) {
-        if (!plu_take_record(&area, &record) || record.type != type)
+    view_cursor_t walk = view_walk(view_file(area));
+    for (view_record_t record; view_next(walk, record);) {
+        if (record.type != type)
             return PDATA_ERR_TLV_NOT_FOUND;
-        const pdata_status_t status = visit(record.value);
-        if (status != PDATA_SUCCESS)
-            return status;
+        PDATA_TRY(visit(view_bytes(record.value)));
     }
-    return PDATA_SUCCESS;
+    return walk.end == VIEW_WALK_OVERLONG ? PDATA_ERR_TLV_NOT_FOUND : PDATA_SUCCESS;
 }
 
 /// Looks an id up: the first protocol of the base that bears it, in stored order. Gives whether

@@ -2,9 +2,7 @@
 #pragma once
 
 #include <deque>
-#include <new>
 #include <span>
-#include <stdexcept>
 #include <unordered_map>
 
 #include "csa_buf.h"
@@ -59,19 +57,6 @@ struct check_proto_t {
     bool in_base = false; ///< it was found there and stands in `proto`
     protodesc_t proto{};
 };
-
-/// Runs an operation and turns a failed allocation inside it into PDATA_ERR_NO_MEMORY.
-template <typename Operation>
-[[nodiscard]] pdata_status_t plu_guard(Operation &&operation) noexcept
-{
-    try {
-        return operation();
-    } catch (const std::bad_alloc &) {
-        return PDATA_ERR_NO_MEMORY;
-    } catch (const std::length_error &) {
-        return PDATA_ERR_NO_MEMORY;
-    }
-}
 
 /// Tells whether the base or a pending addition has an id.
 [[nodiscard]] pdata_status_t pdata_update_has_id(pdata_commit_priv *priv, uint32_t protoid,
