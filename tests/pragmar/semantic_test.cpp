@@ -254,7 +254,8 @@ TEST(semantic, a_target_before_the_source_goes_to_the_node_before)
     // "from" makes node 1 current. The transition of node 1 keeps target 0 and is refused.
     const string rules =
         rule_file({node(), node(), node()}, {trans(0, 1, "["), R"({"to":2,"from":1,"trans":"]"})"});
-    EXPECT_NE(check("[]", rules), "");
+    EXPECT_EQ(check("[]", rules), "Bad semantic.\nContext: [ ] \nUnexpected type ']'.\n"
+                                  "Expected:\n\t+ type ']'.\n");
 }
 
 TEST(semantic, unknown_keys_of_a_rule_file_are_ignored)
