@@ -303,15 +303,16 @@ TEST_F(matcher_alias, a_dump_names_both_sides)
         {entry(side("a", "b", "cts"), side("c", "d", "stc")), R"({"alias": {"protocol": "e"}})"}));
     ASSERT_EQ(json.parse(), 0);
     visitor_matcher_alias_t visitor;
-    visitor_matcher_alias_init(&visitor);
+    matcher_alias_container_t container;
+    visitor_matcher_alias_init(&visitor, &container);
     ASSERT_EQ(json_visit(json.json, &visitor.visitor), 0);
-    EXPECT_EQ(stdout_of([&] { matcher_alias_dump(visitor.container); }),
+    EXPECT_EQ(stdout_of([&] { matcher_alias_dump(container); }),
               "alias\n| protocol: a\n| attr: b\n| way: cts\n"
               "reference\n| protocol: c\n| attr: d\n| way: stc\n"
               "alias\n| protocol: e\n"
               "reference\n");
     visitor_matcher_alias_cleanup(&visitor);
-    EXPECT_EQ(visitor.container.nr_entry, 0U);
+    EXPECT_EQ(visitor.container, nullptr);
 }
 
 } // namespace

@@ -5,8 +5,7 @@
 #pragma once
 
 #include "container_tag_table.h"
-#include "json_visitor.h"
-#include "stack_state.h"
+#include "visitor_keyed.h"
 
 enum tag_table_state_t : uint32_t {
     TAG_TABLE_STATE_ROOT = 0,
@@ -14,12 +13,7 @@ enum tag_table_state_t : uint32_t {
     TAG_TABLE_STATE_UNKNOWN = 2,
 };
 
-struct visitor_tag_table_t {
-    json_visitor_t visitor; ///< must stay first: the callbacks cast back
-    tag_table_t *tag_table; ///< the container being filled; not owned
-    stack_state_t stack;
-    bool is_value; ///< the walk stands behind the member's colon
-};
+using visitor_tag_table_t = visitor_keyed_t<tag_table_t>;
 
 /// Prepares `visitor` to fill `tag_table`, which is emptied and must outlive the walk.
 void visitor_tag_table_init(visitor_tag_table_t *visitor, tag_table_t *tag_table);

@@ -19,105 +19,58 @@ constexpr state_key_t keys[] = {
     {SEMANTIC_STATE_TRANS, "trans", SEMANTIC_STATE_TRANS_TRANS},
 };
 
-visitor_semantic_t *self(json_visitor_t *visitor)
+using string_row = keyed_row_t<semantic_t, json_string_t>;
+using number_row = keyed_row_t<semantic_t, json_number_t>;
+
+/// A row that hands the number of a node to an operation of the machine.
+template <int (*Operation)(semantic_t *, uint32_t)>
+int with_number(semantic_t *semantic, json_number_t *number)
 {
-    return reinterpret_cast<visitor_semantic_t *>(visitor);
+    return Operation(semantic, number->number);
 }
 
-uint32_t top_state(const visitor_semantic_t &visitor)
+template <int (*Operation)(semantic_t *, std::string_view)>
+int with_text(semantic_t *semantic, json_string_t *string)
 {
-    return stack_state_top(visitor.stack, SEMANTIC_STATE_UNKNOWN);
+    return Operation(semantic, json_string_view(*string));
 }
 
-int v_semantic_pair_start(json_visitor_t *visitor, json_pair_t *pair)
-{
-    visitor_semantic_t *v = self(visitor);
-    const uint32_t state = stack_state_find(keys, top_state(*v), json_string_view(*pair->string),
-                                            SEMANTIC_STATE_UNKNOWN);
-    v->is_value = false;
-    return stack_state_push(&v->stack, state);
-}
+constexpr string_row strings[] = {
+    {SEMANTIC_STATE_NODE_CATEGORY, with_text<semantic_node_category_set>},
+    {SEMANTIC_STATE_TRANS_TRANS, with_text<semantic_trans_trans_set>},
+};
 
-int v_semantic_pair_sep(json_visitor_t *visitor, json_pair_t *)
-{
-    self(visitor)->is_value = true;
-    return 0;
-}
+constexpr number_row numbers[] = {
+    {SEMANTIC_STATE_NODE_KEY, with_number<semantic_node_key_set>},
+    {SEMANTIC_STATE_NODE_RESET, with_number<semantic_node_reset_add>},
+    {SEMANTIC_STATE_NODE_CHECK, with_number<semantic_node_check_add>},
+    {SEMANTIC_STATE_NODE_RANGE_MIN, with_number<semantic_node_min_set>},
+    {SEMANTIC_STATE_NODE_RANGE_MAX, with_number<semantic_node_max_set>},
+    {SEMANTIC_STATE_TRANS_FROM, with_number<semantic_trans_from_set>},
+    {SEMANTIC_STATE_TRANS_TO, with_number<semantic_trans_to_set>},
+};
 
-int v_semantic_pair_end(json_visitor_t *visitor, json_pair_t *)
-{
-    self(visitor)->is_value = false;
-    stack_state_pop(&self(visitor)->stack);
-    return 0;
-}
+constexpr keyed_end_t<semantic_t> object_ends[] = {
+    {SEMANTIC_STATE_NODE, semantic_node_next},
+    {SEMANTIC_STATE_TRANS, semantic_trans_next},
+};
 
-int v_semantic_string(json_visitor_t *visitor, json_string_t *string)
-{
-    visitor_semantic_t *v = self(visitor);
-    if (!v->is_value)
-        return 0;
-    switch (top_state(*v)) {
-    case SEMANTIC_STATE_NODE_CATEGORY:
-        return semantic_node_category_set(v->semantic, json_string_view(*string));
-    case SEMANTIC_STATE_TRANS_TRANS:
-        return semantic_trans_trans_set(v->semantic, json_string_view(*string));
-    default:
-        return 0;
-    }
-}
-
-int v_semantic_number(json_visitor_t *visitor, json_number_t *number)
-{
-    visitor_semantic_t *v = self(visitor);
-    if (!v->is_value)
-        return 0;
-    switch (top_state(*v)) {
-    case SEMANTIC_STATE_NODE_KEY:
-        return semantic_node_key_set(v->semantic, number->number);
-    case SEMANTIC_STATE_NODE_RESET:
-        return semantic_node_reset_add(v->semantic, number->number);
-    case SEMANTIC_STATE_NODE_CHECK:
-        return semantic_node_check_add(v->semantic, number->number);
-    case SEMANTIC_STATE_NODE_RANGE_MIN:
-        return semantic_node_min_set(v->semantic, number->number);
-    case SEMANTIC_STATE_NODE_RANGE_MAX:
-        return semantic_node_max_set(v->semantic, number->number);
-    case SEMANTIC_STATE_TRANS_FROM:
-        return semantic_trans_from_set(v->semantic, number->number);
-    case SEMANTIC_STATE_TRANS_TO:
-        return semantic_trans_to_set(v->semantic, number->number);
-    default:
-        return 0;
-    }
-}
-
-int v_semantic_object_end(json_visitor_t *visitor, json_object_t *)
-{
-    visitor_semantic_t *v = self(visitor);
-    switch (top_state(*v)) {
-    case SEMANTIC_STATE_NODE:
-        return semantic_node_next(v->semantic);
-    case SEMANTIC_STATE_TRANS:
-        return semantic_trans_next(v->semantic);
-    default:
-        return 0;
-    }
-}
+constexpr keyed_table_t<semantic_t> table = {
+    .root = SEMANTIC_STATE_ROOT,
+    .unknown = [](uint32_t) -> uint32_t { return SEMANTIC_STATE_UNKNOWN; },
+    .keys = keys,
+    .strings = strings,
+    .numbers = numbers,
+    .object_ends = object_ends,
+    .pair_end_closes = true,
+};
 
 } // namespace
 
 void visitor_semantic_init(visitor_semantic_t *visitor, semantic_t *semantic)
 {
-    *visitor = {};
-    visitor->visitor.json_string = v_semantic_string;
-    visitor->visitor.json_number = v_semantic_number;
-    visitor->visitor.json_object_end = v_semantic_object_end;
-    visitor->visitor.json_pair_start = v_semantic_pair_start;
-    visitor->visitor.json_pair_sep = v_semantic_pair_sep;
-    visitor->visitor.json_pair_end = v_semantic_pair_end;
-    visitor->semantic = semantic;
     semantic_init(semantic);
-    visitor->stack = {{SEMANTIC_STATE_ROOT}, 1};
+    visitor_keyed_init<semantic_t, table>(visitor, semantic);
 }
 
 void visitor_semantic_cleanup(visitor_semantic_t *visitor)

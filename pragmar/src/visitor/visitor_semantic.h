@@ -6,8 +6,7 @@
 #pragma once
 
 #include "container_semantic.h"
-#include "json_visitor.h"
-#include "stack_state.h"
+#include "visitor_keyed.h"
 
 enum semantic_state_t : uint32_t {
     SEMANTIC_STATE_ROOT,
@@ -26,12 +25,7 @@ enum semantic_state_t : uint32_t {
     SEMANTIC_STATE_UNKNOWN,
 };
 
-struct visitor_semantic_t {
-    json_visitor_t visitor; ///< must stay first: the callbacks cast back
-    semantic_t *semantic;   ///< the machine being filled; not owned
-    stack_state_t stack;
-    bool is_value; ///< between a pair's separator and its end
-};
+using visitor_semantic_t = visitor_keyed_t<semantic_t>;
 
 /// Prepares `visitor` to fill `semantic`, which is emptied and must outlive the walk.
 void visitor_semantic_init(visitor_semantic_t *visitor, semantic_t *semantic);

@@ -108,13 +108,14 @@ pdata_status_t json_to_matcher_alias(std::string_view pdm, std::string_view sem,
     if (pragmar_load(pdm, sem, &json, ignore_sem) != 0)
         return fail_with_report();
     visitor_matcher_alias_t visitor;
-    visitor_matcher_alias_init(&visitor);
+    matcher_alias_container_t container;
+    visitor_matcher_alias_init(&visitor, &container);
     pdata_status_t status = PDATA_SUCCESS;
     if (json_visit(json, &visitor.visitor) != 0) {
         status = fail_with_report();
     } else {
-        *matcher_alias = matcher_alias_create(hstring, visitor.container.nr_entry);
-        status = container_to_matcher_alias(visitor.container, matcher_alias);
+        *matcher_alias = matcher_alias_create(hstring, container.nr_entry);
+        status = container_to_matcher_alias(container, matcher_alias);
     }
     visitor_matcher_alias_cleanup(&visitor);
     pragmar_destroy(&json);

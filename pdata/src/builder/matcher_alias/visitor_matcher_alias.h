@@ -5,8 +5,7 @@
 #pragma once
 
 #include "container_matcher_alias.h"
-#include "json_visitor.h"
-#include "stack_state.h"
+#include "visitor_keyed.h"
 
 enum matcher_alias_state_t : uint32_t {
     MATCHER_ALIAS_STATE_ROOT,
@@ -22,15 +21,11 @@ enum matcher_alias_state_t : uint32_t {
     MATCHER_ALIAS_STATE_UNKNOWN,
 };
 
-struct visitor_matcher_alias_t {
-    json_visitor_t visitor; ///< must stay first: the callbacks cast back
-    matcher_alias_container_t container;
-    stack_state_t stack;
-    bool is_value; ///< the next string is a value, not a key
-};
+using visitor_matcher_alias_t = visitor_keyed_t<matcher_alias_container_t>;
 
-/// Prepares `visitor` with an empty container.
-void visitor_matcher_alias_init(visitor_matcher_alias_t *visitor);
+/// Prepares `visitor` to fill `container`, which is emptied and must outlive the walk.
+void visitor_matcher_alias_init(visitor_matcher_alias_t *visitor,
+                                matcher_alias_container_t *container);
 
-/// Forgets everything.
+/// Forgets the container.
 void visitor_matcher_alias_cleanup(visitor_matcher_alias_t *visitor);

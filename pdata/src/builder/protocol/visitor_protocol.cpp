@@ -45,10 +45,9 @@ constexpr state_key_t keys[] = {
 // clang-format on
 
 /// Where the value of a state goes.
-struct string_row {
-    uint32_t state;
-    int (*store)(protocol_t *protocol, json_string_t *string);
-};
+using string_row = keyed_row_t<protocol_t, json_string_t>;
+using number_row = keyed_row_t<protocol_t, json_number_t>;
+using atom_row = keyed_row_t<protocol_t, json_atom_t>;
 
 constexpr string_row strings[] = {
     {PROTOCOL_STATE_NAME, protocol_name_set},
@@ -67,11 +66,6 @@ constexpr string_row strings[] = {
      protocol_rules_rule_stream_offset_pattern_set},
 };
 
-struct number_row {
-    uint32_t state;
-    int (*store)(protocol_t *protocol, json_number_t *number);
-};
-
 constexpr number_row numbers[] = {
     {PROTOCOL_STATE_ID, protocol_id_set},
     {PROTOCOL_STATE_VIRTUAL_ID, protocol_vid_set},
@@ -85,11 +79,6 @@ constexpr number_row numbers[] = {
     {PROTOCOL_STATE_IMPLICIT_BOTTOM_LAYER, protocol_implicit_bottom_layer_set},
 };
 
-struct atom_row {
-    uint32_t state;
-    int (*store)(protocol_t *protocol, json_atom_t *atom);
-};
-
 constexpr atom_row atoms[] = {
     {PROTOCOL_STATE_TAGS_DEPRECATED, protocol_tags_deprecated_set},
     {PROTOCOL_STATE_HTTP_RECLASSIFY, protocol_http_reclassify_set},
@@ -98,126 +87,57 @@ constexpr atom_row atoms[] = {
     {PROTOCOL_STATE_RULES_RULE_PREEMPT, protocol_rules_rule_preempt_set},
 };
 
-visitor_protocol_t *self(json_visitor_t *visitor)
-{
-    return reinterpret_cast<visitor_protocol_t *>(visitor);
-}
+/// Keys that are themselves the name of an attribute.
+constexpr string_row names[] = {
+    {PROTOCOL_STATE_RULES_RULE_ATTR, protocol_rules_rule_attr_name_add},
+    {PROTOCOL_STATE_RULES_RULE_STREAM_OFFSET, protocol_rules_rule_stream_offset_name_add},
+};
 
-uint32_t top_state(const visitor_protocol_t &visitor)
-{
-    return stack_state_top(visitor.stack, PROTOCOL_STATE_UNKNOWN);
-}
-
-/// Tells whether a state takes a value of the kind that `accepts` stands for.
-bool check_value_type(uint32_t state, uint32_t accepts)
-{
-    return (state & (accepts | PROTOCOL_ACCEPTS_CONTAINER)) != 0;
-}
-
-/// Stores a value where the state on top wants it. A container state accepts anything and stores
-/// nothing.
-template <typename Row, size_t Nr, typename Node>
-int value_dispatch(visitor_protocol_t &visitor, const Row (&rows)[Nr], uint32_t accepts, Node *node)
-{
-    if (visitor.stack.nr == 0)
-        return -1;
-    const uint32_t state = top_state(visitor);
-    if (!check_value_type(state, accepts))
-        return -1;
-    for (const Row &row : rows)
-        if (row.state == state)
-            return row.store(visitor.protocol, node);
-    return 0;
-}
-
-/// Stores a key that is itself the name of an attribute.
-int name_dispatch(visitor_protocol_t &visitor, json_string_t *key)
-{
-    switch (top_state(visitor)) {
-    case PROTOCOL_STATE_RULES_RULE_ATTR:
-        return protocol_rules_rule_attr_name_add(visitor.protocol, key);
-    case PROTOCOL_STATE_RULES_RULE_STREAM_OFFSET:
-        return protocol_rules_rule_stream_offset_name_add(visitor.protocol, key);
-    default:
-        return 0;
-    }
-}
-
-int v_protocol_pair_start(json_visitor_t *visitor, json_pair_t *pair)
-{
-    visitor_protocol_t *v = self(visitor);
-    const uint32_t parent = top_state(*v);
-    const uint32_t unknown = parent == PROTOCOL_STATE_RULES_RULE ? PROTOCOL_STATE_RULES_RULE_ATTR
-                                                                 : PROTOCOL_STATE_UNKNOWN;
-    const uint32_t state = stack_state_find(keys, parent, json_string_view(*pair->string), unknown);
-    v->is_value = 0;
-    return stack_state_push(&v->stack, state);
-}
-
-int v_protocol_pair_sep(json_visitor_t *visitor, json_pair_t *)
-{
-    self(visitor)->is_value = 1;
-    return 0;
-}
-
-int v_protocol_pair_end(json_visitor_t *visitor, json_pair_t *)
-{
-    stack_state_pop(&self(visitor)->stack);
-    return 0;
-}
-
-int v_protocol_string(json_visitor_t *visitor, json_string_t *string)
-{
-    visitor_protocol_t *v = self(visitor);
-    if (!v->is_value)
-        return name_dispatch(*v, string);
-    return value_dispatch(*v, strings, PROTOCOL_ACCEPTS_STRING, string);
-}
-
-int v_protocol_number(json_visitor_t *visitor, json_number_t *number)
-{
-    visitor_protocol_t *v = self(visitor);
-    return v->is_value ? value_dispatch(*v, numbers, PROTOCOL_ACCEPTS_NUMBER, number) : 0;
-}
-
-int v_protocol_atom(json_visitor_t *visitor, json_atom_t *atom)
-{
-    visitor_protocol_t *v = self(visitor);
-    return v->is_value ? value_dispatch(*v, atoms, PROTOCOL_ACCEPTS_ATOM, atom) : 0;
-}
-
-int v_protocol_object_end(json_visitor_t *visitor, json_object_t *)
-{
-    visitor_protocol_t *v = self(visitor);
-    if (top_state(*v) != PROTOCOL_STATE_RULES_RULE)
-        return 0;
-    return protocol_rules_sub_rule_next(v->protocol);
-}
+constexpr keyed_end_t<protocol_t> object_ends[] = {
+    {PROTOCOL_STATE_RULES_RULE, protocol_rules_sub_rule_next}};
 
 /// The end of a "rule" array moves on to the next rule: keys of the rule that stand behind it
 /// belong to the next one. Part of the format.
-int v_protocol_array_end(json_visitor_t *visitor, json_array_t *)
+constexpr keyed_end_t<protocol_t> array_ends[] = {
+    {PROTOCOL_STATE_RULES_RULE, protocol_rules_rule_next}};
+
+/// Directly inside a sub-rule an unknown key is the name of an attribute.
+uint32_t unknown(uint32_t parent)
 {
-    visitor_protocol_t *v = self(visitor);
-    return top_state(*v) == PROTOCOL_STATE_RULES_RULE ? protocol_rules_rule_next(v->protocol) : 0;
+    return parent == PROTOCOL_STATE_RULES_RULE ? PROTOCOL_STATE_RULES_RULE_ATTR
+                                               : PROTOCOL_STATE_UNKNOWN;
 }
+
+/// A container state accepts anything and stores nothing.
+bool check_value_type(uint32_t state, json_node_type_t kind)
+{
+    uint32_t accepts = PROTOCOL_ACCEPTS_ATOM;
+    if (kind == JSON_STRING)
+        accepts = PROTOCOL_ACCEPTS_STRING;
+    else if (kind == JSON_NUMBER)
+        accepts = PROTOCOL_ACCEPTS_NUMBER;
+    return (state & (accepts | PROTOCOL_ACCEPTS_CONTAINER)) != 0;
+}
+
+constexpr keyed_table_t<protocol_t> table = {
+    .root = PROTOCOL_STATE_ROOT,
+    .unknown = unknown,
+    .keys = keys,
+    .names = names,
+    .strings = strings,
+    .numbers = numbers,
+    .atoms = atoms,
+    .object_ends = object_ends,
+    .array_ends = array_ends,
+    .accepts = check_value_type,
+};
 
 } // namespace
 
 void visitor_protocol_init(visitor_protocol_t *visitor, protocol_t *protocol)
 {
-    *visitor = {};
-    visitor->visitor.json_string = v_protocol_string;
-    visitor->visitor.json_number = v_protocol_number;
-    visitor->visitor.json_atom = v_protocol_atom;
-    visitor->visitor.json_object_end = v_protocol_object_end;
-    visitor->visitor.json_array_end = v_protocol_array_end;
-    visitor->visitor.json_pair_start = v_protocol_pair_start;
-    visitor->visitor.json_pair_sep = v_protocol_pair_sep;
-    visitor->visitor.json_pair_end = v_protocol_pair_end;
     protocol_init(protocol);
-    visitor->protocol = protocol;
-    visitor->stack = {{PROTOCOL_STATE_ROOT}, 1};
+    visitor_keyed_init<protocol_t, table>(visitor, protocol);
 }
 
 void visitor_protocol_cleanup(visitor_protocol_t *visitor)

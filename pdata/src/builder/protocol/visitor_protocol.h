@@ -7,8 +7,7 @@
 #pragma once
 
 #include "container_protocol.h"
-#include "json_visitor.h"
-#include "stack_state.h"
+#include "visitor_keyed.h"
 
 /// What the key of a state accepts.
 constexpr uint32_t PROTOCOL_ACCEPTS_CONTAINER = 0x80000000;
@@ -55,12 +54,7 @@ enum protocol_state_t : uint32_t {
     PROTOCOL_STATE_IMPLICIT_BOTTOM_LAYER = 0x10000009,
 };
 
-struct visitor_protocol_t {
-    json_visitor_t visitor; ///< must stay first: the callbacks cast back
-    protocol_t *protocol;   ///< the container being filled; not owned
-    stack_state_t stack;
-    uint8_t is_value; ///< bit 0: the next scalar is a value, not a key
-};
+using visitor_protocol_t = visitor_keyed_t<protocol_t>;
 
 /// Prepares `visitor` to fill `protocol`, which is emptied and must outlive the walk.
 void visitor_protocol_init(visitor_protocol_t *visitor, protocol_t *protocol);

@@ -5,111 +5,66 @@
 namespace
 {
 
-visitor_psa_t *self(json_visitor_t *visitor)
+/// Which state a key opens below which state.
+constexpr state_key_t keys[] = {
+    {PSA_STATE_ROOT, "prefix", PSA_STATE_PREFIX_KEY},
+    {PSA_STATE_ROOT, "suffix", PSA_STATE_SUFFIX_KEY},
+    {PSA_STATE_ROOT, "regular", PSA_STATE_REGULAR_KEY},
+};
+
+constexpr keyed_array_t arrays[] = {
+    {PSA_STATE_PREFIX_KEY, PSA_STATE_PREFIX},
+    {PSA_STATE_SUFFIX_KEY, PSA_STATE_SUFFIX},
+    {PSA_STATE_REGULAR_KEY, PSA_STATE_REGULAR},
+};
+
+/// A key below those of the file stays in the state that it stands in.
+uint32_t unknown(uint32_t parent)
 {
-    return reinterpret_cast<visitor_psa_t *>(visitor);
+    return parent == PSA_STATE_ROOT ? PSA_STATE_IGNORED : parent;
 }
 
-uint32_t top_state(const visitor_psa_t &visitor)
-{
-    return stack_state_top(visitor.stack, PSA_STATE_IGNORED);
-}
+using string_row = keyed_row_t<psa_container_t, json_string_t>;
 
-/// Which table the names and values of a state go to; null: none.
-psa_pattern_table_t *table_of(visitor_psa_t *visitor)
+template <psa_pattern_table_t psa_container_t::*Table>
+int set_name(psa_container_t *container, json_string_t *string)
 {
-    switch (top_state(*visitor)) {
-    case PSA_STATE_PREFIX:
-        return &visitor->container->prefixes;
-    case PSA_STATE_SUFFIX:
-        return &visitor->container->suffixes;
-    case PSA_STATE_REGULAR:
-        return &visitor->container->regular;
-    default:
-        return nullptr;
-    }
-}
-
-int v_psa_pair_start(json_visitor_t *visitor, json_pair_t *pair)
-{
-    visitor_psa_t *v = self(visitor);
-    const std::string_view key = json_string_view(*pair->string);
-    uint32_t state = top_state(*v);
-    if (v->stack.nr == 1) {
-        if (key == "prefix")
-            state = PSA_STATE_PREFIX_KEY;
-        else if (key == "suffix")
-            state = PSA_STATE_SUFFIX_KEY;
-        else if (key == "regular")
-            state = PSA_STATE_REGULAR_KEY;
-    }
-    v->is_value = false;
-    return stack_state_push(&v->stack, state);
-}
-
-int v_psa_pair_sep(json_visitor_t *visitor, json_pair_t *)
-{
-    self(visitor)->is_value = true;
+    psa_pattern_name_set(&(container->*Table), csa_str(json_string_view(*string)));
     return 0;
 }
 
-int v_psa_pair_end(json_visitor_t *visitor, json_pair_t *)
+template <psa_pattern_table_t psa_container_t::*Table>
+int add_value(psa_container_t *container, json_string_t *string)
 {
-    stack_state_pop(&self(visitor)->stack);
-    return 0;
+    return psa_pattern_value_add(&(container->*Table), csa_str(json_string_view(*string)));
 }
 
-int v_psa_array_start(json_visitor_t *visitor, json_array_t *)
-{
-    visitor_psa_t *v = self(visitor);
-    uint32_t state = PSA_STATE_IGNORED;
-    switch (top_state(*v)) {
-    case PSA_STATE_PREFIX_KEY:
-        state = PSA_STATE_PREFIX;
-        break;
-    case PSA_STATE_SUFFIX_KEY:
-        state = PSA_STATE_SUFFIX;
-        break;
-    case PSA_STATE_REGULAR_KEY:
-        state = PSA_STATE_REGULAR;
-        break;
-    default:
-        break;
-    }
-    return stack_state_push(&v->stack, state);
-}
+constexpr string_row names[] = {
+    {PSA_STATE_PREFIX, set_name<&psa_container_t::prefixes>},
+    {PSA_STATE_SUFFIX, set_name<&psa_container_t::suffixes>},
+    {PSA_STATE_REGULAR, set_name<&psa_container_t::regular>},
+};
 
-int v_psa_array_end(json_visitor_t *visitor, json_array_t *)
-{
-    stack_state_pop(&self(visitor)->stack);
-    return 0;
-}
+constexpr string_row values[] = {
+    {PSA_STATE_PREFIX, add_value<&psa_container_t::prefixes>},
+    {PSA_STATE_SUFFIX, add_value<&psa_container_t::suffixes>},
+    {PSA_STATE_REGULAR, add_value<&psa_container_t::regular>},
+};
 
-int v_psa_string(json_visitor_t *visitor, json_string_t *string)
-{
-    visitor_psa_t *v = self(visitor);
-    psa_pattern_table_t *table = table_of(v);
-    if (table == nullptr)
-        return 0;
-    const csa_str_t text = csa_str(json_string_view(*string));
-    if (v->is_value)
-        return psa_pattern_value_add(table, text);
-    psa_pattern_name_set(table, text);
-    return 0;
-}
+constexpr keyed_table_t<psa_container_t> table = {
+    .root = PSA_STATE_ROOT,
+    .unknown = unknown,
+    .keys = keys,
+    .names = names,
+    .strings = values,
+    .arrays = arrays,
+    .other_array = PSA_STATE_IGNORED,
+};
 
 } // namespace
 
 void visitor_psa_init(visitor_psa_t *visitor, psa_container_t *container)
 {
-    *visitor = {};
-    visitor->visitor.json_string = v_psa_string;
-    visitor->visitor.json_array_start = v_psa_array_start;
-    visitor->visitor.json_array_end = v_psa_array_end;
-    visitor->visitor.json_pair_start = v_psa_pair_start;
-    visitor->visitor.json_pair_sep = v_psa_pair_sep;
-    visitor->visitor.json_pair_end = v_psa_pair_end;
     *container = {};
-    visitor->container = container;
-    visitor->stack = {{PSA_STATE_ROOT}, 1};
+    visitor_keyed_init<psa_container_t, table>(visitor, container);
 }

@@ -5,27 +5,21 @@
 /// ignored.
 #pragma once
 
-#include "json_visitor.h"
 #include "psa_container.h"
-#include "stack_state.h"
+#include "visitor_keyed.h"
 
 enum psa_state_t : uint32_t {
-    PSA_STATE_ROOT = 0, ///< the file's object, and behind any other key of it
+    PSA_STATE_ROOT = 0, ///< the file's object
     PSA_STATE_PREFIX_KEY = 1,
     PSA_STATE_PREFIX = 2,
     PSA_STATE_SUFFIX_KEY = 3,
     PSA_STATE_SUFFIX = 4,
     PSA_STATE_REGULAR_KEY = 5,
     PSA_STATE_REGULAR = 6,
-    PSA_STATE_IGNORED = 7, ///< inside any other array
+    PSA_STATE_IGNORED = 7, ///< inside any other array, and behind any other key of the file
 };
 
-struct visitor_psa_t {
-    json_visitor_t visitor;     ///< must stay first: the callbacks cast back
-    psa_container_t *container; ///< the container being filled; not owned
-    stack_state_t stack;
-    bool is_value; ///< the next string is a value, not a key
-};
+using visitor_psa_t = visitor_keyed_t<psa_container_t>;
 
 /// Prepares `visitor` to fill `container`, which is emptied and must outlive the walk.
 void visitor_psa_init(visitor_psa_t *visitor, psa_container_t *container);
