@@ -36,7 +36,7 @@ void compile_automaton(const hosts_t &hosts)
     bench_require(aho_corasick_finalize(build) == 0, "finalize");
     std::vector<uint8_t> buf(aho_corasick_get_size(build, 0));
     tlv_sink_t sink = tlv_sink_writing(buf);
-    aho_corasick_serialize(build, sink, 0);
+    aho_corasick_emit(build, sink, 0);
     bench_require(!sink.failed, "serializing");
 }
 

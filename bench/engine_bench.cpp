@@ -119,7 +119,7 @@ output_t run_aho_corasick(const input_t &input, uint8_t ahoff)
     bench_require(aho_corasick_finalize(build) == 0, "finalize");
     const size_t size = aho_corasick_get_size(build, ahoff);
     return {build.ac_l_state.size(),
-            serialize(size, [&](tlv_sink_t &sink) { aho_corasick_serialize(build, sink, ahoff); })};
+            serialize(size, [&](tlv_sink_t &sink) { aho_corasick_emit(build, sink, ahoff); })};
 }
 
 output_t run_radix_tree(const input_t &input, pattern_type_t type)
@@ -131,7 +131,7 @@ output_t run_radix_tree(const input_t &input, pattern_type_t type)
     bench_require(radix_tree_finalize(build) == 0, "finalize");
     const size_t size = radix_tree_get_size(build);
     return {build.rt_l_state.size(),
-            serialize(size, [&](tlv_sink_t &sink) { radix_tree_serialize(build, sink); })};
+            serialize(size, [&](tlv_sink_t &sink) { radix_tree_emit(build, sink); })};
 }
 
 output_t run_dot_prefix(const input_t &input)
@@ -143,16 +143,16 @@ output_t run_dot_prefix(const input_t &input)
     bench_require(dot_prefix_finalize(build) == 0, "finalize");
     const size_t size = dot_prefix_get_size(build);
     return {build.dp_l_node.size(),
-            serialize(size, [&](tlv_sink_t &sink) { dot_prefix_serialize(build, sink); })};
+            serialize(size, [&](tlv_sink_t &sink) { dot_prefix_emit(build, sink); })};
 }
 
 output_t run_number(const std::vector<number_info> &values, matcher_type_t type)
 {
     number_build build;
-    bench_require(number_init(&build, type) == 0, "init");
+    bench_require(number_init(build, type) == 0, "init");
     for (const number_info &value : values)
-        bench_require(number_register(&build, value) == 0, "registering a number");
-    bench_require(number_finalize(&build) == 0, "finalize");
+        bench_require(number_register(build, value) == 0, "registering a number");
+    bench_require(number_finalize(build) == 0, "finalize");
     std::vector<uint8_t> buf(number_get_size(build));
     bench_require(number_serialize(build, buf) != nullptr, "serializing");
     return {build.mapper.mp_endpoints.size() + build.interval.it_endpoints.size(), buf.size()};

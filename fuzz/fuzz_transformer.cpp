@@ -23,15 +23,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     number_info info;
     info.item_id = 1;
     if (row.transformer(csa_str(reinterpret_cast<const char *>(data + 1), size - 1), data[0] >> 2,
-                        &info.min, &info.max) != 0)
+                        info.min, info.max) != 0)
         return 0;
     number_build build;
-    if (number_init(&build, row.type) == 0 && number_register(&build, info) == 0 &&
-        number_finalize(&build) == 0) {
+    if (number_init(build, row.type) == 0 && number_register(build, info) == 0 &&
+        number_finalize(build) == 0) {
         std::vector<uint8_t> blob(number_get_size(build));
         if (number_serialize(build, blob) != blob.data() + blob.size())
             __builtin_trap();
     }
-    number_clean(&build);
+    number_clean(build);
     return 0;
 }

@@ -186,7 +186,7 @@ TEST(generated_sources, an_array_is_aligned_and_holds_what_the_engines_serialize
         ASSERT_EQ(pattern_finalize(build), 0);
         std::vector<uint8_t> expected(pattern_get_size(build));
         tlv_sink_t sink = tlv_sink_writing(expected);
-        pattern_serialize(build, sink);
+        pattern_emit(build, sink);
         pattern_clean(build);
         const blob_span_t blob = generated_blob(file.key);
         EXPECT_EQ(std::vector<uint8_t>(blob.begin(), blob.end()), expected) << file.name;

@@ -287,7 +287,7 @@ blob_of(std::initializer_list<std::tuple<pattern_type_t, string, uint32_t>> list
     EXPECT_EQ(pattern_finalize(build), 0);
     std::vector<uint8_t> blob(pattern_get_size(build));
     tlv_sink_t sink = tlv_sink_writing(blob);
-    pattern_serialize(build, sink);
+    pattern_emit(build, sink);
     pattern_clean(build);
     return blob;
 }

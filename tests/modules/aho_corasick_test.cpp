@@ -412,7 +412,7 @@ TEST(aho_corasick, a_buffer_that_is_too_small_fails_the_sink_and_is_not_overrun)
     for (size_t cut = 1; cut <= size; ++cut) {
         std::vector<uint8_t> buf(size - cut);
         tlv_sink_t sink = tlv_sink_writing(buf);
-        aho_corasick_serialize(ac.build, sink, 0);
+        aho_corasick_emit(ac.build, sink, 0);
         EXPECT_TRUE(sink.failed);
         EXPECT_EQ(sink.offset, size);
     }

@@ -290,7 +290,7 @@ TEST(dot_prefix, a_buffer_that_is_too_small_fails_the_sink_and_is_not_overrun)
     for (size_t cut = 1; cut <= size; ++cut) {
         std::vector<uint8_t> buf(size - cut);
         tlv_sink_t sink = tlv_sink_writing(buf);
-        dot_prefix_serialize(dp.build, sink);
+        dot_prefix_emit(dp.build, sink);
         EXPECT_TRUE(sink.failed);
         EXPECT_EQ(sink.offset, size);
     }

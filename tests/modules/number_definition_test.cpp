@@ -246,15 +246,15 @@ TEST_P(number_definition, the_blob_is_that_of_the_definition)
     std::mt19937 random(type);
     for (uint32_t round = 0; round < rounds(bits == 16 ? 60 : 2000); ++round) {
         number_build build;
-        ASSERT_EQ(number_init(&build, type), 0);
+        ASSERT_EQ(number_init(build, type), 0);
         std::vector<model_interval> all(random() % 12);
         for (model_interval &one : all) {
             const model_value a = random_value(random, bits);
             const model_value b = random() % 3 == 0 ? a : random_value(random, bits);
             one = {std::min(a, b), std::max(a, b), static_cast<uint32_t>(random() % 6)};
-            ASSERT_EQ(number_register(&build, {bound(one.min), bound(one.max), one.id}), 0);
+            ASSERT_EQ(number_register(build, {bound(one.min), bound(one.max), one.id}), 0);
         }
-        ASSERT_EQ(number_finalize(&build), 0);
+        ASSERT_EQ(number_finalize(build), 0);
         std::vector<uint8_t> expected;
         put_record(expected, 15, {0, 0, 0, static_cast<uint8_t>(type)});
         put_record(expected, bits < 32 ? 16 : 17,

@@ -32,10 +32,10 @@ struct registration {
 number_build finalized(uint32_t type, const std::vector<registration> &all)
 {
     number_build build;
-    EXPECT_EQ(number_init(&build, type), 0);
+    EXPECT_EQ(number_init(build, type), 0);
     for (const registration &one : all)
-        EXPECT_EQ(number_register(&build, {value_of(one.min), value_of(one.max), one.id}), 0);
-    EXPECT_EQ(number_finalize(&build), 0);
+        EXPECT_EQ(number_register(build, {value_of(one.min), value_of(one.max), one.id}), 0);
+    EXPECT_EQ(number_finalize(build), 0);
     return build;
 }
 
@@ -132,10 +132,10 @@ TEST(mapper, ids_of_a_value_come_in_the_order_of_registration)
 TEST(mapper, an_index_beyond_16_bits_wraps)
 {
     number_build build;
-    ASSERT_EQ(number_init(&build, MATCHER_TYPE_NUMBER_16), 0);
+    ASSERT_EQ(number_init(build, MATCHER_TYPE_NUMBER_16), 0);
     for (uint32_t value = 0; value < 65536; ++value)
-        ASSERT_EQ(number_register(&build, {value_of(value), value_of(value), value + 1000}), 0);
-    ASSERT_EQ(number_finalize(&build), 0);
+        ASSERT_EQ(number_register(build, {value_of(value), value_of(value), value + 1000}), 0);
+    ASSERT_EQ(number_finalize(build), 0);
     const auto blob = blob_of(build);
     const auto reader = open(blob);
     EXPECT_EQ(find(reader, 32767), ids{33767});
@@ -186,10 +186,10 @@ TEST(interval, values_of_64_bits_are_written_low_half_first)
 TEST(interval, values_of_16_bytes_are_written_most_significant_word_first)
 {
     number_build build;
-    ASSERT_EQ(number_init(&build, MATCHER_TYPE_IP_6), 0);
+    ASSERT_EQ(number_init(build, MATCHER_TYPE_IP_6), 0);
     const auto address = ipv6(0x20010DB8, 1, 2, 0xFFFFFFFF);
-    ASSERT_EQ(number_register(&build, {address, address, 9}), 0);
-    ASSERT_EQ(number_finalize(&build), 0);
+    ASSERT_EQ(number_register(build, {address, address, 9}), 0);
+    ASSERT_EQ(number_finalize(build), 0);
     EXPECT_EQ(blob_of(build),
               bytes("0000000F 00000004 00000008"
                     "00000011 00000164" // 32 + 296 + 8 + 8 + 12
@@ -209,11 +209,11 @@ TEST(interval, the_largest_value_has_no_endpoint_behind_it)
     EXPECT_EQ(finalized(MATCHER_TYPE_NUMBER_64, {{5, UINT64_MAX, 1}}).interval.it_nr, 2U);
     EXPECT_EQ(finalized(MATCHER_TYPE_NUMBER_64, {{5, 0xFFFFFFFF, 1}}).interval.it_nr, 3U);
     number_build build;
-    ASSERT_EQ(number_init(&build, MATCHER_TYPE_IP_6), 0);
+    ASSERT_EQ(number_init(build, MATCHER_TYPE_IP_6), 0);
     const uint32_t all = 0xFFFFFFFF;
-    ASSERT_EQ(number_register(&build, {ipv6(0, 0, 0, 0), ipv6(all, all, all, all), 1}), 0);
-    ASSERT_EQ(number_register(&build, {ipv6(0, 0, 0, 7), ipv6(0, all, all, all), 2}), 0);
-    ASSERT_EQ(number_finalize(&build), 0);
+    ASSERT_EQ(number_register(build, {ipv6(0, 0, 0, 0), ipv6(all, all, all, all), 1}), 0);
+    ASSERT_EQ(number_register(build, {ipv6(0, 0, 0, 7), ipv6(0, all, all, all), 2}), 0);
+    ASSERT_EQ(number_finalize(build), 0);
     ASSERT_EQ(build.interval.it_nr, 5U);
     EXPECT_EQ(build.interval.it_endpoints[3].it_data, (it_value{0x100000000, 0}));
 }
@@ -300,8 +300,8 @@ TEST(number, refuses_reversed_bounds)
 {
     for (uint32_t type = MATCHER_TYPE_NUMBER_8; type <= MATCHER_TYPE_IP_6; ++type) {
         number_build build;
-        ASSERT_EQ(number_init(&build, type), 0);
-        EXPECT_EQ(number_register(&build, {value_of(6), value_of(5), 1}), -1);
+        ASSERT_EQ(number_init(build, type), 0);
+        EXPECT_EQ(number_register(build, {value_of(6), value_of(5), 1}), -1);
         EXPECT_TRUE(build.interval.it_endpoints.empty());
         EXPECT_TRUE(build.mapper.mp_endpoints.empty());
     }
@@ -311,16 +311,16 @@ TEST(number, refuses_types_that_are_not_numbers)
 {
     for (uint32_t type : {0U, 1U, 2U, 9U, 0xFFFFFFFFU}) {
         number_build build;
-        EXPECT_EQ(number_init(&build, type), -1);
-        EXPECT_EQ(number_register(&build, {value_of(1), value_of(2), 1}), -1);
-        EXPECT_EQ(number_finalize(&build), -1);
+        EXPECT_EQ(number_init(build, type), -1);
+        EXPECT_EQ(number_register(build, {value_of(1), value_of(2), 1}), -1);
+        EXPECT_EQ(number_finalize(build), -1);
         EXPECT_EQ(number_get_size(build), 20U);
         std::vector<uint8_t> buf(20);
         EXPECT_EQ(number_serialize(build, buf), nullptr);
         EXPECT_EQ(std::vector<uint8_t>(buf.begin(), buf.begin() + 8), bytes("0000000F 00000004"));
         EXPECT_EQ(buf[11], static_cast<uint8_t>(type));
         EXPECT_EQ(std::vector<uint8_t>(buf.begin() + 12, buf.end()), std::vector<uint8_t>(8));
-        number_clean(&build);
+        number_clean(build);
     }
 }
 
@@ -337,11 +337,11 @@ TEST(number, needs_the_whole_size)
 TEST(number, is_empty_after_clean)
 {
     auto build = finalized(MATCHER_TYPE_NUMBER_8, {{100, 200, 1}});
-    number_clean(&build);
+    number_clean(build);
     EXPECT_EQ(build.type, 0U);
     EXPECT_TRUE(build.mapper.mp_endpoints.empty());
-    ASSERT_EQ(number_init(&build, MATCHER_TYPE_NUMBER_8), 0);
-    ASSERT_EQ(number_finalize(&build), 0);
+    ASSERT_EQ(number_init(build, MATCHER_TYPE_NUMBER_8), 0);
+    ASSERT_EQ(number_finalize(build), 0);
     EXPECT_EQ(blob_of(build), blob_of(MATCHER_TYPE_NUMBER_8, {}));
 }
 
@@ -450,10 +450,10 @@ TEST_P(number_matching, finds_what_naive_matching_finds)
 TEST(interval, compares_16_byte_values_by_all_their_words)
 {
     number_build build;
-    ASSERT_EQ(number_init(&build, MATCHER_TYPE_IP_6), 0);
-    ASSERT_EQ(number_register(&build, {ipv6(1, 0, 0, 0), ipv6(2, 5, 0, 0), 1}), 0);
-    ASSERT_EQ(number_register(&build, {ipv6(2, 0, 9, 0), ipv6(2, 0, 9, 9), 2}), 0);
-    ASSERT_EQ(number_finalize(&build), 0);
+    ASSERT_EQ(number_init(build, MATCHER_TYPE_IP_6), 0);
+    ASSERT_EQ(number_register(build, {ipv6(1, 0, 0, 0), ipv6(2, 5, 0, 0), 1}), 0);
+    ASSERT_EQ(number_register(build, {ipv6(2, 0, 9, 0), ipv6(2, 0, 9, 9), 2}), 0);
+    ASSERT_EQ(number_finalize(build), 0);
     const auto blob = blob_of(build);
     const auto reader = open(blob);
     EXPECT_EQ(number_reader_find(reader, ipv6(0, 9, 9, 9)), ids{});
@@ -467,12 +467,12 @@ TEST(number, many_values_cost_no_search)
 {
     for (uint32_t type : {MATCHER_TYPE_NUMBER_16, MATCHER_TYPE_IP_4}) {
         number_build build;
-        ASSERT_EQ(number_init(&build, type), 0);
+        ASSERT_EQ(number_init(build, type), 0);
         for (uint32_t i = 0; i < 200000; ++i) {
             const uint64_t start = i * 7919 % 65000;
-            ASSERT_EQ(number_register(&build, {value_of(start), value_of(start + i % 3), i}), 0);
+            ASSERT_EQ(number_register(build, {value_of(start), value_of(start + i % 3), i}), 0);
         }
-        EXPECT_EQ(number_finalize(&build), 0);
+        EXPECT_EQ(number_finalize(build), 0);
         EXPECT_GT(number_get_size(build), 0U);
     }
 }
@@ -481,10 +481,10 @@ TEST(number, many_values_cost_no_search)
 TEST(number, refuses_blobs_that_no_record_could_hold)
 {
     number_build build;
-    ASSERT_EQ(number_init(&build, MATCHER_TYPE_NUMBER_32), 0);
+    ASSERT_EQ(number_init(build, MATCHER_TYPE_NUMBER_32), 0);
     for (uint32_t i = 0; i < 12000; ++i)
-        ASSERT_EQ(number_register(&build, {value_of(i * 2), value_of(1000000 - i * 2), i}), 0);
-    EXPECT_EQ(number_finalize(&build), -5);
+        ASSERT_EQ(number_register(build, {value_of(i * 2), value_of(1000000 - i * 2), i}), 0);
+    EXPECT_EQ(number_finalize(build), -5);
 }
 
 TEST(number, reports_missing_memory)
@@ -493,12 +493,12 @@ TEST(number, reports_missing_memory)
         failing_alloc_sweep(
             [&] {
                 number_build build;
-                int code = number_init(&build, type);
+                int code = number_init(build, type);
                 if (code == 0)
-                    code = number_register(&build, {value_of(10), value_of(20), 1});
+                    code = number_register(build, {value_of(10), value_of(20), 1});
                 if (code == 0)
-                    code = number_register(&build, {value_of(15), value_of(15), 2});
-                return code == 0 ? number_finalize(&build) : code;
+                    code = number_register(build, {value_of(15), value_of(15), 2});
+                return code == 0 ? number_finalize(build) : code;
             },
             // The endpoint behind a value is the one thing that an interval matcher does without.
             [&](int code) { EXPECT_TRUE(code == -5 || (code == 0 && type > 4)); });

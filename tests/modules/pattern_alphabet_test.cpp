@@ -18,7 +18,7 @@ ps_alphabet make_alphabet(uint8_t nr_meta_data, uint8_t config, std::string_view
 std::vector<uint8_t> blob_of_alphabet(const ps_alphabet &alphabet)
 {
     return written(pattern_alphabet_get_size(),
-                   [&](tlv_sink_t &sink) { pattern_alphabet_serialize(alphabet, sink); });
+                   [&](tlv_sink_t &sink) { pattern_alphabet_emit(alphabet, sink); });
 }
 
 TEST(pattern_alphabet, an_empty_alphabet_has_the_reserved_codes_alone)

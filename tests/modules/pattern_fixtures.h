@@ -65,25 +65,24 @@ inline std::vector<uint8_t> blob_of(const ac_build_t &build)
 {
     const uint8_t ahoff = build.ac_ahoff_enable;
     return written(aho_corasick_get_size(build, ahoff),
-                   [&](tlv_sink_t &sink) { aho_corasick_serialize(build, sink, ahoff); });
+                   [&](tlv_sink_t &sink) { aho_corasick_emit(build, sink, ahoff); });
 }
 
 inline std::vector<uint8_t> blob_of(const rt_build_t &build)
 {
     return written(radix_tree_get_size(build),
-                   [&](tlv_sink_t &sink) { radix_tree_serialize(build, sink); });
+                   [&](tlv_sink_t &sink) { radix_tree_emit(build, sink); });
 }
 
 inline std::vector<uint8_t> blob_of(const dp_build_t &build)
 {
     return written(dot_prefix_get_size(build),
-                   [&](tlv_sink_t &sink) { dot_prefix_serialize(build, sink); });
+                   [&](tlv_sink_t &sink) { dot_prefix_emit(build, sink); });
 }
 
 inline std::vector<uint8_t> blob_of(const pattern_build &build)
 {
-    return written(pattern_get_size(build),
-                   [&](tlv_sink_t &sink) { pattern_serialize(build, sink); });
+    return written(pattern_get_size(build), [&](tlv_sink_t &sink) { pattern_emit(build, sink); });
 }
 
 inline void append(std::vector<uint8_t> &to, const std::vector<uint8_t> &from)

@@ -424,7 +424,7 @@ TEST(radix_tree, a_buffer_that_is_too_small_fails_the_sink_and_is_not_overrun)
     for (size_t cut = 1; cut <= size; ++cut) {
         std::vector<uint8_t> buf(size - cut);
         tlv_sink_t sink = tlv_sink_writing(buf);
-        radix_tree_serialize(tree.build, sink);
+        radix_tree_emit(tree.build, sink);
         EXPECT_TRUE(sink.failed);
         EXPECT_EQ(sink.offset, size);
     }

@@ -27,8 +27,8 @@ void PrintTo(const outcome &result, std::ostream *out)
 }
 
 /// Runs `fct` on a copy of `text` that ends where its memory ends.
-int run(transformer_fct fct, std::string_view text, uint32_t inequation, transformer_value_t *lower,
-        transformer_value_t *upper)
+int run(transformer_fct fct, std::string_view text, uint32_t inequation, transformer_value_t &lower,
+        transformer_value_t &upper)
 {
     const auto copy = std::make_unique<char[]>(text.size());
     std::copy(text.begin(), text.end(), copy.get());
@@ -39,7 +39,7 @@ outcome run(transformer_fct fct, std::string_view text, uint32_t inequation = IN
 {
     transformer_value_t lower;
     transformer_value_t upper;
-    const int code = run(fct, text, inequation, &lower, &upper);
+    const int code = run(fct, text, inequation, lower, upper);
     return code != 0 ? outcome{code} : outcome{0, lower.number, upper.number};
 }
 
@@ -76,8 +76,8 @@ TEST_P(transformer_integer_form, refuses_absent_and_empty_texts)
 {
     transformer_value_t lower;
     transformer_value_t upper;
-    EXPECT_EQ(GetParam().fct({}, 0, &lower, &upper), INVALID);
-    EXPECT_EQ(GetParam().fct({3, nullptr}, 0, &lower, &upper), INVALID);
+    EXPECT_EQ(GetParam().fct({}, 0, lower, upper), INVALID);
+    EXPECT_EQ(GetParam().fct({3, nullptr}, 0, lower, upper), INVALID);
     EXPECT_EQ(run(GetParam().fct, ""), outcome{INVALID});
 }
 
@@ -284,7 +284,7 @@ TEST(transformer_ipv4, refuses_everything_else)
         EXPECT_EQ(run(transformer_ipv4, text), outcome{INVALID}) << text;
     transformer_value_t lower;
     transformer_value_t upper;
-    EXPECT_EQ(transformer_ipv4({}, 0, &lower, &upper), INVALID);
+    EXPECT_EQ(transformer_ipv4({}, 0, lower, upper), INVALID);
 }
 
 using words = std::array<uint32_t, 4>;
@@ -293,7 +293,7 @@ void expect_ipv6(std::string_view text, words lower_words, words upper_words)
 {
     transformer_value_t lower;
     transformer_value_t upper;
-    ASSERT_EQ(run(transformer_ipv6, text, 0, &lower, &upper), 0) << text;
+    ASSERT_EQ(run(transformer_ipv6, text, 0, lower, upper), 0) << text;
     EXPECT_EQ(lower.address, lower_words) << text;
     EXPECT_EQ(upper.address, upper_words) << text;
 }
@@ -382,7 +382,7 @@ TEST(transformer_ipv6, refuses_everything_else)
         EXPECT_EQ(run(transformer_ipv6, text).code, INVALID) << text;
     transformer_value_t lower;
     transformer_value_t upper;
-    EXPECT_EQ(transformer_ipv6({}, 0, &lower, &upper), INVALID);
+    EXPECT_EQ(transformer_ipv6({}, 0, lower, upper), INVALID);
 }
 
 // Random texts over the bytes that mean something: nothing is read beyond the text (the

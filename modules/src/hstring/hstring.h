@@ -9,7 +9,8 @@
 /// the L bytes, and one 0 byte when L is odd, so that every entry starts at an even offset; then
 /// zeros up to a multiple of 4 bytes. An entry's offset is that of its length.
 ///
-/// Every operation returns 0, or -1 on any failure.
+/// Operations return 0, MODULE_ERR_INVALID on a failure of their arguments, or, where they
+/// allocate, MODULE_ERR_NO_MEMORY.
 #pragma once
 
 #include <cstddef>
@@ -18,6 +19,7 @@
 #include <vector>
 
 #include "csa_str.h"
+#include "module_error.h"
 
 /// One stored string. The bytes belong to the caller and must outlive the pool.
 struct hs_elt {
@@ -29,6 +31,9 @@ struct hs_elt {
 };
 
 constexpr uint32_t HSTRING_NO_ELT = 0xFFFFFFFFU;
+
+/// The offset of a string that memory did not suffice to store.
+constexpr uint32_t HSTRING_NO_OFFSET = 0xFFFFFFFFU;
 
 /// Lines of a pool when the caller names no number.
 constexpr uint32_t HSTRING_DEFAULT_LINES = 1024;
@@ -62,8 +67,8 @@ uint64_t djb2_hashk(const char *str, size_t len);
 /// Stores `string` if it is new, and gives its offset in `*offset`. The bytes are not copied.
 ///
 /// Fails when the table is absent or not initialised, when the string is absent or empty (the
-/// pool never holds an empty string), and when memory runs out, with `*offset` 0xFFFFFFFF; the
-/// pool is then as it was.
+/// pool never holds an empty string): MODULE_ERR_INVALID. When memory runs out, the pool is as it
+/// was and `*offset` is HSTRING_NO_OFFSET: MODULE_ERR_NO_MEMORY.
 [[nodiscard]] int hstring_get_offset(string_htable *table, csa_str_t string, uint32_t *offset);
 
 /// Returns the stored element that equals `string`, or null.

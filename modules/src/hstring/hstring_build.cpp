@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cstring>
-#include <exception>
 
 #include "hstring.h"
 
@@ -70,6 +69,18 @@ void grow_index(string_htable &table)
         link(table, at);
 }
 
+/// Stores a string that is not in the pool and returns its offset. Throws std::bad_alloc, which
+/// leaves the pool as it was.
+uint32_t insert(string_htable &table, csa_str_t string, uint64_t hash)
+{
+    grow_index(table);
+    const uint32_t offset = table.hb_offset;
+    table.hb_tab.push_back({string.str_buf, string.str_len, offset, hash, HSTRING_NO_ELT});
+    link(table, static_cast<uint32_t>(table.hb_tab.size() - 1));
+    table.hb_offset += (string.str_len + 3U) & ~1U;
+    return offset;
+}
+
 } // namespace
 
 uint64_t djb2_hashk(const char *str, size_t len)
@@ -83,41 +94,30 @@ uint64_t djb2_hashk(const char *str, size_t len)
 int hstring_init(string_htable *table, uint32_t nr_line)
 {
     if (table == nullptr)
-        return -1;
+        return MODULE_ERR_INVALID;
     *table = {};
-    try {
+    return module_guard([&] {
         table->hb_index.assign(HSTRING_DEFAULT_LINES, HSTRING_NO_ELT);
-    } catch (const std::exception &) {
-        return -1;
-    }
-    table->hb_nr_line = nr_line == 0 ? HSTRING_DEFAULT_LINES : nr_line;
-    return 0;
+        table->hb_nr_line = nr_line == 0 ? HSTRING_DEFAULT_LINES : nr_line;
+        return MODULE_SUCCESS;
+    });
 }
 
 int hstring_get_offset(string_htable *table, csa_str_t string, uint32_t *offset)
 {
     if (table == nullptr || table->hb_nr_line == 0 || string.str_buf == nullptr ||
         string.str_len == 0)
-        return -1;
+        return MODULE_ERR_INVALID;
     const uint64_t hash = djb2_hashk(string.str_buf, string.str_len);
-    const string_key key = key_of(*table, string, hash);
-    if (const hs_elt *elt = find(*table, string, hash, key)) {
+    if (const hs_elt *elt = find(*table, string, hash, key_of(*table, string, hash))) {
         *offset = elt->hse_offset;
-        return 0;
+        return MODULE_SUCCESS;
     }
-    const auto at = static_cast<uint32_t>(table->hb_tab.size());
-    try {
-        grow_index(*table);
-        table->hb_tab.push_back(
-            {string.str_buf, string.str_len, table->hb_offset, hash, HSTRING_NO_ELT});
-    } catch (const std::exception &) {
-        *offset = 0xFFFFFFFFU;
-        return -1;
-    }
-    link(*table, at);
-    *offset = table->hb_offset;
-    table->hb_offset += (string.str_len + 3U) & ~1U;
-    return 0;
+    *offset = HSTRING_NO_OFFSET;
+    return module_guard([&] {
+        *offset = insert(*table, string, hash);
+        return MODULE_SUCCESS;
+    });
 }
 
 const hs_elt *hstring_find_elt(const string_htable &table, csa_str_t string)

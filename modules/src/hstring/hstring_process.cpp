@@ -5,7 +5,7 @@ int hstring_get_str(const hstring_t &view, uint32_t offset, csa_str_t *out_str)
 {
     std::string_view text;
     if (view.hs_str == nullptr || !view_pool_cut({{view.hs_str, view.hs_len, 0}}, offset, text))
-        return -1;
+        return MODULE_ERR_INVALID;
     *out_str = csa_str(text);
-    return 0;
+    return MODULE_SUCCESS;
 }

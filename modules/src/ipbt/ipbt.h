@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "module_error.h"
+#include "tlv_sink.h"
 
 constexpr uint32_t IPBT_IP4_MASK_LENGTH_MAX = 32;
 
@@ -41,11 +42,14 @@ void ipbt_ip4_tree_destroy(std::unique_ptr<ipbt_ip4_tree> &tree);
 ///
 /// When a shorter prefix on the way, or the node itself, already holds the id, nothing changes:
 /// it covers the longer one. A longer one registered before stays.
-/// Returns 0, -1 for a length beyond 32, or -5.
+/// Returns 0, MODULE_ERR_INVALID for a length beyond 32, or MODULE_ERR_NO_MEMORY.
 [[nodiscard]] int ipbt_ip4_register_proto(ipbt_ip4_tree &tree, uint32_t mask, uint32_t mask_length,
                                           uint32_t proto_id);
 
-/// Returns the size in bytes of the serialized tree (ipbt_tlv.h), or 0 when memory runs out.
+/// Emits the serialized tree (ipbt_tlv.h). Throws std::bad_alloc.
+void ipbt_ip4_emit(const ipbt_ip4_tree &tree, tlv_sink_t &sink);
+
+/// Returns the size in bytes of the serialized tree, or 0 when memory runs out.
 size_t ipbt_ip4_serialize_get_size(const ipbt_ip4_tree &tree);
 
 /// Writes the tree into the zero-filled `buf` and returns the position behind the written bytes,

@@ -1,6 +1,5 @@
 #include "ipbt.h"
 #include "ipbt_tlv.h"
-#include "tlv_sink.h"
 
 namespace
 {
@@ -50,28 +49,31 @@ void emit_data(const ipbt_ip4_tree &tree, const std::vector<uint32_t> &order, tl
     tlv_sink_close_blob(sink, blob);
 }
 
-int emit(const ipbt_ip4_tree &tree, tlv_sink_t &sink)
-{
-    return module_guard([&] {
-        const std::vector<uint32_t> order = breadth_first(tree);
-        emit_nodes(tree, order, sink);
-        emit_data(tree, order, sink);
-        return MODULE_SUCCESS;
-    });
-}
-
 } // namespace
+
+void ipbt_ip4_emit(const ipbt_ip4_tree &tree, tlv_sink_t &sink)
+{
+    const std::vector<uint32_t> order = breadth_first(tree);
+    emit_nodes(tree, order, sink);
+    emit_data(tree, order, sink);
+}
 
 size_t ipbt_ip4_serialize_get_size(const ipbt_ip4_tree &tree)
 {
-    tlv_sink_t sink = tlv_sink_counting();
-    return emit(tree, sink) == MODULE_SUCCESS ? sink.offset : 0;
+    size_t size = 0;
+    const int code = module_guard([&] {
+        size = tlv_sink_count([&](tlv_sink_t &sink) { ipbt_ip4_emit(tree, sink); });
+        return MODULE_SUCCESS;
+    });
+    return code == MODULE_SUCCESS ? size : 0;
 }
 
 uint8_t *ipbt_ip4_serialize(std::span<uint8_t> buf, const ipbt_ip4_tree &tree)
 {
-    tlv_sink_t sink = tlv_sink_writing(buf);
-    if (emit(tree, sink) != MODULE_SUCCESS || sink.failed)
-        return nullptr;
-    return buf.data() + sink.offset;
+    uint8_t *end = nullptr;
+    const int code = module_guard([&] {
+        end = tlv_sink_write(buf, [&](tlv_sink_t &sink) { ipbt_ip4_emit(tree, sink); });
+        return MODULE_SUCCESS;
+    });
+    return code == MODULE_SUCCESS ? end : nullptr;
 }

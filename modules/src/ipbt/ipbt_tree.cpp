@@ -29,13 +29,13 @@ uint32_t child_of(ipbt_ip4_tree &tree, uint32_t node, uint32_t bit)
 
 std::unique_ptr<ipbt_ip4_tree> ipbt_ip4_tree_create() noexcept
 {
-    try {
-        auto tree = std::make_unique<ipbt_ip4_tree>();
+    std::unique_ptr<ipbt_ip4_tree> tree;
+    const int code = module_guard([&] {
+        tree = std::make_unique<ipbt_ip4_tree>();
         tree->nodes.emplace_back();
-        return tree;
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+        return MODULE_SUCCESS;
+    });
+    return code == MODULE_SUCCESS ? std::move(tree) : nullptr;
 }
 
 void ipbt_ip4_tree_destroy(std::unique_ptr<ipbt_ip4_tree> &tree)

@@ -42,13 +42,8 @@ void add_endpoint(interval_build &build, const it_value &value, list_number_item
 void add_endpoint_behind(interval_build &build, const it_value &value)
 {
     const it_value behind = successor(value, build.it_data_size);
-    if (behind == it_value{})
-        return;
-    // The result is ignored on purpose: without memory the value simply has no endpoint behind it.
-    (void)module_guard([&] {
+    if (behind != it_value{})
         add_endpoint(build, behind, {});
-        return MODULE_SUCCESS;
-    });
 }
 
 void mark_most_significant_bytes(interval_build &build, const it_value &lower,
@@ -80,52 +75,46 @@ void merge_equal_endpoints(interval_build &build)
 
 } // namespace
 
-int interval_init(interval_build *build, uint32_t data_size)
+void interval_init(interval_build &build, uint32_t data_size)
 {
-    *build = {};
-    build->it_data_size = data_size;
+    build = {};
+    build.it_data_size = data_size;
+}
+
+int interval_register(interval_build &build, it_value lower, it_value upper, uint32_t item_id)
+{
+    lower = cut(lower, build.it_data_size);
+    upper = cut(upper, build.it_data_size);
+    if (lower > upper)
+        return MODULE_ERR_INVALID;
+    if (lower == upper) {
+        add_endpoint(build, lower, {{item_id, NUMBER_ITEM_SINGLE}});
+    } else {
+        add_endpoint(build, lower, {{item_id, NUMBER_ITEM_START}});
+        add_endpoint(build, upper, {{item_id, NUMBER_ITEM_END}});
+    }
+    add_endpoint_behind(build, upper);
+    mark_most_significant_bytes(build, lower, upper);
     return MODULE_SUCCESS;
 }
 
-int interval_register(interval_build *build, it_value lower, it_value upper, uint32_t item_id)
+int interval_finalize(interval_build &build)
 {
-    lower = cut(lower, build->it_data_size);
-    upper = cut(upper, build->it_data_size);
-    if (lower > upper)
-        return MODULE_ERR_INVALID;
-    return module_guard([&] {
-        if (lower == upper) {
-            add_endpoint(*build, lower, {{item_id, NUMBER_ITEM_SINGLE}});
-        } else {
-            add_endpoint(*build, lower, {{item_id, NUMBER_ITEM_START}});
-            add_endpoint(*build, upper, {{item_id, NUMBER_ITEM_END}});
-        }
-        add_endpoint_behind(*build, upper);
-        mark_most_significant_bytes(*build, lower, upper);
-        return MODULE_SUCCESS;
-    });
+    std::vector<it_endpoint> &endpoints = build.it_endpoints;
+    std::reverse(endpoints.begin(), endpoints.end());
+    std::stable_sort(
+        endpoints.begin(), endpoints.end(),
+        [](const it_endpoint &a, const it_endpoint &b) { return a.it_data < b.it_data; });
+    merge_equal_endpoints(build);
+    return interval_propagate(build);
 }
 
-int interval_finalize(interval_build *build)
+int interval_propagate(interval_build &build)
 {
-    return module_guard([&] {
-        std::vector<it_endpoint> &endpoints = build->it_endpoints;
-        std::reverse(endpoints.begin(), endpoints.end());
-        std::stable_sort(
-            endpoints.begin(), endpoints.end(),
-            [](const it_endpoint &a, const it_endpoint &b) { return a.it_data < b.it_data; });
-        merge_equal_endpoints(*build);
-        return interval_propagate(build);
-    });
+    return number_propagate(build.it_endpoints, &it_endpoint::it_l_item);
 }
 
-int interval_propagate(interval_build *build)
+void interval_clean(interval_build &build)
 {
-    return module_guard(
-        [&] { return number_propagate(build->it_endpoints, &it_endpoint::it_l_item); });
-}
-
-void interval_clean(interval_build *build)
-{
-    *build = {};
+    build = {};
 }

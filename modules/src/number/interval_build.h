@@ -1,14 +1,16 @@
 /// Interval matcher: the number matcher of large value spaces, a sorted list of endpoints.
 ///
-/// Used through number_build.h, which describes the calling order. Between two endpoints the set
-/// of matching ids does not change, so a search for the last endpoint at or below a value finds
-/// all of them. Trees of intervals were turned down: they cannot be searched in place.
+/// Used through number_build.h, which describes the calling order and turns exceptions into codes.
+/// Between two endpoints the set of matching ids does not change, so a search for the last endpoint
+/// at or below a value finds all of them. Trees of intervals were turned down: they cannot be
+/// searched in place.
 #pragma once
 
 #include <array>
 #include <compare>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "number_item.h"
@@ -38,29 +40,33 @@ struct interval_build {
     std::array<uint8_t, INTERVAL_MSB_COUNT> it_msb_endpoint{};
 };
 
-/// Makes `build` an empty matcher of values of `data_size` bytes (4, 8 or 16). Returns 0.
-[[nodiscard]] int interval_init(interval_build *build, uint32_t data_size);
+/// Makes `build` an empty matcher of values of `data_size` bytes (4, 8 or 16).
+void interval_init(interval_build &build, uint32_t data_size);
 
 /// Adds [lower, upper] under `item_id`; values beyond the width are cut to their low bits.
-/// Returns 0, -1 when `lower` is above `upper`, or -5.
+/// Returns 0, or MODULE_ERR_INVALID when `lower` is above `upper`; throws std::bad_alloc.
 ///
-/// What ends at a value is followed by an endpoint at the next one, unless that wraps to 0. When
-/// the memory for that endpoint is missing, the registration succeeds all the same.
-[[nodiscard]] int interval_register(interval_build *build, it_value lower, it_value upper,
+/// What ends at a value is followed by an endpoint at the next one, unless that wraps to 0.
+[[nodiscard]] int interval_register(interval_build &build, it_value lower, it_value upper,
                                     uint32_t item_id);
 
 /// Sorts the endpoints by value, merges those of equal value and propagates the ids. To be called
-/// once, after the last registration. Returns 0, or -5.
-[[nodiscard]] int interval_finalize(interval_build *build);
+/// once, after the last registration. Returns 0, or what interval_propagate returns.
+[[nodiscard]] int interval_finalize(interval_build &build);
 
-/// Gives the ids of every interval to the endpoints that it covers. Returns 0, or -5.
-[[nodiscard]] int interval_propagate(interval_build *build);
+/// Gives the ids of every interval to the endpoints that it covers. Returns 0, or what
+/// number_propagate returns; throws std::bad_alloc.
+[[nodiscard]] int interval_propagate(interval_build &build);
+
+/// Emits the interval blob (number_tlv.h) of a finalized matcher.
+void interval_emit(const interval_build &build, tlv_sink_t &sink);
 
 /// Returns the size of the interval blob in bytes.
 size_t interval_get_size(const interval_build &build);
 
-/// Emits the interval blob (number_tlv.h) of a finalized matcher.
-void interval_serialize(const interval_build &build, tlv_sink_t &sink);
+/// Writes the interval blob into the zero-filled `buf`. Returns the position behind it, or null
+/// when it does not fit.
+[[nodiscard]] uint8_t *interval_serialize(const interval_build &build, std::span<uint8_t> buf);
 
 /// Empties the matcher; interval_init must come before the next use.
-void interval_clean(interval_build *build);
+void interval_clean(interval_build &build);

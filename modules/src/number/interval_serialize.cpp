@@ -29,19 +29,19 @@ void put_value(tlv_sink_t &sink, const it_value &value, uint32_t data_size)
     }
 }
 
-void serialize_meta(const interval_build &build, tlv_sink_t &sink)
+void emit_meta(const interval_build &build, tlv_sink_t &sink)
 {
     const size_t meta = tlv_sink_open_blob(sink, INTERVAL_TLV_META);
     tlv_sink_put(sink, build.it_data_size, 4);
     tlv_sink_put(sink, build.it_nr, 4);
     tlv_sink_close_blob(sink, meta);
     const size_t msb = tlv_sink_open_blob(sink, INTERVAL_TLV_MSB);
-    for (uint8_t flag : build.it_msb_endpoint)
-        tlv_sink_put(sink, flag, 1);
+    const auto *flags = reinterpret_cast<const char *>(build.it_msb_endpoint.data());
+    tlv_sink_put_bytes(sink, {flags, build.it_msb_endpoint.size()});
     tlv_sink_close_blob(sink, msb);
 }
 
-void serialize_endpoints(const interval_build &build, tlv_sink_t &sink)
+void emit_endpoints(const interval_build &build, tlv_sink_t &sink)
 {
     const size_t values = tlv_sink_open_blob(sink, INTERVAL_TLV_ENDPOINTS);
     for (const it_endpoint &endpoint : build.it_endpoints)
@@ -56,29 +56,29 @@ void serialize_endpoints(const interval_build &build, tlv_sink_t &sink)
     tlv_sink_close_blob(sink, offsets);
 }
 
-void serialize_items(const interval_build &build, tlv_sink_t &sink)
+void emit_items(const interval_build &build, tlv_sink_t &sink)
 {
     const size_t items = tlv_sink_open_blob(sink, INTERVAL_TLV_ITEMS);
-    for (const it_endpoint &endpoint : build.it_endpoints) {
-        tlv_sink_put(sink, static_cast<uint32_t>(endpoint.it_l_item.size()), 4);
-        for (const number_item &item : endpoint.it_l_item)
-            tlv_sink_put(sink, item.id, 4);
-    }
+    for (const it_endpoint &endpoint : build.it_endpoints)
+        number_emit_items(endpoint.it_l_item, sink);
     tlv_sink_close_blob(sink, items);
 }
 
 } // namespace
 
-void interval_serialize(const interval_build &build, tlv_sink_t &sink)
+void interval_emit(const interval_build &build, tlv_sink_t &sink)
 {
-    serialize_meta(build, sink);
-    serialize_endpoints(build, sink);
-    serialize_items(build, sink);
+    emit_meta(build, sink);
+    emit_endpoints(build, sink);
+    emit_items(build, sink);
 }
 
 size_t interval_get_size(const interval_build &build)
 {
-    tlv_sink_t sink = tlv_sink_counting();
-    interval_serialize(build, sink);
-    return sink.offset;
+    return tlv_sink_count([&](tlv_sink_t &sink) { interval_emit(build, sink); });
+}
+
+uint8_t *interval_serialize(const interval_build &build, std::span<uint8_t> buf)
+{
+    return tlv_sink_write(buf, [&](tlv_sink_t &sink) { interval_emit(build, sink); });
 }

@@ -37,50 +37,42 @@ void add_endpoints_behind(mapper_build &build)
 
 } // namespace
 
-int mapper_init(mapper_build *build, uint32_t mp_nr)
+void mapper_init(mapper_build &build, uint32_t mp_nr)
 {
-    return module_guard([&] {
-        *build = {};
-        build->mp_index.assign(mp_nr, 0);
-        build->mp_nr = mp_nr;
-        return MODULE_SUCCESS;
-    });
+    build = {};
+    build.mp_index.assign(mp_nr, 0);
+    build.mp_nr = mp_nr;
 }
 
-int mapper_register(mapper_build *build, uint16_t lower, uint16_t upper, uint32_t item_id)
+int mapper_register(mapper_build &build, uint16_t lower, uint16_t upper, uint32_t item_id)
 {
     if (lower > upper)
         return MODULE_ERR_INVALID;
-    return module_guard([&] {
-        if (lower == upper) {
-            items_at(*build, lower).push_back({item_id, NUMBER_ITEM_SINGLE});
-        } else {
-            items_at(*build, lower).push_back({item_id, NUMBER_ITEM_START});
-            items_at(*build, upper).push_back({item_id, NUMBER_ITEM_END});
-        }
-        return MODULE_SUCCESS;
-    });
+    if (lower == upper) {
+        items_at(build, lower).push_back({item_id, NUMBER_ITEM_SINGLE});
+    } else {
+        items_at(build, lower).push_back({item_id, NUMBER_ITEM_START});
+        items_at(build, upper).push_back({item_id, NUMBER_ITEM_END});
+    }
+    return MODULE_SUCCESS;
 }
 
-int mapper_finalize(mapper_build *build)
+int mapper_finalize(mapper_build &build)
 {
-    return module_guard([&] {
-        add_endpoints_behind(*build);
-        std::sort(build->mp_endpoints.begin(), build->mp_endpoints.end(),
-                  [](const mp_endpoint &a, const mp_endpoint &b) { return a.mp_data < b.mp_data; });
-        for (size_t i = 0; i < build->mp_endpoints.size(); ++i)
-            build->mp_index[build->mp_endpoints[i].mp_data] = static_cast<uint32_t>(i + 1);
-        return mapper_propagate(build);
-    });
+    add_endpoints_behind(build);
+    std::sort(build.mp_endpoints.begin(), build.mp_endpoints.end(),
+              [](const mp_endpoint &a, const mp_endpoint &b) { return a.mp_data < b.mp_data; });
+    for (size_t i = 0; i < build.mp_endpoints.size(); ++i)
+        build.mp_index[build.mp_endpoints[i].mp_data] = static_cast<uint32_t>(i + 1);
+    return mapper_propagate(build);
 }
 
-int mapper_propagate(mapper_build *build)
+int mapper_propagate(mapper_build &build)
 {
-    return module_guard(
-        [&] { return number_propagate(build->mp_endpoints, &mp_endpoint::mp_l_item); });
+    return number_propagate(build.mp_endpoints, &mp_endpoint::mp_l_item);
 }
 
-void mapper_clean(mapper_build *build)
+void mapper_clean(mapper_build &build)
 {
-    *build = {};
+    build = {};
 }

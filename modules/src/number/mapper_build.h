@@ -1,11 +1,13 @@
 /// Mapper: the number matcher of small value spaces, a direct table with one entry per value.
 ///
-/// Used through number_build.h, which describes the calling order. A value is found with one
-/// access; the search structures of large value spaces would be no smaller for 256 values.
+/// Used through number_build.h, which describes the calling order and turns exceptions into codes.
+/// A value is found with one access; the search structures of large value spaces would be no
+/// smaller for 256 values.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "number_item.h"
@@ -23,30 +25,34 @@ struct mapper_build {
     uint32_t mp_nr = 0;                    ///< size of the value space: 256 or 65536
 };
 
-/// Makes `build` an empty mapper of `mp_nr` values. Returns 0, or -5.
-[[nodiscard]] int mapper_init(mapper_build *build, uint32_t mp_nr);
+/// Makes `build` an empty mapper of `mp_nr` values. Throws std::bad_alloc.
+void mapper_init(mapper_build &build, uint32_t mp_nr);
 
-/// Adds [lower, upper], both below `mp_nr`, under `item_id`. Returns 0, -1 when `lower` is above
-/// `upper`, or -5.
-[[nodiscard]] int mapper_register(mapper_build *build, uint16_t lower, uint16_t upper,
+/// Adds [lower, upper], both below `mp_nr`, under `item_id`. Returns 0, or MODULE_ERR_INVALID
+/// when `lower` is above `upper`; throws std::bad_alloc.
+[[nodiscard]] int mapper_register(mapper_build &build, uint16_t lower, uint16_t upper,
                                   uint32_t item_id);
 
 /// Closes every interval and value with an endpoint behind it, sorts the endpoints by value and
-/// propagates the ids. To be called once, after the last registration. Returns 0, or -5.
-[[nodiscard]] int mapper_finalize(mapper_build *build);
+/// propagates the ids. To be called once, after the last registration. Returns 0, or what
+/// mapper_propagate returns.
+[[nodiscard]] int mapper_finalize(mapper_build &build);
 
-/// Gives the ids of every interval to the endpoints that it covers. Returns 0, or -5.
-[[nodiscard]] int mapper_propagate(mapper_build *build);
+/// Gives the ids of every interval to the endpoints that it covers. Returns 0, or what
+/// number_propagate returns; throws std::bad_alloc.
+[[nodiscard]] int mapper_propagate(mapper_build &build);
 
-/// Returns the size of the mapper blob in bytes.
-size_t mapper_get_size(const mapper_build &build);
+/// Writes the `mp_nr` words of the table to `words`, which is zero-filled: each value's record is
+/// that of the last endpoint at or below it, unless that endpoint only closes intervals and lies
+/// below the value.
+void mapper_serialize_endpoints(const mapper_build &build, uint8_t *words);
 
 /// Emits the mapper blob (number_tlv.h) of a finalized mapper.
-void mapper_serialize(const mapper_build &build, tlv_sink_t &sink);
+void mapper_emit(const mapper_build &build, tlv_sink_t &sink);
 
-/// Emits the `mp_nr` words of the table: each value's record is that of the last endpoint at or
-/// below it, unless that endpoint only closes intervals and lies below the value.
-void mapper_serialize_endpoints(const mapper_build &build, tlv_sink_t &sink);
+/// Writes the mapper blob into the zero-filled `buf`. Returns the position behind it, or null when
+/// it does not fit.
+[[nodiscard]] uint8_t *mapper_serialize(const mapper_build &build, std::span<uint8_t> buf);
 
 /// Empties the mapper; mapper_init must come before the next use.
-void mapper_clean(mapper_build *build);
+void mapper_clean(mapper_build &build);

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "csa_endian.h"
 #include "mapper_build.h"
 #include "number_tlv.h"
 
@@ -13,57 +14,44 @@ bool closes_all(const list_number_item &items)
                        [](const number_item &item) { return item.type == NUMBER_ITEM_END; });
 }
 
-void serialize_items(const mapper_build &build, tlv_sink_t &sink)
+void emit_items(const mapper_build &build, tlv_sink_t &sink)
 {
     tlv_sink_put(sink, 0, 4); // index 0 stands for no match
-    for (const mp_endpoint &endpoint : build.mp_endpoints) {
-        if (endpoint.mp_l_item.empty())
-            continue;
-        tlv_sink_put(sink, static_cast<uint32_t>(endpoint.mp_l_item.size()), 4);
-        for (const number_item &item : endpoint.mp_l_item)
-            tlv_sink_put(sink, item.id, 4);
-    }
+    for (const mp_endpoint &endpoint : build.mp_endpoints)
+        if (!endpoint.mp_l_item.empty())
+            number_emit_items(endpoint.mp_l_item, sink);
 }
 
 } // namespace
 
-void mapper_serialize_endpoints(const mapper_build &build, tlv_sink_t &sink)
+void mapper_serialize_endpoints(const mapper_build &build, uint8_t *words)
 {
-    uint32_t cursor = 1;
-    uint32_t current = 1;
-    bool uncovered = true;
-    auto next = build.mp_endpoints.begin();
-    for (uint32_t value = 0; value < build.mp_nr; ++value) {
-        const list_number_item *items = nullptr;
-        if (next != build.mp_endpoints.end() && next->mp_data == value)
-            items = &(next++)->mp_l_item;
-        if (items != nullptr) {
-            current = cursor;
-            uncovered = false;
-        }
-        const bool matches = !uncovered && (items == nullptr || !items->empty());
-        tlv_sink_put(sink, matches ? current : 0, 2);
-        if (items == nullptr)
+    size_t cursor = 1;
+    for (size_t i = 0; i < build.mp_endpoints.size(); ++i) {
+        const mp_endpoint &endpoint = build.mp_endpoints[i];
+        if (endpoint.mp_l_item.empty())
             continue;
-        if (!items->empty())
-            cursor += static_cast<uint32_t>(items->size()) + 1;
-        uncovered = closes_all(*items);
+        const bool is_last = i + 1 == build.mp_endpoints.size();
+        const uint32_t next = is_last ? build.mp_nr : build.mp_endpoints[i + 1].mp_data;
+        const uint32_t end = closes_all(endpoint.mp_l_item) ? endpoint.mp_data + 1U : next;
+        for (uint32_t value = endpoint.mp_data; value < end; ++value)
+            csa_set_be16(words + 2 * size_t{value}, static_cast<uint16_t>(cursor));
+        cursor += endpoint.mp_l_item.size() + 1;
     }
 }
 
-void mapper_serialize(const mapper_build &build, tlv_sink_t &sink)
+void mapper_emit(const mapper_build &build, tlv_sink_t &sink)
 {
     const size_t endpoints = tlv_sink_open_blob(sink, MAPPER_TLV_ENDPOINTS);
-    mapper_serialize_endpoints(build, sink);
+    if (uint8_t *words = tlv_sink_take(sink, size_t{build.mp_nr} * 2))
+        mapper_serialize_endpoints(build, words);
     tlv_sink_close_blob(sink, endpoints);
     const size_t items = tlv_sink_open_blob(sink, MAPPER_TLV_ITEMS);
-    serialize_items(build, sink);
+    emit_items(build, sink);
     tlv_sink_close_blob(sink, items);
 }
 
-size_t mapper_get_size(const mapper_build &build)
+uint8_t *mapper_serialize(const mapper_build &build, std::span<uint8_t> buf)
 {
-    tlv_sink_t sink = tlv_sink_counting();
-    mapper_serialize(build, sink);
-    return sink.offset;
+    return tlv_sink_write(buf, [&](tlv_sink_t &sink) { mapper_emit(build, sink); });
 }

@@ -46,40 +46,48 @@ it_value interval_value(const transformer_value_t &bound, uint32_t data_size)
 
 } // namespace
 
-int number_init(number_build *build, uint32_t type)
+int number_init(number_build &build, uint32_t type)
 {
-    *build = {};
-    build->type = type;
+    build = {};
+    build.type = type;
     const number_kind *kind = find_kind(type);
     if (kind == nullptr)
         return MODULE_ERR_INVALID;
-    if (kind->mapper_values != 0)
-        return mapper_init(&build->mapper, kind->mapper_values);
-    return interval_init(&build->interval, kind->data_size);
+    return module_guard([&] {
+        if (kind->mapper_values != 0)
+            mapper_init(build.mapper, kind->mapper_values);
+        else
+            interval_init(build.interval, kind->data_size);
+        return MODULE_SUCCESS;
+    });
 }
 
-int number_register(number_build *build, const number_info &info)
+int number_register(number_build &build, const number_info &info)
 {
-    const number_kind *kind = find_kind(build->type);
+    const number_kind *kind = find_kind(build.type);
     if (kind == nullptr)
         return MODULE_ERR_INVALID;
-    if (kind->mapper_values != 0)
-        return mapper_register(&build->mapper, mapper_value(info.min, kind->mapper_values),
-                               mapper_value(info.max, kind->mapper_values), info.item_id);
-    return interval_register(&build->interval, interval_value(info.min, kind->data_size),
-                             interval_value(info.max, kind->data_size), info.item_id);
+    return module_guard([&] {
+        if (kind->mapper_values != 0)
+            return mapper_register(build.mapper, mapper_value(info.min, kind->mapper_values),
+                                   mapper_value(info.max, kind->mapper_values), info.item_id);
+        return interval_register(build.interval, interval_value(info.min, kind->data_size),
+                                 interval_value(info.max, kind->data_size), info.item_id);
+    });
 }
 
-int number_finalize(number_build *build)
+int number_finalize(number_build &build)
 {
-    const number_kind *kind = find_kind(build->type);
+    const number_kind *kind = find_kind(build.type);
     if (kind == nullptr)
         return MODULE_ERR_INVALID;
-    return kind->mapper_values != 0 ? mapper_finalize(&build->mapper)
-                                    : interval_finalize(&build->interval);
+    return module_guard([&] {
+        return kind->mapper_values != 0 ? mapper_finalize(build.mapper)
+                                        : interval_finalize(build.interval);
+    });
 }
 
-void number_clean(number_build *build)
+void number_clean(number_build &build)
 {
-    *build = {};
+    build = {};
 }

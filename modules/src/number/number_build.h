@@ -34,27 +34,31 @@ struct number_build {
     mapper_build mapper;                  ///< used by types 3 and 4
 };
 
-/// Makes `build` an empty matcher of `type`. Returns 0, -1 for a type that is not a number's (the
-/// matcher then takes no value), or -5.
-[[nodiscard]] int number_init(number_build *build, uint32_t type);
+/// Makes `build` an empty matcher of `type`. Returns 0, MODULE_ERR_INVALID for a type that is not a
+/// number's (the matcher then takes no value), or MODULE_ERR_NO_MEMORY.
+[[nodiscard]] int number_init(number_build &build, uint32_t type);
 
-/// Adds an interval. Returns 0, -1 when `min` is above `max` or for a bad type, or -5. The items
-/// of one value are written in the order of registration by a mapper, newest first by an interval
-/// matcher, and those that only cover an endpoint come last. Of two overlapping intervals with
-/// one id, the outer one is taken to end where the inner one ends.
-[[nodiscard]] int number_register(number_build *build, const number_info &info);
+/// Adds an interval. Returns 0, MODULE_ERR_INVALID when `min` is above `max` or for a bad type, or
+/// MODULE_ERR_NO_MEMORY. The items of one value are written in the order of registration by a
+/// mapper, newest first by an interval matcher, and those that only cover an endpoint come last. Of
+/// two overlapping intervals with one id, the outer one is taken to end where the inner one ends.
+[[nodiscard]] int number_register(number_build &build, const number_info &info);
 
-/// Brings the matcher into the form that is written. Returns 0, -1 for a bad type, or -5, also
-/// when overlapping intervals would make a blob of over 128 MiB.
-[[nodiscard]] int number_finalize(number_build *build);
+/// Brings the matcher into the form that is written. Returns 0, MODULE_ERR_INVALID for a bad type,
+/// or MODULE_ERR_NO_MEMORY, also when overlapping intervals would make a blob of over 128 MiB.
+[[nodiscard]] int number_finalize(number_build &build);
+
+/// Emits the number blob (number_tlv.h). One of a bad type ends behind an inner header whose blob
+/// never comes.
+void number_emit(const number_build &build, tlv_sink_t &sink);
 
 /// Returns the size of the blob in bytes, a multiple of 4; 20 for a bad type.
 size_t number_get_size(const number_build &build);
 
-/// Writes the number blob (number_tlv.h) into the zero-filled `buf` and returns the position
+/// Writes the number blob into the zero-filled `buf` and returns the position
 /// behind it. Returns null when the blob does not fit, and for a bad type, behind whose type
 /// record nothing follows.
 [[nodiscard]] uint8_t *number_serialize(const number_build &build, std::span<uint8_t> buf);
 
 /// Empties the matcher; number_init must come before the next use.
-void number_clean(number_build *build);
+void number_clean(number_build &build);

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "module_error.h"
+#include "tlv_sink.h"
 
 /// Why an id stands at an endpoint. Only the id reaches the serialized form.
 enum number_item_type_t : uint8_t {
@@ -24,6 +25,14 @@ struct number_item {
 
 /// The items of one endpoint, in the order in which they are written.
 using list_number_item = std::vector<number_item>;
+
+/// Emits the record of an endpoint: the number of its items and their ids.
+inline void number_emit_items(const list_number_item &items, tlv_sink_t &sink)
+{
+    tlv_sink_put(sink, static_cast<uint32_t>(items.size()), 4);
+    for (const number_item &item : items)
+        tlv_sink_put(sink, item.id, 4);
+}
 
 /// Items that propagation may add in all. More ids than this make a blob of over 128 MiB, which
 /// no record can hold.

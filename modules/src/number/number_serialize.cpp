@@ -14,9 +14,9 @@ bool is_number_type(uint32_t type)
     return type >= MATCHER_TYPE_NUMBER_8 && type <= MATCHER_TYPE_IP_6;
 }
 
-/// Emits the blob; one of a bad type ends behind an inner header whose blob never comes, which
-/// gives it its size of 20.
-void emit(const number_build &build, tlv_sink_t &sink)
+} // namespace
+
+void number_emit(const number_build &build, tlv_sink_t &sink)
 {
     const size_t type = tlv_sink_open_blob(sink, NUMBER_TLV_TYPE);
     tlv_sink_put(sink, build.type, 4);
@@ -28,26 +28,19 @@ void emit(const number_build &build, tlv_sink_t &sink)
     const bool mapper = uses_mapper(build.type);
     const size_t inner = tlv_sink_open_blob(sink, mapper ? NUMBER_TLV_MAPPER : NUMBER_TLV_INTERVAL);
     if (mapper)
-        mapper_serialize(build.mapper, sink);
+        mapper_emit(build.mapper, sink);
     else
-        interval_serialize(build.interval, sink);
+        interval_emit(build.interval, sink);
     tlv_sink_close_blob(sink, inner);
 }
 
-} // namespace
-
 size_t number_get_size(const number_build &build)
 {
-    tlv_sink_t sink = tlv_sink_counting();
-    emit(build, sink);
-    return sink.offset;
+    return tlv_sink_count([&](tlv_sink_t &sink) { number_emit(build, sink); });
 }
 
 uint8_t *number_serialize(const number_build &build, std::span<uint8_t> buf)
 {
-    tlv_sink_t sink = tlv_sink_writing(buf);
-    emit(build, sink);
-    if (sink.failed || !is_number_type(build.type))
-        return nullptr;
-    return buf.data() + sink.offset;
+    uint8_t *end = tlv_sink_write(buf, [&](tlv_sink_t &sink) { number_emit(build, sink); });
+    return is_number_type(build.type) ? end : nullptr;
 }

@@ -33,6 +33,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "pattern_alphabet.h"
@@ -58,7 +59,7 @@ struct ac_state {
     uint8_t ac_status = 0;       ///< ac_status_t flags
 };
 
-struct ac_build_t {
+struct ac_build {
     std::vector<ac_state> ac_l_state; ///< the start state first
     ps_oe_pool_t ac_oe;
     pattern_item_pool_t ac_item;
@@ -69,32 +70,39 @@ struct ac_build_t {
     uint32_t ac_item_length = 0; ///< depth of the last state that has so many
     uint8_t ac_ahoff_enable = 0; ///< nonzero for the offset-aware form
 };
+using ac_build_t = ac_build;
 
 /// The longest pattern that may be inserted as a non-preempt, in bytes.
 constexpr uint32_t AC_DEPTH_MAX = 1024;
 
-/// Makes `build` an automaton of one state. Returns 0, or -5 when memory runs out.
-[[nodiscard]] int aho_corasick_init(ac_build_t &build, uint8_t ahoff, uint8_t alpha_config);
+/// Makes `build` an automaton of one state. Returns 0, or MODULE_ERR_NO_MEMORY when memory runs
+/// out.
+[[nodiscard]] int aho_corasick_init(ac_build &build, uint8_t ahoff, uint8_t alpha_config);
 
 /// Inserts a pattern, or keeps it aside when it is a preempt. An empty pattern ends at the start
-/// state. The item of an offset pattern of the offset-aware form has the offset of its end.
-/// Returns 0, or -5 when memory runs out.
-[[nodiscard]] int aho_corasick_register(ac_build_t &build, const pattern_info &info);
+/// state. The item of an offset pattern of the offset-aware form has the offset of its end. Returns
+/// 0, or MODULE_ERR_NO_MEMORY when memory runs out.
+[[nodiscard]] int aho_corasick_register(ac_build &build, const pattern_info &info);
 
 /// Links the failure states, gives every state the items of its failure chain (first come, first
 /// kept for each id), then inserts the preempts and collects the alphabet. Preempts come last on
 /// purpose: what they add has no failure links and takes no items.
 ///
-/// Returns 0; -27 when a pattern other than a preempt is longer than AC_DEPTH_MAX; -1 when the
-/// alphabet refuses a byte; -5 when memory runs out.
-[[nodiscard]] int aho_corasick_finalize(ac_build_t &build);
-
-/// Returns the size in bytes of the serialized automaton, a multiple of 4; 0 without patterns.
-size_t aho_corasick_get_size(const ac_build_t &build, uint8_t ahoff);
+/// Returns 0; MODULE_ERR_OVERFLOW when a pattern other than a preempt is longer than AC_DEPTH_MAX;
+/// MODULE_ERR_INVALID when the alphabet refuses a byte; MODULE_ERR_NO_MEMORY when memory runs out.
+[[nodiscard]] int aho_corasick_finalize(ac_build &build);
 
 /// Emits the finalized automaton, in the offset-aware form when `ahoff` is nonzero. Writing takes
 /// a few bits per state; std::bad_alloc passes when they are not to be had.
-void aho_corasick_serialize(const ac_build_t &build, tlv_sink_t &sink, uint8_t ahoff);
+void aho_corasick_emit(const ac_build &build, tlv_sink_t &sink, uint8_t ahoff);
+
+/// Returns the size in bytes of the serialized automaton, a multiple of 4; 0 without patterns.
+size_t aho_corasick_get_size(const ac_build &build, uint8_t ahoff);
+
+/// Writes the finalized automaton into the zero-filled `buf`. Returns the position behind it, or
+/// null when it does not fit. std::bad_alloc passes as it does from aho_corasick_emit.
+[[nodiscard]] uint8_t *aho_corasick_serialize(const ac_build &build, std::span<uint8_t> buf,
+                                              uint8_t ahoff);
 
 /// Releases everything.
-void aho_corasick_clean(ac_build_t &build);
+void aho_corasick_clean(ac_build &build);

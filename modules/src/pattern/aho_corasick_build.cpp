@@ -13,7 +13,7 @@ namespace
 constexpr uint32_t AC_SEARCH_MAX = 16;
 
 /// Follows the edge with byte `c`, which is made if there is none. Returns the target.
-uint32_t follow_or_create(ac_build_t &build, uint32_t state, uint8_t c)
+uint32_t follow_or_create(ac_build &build, uint32_t state, uint8_t c)
 {
     const uint32_t target = pattern_oe_find(build.ac_oe, build.ac_l_state[state].ac_l_oe, c);
     if (target != PATTERN_NONE)
@@ -25,7 +25,7 @@ uint32_t follow_or_create(ac_build_t &build, uint32_t state, uint8_t c)
     return created;
 }
 
-int aho_corasick_do_register(ac_build_t &build, const pattern_info &info)
+int aho_corasick_do_register(ac_build &build, const pattern_info &info)
 {
     uint32_t at = 0;
     for (uint32_t i = 0; i < info.pattern_len; ++i) {
@@ -47,7 +47,7 @@ int aho_corasick_do_register(ac_build_t &build, const pattern_info &info)
 }
 
 /// Returns the greatest depth.
-uint32_t find_depth(const ac_build_t &build)
+uint32_t find_depth(const ac_build &build)
 {
     uint32_t deepest = 0;
     for (const ac_state &state : build.ac_l_state)
@@ -56,7 +56,7 @@ uint32_t find_depth(const ac_build_t &build)
 }
 
 /// Returns the states by depth, equal depths by number.
-std::vector<uint32_t> sort_by_depth(const ac_build_t &build, uint32_t deepest)
+std::vector<uint32_t> sort_by_depth(const ac_build &build, uint32_t deepest)
 {
     std::vector<uint32_t> next(size_t{deepest} + 2, 0);
     for (const ac_state &state : build.ac_l_state)
@@ -71,7 +71,7 @@ std::vector<uint32_t> sort_by_depth(const ac_build_t &build, uint32_t deepest)
 
 /// Returns the target on `c` of the first state of a failure chain that has that edge; the chain
 /// begins with `suffix` and ends with the start state, which is the answer when none has it.
-uint32_t follow_failures(const ac_build_t &build, uint32_t suffix, uint8_t c)
+uint32_t follow_failures(const ac_build &build, uint32_t suffix, uint8_t c)
 {
     for (;;) {
         const ac_state &state = build.ac_l_state[suffix];
@@ -87,7 +87,7 @@ uint32_t follow_failures(const ac_build_t &build, uint32_t suffix, uint8_t c)
 /// Links each child of a state to the longest proper suffix of its string that the trie contains:
 /// a suffix of the parent's string, one byte longer. The steps along failure chains add up to no
 /// more than the total length of the patterns.
-void link_failures(ac_build_t &build, const ac_state &parent)
+void link_failures(ac_build &build, const ac_state &parent)
 {
     for (uint32_t e = parent.ac_l_oe.first; e != PATTERN_NONE; e = build.ac_oe.edge[e].next) {
         const oe &edge = build.ac_oe.edge[e];
@@ -108,7 +108,7 @@ bool mark(item_marks &marks, uint32_t id, uint32_t at)
 
 /// Gives a state the items of its failure state whose ids it has not, the first of each id. The
 /// failure state has those of the whole chain already, in the order of the chain.
-void inherit_items(ac_build_t &build, uint32_t at, item_marks &marks)
+void inherit_items(ac_build &build, uint32_t at, item_marks &marks)
 {
     pattern_item_pool_t &pool = build.ac_item;
     list_pattern_item &own = build.ac_l_state[at].ac_l_item;
@@ -128,7 +128,7 @@ void inherit_items(ac_build_t &build, uint32_t at, item_marks &marks)
 
 /// Adds to a state the items of its failure chain. The status is that of the last state of the
 /// chain that has items: it overwrites the state's own. Part of the format.
-void aho_corasick_pattern_union(ac_build_t &build, uint32_t at, item_marks &marks)
+void aho_corasick_pattern_union(ac_build &build, uint32_t at, item_marks &marks)
 {
     const uint32_t failure = build.ac_l_state[at].ac_failure;
     if (failure == 0 || build.ac_l_state[failure].ac_l_item.nr == 0)
@@ -140,7 +140,7 @@ void aho_corasick_pattern_union(ac_build_t &build, uint32_t at, item_marks &mark
 /// Links and completes every state. One walk by depth does both: what a state takes over is that
 /// of a state less deep, which is complete by then. The children of the start state have no
 /// failure state.
-void complete_states(ac_build_t &build, uint32_t deepest)
+void complete_states(ac_build &build, uint32_t deepest)
 {
     item_marks marks;
     for (const uint32_t at : sort_by_depth(build, deepest)) {
@@ -151,7 +151,7 @@ void complete_states(ac_build_t &build, uint32_t deepest)
     }
 }
 
-void find_item_max(ac_build_t &build)
+void find_item_max(ac_build &build)
 {
     for (const ac_state &state : build.ac_l_state) {
         if ((state.ac_status & AC_STATUS_TERMINAL) == 0 ||
@@ -162,7 +162,7 @@ void find_item_max(ac_build_t &build)
     }
 }
 
-int collect_alphabet(ac_build_t &build)
+int collect_alphabet(ac_build &build)
 {
     for (const ac_state &state : build.ac_l_state) {
         const int code = pattern_oe_count_bytes(build.ac_oe, state.ac_l_oe, build.ac_alphabet);
@@ -173,7 +173,7 @@ int collect_alphabet(ac_build_t &build)
     return MODULE_SUCCESS;
 }
 
-int finalize(ac_build_t &build)
+int finalize(ac_build &build)
 {
     const uint32_t deepest = find_depth(build);
     if (deepest > AC_DEPTH_MAX)
@@ -188,7 +188,7 @@ int finalize(ac_build_t &build)
 
 } // namespace
 
-int aho_corasick_init(ac_build_t &build, uint8_t ahoff, uint8_t alpha_config)
+int aho_corasick_init(ac_build &build, uint8_t ahoff, uint8_t alpha_config)
 {
     return module_guard([&]() -> int {
         build = {};
@@ -200,7 +200,7 @@ int aho_corasick_init(ac_build_t &build, uint8_t ahoff, uint8_t alpha_config)
     });
 }
 
-int aho_corasick_register(ac_build_t &build, const pattern_info &info)
+int aho_corasick_register(ac_build &build, const pattern_info &info)
 {
     return module_guard([&]() -> int {
         if (info.preempt == 0)
@@ -210,12 +210,12 @@ int aho_corasick_register(ac_build_t &build, const pattern_info &info)
     });
 }
 
-int aho_corasick_finalize(ac_build_t &build)
+int aho_corasick_finalize(ac_build &build)
 {
     return module_guard([&] { return finalize(build); });
 }
 
-void aho_corasick_clean(ac_build_t &build)
+void aho_corasick_clean(ac_build &build)
 {
     build = {};
 }

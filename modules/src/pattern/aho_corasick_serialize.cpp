@@ -15,14 +15,14 @@ bool is_terminal(const ac_state &state)
 }
 
 /// Tells whether the only item of a terminal state stands in its item word.
-bool is_inline(const ac_build_t &build, const ac_state &state, bool ahoff)
+bool is_inline(const ac_build &build, const ac_state &state, bool ahoff)
 {
     return !ahoff && state.ac_l_item.nr == 1 &&
            (build.ac_item[state.ac_l_item.first].id & 0x7FFFFFFFU) < AHO_CORASICK_INLINE_IDS;
 }
 
 /// Words that the state takes in the item table.
-size_t item_words(const ac_build_t &build, const ac_state &state, bool ahoff)
+size_t item_words(const ac_build &build, const ac_state &state, bool ahoff)
 {
     size_t words = (state.ac_status & AC_STATUS_MINDATA) != 0 ? 1 : 0;
     if (is_terminal(state) && !is_inline(build, state, ahoff))
@@ -31,7 +31,7 @@ size_t item_words(const ac_build_t &build, const ac_state &state, bool ahoff)
 }
 
 /// The item word of a state whose record lies, or would lie, at `cursor` of the item table.
-uint16_t item_word(const ac_build_t &build, const ac_state &state, bool ahoff, size_t cursor)
+uint16_t item_word(const ac_build &build, const ac_state &state, bool ahoff, size_t cursor)
 {
     if (!is_terminal(state))
         return PATTERN_NO_ITEM_WORD;
@@ -54,7 +54,7 @@ struct ac_table {
 
 /// Writes the words 2 and up of a row: those of the failure state's row, which must be finished,
 /// overlaid with the state's own edges. The row of the start state begins all zero.
-void write_transitions(const ac_build_t &build, const ac_table &table, uint32_t at)
+void aho_corasick_merge_failure(const ac_build &build, const ac_table &table, uint32_t at)
 {
     const ac_state &state = build.ac_l_state[at];
     uint8_t *row = table.buf + at * table.row_size;
@@ -72,17 +72,17 @@ void write_transitions(const ac_build_t &build, const ac_table &table, uint32_t 
 /// Writes the transitions of a state, after those of the states of its failure chain that have
 /// none yet. Rows are so written nearly in the order in which they lie, which is far faster than
 /// by depth.
-void finish_row(const ac_build_t &build, ac_table &table, uint32_t at)
+void finish_row(const ac_build &build, ac_table &table, uint32_t at)
 {
     for (; !table.finished[at]; at = build.ac_l_state[at].ac_failure) {
         table.chain.push_back(at);
         table.finished[at] = true;
     }
     for (; !table.chain.empty(); table.chain.pop_back())
-        write_transitions(build, table, table.chain.back());
+        aho_corasick_merge_failure(build, table, table.chain.back());
 }
 
-void emit_transitions(const ac_build_t &build, tlv_sink_t &sink, bool ahoff)
+void emit_transitions(const ac_build &build, tlv_sink_t &sink, bool ahoff)
 {
     const size_t row_size = size_t{pattern_alphabet_width(build.ac_alphabet)} * 2;
     const auto nr_state = static_cast<uint32_t>(build.ac_l_state.size());
@@ -102,7 +102,7 @@ void emit_transitions(const ac_build_t &build, tlv_sink_t &sink, bool ahoff)
     }
 }
 
-void emit_items(const ac_build_t &build, tlv_sink_t &sink, bool ahoff)
+void emit_items(const ac_build &build, tlv_sink_t &sink, bool ahoff)
 {
     size_t words = 0;
     for (const ac_state &state : build.ac_l_state)
@@ -126,14 +126,7 @@ void emit_items(const ac_build_t &build, tlv_sink_t &sink, bool ahoff)
 
 } // namespace
 
-size_t aho_corasick_get_size(const ac_build_t &build, uint8_t ahoff)
-{
-    tlv_sink_t sink = tlv_sink_counting();
-    aho_corasick_serialize(build, sink, ahoff);
-    return sink.offset;
-}
-
-void aho_corasick_serialize(const ac_build_t &build, tlv_sink_t &sink, uint8_t ahoff)
+void aho_corasick_emit(const ac_build &build, tlv_sink_t &sink, uint8_t ahoff)
 {
     if (build.ac_nr_pattern == 0)
         return;
@@ -146,11 +139,21 @@ void aho_corasick_serialize(const ac_build_t &build, tlv_sink_t &sink, uint8_t a
     tlv_sink_close_blob(sink, items);
 
     const size_t alphabet = tlv_sink_open_blob(sink, AHO_CORASICK_TLV_ALPHABET);
-    pattern_alphabet_serialize(build.ac_alphabet, sink);
+    pattern_alphabet_emit(build.ac_alphabet, sink);
     tlv_sink_close_blob(sink, alphabet);
 
     const size_t meta = tlv_sink_open_blob(sink, AHO_CORASICK_TLV_META);
     tlv_sink_put(sink, build.ac_nr_item_max, 4);
     tlv_sink_put(sink, build.ac_item_length, 4);
     tlv_sink_close_blob(sink, meta);
+}
+
+size_t aho_corasick_get_size(const ac_build &build, uint8_t ahoff)
+{
+    return tlv_sink_count([&](tlv_sink_t &sink) { aho_corasick_emit(build, sink, ahoff); });
+}
+
+uint8_t *aho_corasick_serialize(const ac_build &build, std::span<uint8_t> buf, uint8_t ahoff)
+{
+    return tlv_sink_write(buf, [&](tlv_sink_t &sink) { aho_corasick_emit(build, sink, ahoff); });
 }

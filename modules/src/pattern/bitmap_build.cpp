@@ -25,7 +25,7 @@ void bitmap_build_set(bitmap_build &build, uint32_t idx)
     build.bitmap_last_idx = std::max(build.bitmap_last_idx, idx);
 }
 
-void bitmap_build_serialize(const bitmap_build &build, tlv_sink_t &sink)
+void bitmap_build_emit(const bitmap_build &build, tlv_sink_t &sink)
 {
     tlv_sink_put(sink, build.bitmap_last_idx, 4);
     const size_t size = size_t{build.bitmap_last_idx} / 8 + 1;

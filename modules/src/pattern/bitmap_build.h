@@ -40,4 +40,4 @@ inline bool bitmap_build_test(const bitmap_build &build, uint32_t idx)
 }
 
 /// Emits the serialized bitmap: `bitmap_last_idx` / 8 + 5 bytes.
-void bitmap_build_serialize(const bitmap_build &build, tlv_sink_t &sink);
+void bitmap_build_emit(const bitmap_build &build, tlv_sink_t &sink);

@@ -31,6 +31,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "pattern_alphabet.h"
@@ -69,7 +70,7 @@ struct dp_node {
     uint8_t is_preempt = 0;
 };
 
-struct dp_build_t {
+struct dp_build {
     std::vector<dp_node> dp_l_node; ///< the start node first
     std::vector<dp_trans> dp_trans_pool;
     std::vector<dp_propagation> dp_propagation_pool;
@@ -79,24 +80,31 @@ struct dp_build_t {
     uint32_t wildcard_depth = 0; ///< largest offset inserted
     uint32_t node_depth = 0;     ///< one more than the depth of the deepest node
 };
+using dp_build_t = dp_build;
 
-/// Makes `build` a matcher of one node. Returns 0, or -5 when memory runs out.
-[[nodiscard]] int dot_prefix_init(dp_build_t &build);
+/// Makes `build` a matcher of one node. Returns 0, or MODULE_ERR_NO_MEMORY when memory runs out.
+[[nodiscard]] int dot_prefix_init(dp_build &build);
 
-/// Inserts a pattern behind `offset` wildcards, or keeps it aside when it is a preempt. Returns
-/// 0; -1 for an empty pattern, unless it is a preempt; -5 when memory runs out.
-[[nodiscard]] int dot_prefix_register(dp_build_t &build, const pattern_info &info);
+/// Inserts a pattern behind `offset` wildcards, or keeps it aside when it is a preempt. Returns 0;
+/// MODULE_ERR_INVALID for an empty pattern, unless it is a preempt; MODULE_ERR_NO_MEMORY when
+/// memory runs out.
+[[nodiscard]] int dot_prefix_register(dp_build &build, const pattern_info &info);
 
-/// Inserts the preempts, sets the propagations, and collects the alphabet. Returns 0; -1 when a
-/// preempt is empty or the alphabet refuses a byte; -13 when a depth within the wildcard chain has
-/// no wildcard node, which registration never leaves behind; -5 when memory runs out.
-[[nodiscard]] int dot_prefix_finalize(dp_build_t &build);
-
-/// Returns the size in bytes of the serialized matcher, a multiple of 4.
-size_t dot_prefix_get_size(const dp_build_t &build);
+/// Inserts the preempts, sets the propagations, and collects the alphabet. Returns 0;
+/// MODULE_ERR_INVALID when a preempt is empty or the alphabet refuses a byte; MODULE_ERR_RANGE when
+/// a depth within the wildcard chain has no wildcard node, which registration never leaves behind;
+/// MODULE_ERR_NO_MEMORY when memory runs out.
+[[nodiscard]] int dot_prefix_finalize(dp_build &build);
 
 /// Emits the finalized matcher.
-void dot_prefix_serialize(const dp_build_t &build, tlv_sink_t &sink);
+void dot_prefix_emit(const dp_build &build, tlv_sink_t &sink);
+
+/// Returns the size in bytes of the serialized matcher, a multiple of 4.
+size_t dot_prefix_get_size(const dp_build &build);
+
+/// Writes the finalized matcher into the zero-filled `buf`. Returns the position behind it, or null
+/// when it does not fit.
+[[nodiscard]] uint8_t *dot_prefix_serialize(const dp_build &build, std::span<uint8_t> buf);
 
 /// Releases everything.
-void dot_prefix_clean(dp_build_t &build);
+void dot_prefix_clean(dp_build &build);

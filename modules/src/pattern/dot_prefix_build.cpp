@@ -9,7 +9,7 @@ namespace
 {
 
 /// Follows the edge with symbol `c`, which is made if there is none. Returns the target.
-uint32_t follow_or_create(dp_build_t &build, uint32_t node, uint16_t c)
+uint32_t follow_or_create(dp_build &build, uint32_t node, uint16_t c)
 {
     for (uint32_t t = build.dp_l_node[node].trans; t != PATTERN_NONE;
          t = build.dp_trans_pool[t].next)
@@ -25,7 +25,7 @@ uint32_t follow_or_create(dp_build_t &build, uint32_t node, uint16_t c)
     return created;
 }
 
-int dot_prefix_do_register(dp_build_t &build, const pattern_info &info)
+int dot_prefix_do_register(dp_build &build, const pattern_info &info)
 {
     if (info.pattern_len == 0)
         return MODULE_ERR_INVALID;
@@ -47,7 +47,7 @@ int dot_prefix_do_register(dp_build_t &build, const pattern_info &info)
 
 /// Counts the wildcard edges on the way to each node that were not the only choice. A node
 /// without edges keeps priority 0. Part of the format.
-void dot_prefix_priority(dp_build_t &build)
+void dot_prefix_priority(dp_build &build)
 {
     // Children have higher numbers than their parents.
     for (dp_node &node : build.dp_l_node) {
@@ -62,7 +62,7 @@ void dot_prefix_priority(dp_build_t &build)
 }
 
 /// Finds the wildcard node of each depth, which becomes the failure of all others of that depth.
-int dot_prefix_failure(dp_build_t &build, std::vector<uint32_t> &wildcards)
+int dot_prefix_failure(dp_build &build, std::vector<uint32_t> &wildcards)
 {
     wildcards.assign(size_t{build.wildcard_depth} + 1, PATTERN_NONE);
     for (const dp_node &node : build.dp_l_node) {
@@ -85,7 +85,7 @@ int dot_prefix_failure(dp_build_t &build, std::vector<uint32_t> &wildcards)
     return MODULE_SUCCESS;
 }
 
-int dot_prefix_create_alphabet_map(dp_build_t &build)
+int dot_prefix_create_alphabet_map(dp_build &build)
 {
     for (const dp_node &node : build.dp_l_node) {
         for (uint32_t t = node.trans; t != PATTERN_NONE; t = build.dp_trans_pool[t].next) {
@@ -100,7 +100,7 @@ int dot_prefix_create_alphabet_map(dp_build_t &build)
     return MODULE_SUCCESS;
 }
 
-int finalize(dp_build_t &build)
+int finalize(dp_build &build)
 {
     int code = pattern_preempt_finalize(build.preempt, [&](const pattern_info &info) {
         return dot_prefix_do_register(build, info);
@@ -120,7 +120,7 @@ int finalize(dp_build_t &build)
 
 } // namespace
 
-int dot_prefix_init(dp_build_t &build)
+int dot_prefix_init(dp_build &build)
 {
     return module_guard([&]() -> int {
         build = {};
@@ -130,7 +130,7 @@ int dot_prefix_init(dp_build_t &build)
     });
 }
 
-int dot_prefix_register(dp_build_t &build, const pattern_info &info)
+int dot_prefix_register(dp_build &build, const pattern_info &info)
 {
     return module_guard([&]() -> int {
         if (info.preempt == 0)
@@ -140,12 +140,12 @@ int dot_prefix_register(dp_build_t &build, const pattern_info &info)
     });
 }
 
-int dot_prefix_finalize(dp_build_t &build)
+int dot_prefix_finalize(dp_build &build)
 {
     return module_guard([&] { return finalize(build); });
 }
 
-void dot_prefix_clean(dp_build_t &build)
+void dot_prefix_clean(dp_build &build)
 {
     build = {};
 }

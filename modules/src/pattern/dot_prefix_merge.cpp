@@ -22,7 +22,7 @@ struct merge_frame {
 };
 
 struct merger {
-    dp_build_t &build;
+    dp_build &build;
     std::vector<merge_frame> stack;
     std::vector<int> first_path; ///< results of the last merge along first edges, deepest first
     std::vector<uint32_t> mark;  ///< by node: the last inclusion test that saw it
@@ -172,7 +172,7 @@ int compare(merger &m, uint32_t x, uint32_t y)
     return result;
 }
 
-void remove_propagation(dp_build_t &build, uint32_t at, uint32_t entry)
+void remove_propagation(dp_build &build, uint32_t at, uint32_t entry)
 {
     uint32_t *link = &build.dp_l_node[at].propagation;
     while (*link != entry)
@@ -200,7 +200,7 @@ void merge_propagations(merger &m, uint32_t at)
 
 } // namespace
 
-void dot_prefix_propagation_merge(dp_build_t &build)
+void dot_prefix_propagation_merge(dp_build &build)
 {
     merger m{build, {}, {}, std::vector<uint32_t>(build.dp_l_node.size(), 0)};
     for (uint32_t at = 0; at < build.dp_l_node.size(); ++at) {

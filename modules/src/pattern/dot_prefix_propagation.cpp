@@ -12,7 +12,7 @@ struct depth_groups {
     std::vector<uint32_t> first; ///< by depth: position of its first node; one more at the end
 };
 
-depth_groups group_by_depth(const dp_build_t &build, uint32_t max_depth)
+depth_groups group_by_depth(const dp_build &build, uint32_t max_depth)
 {
     depth_groups groups;
     groups.first.assign(size_t{max_depth} + 2, 0);
@@ -35,7 +35,7 @@ struct node_pair {
     uint32_t specific;
 };
 
-void append_items(dp_build_t &build, node_pair pair)
+void append_items(dp_build &build, node_pair pair)
 {
     const list_pattern_item from = build.dp_l_node[pair.wildcard].l_item;
     for (uint32_t i = from.first; i != PATTERN_NONE; i = build.dp_item[i].next) {
@@ -46,7 +46,7 @@ void append_items(dp_build_t &build, node_pair pair)
 }
 
 /// What a shared edge of the pair changes at its specific node.
-void settle_shared_edge(dp_build_t &build, node_pair pair)
+void settle_shared_edge(dp_build &build, node_pair pair)
 {
     dp_node &specific = build.dp_l_node[pair.specific];
     if (specific.failure != PATTERN_NONE && build.dp_l_node[specific.failure].nb_trans == 1)
@@ -66,7 +66,7 @@ struct pair_walk {
     std::array<uint32_t, 256> child;
 };
 
-void visit_pair(dp_build_t &build, node_pair pair, pair_walk &walk)
+void visit_pair(dp_build &build, node_pair pair, pair_walk &walk)
 {
     append_items(build, pair);
     const dp_node &wildcard = build.dp_l_node[pair.wildcard];
@@ -94,7 +94,7 @@ void visit_pair(dp_build_t &build, node_pair pair, pair_walk &walk)
 
 } // namespace
 
-void dot_prefix_push_propagation(dp_build_t &build, uint32_t node, uint32_t target)
+void dot_prefix_push_propagation(dp_build &build, uint32_t node, uint32_t target)
 {
     dp_node &from = build.dp_l_node[node];
     build.dp_propagation_pool.push_back({target, from.propagation});
@@ -102,7 +102,7 @@ void dot_prefix_push_propagation(dp_build_t &build, uint32_t node, uint32_t targ
     ++from.nb_propagations;
 }
 
-void dot_prefix_propagate(dp_build_t &build, const std::vector<uint32_t> &wildcards)
+void dot_prefix_propagate(dp_build &build, const std::vector<uint32_t> &wildcards)
 {
     const depth_groups groups = group_by_depth(build, build.wildcard_depth);
     pair_walk walk;
@@ -121,7 +121,7 @@ void dot_prefix_propagate(dp_build_t &build, const std::vector<uint32_t> &wildca
     }
 }
 
-void dot_prefix_sort_propagation(dp_build_t &build)
+void dot_prefix_sort_propagation(dp_build &build)
 {
     std::vector<uint32_t> entries; // positions in the pool
     for (dp_node &node : build.dp_l_node) {

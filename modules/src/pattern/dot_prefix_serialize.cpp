@@ -12,7 +12,7 @@ size_t item_words(const dp_node &node)
     return items + (node.is_preempt != 0 ? 2 : 0);
 }
 
-void write_row(const dp_build_t &build, const dp_node &node, uint8_t *row, size_t cursor)
+void write_row(const dp_build &build, const dp_node &node, uint8_t *row, size_t cursor)
 {
     const uint32_t propagation = node.propagation == PATTERN_NONE
                                      ? PATTERN_NONE
@@ -31,7 +31,7 @@ void write_row(const dp_build_t &build, const dp_node &node, uint8_t *row, size_
     }
 }
 
-void emit_transitions(const dp_build_t &build, tlv_sink_t &sink)
+void emit_transitions(const dp_build &build, tlv_sink_t &sink)
 {
     const size_t row_size = size_t{pattern_alphabet_width(build.alphabet)} * 2;
     uint8_t *row = tlv_sink_take(sink, row_size * build.dp_l_node.size());
@@ -45,7 +45,7 @@ void emit_transitions(const dp_build_t &build, tlv_sink_t &sink)
     }
 }
 
-void emit_items(const dp_build_t &build, tlv_sink_t &sink)
+void emit_items(const dp_build &build, tlv_sink_t &sink)
 {
     size_t words = 0;
     for (const dp_node &node : build.dp_l_node)
@@ -67,17 +67,10 @@ void emit_items(const dp_build_t &build, tlv_sink_t &sink)
 
 } // namespace
 
-size_t dot_prefix_get_size(const dp_build_t &build)
-{
-    tlv_sink_t sink = tlv_sink_counting();
-    dot_prefix_serialize(build, sink);
-    return sink.offset;
-}
-
-void dot_prefix_serialize(const dp_build_t &build, tlv_sink_t &sink)
+void dot_prefix_emit(const dp_build &build, tlv_sink_t &sink)
 {
     const size_t alphabet = tlv_sink_open_blob(sink, DOT_PREFIX_TLV_ALPHABET);
-    pattern_alphabet_serialize(build.alphabet, sink);
+    pattern_alphabet_emit(build.alphabet, sink);
     tlv_sink_close_blob(sink, alphabet);
 
     const size_t transitions = tlv_sink_open_blob(sink, DOT_PREFIX_TLV_TRANSITIONS);
@@ -87,4 +80,14 @@ void dot_prefix_serialize(const dp_build_t &build, tlv_sink_t &sink)
     const size_t items = tlv_sink_open_blob(sink, DOT_PREFIX_TLV_ITEMS);
     emit_items(build, sink);
     tlv_sink_close_blob(sink, items);
+}
+
+size_t dot_prefix_get_size(const dp_build &build)
+{
+    return tlv_sink_count([&](tlv_sink_t &sink) { dot_prefix_emit(build, sink); });
+}
+
+uint8_t *dot_prefix_serialize(const dp_build &build, std::span<uint8_t> buf)
+{
+    return tlv_sink_write(buf, [&](tlv_sink_t &sink) { dot_prefix_emit(build, sink); });
 }

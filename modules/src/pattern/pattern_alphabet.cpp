@@ -45,14 +45,7 @@ void pattern_alphabet_finalize(ps_alphabet &alphabet)
         alphabet.place[alphabet.map[i].value] = static_cast<uint16_t>(i + 1);
 }
 
-size_t pattern_alphabet_get_size()
-{
-    tlv_sink_t sink = tlv_sink_counting();
-    pattern_alphabet_serialize({}, sink);
-    return sink.offset;
-}
-
-void pattern_alphabet_serialize(const ps_alphabet &alphabet, tlv_sink_t &sink)
+void pattern_alphabet_emit(const ps_alphabet &alphabet, tlv_sink_t &sink)
 {
     const size_t size = tlv_sink_open_blob(sink, ALPHABET_TLV_SIZE);
     tlv_sink_put(sink, pattern_alphabet_width(alphabet), 4);
@@ -66,4 +59,14 @@ void pattern_alphabet_serialize(const ps_alphabet &alphabet, tlv_sink_t &sink)
         }
     }
     tlv_sink_close_blob(sink, codes);
+}
+
+size_t pattern_alphabet_get_size()
+{
+    return tlv_sink_count([](tlv_sink_t &sink) { pattern_alphabet_emit({}, sink); });
+}
+
+uint8_t *pattern_alphabet_serialize(const ps_alphabet &alphabet, std::span<uint8_t> buf)
+{
+    return tlv_sink_write(buf, [&](tlv_sink_t &sink) { pattern_alphabet_emit(alphabet, sink); });
 }

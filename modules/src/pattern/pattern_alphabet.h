@@ -12,6 +12,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 #include "pattern_types.h"
 #include "tlv_sink.h"
@@ -34,8 +35,8 @@ using ps_alphabet_t = ps_alphabet;
 /// Makes `alphabet` empty, without configuration, with the given number of reserved codes.
 void pattern_alphabet_init(ps_alphabet &alphabet, uint8_t nr_meta_data);
 
-/// Counts one edge that carries `c`. Returns 0, or -1 when 256 other bytes are in already, which
-/// cannot happen as long as a byte has 8 bits.
+/// Counts one edge that carries `c`. Returns 0, or MODULE_ERR_INVALID when 256 other bytes are in
+/// already, which cannot happen as long as a byte has 8 bits.
 [[nodiscard]] int pattern_alphabet_insert(ps_alphabet &alphabet, uint8_t c);
 
 /// With ALPHA_CONFIG_SORT_ENABLE, orders the bytes by their counters, the largest first; equal
@@ -70,8 +71,13 @@ inline uint8_t conv_char(uint8_t config, uint8_t c)
     return folds ? static_cast<uint8_t>(c ^ 0x20) : c;
 }
 
+/// Emits the alphabet. Capitals get the code of their small letter when case is folded.
+void pattern_alphabet_emit(const ps_alphabet &alphabet, tlv_sink_t &sink);
+
 /// Returns the size in bytes of a serialized alphabet: always 276.
 size_t pattern_alphabet_get_size();
 
-/// Emits the alphabet. Capitals get the code of their small letter when case is folded.
-void pattern_alphabet_serialize(const ps_alphabet &alphabet, tlv_sink_t &sink);
+/// Writes the alphabet into the zero-filled `buf`. Returns the position behind it, or null when it
+/// does not fit.
+[[nodiscard]] uint8_t *pattern_alphabet_serialize(const ps_alphabet &alphabet,
+                                                  std::span<uint8_t> buf);

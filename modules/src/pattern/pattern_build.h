@@ -14,6 +14,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 #include "aho_corasick.h"
 #include "dot_prefix.h"
@@ -32,19 +33,19 @@ struct pattern_build {
 };
 
 /// Returns 0 for the engine sets that a build may have: each engine alone and the four named
-/// combinations. Returns -11 for every other value.
+/// combinations. Returns MODULE_ERR_OPERATION for every other value.
 [[nodiscard]] int pattern_algo_check(uint32_t algo);
 
 /// Makes `build` an empty build of the engines in `algo`; of `alpha_config` the low 8 bits count.
 /// The dot-prefix matcher takes no alphabet configuration.
 ///
-/// Returns 0; -11 when pattern_algo_check refuses `algo`; -1 when `build` is null; -5 when memory
-/// runs out.
+/// Returns 0; MODULE_ERR_OPERATION when pattern_algo_check refuses `algo`; MODULE_ERR_INVALID when
+/// `build` is null; MODULE_ERR_NO_MEMORY when memory runs out.
 [[nodiscard]] int pattern_init(pattern_build *build, uint32_t algo, uint32_t alpha_config);
 
-/// Tells whether `build` may take `info`: -11 when no engine for its type is present; with
-/// MINDATA_MANDATORY -1 when its mindata is 0 or less than where the pattern ends, unless it is
-/// PATTERN_MINDATA_NONE; else 0.
+/// Tells whether `build` may take `info`: MODULE_ERR_OPERATION when no engine for its type is
+/// present; with MINDATA_MANDATORY MODULE_ERR_INVALID when its mindata is 0 or less than where the
+/// pattern ends, unless it is PATTERN_MINDATA_NONE; else 0.
 [[nodiscard]] int pattern_register_check(const pattern_build &build, const pattern_info &info,
                                          mindata_status_t mindata_status);
 
@@ -56,23 +57,28 @@ struct pattern_build {
 /// exact pattern that is dispatched to the suffix tree goes into a tree that is never written.
 /// Both are part of the format.
 ///
-/// Returns 0; -11 when the combination cannot take the pattern, or `em_dispatch` or the type is
-/// unknown; -1 when the mindata is refused or the pattern is empty where it must not be; -5 when
-/// memory runs out.
+/// Returns 0; MODULE_ERR_OPERATION when the combination cannot take the pattern, or `em_dispatch`
+/// or the type is unknown; MODULE_ERR_INVALID when the mindata is refused or the pattern is empty
+/// where it must not be; MODULE_ERR_NO_MEMORY when memory runs out.
 [[nodiscard]] int pattern_register(pattern_build &build, pattern_info &info,
                                    mindata_status_t mindata_status,
                                    exact_match_dispatch_t em_dispatch);
 
-/// Finalizes the engines present. Returns the first failure: -27 when a pattern is too long for
-/// an Aho-Corasick automaton, -1, -5 or -13 as the engines say.
+/// Finalizes the engines present. Returns the first failure: MODULE_ERR_OVERFLOW when a pattern is
+/// too long for an Aho-Corasick automaton, MODULE_ERR_INVALID, MODULE_ERR_NO_MEMORY or
+/// MODULE_ERR_RANGE as the engines say.
 [[nodiscard]] int pattern_finalize(pattern_build &build);
+
+/// Emits the finalized build at the position of `sink`, a multiple of 4. std::bad_alloc passes when
+/// an automaton finds no memory to write with.
+void pattern_emit(const pattern_build &build, tlv_sink_t &sink);
 
 /// Returns the size in bytes of the serialized build, a multiple of 4: at least 12.
 size_t pattern_get_size(const pattern_build &build);
 
-/// Emits the finalized build at the position of `sink`, a multiple of 4. std::bad_alloc passes when
-/// an automaton finds no memory to write with.
-void pattern_serialize(const pattern_build &build, tlv_sink_t &sink);
+/// Writes the finalized build into the zero-filled `buf`. Returns the position behind it, or null
+/// when it does not fit. std::bad_alloc passes as it does from pattern_emit.
+[[nodiscard]] uint8_t *pattern_serialize(const pattern_build &build, std::span<uint8_t> buf);
 
 /// Releases everything; pattern_init must come before the next use.
 void pattern_clean(pattern_build &build);

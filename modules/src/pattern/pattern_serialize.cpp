@@ -14,36 +14,27 @@ struct engine_record {
 constexpr engine_record ENGINE_RECORDS[] = {
     {PATTERN_ALGO_AC, PATTERN_TLV_AHO_CORASICK,
      [](const pattern_build &build, tlv_sink_t &sink) {
-         aho_corasick_serialize(build.aho_corasick, sink, 0);
+         aho_corasick_emit(build.aho_corasick, sink, 0);
      }},
     {PATTERN_ALGO_AO, PATTERN_TLV_AHOFF_CORASICK,
      [](const pattern_build &build, tlv_sink_t &sink) {
-         aho_corasick_serialize(build.ahoff_corasick, sink, 1);
+         aho_corasick_emit(build.ahoff_corasick, sink, 1);
      }},
     {PATTERN_ALGO_PT, PATTERN_TLV_PREFIX_TREE,
      [](const pattern_build &build, tlv_sink_t &sink) {
-         radix_tree_serialize(build.prefix_tree, sink);
+         radix_tree_emit(build.prefix_tree, sink);
      }},
     {PATTERN_ALGO_ST, PATTERN_TLV_SUFFIX_TREE,
      [](const pattern_build &build, tlv_sink_t &sink) {
-         radix_tree_serialize(build.suffix_tree, sink);
+         radix_tree_emit(build.suffix_tree, sink);
      }},
     {PATTERN_ALGO_DP, PATTERN_TLV_DOT_PREFIX,
-     [](const pattern_build &build, tlv_sink_t &sink) {
-         dot_prefix_serialize(build.dot_prefix, sink);
-     }},
+     [](const pattern_build &build, tlv_sink_t &sink) { dot_prefix_emit(build.dot_prefix, sink); }},
 };
 
 } // namespace
 
-size_t pattern_get_size(const pattern_build &build)
-{
-    tlv_sink_t sink = tlv_sink_counting();
-    pattern_serialize(build, sink);
-    return sink.offset;
-}
-
-void pattern_serialize(const pattern_build &build, tlv_sink_t &sink)
+void pattern_emit(const pattern_build &build, tlv_sink_t &sink)
 {
     const bool icase = (build.alpha_config & ALPHA_CONFIG_ICASE_ENABLE) != 0;
     const size_t meta = tlv_sink_open_blob(sink, PATTERN_TLV_META);
@@ -56,4 +47,14 @@ void pattern_serialize(const pattern_build &build, tlv_sink_t &sink)
         engine.emit(build, sink);
         tlv_sink_close_blob(sink, header);
     }
+}
+
+size_t pattern_get_size(const pattern_build &build)
+{
+    return tlv_sink_count([&](tlv_sink_t &sink) { pattern_emit(build, sink); });
+}
+
+uint8_t *pattern_serialize(const pattern_build &build, std::span<uint8_t> buf)
+{
+    return tlv_sink_write(buf, [&](tlv_sink_t &sink) { pattern_emit(build, sink); });
 }

@@ -36,6 +36,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "bitmap_build.h"
@@ -72,7 +73,7 @@ struct rt_ce {
     uint8_t ce_char;      ///< the byte that leads to the first node; it stands in the parent's row
 };
 
-struct rt_build_t {
+struct rt_build {
     std::vector<rt_state> rt_l_state; ///< the start state first
     ps_oe_pool_t rt_oe;
     pattern_item_pool_t rt_item;
@@ -86,32 +87,38 @@ struct rt_build_t {
     uint32_t rt_nr_pattern = 0;       ///< patterns inserted
     uint32_t rt_nr_item_max = 0;      ///< most items of a node
 };
+using rt_build_t = rt_build;
 
 /// The part of an item id that the exact bitmap knows.
 constexpr uint32_t RT_EXACT_ID_MASK = 0x0FFFFFFF;
 
-/// Makes `build` a tree of one node. Returns 0, or -5 when memory runs out.
-[[nodiscard]] int radix_tree_init(rt_build_t &build, uint8_t alpha_config);
+/// Makes `build` a tree of one node. Returns 0, or MODULE_ERR_NO_MEMORY when memory runs out.
+[[nodiscard]] int radix_tree_init(rt_build &build, uint8_t alpha_config);
 
 /// Inserts a pattern, back to front when it is a PATTERN_SUFFIX, or keeps it aside when it is a
-/// preempt. Returns 0, or -5 when memory runs out.
-[[nodiscard]] int radix_tree_register(rt_build_t &build, const pattern_info &info);
+/// preempt. Returns 0, or MODULE_ERR_NO_MEMORY when memory runs out.
+[[nodiscard]] int radix_tree_register(rt_build &build, const pattern_info &info);
 
 /// The same for a pattern that must match the whole data. The id of a preempt does not enter the
-/// exact bitmap. Part of the format. Returns 0, or -5 when memory runs out.
+/// exact bitmap. Part of the format. Returns 0, or MODULE_ERR_NO_MEMORY when memory runs out.
 ///
 /// A tree that was never initialised takes patterns too; it grows its start state and bitmap.
-[[nodiscard]] int radix_tree_register_exact(rt_build_t &build, const pattern_info &info);
+[[nodiscard]] int radix_tree_register_exact(rt_build &build, const pattern_info &info);
 
 /// Inserts the preempts, finds the chains, numbers chains and nodes, and collects the alphabet.
-/// Returns 0; -1 when the alphabet refuses a byte; -5 when memory runs out.
-[[nodiscard]] int radix_tree_finalize(rt_build_t &build);
-
-/// Returns the size in bytes of the serialized tree, a multiple of 4; 0 without patterns.
-size_t radix_tree_get_size(const rt_build_t &build);
+/// Returns 0; MODULE_ERR_INVALID when the alphabet refuses a byte; MODULE_ERR_NO_MEMORY when memory
+/// runs out.
+[[nodiscard]] int radix_tree_finalize(rt_build &build);
 
 /// Emits the finalized tree.
-void radix_tree_serialize(const rt_build_t &build, tlv_sink_t &sink);
+void radix_tree_emit(const rt_build &build, tlv_sink_t &sink);
+
+/// Returns the size in bytes of the serialized tree, a multiple of 4; 0 without patterns.
+size_t radix_tree_get_size(const rt_build &build);
+
+/// Writes the finalized tree into the zero-filled `buf`. Returns the position behind it, or null
+/// when it does not fit.
+[[nodiscard]] uint8_t *radix_tree_serialize(const rt_build &build, std::span<uint8_t> buf);
 
 /// Releases everything.
-void radix_tree_clean(rt_build_t &build);
+void radix_tree_clean(rt_build &build);

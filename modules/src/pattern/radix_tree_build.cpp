@@ -11,7 +11,7 @@ constexpr uint32_t RT_EXACT_BITMAP_BITS = 1024;
 constexpr uint32_t RT_C_EDGES_BITMAP_BITS = 65536;
 
 /// Follows the edge with byte `c`, which is made if there is none. Returns the target.
-uint32_t follow_or_create(rt_build_t &build, uint32_t node, uint8_t c)
+uint32_t follow_or_create(rt_build &build, uint32_t node, uint8_t c)
 {
     const uint32_t target = pattern_oe_find(build.rt_oe, build.rt_l_state[node].rt_l_oe, c);
     if (target != PATTERN_NONE)
@@ -22,7 +22,7 @@ uint32_t follow_or_create(rt_build_t &build, uint32_t node, uint8_t c)
     return created;
 }
 
-int radix_tree_do_register(rt_build_t &build, const pattern_info &info)
+int radix_tree_do_register(rt_build &build, const pattern_info &info)
 {
     if (build.rt_l_state.empty())
         build.rt_l_state.emplace_back();
@@ -42,7 +42,7 @@ int radix_tree_do_register(rt_build_t &build, const pattern_info &info)
     return MODULE_SUCCESS;
 }
 
-void fill_exact_bitmap(rt_build_t &build, uint32_t idx)
+void fill_exact_bitmap(rt_build &build, uint32_t idx)
 {
     bitmap_build_t &bitmap = build.rt_exact_bitmap;
     uint64_t nr_bit = bitmap_build_tot_size(bitmap);
@@ -61,13 +61,13 @@ bool passes_through(const rt_state &node)
     return node.rt_l_oe.nr == 1 && (node.rt_status & (RT_STATUS_TERMINAL | RT_STATUS_MINDATA)) == 0;
 }
 
-uint32_t only_child(const rt_build_t &build, const rt_state &node)
+uint32_t only_child(const rt_build &build, const rt_state &node)
 {
     return build.rt_oe.edge[node.rt_l_oe.first].state;
 }
 
 /// Makes a compressed edge of the run of nodes behind `entry`, when it has two nodes or more.
-void compress(rt_build_t &build, const oe &entry)
+void compress(rt_build &build, const oe &entry)
 {
     rt_ce chain{entry.state, entry.state, 0, entry.oe_char};
     for (; passes_through(build.rt_l_state[chain.ce_endstate]); ++chain.ce_len)
@@ -82,7 +82,7 @@ void compress(rt_build_t &build, const oe &entry)
 }
 
 /// Finds the chains. Edges that leave the start state are never compressed.
-void radix_tree_create_c_edges(rt_build_t &build)
+void radix_tree_create_c_edges(rt_build &build)
 {
     for (size_t at = 1; at < build.rt_l_state.size(); ++at) {
         const rt_state &node = build.rt_l_state[at];
@@ -96,7 +96,7 @@ void radix_tree_create_c_edges(rt_build_t &build)
 }
 
 /// Gives each chain the word index of its record as number.
-void number_chains(rt_build_t &build)
+void number_chains(rt_build &build)
 {
     bitmap_build_t &bitmap = build.rt_c_edges_bitmap;
     build.rt_c_edges_length = 1;
@@ -126,7 +126,7 @@ uint32_t next_number(const bitmap_build_t &chains, uint32_t &counter)
     return number;
 }
 
-void number_nodes(rt_build_t &build)
+void number_nodes(rt_build &build)
 {
     uint32_t counter = 0;
     for (rt_state &node : build.rt_l_state) {
@@ -140,7 +140,7 @@ void number_nodes(rt_build_t &build)
         std::max(build.rt_last_state_id, build.rt_c_edges_bitmap.bitmap_last_idx);
 }
 
-int collect_alphabet(rt_build_t &build)
+int collect_alphabet(rt_build &build)
 {
     for (const rt_state &node : build.rt_l_state) {
         if ((node.rt_status & RT_STATUS_CHAIN) != 0)
@@ -153,7 +153,7 @@ int collect_alphabet(rt_build_t &build)
     return MODULE_SUCCESS;
 }
 
-void mark_leaves(rt_build_t &build)
+void mark_leaves(rt_build &build)
 {
     for (rt_state &node : build.rt_l_state) {
         if ((node.rt_status & RT_STATUS_TERMINAL) == 0)
@@ -164,7 +164,7 @@ void mark_leaves(rt_build_t &build)
     }
 }
 
-int finalize(rt_build_t &build)
+int finalize(rt_build &build)
 {
     int code = pattern_preempt_finalize(build.rt_l_preempt, [&](const pattern_info &info) {
         return radix_tree_do_register(build, info);
@@ -183,7 +183,7 @@ int finalize(rt_build_t &build)
 
 } // namespace
 
-int radix_tree_init(rt_build_t &build, uint8_t alpha_config)
+int radix_tree_init(rt_build &build, uint8_t alpha_config)
 {
     return module_guard([&]() -> int {
         build = {};
@@ -196,7 +196,7 @@ int radix_tree_init(rt_build_t &build, uint8_t alpha_config)
     });
 }
 
-int radix_tree_register(rt_build_t &build, const pattern_info &info)
+int radix_tree_register(rt_build &build, const pattern_info &info)
 {
     return module_guard([&]() -> int {
         if (info.preempt == 0)
@@ -206,7 +206,7 @@ int radix_tree_register(rt_build_t &build, const pattern_info &info)
     });
 }
 
-int radix_tree_register_exact(rt_build_t &build, const pattern_info &info)
+int radix_tree_register_exact(rt_build &build, const pattern_info &info)
 {
     return module_guard([&]() -> int {
         if (info.preempt == 0)
@@ -215,12 +215,12 @@ int radix_tree_register_exact(rt_build_t &build, const pattern_info &info)
     });
 }
 
-int radix_tree_finalize(rt_build_t &build)
+int radix_tree_finalize(rt_build &build)
 {
     return module_guard([&] { return finalize(build); });
 }
 
-void radix_tree_clean(rt_build_t &build)
+void radix_tree_clean(rt_build &build)
 {
     build = {};
 }

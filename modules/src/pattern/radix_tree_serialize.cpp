@@ -28,14 +28,14 @@ uint32_t item_words(const rt_state &node)
 
 /// Size in bytes of the transition table. The number of words is taken modulo 2^32. Part of the
 /// format.
-size_t transitions_size(const rt_build_t &build)
+size_t transitions_size(const rt_build &build)
 {
     if (build.rt_last_state_id == 0)
         return 0;
     return size_t{pattern_alphabet_width(build.rt_alphabet) * (build.rt_last_state_id + 1)} * 2;
 }
 
-void write_row(const rt_build_t &build, const rt_state &node, uint8_t *row, uint32_t cursor)
+void write_row(const rt_build &build, const rt_state &node, uint8_t *row, uint32_t cursor)
 {
     const uint32_t word = is_terminal(node) ? cursor : PATTERN_NO_ITEM_WORD;
     csa_set_be16(row, static_cast<uint16_t>(word));
@@ -48,7 +48,7 @@ void write_row(const rt_build_t &build, const rt_state &node, uint8_t *row, uint
     }
 }
 
-void emit_transitions(const rt_build_t &build, tlv_sink_t &sink)
+void emit_transitions(const rt_build &build, tlv_sink_t &sink)
 {
     const size_t size = transitions_size(build);
     const size_t row_size = size_t{pattern_alphabet_width(build.rt_alphabet)} * 2;
@@ -64,7 +64,7 @@ void emit_transitions(const rt_build_t &build, tlv_sink_t &sink)
     }
 }
 
-void emit_c_edges(const rt_build_t &build, tlv_sink_t &sink)
+void emit_c_edges(const rt_build &build, tlv_sink_t &sink)
 {
     uint8_t *table = tlv_sink_take(sink, size_t{build.rt_c_edges_length} * 4);
     if (table == nullptr)
@@ -82,7 +82,7 @@ void emit_c_edges(const rt_build_t &build, tlv_sink_t &sink)
     }
 }
 
-void emit_items(const rt_build_t &build, tlv_sink_t &sink)
+void emit_items(const rt_build &build, tlv_sink_t &sink)
 {
     size_t words = 0;
     for (const rt_state &node : build.rt_l_state)
@@ -101,22 +101,22 @@ void emit_items(const rt_build_t &build, tlv_sink_t &sink)
     }
 }
 
-void emit_alphabet(const rt_build_t &build, tlv_sink_t &sink)
+void emit_alphabet(const rt_build &build, tlv_sink_t &sink)
 {
-    pattern_alphabet_serialize(build.rt_alphabet, sink);
+    pattern_alphabet_emit(build.rt_alphabet, sink);
 }
 
-void emit_exact_bitmap(const rt_build_t &build, tlv_sink_t &sink)
+void emit_exact_bitmap(const rt_build &build, tlv_sink_t &sink)
 {
-    bitmap_build_serialize(build.rt_exact_bitmap, sink);
+    bitmap_build_emit(build.rt_exact_bitmap, sink);
 }
 
-void emit_c_edges_bitmap(const rt_build_t &build, tlv_sink_t &sink)
+void emit_c_edges_bitmap(const rt_build &build, tlv_sink_t &sink)
 {
-    bitmap_build_serialize(build.rt_c_edges_bitmap, sink);
+    bitmap_build_emit(build.rt_c_edges_bitmap, sink);
 }
 
-void emit_meta(const rt_build_t &build, tlv_sink_t &sink)
+void emit_meta(const rt_build &build, tlv_sink_t &sink)
 {
     tlv_sink_put(sink, build.rt_nr_item_max, 4);
 }
@@ -124,7 +124,7 @@ void emit_meta(const rt_build_t &build, tlv_sink_t &sink)
 /// One record of the blob.
 struct radix_record {
     radix_tlv_t type;
-    void (*emit)(const rt_build_t &build, tlv_sink_t &sink);
+    void (*emit)(const rt_build &build, tlv_sink_t &sink);
 };
 
 constexpr radix_record RADIX_RECORDS[] = {
@@ -139,14 +139,7 @@ constexpr radix_record RADIX_RECORDS[] = {
 
 } // namespace
 
-size_t radix_tree_get_size(const rt_build_t &build)
-{
-    tlv_sink_t sink = tlv_sink_counting();
-    radix_tree_serialize(build, sink);
-    return sink.offset;
-}
-
-void radix_tree_serialize(const rt_build_t &build, tlv_sink_t &sink)
+void radix_tree_emit(const rt_build &build, tlv_sink_t &sink)
 {
     if (build.rt_nr_pattern == 0)
         return;
@@ -155,4 +148,14 @@ void radix_tree_serialize(const rt_build_t &build, tlv_sink_t &sink)
         record.emit(build, sink);
         tlv_sink_close_blob(sink, header);
     }
+}
+
+size_t radix_tree_get_size(const rt_build &build)
+{
+    return tlv_sink_count([&](tlv_sink_t &sink) { radix_tree_emit(build, sink); });
+}
+
+uint8_t *radix_tree_serialize(const rt_build &build, std::span<uint8_t> buf)
+{
+    return tlv_sink_write(buf, [&](tlv_sink_t &sink) { radix_tree_emit(build, sink); });
 }

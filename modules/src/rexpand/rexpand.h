@@ -70,9 +70,9 @@ constexpr uint64_t REXPAND_MAX_BYTES = 256ULL << 20;
 /// REXPAND_FLAG_L2_REQUIRED. `*nb`, when not null, receives the number of permutations.
 ///
 /// Returns 0, or with an empty list:
-///  -1 (MODULE_ERR_INVALID) for a syntax error or an absent list,
-///  -5 (MODULE_ERR_NO_MEMORY) when memory or REXPAND_MAX_BYTES does not suffice,
-/// -13 (MODULE_ERR_RANGE) for a range whose ends are not single bytes in ascending order.
+///  MODULE_ERR_INVALID for a syntax error or an absent list,
+///  MODULE_ERR_NO_MEMORY when memory or REXPAND_MAX_BYTES does not suffice,
+///  MODULE_ERR_RANGE for a range whose ends are not single bytes in ascending order.
 [[nodiscard]] int rexpand_process(std::string_view expression, uint32_t permutation_limit,
                                   uint32_t *nb, rexpand_permutation_list *list);
 

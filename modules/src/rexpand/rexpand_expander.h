@@ -52,8 +52,8 @@ struct rexpand_expander {
 using rexpand_visit_fct = int (*)(rexpand_expander &expander, rexpand_frame &frame);
 
 /// Expands `tree` into `*list` with the limit of rexpand_process; `*nb`, when not null, receives
-/// the number of permutations. Returns 0, or with an empty list: -5 and -13 as rexpand_process,
-/// -27 (MODULE_ERR_OVERFLOW) for a kind of node outside the table.
+/// the number of permutations. Returns 0, or with an empty list: MODULE_ERR_NO_MEMORY and
+/// MODULE_ERR_RANGE as rexpand_process, MODULE_ERR_OVERFLOW for a kind of node outside the table.
 [[nodiscard]] int rexpand_expander_visit(const rexpand_tree &tree, uint32_t permutation_limit,
                                          uint32_t *nb, rexpand_permutation_list *list);
 

@@ -31,7 +31,8 @@ struct rexpand_budget {
 void rexpand_permutation_list_init(rexpand_permutation_stack &stack);
 
 /// Pushes copies of the `count` permutations of `from` that start at `first` onto `to`, which may
-/// be the same stack, in their order. Returns 0, or -5 beyond the budget; throws std::bad_alloc.
+/// be the same stack, in their order. Returns 0, or MODULE_ERR_NO_MEMORY beyond the budget; throws
+/// std::bad_alloc.
 [[nodiscard]] int rexpand_permutation_copy(const rexpand_permutation_stack &from, size_t first,
                                            size_t count, rexpand_permutation_stack &to,
                                            rexpand_budget &budget);
@@ -46,8 +47,8 @@ void rexpand_permutation_mark(rexpand_permutation_stack &stack, size_t first, re
 
 /// Appends `bytes` to the piece under construction of every permutation from place `first` on. An
 /// empty piece takes `flag` and `type`; any other takes `flag`, and its type becomes that of
-/// rexpand_permutation_merge_type. Empty `bytes` do nothing. Returns 0, or -5 beyond the budget;
-/// throws std::bad_alloc.
+/// rexpand_permutation_merge_type. Empty `bytes` do nothing. Returns 0, or MODULE_ERR_NO_MEMORY
+/// beyond the budget; throws std::bad_alloc.
 [[nodiscard]] int rexpand_permutation_insert_pattern(rexpand_permutation_stack &stack, size_t first,
                                                      std::string_view bytes, uint32_t flag,
                                                      rexpand_pattern_type_t type,

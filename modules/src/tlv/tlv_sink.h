@@ -1,10 +1,14 @@
 /// A sink that a format is emitted into: it counts when it has no buffer and writes when it has.
 ///
-/// Every serialized structure is described by one function that emits it into a sink. The size
-/// operation of a module runs that function on a counting sink, its serialize operation on a
-/// writing sink, so the two cannot disagree. A pair of hand-kept size and write functions was
+/// Every serialized structure is described by one function, `X_emit`, that emits it into a sink.
+/// The size operation of a module is tlv_sink_count of that function, its serialize operation
+/// tlv_sink_write, so the two cannot disagree. A pair of hand-kept size and write functions was
 /// turned down for that reason. What is made only once goes into a growing sink, whose buffer
 /// becomes as large as the output.
+///
+/// Counting is one thing everywhere: the sink has no buffer, every operation advances the offset
+/// as it would when writing, and nothing else happens. So a table whose size is known is taken
+/// whole, and its bytes are only made where the sink gives a place for them.
 ///
 /// Two framings exist. A blob (the engines) has a 4-byte type and a 4-byte length in bytes,
 /// rounded up to a multiple of 4. A record (everything else, see tlv_description.h) has one word
@@ -83,7 +87,11 @@ inline void tlv_sink_put_word(tlv_sink_t &sink, uint32_t word)
 inline void tlv_sink_put(tlv_sink_t &sink, uint32_t data, uint32_t data_size)
 {
     uint8_t *at = tlv_sink_take(sink, data_size);
-    if (at != nullptr && tlv_write(at, data, data_size) == nullptr)
+    if (at == nullptr)
+        return;
+    if (data_size == 4)
+        csa_set_be32(at, data);
+    else if (tlv_write(at, data, data_size) == nullptr)
         sink.failed = true;
 }
 
@@ -117,4 +125,23 @@ inline void tlv_sink_close_blob(tlv_sink_t &sink, size_t header)
     tlv_sink_align(sink);
     if (sink.buf != nullptr && !sink.failed)
         tlv_write_4B(sink.buf + header + 4, static_cast<uint32_t>(sink.offset - header - 8));
+}
+
+/// Returns the number of bytes that `emit`, a function of a sink, emits.
+template <typename Emit>
+[[nodiscard]] size_t tlv_sink_count(Emit &&emit)
+{
+    tlv_sink_t sink = tlv_sink_counting();
+    emit(sink);
+    return sink.offset;
+}
+
+/// Runs `emit`, a function of a sink, into the zero-filled `buf`. Returns the position behind what
+/// it emitted, or null when that did not fit or was refused.
+template <typename Emit>
+[[nodiscard]] uint8_t *tlv_sink_write(std::span<uint8_t> buf, Emit &&emit)
+{
+    tlv_sink_t sink = tlv_sink_writing(buf);
+    emit(sink);
+    return sink.failed ? nullptr : buf.data() + sink.offset;
 }

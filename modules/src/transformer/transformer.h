@@ -29,38 +29,38 @@ enum inequation_type : uint32_t {
     INEQUATION_GREATER_OR_EQUAL = 4, ///< [v, MAX]
 };
 
-/// A transformer: reads `text` and writes both bounds, neither of which may be null.
+/// A transformer: reads `text` and writes both bounds.
 ///
-/// Returns 0, -1 (MODULE_ERR_INVALID) for a text that does not parse, or -27
-/// (MODULE_ERR_OVERFLOW) for a number out of range where stated below. After a failure the
-/// bounds may have been partly written. Nothing beyond the text's length is read.
-using transformer_fct = int (*)(csa_str_t text, uint32_t inequation, transformer_value_t *lower,
-                                transformer_value_t *upper);
+/// Returns 0, MODULE_ERR_INVALID for a text that does not parse, or MODULE_ERR_OVERFLOW for a
+/// number out of range where stated below. After a failure the bounds may have been partly written.
+/// Nothing beyond the text's length is read.
+using transformer_fct = int (*)(csa_str_t text, uint32_t inequation, transformer_value_t &lower,
+                                transformer_value_t &upper);
 
 /// An 8-bit value "v" or range "v-w" or "[v-w]", in decimal, into `number`; MAX is 255.
 ///
-/// v is -27 when it exceeds MAX; w is -1 when it does not lie in 0 to MAX, and so is v above w.
-/// With an inequation the text must not hold a "-". Each number ends at its first byte that is
-/// not a digit, and what follows is ignored; blanks and a sign may stand before w, and a w
-/// without digits is 0. Brackets without a "-" are refused.
-[[nodiscard]] int transformer_8(csa_str_t text, uint32_t inequation, transformer_value_t *lower,
-                                transformer_value_t *upper);
+/// v is MODULE_ERR_OVERFLOW when it exceeds MAX; w is MODULE_ERR_INVALID when it does not lie in 0
+/// to MAX, and so is v above w. With an inequation the text must not hold a "-". Each number ends
+/// at its first byte that is not a digit, and what follows is ignored; blanks and a sign may stand
+/// before w, and a w without digits is 0. Brackets without a "-" are refused.
+[[nodiscard]] int transformer_8(csa_str_t text, uint32_t inequation, transformer_value_t &lower,
+                                transformer_value_t &upper);
 
-/// The same for 16-bit values; MAX is 65535. Here a w out of range is -27: the difference from
-/// the 8-bit form is part of the format.
+/// The same for 16-bit values; MAX is 65535. Here a w out of range is MODULE_ERR_OVERFLOW: the
+/// difference from the 8-bit form is part of the format.
 [[nodiscard]] int transformer_range16(csa_str_t text, uint32_t inequation,
-                                      transformer_value_t *lower, transformer_value_t *upper);
+                                      transformer_value_t &lower, transformer_value_t &upper);
 
 /// An IPv4 address "a.b.c.d", prefix "a.b.c.d/n" (n up to 32) or range "a.b.c.d-e.f.g.h" into
-/// `number`. The inequation is ignored; every failure is -1.
+/// `number`. The inequation is ignored; every failure is MODULE_ERR_INVALID.
 ///
 /// A prefix length of 0 gives the single address, and a range that ends at 0.0.0.0 ends at its
 /// first address: both are part of the format. A range may run backwards; who stores it refuses.
-[[nodiscard]] int transformer_ipv4(csa_str_t text, uint32_t inequation, transformer_value_t *lower,
-                                   transformer_value_t *upper);
+[[nodiscard]] int transformer_ipv4(csa_str_t text, uint32_t inequation, transformer_value_t &lower,
+                                   transformer_value_t &upper);
 
-/// An IPv6 address (RFC 4291, section 2.2, forms 1 and 2) or prefix "address/p" (p up to 127)
-/// into `address`. The inequation is ignored; every failure is -1. Dotted IPv4 tails and "::"
-/// alone are refused.
-[[nodiscard]] int transformer_ipv6(csa_str_t text, uint32_t inequation, transformer_value_t *lower,
-                                   transformer_value_t *upper);
+/// An IPv6 address (RFC 4291, section 2.2, forms 1 and 2) or prefix "address/p" (p up to 127) into
+/// `address`. The inequation is ignored; every failure is MODULE_ERR_INVALID. Dotted IPv4 tails and
+/// "::" alone are refused.
+[[nodiscard]] int transformer_ipv6(csa_str_t text, uint32_t inequation, transformer_value_t &lower,
+                                   transformer_value_t &upper);

@@ -20,19 +20,19 @@ bool is_inequation(uint32_t inequation)
     return inequation >= INEQUATION_LESS && inequation <= INEQUATION_GREATER_OR_EQUAL;
 }
 
-int apply_inequation(uint32_t inequation, uint32_t value, uint32_t max, transformer_value_t *lower,
-                     transformer_value_t *upper)
+int apply_inequation(uint32_t inequation, uint32_t value, uint32_t max, transformer_value_t &lower,
+                     transformer_value_t &upper)
 {
     const bool less = inequation == INEQUATION_LESS;
     const bool greater = inequation == INEQUATION_GREATER;
     if ((less && value == 0) || (greater && value == max))
         return MODULE_ERR_INVALID;
     if (less || inequation == INEQUATION_LESS_OR_EQUAL) {
-        lower->number = 0;
-        upper->number = less ? value - 1 : value;
+        lower.number = 0;
+        upper.number = less ? value - 1 : value;
     } else {
-        lower->number = greater ? value + 1 : value;
-        upper->number = max;
+        lower.number = greater ? value + 1 : value;
+        upper.number = max;
     }
     return MODULE_SUCCESS;
 }
@@ -64,7 +64,7 @@ int32_t transformer_read_decimal(std::string_view text)
 }
 
 int transformer_integer(const transformer_integer_width &width, csa_str_t text, uint32_t inequation,
-                        transformer_value_t *lower, transformer_value_t *upper)
+                        transformer_value_t &lower, transformer_value_t &upper)
 {
     std::string_view rest = csa_str_view(text);
     if (rest.empty())
@@ -80,9 +80,9 @@ int transformer_integer(const transformer_integer_width &width, csa_str_t text, 
     const int32_t first = transformer_read_decimal(rest);
     if (!is_in_range(first, width.max))
         return MODULE_ERR_OVERFLOW;
-    *lower = {};
-    *upper = {};
-    lower->number = upper->number = static_cast<uint32_t>(first);
+    lower = {};
+    upper = {};
+    lower.number = upper.number = static_cast<uint32_t>(first);
     if (is_inequation(inequation)) {
         if (dash != std::string_view::npos)
             return MODULE_ERR_INVALID;
@@ -93,6 +93,6 @@ int transformer_integer(const transformer_integer_width &width, csa_str_t text, 
     const int32_t second = transformer_read_decimal(rest.substr(dash + 1));
     if (!is_in_range(second, width.max))
         return width.upper_error;
-    upper->number = static_cast<uint32_t>(second);
+    upper.number = static_cast<uint32_t>(second);
     return first > second ? MODULE_ERR_INVALID : MODULE_SUCCESS;
 }

@@ -12,11 +12,11 @@ struct transformer_integer_width {
     int upper_error; ///< returned for the second number of a range when it is out of range
 };
 
-/// Reads `text` as transformer.h describes for the integer forms. Returns 0, -1, -27 or
-/// `width.upper_error`.
+/// Reads `text` as transformer.h describes for the integer forms. Returns 0, MODULE_ERR_INVALID,
+/// MODULE_ERR_OVERFLOW or `width.upper_error`.
 [[nodiscard]] int transformer_integer(const transformer_integer_width &width, csa_str_t text,
-                                      uint32_t inequation, transformer_value_t *lower,
-                                      transformer_value_t *upper);
+                                      uint32_t inequation, transformer_value_t &lower,
+                                      transformer_value_t &upper);
 
 /// Reads a decimal number from the start of `text`: blanks, a sign, digits up to the first other
 /// byte. Without digits the number is 0; beyond 32 signed bits it stays at their limits.

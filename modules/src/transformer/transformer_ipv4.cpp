@@ -80,23 +80,23 @@ int ip_transformer_parse_ipv4(std::string_view rest, ipv4_text &parsed)
 
 } // namespace
 
-int transformer_ipv4(csa_str_t text, uint32_t, transformer_value_t *lower,
-                     transformer_value_t *upper)
+int transformer_ipv4(csa_str_t text, uint32_t, transformer_value_t &lower,
+                     transformer_value_t &upper)
 {
     ipv4_text parsed;
     const int error = ip_transformer_parse_ipv4(csa_str_view(text), parsed);
     if (error != MODULE_SUCCESS)
         return error;
-    *lower = {};
-    *upper = {};
+    lower = {};
+    upper = {};
     if (!parsed.has_prefix) {
-        lower->number = parsed.first;
-        upper->number = parsed.second != 0 ? parsed.second : parsed.first;
+        lower.number = parsed.first;
+        upper.number = parsed.second != 0 ? parsed.second : parsed.first;
         return MODULE_SUCCESS;
     }
     // The shift is taken modulo 32: a prefix of 0 has the host mask 0, like one of 32.
     const uint32_t host_mask = (1U << ((PREFIX_MAX - parsed.prefix) % 32)) - 1;
-    lower->number = parsed.first & ~host_mask;
-    upper->number = parsed.first | host_mask;
+    lower.number = parsed.first & ~host_mask;
+    upper.number = parsed.first | host_mask;
     return MODULE_SUCCESS;
 }

@@ -107,17 +107,17 @@ ipv6_bytes host_mask(uint32_t prefix)
     return mask;
 }
 
-void to_host_words(const ipv6_bytes &bytes, transformer_value_t *value)
+void to_host_words(const ipv6_bytes &bytes, transformer_value_t &value)
 {
-    *value = {};
-    for (size_t i = 0; i < value->address.size(); ++i)
-        value->address[i] = csa_get_be32(&bytes[4 * i]);
+    value = {};
+    for (size_t i = 0; i < value.address.size(); ++i)
+        value.address[i] = csa_get_be32(&bytes[4 * i]);
 }
 
 } // namespace
 
-int transformer_ipv6(csa_str_t text, uint32_t, transformer_value_t *lower,
-                     transformer_value_t *upper)
+int transformer_ipv6(csa_str_t text, uint32_t, transformer_value_t &lower,
+                     transformer_value_t &upper)
 {
     const std::string_view whole = csa_str_view(text);
     const size_t slash = whole.find('/');

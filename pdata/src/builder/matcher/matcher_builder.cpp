@@ -43,7 +43,7 @@ void copy_desc(matcher_build *matcher, const matcher_desc_t &desc)
 pdata_status_t matcher_register_number(matcher_build *matcher, const matcher_data_t &data,
                                        uint32_t item_id)
 {
-    return number_status(number_register(&matcher->number, {data.left, data.right, item_id}));
+    return number_status(number_register(matcher->number, {data.left, data.right, item_id}));
 }
 
 pdata_status_t matcher_serialize_meta(const matcher_build &matcher, tlv_sink_t &sink)
@@ -57,10 +57,7 @@ pdata_status_t matcher_serialize_meta(const matcher_build &matcher, tlv_sink_t &
 pdata_status_t matcher_serialize_number(const matcher_build &matcher, tlv_sink_t &sink)
 {
     const size_t header = tlv_open_record(sink);
-    const size_t size = number_get_size(matcher.number);
-    uint8_t *at = tlv_sink_take(sink, size);
-    if (at != nullptr && number_serialize(matcher.number, {at, size}) == nullptr)
-        return PDATA_ERR_INVALID_ARGUMENT;
+    number_emit(matcher.number, sink);
     return tlv_close_record(sink, header, TLV_TYPE_MATCHER_NUMBER);
 }
 
@@ -77,7 +74,7 @@ pdata_status_t matcher_init(matcher_build *matcher, uint32_t matcher_type, uint3
     matcher->matcher_id = matcher_id;
     copy_desc(matcher, desc);
     if (is_number(matcher_type))
-        return number_status(number_init(&matcher->number, matcher_type));
+        return number_status(number_init(matcher->number, matcher_type));
     if (const int ret = hstring_init(&matcher->hstring, 0); ret != 0)
         return module_err2pdata_status(PDATA_MODULE_HSTRING, ret);
     return stream_status(pattern_init(&matcher->pattern, matcher->algo, matcher->alpha_config));
@@ -106,7 +103,7 @@ pdata_status_t matcher_register(matcher_build *matcher, const matcher_data_t &da
 pdata_status_t matcher_finalize(matcher_build *matcher)
 {
     if (is_number(matcher->matcher_type))
-        return number_status(number_finalize(&matcher->number));
+        return number_status(number_finalize(matcher->number));
     if (is_stream(matcher->matcher_type))
         return stream_status(pattern_finalize(matcher->pattern));
     return PDATA_ERR_INVALID_ARGUMENT;
@@ -141,6 +138,6 @@ pdata_status_t matcher_serialize(const matcher_build &matcher, std::span<uint8_t
 void matcher_build_clean(matcher_build *matcher)
 {
     pattern_clean(matcher->pattern);
-    number_clean(&matcher->number);
+    number_clean(matcher->number);
     *matcher = {};
 }

@@ -235,7 +235,7 @@ pdata_status_t unescape(std::string_view value, std::string *bytes)
 pdata_status_t matcher_serialize_pattern(const matcher_build &matcher, tlv_sink_t &sink)
 {
     const size_t header = tlv_open_record(sink);
-    pattern_serialize(matcher.pattern, sink);
+    pattern_emit(matcher.pattern, sink);
     return tlv_close_record(sink, header, TLV_TYPE_MATCHER_AC);
 }
 

@@ -39,7 +39,7 @@ pdata_status_t convert_token(const pdb_matcher_run_t &run, const pdb_matcher_elt
     }
     data->pattern = token;
     const transformer_fct transformer = run.list.matcher_list_info;
-    const int ret = transformer(csa_str(token), INEQUATION_NONE, &data->left, &data->right);
+    const int ret = transformer(csa_str(token), INEQUATION_NONE, data->left, data->right);
     if (ret == 0)
         return PDATA_SUCCESS;
     pdata_diag_error(PDATA_DIAG_VALUE_TRANSFORM, run.matcher_type, elt.matcher_elt_val.str_len,

@@ -178,7 +178,7 @@ pdata_status_t write_pattern_set(const psa_stream &streams, psa_file_t &file)
     if (!csa_buf_alloc(buf, pattern_get_size(file.build)))
         return pdata_fail(PDATA_ERR_NO_MEMORY, "PSA : unable to allocate buffer.\n");
     tlv_sink_t sink = tlv_sink_writing(buf);
-    pattern_serialize(file.build, sink);
+    pattern_emit(file.build, sink);
     // A text that is full is reported by the pieces that close it.
     (void)psa_write_serialization(streams, file, buf);
     return PDATA_SUCCESS;
