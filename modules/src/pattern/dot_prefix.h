@@ -71,7 +71,8 @@ struct dp_node {
 };
 
 struct dp_build {
-    std::vector<dp_node> dp_l_node; ///< the start node first
+    std::vector<dp_node> dp_l_node;    ///< the start node first
+    std::vector<uint32_t> dp_wildcard; ///< by offset: the node behind so many wildcards
     std::vector<dp_trans> dp_trans_pool;
     std::vector<dp_propagation> dp_propagation_pool;
     pattern_item_pool_t dp_item;

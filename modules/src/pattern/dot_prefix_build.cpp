@@ -25,14 +25,22 @@ uint32_t follow_or_create(dp_build &build, uint32_t node, uint16_t c)
     return created;
 }
 
+/// Returns the node behind `offset` wildcards, which is made if there is none. All offsets share
+/// one chain of nodes, so that the way to an offset is walked once.
+uint32_t wildcard_node(dp_build &build, uint32_t offset)
+{
+    std::vector<uint32_t> &chain = build.dp_wildcard;
+    while (chain.size() <= offset)
+        chain.push_back(follow_or_create(build, chain.back(), DP_WILDCARD));
+    return chain[offset];
+}
+
 int dot_prefix_do_register(dp_build &build, const pattern_info &info)
 {
     if (info.pattern_len == 0)
         return MODULE_ERR_INVALID;
     build.wildcard_depth = std::max(build.wildcard_depth, uint32_t{info.offset});
-    uint32_t at = 0;
-    for (uint32_t i = 0; i < info.offset; ++i)
-        at = follow_or_create(build, at, DP_WILDCARD);
+    uint32_t at = wildcard_node(build, info.offset);
     for (uint32_t i = 0; i < info.pattern_len; ++i)
         at = follow_or_create(build, at, static_cast<uint8_t>(info.pattern[i]));
     build.node_depth = std::max(build.node_depth, info.pattern_len + info.offset + 1);
@@ -125,6 +133,7 @@ int dot_prefix_init(dp_build &build)
     return module_guard([&]() -> int {
         build = {};
         build.dp_l_node.emplace_back();
+        build.dp_wildcard.push_back(0);
         pattern_alphabet_init(build.alphabet, DOT_PREFIX_NR_META);
         return MODULE_SUCCESS;
     });
