@@ -5,6 +5,9 @@
 namespace
 {
 
+/// Nodes in progress of nearly every expression; more are made room for as they come.
+constexpr size_t FRAMES_OF_A_VALUE = 8;
+
 using context_t = rexpand_expander_context_t;
 using frame_t = rexpand_frame;
 
@@ -284,6 +287,7 @@ int step(rexpand_expander &expander)
 int expand(rexpand_expander &expander)
 {
     rexpand_permutation_list_init(expander.permutations);
+    expander.frames.reserve(FRAMES_OF_A_VALUE);
     expander.frames.push_back({expander.tree.root, {}});
     while (!expander.frames.empty()) {
         const int error = step(expander);

@@ -29,10 +29,8 @@ struct rexpand_frame {
     uint32_t step = 0;                  ///< how often the visitor has been called before
     uint32_t child = REXPAND_NO_NODE;   ///< the child entered last
     uint32_t previous_kind = REXPAND_AST_NODE_COUNT; ///< sequence: kind of the element before
-    bool sets_last_repetition = false;               ///< sequence: `last_repetition` is its own
-    bool saw_other = false; ///< sequence: it holds more than words and optionals
-    bool marked = false;    ///< sequence: its permutations were last left marked
-    size_t copied = 0;      ///< choices: number of permutations each branch starts from
+    bool marked = false; ///< sequence: its permutations were last left marked
+    size_t copied = 0;   ///< choices: number of permutations each branch starts from
 };
 
 struct rexpand_expander {

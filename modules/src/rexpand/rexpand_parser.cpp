@@ -1,10 +1,14 @@
 #include "rexpand_parser.h"
 
+#include <algorithm>
 #include <limits>
 #include <vector>
 
 namespace
 {
+
+/// Nodes that nearly every expression makes do with; more are made room for as they come.
+constexpr size_t NODES_OF_A_VALUE = 32;
 
 /// What opened the part of the expression that is being read.
 enum class opener { entry, group, insensitive, character_class };
@@ -267,6 +271,7 @@ int rexpand_parse(std::string_view expression, rexpand_tree *tree)
     if (expression.size() > std::numeric_limits<uint32_t>::max() / 2)
         return MODULE_ERR_NO_MEMORY;
     const int error = module_guard([&] {
+        tree->nodes.reserve(std::min(expression.size() + 3, NODES_OF_A_VALUE));
         parser state{{expression, 0}, *tree, {}};
         return parse_entry(state);
     });

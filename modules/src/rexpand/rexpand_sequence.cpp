@@ -73,10 +73,8 @@ void enter_element(rexpand_expander &expander, rexpand_frame &frame)
 {
     const element_place place = place_of(expander.tree, frame);
     context_t copy = frame.context;
-    if (!keeps_type(place.kind)) {
+    if (!keeps_type(place.kind))
         frame.context.type = REXPAND_TYPE_REGULAR; // seen by the elements that follow
-        frame.saw_other = true;
-    }
     copy.type = element_type(place, copy.type, frame.context.type);
     rexpand_expander_enter(expander, frame.child, copy);
 }
@@ -100,16 +98,6 @@ void leave_element(rexpand_expander &expander, rexpand_frame &frame)
     frame.previous_kind = kind;
 }
 
-void leave_sequence(rexpand_frame &frame)
-{
-    if (frame.sets_last_repetition)
-        frame.context.last_repetition = false;
-    if (frame.saw_other)
-        frame.context.type = REXPAND_TYPE_PREFIX;
-    if (frame.marked)
-        frame.context.flag = true;
-}
-
 } // namespace
 
 int rexpand_expander_visit_regexp_node(rexpand_expander &expander, rexpand_frame &frame)
@@ -117,17 +105,15 @@ int rexpand_expander_visit_regexp_node(rexpand_expander &expander, rexpand_frame
     const node_t &node = expander.tree.nodes[frame.node];
     if (frame.step == 0) {
         frame.child = node.first_child;
-        if (is_repetition(kind_of(expander.tree, node.last_child))) {
-            frame.sets_last_repetition = !frame.context.last_repetition;
+        if (is_repetition(kind_of(expander.tree, node.last_child)))
             frame.context.last_repetition = true;
-        }
     } else {
         leave_element(expander, frame);
         frame.child = expander.tree.nodes[frame.child].next;
     }
-    if (frame.child == REXPAND_NO_NODE)
-        leave_sequence(frame);
-    else
+    if (frame.child != REXPAND_NO_NODE)
         enter_element(expander, frame);
+    else if (frame.marked)
+        frame.context.flag = true;
     return MODULE_SUCCESS;
 }
