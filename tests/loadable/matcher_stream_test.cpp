@@ -48,6 +48,46 @@ TEST(matcher_stream, the_pieces_of_one_permutation_are_numbered)
     EXPECT_EQ(found_by(matcher, "ab cd ef"), "p0 p1 p2 ");
 }
 
+/// An entry of public id 1 for a piece at a place of a permutation, as matcher_run_t shows it.
+std::string piece_entry(uint32_t kind, uint32_t permutation, uint32_t position, uint32_t pieces)
+{
+    const uint32_t flag =
+        kind | (permutation & 0xFF) << 8 | (position & 0xFF) << 16 | (pieces & 0xFF) << 24;
+    char text[32];
+    std::snprintf(text, sizeof(text), "1,0,%X ", flag);
+    return text;
+}
+
+// Numbers of pieces and permutations have 8 bits each.
+TEST(matcher_stream, the_numbers_of_257_pieces_start_again)
+{
+    matcher_desc_t desc = stream_desc();
+    desc.max_prv_id = 1000;
+    matcher_run_t run(desc);
+    std::string value = "a";
+    std::string expected = piece_entry(MATCHER_MAP_PREFIX, 1, 1, 257);
+    for (uint32_t i = 2; i <= 257; ++i) {
+        value += ".*a";
+        expected += piece_entry(i < 257 ? MATCHER_MAP_REGULAR : MATCHER_MAP_SUFFIX, 1, i, 257);
+    }
+    EXPECT_EQ(run.add(value), "0");
+    EXPECT_EQ(run.entries(), expected);
+}
+
+TEST(matcher_stream, the_permutation_256_is_numbered_0)
+{
+    matcher_desc_t desc = stream_desc();
+    desc.max_prv_id = 1000;
+    desc.max_perm = 256;
+    matcher_run_t run(desc);
+    EXPECT_EQ(run.add("(a|b)(a|b)(a|b)(a|b)(a|b)(a|b)(a|b)(a|b).*c"), "0");
+    std::string expected;
+    for (uint32_t i = 1; i <= 256; ++i)
+        expected +=
+            piece_entry(MATCHER_MAP_PREFIX, i, 1, 2) + piece_entry(MATCHER_MAP_SUFFIX, i, 2, 2);
+    EXPECT_EQ(run.entries(), expected);
+}
+
 TEST(matcher_stream, two_literal_pieces_take_two_private_ids)
 {
     matcher_run_t run(stream_desc());

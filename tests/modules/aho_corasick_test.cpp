@@ -334,7 +334,7 @@ TEST(aho_corasick, a_pattern_of_1024_bytes_builds_and_one_of_1025_does_not)
     EXPECT_EQ(aho_corasick_finalize(fits.build), 0);
     automaton exceeds;
     exceeds.add(make_info(std::string(1025, 'a'), 1));
-    EXPECT_EQ(aho_corasick_finalize(exceeds.build), -27);
+    EXPECT_EQ(aho_corasick_finalize(exceeds.build), MODULE_ERR_OVERFLOW);
 }
 
 TEST(aho_corasick, the_length_limit_does_not_hold_for_preempts)
@@ -377,7 +377,7 @@ TEST(aho_corasick, a_full_alphabet_fails)
     automaton ac;
     ac.add(make_info("a", 1));
     ac.build.ac_alphabet.nr = 256;
-    EXPECT_EQ(aho_corasick_finalize(ac.build), -1);
+    EXPECT_EQ(aho_corasick_finalize(ac.build), MODULE_ERR_INVALID);
 }
 
 TEST(aho_corasick, state_numbers_wrap_at_16_bits_without_complaint)

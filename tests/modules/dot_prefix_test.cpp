@@ -139,7 +139,8 @@ TEST(dot_prefix, case_is_never_folded_and_the_alphabet_never_sorted)
 TEST(dot_prefix, an_empty_pattern_is_refused)
 {
     dots dp;
-    EXPECT_EQ(dot_prefix_register(dp.build, make_info("", 1, PATTERN_OFFSET, 4)), -1);
+    EXPECT_EQ(dot_prefix_register(dp.build, make_info("", 1, PATTERN_OFFSET, 4)),
+              MODULE_ERR_INVALID);
     EXPECT_EQ(dp.build.wildcard_depth, 0U);
     EXPECT_EQ(dp.blob(), dots_bytes(alphabet_bytes(4, {}), "0000 FFFF FFFF 0000", ""));
 }
@@ -148,7 +149,7 @@ TEST(dot_prefix, an_empty_preempt_is_refused_when_the_matcher_is_finalized)
 {
     dots dp;
     dp.add(make_preempt("", 1, 10, PATTERN_PREFIX));
-    EXPECT_EQ(dot_prefix_finalize(dp.build), -1);
+    EXPECT_EQ(dot_prefix_finalize(dp.build), MODULE_ERR_INVALID);
 }
 
 TEST(dot_prefix, a_depth_without_wildcard_node_is_inconsistent)
@@ -156,7 +157,7 @@ TEST(dot_prefix, a_depth_without_wildcard_node_is_inconsistent)
     dots dp;
     dp.add(make_info("a", 1, PATTERN_PREFIX));
     dp.build.wildcard_depth = 1;
-    EXPECT_EQ(dot_prefix_finalize(dp.build), -13);
+    EXPECT_EQ(dot_prefix_finalize(dp.build), MODULE_ERR_RANGE);
 }
 
 TEST(dot_prefix, a_full_alphabet_fails)
@@ -164,7 +165,7 @@ TEST(dot_prefix, a_full_alphabet_fails)
     dots dp;
     dp.add(make_info("a", 1, PATTERN_PREFIX));
     dp.build.alphabet.nr = 256;
-    EXPECT_EQ(dot_prefix_finalize(dp.build), -1);
+    EXPECT_EQ(dot_prefix_finalize(dp.build), MODULE_ERR_INVALID);
 }
 
 TEST(dot_prefix, items_are_repeated_as_registered)

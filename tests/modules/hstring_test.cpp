@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "bytes.h"
+#include "failing_alloc.h"
 #include "hstring.h"
 
 namespace
@@ -50,13 +51,13 @@ TEST(hstring_build, refuses_empty_and_absent_strings)
 {
     string_htable table = make_table();
     uint32_t offset = 7;
-    EXPECT_EQ(hstring_get_offset(&table, csa_str(""), &offset), -1);
-    EXPECT_EQ(hstring_get_offset(&table, csa_str_t{3, nullptr}, &offset), -1);
-    EXPECT_EQ(hstring_get_offset(nullptr, csa_str("a"), &offset), -1);
+    EXPECT_EQ(hstring_get_offset(&table, csa_str(""), &offset), MODULE_ERR_INVALID);
+    EXPECT_EQ(hstring_get_offset(&table, csa_str_t{3, nullptr}, &offset), MODULE_ERR_INVALID);
+    EXPECT_EQ(hstring_get_offset(nullptr, csa_str("a"), &offset), MODULE_ERR_INVALID);
     string_htable fresh;
-    EXPECT_EQ(hstring_get_offset(&fresh, csa_str("a"), &offset), -1);
+    EXPECT_EQ(hstring_get_offset(&fresh, csa_str("a"), &offset), MODULE_ERR_INVALID);
     EXPECT_EQ(table.hb_offset, 0U);
-    EXPECT_EQ(hstring_init(nullptr, 0), -1);
+    EXPECT_EQ(hstring_init(nullptr, 0), MODULE_ERR_INVALID);
 }
 
 TEST(hstring_build, a_text_of_65536_bytes_counts_as_empty)
@@ -64,7 +65,7 @@ TEST(hstring_build, a_text_of_65536_bytes_counts_as_empty)
     string_htable table = make_table();
     const std::string text(65536, 'x');
     uint32_t offset;
-    EXPECT_EQ(hstring_get_offset(&table, csa_str(text), &offset), -1);
+    EXPECT_EQ(hstring_get_offset(&table, csa_str(text), &offset), MODULE_ERR_INVALID);
     const std::string longer = text + "yz";
     EXPECT_EQ(put(table, longer), 0U);
     EXPECT_EQ(blob_of(table), bytes("0002 'x'x"));
@@ -124,6 +125,37 @@ TEST(hstring_build, strings_equal_up_to_a_zero_byte_share_an_offset_within_a_lin
     EXPECT_EQ(put(table, first), 16U) << "another length is another string";
 }
 
+TEST(hstring_build, a_cleaned_pool_holds_nothing_and_wants_to_be_initialised)
+{
+    string_htable table = make_table();
+    put(table, "abc");
+    hstring_clean(&table);
+    EXPECT_EQ(hstring_get_size(table), 0U);
+    EXPECT_EQ(hstring_find_elt(table, csa_str("abc")), nullptr);
+    uint32_t offset;
+    EXPECT_EQ(hstring_get_offset(&table, csa_str("abc"), &offset), MODULE_ERR_INVALID);
+    ASSERT_EQ(hstring_init(&table, 0), 0);
+    EXPECT_EQ(put(table, "de"), 0U);
+    EXPECT_EQ(blob_of(table), bytes("0002 'd'e"));
+    hstring_clean(nullptr);
+}
+
+TEST(hstring_build, missing_memory_is_no_empty_string)
+{
+    failing_alloc_sweep(
+        [] {
+            string_htable table;
+            uint32_t offset = 0;
+            if (const int code = hstring_init(&table, 0); code != 0)
+                return code;
+            const int code = hstring_get_offset(&table, csa_str("abc"), &offset);
+            EXPECT_EQ(offset, code == 0 ? 0U : HSTRING_NO_OFFSET);
+            EXPECT_EQ(hstring_get_size(table), code == 0 ? 8U : 0U);
+            return code;
+        },
+        [](int code) { EXPECT_EQ(code, MODULE_ERR_NO_MEMORY); });
+}
+
 TEST(hstring_build, hash_takes_bytes_as_signed)
 {
     EXPECT_EQ(djb2_hashk("\xFF", 1), 177572U);
@@ -137,7 +169,7 @@ TEST(hstring_serialize, refuses_another_size_and_writes_nothing)
     put(table, "abc");
     for (const size_t size : {0U, 6U, 7U, 12U}) {
         std::vector<uint8_t> buf(size, 0xEE);
-        EXPECT_EQ(hstring_serialize(table, buf), -1);
+        EXPECT_EQ(hstring_serialize(table, buf), MODULE_ERR_INVALID);
         EXPECT_EQ(buf, std::vector<uint8_t>(size, 0xEE));
     }
 }
@@ -148,7 +180,7 @@ TEST(hstring_serialize, refuses_a_length_beyond_16_bits)
     put(table, "abc");
     table.hb_tab[0].hse_len = 65536;
     std::vector<uint8_t> buf(8, 0xEE);
-    EXPECT_EQ(hstring_serialize(table, buf), -1);
+    EXPECT_EQ(hstring_serialize(table, buf), MODULE_ERR_INVALID);
     EXPECT_EQ(buf, std::vector<uint8_t>(8, 0xEE));
 }
 
@@ -161,9 +193,9 @@ TEST(hstring_get_str, needs_three_bytes_at_the_offset)
     EXPECT_EQ(csa_str_view(str), "abc");
     EXPECT_EQ(hstring_get_str(view, 6, &str), 0);
     EXPECT_EQ(csa_str_view(str), "de");
-    EXPECT_EQ(hstring_get_str(view, 10, &str), -1);
+    EXPECT_EQ(hstring_get_str(view, 10, &str), MODULE_ERR_INVALID);
     EXPECT_EQ(hstring_get_str(view, 9, &str), 0);
-    EXPECT_EQ(hstring_get_str(view, 0xFFFFFFFFU, &str), -1);
+    EXPECT_EQ(hstring_get_str(view, 0xFFFFFFFFU, &str), MODULE_ERR_INVALID);
 }
 
 TEST(hstring_get_str, cuts_a_string_at_the_end_of_the_pool)
@@ -178,14 +210,14 @@ TEST(hstring_get_str, refuses_pools_too_short_for_a_string)
 {
     const auto blob = bytes("0001");
     csa_str_t str;
-    EXPECT_EQ(hstring_get_str({blob.data(), 2}, 0, &str), -1);
-    EXPECT_EQ(hstring_get_str({blob.data(), 1}, 0, &str), -1);
-    EXPECT_EQ(hstring_get_str({nullptr, 0}, 0, &str), -1);
+    EXPECT_EQ(hstring_get_str({blob.data(), 2}, 0, &str), MODULE_ERR_INVALID);
+    EXPECT_EQ(hstring_get_str({blob.data(), 1}, 0, &str), MODULE_ERR_INVALID);
+    EXPECT_EQ(hstring_get_str({nullptr, 0}, 0, &str), MODULE_ERR_INVALID);
 }
 
 TEST(hstring_deserialize, refuses_an_absent_view)
 {
-    EXPECT_EQ(hstring_deserialize(nullptr, nullptr, 0), -1);
+    EXPECT_EQ(hstring_deserialize(nullptr, nullptr, 0), MODULE_ERR_INVALID);
 }
 
 TEST(hstring_build_deserialize, reproduces_the_offsets)
@@ -216,6 +248,22 @@ TEST(hstring_build_deserialize, a_padded_blob_is_taken_whole)
     EXPECT_EQ(table.hb_offset, 10U);
 }
 
+// An entry whose padded length is that of the whole pool ends the walk, and one that is shorter by
+// two has its bytes read as lengths.
+TEST(hstring_build_deserialize, an_entry_as_long_as_its_pool_ends_the_walk)
+{
+    for (const auto &[text, held] : {std::pair("000A 0001 'z 00 00 00 00 00", 0U),
+                                     std::pair("0009 0001 'z 00 00 00 00 00", 0U),
+                                     std::pair("0008 0001 'z 00 00 00 00 00", 1U),
+                                     std::pair("0006 0001 'z 00 00 00 00 00", 1U)}) {
+        const auto blob = bytes(text);
+        const hstring_t view{blob.data(), static_cast<uint32_t>(blob.size())};
+        string_htable table = make_table();
+        EXPECT_EQ(hstring_build_deserialize(&view, &table), 0) << text;
+        EXPECT_EQ(table.hb_tab.size(), held) << text;
+    }
+}
+
 // The last entry ends with the blob: its bytes are read as the lengths of further entries.
 TEST(hstring_build_deserialize, a_final_entry_is_read_as_lengths)
 {
@@ -231,15 +279,20 @@ TEST(hstring_build_deserialize, refuses_nothing_and_survives_every_cut)
 {
     string_htable table = make_table();
     const hstring_t empty;
-    EXPECT_EQ(hstring_build_deserialize(&empty, &table), -1);
-    EXPECT_EQ(hstring_build_deserialize(nullptr, &table), -1);
+    EXPECT_EQ(hstring_build_deserialize(&empty, &table), MODULE_ERR_INVALID);
+    EXPECT_EQ(hstring_build_deserialize(nullptr, &table), MODULE_ERR_INVALID);
     const auto blob = bytes("0003 'a'b'c 00 0002 'd'e FFFF 0001 'q 00");
     for (uint32_t len = 1; len <= blob.size(); ++len) {
         const std::vector<uint8_t> cut(blob.begin(), blob.begin() + len);
         const hstring_t view{cut.data(), len};
         string_htable copy = make_table();
         EXPECT_EQ(hstring_build_deserialize(&view, &copy), 0);
-        EXPECT_EQ(hstring_build_deserialize(&view, nullptr), -1);
+        EXPECT_EQ(hstring_build_deserialize(&view, nullptr), MODULE_ERR_INVALID);
+        std::string held;
+        for (const hs_elt &elt : copy.hb_tab)
+            held += std::string(elt.hse_str, elt.hse_len) + " ";
+        // A string is taken once a byte stands behind it; the length FFFF is never reached.
+        EXPECT_EQ(held, len < 7 ? "" : len < 11 ? "abc " : "abc de ") << len;
     }
 }
 

@@ -85,7 +85,7 @@ TEST(pattern_alphabet, refuses_a_new_byte_when_256_are_in)
     ps_alphabet alphabet;
     pattern_alphabet_init(alphabet, 1);
     alphabet.nr = 256;
-    EXPECT_EQ(pattern_alphabet_insert(alphabet, 'a'), -1);
+    EXPECT_EQ(pattern_alphabet_insert(alphabet, 'a'), MODULE_ERR_INVALID);
 }
 
 TEST(pattern_alphabet, folding_gives_capitals_the_code_of_their_small_letter)

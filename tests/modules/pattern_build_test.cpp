@@ -89,15 +89,16 @@ TEST(pattern_build, nine_engine_sets_are_allowed)
     const std::set<uint32_t> allowed{2, 4, 8, 16, 32, 14, 20, 34, 48};
     for (uint32_t algo = 0; algo < 300; ++algo)
         EXPECT_EQ(pattern_algo_check(algo), allowed.count(algo) != 0 ? 0 : -11) << algo;
-    EXPECT_EQ(pattern_algo_check(0xFFFFFFFF), -11);
+    EXPECT_EQ(pattern_algo_check(0xFFFFFFFF), MODULE_ERR_OPERATION);
 }
 
 TEST(pattern_build, init_checks_the_engines_before_the_build)
 {
     pattern_build build;
-    EXPECT_EQ(pattern_init(nullptr, 3, 0), -11);
-    EXPECT_EQ(pattern_init(nullptr, PATTERN_ALGO_CLASSIC, 0), -1);
-    EXPECT_EQ(pattern_init(&build, PATTERN_ALGO_CLASSIC | PATTERN_ALGO_ICASE, 0), -11);
+    EXPECT_EQ(pattern_init(nullptr, 3, 0), MODULE_ERR_OPERATION);
+    EXPECT_EQ(pattern_init(nullptr, PATTERN_ALGO_CLASSIC, 0), MODULE_ERR_INVALID);
+    EXPECT_EQ(pattern_init(&build, PATTERN_ALGO_CLASSIC | PATTERN_ALGO_ICASE, 0),
+              MODULE_ERR_OPERATION);
     EXPECT_EQ(pattern_init(&build, PATTERN_ALGO_CLASSIC, 0x106), 0);
     EXPECT_EQ(build.alpha_config, 6);
     EXPECT_EQ(build.aho_corasick.ac_alphabet.config, 6);
@@ -171,7 +172,8 @@ TEST(pattern_build, a_build_without_engines_rejects_every_type)
     pattern_build build;
     for (uint32_t type = 0; type <= PATTERN_NB; ++type) {
         pattern_info info = make_info("ab", 5, static_cast<pattern_type_t>(type));
-        EXPECT_EQ(pattern_register(build, info, MINDATA_NOT_MANDATORY, EXACT_MATCH_DEFAULT), -11);
+        EXPECT_EQ(pattern_register(build, info, MINDATA_NOT_MANDATORY, EXACT_MATCH_DEFAULT),
+                  MODULE_ERR_OPERATION);
     }
 }
 
@@ -188,13 +190,13 @@ int check_mindata(uint32_t mindata, mindata_status_t status, type_offset offset 
 TEST(pattern_build, mandatory_mindata_reaches_the_end_of_the_pattern)
 {
     EXPECT_EQ(check_mindata(65536, MINDATA_MANDATORY), 0);
-    EXPECT_EQ(check_mindata(0, MINDATA_MANDATORY), -1);
+    EXPECT_EQ(check_mindata(0, MINDATA_MANDATORY), MODULE_ERR_INVALID);
     EXPECT_EQ(check_mindata(4, MINDATA_MANDATORY), 0);
-    EXPECT_EQ(check_mindata(3, MINDATA_MANDATORY), -1);
+    EXPECT_EQ(check_mindata(3, MINDATA_MANDATORY), MODULE_ERR_INVALID);
     EXPECT_EQ(check_mindata(14, MINDATA_MANDATORY, 10), 0);
-    EXPECT_EQ(check_mindata(13, MINDATA_MANDATORY, 10), -1);
+    EXPECT_EQ(check_mindata(13, MINDATA_MANDATORY, 10), MODULE_ERR_INVALID);
     EXPECT_EQ(check_mindata(65536, MINDATA_MANDATORY, 65535), 0);
-    EXPECT_EQ(check_mindata(65537, MINDATA_MANDATORY, 65535), -1);
+    EXPECT_EQ(check_mindata(65537, MINDATA_MANDATORY, 65535), MODULE_ERR_INVALID);
     EXPECT_EQ(check_mindata(0, MINDATA_NOT_MANDATORY), 0);
     EXPECT_EQ(check_mindata(3, MINDATA_NOT_MANDATORY), 0);
 }
@@ -204,7 +206,8 @@ TEST(pattern_build, a_mandatory_mindata_of_0_is_refused_even_for_an_empty_patter
     pattern_build build;
     ASSERT_EQ(pattern_init(&build, PATTERN_ALGO_CLASSIC, 0), 0);
     pattern_info info = make_info("", 5);
-    EXPECT_EQ(pattern_register(build, info, MINDATA_MANDATORY, EXACT_MATCH_DEFAULT), -1);
+    EXPECT_EQ(pattern_register(build, info, MINDATA_MANDATORY, EXACT_MATCH_DEFAULT),
+              MODULE_ERR_INVALID);
     info.mindata = 1;
     EXPECT_EQ(pattern_register(build, info, MINDATA_MANDATORY, EXACT_MATCH_DEFAULT), 0);
 }
@@ -214,9 +217,11 @@ TEST(pattern_build, the_engines_are_checked_before_the_mindata)
     pattern_build build;
     ASSERT_EQ(pattern_init(&build, PATTERN_ALGO_OFFSET_V3, 0), 0);
     pattern_info info = make_info("abcd", 5, PATTERN_SUFFIX);
-    EXPECT_EQ(pattern_register(build, info, MINDATA_MANDATORY, EXACT_MATCH_DEFAULT), -11);
+    EXPECT_EQ(pattern_register(build, info, MINDATA_MANDATORY, EXACT_MATCH_DEFAULT),
+              MODULE_ERR_OPERATION);
     info.type = PATTERN_NB;
-    EXPECT_EQ(pattern_register(build, info, MINDATA_MANDATORY, EXACT_MATCH_DEFAULT), -1);
+    EXPECT_EQ(pattern_register(build, info, MINDATA_MANDATORY, EXACT_MATCH_DEFAULT),
+              MODULE_ERR_INVALID);
 }
 
 TEST(pattern_build, exact_dispatch_rewrites_the_type_for_the_caller_to_see)
@@ -305,12 +310,12 @@ TEST(pattern_build, finalize_returns_the_first_failure)
     ASSERT_EQ(pattern_register(deep, info, MINDATA_NOT_MANDATORY, EXACT_MATCH_DEFAULT), 0);
     info = make_preempt("", 1, 1, PATTERN_PREFIX);
     ASSERT_EQ(pattern_register(deep, info, MINDATA_NOT_MANDATORY, EXACT_MATCH_DEFAULT), 0);
-    EXPECT_EQ(pattern_finalize(deep), -27);
+    EXPECT_EQ(pattern_finalize(deep), MODULE_ERR_OVERFLOW);
 
     pattern_build empty;
     ASSERT_EQ(pattern_init(&empty, PATTERN_ALGO_OFFSET_V3, 0), 0);
     ASSERT_EQ(pattern_register(empty, info, MINDATA_NOT_MANDATORY, EXACT_MATCH_DEFAULT), 0);
-    EXPECT_EQ(pattern_finalize(empty), -1);
+    EXPECT_EQ(pattern_finalize(empty), MODULE_ERR_INVALID);
 }
 
 TEST(pattern_build, an_empty_pattern_is_refused_by_the_dot_prefix_matcher_alone)
@@ -318,7 +323,8 @@ TEST(pattern_build, an_empty_pattern_is_refused_by_the_dot_prefix_matcher_alone)
     pattern_build build;
     ASSERT_EQ(pattern_init(&build, PATTERN_ALGO_OFFSET_V2, 0), 0);
     pattern_info info = make_info("", 1, PATTERN_OFFSET, 1);
-    EXPECT_EQ(pattern_register(build, info, MINDATA_NOT_MANDATORY, EXACT_MATCH_DEFAULT), -1);
+    EXPECT_EQ(pattern_register(build, info, MINDATA_NOT_MANDATORY, EXACT_MATCH_DEFAULT),
+              MODULE_ERR_INVALID);
     info = make_info("", 1);
     EXPECT_EQ(pattern_register(build, info, MINDATA_NOT_MANDATORY, EXACT_MATCH_DEFAULT), 0);
 }

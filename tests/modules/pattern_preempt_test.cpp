@@ -162,7 +162,7 @@ TEST(pattern_preempt, preempts_are_inserted_in_list_order_up_to_the_first_failur
         inserted.append(info.pattern, info.pattern_len);
         return info.mindata == 2 ? -5 : 0;
     });
-    EXPECT_EQ(code, -5);
+    EXPECT_EQ(code, MODULE_ERR_NO_MEMORY);
     EXPECT_EQ(inserted, "ab");
 }
 

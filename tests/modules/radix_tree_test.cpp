@@ -261,7 +261,7 @@ TEST(radix_tree, a_bitmap_that_cannot_grow_is_reported_and_dropped)
     failing_alloc_arm(1);
     const int code = radix_tree_register_exact(tree.build, make_info("ab", 5000, PATTERN_PREFIX));
     EXPECT_TRUE(failing_alloc_disarm());
-    EXPECT_EQ(code, -5);
+    EXPECT_EQ(code, MODULE_ERR_NO_MEMORY);
     EXPECT_EQ(bitmap_build_tot_size(tree.build.rt_exact_bitmap), 0U);
     EXPECT_EQ(tree.blob(), bytes(""));
 }
@@ -403,7 +403,7 @@ TEST(radix_tree, a_full_alphabet_fails)
     radix tree;
     tree.add(make_info("a", 1, PATTERN_PREFIX));
     tree.build.rt_alphabet.nr = 256;
-    EXPECT_EQ(radix_tree_finalize(tree.build), -1);
+    EXPECT_EQ(radix_tree_finalize(tree.build), MODULE_ERR_INVALID);
 }
 
 TEST(radix_tree, leaves_are_marked)

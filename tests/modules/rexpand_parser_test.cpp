@@ -222,6 +222,41 @@ TEST(rexpand_parse, a_following_hexadecimal_escape_ends_the_run_or_starts_the_ne
     EXPECT_EQ(parse("[\\x41\\x-\\x43]"), "seq(class(range(number(A) number(C))))");
 }
 
+// The first and the last of the digits, of the small and of the capital letters, in either place,
+// and the bytes beside them.
+TEST(rexpand_parse, hexadecimal_digits_end_where_they_end)
+{
+    const std::string digits = "0123456789abcdefABCDEF";
+    const std::vector<int> values = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10,
+                                     11, 12, 13, 14, 15, 10, 11, 12, 13, 14, 15};
+    for (int byte = 1; byte < 256; ++byte) {
+        const char c = static_cast<char>(byte);
+        const size_t at = digits.find(c);
+        const std::string high = parse(std::string("\\x") + c + "0");
+        const std::string low = parse(std::string("\\x4") + c);
+        if (at == std::string::npos) {
+            EXPECT_NE(high.substr(0, 11), "seq(number(") << byte;
+            EXPECT_NE(low.substr(0, 11), "seq(number(") << byte;
+            continue;
+        }
+        EXPECT_EQ(high, "seq(number(" + std::string(1, static_cast<char>(values[at] * 16)) + "))");
+        EXPECT_EQ(low, "seq(number(" + std::string(1, static_cast<char>(64 + values[at])) + "))");
+    }
+}
+
+TEST(rexpand_parse, forgets_what_a_used_tree_holds)
+{
+    rexpand_tree tree;
+    ASSERT_EQ(rexpand_parse("^a(b|c)[d-e]*\\x41$", &tree), 0);
+    ASSERT_EQ(rexpand_parse("xy", &tree), 0);
+    EXPECT_EQ(rexpand_show(tree, tree.root), "seq(seq(word(xy)))");
+    EXPECT_EQ(tree.nodes.size(), 3U);
+    EXPECT_EQ(tree.text, "xy");
+    EXPECT_EQ(rexpand_parse("(", &tree), MODULE_ERR_INVALID);
+    EXPECT_TRUE(tree.nodes.empty());
+    EXPECT_EQ(tree.root, REXPAND_NO_NODE);
+}
+
 TEST(rexpand_parse, reports_missing_memory)
 {
     const std::string text = "^a(b|c\\[d\\])[e-f\\x41]*$";
@@ -230,7 +265,7 @@ TEST(rexpand_parse, reports_missing_memory)
             rexpand_tree tree;
             return rexpand_parse(text, &tree);
         },
-        [](int code) { EXPECT_EQ(code, -5); });
+        [](int code) { EXPECT_EQ(code, MODULE_ERR_NO_MEMORY); });
 }
 
 } // namespace

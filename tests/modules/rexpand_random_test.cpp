@@ -290,7 +290,7 @@ TEST(rexpand_hostile, large_classes)
 TEST(rexpand_hostile, choices_that_multiply_end_for_want_of_memory)
 {
     const std::string level = "([0-?][0-?]|aaaaaaaaaaaaaa";
-    expand(repeat(level, 2400) + repeat(")", 2400), -5);
+    expand(repeat(level, 2400) + repeat(")", 2400), MODULE_ERR_NO_MEMORY);
     EXPECT_EQ(expand(std::string("[0-?][0-?]") + repeat("(a|[0-?]", 5000) + repeat(")", 5000) +
                      std::string(10000, 'a')),
               256U);
@@ -304,7 +304,7 @@ TEST(rexpand_hostile, a_caller_may_allow_many_permutations)
     EXPECT_EQ(nb, 26U * 26 * 26 * 26);
     ASSERT_EQ(rexpand_process(repeat("a?", 16), 0xFFFFFFFF, &nb, &list), 0);
     EXPECT_EQ(nb, 65536U);
-    EXPECT_EQ(rexpand_process(repeat("a?", 40), 0xFFFFFFFF, &nb, &list), -5);
+    EXPECT_EQ(rexpand_process(repeat("a?", 40), 0xFFFFFFFF, &nb, &list), MODULE_ERR_NO_MEMORY);
 }
 
 } // namespace

@@ -292,7 +292,7 @@ TEST(rexpand_process, needs_a_list_and_empties_it_on_failure)
     EXPECT_EQ(nb, 0U);
     EXPECT_TRUE(list.empty());
     list.resize(3);
-    EXPECT_EQ(rexpand_process("ab[c-a]", 32, &nb, &list), -13);
+    EXPECT_EQ(rexpand_process("ab[c-a]", 32, &nb, &list), MODULE_ERR_RANGE);
     EXPECT_TRUE(list.empty());
     EXPECT_EQ(rexpand_process("a|b", 32, &nb, &list), 0);
     EXPECT_EQ(nb, 2U);
@@ -352,10 +352,10 @@ TEST(rexpand_expander, refuses_a_kind_outside_the_table)
         tree.root = rexpand_ast_add(tree, kind);
         rexpand_permutation_list list(1);
         uint32_t nb = 1;
-        EXPECT_EQ(rexpand_expander_visit(tree, 32, &nb, &list), -27);
+        EXPECT_EQ(rexpand_expander_visit(tree, 32, &nb, &list), MODULE_ERR_OVERFLOW);
         EXPECT_TRUE(list.empty());
         tree.root = rexpand_ast_wrap(tree, REXPAND_AST_REGEXP_NODE, tree.root);
-        EXPECT_EQ(rexpand_expander_visit(tree, 32, &nb, &list), -27);
+        EXPECT_EQ(rexpand_expander_visit(tree, 32, &nb, &list), MODULE_ERR_OVERFLOW);
     }
 }
 
@@ -484,9 +484,10 @@ TEST(rexpand_permutation, refuses_to_go_beyond_its_budget)
     for (int i = 0; i < 10 && code == 0; ++i)
         code = rexpand_permutation_insert_pattern(work.stack, 0, text, 0, REXPAND_TYPE_EXACT,
                                                   work.budget);
-    EXPECT_EQ(code, -5);
+    EXPECT_EQ(code, MODULE_ERR_NO_MEMORY);
     EXPECT_LE(work.stack.permutations[0].patterns[0].str.size(), 200U);
-    EXPECT_EQ(rexpand_permutation_copy(work.stack, 0, 1, work.stack, work.budget), -5);
+    EXPECT_EQ(rexpand_permutation_copy(work.stack, 0, 1, work.stack, work.budget),
+              MODULE_ERR_NO_MEMORY);
 }
 
 TEST(rexpand_process, reports_missing_memory)
@@ -497,7 +498,7 @@ TEST(rexpand_process, reports_missing_memory)
             rexpand_permutation_list list;
             return rexpand_process(text, 100, nullptr, &list);
         },
-        [](int code) { EXPECT_EQ(code, -5); });
+        [](int code) { EXPECT_EQ(code, MODULE_ERR_NO_MEMORY); });
 }
 
 } // namespace
