@@ -3,7 +3,9 @@
 // "--once engine patterns" performs one run and nothing else, for a counter of instructions; with
 // the engine "none" it makes the input only.
 #include <cstdlib>
+#include <map>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "allocation_peak.h"
@@ -175,6 +177,120 @@ constexpr engine_t engines[] = {
     {"interval_ip6", [](const input_t &in) { return run_number(in.ip6, MATCHER_TYPE_IP_6); }},
 };
 
+/// Input that an engine has to compare, or that multiplies in its output, by number of patterns.
+struct shape_t {
+    const char *name;
+    size_t few; ///< patterns of the smaller of two runs; the larger has twice as many
+    size_t (*input)(size_t patterns, input_t &input); ///< fills the input, returns its bytes
+    output_t (*run)(const input_t &input);
+};
+
+void add_host(input_t &input, std::string text, uint64_t offset)
+{
+    input.host_bytes += text.size();
+    input.hosts.push_back(std::move(text));
+    input.offsets.push_back(static_cast<uint16_t>(offset));
+}
+
+/// Words of two letters at the first eleven offsets.
+size_t dense_words(size_t patterns, input_t &input)
+{
+    random_t random = {2};
+    for (size_t i = 0; i < patterns; ++i) {
+        std::string word(1 + random_below(random, 20), 'a');
+        for (char &c : word)
+            c = static_cast<char>('a' + random_below(random, 2));
+        add_host(input, std::move(word), random_below(random, 11));
+    }
+    return input.host_bytes;
+}
+
+/// One word at every offset.
+size_t dense_repeats(size_t patterns, input_t &input)
+{
+    for (size_t i = 0; i < patterns; ++i)
+        add_host(input, std::string(100, 'a'), i);
+    return input.host_bytes;
+}
+
+/// One string over and over.
+size_t same_string(size_t patterns, input_t &input)
+{
+    for (size_t i = 0; i < patterns; ++i)
+        add_host(input, "a string that is repeated", 0);
+    return input.host_bytes;
+}
+
+/// Intervals of addresses, each within the one before.
+size_t nested_intervals(size_t patterns, input_t &input)
+{
+    for (uint32_t i = 0; i < patterns; ++i)
+        input.ip4.push_back(make_number(i + 1, i * 2, 0x10000000 - i * 2));
+    return patterns * sizeof(number_info);
+}
+
+/// Intervals of addresses, each behind the one before.
+size_t adjacent_intervals(size_t patterns, input_t &input)
+{
+    for (uint32_t i = 0; i < patterns; ++i)
+        input.ip4.push_back(make_number(i + 1, i * 16, i * 16 + 15));
+    return patterns * sizeof(number_info);
+}
+
+output_t run_ip4(const input_t &input)
+{
+    return run_number(input.ip4, MATCHER_TYPE_IP_4);
+}
+
+constexpr shape_t shapes[] = {
+    {"dot_prefix, words at 11 offsets", 4000, dense_words, run_dot_prefix},
+    {"dot_prefix, a word at every offset", 400, dense_repeats, run_dot_prefix},
+    {"aho_corasick, a repeated string", 20000, same_string,
+     [](const input_t &in) { return run_aho_corasick(in, 0); }},
+    {"interval_ip4, nested", 1000, nested_intervals, run_ip4},
+    {"interval_ip4, adjacent", 20000, adjacent_intervals, run_ip4},
+};
+
+/// A run of a shape, and the bytes that it reads and writes.
+struct shape_run_t {
+    input_t input;
+    size_t bytes = 0;
+};
+
+shape_run_t make_shape_run(const shape_t &shape, size_t patterns)
+{
+    shape_run_t run;
+    run.bytes = shape.input(patterns, run.input);
+    run.bytes += shape.run(run.input).bytes;
+    return run;
+}
+
+const shape_run_t &shape_run(const shape_t &shape, bool twice)
+{
+    static std::map<std::pair<const shape_t *, bool>, shape_run_t> runs;
+    const auto [found, is_new] = runs.try_emplace({&shape, twice});
+    if (is_new)
+        found->second = make_shape_run(shape, shape.few * (twice ? 2 : 1));
+    return found->second;
+}
+
+double time_of(const shape_t &shape, bool twice)
+{
+    const shape_run_t &run = shape_run(shape, twice);
+    return bench_time([&] { (void)shape.run(run.input); });
+}
+
+/// Twice the patterns may give more than twice the output: the time is held against the sum.
+void report_shapes()
+{
+    bench_heading("time for twice the input and output:");
+    for (const shape_t &shape : shapes) {
+        const auto few = static_cast<double>(shape_run(shape, false).bytes);
+        const auto many = static_cast<double>(shape_run(shape, true).bytes);
+        bench_at_most(shape.name, bench_median(shape.name) * 2 * few / many, "times", 2.2);
+    }
+}
+
 std::string step_name(const engine_t &engine, uint32_t patterns)
 {
     return std::string(engine.name) + "/" + std::to_string(patterns);
@@ -206,6 +322,7 @@ void report()
 {
     for (const engine_t &engine : engines)
         report_engine(engine);
+    report_shapes();
 }
 
 void run_once(std::string_view name, uint32_t patterns)
@@ -230,5 +347,9 @@ int main(int argc, char **argv)
             bench_add(step_name(engine, patterns), {input.host_bytes, patterns},
                       [&] { return bench_time([&] { (void)engine.run(input); }); });
         }
+    for (const shape_t &shape : shapes)
+        bench_add_ratio(
+            shape.name, [&] { return time_of(shape, true); },
+            [&] { return time_of(shape, false); });
     return bench_main(argc, argv, report);
 }
