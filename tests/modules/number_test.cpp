@@ -483,8 +483,9 @@ TEST(number, many_values_cost_no_search)
             for (uint64_t value = i * 7919 % 65000; value <= i * 7919 % 65000 + i % 3; ++value)
                 expected += value >= 64990 && value < 65005 ? 1 : 0;
         EXPECT_GT(blob.size(), size_t{200000} * 4); // every id stands there
-        if (type == MATCHER_TYPE_IP_4)              // where no place of a record is cut to 16 bits
+        if (type == MATCHER_TYPE_IP_4) {            // where no place of a record is cut to 16 bits
             EXPECT_EQ(found, expected);
+        }
     }
 }
 

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "csa_buf.h"
+#include "module_error.h"
 #include "pattern_build.h"
 #include "row_table.h"
 
