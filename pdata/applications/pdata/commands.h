@@ -1,0 +1,6 @@
+/// What declares each subcommand; the table in command_table.cpp says what they are for.
+#pragma once
+
+#include "command.h"
+
+command_run_t list_declare(CLI::App &app);

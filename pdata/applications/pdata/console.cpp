@@ -1,0 +1,76 @@
+#include "console.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include <unistd.h>
+
+#include "escape.h"
+
+namespace
+{
+
+/// Escape sequences by colour_t.
+constexpr std::array<std::string_view, 7> colour_codes = {
+    "", "\x1b[1;31m", "\x1b[1;33m", "\x1b[1;36m", "\x1b[32m", "\x1b[1m", "\x1b[2m"};
+
+bool wants_colour(std::FILE *stream)
+{
+    const char *no_colour = std::getenv("NO_COLOR");
+    return (no_colour == nullptr || *no_colour == '\0') && isatty(fileno(stream)) != 0;
+}
+
+} // namespace
+
+console_t console_open()
+{
+    console_t console;
+    console.out_colour = wants_colour(console.out);
+    console.err_colour = wants_colour(console.err);
+    console.progress = isatty(fileno(console.err)) != 0;
+    return console;
+}
+
+std::string colour_text(bool on, colour_t colour, std::string_view text)
+{
+    if (!on || colour == COLOUR_PLAIN)
+        return std::string(text);
+    return fmt::format("{}{}\x1b[0m", colour_codes[colour], text);
+}
+
+void console_write(console_t &console, std::string_view text)
+{
+    (void)std::fwrite(text.data(), 1, text.size(), console.out); // console_close looks at it
+}
+
+void console_message(console_t &console, std::string_view text)
+{
+    const std::string line = "pdata: " + escape_terminal(text) + '\n';
+    (void)std::fwrite(line.data(), 1, line.size(), console.err); // nowhere left to complain
+}
+
+void console_document(console_t &console, const json_document_t &document)
+{
+    console_write(console, document.dump(2));
+    console_write(console, "\n");
+}
+
+void console_record(console_t &console, const json_document_t &document)
+{
+    console_write(console, document.dump());
+    console_write(console, "\n");
+    (void)std::fflush(console.out);
+}
+
+bool console_close(console_t &console)
+{
+    errno = 0;
+    if (std::fflush(console.out) == 0 && std::ferror(console.out) == 0)
+        return true;
+    if (errno != EPIPE)
+        console_error(console, "standard output: {}",
+                      errno != 0 ? std::strerror(errno) : "not everything could be written");
+    return false;
+}

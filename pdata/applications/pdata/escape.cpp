@@ -1,0 +1,120 @@
+#include "escape.h"
+
+#include <cstdint>
+
+namespace
+{
+
+uint8_t byte_at(std::string_view text, size_t i)
+{
+    return static_cast<uint8_t>(text[i]);
+}
+
+bool is_continuation(std::string_view text, size_t i)
+{
+    return i < text.size() && (byte_at(text, i) & 0xC0) == 0x80;
+}
+
+/// Bytes that a first byte announces, 0 for one that cannot begin a character.
+size_t announced_length(uint8_t first)
+{
+    if (first < 0x80)
+        return 1;
+    if (first < 0xC2)
+        return 0; // a continuation, or an overlong form of ASCII
+    if (first < 0xE0)
+        return 2;
+    if (first < 0xF0)
+        return 3;
+    return first < 0xF5 ? 4 : 0;
+}
+
+/// The code point of a well-formed sequence.
+uint32_t code_point(std::string_view text, size_t length)
+{
+    if (length == 1)
+        return byte_at(text, 0);
+    uint32_t code = byte_at(text, 0) & (0x7FU >> length);
+    for (size_t i = 1; i < length; ++i)
+        code = code << 6 | (byte_at(text, i) & 0x3FU);
+    return code;
+}
+
+/// Tells whether a code point does something to a terminal other than to show a sign.
+bool is_control(uint32_t code)
+{
+    return code < 0x20 || (code >= 0x7F && code < 0xA0) || // C0, delete, C1
+           code == 0xAD ||                                 // soft hyphen
+           code == 0x061C || code == 0x200E || code == 0x200F ||
+           (code >= 0x2028 && code <= 0x202E) || // line ends, embeddings
+           (code >= 0x2066 && code <= 0x2069) || // isolates
+           code == 0xFEFF || (code >= 0xFFF9 && code <= 0xFFFB) || code >= 0xE0000;
+}
+
+void put_hex(std::string &out, uint8_t byte)
+{
+    static constexpr char digits[] = "0123456789abcdef";
+    out += digits[byte >> 4];
+    out += digits[byte & 15];
+}
+
+} // namespace
+
+size_t utf8_length(std::string_view text)
+{
+    if (text.empty())
+        return 0;
+    const size_t length = announced_length(byte_at(text, 0));
+    for (size_t i = 1; i < length; ++i)
+        if (!is_continuation(text, i))
+            return 0;
+    if (length < 3)
+        return length;
+    const uint32_t code = code_point(text, length);
+    const bool overlong = code < (length == 3 ? 0x800U : 0x10000U);
+    const bool surrogate = code >= 0xD800 && code < 0xE000;
+    return overlong || surrogate || code > 0x10FFFF ? 0 : length;
+}
+
+bool utf8_valid(std::string_view text)
+{
+    while (!text.empty()) {
+        const size_t length = utf8_length(text);
+        if (length == 0)
+            return false;
+        text.remove_prefix(length);
+    }
+    return true;
+}
+
+std::string escape_terminal(std::string_view text)
+{
+    std::string out;
+    out.reserve(text.size());
+    while (!text.empty()) {
+        const size_t length = utf8_length(text);
+        const bool shown = length != 0 && !is_control(code_point(text, length));
+        const size_t taken = length == 0 ? 1 : length;
+        if (shown) {
+            out += text.substr(0, taken);
+            if (text.front() == '\\')
+                out += '\\';
+        } else {
+            for (size_t i = 0; i < taken; ++i) {
+                out += "\\x";
+                put_hex(out, byte_at(text, i));
+            }
+        }
+        text.remove_prefix(taken);
+    }
+    return out;
+}
+
+std::string escape_hex(std::string_view text)
+{
+    std::string out;
+    out.reserve(2 * text.size());
+    for (const char byte : text)
+        put_hex(out, static_cast<uint8_t>(byte));
+    return out;
+}

@@ -1,0 +1,24 @@
+/// Untrusted text, made safe to show.
+///
+/// Names and values come from files of strangers: what is printed for people must not move the
+/// cursor, colour the screen, end a line or reverse the reading direction.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// Returns the number of bytes of the UTF-8 character at the front of `text`, 0 when none is there:
+/// `text` is empty, or begins with a malformed, overlong or surrogate sequence or one beyond
+/// U+10FFFF.
+size_t utf8_length(std::string_view text);
+
+/// Tells whether the whole of `text` is UTF-8.
+bool utf8_valid(std::string_view text);
+
+/// Returns `text` for a terminal: printable characters as they are, a backslash doubled, everything
+/// else (control characters, line ends, marks that change the reading direction, bytes that are no
+/// UTF-8) byte by byte as \xHH.
+std::string escape_terminal(std::string_view text);
+
+/// Returns the bytes of `text` as lower-case hexadecimal digits.
+std::string escape_hex(std::string_view text);

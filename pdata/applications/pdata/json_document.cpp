@@ -1,0 +1,27 @@
+#include "json_document.h"
+
+#include <string>
+
+#include "escape.h"
+
+json_document_t json_document(std::string_view name)
+{
+    json_document_t document = json_document_t::object();
+    document["schema"] = "pdata." + std::string(name) + "/1";
+    return document;
+}
+
+json_document_t json_text(std::string_view bytes)
+{
+    if (utf8_valid(bytes))
+        return json_document_t(bytes);
+    return json_document_t{{"hex", escape_hex(bytes)}};
+}
+
+json_document_t json_bytes(std::string_view bytes)
+{
+    json_document_t document{{"hex", escape_hex(bytes)}};
+    if (utf8_valid(bytes))
+        document["text"] = bytes;
+    return document;
+}

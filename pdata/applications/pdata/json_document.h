@@ -1,0 +1,18 @@
+/// JSON output: documents with a schema, and bytes that may be no text.
+#pragma once
+
+#include <string_view>
+
+#include <nlohmann/json.hpp>
+
+/// A document whose members keep the order in which they were set.
+using json_document_t = nlohmann::ordered_json;
+
+/// Returns a document that begins with "schema": "pdata.NAME/1".
+json_document_t json_document(std::string_view name);
+
+/// Returns untrusted bytes as JSON: a string where they are UTF-8, else an object with "hex".
+json_document_t json_text(std::string_view bytes);
+
+/// Returns untrusted bytes as an object: "hex" always, "text" beside it where they are UTF-8.
+json_document_t json_bytes(std::string_view bytes);
