@@ -1,0 +1,122 @@
+#include "view_values.h"
+
+#include <new>
+
+#include "view_description.h"
+
+namespace
+{
+
+/// A walk over the values, and where it stands.
+struct value_walk_t {
+    view_pool_t strings; ///< of the group
+    std::vector<view_stored_value_t> &values;
+    view_error_t &error;
+    view_stored_value_t next; ///< what is known of the value to come
+};
+
+bool text_at(value_walk_t &walk, uint32_t offset, const char *what, std::string_view &text)
+{
+    if (view_pool_get(walk.strings, offset, text))
+        return true;
+    return view_fail(walk.error, VIEW_REFERENCE, walk.strings.area.offset + offset,
+                     "%s: no text begins here", what);
+}
+
+/// Returns the direction of a stored one, which numbers them the other way round.
+uint32_t way_of(uint32_t way_proto)
+{
+    switch (way_proto & 0xF) {
+    case TLV_TYPE_PROTO_ATTR_WAY_STC:
+        return ATTR_WAY_STC;
+    case TLV_TYPE_PROTO_ATTR_WAY_CTS:
+        return ATTR_WAY_CTS;
+    case TLV_TYPE_PROTO_ATTR_WAY_BOTH:
+        return ATTR_WAY_BOTH;
+    default:
+        return ATTR_WAY_UNKNOWN;
+    }
+}
+
+bool walk_attribute(value_walk_t &walk, const view_attribute_t &attribute)
+{
+    walk.next.way = way_of(attribute.way_proto);
+    if (!text_at(walk, attribute.name, "attribute name", walk.next.attribute))
+        return false;
+    for (size_t i = 0; i < view_words(attribute.values); ++i) {
+        if (!text_at(walk, view_word(attribute.values, i), "value", walk.next.text))
+            return false;
+        walk.values.push_back(walk.next);
+    }
+    return true;
+}
+
+bool walk_sub_rule(value_walk_t &walk, const view_sub_rule_t &sub_rule)
+{
+    if (!text_at(walk, sub_rule.protocol, "bottom protocol", walk.next.bottom))
+        return false;
+    for (uint32_t i = 0; i < view_list_count(sub_rule.attributes); ++i) {
+        view_attribute_t attribute;
+        if (!view_attribute_at(sub_rule, i, attribute, walk.error) ||
+            !walk_attribute(walk, attribute))
+            return view_within(walk.error, "attribute %u", i);
+    }
+    return true;
+}
+
+bool walk_rule(value_walk_t &walk, const view_rule_t &rule)
+{
+    for (uint32_t i = 0; i < view_list_count(rule.sub_rules); ++i) {
+        view_sub_rule_t sub_rule;
+        walk.next.sub_rule = i;
+        if (!view_sub_rule_at(rule, i, sub_rule, walk.error) || !walk_sub_rule(walk, sub_rule))
+            return view_within(walk.error, "sub-rule %u", i);
+    }
+    return true;
+}
+
+bool walk_protocol(value_walk_t &walk, const view_record_t &record)
+{
+    view_protocol_t protocol;
+    if (!view_protocol_open(record.value, protocol, walk.error) ||
+        !text_at(walk, protocol.name, "name", walk.next.protocol))
+        return false;
+    for (uint32_t i = 0; i < view_list_count(protocol.rules); ++i) {
+        view_rule_t rule;
+        walk.next.rule = i;
+        if (!view_rule_at(protocol, i, rule, walk.error) || !walk_rule(walk, rule))
+            return view_within(walk.error, "rule %u", i);
+    }
+    return true;
+}
+
+bool walk_group(value_walk_t &walk, const view_area_t &group)
+{
+    view_record_t strings;
+    view_record_t protocols;
+    if (!view_require(group, TLV_TYPE_PROTOGROUP_STRING, "strings", strings, walk.error) ||
+        !view_require(group, TLV_TYPE_PROTOGROUP_PROTOS, "protocols", protocols, walk.error))
+        return false;
+    walk.strings = {strings.value};
+    view_cursor_t cursor = view_walk(protocols.value);
+    for (view_record_t record; view_next(cursor, record);)
+        if (record.type == TLV_TYPE_PROTO && !walk_protocol(walk, record))
+            return view_within(walk.error, "protocol at offset %zu", record.offset);
+    return view_walk_sound(cursor, walk.error);
+}
+
+} // namespace
+
+bool view_values_read(const pdb_view_t &pdb, std::vector<view_stored_value_t> &values,
+                      view_error_t &error)
+try {
+    values.clear();
+    value_walk_t walk = {{}, values, error, {}};
+    view_cursor_t cursor = view_walk(pdb_view_root(pdb, TLV_TYPE_ROOT_PROTODESCS));
+    for (view_record_t record; view_next(cursor, record);)
+        if (record.type == TLV_TYPE_PROTOGROUP && !walk_group(walk, record.value))
+            return false;
+    return view_walk_sound(cursor, error);
+} catch (const std::bad_alloc &) {
+    return view_fail(error, VIEW_MEMORY, 0, "out of memory");
+}
