@@ -1,7 +1,9 @@
-#include "commands.h"
-#include "input_file.h"
-
 #include <memory>
+
+#include "commands.h"
+#include "escape.h"
+#include "open_file.h"
+#include "view_inventory.h"
 
 namespace
 {
@@ -10,16 +12,101 @@ struct list_options_t {
     std::string file;
 };
 
+const char *way_name(uint32_t way)
+{
+    constexpr const char *names[] = {"unknown", "cts", "stc", "both"};
+    return way < std::size(names) ? names[way] : "attr way error";
+}
+
+void print_matcher(console_t &console, const view_inventory_matcher_t &matcher)
+{
+    const std::string name =
+        escape_terminal(matcher.protocol) + ':' + escape_terminal(matcher.attribute);
+    console_print(console, "  {:<24} {} {:5} values, {:7} bytes", name, way_name(matcher.way),
+                  matcher.values, matcher.size);
+    const char *before = ": ";
+    for (const view_inventory_piece_t &piece : matcher.pieces) {
+        console_print(console, "{}{} {}", before, piece.name, piece.size);
+        before = ", ";
+    }
+    console_print(console, "\n");
+}
+
+void print_text(console_t &console, const view_inventory_t &inventory)
+{
+    console_print(console, "parts:\n");
+    for (const view_inventory_part_t &part : inventory.parts)
+        console_print(console, "  {:2} {:<22} {:10} bytes\n", part.type, part.name, part.size);
+    const view_totals_t &totals = inventory.totals;
+    if (inventory.has_descriptions)
+        console_print(console, "descriptions: {} protocols, {} rules, {} values, {}{} strings\n",
+                      totals.protocols, totals.rules, totals.values, totals.strings,
+                      inventory.has_main_strings ? fmt::format(" + {}", inventory.main_strings)
+                                                 : "");
+    if (inventory.has_matchers)
+        console_print(console, "matchers:\n");
+    for (const view_inventory_matcher_t &matcher : inventory.matchers)
+        print_matcher(console, matcher);
+    if (inventory.has_rules)
+        console_print(console, "rules: {} rules, {} item slots\n", inventory.rules,
+                      inventory.slots);
+}
+
+json_document_t matcher_document(const view_inventory_matcher_t &matcher)
+{
+    json_document_t document = {{"protocol", json_text(matcher.protocol)},
+                                {"attribute", json_text(matcher.attribute)},
+                                {"direction", way_name(matcher.way)},
+                                {"values", matcher.values},
+                                {"offset", matcher.offset},
+                                {"bytes", matcher.size},
+                                {"pieces", json_document_t::array()}};
+    for (const view_inventory_piece_t &piece : matcher.pieces)
+        document["pieces"].push_back({{"name", piece.name}, {"bytes", piece.size}});
+    return document;
+}
+
+json_document_t list_document(const std::string &name, const view_inventory_t &inventory)
+{
+    json_document_t document = json_document("list");
+    document["file"] = json_text(name);
+    document["parts"] = json_document_t::array();
+    for (const view_inventory_part_t &part : inventory.parts)
+        document["parts"].push_back({{"type", part.type},
+                                     {"name", part.name},
+                                     {"offset", part.offset},
+                                     {"bytes", part.size}});
+    const view_totals_t &totals = inventory.totals;
+    if (inventory.has_descriptions)
+        document["descriptions"] = {{"protocols", totals.protocols},
+                                    {"rules", totals.rules},
+                                    {"values", totals.values},
+                                    {"strings", totals.strings},
+                                    {"main_strings", inventory.main_strings}};
+    if (inventory.has_matchers)
+        document["matchers"] = json_document_t::array();
+    for (const view_inventory_matcher_t &matcher : inventory.matchers)
+        document["matchers"].push_back(matcher_document(matcher));
+    if (inventory.has_rules)
+        document["rules"] = {{"rules", inventory.rules}, {"slots", inventory.slots}};
+    return document;
+}
+
 exit_status_t list_run(const list_options_t &options, console_t &console)
 {
     input_file_t file;
-    const std::string reason = input_file_open(options.file, file);
-    if (!reason.empty()) {
-        console_error(console, "{}: {}", file.name, reason);
+    view_inventory_t inventory;
+    view_error_t error;
+    if (!open_file(console, options.file, file))
         return EXIT_STATUS_FILE;
-    }
-    console_print(console, "{} {}\n", file.name, input_file_bytes(file).size());
-    return EXIT_STATUS_FINE;
+    const bool sound = view_inventory_take(input_file_bytes(file), inventory, error);
+    if (!sound)
+        print_fault(console, file.name, error);
+    if (console.format == OUTPUT_JSON)
+        console_document(console, list_document(file.name, inventory));
+    else
+        print_text(console, inventory);
+    return sound ? EXIT_STATUS_FINE : EXIT_STATUS_FILE;
 }
 
 } // namespace
@@ -27,6 +114,6 @@ exit_status_t list_run(const list_options_t &options, console_t &console)
 command_run_t list_declare(CLI::App &app)
 {
     auto options = std::make_shared<list_options_t>();
-    app.add_option("FILE", options->file, "A pdb")->required();
+    app.add_option("FILE", options->file, "A pdb, - for standard input")->required();
     return [options](console_t &console) { return list_run(*options, console); };
 }

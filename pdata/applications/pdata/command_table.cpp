@@ -6,7 +6,6 @@
 namespace
 {
 
-constexpr const char *authors = "For authors of descriptions";
 constexpr const char *operators = "For operators who ship pdbs";
 
 constexpr output_format_t text_json[] = {OUTPUT_TEXT, OUTPUT_JSON};
@@ -17,7 +16,9 @@ std::span<const command_t> command_table()
 {
     static constexpr command_t table[] = {
         {"list", operators, "What is in a pdb: parts, protocols, matchers, rules", text_json,
-         "  pdata list example.pdb\n", list_declare},
+         "  pdata list example.pdb", list_declare},
+        {"verify", operators, "Everything in a pdb is within its bounds, or where it is not",
+         text_json, "  pdata verify example.pdb loadable.pdb", verify_declare},
     };
     return table;
 }

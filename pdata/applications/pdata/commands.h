@@ -4,3 +4,4 @@
 #include "command.h"
 
 command_run_t list_declare(CLI::App &app);
+command_run_t verify_declare(CLI::App &app);

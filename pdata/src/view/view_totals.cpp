@@ -1,4 +1,4 @@
-#include "pdb_list_totals.h"
+#include "view_totals.h"
 
 #include "format_types.h"
 #include "format_values.h"
@@ -23,7 +23,7 @@ bool is_of_way(uint32_t stored, csa_attr_way_t way)
 
 /// Counts the values of an attribute for the matchers of its directions.
 bool count_attribute(const view_pool_t &pool, std::string_view protocol,
-                     const view_attribute_t &attribute, pdb_totals_t &totals, view_error_t &error)
+                     const view_attribute_t &attribute, view_totals_t &totals, view_error_t &error)
 {
     std::string_view name;
     if (!text_at(pool, attribute.name, name, error))
@@ -39,7 +39,7 @@ bool count_attribute(const view_pool_t &pool, std::string_view protocol,
     return true;
 }
 
-bool count_sub_rule(const view_pool_t &pool, const view_sub_rule_t &sub_rule, pdb_totals_t &totals,
+bool count_sub_rule(const view_pool_t &pool, const view_sub_rule_t &sub_rule, view_totals_t &totals,
                     view_error_t &error)
 {
     std::string_view protocol;
@@ -54,7 +54,7 @@ bool count_sub_rule(const view_pool_t &pool, const view_sub_rule_t &sub_rule, pd
     return true;
 }
 
-bool count_rule(const view_pool_t &pool, const view_rule_t &rule, pdb_totals_t &totals,
+bool count_rule(const view_pool_t &pool, const view_rule_t &rule, view_totals_t &totals,
                 view_error_t &error)
 {
     ++totals.rules;
@@ -67,7 +67,7 @@ bool count_rule(const view_pool_t &pool, const view_rule_t &rule, pdb_totals_t &
     return true;
 }
 
-bool count_protocol(const view_pool_t &pool, const view_area_t &value, pdb_totals_t &totals,
+bool count_protocol(const view_pool_t &pool, const view_area_t &value, view_totals_t &totals,
                     view_error_t &error)
 {
     view_protocol_t protocol;
@@ -82,7 +82,7 @@ bool count_protocol(const view_pool_t &pool, const view_area_t &value, pdb_total
     return true;
 }
 
-bool count_group(const view_area_t &value, pdb_totals_t &totals, view_error_t &error)
+bool count_group(const view_area_t &value, view_totals_t &totals, view_error_t &error)
 {
     view_group_t group;
     if (!view_group_open(value, group, error))
@@ -98,7 +98,7 @@ bool count_group(const view_area_t &value, pdb_totals_t &totals, view_error_t &e
 
 } // namespace
 
-bool pdb_totals_count(const view_area_t &root, pdb_totals_t &totals, view_error_t &error)
+bool view_totals_count(const view_area_t &root, view_totals_t &totals, view_error_t &error)
 {
     view_cursor_t groups = view_walk(root);
     for (view_record_t record; view_next(groups, record);)
