@@ -10,6 +10,11 @@ if(PDATA_SANITIZE)
                                                  -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(pdata_flags INTERFACE -fsanitize=address,undefined)
 endif()
+if(PDATA_SANITIZE_THREADS)
+    set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g1")
+    target_compile_options(pdata_flags INTERFACE -fsanitize=thread -fno-omit-frame-pointer)
+    target_link_options(pdata_flags INTERFACE -fsanitize=thread)
+endif()
 
 # Releases are optimised as a whole when they are linked. Objects hold ordinary code beside it, so
 # that the many programs of the tests link in no time. (clang has no such objects.)

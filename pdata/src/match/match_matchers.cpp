@@ -44,11 +44,15 @@ size_t bytes_of(const std::vector<Element> &elements)
 
 bool match_index_matchers(pdata_db &db, bool verify, view_error_t &error)
 {
+    view_record_t record;
+    size_t nr_matcher = 0;
+    for (view_cursor_t cursor = view_walk(db.view.matchers.list); view_next(cursor, record);)
+        ++nr_matcher;
+    db.matchers.reserve(nr_matcher);
     view_cursor_t cursor = view_walk(db.view.matchers.list);
-    for (view_record_t record; view_next(cursor, record);)
+    while (view_next(cursor, record))
         if (!open_matcher(db, record, verify, error))
             return false;
-    db.matchers.shrink_to_fit();
     return view_walk_sound(cursor, error);
 }
 

@@ -27,7 +27,6 @@ void collect_protocols(pdata_db &db)
         db.protocols.push_back(matcher.view.protocol);
     std::sort(db.protocols.begin(), db.protocols.end());
     db.protocols.erase(std::unique(db.protocols.begin(), db.protocols.end()), db.protocols.end());
-    db.protocols.shrink_to_fit();
 }
 
 bool fail_slot(const pdata_db &db, uint32_t item, uint32_t rule, view_error_t &error)

@@ -1,0 +1,137 @@
+/// Memory: a flow allocates when it is made and never again, and every allocation of the library
+/// may fail.
+#include "failing_alloc.h"
+#include "match_run.h"
+#include "random_pdb.h"
+#include "rounds.h"
+
+namespace
+{
+
+/// Hands values to a flow with the C operations alone, which allocate nothing of their own.
+void feed(pdata_flow *flow, pdata_attribute attribute, pdata_kind kind, const flow_value_t &value)
+{
+    const uint8_t address[16] = {0x20, 0x01, 0x0d, 0xb8};
+    switch (kind) {
+    case PDATA_BYTES:
+        (void)pdata_flow_add_bytes(flow, attribute, value.bytes.data(), value.bytes.size(),
+                                   value.more ? PDATA_MORE : 0);
+        break;
+    case PDATA_NUMBER:
+        (void)pdata_flow_add_number(flow, attribute, value.number.number);
+        break;
+    case PDATA_IPV4:
+        (void)pdata_flow_add_ipv4(flow, attribute, address);
+        break;
+    case PDATA_IPV6:
+        (void)pdata_flow_add_ipv6(flow, attribute, address);
+        break;
+    }
+}
+
+/// Runs a flow with every attribute of the database, and asks all questions.
+void run_flow(const pdata::database &db, pdata_flow *flow, random_match_t &random)
+{
+    std::vector<flow_value_t> values = make_random_flow(random);
+    const uint32_t nr = db.describe().nr_attribute;
+    pdata_rule rules[8];
+    pdata_item items[8];
+    pdata_near near[8];
+    pdata_finding finding;
+    failing_alloc_arm(1);
+    for (pdata_attribute attribute = 1; attribute <= nr; ++attribute) {
+        pdata_attribute_info info;
+        (void)pdata_db_attribute_info(db.get(), attribute, &info);
+        for (const flow_value_t &value : values)
+            feed(flow, attribute, info.kind, value);
+    }
+    (void)pdata_flow_add_protocol(flow, 1);
+    (void)pdata_flow_best(flow);
+    (void)pdata_flow_rules(flow, rules, 8);
+    (void)pdata_flow_items(flow, items, 8);
+    (void)pdata_flow_near(flow, near, 8);
+    for (size_t i = 0; i < pdata_flow_nr_finding(flow); ++i)
+        (void)pdata_flow_finding_at(flow, i, &finding);
+    pdata_flow_reset(flow);
+    EXPECT_FALSE(failing_alloc_disarm());
+}
+
+TEST(match_memory, a_flow_allocates_nothing_once_it_is_made)
+{
+    random_match_t random{std::mt19937(21)};
+    for (uint32_t round = 0; round < rounds(20); ++round) {
+        const std::vector<uint8_t> bytes = make_random_pdb(random);
+        if (bytes.empty())
+            continue;
+        const pdata::database db = pdata::database::open_memory(bytes.data(), bytes.size());
+        for (const uint32_t flags : {0U, uint32_t{PDATA_FLOW_EXPLAIN}}) {
+            pdata::flow flow(db, flags);
+            for (uint32_t i = 0; i < 50; ++i)
+                run_flow(db, flow.get(), random);
+        }
+    }
+}
+
+TEST(match_memory, every_failed_allocation_is_told)
+{
+    random_match_t random{std::mt19937(22)};
+    std::vector<uint8_t> bytes;
+    while (bytes.empty())
+        bytes = make_random_pdb(random);
+    size_t failures = 0;
+    pdata_flow *flow = nullptr;
+    pdata_source *source = nullptr;
+    failing_alloc_sweep(
+        [&] {
+            pdata_db *db = nullptr;
+            pdata_failure failure;
+            pdata_result result =
+                pdata_db_open_memory(bytes.data(), bytes.size(), PDATA_OPEN_COPY, &db, &failure);
+            if (result == PDATA_R_OK)
+                result = pdata_flow_new(db, PDATA_FLOW_EXPLAIN, &flow);
+            if (result == PDATA_R_OK)
+                result = pdata_source_new(db, &source);
+            pdata_item_info info;
+            if (result == PDATA_R_OK)
+                result = pdata_db_item(db, 1, &info);
+            pdata_flow_free(flow);
+            pdata_source_free(source);
+            flow = nullptr;
+            source = nullptr;
+            pdata_db_release(db);
+            return static_cast<int>(result);
+        },
+        [&](int result) {
+            EXPECT_EQ(result, PDATA_R_MEMORY);
+            ++failures;
+        });
+    EXPECT_GT(failures, 50U);
+}
+
+TEST(match_memory, a_flow_that_cannot_move_stays)
+{
+    random_match_t random{std::mt19937(23)};
+    std::vector<uint8_t> bytes;
+    while (bytes.empty())
+        bytes = make_random_pdb(random);
+    const pdata::database first = pdata::database::open_memory(bytes.data(), bytes.size());
+    const pdata::database second = pdata::database::open_memory(bytes.data(), bytes.size());
+    pdata_source *source = nullptr;
+    ASSERT_EQ(pdata_source_new(first.get(), &source), PDATA_R_OK);
+    pdata::flow flow(first);
+    int moved = 7;
+    EXPECT_EQ(pdata_flow_renew(flow.get(), source, &moved), PDATA_R_OK);
+    EXPECT_EQ(moved, 0);
+    ASSERT_EQ(pdata_source_replace(source, second.get()), PDATA_R_OK);
+    failing_alloc_arm(3);
+    EXPECT_EQ(pdata_flow_renew(flow.get(), source, &moved), PDATA_R_MEMORY);
+    EXPECT_TRUE(failing_alloc_disarm());
+    EXPECT_EQ(moved, 0);
+    EXPECT_EQ(pdata_flow_db(flow.get()), first.get());
+    EXPECT_EQ(pdata_flow_renew(flow.get(), source, &moved), PDATA_R_OK);
+    EXPECT_EQ(moved, 1);
+    EXPECT_EQ(pdata_flow_db(flow.get()), second.get());
+    pdata_source_free(source);
+}
+
+} // namespace
