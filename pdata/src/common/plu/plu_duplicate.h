@@ -152,8 +152,17 @@ void plu_rule_index_reset(plu_rule_index_t *index);
 /// Tells whether two rules are the same to every comparison with a record.
 bool plu_rule_equal(const plu_rule_t &a, const plu_rule_t &b);
 
-/// Hashes what plu_rule_equal compares.
+/// The same but for their values.
+bool plu_rule_alike(const plu_rule_t &a, const plu_rule_t &b);
+
+/// Hash what the two compare.
 uint64_t plu_rule_hash(const plu_rule_t &rule);
+uint64_t plu_rule_shape_hash(const plu_rule_t &rule);
+
+/// Tells whether the indexed record holds every rule that is like `rule` but for values, because a
+/// run of it has other attributes only, which a comparison passes over.
+bool plu_rule_index_passes_over(const protodesc_build_t &pb, const plu_rule_t &rule,
+                                uint32_t nr_slots, plu_rule_index_t *index);
 
 /// What is general to a slot.
 plu_generic_t plu_generic_of(const ruledesc_build_t &slot);

@@ -15,20 +15,44 @@ plu_strings_t strings_of(const action &entry)
     return {entry.a_pg_hstring, entry.a_root_hstring};
 }
 
-/// Contents by the hash of their rule.
-using by_hash_t = std::unordered_multimap<uint64_t, uint32_t>;
+/// What is found by its hash while updates are read.
+struct filing_t {
+    std::unordered_multimap<uint64_t, uint32_t> contents;
+    std::unordered_multimap<uint64_t, uint32_t> shapes;
+};
+
+/// Returns the shape of a rule. One that cannot be read whole has a shape of its own: whether its
+/// values are met decides.
+uint32_t shape_of(const plu_rule_t &rule, filing_t &filing, plu_updates_t &updates)
+{
+    const uint64_t hash = plu_rule_shape_hash(rule);
+    const auto [first, last] = filing.shapes.equal_range(hash);
+    const auto same = std::find_if(first, last, [&](const auto &at) {
+        return plu_rule_alike(updates.contents[updates.shapes[at.second].front()].rule, rule);
+    });
+    if (same != last && !rule.has_unreadable)
+        return same->second;
+    const auto shape = static_cast<uint32_t>(updates.shapes.size());
+    updates.shapes.emplace_back();
+    if (!rule.has_unreadable)
+        filing.shapes.emplace(hash, shape);
+    return shape;
+}
 
 /// Files a rule of update `n_update` under its content.
-void file_rule(plu_rule_t &&rule, uint32_t n_update, by_hash_t &by_hash, plu_updates_t &updates)
+void file_rule(plu_rule_t &&rule, uint32_t n_update, filing_t &filing, plu_updates_t &updates)
 {
     const uint64_t hash = plu_rule_hash(rule);
-    const auto [first, last] = by_hash.equal_range(hash);
+    const auto [first, last] = filing.contents.equal_range(hash);
     const auto same = std::find_if(first, last, [&](const auto &at) {
         return plu_rule_equal(updates.contents[at.second].rule, rule);
     });
     if (same == last) {
-        by_hash.emplace(hash, static_cast<uint32_t>(updates.contents.size()));
-        updates.contents.push_back({std::move(rule), {n_update}});
+        const auto n_content = static_cast<uint32_t>(updates.contents.size());
+        const uint32_t shape = shape_of(rule, filing, updates);
+        updates.shapes[shape].push_back(n_content);
+        filing.contents.emplace(hash, n_content);
+        updates.contents.push_back({std::move(rule), {n_update}, shape});
         return;
     }
     std::vector<uint32_t> &at = updates.contents[same->second].updates;
@@ -39,7 +63,7 @@ void file_rule(plu_rule_t &&rule, uint32_t n_update, by_hash_t &by_hash, plu_upd
 /// Files the rules of one update. Returns whether they decide what it does: a rule that cannot be
 /// read fails the update, and one that no run of slots can hold is added every time.
 bool file_update(const protodesc_build_t &pb, const action &entry, uint32_t n_update,
-                 by_hash_t &by_hash, plu_updates_t &updates)
+                 filing_t &filing, plu_updates_t &updates)
 {
     const plu_strings_t strings = strings_of(entry);
     csa_str_t text;
@@ -56,7 +80,7 @@ bool file_update(const protodesc_build_t &pb, const action &entry, uint32_t n_up
             continue; // adds no slot
         if (!rule.fits)
             return false;
-        file_rule(std::move(rule), n_update, by_hash, updates);
+        file_rule(std::move(rule), n_update, filing, updates);
     }
     return true;
 }
@@ -87,6 +111,7 @@ struct passage_t {
     plu_rule_index_t *known;
     uint32_t next; ///< updates in front of it are done
     uint32_t last;
+    std::vector<uint32_t> reached; ///< per shape, the contents that were looked up
     std::priority_queue<due_t, std::vector<due_t>, std::greater<>> due; ///< nearest first
 };
 
@@ -97,13 +122,35 @@ void make_due(passage_t &passage, const std::vector<uint32_t> &in, uint32_t cont
         passage.due.push({*at, content});
 }
 
-/// Makes due the next update that brings a content, if the record lacks it.
-void look_up(passage_t &passage, uint32_t n_content)
+/// Makes due the next update that brings a content, if the record lacks it. Returns whether it
+/// does.
+bool look_up(passage_t &passage, uint32_t n_content)
 {
     const plu_content_t &content = passage.updates.contents[n_content];
-    if (passage.next < passage.last && content.updates.back() >= passage.next &&
-        !holds(*passage.pb, content.rule, passage.known))
-        make_due(passage, content.updates, n_content);
+    if (passage.next == passage.last || content.updates.back() < passage.next ||
+        holds(*passage.pb, content.rule, passage.known))
+        return false;
+    make_due(passage, content.updates, n_content);
+    return true;
+}
+
+/// Looks the contents of a shape up, to the first that the record lacks and that is still to come
+/// for the first time: those behind it come later.
+void look_up_shape(passage_t &passage, uint32_t n_shape)
+{
+    const plu_updates_t &updates = passage.updates;
+    const plu_shape_t &shape = updates.shapes[n_shape];
+    uint32_t &at = passage.reached[n_shape];
+    const plu_rule_t &rule = updates.contents[shape.front()].rule;
+    if (at < shape.size() && !rule.has_unreadable &&
+        plu_rule_index_passes_over(*passage.pb, rule, passage.pb->pb_nr_sub_rule, passage.known))
+        at = static_cast<uint32_t>(shape.size());
+    while (at < shape.size()) {
+        const uint32_t n_content = shape[at++];
+        if (look_up(passage, n_content) &&
+            updates.contents[n_content].updates.front() >= passage.next)
+            break;
+    }
 }
 
 void look_up_all(passage_t &passage)
@@ -113,8 +160,9 @@ void look_up_all(passage_t &passage)
         return;
     passage.due.push({passage.last - 1, NO_CONTENT}); // its meta stays
     make_due(passage, passage.updates.unsettled, NO_CONTENT);
-    for (uint32_t i = 0; i < passage.updates.contents.size(); ++i)
-        look_up(passage, i);
+    passage.reached.assign(passage.updates.shapes.size(), 0);
+    for (uint32_t i = 0; i < passage.updates.shapes.size(); ++i)
+        look_up_shape(passage, i);
 }
 
 /// Applies the update `passage.next`.
@@ -140,13 +188,13 @@ pdata_status_t apply(passage_t &passage, const action &entry, uint32_t *nr_rules
 plu_updates_t plu_read_updates(const protodesc_build_t &pb, std::span<const action *const> actions)
 {
     plu_updates_t updates;
-    by_hash_t by_hash;
+    filing_t filing;
     for (uint32_t i = 0; i < actions.size(); ++i) {
         if (updates.stretches.empty() || updates.stretches.back().type != actions[i]->a_type)
             updates.stretches.push_back({actions[i]->a_type, i, i});
         updates.stretches.back().last = i + 1;
         if (actions[i]->a_type == ACTION_UPDATE &&
-            !file_update(pb, *actions[i], i, by_hash, updates))
+            !file_update(pb, *actions[i], i, filing, updates))
             updates.unsettled.push_back(i);
     }
     return updates;
@@ -157,7 +205,7 @@ pdata_status_t plu_apply_updates(protodesc_build_t *pb, const plu_updates_t &upd
                                  const plu_stretch_t &stretch, uint32_t *nr_rules,
                                  plu_rule_index_t *known)
 {
-    passage_t passage = {pb, updates, known, stretch.first, stretch.last, {}};
+    passage_t passage = {pb, updates, known, stretch.first, stretch.last, {}, {}};
     look_up_all(passage);
     passage.due.push({stretch.first, NO_CONTENT}); // the record may be full from the start
     while (!passage.due.empty()) {
@@ -167,8 +215,10 @@ pdata_status_t plu_apply_updates(protodesc_build_t *pb, const plu_updates_t &upd
             passage.next = due.update;
             PDATA_TRY(apply(passage, *actions[due.update], nr_rules));
         }
-        if (due.content != NO_CONTENT)
-            look_up(passage, due.content);
+        if (due.content != NO_CONTENT) {
+            (void)look_up(passage, due.content);
+            look_up_shape(passage, updates.contents[due.content].shape);
+        }
     }
     return PDATA_SUCCESS;
 }

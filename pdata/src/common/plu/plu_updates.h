@@ -4,7 +4,8 @@
 /// then gets all updates of the latter. To look at every rule of every update for every protocol
 /// would cost the one number times the other, while most updates bring nothing new. The rules of
 /// the updates are therefore read once and put together by content, with the updates that bring
-/// each; for a protocol, the contents are looked up, and only those updates are applied that bring
+/// each. For a protocol, the contents are looked up, those of one shape together where the protocol
+/// has a rule that equals all of them, and only those updates are applied that bring
 /// one it lacks. An update in between would change nothing but the meta, which the last one
 /// overwrites.
 ///
@@ -23,7 +24,11 @@
 struct plu_content_t {
     plu_rule_t rule;
     std::vector<uint32_t> updates; ///< indices of those that bring it, ascending
+    uint32_t shape;                ///< index into `shapes`
 };
+
+/// Contents that differ in values only, in the order in which they first come.
+using plu_shape_t = std::vector<uint32_t>;
 
 /// Actions of one type that follow each other.
 struct plu_stretch_t {
@@ -36,6 +41,7 @@ struct plu_stretch_t {
 struct plu_updates_t {
     std::vector<plu_stretch_t> stretches; ///< all its actions, oldest first
     std::vector<plu_content_t> contents;
+    std::vector<plu_shape_t> shapes;
     std::vector<uint32_t> unsettled; ///< updates that a look-up does not decide about, ascending
 };
 
