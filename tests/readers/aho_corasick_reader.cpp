@@ -1,6 +1,5 @@
 #include "aho_corasick_reader.h"
-
-#include "pattern_tlv.h"
+#include "file_format.h"
 
 bool aho_corasick_reader_open(blob_span_t blob, bool ahoff, aho_corasick_reader_t &reader,
                               std::string &error)
@@ -11,11 +10,12 @@ bool aho_corasick_reader_open(blob_span_t blob, bool ahoff, aho_corasick_reader_
         return true;
     blob_span_t transitions;
     uint32_t meta[2];
-    if (!blob_read(blob, AHO_CORASICK_TLV_TRANSITIONS, transitions, error) ||
-        !blob_read(blob, AHO_CORASICK_TLV_ITEMS, reader.items, error) ||
-        !alphabet_read(blob, AHO_CORASICK_TLV_ALPHABET, AHO_CORASICK_NR_META, reader.alphabet,
-                       error) ||
-        !blob_read_words(blob, AHO_CORASICK_TLV_META, meta, error) || !blob_end(blob, error))
+    if (!blob_read(blob, file_format::AHO_CORASICK_TLV_TRANSITIONS, transitions, error) ||
+        !blob_read(blob, file_format::AHO_CORASICK_TLV_ITEMS, reader.items, error) ||
+        !alphabet_read(blob, file_format::AHO_CORASICK_TLV_ALPHABET,
+                       file_format::AHO_CORASICK_NR_META, reader.alphabet, error) ||
+        !blob_read_words(blob, file_format::AHO_CORASICK_TLV_META, meta, error) ||
+        !blob_end(blob, error))
         return false;
     reader.nr_item_max = meta[0];
     reader.item_length = meta[1];
@@ -26,11 +26,12 @@ bool aho_corasick_reader_items(const aho_corasick_reader_t &reader, uint32_t sta
                                std::vector<pattern_end_t> &ends, std::string &error)
 {
     const uint16_t word = row_table_word(reader.rows, state, 1);
-    if (word == PATTERN_NO_ITEM_WORD)
+    if (word == file_format::PATTERN_NO_ITEM_WORD)
         return true;
-    if (!reader.ahoff && (word & AHO_CORASICK_INLINE) != 0) {
-        const uint32_t private_bit = (word & AHO_CORASICK_INLINE_PRIVATE) != 0 ? 0x80000000U : 0;
-        ends.push_back({private_bit | (word & (AHO_CORASICK_INLINE_IDS - 1))});
+    if (!reader.ahoff && (word & file_format::AHO_CORASICK_INLINE) != 0) {
+        const uint32_t private_bit =
+            (word & file_format::AHO_CORASICK_INLINE_PRIVATE) != 0 ? 0x80000000U : 0;
+        ends.push_back({private_bit | (word & (file_format::AHO_CORASICK_INLINE_IDS - 1))});
         return true;
     }
     return item_record_read(reader.items, word,
@@ -48,7 +49,7 @@ bool aho_corasick_reader_match(const aho_corasick_reader_t &reader, blob_span_t 
         if (!aho_corasick_reader_items(reader, state, ends, error))
             return false;
         for (const pattern_end_t &end : ends)
-            if (end.offset == PATTERN_NO_OFFSET || end.offset == at)
+            if (end.offset == file_format::PATTERN_NO_OFFSET || end.offset == at)
                 hits.push_back({end.item_id, at, end.mindata});
         return true;
     };

@@ -1,8 +1,7 @@
 #include "dot_prefix_reader.h"
+#include "file_format.h"
 
 #include <algorithm>
-
-#include "pattern_tlv.h"
 
 namespace
 {
@@ -34,8 +33,9 @@ bool enter(const dot_prefix_reader_t &reader, uint32_t node, std::vector<uint32_
 uint16_t follow(const dot_prefix_reader_t &reader, uint32_t node, uint8_t byte)
 {
     const uint8_t code = reader.alphabet.code[byte];
-    const uint16_t target =
-        code < DOT_PREFIX_NR_META ? uint16_t{0} : row_table_word(reader.rows, node, code);
+    const uint16_t target = code < file_format::DOT_PREFIX_NR_META
+                                ? uint16_t{0}
+                                : row_table_word(reader.rows, node, code);
     return target != 0 ? target : row_table_word(reader.rows, node, COLUMN_WILDCARD);
 }
 
@@ -45,9 +45,11 @@ bool dot_prefix_reader_open(blob_span_t blob, dot_prefix_reader_t &reader, std::
 {
     reader = {};
     blob_span_t transitions;
-    if (!alphabet_read(blob, DOT_PREFIX_TLV_ALPHABET, DOT_PREFIX_NR_META, reader.alphabet, error) ||
-        !blob_read(blob, DOT_PREFIX_TLV_TRANSITIONS, transitions, error) ||
-        !blob_read(blob, DOT_PREFIX_TLV_ITEMS, reader.items, error) || !blob_end(blob, error) ||
+    if (!alphabet_read(blob, file_format::DOT_PREFIX_TLV_ALPHABET, file_format::DOT_PREFIX_NR_META,
+                       reader.alphabet, error) ||
+        !blob_read(blob, file_format::DOT_PREFIX_TLV_TRANSITIONS, transitions, error) ||
+        !blob_read(blob, file_format::DOT_PREFIX_TLV_ITEMS, reader.items, error) ||
+        !blob_end(blob, error) ||
         !row_table_open(transitions, reader.alphabet.size, reader.rows, error))
         return false;
     return reader.rows.nr_row != 0 || blob_fail(error, "no start node");
@@ -57,7 +59,7 @@ bool dot_prefix_reader_items(const dot_prefix_reader_t &reader, uint32_t node,
                              std::vector<pattern_end_t> &ends, std::string &error)
 {
     const uint16_t word = row_table_word(reader.rows, node, COLUMN_ITEMS);
-    return word == PATTERN_NO_ITEM_WORD ||
+    return word == file_format::PATTERN_NO_ITEM_WORD ||
            item_record_read(reader.items, word, ITEM_LAYOUT_WIDE_MINDATA, ends, error);
 }
 

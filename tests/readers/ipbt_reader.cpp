@@ -1,7 +1,7 @@
 #include "ipbt_reader.h"
 
 #include "blob_record.h"
-#include "ipbt_tlv.h"
+#include "file_format.h"
 
 namespace
 {
@@ -10,12 +10,12 @@ constexpr uint32_t ADDRESS_BITS = 32;
 
 uint32_t nodes_of(const ipbt_reader &reader)
 {
-    return static_cast<uint32_t>(reader.nodes.size() / (4 * IPBT_NODE_WORDS));
+    return static_cast<uint32_t>(reader.nodes.size() / (4 * file_format::IPBT_NODE_WORDS));
 }
 
 uint32_t node_word(const ipbt_reader &reader, uint32_t node, uint32_t word)
 {
-    return blob_record_word(reader.nodes, size_t{node} * IPBT_NODE_WORDS + word);
+    return blob_record_word(reader.nodes, size_t{node} * file_format::IPBT_NODE_WORDS + word);
 }
 
 bool is_list(const ipbt_reader &reader, uint32_t offset)
@@ -30,11 +30,12 @@ bool is_list(const ipbt_reader &reader, uint32_t offset)
 int ipbt_reader_open(ipbt_reader *reader, std::span<const uint8_t> blob)
 {
     *reader = {};
-    if (!blob_record_take(blob, IPBT_TLV_NODES, reader->nodes) ||
-        !blob_record_take(blob, IPBT_TLV_DATA, reader->data) || !blob.empty())
+    if (!blob_record_take(blob, file_format::IPBT_TLV_NODES, reader->nodes) ||
+        !blob_record_take(blob, file_format::IPBT_TLV_DATA, reader->data) || !blob.empty())
         return -1;
     const uint32_t count = nodes_of(*reader);
-    if (count == 0 || reader->nodes.size() % (4 * IPBT_NODE_WORDS) != 0 || reader->data.empty())
+    if (count == 0 || reader->nodes.size() % (4 * file_format::IPBT_NODE_WORDS) != 0 ||
+        reader->data.empty())
         return -1;
     uint32_t next_child = 1; // breadth-first: children are numbered as their parents come
     for (uint32_t node = 0; node < count; ++node) {

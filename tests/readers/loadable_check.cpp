@@ -3,8 +3,8 @@
 #include <set>
 #include <tuple>
 
+#include "file_format.h"
 #include "loadable_reader.h"
-#include "rule_builder.h"
 
 namespace
 {
@@ -51,7 +51,7 @@ bool add_slot(const loadable_slot_t &slot, rule_sum_t &sum, std::string &error)
         sum.first = &slot;
     if (!same_rule(*sum.first, slot))
         return blob_fail(error, "its rule differs from slot to slot");
-    if (slot.bitset_pos >= RULE_MAX_ITEM || (sum.bits >> slot.bitset_pos & 1) != 0)
+    if (slot.bitset_pos >= file_format::RULE_MAX_ITEM || (sum.bits >> slot.bitset_pos & 1) != 0)
         return blob_fail(error, "bit " + std::to_string(slot.bitset_pos) + " is not its own");
     sum.bits |= 1U << slot.bitset_pos;
     ++sum.nr_item;
@@ -92,7 +92,7 @@ bool check_slots(const loadable_pdb_t &pdb, loadable_origin_t origin, std::strin
 bool meet_item(item_log_t &log, const loadable_matcher_t &matcher, uint32_t id, std::string &error)
 {
     const bool owned = id < log.pdb.slots.size() && log.pdb.slots[id].rule_id != 0;
-    if (id == 0 || id >= MATCHER_PRIVATE_ID || (!owned && log.origin == LOADABLE_OWN))
+    if (id == 0 || id >= file_format::MATCHER_PRIVATE_ID || (!owned && log.origin == LOADABLE_OWN))
         return blob_fail(error, item_text(id) + " belongs to no rule");
     if (!owned)
         return true;
@@ -137,22 +137,22 @@ bool check_stream(item_log_t &log, const loadable_matcher_t &matcher,
     const std::vector<loadable_entry_t> &entries = matcher.second_level;
     std::vector<bool> found(entries.size());
     for (const uint32_t id : ids) {
-        const uint32_t index = id & MATCHER_PRIVATE_INDEX;
-        if (id < MATCHER_PRIVATE_ID) {
+        const uint32_t index = id & file_format::MATCHER_PRIVATE_INDEX;
+        if (id < file_format::MATCHER_PRIVATE_ID) {
             if (!meet_item(log, matcher, id, error))
                 return false;
             continue;
         }
-        if (index != id - MATCHER_PRIVATE_ID || index >= entries.size())
+        if (index != id - file_format::MATCHER_PRIVATE_ID || index >= entries.size())
             return blob_fail(error, "no entry for private id " + std::to_string(id));
-        if (entries[index].kind == MATCHER_MAP_CATCH_ALL)
+        if (entries[index].kind == file_format::MATCHER_MAP_CATCH_ALL)
             return blob_fail(error, "an engine finds catch-all entry " + std::to_string(index));
         found[index] = true;
     }
     for (size_t i = 0; i < entries.size(); ++i) {
         if (!meet_item(log, matcher, entries[i].pub_id, error))
             return blob_fail(error, "second-level entry " + std::to_string(i) + ": " + error);
-        if (!found[i] && entries[i].kind != MATCHER_MAP_CATCH_ALL)
+        if (!found[i] && entries[i].kind != file_format::MATCHER_MAP_CATCH_ALL)
             return blob_fail(error, "no engine finds entry " + std::to_string(i));
     }
     return check_pieces(entries, error);
@@ -163,7 +163,7 @@ bool check_matcher(item_log_t &log, const loadable_matcher_t &matcher, std::stri
     std::vector<uint32_t> ids;
     if (!loadable_matcher_ids(matcher, ids, error))
         return false;
-    if (matcher.type == MATCHER_TYPE_STREAM)
+    if (matcher.type == file_format::MATCHER_TYPE_STREAM)
         return check_stream(log, matcher, ids, error);
     return std::all_of(ids.begin(), ids.end(),
                        [&](uint32_t id) { return meet_item(log, matcher, id, error); });

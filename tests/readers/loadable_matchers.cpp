@@ -1,9 +1,7 @@
 #include <algorithm>
 
+#include "file_format.h"
 #include "loadable_parts.h"
-#include "pattern_tlv.h"
-#include "pattern_types.h"
-#include "pdb.h"
 
 namespace
 {
@@ -26,14 +24,17 @@ bool read_entry(blob_span_t words, const loadable_strings_t &strings, loadable_e
     entry.permutation = flag >> 8 & 0xFF;
     entry.position = flag >> 16 & 0xFF;
     entry.nb_pieces = flag >> 24;
-    constexpr uint32_t kinds[] = {MATCHER_MAP_REGULAR, MATCHER_MAP_CATCH_ALL, MATCHER_MAP_PREFIX,
-                                  MATCHER_MAP_SUFFIX, MATCHER_MAP_EXACT};
+    constexpr uint32_t kinds[] = {file_format::MATCHER_MAP_REGULAR,
+                                  file_format::MATCHER_MAP_CATCH_ALL,
+                                  file_format::MATCHER_MAP_PREFIX, file_format::MATCHER_MAP_SUFFIX,
+                                  file_format::MATCHER_MAP_EXACT};
     if (std::find(std::begin(kinds), std::end(kinds), entry.kind) == std::end(kinds))
         return blob_fail(error, "kind " + std::to_string(entry.kind));
     if (loadable_word(words, 3) != 0)
         return blob_fail(error, "re_id is not 0");
     // An entry that is neither anchored nor a piece of several refers to the complete value.
-    entry.has_value = flag == MATCHER_MAP_CATCH_ALL || flag == MATCHER_MAP_REGULAR;
+    entry.has_value =
+        flag == file_format::MATCHER_MAP_CATCH_ALL || flag == file_format::MATCHER_MAP_REGULAR;
     if (!entry.has_value)
         return offset == 0 || blob_fail(error, "refers to a value");
     return get_text(strings, offset, "value", entry.value, error);
@@ -58,17 +59,20 @@ bool read_stream(blob_span_t rest, loadable_matcher_t &matcher, std::string &err
     blob_span_t table;
     blob_span_t text;
     loadable_strings_t strings;
-    if (!loadable_take_typed(rest, TLV_TYPE_MATCHER_AC, LOADABLE_ANY_LENGTH, engines, error) ||
-        !loadable_take_typed(rest, TLV_TYPE_MATCHER_L2, LOADABLE_ANY_LENGTH, table, error) ||
-        !loadable_take_typed(rest, TLV_TYPE_MATCHER_STRING, LOADABLE_ANY_LENGTH, text, error) ||
+    if (!loadable_take_typed(rest, file_format::TLV_TYPE_MATCHER_AC, LOADABLE_ANY_LENGTH, engines,
+                             error) ||
+        !loadable_take_typed(rest, file_format::TLV_TYPE_MATCHER_L2, LOADABLE_ANY_LENGTH, table,
+                             error) ||
+        !loadable_take_typed(rest, file_format::TLV_TYPE_MATCHER_STRING, LOADABLE_ANY_LENGTH, text,
+                             error) ||
         !blob_end(rest, error) || !pattern_reader_open(engines, matcher.pattern, error) ||
         !loadable_strings_open(text, strings, error))
         return false;
-    switch (matcher.pattern.algo & ~uint32_t{PATTERN_ALGO_ICASE}) {
-    case PATTERN_ALGO_CLASSIC:
-    case PATTERN_ALGO_OFFSET_V1:
-    case PATTERN_ALGO_OFFSET_V2:
-    case PATTERN_ALGO_OFFSET_V3:
+    switch (matcher.pattern.algo & ~uint32_t{file_format::PATTERN_ALGO_ICASE}) {
+    case file_format::PATTERN_ALGO_CLASSIC:
+    case file_format::PATTERN_ALGO_OFFSET_V1:
+    case file_format::PATTERN_ALGO_OFFSET_V2:
+    case file_format::PATTERN_ALGO_OFFSET_V3:
         return read_second_level(table, strings, matcher.second_level, error);
     default:
         return blob_fail(error, "engines " + std::to_string(matcher.pattern.algo));
@@ -78,7 +82,8 @@ bool read_stream(blob_span_t rest, loadable_matcher_t &matcher, std::string &err
 bool read_number(blob_span_t rest, loadable_matcher_t &matcher, std::string &error)
 {
     blob_span_t blob;
-    if (!loadable_take_typed(rest, TLV_TYPE_MATCHER_NUMBER, LOADABLE_ANY_LENGTH, blob, error) ||
+    if (!loadable_take_typed(rest, file_format::TLV_TYPE_MATCHER_NUMBER, LOADABLE_ANY_LENGTH, blob,
+                             error) ||
         !blob_end(rest, error))
         return false;
     if (number_reader_open(&matcher.number, blob) != 0)
@@ -90,17 +95,17 @@ bool read_number(blob_span_t rest, loadable_matcher_t &matcher, std::string &err
 bool read_data(blob_span_t rest, loadable_matcher_t &matcher, std::string &error)
 {
     blob_span_t meta;
-    if (!loadable_take_typed(rest, TLV_TYPE_MATCHER_META, 2, meta, error))
+    if (!loadable_take_typed(rest, file_format::TLV_TYPE_MATCHER_META, 2, meta, error))
         return false;
     matcher.type = loadable_word(meta, 0);
     matcher.min_data = loadable_word(meta, 1);
     switch (matcher.type) {
-    case MATCHER_TYPE_STREAM:
+    case file_format::MATCHER_TYPE_STREAM:
         return read_stream(rest, matcher, error);
-    case MATCHER_TYPE_NUMBER_8:
-    case MATCHER_TYPE_NUMBER_16:
-    case MATCHER_TYPE_IP_4:
-    case MATCHER_TYPE_IP_6:
+    case file_format::MATCHER_TYPE_NUMBER_8:
+    case file_format::MATCHER_TYPE_NUMBER_16:
+    case file_format::MATCHER_TYPE_IP_4:
+    case file_format::MATCHER_TYPE_IP_6:
         return read_number(rest, matcher, error);
     default:
         return blob_fail(error, "matcher type " + std::to_string(matcher.type));
@@ -112,8 +117,9 @@ bool read_matcher(blob_span_t rest, const loadable_strings_t &names, loadable_ma
 {
     blob_span_t meta;
     blob_span_t data;
-    if (!loadable_take_typed(rest, TLV_TYPE_PDB_MATCHER_META, 3, meta, error) ||
-        !loadable_take_typed(rest, TLV_TYPE_PDB_MATCHER_DATA, LOADABLE_ANY_LENGTH, data, error) ||
+    if (!loadable_take_typed(rest, file_format::TLV_TYPE_PDB_MATCHER_META, 3, meta, error) ||
+        !loadable_take_typed(rest, file_format::TLV_TYPE_PDB_MATCHER_DATA, LOADABLE_ANY_LENGTH,
+                             data, error) ||
         !blob_end(rest, error) ||
         !get_text(names, loadable_word(meta, 0), "protocol", matcher.protocol, error) ||
         !get_text(names, loadable_word(meta, 1), "attribute", matcher.attribute, error))
@@ -134,7 +140,7 @@ struct record_collector_t {
     /// `word` is the item word of a row.
     bool add(uint16_t word, std::string &error)
     {
-        if (word == PATTERN_NO_ITEM_WORD || seen[word])
+        if (word == file_format::PATTERN_NO_ITEM_WORD || seen[word])
             return true;
         seen[word] = true;
         if (!item_record_read(items, word, layout, ends, error))
@@ -163,8 +169,8 @@ bool automaton_ids(const aho_corasick_reader_t &reader, std::vector<uint32_t> &i
     for (uint32_t row = 0; row < reader.rows.nr_row && !reader.ahoff; ++row) {
         const uint16_t word = row_table_word(reader.rows, row, 1);
         // A word of this form holds the item itself: the collector has nothing to read.
-        if (word == PATTERN_NO_ITEM_WORD || (word & AHO_CORASICK_INLINE) == 0 ||
-            collector.seen[word])
+        if (word == file_format::PATTERN_NO_ITEM_WORD ||
+            (word & file_format::AHO_CORASICK_INLINE) == 0 || collector.seen[word])
             continue;
         if (!aho_corasick_reader_items(reader, row, ends, error))
             return false;
@@ -215,16 +221,17 @@ bool loadable_read_matchers(blob_span_t section, loadable_pdb_t &pdb, std::strin
     blob_span_t list;
     blob_span_t text;
     loadable_strings_t names;
-    if (!loadable_take_typed(section, TLV_TYPE_PDB_MATCHER_LIST, LOADABLE_ANY_LENGTH, list,
-                             error) ||
-        !loadable_take_typed(section, TLV_TYPE_PDB_MATCHER_STRING, LOADABLE_ANY_LENGTH, text,
-                             error) ||
+    if (!loadable_take_typed(section, file_format::TLV_TYPE_PDB_MATCHER_LIST, LOADABLE_ANY_LENGTH,
+                             list, error) ||
+        !loadable_take_typed(section, file_format::TLV_TYPE_PDB_MATCHER_STRING, LOADABLE_ANY_LENGTH,
+                             text, error) ||
         !blob_end(section, error) || !loadable_strings_open(text, names, error))
         return loadable_within(error, "matchers");
     while (!list.empty()) {
         const std::string where = "matcher " + std::to_string(pdb.matchers.size());
         blob_span_t entry;
-        if (!loadable_take_typed(list, TLV_TYPE_PDB_MATCHER, LOADABLE_ANY_LENGTH, entry, error) ||
+        if (!loadable_take_typed(list, file_format::TLV_TYPE_PDB_MATCHER, LOADABLE_ANY_LENGTH,
+                                 entry, error) ||
             !read_matcher(entry, names, pdb.matchers.emplace_back(), error))
             return loadable_within(error, where);
     }
@@ -234,7 +241,7 @@ bool loadable_read_matchers(blob_span_t section, loadable_pdb_t &pdb, std::strin
 bool loadable_matcher_ids(const loadable_matcher_t &matcher, std::vector<uint32_t> &ids,
                           std::string &error)
 {
-    if (matcher.type != MATCHER_TYPE_STREAM)
+    if (matcher.type != file_format::MATCHER_TYPE_STREAM)
         return number_ids(matcher.number, ids, error);
     const pattern_reader_t &pattern = matcher.pattern;
     return automaton_ids(pattern.aho_corasick, ids, error) &&

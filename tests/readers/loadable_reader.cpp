@@ -2,9 +2,8 @@
 
 #include <algorithm>
 
+#include "file_format.h"
 #include "loadable_parts.h"
-#include "pdb_header.h"
-#include "tlv_description.h"
 
 namespace
 {
@@ -17,11 +16,11 @@ struct copied_part_t {
 
 /// In the order of the file; each may be missing.
 constexpr copied_part_t copied_parts[] = {
-    {TLV_TYPE_ROOT_CFG, &loadable_pdb_t::configuration},
-    {TLV_TYPE_ROOT_PROTODESCS, &loadable_pdb_t::descriptions},
-    {TLV_TYPE_ROOT_TAGS, &loadable_pdb_t::tags},
-    {TLV_TYPE_ROOT_MATCHER_ALIAS, &loadable_pdb_t::aliases},
-    {TLV_TYPE_ROOT_STRING, &loadable_pdb_t::main_strings},
+    {file_format::TLV_TYPE_ROOT_CFG, &loadable_pdb_t::configuration},
+    {file_format::TLV_TYPE_ROOT_PROTODESCS, &loadable_pdb_t::descriptions},
+    {file_format::TLV_TYPE_ROOT_TAGS, &loadable_pdb_t::tags},
+    {file_format::TLV_TYPE_ROOT_MATCHER_ALIAS, &loadable_pdb_t::aliases},
+    {file_format::TLV_TYPE_ROOT_STRING, &loadable_pdb_t::main_strings},
 };
 
 bool starts_with_type(blob_span_t rest, uint32_t type)
@@ -31,13 +30,13 @@ bool starts_with_type(blob_span_t rest, uint32_t type)
 
 bool read_load_state(blob_span_t &rest, loadable_pdb_t &pdb, std::string &error)
 {
-    if (!starts_with_type(rest, TLV_TYPE_ROOT_LOAD))
+    if (!starts_with_type(rest, file_format::TLV_TYPE_ROOT_LOAD))
         return true;
     blob_span_t value;
-    if (!loadable_take_typed(rest, TLV_TYPE_ROOT_LOAD, 1, value, error))
+    if (!loadable_take_typed(rest, file_format::TLV_TYPE_ROOT_LOAD, 1, value, error))
         return loadable_within(error, "load state");
     pdb.load_state = loadable_word(value, 0);
-    return *pdb.load_state == TLV_TYPE_LOAD_LOADABLE ||
+    return *pdb.load_state == file_format::TLV_TYPE_LOAD_LOADABLE ||
            blob_fail(error, "load state: not that of a loadable pdb");
 }
 
@@ -103,7 +102,8 @@ bool read_version(blob_span_t &rest, loadable_pdb_t &pdb, std::string &error)
 {
     constexpr size_t fixed = 12; // bytes in front of the text
     blob_span_t value;
-    if (!loadable_take_typed(rest, TLV_TYPE_ROOT_VERSION, LOADABLE_ANY_LENGTH, value, error))
+    if (!loadable_take_typed(rest, file_format::TLV_TYPE_ROOT_VERSION, LOADABLE_ANY_LENGTH, value,
+                             error))
         return loadable_within(error, "version");
     if (value.size() % 16 != 0 || value.size() < fixed ||
         loadable_word(value, 2) > value.size() - fixed)
@@ -121,7 +121,8 @@ bool read_version(blob_span_t &rest, loadable_pdb_t &pdb, std::string &error)
 bool read_empty_end(blob_span_t rest, loadable_pdb_t &pdb, std::string &error)
 {
     pdb.empty = true;
-    return (rest.size() == 12 && loadable_word(rest, 0) == TLV_TYPE_ROOT_DEFAULT_LOADED << 24 &&
+    return (rest.size() == 12 &&
+            loadable_word(rest, 0) == file_format::TLV_TYPE_ROOT_DEFAULT_LOADED << 24 &&
             loadable_word(rest, 1) == 0 && loadable_word(rest, 2) == 0) ||
            blob_fail(error, "an empty pdb does not end with its marker and two zero words");
 }
@@ -131,9 +132,10 @@ bool read_sections(blob_span_t rest, loadable_pdb_t &pdb, std::string &error)
     blob_span_t matchers;
     blob_span_t rules;
     return read_version(rest, pdb, error) &&
-           loadable_take_typed(rest, TLV_TYPE_ROOT_MATCHERS, LOADABLE_ANY_LENGTH, matchers,
+           loadable_take_typed(rest, file_format::TLV_TYPE_ROOT_MATCHERS, LOADABLE_ANY_LENGTH,
+                               matchers, error) &&
+           loadable_take_typed(rest, file_format::TLV_TYPE_ROOT_RULES, LOADABLE_ANY_LENGTH, rules,
                                error) &&
-           loadable_take_typed(rest, TLV_TYPE_ROOT_RULES, LOADABLE_ANY_LENGTH, rules, error) &&
            blob_end(rest, error) && loadable_read_matchers(matchers, pdb, error) &&
            loadable_read_rules(rules, pdb, error);
 }
@@ -145,7 +147,7 @@ bool loadable_take(blob_span_t &rest, uint32_t &type, blob_span_t &value, std::s
     if (rest.size() < 4)
         return blob_fail(error, "no room for a header");
     const uint32_t header = loadable_word(rest, 0);
-    const size_t length = size_t{header & TLV_LEN_FIELD_MAX} * 4;
+    const size_t length = size_t{header & file_format::TLV_LEN_FIELD_MAX} * 4;
     type = header >> 24;
     if (length > rest.size() - 4)
         return blob_fail(error, "record " + std::to_string(type) + " of " + std::to_string(length) +
@@ -218,7 +220,7 @@ bool loadable_open(blob_span_t bytes, loadable_pdb_t &pdb, std::string &error)
         return false;
     read_tag_table(pdb);
     read_alias_table(pdb);
-    if (starts_with_type(rest, TLV_TYPE_ROOT_DEFAULT_LOADED))
+    if (starts_with_type(rest, file_format::TLV_TYPE_ROOT_DEFAULT_LOADED))
         return read_empty_end(rest, pdb, error);
     if (pdb.descriptions.empty())
         return blob_fail(error, "no protocol descriptions");

@@ -17,9 +17,7 @@
 
 #include "blob_reader.h"
 #include "csa_types.h"
-#include "hstring.h"
-#include "matcher_builder.h"
-#include "matcher_type.h"
+#include "file_format.h"
 #include "number_reader.h"
 #include "pattern_reader.h"
 
@@ -49,7 +47,7 @@ struct loadable_matcher_t {
     std::string_view protocol;
     std::string_view attribute;
     uint32_t way = ATTR_WAY_UNKNOWN; ///< ATTR_WAY_CTS or ATTR_WAY_STC
-    uint32_t type = MATCHER_TYPE_UNKNOWN;
+    uint32_t type = file_format::MATCHER_TYPE_UNKNOWN;
     uint32_t min_data = 0;
     number_reader number;                       ///< number family
     pattern_reader_t pattern;                   ///< stream family

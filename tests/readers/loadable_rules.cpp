@@ -1,7 +1,5 @@
+#include "file_format.h"
 #include "loadable_parts.h"
-#include "pdb.h"
-#include "pdb_protocol_map.h"
-#include "rule_builder.h"
 
 namespace
 {
@@ -12,14 +10,14 @@ bool read_cells(blob_span_t cells, const loadable_strings_t &strings,
 {
     const size_t nr_cell = cells.size() / 4;
     size_t used = 0;
-    while (used < nr_cell && loadable_word(cells, used) != PDB_PROTOCOL_MAP_EMPTY)
+    while (used < nr_cell && loadable_word(cells, used) != file_format::PDB_PROTOCOL_MAP_EMPTY)
         ++used;
     if (used == 0)
         return blob_fail(error, "no name");
     for (size_t i = 0; i < nr_cell; ++i) {
         const uint32_t offset = loadable_word(cells, i);
         std::string_view text;
-        if (i >= used && offset != PDB_PROTOCOL_MAP_EMPTY)
+        if (i >= used && offset != file_format::PDB_PROTOCOL_MAP_EMPTY)
             return blob_fail(error, "a name behind an empty cell");
         if (i >= used)
             continue;
@@ -75,7 +73,7 @@ bool read_rule(const protocol_map_t &tables, const loadable_strings_t &strings, 
     if (tables.vids.empty())
         return true;
     const uint32_t vid = loadable_word(tables.vids, row);
-    if (vid != PDB_PROTOCOL_MAP_EMPTY)
+    if (vid != file_format::PDB_PROTOCOL_MAP_EMPTY)
         rule.vid = vid;
     return true;
 }
@@ -126,12 +124,12 @@ loadable_slot_t read_slot(blob_span_t words)
     const uint32_t id = loadable_word(words, 0);
     const uint32_t bitset = loadable_word(words, 3);
     slot.rule_id = id & 0x0FFFFFFF;
-    slot.flags = id >> RULE_FLAG_SHIFT;
+    slot.flags = id >> file_format::RULE_FLAG_SHIFT;
     slot.priority = loadable_word(words, 1);
     slot.scope = loadable_word(words, 2);
     slot.bitset_full = bitset & 0xFFFF;
     slot.bitset_pos = bitset >> 16 & 0x7FFF;
-    slot.referer = (bitset & RULE_BITSET_REFERER) != 0;
+    slot.referer = (bitset & file_format::RULE_BITSET_REFERER) != 0;
     return slot;
 }
 
@@ -139,7 +137,8 @@ bool read_engine(blob_span_t engine, loadable_pdb_t &pdb, std::string &error)
 {
     constexpr size_t slot_size = 16;
     blob_span_t table;
-    if (!loadable_take_typed(engine, TLV_TYPE_RULE_TABLE, LOADABLE_ANY_LENGTH, table, error) ||
+    if (!loadable_take_typed(engine, file_format::TLV_TYPE_RULE_TABLE, LOADABLE_ANY_LENGTH, table,
+                             error) ||
         !blob_end(engine, error))
         return false;
     if (table.size() % slot_size != 0)
@@ -169,11 +168,12 @@ bool loadable_read_rules(blob_span_t section, loadable_pdb_t &pdb, std::string &
     const auto take = [&](uint32_t type, size_t nr_word, blob_span_t &value) {
         return loadable_take_typed(section, type, nr_word, value, error);
     };
-    if (!take(TLV_TYPE_PDB_RULE_META, 1, meta) ||
-        !take(TLV_TYPE_PDB_RULE_PROTOCOL_MAP, LOADABLE_ANY_LENGTH, map) ||
-        !take(TLV_TYPE_PDB_RULE_TAG_MAP, LOADABLE_ANY_LENGTH, tag_map) ||
-        !take(TLV_TYPE_PDB_RULE_ENGINE, LOADABLE_ANY_LENGTH, engine) ||
-        !take(TLV_TYPE_PDB_RULE_STRING, LOADABLE_ANY_LENGTH, text) || !blob_end(section, error))
+    if (!take(file_format::TLV_TYPE_PDB_RULE_META, 1, meta) ||
+        !take(file_format::TLV_TYPE_PDB_RULE_PROTOCOL_MAP, LOADABLE_ANY_LENGTH, map) ||
+        !take(file_format::TLV_TYPE_PDB_RULE_TAG_MAP, LOADABLE_ANY_LENGTH, tag_map) ||
+        !take(file_format::TLV_TYPE_PDB_RULE_ENGINE, LOADABLE_ANY_LENGTH, engine) ||
+        !take(file_format::TLV_TYPE_PDB_RULE_STRING, LOADABLE_ANY_LENGTH, text) ||
+        !blob_end(section, error))
         return loadable_within(error, "rules");
     if (!read_protocol_map(map, text, loadable_word(meta, 0), pdb, error))
         return loadable_within(error, "protocol map");

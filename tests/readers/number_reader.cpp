@@ -3,8 +3,7 @@
 #include <tuple>
 
 #include "blob_record.h"
-#include "matcher_type.h"
-#include "number_tlv.h"
+#include "file_format.h"
 
 namespace
 {
@@ -18,8 +17,8 @@ bool is_record(const number_reader &reader, uint32_t index)
 
 bool open_mapper(number_reader *reader, std::span<const uint8_t> blob, size_t values)
 {
-    if (!blob_record_take(blob, MAPPER_TLV_ENDPOINTS, reader->table) ||
-        !blob_record_take(blob, MAPPER_TLV_ITEMS, reader->items) || !blob.empty())
+    if (!blob_record_take(blob, file_format::MAPPER_TLV_ENDPOINTS, reader->table) ||
+        !blob_record_take(blob, file_format::MAPPER_TLV_ITEMS, reader->items) || !blob.empty())
         return false;
     if (reader->table.size() != values * 2 || reader->items.empty())
         return false;
@@ -54,16 +53,16 @@ bool endpoints_ascend(const number_reader &reader)
 bool open_interval(number_reader *reader, std::span<const uint8_t> blob, uint32_t data_size)
 {
     std::span<const uint8_t> meta;
-    if (!blob_record_take(blob, INTERVAL_TLV_META, meta) || meta.size() != 8)
+    if (!blob_record_take(blob, file_format::INTERVAL_TLV_META, meta) || meta.size() != 8)
         return false;
     reader->data_size = blob_record_word(meta, 0);
     reader->nr = blob_record_word(meta, 1);
-    if (!blob_record_take(blob, INTERVAL_TLV_MSB, reader->msb) ||
-        !blob_record_take(blob, INTERVAL_TLV_ENDPOINTS, reader->endpoints) ||
-        !blob_record_take(blob, INTERVAL_TLV_OFFSETS, reader->offsets) ||
-        !blob_record_take(blob, INTERVAL_TLV_ITEMS, reader->items) || !blob.empty())
+    if (!blob_record_take(blob, file_format::INTERVAL_TLV_MSB, reader->msb) ||
+        !blob_record_take(blob, file_format::INTERVAL_TLV_ENDPOINTS, reader->endpoints) ||
+        !blob_record_take(blob, file_format::INTERVAL_TLV_OFFSETS, reader->offsets) ||
+        !blob_record_take(blob, file_format::INTERVAL_TLV_ITEMS, reader->items) || !blob.empty())
         return false;
-    if (reader->data_size != data_size || reader->msb.size() != INTERVAL_MSB_COUNT ||
+    if (reader->data_size != data_size || reader->msb.size() != file_format::INTERVAL_MSB_COUNT ||
         reader->endpoints.size() != uint64_t{reader->nr} * data_size ||
         reader->offsets.size() != uint64_t{reader->nr} * 4 || !endpoints_ascend(*reader))
         return false;
@@ -107,30 +106,32 @@ int number_reader_open(number_reader *reader, std::span<const uint8_t> blob)
     *reader = {};
     std::span<const uint8_t> type;
     std::span<const uint8_t> inner;
-    if (!blob_record_take(blob, NUMBER_TLV_TYPE, type) || type.size() != 4)
+    if (!blob_record_take(blob, file_format::NUMBER_TLV_TYPE, type) || type.size() != 4)
         return -1;
     reader->type = blob_record_word(type, 0);
-    const bool mapper =
-        reader->type == MATCHER_TYPE_NUMBER_8 || reader->type == MATCHER_TYPE_NUMBER_16;
-    if (!blob_record_take(blob, mapper ? NUMBER_TLV_MAPPER : NUMBER_TLV_INTERVAL, inner) ||
+    const bool mapper = reader->type == file_format::MATCHER_TYPE_NUMBER_8 ||
+                        reader->type == file_format::MATCHER_TYPE_NUMBER_16;
+    if (!blob_record_take(
+            blob, mapper ? file_format::NUMBER_TLV_MAPPER : file_format::NUMBER_TLV_INTERVAL,
+            inner) ||
         !blob.empty())
         return -1;
     bool valid = false;
     switch (reader->type) {
-    case MATCHER_TYPE_NUMBER_8:
+    case file_format::MATCHER_TYPE_NUMBER_8:
         valid = open_mapper(reader, inner, 256);
         break;
-    case MATCHER_TYPE_NUMBER_16:
+    case file_format::MATCHER_TYPE_NUMBER_16:
         valid = open_mapper(reader, inner, 65536);
         break;
-    case MATCHER_TYPE_NUMBER_32:
-    case MATCHER_TYPE_IP_4:
+    case file_format::MATCHER_TYPE_NUMBER_32:
+    case file_format::MATCHER_TYPE_IP_4:
         valid = open_interval(reader, inner, 4);
         break;
-    case MATCHER_TYPE_NUMBER_64:
+    case file_format::MATCHER_TYPE_NUMBER_64:
         valid = open_interval(reader, inner, 8);
         break;
-    case MATCHER_TYPE_IP_6:
+    case file_format::MATCHER_TYPE_IP_6:
         valid = open_interval(reader, inner, 16);
         break;
     default:

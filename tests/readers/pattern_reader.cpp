@@ -1,7 +1,5 @@
 #include "pattern_reader.h"
-
-#include "pattern_tlv.h"
-#include "pattern_types.h"
+#include "file_format.h"
 
 namespace
 {
@@ -24,29 +22,34 @@ bool open_engine(blob_span_t &blob, uint32_t algo, uint32_t bit, uint32_t type, 
 bool pattern_reader_open(blob_span_t blob, pattern_reader_t &reader, std::string &error)
 {
     reader = {};
-    if (!blob_read_words(blob, PATTERN_TLV_META, {&reader.algo, 1}, error))
+    if (!blob_read_words(blob, file_format::PATTERN_TLV_META, {&reader.algo, 1}, error))
         return false;
     const uint32_t algo = reader.algo;
-    const bool icase = (algo & PATTERN_ALGO_ICASE) != 0;
-    return open_engine(blob, algo, PATTERN_ALGO_AC, PATTERN_TLV_AHO_CORASICK, error,
+    const bool icase = (algo & file_format::PATTERN_ALGO_ICASE) != 0;
+    return open_engine(blob, algo, file_format::PATTERN_ALGO_AC,
+                       file_format::PATTERN_TLV_AHO_CORASICK, error,
                        [&](blob_span_t value) {
                            return aho_corasick_reader_open(value, false, reader.aho_corasick,
                                                            error);
                        }) &&
-           open_engine(blob, algo, PATTERN_ALGO_AO, PATTERN_TLV_AHOFF_CORASICK, error,
+           open_engine(blob, algo, file_format::PATTERN_ALGO_AO,
+                       file_format::PATTERN_TLV_AHOFF_CORASICK, error,
                        [&](blob_span_t value) {
                            return aho_corasick_reader_open(value, true, reader.ahoff_corasick,
                                                            error);
                        }) &&
-           open_engine(blob, algo, PATTERN_ALGO_PT, PATTERN_TLV_PREFIX_TREE, error,
+           open_engine(blob, algo, file_format::PATTERN_ALGO_PT,
+                       file_format::PATTERN_TLV_PREFIX_TREE, error,
                        [&](blob_span_t value) {
                            return radix_tree_reader_open(value, icase, reader.prefix_tree, error);
                        }) &&
-           open_engine(blob, algo, PATTERN_ALGO_ST, PATTERN_TLV_SUFFIX_TREE, error,
+           open_engine(blob, algo, file_format::PATTERN_ALGO_ST,
+                       file_format::PATTERN_TLV_SUFFIX_TREE, error,
                        [&](blob_span_t value) {
                            return radix_tree_reader_open(value, icase, reader.suffix_tree, error);
                        }) &&
-           open_engine(blob, algo, PATTERN_ALGO_DP, PATTERN_TLV_DOT_PREFIX, error,
+           open_engine(blob, algo, file_format::PATTERN_ALGO_DP,
+                       file_format::PATTERN_TLV_DOT_PREFIX, error,
                        [&](blob_span_t value) {
                            return dot_prefix_reader_open(value, reader.dot_prefix, error);
                        }) &&

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "csa_endian.h"
-#include "pattern_tlv.h"
+#include "file_format.h"
 
 namespace
 {
@@ -96,13 +96,14 @@ bool radix_tree_reader_open(blob_span_t blob, bool icase, radix_tree_reader_t &r
     if (blob.empty())
         return true;
     blob_span_t transitions;
-    if (!blob_read(blob, RADIX_TLV_TRANSITIONS, transitions, error) ||
-        !blob_read(blob, RADIX_TLV_C_EDGES, reader.c_edges, error) ||
-        !blob_read(blob, RADIX_TLV_ITEMS, reader.items, error) ||
-        !blob_read(blob, RADIX_TLV_EXACT_BITMAP, reader.exact_bitmap, error) ||
-        !blob_read(blob, RADIX_TLV_C_EDGES_BITMAP, reader.c_edges_bitmap, error) ||
-        !alphabet_read(blob, RADIX_TLV_ALPHABET, RADIX_NR_META, reader.alphabet, error) ||
-        !blob_read_words(blob, RADIX_TLV_META, {&reader.nr_item_max, 1}, error) ||
+    if (!blob_read(blob, file_format::RADIX_TLV_TRANSITIONS, transitions, error) ||
+        !blob_read(blob, file_format::RADIX_TLV_C_EDGES, reader.c_edges, error) ||
+        !blob_read(blob, file_format::RADIX_TLV_ITEMS, reader.items, error) ||
+        !blob_read(blob, file_format::RADIX_TLV_EXACT_BITMAP, reader.exact_bitmap, error) ||
+        !blob_read(blob, file_format::RADIX_TLV_C_EDGES_BITMAP, reader.c_edges_bitmap, error) ||
+        !alphabet_read(blob, file_format::RADIX_TLV_ALPHABET, file_format::RADIX_NR_META,
+                       reader.alphabet, error) ||
+        !blob_read_words(blob, file_format::RADIX_TLV_META, {&reader.nr_item_max, 1}, error) ||
         !blob_end(blob, error))
         return false;
     return check_bitmap(reader.exact_bitmap, error) && check_bitmap(reader.c_edges_bitmap, error) &&
@@ -113,7 +114,7 @@ bool radix_tree_reader_items(const radix_tree_reader_t &reader, uint32_t row,
                              std::vector<pattern_end_t> &ends, std::string &error)
 {
     const uint16_t word = row_table_word(reader.rows, row, 0);
-    return word == PATTERN_NO_ITEM_WORD ||
+    return word == file_format::PATTERN_NO_ITEM_WORD ||
            item_record_read(reader.items, word, ITEM_LAYOUT_IDS, ends, error);
 }
 

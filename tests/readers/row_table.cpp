@@ -4,15 +4,16 @@
 #include <tuple>
 
 #include "csa_endian.h"
-#include "pattern_tlv.h"
+#include "file_format.h"
 
 bool alphabet_read(blob_span_t &rest, uint32_t type, uint32_t nr_reserved,
                    alphabet_view_t &alphabet, std::string &error)
 {
     blob_span_t inner;
     if (!blob_read(rest, type, inner, error) ||
-        !blob_read_words(inner, ALPHABET_TLV_SIZE, {&alphabet.size, 1}, error) ||
-        !blob_read(inner, ALPHABET_TLV_MAP, alphabet.code, error) || !blob_end(inner, error))
+        !blob_read_words(inner, file_format::ALPHABET_TLV_SIZE, {&alphabet.size, 1}, error) ||
+        !blob_read(inner, file_format::ALPHABET_TLV_MAP, alphabet.code, error) ||
+        !blob_end(inner, error))
         return false;
     if (alphabet.size < nr_reserved || alphabet.size > nr_reserved + 256)
         return blob_fail(error, "alphabet of " + std::to_string(alphabet.size) + " codes");
@@ -55,8 +56,8 @@ bool item_record_read(blob_span_t items, uint32_t index, item_layout_t layout,
     uint32_t count;
     if (!next(count))
         return false;
-    if ((count & PATTERN_MINDATA_MARK) == PATTERN_MINDATA_MARK) {
-        end.mindata = count & ~PATTERN_MINDATA_MARK;
+    if ((count & file_format::PATTERN_MINDATA_MARK) == file_format::PATTERN_MINDATA_MARK) {
+        end.mindata = count & ~file_format::PATTERN_MINDATA_MARK;
         if (layout == ITEM_LAYOUT_WIDE_MINDATA && !next(end.mindata))
             return false;
         if (!next(count))

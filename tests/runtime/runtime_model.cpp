@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "expression_match.h"
-#include "pattern_types.h"
+#include "file_format.h"
 
 namespace
 {
@@ -31,7 +31,8 @@ bool has_begun(const stream_data_t &data)
 
 bool counts(const pattern_hit_t &hit, const stream_data_t &data)
 {
-    return hit.mindata == PATTERN_MINDATA_NONE ? has_begun(data) : data.bytes.size() >= hit.mindata;
+    return hit.mindata == file_format::PATTERN_MINDATA_NONE ? has_begun(data)
+                                                            : data.bytes.size() >= hit.mindata;
 }
 
 /// Notes the hits of one engine. The suffix tree counts from the end: what it finds ends there.
@@ -39,10 +40,10 @@ bool note_hits(const std::vector<pattern_hit_t> &hits, const stream_data_t &data
                stream_hits_t &found, std::string &error)
 {
     for (const pattern_hit_t &hit : hits) {
-        const uint32_t index = hit.item_id & MATCHER_PRIVATE_INDEX;
+        const uint32_t index = hit.item_id & file_format::MATCHER_PRIVATE_INDEX;
         if (!counts(hit, data))
             continue;
-        if (hit.item_id < MATCHER_PRIVATE_ID)
+        if (hit.item_id < file_format::MATCHER_PRIVATE_ID)
             found.items.push_back(hit.item_id);
         else if (index < found.ends.size())
             found.ends[index].push_back(suffixes ? static_cast<uint32_t>(data.bytes.size())
@@ -102,7 +103,7 @@ bool value_matches(const loadable_matcher_t &matcher, const loadable_entry_t &en
                    const stream_data_t &data, bool &matches, std::string &error)
 {
     expression_t expression;
-    const bool icase = (matcher.pattern.algo & PATTERN_ALGO_ICASE) != 0;
+    const bool icase = (matcher.pattern.algo & file_format::PATTERN_ALGO_ICASE) != 0;
     if (!expression_open(entry.value, icase, expression, error))
         return false;
     matches = (!data.more || expression_is_open_ended(expression)) &&
@@ -149,7 +150,7 @@ bool resolve(const loadable_matcher_t &matcher, const stream_data_t &data, strea
             continue;
         }
         bool matches = !found.ends[i].empty();
-        const bool always = entry.kind == MATCHER_MAP_CATCH_ALL && has_begun(data);
+        const bool always = entry.kind == file_format::MATCHER_MAP_CATCH_ALL && has_begun(data);
         if (entry.has_value && (matches || always) &&
             !value_matches(matcher, entry, data, matches, error))
             return false;
@@ -178,7 +179,7 @@ bool find_stream_items(const loadable_matcher_t &matcher, const flow_value_t &va
 bool find_items(const loadable_matcher_t &matcher, const flow_value_t &value,
                 std::vector<uint32_t> &items, std::string &error)
 {
-    if (matcher.type == MATCHER_TYPE_STREAM)
+    if (matcher.type == file_format::MATCHER_TYPE_STREAM)
         return find_stream_items(matcher, value, items, error);
     const std::vector<uint32_t> found = number_reader_find(matcher.number, value.number);
     items.insert(items.end(), found.begin(), found.end());
