@@ -489,8 +489,26 @@ TEST(number, many_values_cost_no_search)
     }
 }
 
+struct endpoint {
+    list_number_item items;
+};
+
+// Three nested intervals: their six endpoints take 4, 2 and 0 covers.
+TEST(number, takes_covers_up_to_a_bound)
+{
+    const std::vector<endpoint> nested = {{{{1, NUMBER_ITEM_START}}}, {{{2, NUMBER_ITEM_START}}},
+                                          {{{3, NUMBER_ITEM_START}}}, {{{3, NUMBER_ITEM_END}}},
+                                          {{{2, NUMBER_ITEM_END}}},   {{{1, NUMBER_ITEM_END}}}};
+    std::vector<endpoint> taken = nested;
+    EXPECT_EQ(number_propagate(taken, &endpoint::items, 6), 0);
+    EXPECT_EQ(taken[2].items.size(), 3U);
+    std::vector<endpoint> refused = nested;
+    EXPECT_EQ(number_propagate(refused, &endpoint::items, 5), MODULE_ERR_NO_MEMORY);
+    EXPECT_EQ(refused[2].items.size(), 1U);
+}
+
 // 12,000 nested intervals would add 12,000 * 11,999 / 2 * 3 covers.
-TEST(number, refuses_blobs_that_no_record_could_hold)
+TEST(number, refuses_more_covers_than_memory_is_given_for)
 {
     number_build build;
     ASSERT_EQ(number_init(build, MATCHER_TYPE_NUMBER_32), 0);

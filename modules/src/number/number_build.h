@@ -45,7 +45,7 @@ struct number_build {
 [[nodiscard]] int number_register(number_build &build, const number_info &info);
 
 /// Brings the matcher into the form that is written. Returns 0, MODULE_ERR_INVALID for a bad type,
-/// or MODULE_ERR_NO_MEMORY, also when overlapping intervals would make a blob of over 128 MiB.
+/// or MODULE_ERR_NO_MEMORY, also when overlapping intervals would take over 1 GiB.
 [[nodiscard]] int number_finalize(number_build &build);
 
 /// Emits the number blob (number_tlv.h). One of a bad type ends behind an inner header whose blob

@@ -34,9 +34,10 @@ inline void number_emit_items(const list_number_item &items, tlv_sink_t &sink)
         tlv_sink_put(sink, item.id, 4);
 }
 
-/// Items that propagation may add in all. More ids than this make a blob of over 128 MiB, which
-/// no record can hold.
-constexpr uint64_t NUMBER_MAX_COVERS = 1ULL << 25;
+/// Items that propagation may add in all: 1 GiB of them. What a record can hold is less; it is the
+/// record that refuses what is larger than that, and this bound keeps a hostile file from asking
+/// for more memory first.
+constexpr uint64_t NUMBER_MAX_COVERS = (1ULL << 30) / sizeof(number_item);
 
 /// One interval of a propagation: `id` goes to the endpoints behind `first` and before `last`.
 struct number_span {
@@ -74,10 +75,11 @@ std::vector<number_span> number_find_spans(const std::vector<Endpoint> &endpoint
 }
 
 /// Adds (id, COVER) for every interval to the end of the list of every endpoint that lies between
-/// its start and its end. Returns 0, or MODULE_ERR_NO_MEMORY beyond NUMBER_MAX_COVERS; the cost
+/// its start and its end. Returns 0, or MODULE_ERR_NO_MEMORY beyond `max_covers`; the cost
 /// is that of the items added.
 template <typename Endpoint>
-int number_propagate(std::vector<Endpoint> &endpoints, list_number_item Endpoint::*items)
+int number_propagate(std::vector<Endpoint> &endpoints, list_number_item Endpoint::*items,
+                     uint64_t max_covers = NUMBER_MAX_COVERS)
 {
     const std::vector<number_span> spans = number_find_spans(endpoints, items);
     // Signed steps: the running sum is the number of intervals that cover an endpoint.
@@ -88,7 +90,7 @@ int number_propagate(std::vector<Endpoint> &endpoints, list_number_item Endpoint
         --steps[span.last];
         covers += span.last - span.first - 1;
     }
-    if (covers > NUMBER_MAX_COVERS)
+    if (covers > max_covers)
         return MODULE_ERR_NO_MEMORY;
     int64_t covering = 0;
     for (size_t at = 0; at < endpoints.size(); ++at) {

@@ -63,7 +63,7 @@ using rexpand_permutation_list = std::vector<rexpand_permutation>;
 /// Bytes that the permutations of one expansion may take, their bookkeeping included. The
 /// permutation limit bounds each step only, so that nested choices multiply; without this bound
 /// an expression of 64 KiB could ask for gigabytes.
-constexpr uint64_t REXPAND_MAX_BYTES = 256ULL << 20;
+constexpr uint64_t REXPAND_MAX_BYTES = 1ULL << 30;
 
 /// Expands `expression` into `*list`, with at most `permutation_limit` permutations wherever a
 /// choice is spelled out; beyond the limit the choice is left out and the permutations are marked
