@@ -1,0 +1,55 @@
+#include "loadable.h"
+
+namespace
+{
+
+void find_origins(loadable_t &loadable, uint32_t nr_item)
+{
+    pdb_view_t view;
+    view_error_t error;
+    const bool known = pdb_view_open(input_file_bytes(loadable.file), view, error) &&
+                       view_values_read(view, loadable.values, error) &&
+                       view_values_origins(view, loadable.values, loadable.origins, error) &&
+                       loadable.origins.size() == size_t{nr_item} + 1;
+    if (!known)
+        loadable.origins.clear();
+}
+
+} // namespace
+
+bool loadable_open(console_t &console, const std::string &path, loadable_t &loadable)
+{
+    if (!open_file(console, path, loadable.file))
+        return false;
+    const std::span<const uint8_t> bytes = input_file_bytes(loadable.file);
+    pdata_db *db = nullptr;
+    pdata_failure failure = {};
+    const pdata_result result = pdata_db_open_memory(bytes.data(), bytes.size(), 0, &db, &failure);
+    loadable.db.reset(db);
+    if (result == PDATA_R_OK)
+        return true;
+    const bool told = result == PDATA_R_DAMAGED || result == PDATA_R_NOT_LOADABLE;
+    console_error(console, "{}: {}", loadable.file.name,
+                  told ? failure.text : pdata_result_text(result));
+    return false;
+}
+
+void loadable_prepare(loadable_t &loadable)
+{
+    pdata_db_info info = {};
+    pdata_db_describe(loadable.db.get(), &info);
+    find_origins(loadable, info.nr_item);
+    loadable.rule_items.assign(size_t{info.nr_rule} + 1, {});
+    for (pdata_item item = 1; item <= info.nr_item; ++item) {
+        pdata_item_info row = {};
+        if (pdata_db_item(loadable.db.get(), item, &row) == PDATA_R_OK && row.rule != 0)
+            loadable.rule_items[row.rule].push_back(item);
+    }
+}
+
+const view_stored_value_t *loadable_origin(const loadable_t &loadable, pdata_item item)
+{
+    if (item == 0 || item >= loadable.origins.size())
+        return nullptr;
+    return &loadable.values[loadable.origins[item]];
+}

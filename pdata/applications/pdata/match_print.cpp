@@ -1,0 +1,187 @@
+#include <array>
+
+#include "escape.h"
+#include "match_answer.h"
+
+namespace
+{
+
+constexpr std::array precedence_texts = {"", "range", "order", "number"};
+constexpr std::array outcome_texts = {"", "counted", "not admitted", "check failed", "check waits"};
+
+std::string quoted(std::string_view text)
+{
+    return '"' + escape_terminal(text) + '"';
+}
+
+std::string path_text(const loadable_t &loadable, const match_rule_t &rule)
+{
+    std::string text;
+    for (uint32_t i = 0; i < rule.info.nr_path; ++i)
+        text += '/' + escape_terminal(loadable_text(
+                          pdata_db_protocol_name(loadable.db.get(), rule.info.path[i])));
+    return text.empty() ? "no path" : text;
+}
+
+std::string priority_text(uint32_t priority)
+{
+    return fmt::format("{}:{}", priority >> 24, priority & 0xFFFFFF);
+}
+
+/// Names the value that an item stands for.
+std::string value_text(const match_item_t &item)
+{
+    if (item.value == nullptr)
+        return fmt::format("item {} (value unknown)", item.item);
+    return fmt::format("{}:{} {}", escape_terminal(item.value->bottom),
+                       escape_terminal(item.value->attribute), quoted(item.value->text));
+}
+
+/// Says where the pieces of a finding stood.
+std::string place_text(const pdata_finding &finding)
+{
+    std::string text = fmt::format("in value {}", finding.value);
+    for (uint32_t i = 0; i < std::min<uint32_t>(finding.nr_piece, PDATA_PIECE_MAX); ++i)
+        text += fmt::format("{} {} to {}", i == 0 ? ", bytes" : ",", finding.piece[i].begin,
+                            finding.piece[i].end);
+    return text;
+}
+
+const char *reason_text(pdata_outcome outcome)
+{
+    switch (outcome) {
+    case PDATA_NOT_ADMITTED:
+        return "its rule does not admit the protocol of that value";
+    case PDATA_CHECK_FAILED:
+        return "its pieces are there, but the whole does not match";
+    case PDATA_CHECK_WAITS:
+        return "its pieces are there, and more data may follow";
+    case PDATA_COUNTED:
+        break;
+    }
+    return "it counts";
+}
+
+/// Names the rule in its protocol's description, where that is known.
+std::string rule_text(const match_rule_t &rule)
+{
+    if (rule.items.empty() || rule.items.front().value == nullptr)
+        return fmt::format("rule {}", rule.rule);
+    const view_stored_value_t &value = *rule.items.front().value;
+    return fmt::format("rule {} of {}", value.rule + 1, escape_terminal(value.protocol));
+}
+
+void print_rule(console_t &console, const loadable_t &loadable, const match_rule_t &rule)
+{
+    console_print(console, "  {}  {}, {}, priority {}\n",
+                  colour_text(console.out_colour, COLOUR_NAME,
+                              escape_terminal(match_protocol(loadable, rule))),
+                  path_text(loadable, rule), rule_text(rule), priority_text(rule.info.priority));
+}
+
+void print_near(console_t &console, const loadable_t &loadable, const match_rule_t &rule)
+{
+    print_rule(console, loadable, rule);
+    for (const match_item_t &item : rule.items)
+        if (item.found)
+            console_print(console, "      has {}\n", value_text(item));
+        else if (item.item == rule.missing_item)
+            console_print(console, "      misses {}\n", value_text(item));
+    if (rule.missing_protocol != 0)
+        console_print(console, "      misses protocol {}\n",
+                      escape_terminal(loadable_text(
+                          pdata_db_protocol_name(loadable.db.get(), rule.missing_protocol))));
+}
+
+json_document_t finding_document(const pdata_finding &finding)
+{
+    json_document_t document = {{"outcome", outcome_texts[finding.outcome]},
+                                {"value", finding.value},
+                                {"pieces", json_document_t::array()}};
+    for (uint32_t i = 0; i < std::min<uint32_t>(finding.nr_piece, PDATA_PIECE_MAX); ++i)
+        document["pieces"].push_back(
+            {{"begin", finding.piece[i].begin}, {"end", finding.piece[i].end}});
+    return document;
+}
+
+json_document_t item_document(const match_item_t &item)
+{
+    json_document_t document = {{"item", item.item}};
+    if (item.value == nullptr) {
+        document["origin"] = "unknown";
+    } else {
+        document["origin"] = {{"protocol", json_text(item.value->protocol)},
+                              {"rule", item.value->rule + 1},
+                              {"bottom", json_text(item.value->bottom)},
+                              {"attribute", json_text(item.value->attribute)},
+                              {"value", json_text(item.value->text)}};
+    }
+    if (item.finding.item != 0)
+        document["finding"] = finding_document(item.finding);
+    return document;
+}
+
+json_document_t rule_document(const loadable_t &loadable, const match_rule_t &rule)
+{
+    json_document_t document = {{"protocol", json_text(match_protocol(loadable, rule))},
+                                {"rule", rule.rule},
+                                {"priority", rule.info.priority},
+                                {"path", json_document_t::array()},
+                                {"items", json_document_t::array()}};
+    for (uint32_t i = 0; i < rule.info.nr_path; ++i)
+        document["path"].push_back(
+            json_text(loadable_text(pdata_db_protocol_name(loadable.db.get(), rule.info.path[i]))));
+    for (const match_item_t &item : rule.items)
+        document["items"].push_back(item_document(item));
+    return document;
+}
+
+} // namespace
+
+void match_print(console_t &console, const loadable_t &loadable, const match_answer_t &answer)
+{
+    if (answer.rules.empty())
+        console_print(console, "  no rule fires\n");
+    for (size_t i = 0; i < answer.rules.size(); ++i) {
+        const match_rule_t &rule = answer.rules[i];
+        print_rule(console, loadable, rule);
+        for (const match_item_t &item : rule.items)
+            console_print(console, "      {} {}\n", value_text(item), place_text(item.finding));
+        if (i + 1 < answer.rules.size())
+            console_print(console, "      goes before the next by its {}\n",
+                          precedence_texts[rule.beats_next]);
+    }
+    if (!answer.near.empty())
+        console_print(console, "  nearly:\n");
+    for (const match_rule_t &rule : answer.near)
+        print_near(console, loadable, rule);
+    for (const match_item_t &item : answer.failed)
+        console_print(console, "  met {} {}: {}\n", value_text(item), place_text(item.finding),
+                      reason_text(item.finding.outcome));
+}
+
+void match_fill(json_document_t &document, const loadable_t &loadable, const match_answer_t &answer,
+                bool near)
+{
+    document["matches"] = json_document_t::array();
+    for (size_t i = 0; i < answer.rules.size(); ++i) {
+        json_document_t rule = rule_document(loadable, answer.rules[i]);
+        if (i + 1 < answer.rules.size())
+            rule["before_next_by"] = precedence_texts[answer.rules[i].beats_next];
+        document["matches"].push_back(std::move(rule));
+    }
+    if (!near)
+        return;
+    document["near"] = json_document_t::array();
+    for (const match_rule_t &rule : answer.near) {
+        json_document_t row = rule_document(loadable, rule);
+        row["missing_item"] = rule.missing_item;
+        if (rule.missing_protocol != 0)
+            row["missing_protocol"] = json_text(
+                loadable_text(pdata_db_protocol_name(loadable.db.get(), rule.missing_protocol)));
+        document["near"].push_back(std::move(row));
+    }
+    document["failed"] = json_document_t::array();
+    for (const match_item_t &item : answer.failed)
+        document["failed"].push_back(item_document(item));
+}

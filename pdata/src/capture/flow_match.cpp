@@ -1,0 +1,92 @@
+#include "flow_match.h"
+
+namespace
+{
+
+pdata_attribute find_attribute(flow_runner_t &runner, const flow_attr_t &value)
+{
+    const auto [found, is_new] =
+        runner.attributes.try_emplace({value.protocol, value.attribute, value.way}, 0);
+    if (is_new)
+        found->second =
+            pdata_db_attribute(pdata_flow_db(runner.flow.get()), value.protocol.c_str(),
+                               value.attribute.c_str(), static_cast<pdata_direction>(value.way));
+    return found->second;
+}
+
+pdata_protocol find_protocol(flow_runner_t &runner, const std::string &name)
+{
+    const auto [found, is_new] = runner.protocols.try_emplace(name, 0);
+    if (is_new)
+        found->second = pdata_db_protocol(pdata_flow_db(runner.flow.get()), name.c_str());
+    return found->second;
+}
+
+pdata_result add_value(flow_runner_t &runner, const flow_attr_t &value)
+{
+    pdata_flow *flow = runner.flow.get();
+    switch (value.kind) {
+    case FLOW_PROTOCOL:
+        return pdata_flow_add_protocol(flow, find_protocol(runner, value.protocol));
+    case FLOW_BYTES:
+        return pdata_flow_add_bytes(flow, find_attribute(runner, value), value.bytes.data(),
+                                    value.bytes.size(), value.incomplete ? PDATA_MORE : 0);
+    case FLOW_NUMBER:
+        return pdata_flow_add_number(flow, find_attribute(runner, value), value.number);
+    case FLOW_IP4:
+        return pdata_flow_add_ipv4(flow, find_attribute(runner, value), value.address.data());
+    case FLOW_IP6:
+        return pdata_flow_add_ipv6(flow, find_attribute(runner, value), value.address.data());
+    }
+    return PDATA_R_ARGUMENT;
+}
+
+pdata_kind kind_of(flow_runner_t &runner, const flow_attr_t &value)
+{
+    pdata_attribute_info info = {};
+    (void)pdata_db_attribute_info(pdata_flow_db(runner.flow.get()), find_attribute(runner, value),
+                                  &info);
+    return info.kind;
+}
+
+} // namespace
+
+pdata_result flow_runner_open(pdata_db *db, uint32_t flags, flow_runner_t &runner)
+{
+    pdata_flow *flow = nullptr;
+    const pdata_result result = pdata_flow_new(db, flags, &flow);
+    runner.flow.reset(flow);
+    runner.attributes.clear();
+    runner.protocols.clear();
+    return result;
+}
+
+bool flow_runner_run(flow_runner_t &runner, std::span<const flow_attr_t> values,
+                     flow_refusal_t &refusal)
+{
+    bool taken = true;
+    pdata_flow_reset(runner.flow.get());
+    for (size_t i = 0; i < values.size(); ++i) {
+        const pdata_result result = add_value(runner, values[i]);
+        if (result == PDATA_R_OK || !taken)
+            continue;
+        taken = false;
+        refusal = {i, result, kind_of(runner, values[i])};
+    }
+    return taken;
+}
+
+const char *flow_kind_text(pdata_kind kind)
+{
+    switch (kind) {
+    case PDATA_NUMBER:
+        return "a number";
+    case PDATA_IPV4:
+        return "an IPv4 address";
+    case PDATA_IPV6:
+        return "an IPv6 address";
+    case PDATA_BYTES:
+        break;
+    }
+    return "bytes";
+}

@@ -1,0 +1,42 @@
+/// Flows run through a loadable pdb: from the values of a flow to the operations of libpdata.
+///
+/// One runner serves one thread. The names of attributes are looked up once each.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+#include <tuple>
+
+#include "flow.h"
+#include "pdata.h"
+
+struct pdata_flow_delete {
+    void operator()(pdata_flow *flow) const { pdata_flow_free(flow); }
+};
+
+/// A flow object and what it has looked up. The database must outlive nothing: it is held.
+struct flow_runner_t {
+    std::unique_ptr<pdata_flow, pdata_flow_delete> flow;
+    std::map<std::tuple<std::string, std::string, flow_way_t>, pdata_attribute> attributes;
+    std::map<std::string, pdata_protocol> protocols;
+};
+
+/// Makes a runner of a database; `flags` are those of pdata_flow_new. Returns what that returns.
+[[nodiscard]] pdata_result flow_runner_open(pdata_db *db, uint32_t flags, flow_runner_t &runner);
+
+/// A value that could not be added.
+struct flow_refusal_t {
+    size_t value = 0; ///< index in the flow
+    pdata_result result = PDATA_R_OK;
+    pdata_kind wanted = PDATA_BYTES; ///< of PDATA_R_KIND: what the attribute holds
+};
+
+/// Forgets the flow before and adds the values of this one. Values of attributes that no rule tests
+/// lead to nothing. A value of another kind than its attribute's is left out: of such values the
+/// first is told in `refusal`, and false returned.
+[[nodiscard]] bool flow_runner_run(flow_runner_t &runner, std::span<const flow_attr_t> values,
+                                   flow_refusal_t &refusal);
+
+/// Returns "bytes", "a number", "an IPv4 address" or "an IPv6 address".
+const char *flow_kind_text(pdata_kind kind);
