@@ -31,15 +31,6 @@ using algo_combination_t = pattern_algo;
 constexpr uint32_t MATCHER_PRIVATE_ID = 0x80000000;
 constexpr uint32_t MATCHER_PRIVATE_INDEX = 0x0FFFFFFF;
 
-/// Kinds of a second-level entry, in bits 0 to 7 of its flag.
-enum matcher_map_kind_t : uint32_t {
-    MATCHER_MAP_REGULAR = 0,
-    MATCHER_MAP_CATCH_ALL = 2, ///< a value without any literal
-    MATCHER_MAP_PREFIX = 4,    ///< also a pattern at an offset
-    MATCHER_MAP_SUFFIX = 8,
-    MATCHER_MAP_EXACT = 12,
-};
-
 /// Reserved alphabet codes of each engine; they never denote a byte.
 constexpr uint8_t AHO_CORASICK_NR_META = 2;
 constexpr uint8_t RADIX_NR_META = 1;
