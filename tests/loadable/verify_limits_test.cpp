@@ -1,0 +1,105 @@
+/// What a compile writes when it passes a limit in silence: parts are lost, but nothing leads out
+/// of the file, and the verifier takes it.
+#include "loadable_fixture.h"
+#include "view_run.h"
+
+namespace
+{
+
+/// A rule of one value of http:server for each of `values`.
+pdb_model servers(const std::vector<std::string> &values)
+{
+    std::vector<rule_model> rules;
+    for (const std::string &value : values)
+        rules.push_back(simple_rule("http", {stream_attr("server", {value})}));
+    return {{protocol_of(1, "web", rules)}, {}};
+}
+
+/// Compiles without the reader of the tests, which finds what was lost.
+std::vector<uint8_t> compile_unread(const pdb_model &model)
+{
+    clear_status_slot();
+    pdata_pdb_version_set("1.540.1-24");
+    const pdb_list_t list = make_pdb(model);
+    pdb_t out;
+    EXPECT_EQ(pdata_compile(&list, &out, nullptr, {}, 1), PDATA_SUCCESS) << pdata_status_msg_get();
+    const std::span<const uint8_t> bytes = pdb_header_bytes(out);
+    return {bytes.begin(), bytes.end()};
+}
+
+/// The only matcher of a pdb that the verifier takes.
+struct taken_t {
+    std::vector<uint8_t> bytes;
+    pdb_view_t view;
+    view_matcher_t matcher;
+
+    explicit taken_t(const pdb_model &model) : bytes(compile_unread(model))
+    {
+        view_error_t error;
+        EXPECT_EQ(verify_text(bytes), "");
+        EXPECT_TRUE(pdb_verify_open(bytes, view, error)) << error.text;
+        view_cursor_t cursor = view_walk(view.matchers.list);
+        view_record_t record;
+        EXPECT_TRUE(view_next(cursor, record));
+        EXPECT_TRUE(view_matcher_open(record, view.matchers.names, matcher, error)) << error.text;
+        (void)run_pdb(view, "what the patterns are run over"); // for the sanitizers
+    }
+    taken_t(const taken_t &) = delete;
+    taken_t &operator=(const taken_t &) = delete;
+};
+
+/// A word of three letters for each number below 17576.
+std::string word_of(uint32_t number)
+{
+    std::string word;
+    for (int i = 0; i < 3; ++i, number /= 26)
+        word += static_cast<char>('a' + number % 26);
+    return word;
+}
+
+// 17,600 private ids: that of index 16383 stands inline as the word that means no item.
+TEST(verify_limits, more_private_ids_than_stand_inline)
+{
+    std::vector<std::string> values;
+    for (uint32_t i = 0; i < 8800; ++i)
+        values.push_back("A" + word_of(i) + ".*B" + word_of(i) + ".*");
+    const taken_t taken(servers(values));
+    EXPECT_GT(view_matcher_nr_private(taken.matcher), 16384u);
+}
+
+// State numbers are cut to 15 bits.
+TEST(verify_limits, more_states_than_numbers)
+{
+    std::vector<std::string> values;
+    for (uint32_t i = 0; i < 4000; ++i)
+        values.push_back(".*" + word_of(i) + std::string(8, 'x') + word_of(i * 3) + ".*");
+    const taken_t taken(servers(values));
+    EXPECT_GT(taken.matcher.pattern.aho_corasick.rows.nr_row, 32768u);
+}
+
+// The last codes of an alphabet of more bytes than codes wrap round to reserved ones.
+TEST(verify_limits, more_bytes_than_codes)
+{
+    std::vector<std::string> values;
+    for (int byte = 0; byte < 256; ++byte) {
+        char escaped[8];
+        (void)std::snprintf(escaped, sizeof(escaped), "\\x%02x", static_cast<unsigned>(byte));
+        values.push_back(std::string(".*Z") + escaped + "Z.*");
+    }
+    pdb_model model = servers(values);
+    for (rule_model &rule : model.protocols[0].rules)
+        rule.sub_rules[0] = sub_rule_of(
+            "tcp", {stream_attr("stream", {rule.sub_rules[0].attrs[0].values[0].first})},
+            65536); // where case counts
+    const taken_t taken(model);
+    EXPECT_EQ(taken.matcher.pattern.ahoff_corasick.alphabet.size, 258u);
+}
+
+// The length of a compressed edge is cut to 8 bits.
+TEST(verify_limits, a_chain_longer_than_its_length)
+{
+    const taken_t taken(servers({"^" + std::string(300, 'q'), "^" + std::string(256 + 2, 'w')}));
+    EXPECT_TRUE(taken.view.compiled);
+}
+
+} // namespace
