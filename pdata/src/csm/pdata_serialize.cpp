@@ -54,9 +54,8 @@ pdata_status_t pdata_serialize_matcher_alias_pdm(serialization_t &run)
     if (json_to_matcher_alias(pdm, sem, &run.hstring, &run.matcher_alias, run.cfg->ignore_sem) !=
         PDATA_SUCCESS)
         return PDATA_ERR_PRAGMAR;
-    const pdata_status_t status =
-        pdata_serialize_matcher_alias_pairs(&run.matcher_alias, next_record(run));
-    return status == PDATA_SUCCESS ? count_record(run) : status;
+    PDATA_TRY(pdata_serialize_matcher_alias_pairs(&run.matcher_alias, next_record(run)));
+    return count_record(run);
 }
 
 pdata_status_t pdata_serialize_tag_table_json(serialization_t &run, std::string_view pdm,
@@ -85,16 +84,16 @@ pdata_status_t pdata_serialize_tag_table_pdm(serialization_t &run)
     const std::string_view pdm = cfg_text(run, PDATA_META_PDM, PDATA_TYPE_TAG_TABLE);
     if (pdm.data() == nullptr)
         return PDATA_SUCCESS;
-    const pdata_status_t status = pdata_serialize_tag_table_json(
-        run, pdm, cfg_text(run, PDATA_META_SEM, PDATA_TYPE_TAG_TABLE));
-    return status == PDATA_SUCCESS ? count_record(run) : status;
+    PDATA_TRY(pdata_serialize_tag_table_json(run, pdm,
+                                             cfg_text(run, PDATA_META_SEM, PDATA_TYPE_TAG_TABLE)));
+    return count_record(run);
 }
 
 /// The documents of the configuration that belong into the pdb.
 pdata_status_t pdata_serialize_pdm(serialization_t &run)
 {
-    const pdata_status_t status = pdata_serialize_matcher_alias_pdm(run);
-    return status == PDATA_SUCCESS ? pdata_serialize_tag_table_pdm(run) : status;
+    PDATA_TRY(pdata_serialize_matcher_alias_pdm(run));
+    return pdata_serialize_tag_table_pdm(run);
 }
 
 bool supplies_aliases(const pdb_t *pdb_default)
@@ -109,18 +108,14 @@ pdata_status_t serialize_default_aliases(serialization_t &run, const pdb_t &pdb_
     const std::span<const uint8_t> bytes = pdb_header_bytes(pdb_default);
     std::span<const uint8_t> strings;
     std::span<const uint8_t> aliases;
-    pdata_status_t status = tlv_value_search(TLV_TYPE_ROOT_STRING, bytes, &strings);
-    if (status == PDATA_SUCCESS)
-        status = tlv_value_search(TLV_TYPE_ROOT_MATCHER_ALIAS, bytes, &aliases);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(tlv_value_search(TLV_TYPE_ROOT_STRING, bytes, &strings));
+    PDATA_TRY(tlv_value_search(TLV_TYPE_ROOT_MATCHER_ALIAS, bytes, &aliases));
     const hstring_t root = {strings.data(), static_cast<uint32_t>(strings.size())};
-    status =
+    PDATA_TRY(
         matcher_alias_build_pairs(root, &run.hstring, &run.matcher_alias, aliases,
-                                  static_cast<uint32_t>(aliases.size() / MATCHER_ALIAS_PAIR_SIZE));
-    if (status == PDATA_SUCCESS)
-        status = pdata_serialize_matcher_alias_pairs(&run.matcher_alias, next_record(run));
-    return status == PDATA_SUCCESS ? count_record(run) : status;
+                                  static_cast<uint32_t>(aliases.size() / MATCHER_ALIAS_PAIR_SIZE)));
+    PDATA_TRY(pdata_serialize_matcher_alias_pairs(&run.matcher_alias, next_record(run)));
+    return count_record(run);
 }
 
 /// Emits the root record of the protocols.

@@ -78,10 +78,7 @@ pdata_status_t container_to_tag_table(const tag_table_t &tag_table, tag_table_bu
     for (uint32_t i = 0; i < tag_table.nr_tag; ++i) {
         csa_str_t name;
         set_string_from_json(&name, tag_table.name[i]);
-        const pdata_status_t status =
-            tag_table_add(build, name, get_number_from_json(tag_table.value[i]));
-        if (status != PDATA_SUCCESS)
-            return status;
+        PDATA_TRY(tag_table_add(build, name, get_number_from_json(tag_table.value[i])));
     }
     return PDATA_SUCCESS;
 }

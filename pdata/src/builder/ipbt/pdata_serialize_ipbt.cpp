@@ -1,6 +1,5 @@
 #include "pdata_serialize_ipbt.h"
 
-#include <new>
 #include <span>
 
 #include "csa_buf.h"
@@ -44,9 +43,7 @@ struct ipbt_streams {
 
 pdata_status_t ipbt_write_serialization_headers(const ipbt_streams &streams)
 {
-    const pdata_status_t status = text_stream_print(streams.hdr, "%s", HEADER_TEXT);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(text_stream_print(streams.hdr, "%s", HEADER_TEXT));
     return text_stream_print(streams.src, "%s", SOURCE_TEXT);
 }
 
@@ -105,18 +102,13 @@ pdata_status_t write_tree(const ipbt_streams &streams, const ipbt_ip4_tree &tree
 pdata_status_t ipbt_serialize(const ipbt_streams &streams, std::string_view text)
 {
     ipbt_container_t container;
-    pdata_status_t status = read_table(text, &container);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(read_table(text, &container));
     std::unique_ptr<ipbt_ip4_tree> tree = ipbt_ip4_tree_create();
     if (tree == nullptr)
         return pdata_fail(PDATA_ERR_NO_MEMORY, "IPBT: ipbt_serialize: ipbt_ip4_tree_create failed");
-    status = ipbt_fill_tree_from_container(container, tree.get());
+    PDATA_TRY(ipbt_fill_tree_from_container(container, tree.get()));
     ipbt_container_clean(&container);
-    if (status == PDATA_SUCCESS)
-        status = write_tree(streams, *tree);
-    ipbt_ip4_tree_destroy(tree);
-    return status;
+    return write_tree(streams, *tree);
 }
 
 pdata_status_t ipbt_serialize_inputs(const ipbt_streams &streams, const pdata_cfg_t &cfg)
@@ -126,21 +118,16 @@ pdata_status_t ipbt_serialize_inputs(const ipbt_streams &streams, const pdata_cf
             break;
         if (meta.meta != PDATA_META_IPBT || !meta.json)
             continue;
-        const pdata_status_t status = ipbt_serialize(streams, pdata_cfg_meta_text(&meta));
-        if (status != PDATA_SUCCESS)
-            return status;
+        PDATA_TRY(ipbt_serialize(streams, pdata_cfg_meta_text(&meta)));
     }
     return PDATA_SUCCESS;
 }
 
 pdata_status_t write_sources(const ipbt_streams &streams, const pdata_cfg_t &cfg)
 {
-    pdata_status_t status = ipbt_write_serialization_headers(streams);
-    if (status == PDATA_SUCCESS)
-        status = ipbt_serialize_inputs(streams, cfg);
-    if (status == PDATA_SUCCESS)
-        status = ipbt_write_serialization_accessor(streams);
-    return status;
+    PDATA_TRY(ipbt_write_serialization_headers(streams));
+    PDATA_TRY(ipbt_serialize_inputs(streams, cfg));
+    return ipbt_write_serialization_accessor(streams);
 }
 
 } // namespace
@@ -171,9 +158,5 @@ pdata_status_t pdata_serialize_ipbt(const pdata_cfg_t *cfg, text_stream_t *src, 
 {
     if (cfg == nullptr || src == nullptr || hdr == nullptr || src->size == 0 || hdr->size == 0)
         return pdata_fail(PDATA_ERR_INVALID_ARGUMENT, "IPBT : unable to serialize IPBT.\n");
-    try {
-        return write_sources({src, hdr}, *cfg);
-    } catch (const std::bad_alloc &) { // a text that cannot grow, or the stack of a walk
-        return PDATA_ERR_NO_MEMORY;
-    }
+    return pdata_guard([&] { return write_sources({src, hdr}, *cfg); });
 }

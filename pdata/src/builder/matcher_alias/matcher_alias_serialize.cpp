@@ -25,13 +25,9 @@ pdata_status_t container_to_matcher_alias(const matcher_alias_container_t &conta
 {
     for (uint32_t i = 0; i < container.nr_entry; ++i) {
         alias_pair_t pair;
-        pdata_status_t status = convert_side(container.entries[i].alias, &pair.alias);
-        if (status == PDATA_SUCCESS)
-            status = convert_side(container.entries[i].reference, &pair.reference);
-        if (status == PDATA_SUCCESS)
-            status = matcher_alias_add(matcher_alias, pair);
-        if (status != PDATA_SUCCESS)
-            return status;
+        PDATA_TRY(convert_side(container.entries[i].alias, &pair.alias));
+        PDATA_TRY(convert_side(container.entries[i].reference, &pair.reference));
+        PDATA_TRY(matcher_alias_add(matcher_alias, pair));
     }
     return PDATA_SUCCESS;
 }
@@ -117,8 +113,6 @@ pdata_status_t json_to_matcher_alias(std::string_view pdm, std::string_view sem,
         *matcher_alias = matcher_alias_create(hstring, container.nr_entry);
         status = container_to_matcher_alias(container, matcher_alias);
     }
-    visitor_matcher_alias_cleanup(&visitor);
-    pragmar_destroy(&json);
     return status;
 }
 
@@ -233,11 +227,8 @@ pdata_status_t matcher_alias_build_pairs(const hstring_t &root_hstring,
     *matcher_alias = matcher_alias_create(main_hstring, matcher_alias_nb);
     for (uint32_t i = 0; i < matcher_alias_nb; ++i) {
         alias_pair_t pair;
-        pdata_status_t status = matcher_alias_deserialize(tlv_data, i, root_hstring, &pair);
-        if (status == PDATA_SUCCESS)
-            status = matcher_alias_add(matcher_alias, pair);
-        if (status != PDATA_SUCCESS)
-            return status;
+        PDATA_TRY(matcher_alias_deserialize(tlv_data, i, root_hstring, &pair));
+        PDATA_TRY(matcher_alias_add(matcher_alias, pair));
     }
     return PDATA_SUCCESS;
 }

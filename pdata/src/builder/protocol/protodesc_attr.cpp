@@ -139,22 +139,18 @@ pdata_status_t protodesc_add_attr_val_with_offset(protodesc_build_t *pb, uint32_
                                                   uint32_t n_attr)
 {
     uint32_t n_val = 0;
-    const pdata_status_t status = store_value(pb, n_rule, attr_val, n_attr, &n_val);
-    if (status == PDATA_SUCCESS)
-        protodesc_slot(pb, n_rule).rule_attr[n_attr].attr_offset[n_val] = offset;
-    return status;
+    PDATA_TRY(store_value(pb, n_rule, attr_val, n_attr, &n_val));
+    protodesc_slot(pb, n_rule).rule_attr[n_attr].attr_offset[n_val] = offset;
+    return PDATA_SUCCESS;
 }
 
 pdata_status_t protodesc_add_rule_attr(protodesc_build_t *pb, uint32_t n_rule, csa_str_t attr_name,
                                        csa_str_t attr_val)
 {
     uint32_t n_attr;
-    const pdata_status_t status = protodesc_add_attr_name(pb, attr_name, n_rule, &n_attr);
-    if (status != PDATA_SUCCESS) {
-        pdata_diag_error(PDATA_DIAG_RULE_ATTR, shown(pb->pb_name), pb->pb_name.str_buf,
-                         shown(attr_name), attr_name.str_buf);
-        return status;
-    }
+    PDATA_TRY(pdata_diag_failed(protodesc_add_attr_name(pb, attr_name, n_rule, &n_attr),
+                                PDATA_DIAG_RULE_ATTR, shown(pb->pb_name), pb->pb_name.str_buf,
+                                shown(attr_name), attr_name.str_buf));
     return protodesc_add_attr_val(pb, n_rule, attr_val, n_attr);
 }
 
@@ -164,13 +160,10 @@ pdata_status_t protodesc_add_rule_attr_parsed(protodesc_build_t *pb, uint32_t n_
                                               csa_str_t attr_val, uint32_t attr_offset)
 {
     uint32_t n_attr;
-    const pdata_status_t status = protodesc_add_attr_name_parsed(pb, attr_name, attr_way, attr_type,
-                                                                 attr_proto, n_rule, &n_attr);
-    if (status != PDATA_SUCCESS) {
-        pdata_diag_error(PDATA_DIAG_RULE_ATTR_PARSED, shown(pb->pb_name), pb->pb_name.str_buf,
-                         shown(attr_name), attr_name.str_buf);
-        return status;
-    }
+    PDATA_TRY(pdata_diag_failed(protodesc_add_attr_name_parsed(pb, attr_name, attr_way, attr_type,
+                                                               attr_proto, n_rule, &n_attr),
+                                PDATA_DIAG_RULE_ATTR_PARSED, shown(pb->pb_name),
+                                pb->pb_name.str_buf, shown(attr_name), attr_name.str_buf));
     if (attr_offset != 0)
         return protodesc_add_attr_val_with_offset(pb, n_rule, attr_val, attr_offset, n_attr);
     return protodesc_add_attr_val(pb, n_rule, attr_val, n_attr);

@@ -46,21 +46,16 @@ pdata_status_t check_semantic(protodesc_json_t *json, const json_t &parsed, prot
 pdata_status_t parsed_to_protodesc(protodesc_json_t *json, const json_t &parsed,
                                    protodesc_build_t *pb)
 {
-    pdata_status_t status = check_semantic(json, parsed, pb);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(check_semantic(json, parsed, pb));
     visitor_protocol_t visitor;
     visitor_protocol_init(&visitor, &json->protocol);
     const int visited = json_visit(parsed, &visitor.visitor);
     visitor_protocol_cleanup(&visitor);
     if (visited != 0)
         return fail_with_report(PDATA_ERR_JSON_BAD_SEMANTIC);
-    status = vprotocol_bottom_subrule_check(json->protocol);
-    if (status == PDATA_SUCCESS)
-        status = vprotocol_bottom_subrule_split(&json->protocol);
-    if (status == PDATA_SUCCESS)
-        status = vprotocol_to_protodesc(json->protocol, pb);
-    return status;
+    PDATA_TRY(vprotocol_bottom_subrule_check(json->protocol));
+    PDATA_TRY(vprotocol_bottom_subrule_split(&json->protocol));
+    return vprotocol_to_protodesc(json->protocol, pb);
 }
 
 /// Stores a tag, counting it before its place is tested.
@@ -76,18 +71,16 @@ pdata_status_t convert_tags(const protocol_tags_t &tags, protodesc_build_t *pb)
     if (tags.nr_category > PROTODESC_CATEGORY_MAX)
         return pdata_fail(PDATA_ERR_OVERFLOW, REFUSED_RECORD_CATEGORY);
     csa_str_t value;
-    pdata_status_t status = PDATA_SUCCESS;
-    for (uint32_t i = 0; i < tags.nr_category && status == PDATA_SUCCESS; ++i) {
+    for (uint32_t i = 0; i < tags.nr_category; ++i) {
         set_string_in_json(&value, tags.categories[i]);
-        status = add_tag(pb, "category", value);
+        PDATA_TRY(add_tag(pb, "category", value));
     }
-    if (tags.family != nullptr && status == PDATA_SUCCESS) {
+    if (tags.family != nullptr) {
         set_string_in_json(&value, tags.family);
-        status = add_tag(pb, "family", value);
+        PDATA_TRY(add_tag(pb, "family", value));
     }
-    if (get_boolean_from_json(tags.deprecated) && status == PDATA_SUCCESS)
-        status = add_tag(pb, "deprecated", csa_str("true"));
-    return status;
+    return get_boolean_from_json(tags.deprecated) ? add_tag(pb, "deprecated", csa_str("true"))
+                                                  : PDATA_SUCCESS;
 }
 
 pdata_status_t convert_altnames(const protocol_altname_t &altnames, protodesc_build_t *pb)
@@ -95,9 +88,7 @@ pdata_status_t convert_altnames(const protocol_altname_t &altnames, protodesc_bu
     for (uint32_t i = 0; i < altnames.nr_altname; ++i) {
         csa_str_t altname;
         set_string_in_json(&altname, altnames.altnames[i]);
-        const pdata_status_t status = protodesc_add_altname(pb, altname);
-        if (status != PDATA_SUCCESS)
-            return status;
+        PDATA_TRY(protodesc_add_altname(pb, altname));
     }
     return PDATA_SUCCESS;
 }
@@ -175,13 +166,10 @@ pdata_status_t vprotocol_bottom_subrule_split(protocol_t *protocol)
 pdata_status_t vprotocol_to_protodesc(const protocol_t &protocol, protodesc_build_t *pb)
 {
     convert_meta(protocol, pb);
-    pdata_status_t status = convert_tags(protocol.tags, pb);
-    if (status == PDATA_SUCCESS)
-        status = convert_altnames(protocol.altnames, pb);
+    PDATA_TRY(convert_tags(protocol.tags, pb));
+    PDATA_TRY(convert_altnames(protocol.altnames, pb));
     // Descriptions never reach the record. Part of the format.
-    if (status == PDATA_SUCCESS)
-        status = vprotocol_rules_to_protodesc(protocol, pb);
-    return status;
+    return vprotocol_rules_to_protodesc(protocol, pb);
 }
 
 uint32_t get_protocol_id_from_name(const char *name, uint32_t len)

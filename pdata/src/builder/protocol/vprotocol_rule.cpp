@@ -58,11 +58,10 @@ pdata_status_t convert_order(const protocol_rule_t &rule, protodesc_build_t *pb,
     if (colon == std::string_view::npos)
         return bad_semantic(pragmar_err_get());
     uint32_t priority;
-    const pdata_status_t status = pdb_rule_get_priority(
-        read_digits(order.substr(0, colon)), read_digits(order.substr(colon + 1)), &priority);
-    if (status == PDATA_SUCCESS)
-        protodesc_set_rule_order(pb, n_rule, priority);
-    return status;
+    PDATA_TRY(pdb_rule_get_priority(read_digits(order.substr(0, colon)),
+                                    read_digits(order.substr(colon + 1)), &priority));
+    protodesc_set_rule_order(pb, n_rule, priority);
+    return PDATA_SUCCESS;
 }
 
 /// A preempt rule has at most two attributes; of two, one is for each direction, or one is a port.
@@ -106,12 +105,11 @@ pdata_status_t convert_scope(const protocol_rule_t &rule, protodesc_build_t *pb,
 pdata_status_t convert_path_and_tags(const protocol_rule_t &rule, protodesc_build_t *pb,
                                      uint32_t n_rule)
 {
-    pdata_status_t status = PDATA_SUCCESS;
-    for (uint32_t i = 0; i < rule.nr_path && status == PDATA_SUCCESS; ++i)
-        status = protodesc_add_rule_path_elt(pb, n_rule, text_of(rule.path[i]));
-    for (uint32_t i = 0; i < rule.nr_tag && status == PDATA_SUCCESS; ++i)
-        status = protodesc_add_rule_tag(pb, n_rule, text_of(rule.tag[i]));
-    return status;
+    for (uint32_t i = 0; i < rule.nr_path; ++i)
+        PDATA_TRY(protodesc_add_rule_path_elt(pb, n_rule, text_of(rule.path[i])));
+    for (uint32_t i = 0; i < rule.nr_tag; ++i)
+        PDATA_TRY(protodesc_add_rule_tag(pb, n_rule, text_of(rule.tag[i])));
+    return PDATA_SUCCESS;
 }
 
 void convert_mindata(const protocol_sub_rule_t &sub_rule, protodesc_build_t *pb, uint32_t n_rule)
@@ -128,24 +126,17 @@ void convert_mindata(const protocol_sub_rule_t &sub_rule, protodesc_build_t *pb,
 pdata_status_t convert_rule_keys(const protocol_t &protocol, const protocol_rule_t &rule,
                                  uint32_t sub_index, protodesc_build_t *pb, uint32_t n_rule)
 {
-    if (sub_index == 0) {
-        const pdata_status_t status = convert_order(rule, pb, n_rule);
-        if (status != PDATA_SUCCESS)
-            return status;
-    }
+    if (sub_index == 0)
+        PDATA_TRY(convert_order(rule, pb, n_rule));
     // A flag is set when its key is present, whatever it says. Part of the format.
     protodesc_set_rule_fastpass(pb, n_rule, rule.fastpass != nullptr ? 1 : 0);
     protodesc_set_rule_preempt(pb, n_rule, rule.preempt != nullptr ? 1 : 0);
     protodesc_set_rule_vid(
         pb, n_rule, protocol.vid != nullptr ? get_number_from_json(protocol.vid) : RULE_VID_NONE);
-    pdata_status_t status = PDATA_SUCCESS;
     if (rule.preempt != nullptr)
-        status = check_preempt(rule.sub_rules[sub_index]);
-    if (status == PDATA_SUCCESS)
-        status = convert_scope(rule, pb, n_rule);
-    if (status == PDATA_SUCCESS)
-        status = convert_path_and_tags(rule, pb, n_rule);
-    return status;
+        PDATA_TRY(check_preempt(rule.sub_rules[sub_index]));
+    PDATA_TRY(convert_scope(rule, pb, n_rule));
+    return convert_path_and_tags(rule, pb, n_rule);
 }
 
 pdata_status_t convert_sub_rule(const protocol_t &protocol, uint32_t rule_index, uint32_t sub_index,
@@ -158,10 +149,9 @@ pdata_status_t convert_sub_rule(const protocol_t &protocol, uint32_t rule_index,
     protodesc_set_rule_real_bottom(pb, n_rule, bottom);
     convert_mindata(sub_rule, pb, n_rule);
     protodesc_set_rule(pb, n_rule, rule_index + 1, sub_index + 1);
-    const pdata_status_t status =
-        vattrs_to_protodesc_attrs(pb, n_rule, sub_rule.nr_attr, sub_rule.attrs.data());
-    if (status != PDATA_SUCCESS || protodesc_slot(pb, n_rule).rule_nr_attr == 0)
-        return status;
+    PDATA_TRY(vattrs_to_protodesc_attrs(pb, n_rule, sub_rule.nr_attr, sub_rule.attrs.data()));
+    if (protodesc_slot(pb, n_rule).rule_nr_attr == 0)
+        return PDATA_SUCCESS;
     return convert_rule_keys(protocol, rule, sub_index, pb, n_rule);
 }
 
@@ -176,11 +166,8 @@ pdata_status_t vprotocol_rules_to_protodesc(const protocol_t &protocol, protodes
 {
     uint32_t n_rule = 0;
     for (uint32_t i = 0; i < protocol.rules.nr_rule; ++i) {
-        for (uint32_t j = 0; j < protocol.rules.rules[i].nr_sub_rule; ++j) {
-            const pdata_status_t status = convert_sub_rule(protocol, i, j, pb, n_rule++);
-            if (status != PDATA_SUCCESS)
-                return status;
-        }
+        for (uint32_t j = 0; j < protocol.rules.rules[i].nr_sub_rule; ++j)
+            PDATA_TRY(convert_sub_rule(protocol, i, j, pb, n_rule++));
     }
     protodesc_set_nr_sub_rule(pb, n_rule);
     return PDATA_SUCCESS;
@@ -192,14 +179,11 @@ pdata_status_t vattrs_to_protodesc_attrs(protodesc_build_t *pb, uint32_t n_rule,
     uint32_t n_attr = 0;
     for (uint32_t i = 0; i < nr_attr; ++i) {
         const protocol_attr_t &vattr = vattrs[i];
-        pdata_status_t status = PDATA_SUCCESS;
         if (i == 0 || !same_key(vattr.name, vattrs[i - 1].name)) {
             const csa_str_t key =
                 vattr.name == nullptr ? csa_str_t{} : csa_str(json_string_view(*vattr.name));
-            status = protodesc_add_attr_name(pb, key, n_rule, &n_attr);
+            PDATA_TRY(protodesc_add_attr_name(pb, key, n_rule, &n_attr));
         }
-        if (status != PDATA_SUCCESS)
-            return status;
         const csa_str_t value = text_of(vattr.value);
         if (vattr.pattern_offset != nullptr) {
             // A full attribute drops the value; its status is not looked at. Part of the format.
@@ -207,9 +191,7 @@ pdata_status_t vattrs_to_protodesc_attrs(protodesc_build_t *pb, uint32_t n_rule,
                 pb, n_rule, value, get_number_from_json(vattr.pattern_offset), n_attr);
             continue;
         }
-        status = protodesc_add_attr_val(pb, n_rule, value, n_attr);
-        if (status != PDATA_SUCCESS)
-            return status;
+        PDATA_TRY(protodesc_add_attr_val(pb, n_rule, value, n_attr));
     }
     return PDATA_SUCCESS;
 }

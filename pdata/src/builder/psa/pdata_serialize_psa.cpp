@@ -1,6 +1,5 @@
 #include "pdata_serialize_psa.h"
 
-#include <new>
 #include <span>
 #include <vector>
 
@@ -82,12 +81,9 @@ pdata_status_t engine_status(int ret)
 
 pdata_status_t psa_init_buf(const psa_stream &streams)
 {
-    pdata_status_t status = text_stream_print(streams.key, "%s", KEY_TEXT);
-    if (status == PDATA_SUCCESS)
-        status = text_stream_print(streams.hdr, "%s", HEADER_TEXT);
-    if (status == PDATA_SUCCESS)
-        status = text_stream_print(streams.src, "%s", SOURCE_TEXT);
-    return status;
+    PDATA_TRY(text_stream_print(streams.key, "%s", KEY_TEXT));
+    PDATA_TRY(text_stream_print(streams.hdr, "%s", HEADER_TEXT));
+    return text_stream_print(streams.src, "%s", SOURCE_TEXT);
 }
 
 /// Reads a file into a container.
@@ -109,9 +105,7 @@ pdata_status_t find_item_id(const psa_stream &streams, psa_file_t &file, std::st
                             uint32_t *item_id)
 {
     std::string purified;
-    const pdata_status_t status = psa_purify_string(name, &purified, PSA_NAME_SIZE);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(psa_purify_string(name, &purified, PSA_NAME_SIZE));
     for (size_t i = 0; i < file.names.size(); ++i) {
         if (file.names[i] == purified) {
             *item_id = static_cast<uint32_t>(i + 1);
@@ -126,27 +120,28 @@ pdata_status_t find_item_id(const psa_stream &streams, psa_file_t &file, std::st
                              purified.c_str(), static_cast<int>(*item_id));
 }
 
+/// Makes the pattern of an entry; the entry's value stays where it is.
+pdata_status_t psa_pattern_info_create(const psa_stream &streams, psa_file_t &file, csa_str_t name,
+                                       csa_str_t value, pattern_type_t type, pattern_info *info)
+{
+    if (name.str_buf == nullptr || value.str_buf == nullptr)
+        return pdata_fail(PDATA_ERR_INVALID_ARGUMENT, "PSA : unable to create pattern info.\n");
+    info->pattern = value.str_buf;
+    info->pattern_len = value.str_len;
+    info->type = type;
+    return find_item_id(streams, file, csa_str_view(name), &info->item_id);
+}
+
 /// Registers the patterns of one kind.
 pdata_status_t register_table(const psa_stream &streams, psa_file_t &file,
                               const psa_pattern_table_t &table, pattern_type_t type)
 {
     for (uint32_t i = 0; i < table.nr_pattern; ++i) {
-        const csa_str_t name = table.names[i];
-        const csa_str_t value = table.values[i];
-        if (name.str_buf == nullptr || value.str_buf == nullptr)
-            return pdata_fail(PDATA_ERR_INVALID_ARGUMENT, "PSA : unable to create pattern info.\n");
         pattern_info info;
-        info.pattern = value.str_buf;
-        info.pattern_len = value.str_len;
-        info.type = type;
-        const pdata_status_t status =
-            find_item_id(streams, file, csa_str_view(name), &info.item_id);
-        if (status != PDATA_SUCCESS)
-            return status;
-        const int ret =
-            pattern_register(file.build, info, MINDATA_NOT_MANDATORY, EXACT_MATCH_DEFAULT);
-        if (ret != 0)
-            return engine_status(ret);
+        PDATA_TRY(
+            psa_pattern_info_create(streams, file, table.names[i], table.values[i], type, &info));
+        PDATA_TRY(engine_status(
+            pattern_register(file.build, info, MINDATA_NOT_MANDATORY, EXACT_MATCH_DEFAULT)));
     }
     return PDATA_SUCCESS;
 }
@@ -171,9 +166,7 @@ pdata_status_t psa_write_serialization(const psa_stream &streams, const psa_file
 /// Finalizes the pattern set of a file and writes it.
 pdata_status_t write_pattern_set(const psa_stream &streams, psa_file_t &file)
 {
-    const int ret = pattern_finalize(file.build);
-    if (ret != 0)
-        return engine_status(ret);
+    PDATA_TRY(engine_status(pattern_finalize(file.build)));
     csa_buf_t buf;
     if (!csa_buf_alloc(buf, pattern_get_size(file.build)))
         return pdata_fail(PDATA_ERR_NO_MEMORY, "PSA : unable to allocate buffer.\n");
@@ -187,30 +180,21 @@ pdata_status_t write_pattern_set(const psa_stream &streams, psa_file_t &file)
 pdata_status_t serialize_container(const psa_stream &streams, psa_file_t &file,
                                    const psa_container_t &container)
 {
-    const int ret = pattern_init(&file.build, PATTERN_ALGO_CLASSIC, ALPHA_CONFIG_ICASE_DISABLE);
-    if (ret != 0)
-        return engine_status(ret);
-    pdata_status_t status = register_table(streams, file, container.regular, PATTERN_REGULAR);
-    if (status == PDATA_SUCCESS)
-        status = register_table(streams, file, container.suffixes, PATTERN_SUFFIX);
-    if (status == PDATA_SUCCESS)
-        status = register_table(streams, file, container.prefixes, PATTERN_PREFIX);
-    if (status == PDATA_SUCCESS)
-        status = write_pattern_set(streams, file);
-    pattern_clean(file.build);
-    return status;
+    PDATA_TRY(
+        engine_status(pattern_init(&file.build, PATTERN_ALGO_CLASSIC, ALPHA_CONFIG_ICASE_DISABLE)));
+    PDATA_TRY(register_table(streams, file, container.regular, PATTERN_REGULAR));
+    PDATA_TRY(register_table(streams, file, container.suffixes, PATTERN_SUFFIX));
+    PDATA_TRY(register_table(streams, file, container.prefixes, PATTERN_PREFIX));
+    return write_pattern_set(streams, file);
 }
 
 pdata_status_t psa_serialize(const psa_stream &streams, const char *name, std::string_view text)
 {
     psa_file_t file = {name, {}, {}, {}};
     psa_container_t container;
-    pdata_status_t status = psa_purify_string(name, &file.purified, PSA_NAME_SIZE);
-    if (status == PDATA_SUCCESS)
-        status = read_file(text, &container);
-    if (status == PDATA_SUCCESS)
-        status = serialize_container(streams, file, container);
-    return status;
+    PDATA_TRY(psa_purify_string(name, &file.purified, PSA_NAME_SIZE));
+    PDATA_TRY(read_file(text, &container));
+    return serialize_container(streams, file, container);
 }
 
 bool is_psa_file(const pdata_cfg_meta_t &meta)
@@ -224,13 +208,9 @@ pdata_status_t psa_write_buf(const psa_stream &streams, const pdata_cfg_t &cfg)
     for (const pdata_cfg_meta_t &meta : cfg.meta) {
         if (!is_psa_file(meta))
             continue;
-        pdata_status_t status = text_stream_print(streams.key, "typedef enum {\n");
-        if (status == PDATA_SUCCESS)
-            status = psa_serialize(streams, meta.name, pdata_cfg_meta_text(&meta));
-        if (status == PDATA_SUCCESS)
-            status = text_stream_print(streams.key, "} %s_%s_t;\n\n", "psa_key", meta.name);
-        if (status != PDATA_SUCCESS)
-            return status;
+        PDATA_TRY(text_stream_print(streams.key, "typedef enum {\n"));
+        PDATA_TRY(psa_serialize(streams, meta.name, pdata_cfg_meta_text(&meta)));
+        PDATA_TRY(text_stream_print(streams.key, "} %s_%s_t;\n\n", "psa_key", meta.name));
     }
     return PDATA_SUCCESS;
 }
@@ -239,48 +219,37 @@ pdata_status_t psa_write_buf(const psa_stream &streams, const pdata_cfg_t &cfg)
 pdata_status_t write_file_case(const psa_stream &streams, const char *name, int number)
 {
     std::string purified;
-    pdata_status_t status = psa_purify_string(name, &purified, PSA_NAME_SIZE);
+    PDATA_TRY(psa_purify_string(name, &purified, PSA_NAME_SIZE));
     const char *key = purified.c_str();
-    if (status == PDATA_SUCCESS)
-        status = text_stream_print(streams.src,
-                                   "\t\tcase PSA_KEY_%s:\n"
-                                   "\t\t\t*serialization = psa_serialization_%s;\n"
-                                   "\t\t\t*len = PSA_KEY_%s_SIZE;\n"
-                                   "\t\t\tbreak;\n",
-                                   key, name, key);
-    if (status == PDATA_SUCCESS)
-        status = text_stream_print(streams.key, "\tPSA_KEY_%s = %d,\n", key, number);
-    return status;
+    PDATA_TRY(text_stream_print(streams.src,
+                                "\t\tcase PSA_KEY_%s:\n"
+                                "\t\t\t*serialization = psa_serialization_%s;\n"
+                                "\t\t\t*len = PSA_KEY_%s_SIZE;\n"
+                                "\t\t\tbreak;\n",
+                                key, name, key));
+    return text_stream_print(streams.key, "\tPSA_KEY_%s = %d,\n", key, number);
 }
 
 /// The closing tables: the enumeration of the files and the accessor.
 pdata_status_t psa_end_buf(const psa_stream &streams, const pdata_cfg_t &cfg)
 {
     int nr_file = 0;
-    pdata_status_t status = text_stream_print(streams.key, "typedef enum {\n");
-    if (status == PDATA_SUCCESS)
-        status = text_stream_print(streams.src, "%s", ACCESSOR_HEAD);
+    PDATA_TRY(text_stream_print(streams.key, "typedef enum {\n"));
+    PDATA_TRY(text_stream_print(streams.src, "%s", ACCESSOR_HEAD));
     for (const pdata_cfg_meta_t &meta : cfg.meta)
-        if (status == PDATA_SUCCESS && is_psa_file(meta))
-            status = write_file_case(streams, meta.name, nr_file++);
-    if (status == PDATA_SUCCESS)
-        status = text_stream_print(streams.key, "\tPSA_KEY_%s = %d,\n} %s_t;\n\n", "NB", nr_file,
-                                   "psa_key");
-    if (status == PDATA_SUCCESS)
-        status = text_stream_print(streams.src, "%s", ACCESSOR_TAIL);
-    if (status == PDATA_SUCCESS)
-        status = text_stream_print(streams.key, "#endif /* __PSA_KEY_H__ */\n");
-    return status;
+        if (is_psa_file(meta))
+            PDATA_TRY(write_file_case(streams, meta.name, nr_file++));
+    PDATA_TRY(text_stream_print(streams.key, "\tPSA_KEY_%s = %d,\n} %s_t;\n\n", "NB", nr_file,
+                                "psa_key"));
+    PDATA_TRY(text_stream_print(streams.src, "%s", ACCESSOR_TAIL));
+    return text_stream_print(streams.key, "#endif /* __PSA_KEY_H__ */\n");
 }
 
 pdata_status_t write_texts(const psa_stream &streams, const pdata_cfg_t &cfg)
 {
-    pdata_status_t status = psa_init_buf(streams);
-    if (status == PDATA_SUCCESS)
-        status = psa_write_buf(streams, cfg);
-    if (status == PDATA_SUCCESS)
-        status = psa_end_buf(streams, cfg);
-    return status;
+    PDATA_TRY(psa_init_buf(streams));
+    PDATA_TRY(psa_write_buf(streams, cfg));
+    return psa_end_buf(streams, cfg);
 }
 
 } // namespace
@@ -291,11 +260,7 @@ pdata_status_t pdata_serialize_psa(const pdata_cfg_t *cfg, text_stream_t *key, t
     if (cfg == nullptr || key == nullptr || src == nullptr || hdr == nullptr || key->size == 0 ||
         src->size == 0 || hdr->size == 0)
         return pdata_fail(PDATA_ERR_INVALID_ARGUMENT, "PSA : unable to serialize PSA files.\n");
-    try {
-        return write_texts({key, src, hdr}, *cfg);
-    } catch (const std::bad_alloc &) { // a text that cannot grow, a name, the stack of a walk
-        return PDATA_ERR_NO_MEMORY;
-    }
+    return pdata_guard([&] { return write_texts({key, src, hdr}, *cfg); });
 }
 
 pdata_status_t psa_purify_string(std::string_view in, std::string *out, size_t size)

@@ -1,5 +1,6 @@
 #include "text_stream.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdarg>
 #include <cstdio>
@@ -32,14 +33,17 @@ pdata_status_t text_stream_print(text_stream_t *stream, const char *format, ...)
 pdata_status_t text_stream_put_byte(text_stream_t *stream, std::string_view before, uint8_t byte,
                                     std::string_view after)
 {
-    char digits[3];
-    const auto end = std::to_chars(std::begin(digits), std::end(digits), byte).ptr;
-    const std::string_view number(digits, static_cast<size_t>(end - digits));
-    const size_t len = before.size() + number.size() + after.size();
+    char piece[32];
+    if (before.size() + after.size() + 3 > sizeof(piece))
+        return PDATA_ERR_IO;
+    char *at = std::copy(before.begin(), before.end(), piece);
+    at = std::to_chars(at, std::end(piece), byte).ptr;
+    at = std::copy(after.begin(), after.end(), at);
+    const auto len = static_cast<size_t>(at - piece);
     if (len + stream->text.size() >= stream->size)
         stream->full = true;
     if (stream->full)
         return PDATA_ERR_IO;
-    stream->text.append(before).append(number).append(after);
+    stream->text.append(piece, len);
     return PDATA_SUCCESS;
 }

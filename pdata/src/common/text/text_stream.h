@@ -20,7 +20,7 @@ struct text_stream_t {
 [[nodiscard, gnu::format(printf, 2, 3)]] pdata_status_t text_stream_print(text_stream_t *stream,
                                                                           const char *format, ...);
 
-/// Appends `before`, the decimal digits of a byte, and `after`, as one piece. Returns as
-/// text_stream_print does.
+/// Appends `before`, the decimal digits of a byte, and `after`, as one piece of 32 bytes at most.
+/// Returns as text_stream_print does.
 [[nodiscard]] pdata_status_t text_stream_put_byte(text_stream_t *stream, std::string_view before,
                                                   uint8_t byte, std::string_view after);
