@@ -41,6 +41,11 @@ struct ipbt_streams {
     text_stream_t *hdr;
 };
 
+ipbt_streams ipbt_init_buf(text_stream_t *src, text_stream_t *hdr)
+{
+    return {src, hdr};
+}
+
 pdata_status_t ipbt_write_serialization_headers(const ipbt_streams &streams)
 {
     PDATA_TRY(text_stream_print(streams.hdr, "%s", HEADER_TEXT));
@@ -158,5 +163,5 @@ pdata_status_t pdata_serialize_ipbt(const pdata_cfg_t *cfg, text_stream_t *src, 
 {
     if (cfg == nullptr || src == nullptr || hdr == nullptr || src->size == 0 || hdr->size == 0)
         return pdata_fail(PDATA_ERR_INVALID_ARGUMENT, "IPBT : unable to serialize IPBT.\n");
-    return pdata_guard([&] { return write_sources({src, hdr}, *cfg); });
+    return pdata_guard([&] { return write_sources(ipbt_init_buf(src, hdr), *cfg); });
 }

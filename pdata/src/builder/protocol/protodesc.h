@@ -83,7 +83,7 @@ struct ruledesc_build_t {
     uint32_t rule_vid = 0;         ///< 0xFFFFFFFF: no version identifier
 };
 
-/// Something that building a protocol says without failing. It is said as often as the contract has
+/// Something that building a protocol says without failing. It is said as often as there are
 /// passes over the protocol, while the protocol is built once.
 struct protodesc_remark_t {
     void (*say)(const protodesc_remark_t &remark);
