@@ -37,7 +37,7 @@ void copy_desc(matcher_build *matcher, const matcher_desc_t &desc)
     matcher->mindata_status = desc.mindata_status;
     matcher->em_dispatch = desc.em_dispatch;
     matcher->alpha_config = desc.alpha_config;
-    matcher->budget = desc.budget;
+    matcher->budget.limit = desc.max_bytes;
 }
 
 pdata_status_t matcher_register_number(matcher_build *matcher, const matcher_data_t &data,
@@ -86,7 +86,7 @@ pdata_status_t matcher_register(matcher_build *matcher, const matcher_data_t &da
 {
     if (!forced)
         *item_id = matcher->curr_pub_id++;
-    PDATA_TRY(matcher_budget_take(matcher->budget, MATCHER_BUDGET_COST + data.pattern.size()));
+    PDATA_TRY(matcher_budget_take(&matcher->budget, MATCHER_VALUE_BYTES + data.pattern.size()));
     if (pdata_sig_export_element_register(sig_export, data.pattern.data(),
                                           static_cast<uint32_t>(data.pattern.size()),
                                           *item_id) != PDATA_SUCCESS)

@@ -45,8 +45,8 @@ struct matcher_desc_t {
     uint32_t algo = 0;          ///< pattern_algo bits
     mindata_status_t mindata_status = MINDATA_NOT_MANDATORY;
     exact_match_dispatch_t em_dispatch = EXACT_MATCH_DEFAULT;
-    uint8_t alpha_config = 0;           ///< alpha_config_t flags
-    matcher_budget_t *budget = nullptr; ///< of the compile, or null for none; not owned
+    uint8_t alpha_config = 0;               ///< alpha_config_t flags
+    uint64_t max_bytes = MATCHER_MAX_BYTES; ///< limit of the matcher
 };
 
 /// One second-level entry.
@@ -75,7 +75,7 @@ struct matcher_build {
     mindata_status_t mindata_status = MINDATA_NOT_MANDATORY;
     exact_match_dispatch_t em_dispatch = EXACT_MATCH_DEFAULT;
     uint8_t alpha_config = 0;
-    matcher_budget_t *budget = nullptr; ///< not owned
+    matcher_budget_t budget;
 };
 
 /// One value to register.
@@ -95,9 +95,10 @@ struct matcher_data_t {
 /// `*item_id` itself. Of `info` the minimum data, the priority and the preempt mark count.
 ///
 /// Returns PDATA_ERR_SIG_EXPORT when the export refuses the value; PDATA_ERR_OVERFLOW with a
-/// message when the second-level table is full or the budget is used up; PDATA_ERR_INVALID_ARGUMENT
-/// with a message for a preempt value of several pieces, a piece longer than its minimum data or a
-/// bad escape, and without one for an empty value at an offset; otherwise what the engines return.
+/// message when the second-level table is full or the limit of the matcher is reached;
+/// PDATA_ERR_INVALID_ARGUMENT with a message for a preempt value of several pieces, a piece longer
+/// than its minimum data or a bad escape, and without one for an empty value at an offset;
+/// otherwise what the engines return.
 [[nodiscard]] pdata_status_t matcher_register(matcher_build *matcher, const matcher_data_t &data,
                                               uint32_t *item_id, bool forced,
                                               const pattern_info &info,

@@ -70,14 +70,26 @@ pdata_status_t mindata_failure(uint32_t mindata, size_t pattern_len)
                       static_cast<int>(mindata), static_cast<int>(pattern_len));
 }
 
+/// Returns what the states of all engines take, in bytes.
+uint64_t bytes_of(const pattern_build &pattern)
+{
+    const size_t nr_state =
+        pattern.aho_corasick.ac_l_state.size() + pattern.ahoff_corasick.ac_l_state.size() +
+        pattern.prefix_tree.rt_l_state.size() + pattern.suffix_tree.rt_l_state.size() +
+        pattern.dot_prefix.dp_l_node.size();
+    return nr_state * MATCHER_STATE_BYTES;
+}
+
 pdata_status_t register_pattern(matcher_build *matcher, std::string_view bytes, uint32_t item_id,
                                 pattern_info info)
 {
     info.pattern = bytes.data();
     info.pattern_len = static_cast<uint32_t>(bytes.size());
     info.item_id = item_id;
-    return pattern_status(
-        pattern_register(matcher->pattern, info, matcher->mindata_status, matcher->em_dispatch));
+    PDATA_TRY(matcher_budget_take(&matcher->budget, bytes.size()));
+    PDATA_TRY(pattern_status(
+        pattern_register(matcher->pattern, info, matcher->mindata_status, matcher->em_dispatch)));
+    return matcher_budget_check(&matcher->budget, bytes_of(matcher->pattern));
 }
 
 /// Stores a private entry that refers to the complete value.
@@ -146,18 +158,6 @@ bool is_marked(const rexpand_permutation &permutation)
 {
     return (permutation.flag & REXPAND_FLAG_L2_REQUIRED) != 0 ||
            !std::all_of(permutation.patterns.begin(), permutation.patterns.end(), is_mandatory);
-}
-
-/// What the pieces of a value take from the budget.
-uint64_t cost_of(const rexpand_permutation_list &list)
-{
-    uint64_t cost = 0;
-    for (const rexpand_permutation &permutation : list) {
-        cost += MATCHER_BUDGET_COST;
-        for (const rexpand_pattern_t &piece : permutation.patterns)
-            cost += MATCHER_BUDGET_COST + piece.str.size();
-    }
-    return cost;
 }
 
 /// Registers a permutation whose pieces do not prove the value, and tells whether the value needs
@@ -262,7 +262,6 @@ pdata_status_t matcher_register_stream(matcher_build *matcher, const matcher_dat
         return pattern_status(ret);
     info.offset = static_cast<type_offset>(data.pattern_offset);
     bool catch_all = false;
-    PDATA_TRY(matcher_budget_take(matcher->budget, cost_of(list)));
     PDATA_TRY(register_permutations(matcher, list, value, item_id, info, &catch_all));
     if (!catch_all)
         return PDATA_SUCCESS;

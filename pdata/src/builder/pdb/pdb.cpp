@@ -8,7 +8,6 @@ pdata_status_t pdb_init(pdb_build_t *pdb_build, const pdb_config_t *pdb_config)
         pdb_rule_tab_init(&pdb_build->pdb_build_rule_tab, PDB_RULE_TAB_LINES);
         pdb_build->pdb_build_config = pdb_config;
         pdb_build->pdb_build_item_id = 1;
-        pdb_build->pdb_build_budget = {MATCHER_BUDGET_BASE, 0};
         const int ret = hstring_init(&pdb_build->pdb_build_matcher_hstring, 0);
         return ret == 0 ? PDATA_SUCCESS : PDATA_ERR_NO_MEMORY;
     });

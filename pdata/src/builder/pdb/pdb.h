@@ -74,7 +74,7 @@ struct pdb_build_t {
     uint32_t pdb_build_nr_matcher = 0; ///< values filed
     uint32_t pdb_build_nr_rule = 0;    ///< rules that received an item
     uint32_t pdb_build_item_id = 0;    ///< next free public item id
-    matcher_budget_t pdb_build_budget; ///< what the values may expand to
+    matcher_budget_t pdb_build_budget; ///< bytes of the names under which values are filed
     hstring_build_t pdb_build_matcher_hstring;
     rule_builder_t pdb_build_rule_builder;
     protocol_build_map_t pdb_build_proto_map;

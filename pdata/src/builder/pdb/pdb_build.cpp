@@ -154,7 +154,7 @@ pdata_status_t file_attr(const filing_t &filing, const sub_ruledesc_t &sub_rule,
     PDATA_TRY(attrdesc_get_way(attr, &way));
     key.key_way = way;
     pdb_matcher_value_t value = {filing.idx, {}, mindata_of(sub_rule, way), srule_id, 0};
-    const uint64_t cost = MATCHER_BUDGET_COST + key.key_proto.str_len + key.key_attr.str_len;
+    const uint64_t cost = uint64_t{key.key_proto.str_len} + key.key_attr.str_len;
     for (uint32_t i = 0; i < attrdesc_get_value_nr(attr); ++i) {
         PDATA_TRY(matcher_budget_take(&filing.pdb_build->pdb_build_budget, cost));
         value.pattern_offset = attrdesc_get_pattern_offset(attr, i);
@@ -312,8 +312,6 @@ pdata_status_t pdb_builder_matcher_register(pdb_build_t *pdb_build, const pdb_pg
     pdb_facts_t *facts = &pdb_build->pdb_build_facts;
     const auto nr_proto = static_cast<uint32_t>(pg.pg_proto_offset.size());
     pdb_facts_init(facts, pg.pg_hstring, nr_proto);
-    pdb_build->pdb_build_budget.limit +=
-        MATCHER_BUDGET_PER_BYTE * (uint64_t{pg.pg_hstring.hs_len} + pg.pg_proto_list.size());
     for (uint32_t i = 0; i < nr_proto; ++i) {
         protodesc_t protocol;
         csa_str_t name;
@@ -321,7 +319,8 @@ pdata_status_t pdb_builder_matcher_register(pdb_build_t *pdb_build, const pdb_pg
         PDATA_TRY(protodesc_get_name(protocol, pg.pg_hstring, &name));
         PDATA_TRY(pdata_sig_export_mapping_add(i, protodesc_get_id(protocol), name));
         pdb_facts_add_protocol(facts, protocol, name);
-        // The status of the rules is not looked at, but for the budget. Part of the format.
+        // The status of the rules is not looked at, but for the limit of the names. Part of the
+        // format.
         (void)pdb_builder_matcher_protocol_rules(pdb_build, i, protocol);
         if (pdb_build->pdb_build_budget.exceeded)
             return PDATA_ERR_OVERFLOW;

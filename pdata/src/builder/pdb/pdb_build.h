@@ -51,7 +51,7 @@ void pdb_builder_load(pdb_context_t *context, std::span<const uint8_t> proto_pdb
 /// Files every value of a group into the matcher table, and notes the facts of its protocols and
 /// rules in place of those of the group before it. A failure inside the rules of a protocol does
 /// not stop the next protocols. Part of the format. PDATA_ERR_OVERFLOW with a message when the
-/// budget is used up.
+/// names under which the values are filed, counted for each value, take more than 1 GiB.
 [[nodiscard]] pdata_status_t pdb_builder_matcher_register(pdb_build_t *pdb_build, const pdb_pg &pg);
 
 /// Frees everything.

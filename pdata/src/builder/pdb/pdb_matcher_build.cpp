@@ -151,7 +151,7 @@ pdata_status_t pdb_matcher_build_register(pdb_matcher_run_t *run, pdb_matcher_el
     const pdb_matcher_elt *twin = elt->matcher_elt_force;
     value_run_t value = {*elt, {}, twin == nullptr ? 0 : twin->matcher_elt_force_id, false};
     value.forced = value.item_id != 0;
-    PDATA_TRY(matcher_budget_take(&run->pdb_build->pdb_build_budget, elt->matcher_elt_val.str_len));
+    PDATA_TRY(matcher_budget_take(&run->matcher.budget, elt->matcher_elt_val.str_len));
     for (std::string_view token = next_token(&rest); !token.empty(); token = next_token(&rest)) {
         PDATA_TRY(register_token(run, &value, token));
         if (value.forced) {

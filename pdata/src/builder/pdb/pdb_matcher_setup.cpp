@@ -73,7 +73,6 @@ pdata_status_t pdb_matcher_build_init(pdb_build_t &pdb_build, matcher_build *mat
     matcher_list->matcher_list_info = pdb_matcher_get_transformer_fct(proto, attr);
     matcher_desc_t desc;
     PDATA_TRY(pdb_matcher_set_desc(pdb_build, *matcher_list, *matcher_type, &desc));
-    desc.budget = &pdb_build.pdb_build_budget;
     return matcher_init(matcher, *matcher_type, 0, desc);
 }
 
