@@ -3,6 +3,8 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 
 #include "bench_run.h"
 #include "pdata_compiler_files.h"
@@ -41,6 +43,13 @@ const pdata_cfg_t *bench_cfg()
 pdd_t bench_pdd(std::string_view text)
 {
     return {csa_buf_t(text.begin(), text.end())};
+}
+
+std::string bench_example()
+{
+    std::ifstream file(PDATA_BENCH_CFG "/../protocols.pdd", std::ios::binary);
+    bench_require(file.good(), "reading the example");
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 std::string bench_file(const std::string &name)

@@ -20,6 +20,9 @@ const pdata_cfg_t *bench_cfg();
 /// Returns a description as the driver reads it: a copy of the text.
 pdd_t bench_pdd(std::string_view text);
 
+/// Returns the text of the shipped example.
+std::string bench_example();
+
 /// Returns the path of a file of that name in a temporary directory, which is removed at the end.
 std::string bench_file(const std::string &name);
 

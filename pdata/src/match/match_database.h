@@ -13,20 +13,10 @@
 #include <vector>
 
 #include "match_expression.h"
+#include "match_jump.h"
+#include "match_roles.h"
 #include "pdata.h"
 #include "pdb_view.h"
-
-/// What a private id stands for: two bits of kind, and thirty of what the kind says.
-enum match_role_t : uint32_t {
-    MATCH_ROLE_ITEM = 0U << 30,  ///< the item itself
-    MATCH_ROLE_PIECE = 1U << 30, ///< a piece of several: position in bits 29 to 22, its group below
-    MATCH_ROLE_CHECK = 2U << 30, ///< the index of a second check
-    MATCH_ROLE_NONE = 3U << 30,  ///< an entry whose numbers are cut: never found
-    MATCH_ROLE_KIND = 3U << 30,
-};
-constexpr uint32_t MATCH_PIECE_SHIFT = 22;
-constexpr uint32_t MATCH_GROUP_MASK = (1U << MATCH_PIECE_SHIFT) - 1;
-constexpr uint32_t MATCH_POSITION_MASK = 0xFF;
 
 /// The pieces of one permutation: consecutive entries, in the order in which they must stand.
 struct match_group_t {
@@ -50,6 +40,9 @@ struct match_matcher_t {
     std::vector<match_check_t> checks;
     std::vector<match_expression_t> expressions;
     std::vector<uint32_t> always; ///< checks that are tried on all data
+    match_jump_t suffix_jump;
+    std::vector<uint8_t> idle[2]; ///< of the plain and the offset-aware automaton: by byte, 1 where
+                                  ///< it leads from the start state back to it
     pdata_kind kind = PDATA_BYTES;
 };
 
@@ -102,9 +95,9 @@ struct pdata_db {
     std::atomic<uint32_t> holds{1};
 };
 
-/// Makes the indexes of the matchers of an open view, verifying them when `verify` is set. Returns
-/// false with `error` for a damaged one; std::bad_alloc passes.
-[[nodiscard]] bool match_index_matchers(pdata_db &db, bool verify, view_error_t &error);
+/// Makes the indexes of the matchers of an open view. Returns false with `error` for a damaged one;
+/// std::bad_alloc passes.
+[[nodiscard]] bool match_index_matchers(pdata_db &db, view_error_t &error);
 
 /// Makes the roles, groups and checks of a stream matcher. std::bad_alloc passes.
 void match_index_second_level(match_matcher_t &matcher);

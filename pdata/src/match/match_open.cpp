@@ -11,6 +11,7 @@
 
 #include "match_database.h"
 #include "match_guard.h"
+#include "pdb_verify.h"
 
 namespace
 {
@@ -98,13 +99,11 @@ int load_file(const char *path, uint32_t flags, match_bytes_t &bytes)
     return failed;
 }
 
-bool make_indexes(pdata_db &db, bool verify, view_error_t &error)
+bool make_indexes(pdata_db &db, view_error_t &error)
 {
     if (!db.view.compiled)
         return true;
-    if (verify && !view_rules_check(db.view.rules, error))
-        return view_within(error, "rules");
-    if (!match_index_matchers(db, verify, error) || !match_index_rules(db, error))
+    if (!match_index_matchers(db, error) || !match_index_rules(db, error))
         return false;
     match_index_attributes(db);
     return true;
@@ -114,13 +113,13 @@ bool make_indexes(pdata_db &db, bool verify, view_error_t &error)
 pdata_result open_database(pdata_db &db, uint32_t flags, pdata_failure *failure)
 {
     view_error_t error;
-    const bool verify = (flags & PDATA_OPEN_TRUSTED) == 0;
-    if (!pdb_view_open(db.bytes.bytes, db.view, error))
+    const bool trusted = (flags & PDATA_OPEN_TRUSTED) != 0;
+    if (!(trusted ? pdb_view_open : pdb_verify_open)(db.bytes.bytes, db.view, error))
         return fail_view(failure, error);
     if (!db.view.compiled && !db.view.empty)
         return fail(failure, PDATA_R_NOT_LOADABLE, 0, "%s",
                     pdata_result_text(PDATA_R_NOT_LOADABLE));
-    return make_indexes(db, verify, error) ? PDATA_R_OK : fail_view(failure, error);
+    return make_indexes(db, error) ? PDATA_R_OK : fail_view(failure, error);
 }
 
 /// Makes a database of what `load` gives it.

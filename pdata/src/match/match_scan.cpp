@@ -28,6 +28,7 @@ void report_state(pdata_flow &flow, const match_value_t &value, const view_aho_c
 /// A run of an automaton.
 struct automaton_run_t {
     const view_aho_corasick_t &engine;
+    const std::vector<uint8_t> &idle; ///< bytes on which it stays in its start state
     uint32_t state = 0;
     uint32_t at = 0; ///< bytes passed
 };
@@ -43,13 +44,22 @@ void go_on(pdata_flow &flow, const match_value_t &value, automaton_run_t &run, u
 {
     if (run.engine.rows.nr_row == 0)
         return;
+    const view_aho_corasick_t engine = run.engine; // in registers
     const uint8_t *data = value.data.data();
+    const uint8_t *idle = run.idle.data();
     uint32_t state = run.state;
     for (uint32_t at = run.at; at < until; ++at) {
-        const uint32_t word = view_aho_corasick_next(run.engine, state, data[at]);
+        if (state == 0)
+            while (idle[data[at]] != 0)
+                if (++at == until) {
+                    run.state = 0;
+                    run.at = until;
+                    return;
+                }
+        const uint32_t word = view_aho_corasick_next(engine, state, data[at]);
         state = word >> 1;
         if ((word & 1) != 0)
-            report_state(flow, value, run.engine, state, at + 1);
+            report_state(flow, value, engine, state, at + 1);
     }
     run.state = state;
     run.at = until;
@@ -165,8 +175,8 @@ void scan_forwards(pdata_flow &flow, const match_value_t &value)
 {
     const view_pattern_t &pattern = value.matcher.view.pattern;
     const auto size = static_cast<uint32_t>(value.data.size());
-    automaton_run_t plain{pattern.aho_corasick};
-    automaton_run_t offsets{pattern.ahoff_corasick};
+    automaton_run_t plain{pattern.aho_corasick, value.matcher.idle[0]};
+    automaton_run_t offsets{pattern.ahoff_corasick, value.matcher.idle[1]};
     radix_run_t prefix{pattern.prefix_tree, false, (pattern.algo & PATTERN_ALGO_ICASE) != 0};
     const bool dots = pattern.dot_prefix.rows.nr_row != 0;
     if (dots) {
@@ -193,13 +203,39 @@ void scan_forwards(pdata_flow &flow, const match_value_t &value)
     }
 }
 
+/// Reports what ends at the row where a walk from the back stands, by the short way where there is
+/// one. Returns false where no pattern goes on.
+bool report_end(pdata_flow &flow, const match_value_t &value, const radix_run_t &run)
+{
+    const std::vector<uint32_t> &ends = value.matcher.suffix_jump.ends;
+    const uint32_t end = ends.empty() ? uint32_t{MATCH_END_RECORD} : ends[run.row];
+    if (end == MATCH_END_NONE)
+        return true;
+    if (end == MATCH_END_RECORD) {
+        report_row(flow, value, run);
+        return true;
+    }
+    const auto size = static_cast<uint32_t>(value.data.size());
+    match_found(flow, value, end & MATCH_END_ITEM, {size - run.at, size});
+    return (end & MATCH_END_LEAF) == 0;
+}
+
 void scan_backwards(pdata_flow &flow, const match_value_t &value)
 {
     const view_pattern_t &pattern = value.matcher.view.pattern;
+    const match_jump_t &jump = value.matcher.suffix_jump;
     radix_run_t suffix{pattern.suffix_tree, true, (pattern.algo & PATTERN_ALGO_ICASE) != 0};
-    do
-        report_row(flow, value, suffix);
-    while (step(value, suffix));
+    if (jump.length != 0 && !match_jump_find(jump, value.data, suffix.row, suffix.at))
+        return;
+    while (report_end(flow, value, suffix) && step(value, suffix)) {
+    }
+}
+
+/// Tells whether a matcher has an engine that goes from the front.
+bool goes_forwards(const view_pattern_t &pattern)
+{
+    return pattern.aho_corasick.rows.nr_row != 0 || pattern.ahoff_corasick.rows.nr_row != 0 ||
+           pattern.prefix_tree.rows.nr_row != 0 || pattern.dot_prefix.rows.nr_row != 0;
 }
 
 } // namespace
@@ -211,7 +247,8 @@ void match_scan(pdata_flow &flow, const match_value_t &value)
         std::fill(room.progress.begin(), room.progress.end(), match_progress_t{});
         room.serial = 1;
     }
-    scan_forwards(flow, value);
+    if (goes_forwards(value.matcher.view.pattern))
+        scan_forwards(flow, value);
     if (!value.more)
         scan_backwards(flow, value);
     for (const uint32_t check : value.matcher.always)
