@@ -247,7 +247,7 @@ constexpr shape_t shapes[] = {
     {"dot_prefix, a word at every offset", 400, dense_repeats, run_dot_prefix},
     {"aho_corasick, a repeated string", 20000, same_string,
      [](const input_t &in) { return run_aho_corasick(in, 0); }},
-    {"interval_ip4, nested", 1000, nested_intervals, run_ip4},
+    {"interval_ip4, nested", 400, nested_intervals, run_ip4},
     {"interval_ip4, adjacent", 20000, adjacent_intervals, run_ip4},
 };
 

@@ -82,24 +82,22 @@ int number_propagate(std::vector<Endpoint> &endpoints, list_number_item Endpoint
                      uint64_t max_covers = NUMBER_MAX_COVERS)
 {
     const std::vector<number_span> spans = number_find_spans(endpoints, items);
-    // Signed steps: the running sum is the number of intervals that cover an endpoint.
-    std::vector<int64_t> steps(endpoints.size() + 1, 0);
     uint64_t covers = 0;
-    for (const number_span &span : spans) {
-        ++steps[span.first + 1];
-        --steps[span.last];
+    for (const number_span &span : spans)
         covers += span.last - span.first - 1;
-    }
     if (covers > max_covers)
         return MODULE_ERR_NO_MEMORY;
-    int64_t covering = 0;
-    for (size_t at = 0; at < endpoints.size(); ++at) {
-        covering += steps[at];
+    // Endpoint by endpoint, so that what is added to one lies side by side.
+    std::vector<number_span> covering;
+    auto next = spans.begin();
+    for (uint32_t at = 0; at < endpoints.size(); ++at) {
+        std::erase_if(covering, [at](const number_span &span) { return span.last <= at; });
         list_number_item &list = endpoints[at].*items;
-        list.reserve(list.size() + static_cast<size_t>(covering));
+        list.reserve(list.size() + covering.size());
+        for (const number_span &span : covering)
+            list.push_back({span.id, NUMBER_ITEM_COVER});
+        for (; next != spans.end() && next->first == at; ++next)
+            covering.push_back(*next);
     }
-    for (const number_span &span : spans)
-        for (uint32_t at = span.first + 1; at < span.last; ++at)
-            (endpoints[at].*items).push_back({span.id, NUMBER_ITEM_COVER});
     return MODULE_SUCCESS;
 }
