@@ -21,7 +21,10 @@ semantic_node_t *reading_node(semantic_t *semantic)
 semantic_trans_t *reading_trans(semantic_t *semantic)
 {
     semantic_node_t &node = semantic->nodes[semantic->curr_node];
-    return node.nr_trans < SEMANTIC_NODE_TRANS_DIM ? &node.trans[node.nr_trans] : nullptr;
+    if (node.nr_trans == SEMANTIC_NODE_TRANS_DIM)
+        return nullptr;
+    node.trans.resize(node.nr_trans + 1);
+    return &node.trans[node.nr_trans];
 }
 
 trans_type_t label_type(std::string_view label)
@@ -86,9 +89,9 @@ int semantic_node_reset_add(semantic_t *semantic, uint32_t node_key)
     semantic_node_t *node = reading_node(semantic);
     if (node == nullptr)
         return limit_reached("SEMANTIC_NODE_DIM");
-    if (node->nr_reset == SEMANTIC_NODE_RESET_DIM)
+    if (node->reset.size() == SEMANTIC_NODE_RESET_DIM)
         return limit_reached("SEMANTIC_NODE_RESET_DIM");
-    node->reset[node->nr_reset++] = node_key;
+    node->reset.push_back(node_key);
     return 0;
 }
 
@@ -97,9 +100,9 @@ int semantic_node_check_add(semantic_t *semantic, uint32_t node_key)
     semantic_node_t *node = reading_node(semantic);
     if (node == nullptr)
         return limit_reached("SEMANTIC_NODE_DIM");
-    if (node->nr_check == SEMANTIC_NODE_CHECK_DIM)
+    if (node->check.size() == SEMANTIC_NODE_CHECK_DIM)
         return limit_reached("SEMANTIC_NODE_CHECK_DIM");
-    node->check[node->nr_check++] = node_key;
+    node->check.push_back(node_key);
     return 0;
 }
 
@@ -161,7 +164,7 @@ int semantic_trans_next(semantic_t *semantic)
     semantic_node_t &node = semantic->nodes[semantic->curr_node];
     if (node.nr_trans == SEMANTIC_NODE_TRANS_DIM)
         return limit_reached("SEMANTIC_NODE_TRANS_DIM");
-    ++node.nr_trans;
+    node.trans.resize(++node.nr_trans); // one of which nothing is said is one all the same
     return 0;
 }
 
@@ -192,19 +195,19 @@ void semantic_node_inc(semantic_t *semantic, uint32_t node)
 void semantic_node_reset(semantic_t *semantic, uint32_t node_key)
 {
     const semantic_node_t &node = semantic->nodes[node_key];
-    for (uint32_t i = 0; i < node.nr_reset; ++i)
-        if (node.reset[i] < SEMANTIC_NODE_DIM)
-            semantic->count[node.reset[i]] = 0;
+    for (const uint32_t reset : node.reset)
+        if (reset < SEMANTIC_NODE_DIM)
+            semantic->count[reset] = 0;
 }
 
 const semantic_node_t *semantic_node_check(semantic_t *semantic, uint32_t node_key)
 {
     const semantic_node_t &node = semantic->nodes[node_key];
-    for (uint32_t i = 0; i < node.nr_check; ++i) {
-        if (node.check[i] >= SEMANTIC_NODE_DIM)
+    for (const uint32_t check : node.check) {
+        if (check >= SEMANTIC_NODE_DIM)
             continue;
-        const semantic_node_t &checked = semantic->nodes[node.check[i]];
-        uint32_t &count = semantic->count[node.check[i]];
+        const semantic_node_t &checked = semantic->nodes[check];
+        uint32_t &count = semantic->count[check];
         if (!checked.min && !checked.max) {
             semantic->rangeless.push_back(checked.key);
             semantic_rangeless_print(checked.key);

@@ -46,19 +46,16 @@ struct semantic_trans_t {
     trans_type_t type = TRANS_OBJECT_START;
 };
 
-/// A node, addressed by its position among the nodes. What every event looks at stands together in
-/// front; a node is larger than what a processor keeps close at hand, and its count stands apart.
+/// A node, addressed by its position among the nodes. Its count stands apart.
 struct semantic_node_t {
     uint32_t key = 0; ///< its number as written, used in messages
     node_category_t category = NODE_CATEGORY_NORMAL;
     std::optional<uint32_t> min; ///< allowed range of its count
     std::optional<uint32_t> max;
-    uint32_t nr_reset = 0;
-    uint32_t nr_check = 0;
-    uint32_t nr_trans = 0;
-    std::array<semantic_trans_t, SEMANTIC_NODE_TRANS_DIM> trans{}; ///< in file order
-    std::array<uint32_t, SEMANTIC_NODE_RESET_DIM> reset{};         ///< nodes whose counts it clears
-    std::array<uint32_t, SEMANTIC_NODE_CHECK_DIM> check{};         ///< nodes whose counts it checks
+    std::vector<uint32_t> reset;         ///< nodes whose counts it clears
+    std::vector<uint32_t> check;         ///< nodes whose counts it checks
+    uint32_t nr_trans = 0;               ///< transitions that are complete
+    std::vector<semantic_trans_t> trans; ///< in file order; at most one more is being read
 };
 
 /// The machine.

@@ -35,10 +35,10 @@ TEST(semantic_reader, a_node_takes_what_its_keys_say)
     const semantic_node_t *nodes = rules.semantic.nodes.data();
     EXPECT_EQ(nodes[0].key, 70U);
     EXPECT_EQ(nodes[0].category, NODE_CATEGORY_START);
-    ASSERT_EQ(nodes[0].nr_reset, 2U);
+    ASSERT_EQ(nodes[0].reset.size(), 2U);
     EXPECT_EQ(nodes[0].reset[0], 1U);
     EXPECT_EQ(nodes[0].reset[1], 2U);
-    ASSERT_EQ(nodes[0].nr_check, 1U);
+    ASSERT_EQ(nodes[0].check.size(), 1U);
     EXPECT_EQ(nodes[0].check[0], 2U);
     EXPECT_EQ(nodes[0].min, 3U);
     EXPECT_EQ(nodes[0].max, std::nullopt);
@@ -49,15 +49,15 @@ TEST(semantic_reader, a_node_takes_what_its_keys_say)
     EXPECT_EQ(nodes[2].min, 5U);
     EXPECT_EQ(nodes[2].max, 6U);
     EXPECT_EQ(nodes[3].key, 0U);
-    EXPECT_EQ(nodes[3].nr_reset + nodes[3].nr_check + nodes[3].nr_trans, 0U);
+    EXPECT_EQ(nodes[3].reset.size() + nodes[3].check.size() + nodes[3].nr_trans, 0U);
 }
 
 TEST(semantic_reader, a_list_may_be_one_number_or_come_twice)
 {
     const rule_text rules(R"({"nodes": [{"reset": 5, "reset": [6, "x", 7], "check": []}]})");
-    ASSERT_EQ(rules.semantic.nodes[0].nr_reset, 3U);
+    ASSERT_EQ(rules.semantic.nodes[0].reset.size(), 3U);
     EXPECT_EQ(rules.semantic.nodes[0].reset[2], 7U);
-    EXPECT_EQ(rules.semantic.nodes[0].nr_check, 0U);
+    EXPECT_EQ(rules.semantic.nodes[0].check.size(), 0U);
 }
 
 TEST(semantic_reader, labels_of_one_character_are_events)
@@ -124,7 +124,7 @@ TEST(semantic_reader, values_of_another_kind_are_ignored)
         "check": ["4", true, null]}], "transitions": [{"from": "5", "trans": 6}]})");
     ASSERT_EQ(rules.ret, 0);
     EXPECT_EQ(rules.semantic.nodes[0].key, 0U);
-    EXPECT_EQ(rules.semantic.nodes[0].nr_check, 0U);
+    EXPECT_EQ(rules.semantic.nodes[0].check.size(), 0U);
     EXPECT_EQ(rules.semantic.nodes[0].min, std::nullopt);
     EXPECT_EQ(rules.semantic.nodes[0].nr_trans, 1U) << "a transition, although it says nothing";
 }

@@ -66,6 +66,7 @@ pdata_status_t ipbt_write_serialization(const ipbt_streams &streams, std::span<c
                                 "ipbt_serialization[IPBT_SERIALIZATION_SIZE] =\n"
                                 "{",
                                 static_cast<unsigned long>(bytes.size())));
+    text_stream_expect(streams.src, bytes.size() * 5);
     for (size_t i = 0; i < bytes.size(); ++i)
         PDATA_TRY(text_stream_put_byte(streams.src, i % 8 == 0 ? "\n    " : " ", bytes[i], ","));
     return text_stream_print(streams.src, "\n};\n\n");

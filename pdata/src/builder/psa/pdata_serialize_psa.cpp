@@ -156,6 +156,7 @@ pdata_status_t psa_write_serialization(const psa_stream &streams, const psa_file
     PDATA_TRY(text_stream_print(streams.src, "static dpi_data_public csa_uint8 csa_align(4)\n"));
     PDATA_TRY(text_stream_print(streams.src, "psa_serialization_%s[PSA_KEY_%s_SIZE] = \n{\n",
                                 file.name, purified));
+    text_stream_expect(streams.src, bytes.size() * 5); // most numbers have one or two digits
     for (size_t i = 0; i + 1 < bytes.size(); ++i)
         PDATA_TRY(text_stream_put_byte(streams.src, "\t", bytes[i], i % 8 == 7 ? ",\n" : ", "));
     if (bytes.empty())

@@ -30,6 +30,12 @@ pdata_status_t text_stream_print(text_stream_t *stream, const char *format, ...)
     return stream->full ? PDATA_ERR_IO : PDATA_SUCCESS;
 }
 
+void text_stream_expect(text_stream_t *stream, size_t len)
+{
+    const size_t left = stream->size - std::min(stream->size, stream->text.size());
+    stream->text.reserve(stream->text.size() + std::min(len, left));
+}
+
 pdata_status_t text_stream_put_byte(text_stream_t *stream, std::string_view before, uint8_t byte,
                                     std::string_view after)
 {

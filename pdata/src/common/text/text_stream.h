@@ -20,6 +20,9 @@ struct text_stream_t {
 [[nodiscard, gnu::format(printf, 2, 3)]] pdata_status_t text_stream_print(text_stream_t *stream,
                                                                           const char *format, ...);
 
+/// Makes room for `len` more bytes, or for what the stream takes, at once.
+void text_stream_expect(text_stream_t *stream, size_t len);
+
 /// Appends `before`, the decimal digits of a byte, and `after`, as one piece of 32 bytes at most.
 /// Returns as text_stream_print does.
 [[nodiscard]] pdata_status_t text_stream_put_byte(text_stream_t *stream, std::string_view before,
