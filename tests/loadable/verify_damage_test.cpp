@@ -167,11 +167,11 @@ TEST(verify_damage, any_place_of_a_large_pdb)
     ASSERT_GT(pdb.size(), 1U << 20);
     std::mt19937 random(31);
     tally_t tally;
-    for (uint32_t round = 0; round < rounds(2000); ++round) {
+    for (uint32_t round = 0; round < rounds(20000); ++round) {
         const size_t at = random() % pdb.size();
         const uint8_t before = pdb[at];
         pdb[at] = static_cast<uint8_t>(round % 2 == 0 ? before ^ (1U << random() % 8) : random());
-        try_file(pdb, tally, round % 50 == 0);
+        try_file(pdb, tally, round % 200 == 0);
         pdb[at] = before;
     }
     show(tally);
