@@ -74,6 +74,37 @@ TEST(random_match, agrees_with_the_model)
     EXPECT_GT(tally.rules, tally.flows / 4);
 }
 
+TEST(random_match, preempt_rules_are_told)
+{
+    random_match_t random{std::mt19937(13)};
+    for (uint32_t round = 0; round < 20; ++round) {
+        pdb_model model;
+        for (uint32_t p = 0; p < 30; ++p) {
+            std::vector<rule_model> rules;
+            for (uint32_t r = 0; r < 1 + random.below(60); ++r) {
+                rule_model rule = simple_rule(
+                    "http", {random.one_in(2) ? stream_attr("header_raw", {"abc"}, ATTR_WAY_BOTH)
+                                              : stream_attr("uri_decoded", {random.letters(2)})});
+                if (random.one_in(2))
+                    rule.sub_rules[0] = sub_rule_of(
+                        "tcp", {number_attr("port", {"80,81"}, MATCHER_TYPE_NUMBER_16,
+                                            random.one_in(2) ? ATTR_WAY_BOTH : ATTR_WAY_STC)});
+                rule.preempt = random.below(2);
+                rule.path = {"base", rule.preempt != 0 ? "preempt" : "ordinary"};
+                rules.push_back(rule);
+            }
+            model.protocols.push_back(protocol_of(p + 1, std::to_string(p), rules));
+        }
+        const std::vector<uint8_t> bytes = compile(model).bytes;
+        ASSERT_FALSE(bytes.empty());
+        const pdata::database db = pdata::database::open_memory(bytes.data(), bytes.size());
+        for (pdata_rule rule = 1; rule <= db.describe().nr_rule; ++rule)
+            ASSERT_EQ((db.rule(rule).flags & PDATA_RULE_PREEMPT) != 0,
+                      db.protocol_of(rule) == "preempt")
+                << "round " << round << ", rule " << rule;
+    }
+}
+
 /// Changes up to three words of a pdb, or bytes of them.
 void damage(std::vector<uint8_t> &bytes, random_match_t &random)
 {

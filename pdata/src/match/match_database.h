@@ -32,6 +32,11 @@ struct match_check_t {
 };
 constexpr uint32_t MATCH_NO_EXPRESSION = UINT32_MAX;
 
+/// Where an automaton stays near its start: two tables of a byte each, of what a byte may begin and
+/// what it may go on with, in eight buckets. Data at whose bytes a and b the entries have no bucket
+/// in common leads on b from behind a as from the start state itself, and ends no pattern at a.
+constexpr uint32_t MATCH_SKIP_TABLE = 256;
+
 /// One matcher with its indexes.
 struct match_matcher_t {
     view_matcher_t view;
@@ -41,8 +46,8 @@ struct match_matcher_t {
     std::vector<match_expression_t> expressions;
     std::vector<uint32_t> always; ///< checks that are tried on all data
     match_jump_t suffix_jump;
-    std::vector<uint8_t> idle[2]; ///< of the plain and the offset-aware automaton: by byte, 1 where
-                                  ///< it leads from the start state back to it
+    std::vector<uint8_t>
+        skips[2]; ///< of the plain and the offset-aware automaton, see MATCH_SKIP_TABLE
     pdata_kind kind = PDATA_BYTES;
 };
 
@@ -105,6 +110,10 @@ void match_index_second_level(match_matcher_t &matcher);
 /// Makes the tables of protocols and rules, once the matchers are there. Returns false with `error`
 /// where the items of a rule say different things of it; std::bad_alloc passes.
 [[nodiscard]] bool match_index_rules(pdata_db &db, view_error_t &error);
+
+/// Marks the rules that the descriptions call preempts, once the rules are there. Descriptions that
+/// do not fit the rules mark none. std::bad_alloc passes.
+void match_mark_preempts(pdata_db &db);
 
 /// Makes the table of attributes, once the rules are there. std::bad_alloc passes.
 void match_index_attributes(pdata_db &db);

@@ -10,39 +10,55 @@ namespace
 /// Findings that are kept beyond one for each item.
 constexpr size_t FINDINGS_MORE = 1024;
 
-/// Returns the item of a rule whose bit is the one of `bits`, 0 for none.
-uint32_t item_of_bit(const pdata_db &db, uint32_t rule, uint32_t bits)
+view_slot_t first_slot(const pdata_db &db, uint32_t rule)
 {
-    for (uint32_t item = db.rules[rule - 1].first_item & ~MATCH_RULE_MARK;
-         item != 0 && item < db.view.rules.nr_slot; ++item) {
-        const view_slot_t slot = view_rules_slot(db.view.rules, item);
-        if (slot.rule_id == rule && 1U << slot.bitset_pos == bits)
+    return view_rules_slot(db.view.rules, db.rules[rule - 1].first_item & ~MATCH_RULE_MARK);
+}
+
+/// Returns the bits of the items that a rule misses. A rule of one item comes here complete.
+uint32_t missing_bits(const pdata_flow &flow, uint32_t rule)
+{
+    const uint32_t full = first_slot(*flow.db, rule).bitset_full;
+    return full == 1 ? 0 : full & ~uint32_t{flow.room.bits[rule - 1]};
+}
+
+/// Tells whether a rule misses exactly one thing.
+bool is_near(const pdata_flow &flow, uint32_t rule)
+{
+    pdata_protocol protocol = 0;
+    const uint32_t missing = missing_bits(flow, rule);
+    return static_cast<uint32_t>(std::popcount(missing)) +
+               match_missing_bottoms(flow, rule, &protocol) ==
+           1;
+}
+
+/// Returns the item that a rule misses, 0 where no slot has its bit.
+pdata_item find_missing_item(const pdata_flow &flow, uint32_t rule)
+{
+    const uint32_t missing = missing_bits(flow, rule);
+    for (uint32_t item = flow.db->rules[rule - 1].first_item & ~MATCH_RULE_MARK;
+         item < flow.db->view.rules.nr_slot; ++item) {
+        const view_slot_t slot = view_rules_slot(flow.db->view.rules, item);
+        if (slot.rule_id == rule && 1U << slot.bitset_pos == missing)
             return item;
     }
     return 0;
 }
 
-/// Tells whether a rule misses exactly one thing, and what.
-bool is_near(const pdata_flow &flow, uint32_t rule, pdata_near &near)
+/// Makes the list of the rules that miss one thing, the best first.
+void list_near(pdata_flow &flow)
 {
-    const match_rule_t &known = flow.db->rules[rule - 1];
-    const view_slot_t slot =
-        view_rules_slot(flow.db->view.rules, known.first_item & ~MATCH_RULE_MARK);
-    const uint32_t missing = slot.bitset_full & ~uint32_t{flow.room.bits[rule - 1]};
-    near = {rule, 0, 0};
-    const uint32_t nr_protocol = match_missing_bottoms(flow, rule, &near.protocol);
-    if (static_cast<uint32_t>(std::popcount(missing)) + nr_protocol != 1)
-        return false;
-    if (missing == 0)
-        return true;
-    near.item = item_of_bit(*flow.db, rule, missing);
-    return near.item != 0;
-}
-
-uint32_t priority_of(const pdata_db &db, uint32_t rule)
-{
-    return view_rules_slot(db.view.rules, db.rules[rule - 1].first_item & ~MATCH_RULE_MARK)
-        .priority;
+    std::vector<uint32_t> &sorted = flow.room.sorted;
+    sorted.assign(flow.room.begun.begin(), flow.room.begun.end());
+    for (const match_complete_t &complete : flow.room.complete)
+        if (first_slot(*flow.db, complete.rule).bitset_full == 1)
+            sorted.push_back(complete.rule);
+    std::erase_if(sorted, [&](uint32_t rule) { return !is_near(flow, rule); });
+    const auto key = [&](uint32_t rule) {
+        return std::pair(first_slot(*flow.db, rule).priority, rule);
+    };
+    std::sort(sorted.begin(), sorted.end(),
+              [&](uint32_t a, uint32_t b) { return key(a) < key(b); });
 }
 
 } // namespace
@@ -98,16 +114,14 @@ size_t pdata_flow_near(pdata_flow *flow, pdata_near *near, size_t capacity)
 {
     if (flow == nullptr)
         return 0;
-    pdata_near one;
-    std::vector<uint32_t> &sorted = flow->room.sorted;
-    sorted.clear();
-    for (const uint32_t rule : flow->room.begun)
-        if (is_near(*flow, rule, one))
-            sorted.push_back(rule);
-    std::sort(sorted.begin(), sorted.end(), [&](uint32_t a, uint32_t b) {
-        return std::pair(priority_of(*flow->db, a), a) < std::pair(priority_of(*flow->db, b), b);
-    });
-    for (size_t i = 0; i < std::min(sorted.size(), capacity) && near != nullptr; ++i)
-        (void)is_near(*flow, sorted[i], near[i]);
+    list_near(*flow);
+    const std::vector<uint32_t> &sorted = flow->room.sorted;
+    const size_t nr = near == nullptr ? 0 : std::min(sorted.size(), capacity);
+    for (size_t i = 0; i < nr; ++i) {
+        near[i] = {sorted[i], 0, 0};
+        (void)match_missing_bottoms(*flow, sorted[i], &near[i].protocol);
+        if (near[i].protocol == 0)
+            near[i].item = find_missing_item(*flow, sorted[i]);
+    }
     return sorted.size();
 }

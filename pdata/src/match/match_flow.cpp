@@ -20,6 +20,10 @@ bool admits(const pdata_db &db, const match_attribute_t &attribute, const view_s
 /// Sets the bit of an item and notes the rule if that was the last one.
 void set_bit(match_room_t &room, const view_slot_t &slot)
 {
+    if (slot.bitset_full == 1 && slot.bitset_pos == 0) { // its only item, which counts once
+        room.complete.push_back({slot.rule_id, slot.priority});
+        return;
+    }
     uint16_t &bits = room.bits[slot.rule_id - 1];
     const uint16_t before = bits;
     bits = static_cast<uint16_t>(bits | 1U << slot.bitset_pos);
@@ -79,7 +83,7 @@ void match_room_make(const pdata_db &db, uint32_t flags, match_room_t &room)
     room.bits.resize(nr_rule);
     room.begun.reserve(nr_rule);
     room.complete.reserve(nr_rule);
-    room.sorted.reserve(nr_rule);
+    room.sorted.reserve(2 * nr_rule);
     room.protocols.resize(db.protocols.size() / 64 + 1);
     room.progress.resize(db.nr_progress);
     for (std::vector<uint32_t> &nodes : room.nodes)

@@ -35,7 +35,7 @@ struct match_room_t {
     std::vector<uint16_t> bits;             ///< by rule: bits of its items that count
     std::vector<uint32_t> begun;            ///< rules of several items that have bits
     std::vector<match_complete_t> complete; ///< rules all of whose items count
-    std::vector<uint32_t> sorted;           ///< for answers
+    std::vector<uint32_t> sorted;           ///< rules, for answers
     std::vector<uint64_t> protocols;        ///< bit by protocol: the flow has it
     bool protocols_said = false;            ///< these are all, so that a missing one counts
     std::vector<match_progress_t> progress; ///< of the matcher at work: groups, then checks

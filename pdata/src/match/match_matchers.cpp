@@ -19,16 +19,59 @@ pdata_kind kind_of(uint32_t type)
     }
 }
 
-/// Finds the bytes that an automaton in its start state stays in it on.
-std::vector<uint8_t> idle_bytes(const view_aho_corasick_t &engine)
+/// Tells the bucket of each transition of the start state; equal ones share theirs.
+class skip_buckets
 {
-    std::vector<uint8_t> idle;
+public:
+    uint32_t of(uint32_t word)
+    {
+        const auto known = std::find(words.begin(), words.end(), word);
+        const auto number = static_cast<uint32_t>(known - words.begin());
+        if (known == words.end())
+            words.push_back(word);
+        return number % 8;
+    }
+
+private:
+    std::vector<uint32_t> words;
+};
+
+/// Sets the bucket of a state behind the start in the codes that lead on from there, or in all of
+/// them where a pattern ends.
+void mark_codes(const view_aho_corasick_t &engine, uint32_t word, uint8_t bucket,
+                std::vector<uint8_t> &codes)
+{
+    for (uint32_t code = 0; code < codes.size(); ++code) {
+        const bool reserved = code < AHO_CORASICK_NR_META;
+        const uint32_t next = reserved ? 0 : view_row_word(engine.rows, word >> 1, code);
+        const uint32_t start = reserved ? 0 : view_row_word(engine.rows, 0, code);
+        if (next != start || (word & 1) != 0)
+            codes[code] |= bucket;
+    }
+}
+
+/// Makes the two tables of an automaton.
+std::vector<uint8_t> make_skips(const view_aho_corasick_t &engine)
+{
+    std::vector<uint8_t> skips;
     if (engine.rows.nr_row == 0)
-        return idle;
-    idle.resize(ALPHABET_MAP_COUNT);
-    for (uint32_t byte = 0; byte < idle.size(); ++byte)
-        idle[byte] = view_aho_corasick_next(engine, 0, static_cast<uint8_t>(byte)) == 0 ? 1 : 0;
-    return idle;
+        return skips;
+    skips.resize(2 * MATCH_SKIP_TABLE);
+    std::vector<uint8_t> codes(engine.rows.width);
+    std::vector<bool> marked(UINT16_MAX + 1);
+    skip_buckets buckets;
+    for (uint32_t byte = 0; byte < MATCH_SKIP_TABLE; ++byte) {
+        const uint32_t word = view_aho_corasick_next(engine, 0, static_cast<uint8_t>(byte));
+        if (word == 0)
+            continue;
+        skips[byte] = static_cast<uint8_t>(1U << buckets.of(word));
+        if (!marked[word])
+            mark_codes(engine, word, skips[byte], codes);
+        marked[word] = true;
+    }
+    for (uint32_t byte = 0; byte < MATCH_SKIP_TABLE; ++byte)
+        skips[MATCH_SKIP_TABLE + byte] = codes[engine.alphabet.code[byte]];
+    return skips;
 }
 
 void index_stream(match_matcher_t &matcher)
@@ -37,8 +80,8 @@ void index_stream(match_matcher_t &matcher)
     match_index_second_level(matcher);
     match_jump_make(pattern.suffix_tree, (pattern.algo & PATTERN_ALGO_ICASE) != 0, matcher.roles,
                     matcher.suffix_jump);
-    matcher.idle[0] = idle_bytes(pattern.aho_corasick);
-    matcher.idle[1] = idle_bytes(pattern.ahoff_corasick);
+    matcher.skips[0] = make_skips(pattern.aho_corasick);
+    matcher.skips[1] = make_skips(pattern.ahoff_corasick);
 }
 
 bool open_matcher(pdata_db &db, const view_record_t &record, view_error_t &error)
@@ -84,8 +127,8 @@ size_t match_index_bytes(const pdata_db &db)
     for (const match_matcher_t &matcher : db.matchers)
         bytes += bytes_of(matcher.roles) + bytes_of(matcher.groups) + bytes_of(matcher.checks) +
                  bytes_of(matcher.always) + bytes_of(matcher.suffix_jump.table) +
-                 bytes_of(matcher.suffix_jump.ends) + bytes_of(matcher.idle[0]) +
-                 bytes_of(matcher.idle[1]);
+                 bytes_of(matcher.suffix_jump.ends) + bytes_of(matcher.skips[0]) +
+                 bytes_of(matcher.skips[1]);
     return bytes;
 }
 

@@ -28,7 +28,7 @@ void report_state(pdata_flow &flow, const match_value_t &value, const view_aho_c
 /// A run of an automaton.
 struct automaton_run_t {
     const view_aho_corasick_t &engine;
-    const std::vector<uint8_t> &idle; ///< bytes on which it stays in its start state
+    const std::vector<uint8_t> &skips; ///< where it stays near its start state
     uint32_t state = 0;
     uint32_t at = 0; ///< bytes passed
 };
@@ -39,6 +39,26 @@ void begin(pdata_flow &flow, const match_value_t &value, automaton_run_t &run)
         report_state(flow, value, run.engine, 0, 0);
 }
 
+/// Returns the first place from `at` on where a pattern may begin with two bytes, or the last place
+/// in front of `until`. Eight places at once, as most are none.
+uint32_t skip_idle(const uint8_t *skips, const uint8_t *data, uint32_t at, uint32_t until)
+{
+    constexpr uint32_t step = 8;
+    const uint8_t *first = skips;
+    const uint8_t *second = skips + MATCH_SKIP_TABLE;
+    while (until - at > step) {
+        uint32_t found = 0;
+        for (uint32_t i = 0; i < step; ++i)
+            found |= first[data[at + i]] & second[data[at + i + 1]];
+        if (found != 0)
+            break;
+        at += step;
+    }
+    while (until - at > 1 && (first[data[at]] & second[data[at + 1]]) == 0)
+        ++at;
+    return at;
+}
+
 /// Goes on to byte `until`.
 void go_on(pdata_flow &flow, const match_value_t &value, automaton_run_t &run, uint32_t until)
 {
@@ -46,16 +66,11 @@ void go_on(pdata_flow &flow, const match_value_t &value, automaton_run_t &run, u
         return;
     const view_aho_corasick_t engine = run.engine; // in registers
     const uint8_t *data = value.data.data();
-    const uint8_t *idle = run.idle.data();
+    const uint8_t *skips = run.skips.data();
     uint32_t state = run.state;
     for (uint32_t at = run.at; at < until; ++at) {
         if (state == 0)
-            while (idle[data[at]] != 0)
-                if (++at == until) {
-                    run.state = 0;
-                    run.at = until;
-                    return;
-                }
+            at = skip_idle(skips, data, at, until);
         const uint32_t word = view_aho_corasick_next(engine, state, data[at]);
         state = word >> 1;
         if ((word & 1) != 0)
@@ -175,8 +190,8 @@ void scan_forwards(pdata_flow &flow, const match_value_t &value)
 {
     const view_pattern_t &pattern = value.matcher.view.pattern;
     const auto size = static_cast<uint32_t>(value.data.size());
-    automaton_run_t plain{pattern.aho_corasick, value.matcher.idle[0]};
-    automaton_run_t offsets{pattern.ahoff_corasick, value.matcher.idle[1]};
+    automaton_run_t plain{pattern.aho_corasick, value.matcher.skips[0]};
+    automaton_run_t offsets{pattern.ahoff_corasick, value.matcher.skips[1]};
     radix_run_t prefix{pattern.prefix_tree, false, (pattern.algo & PATTERN_ALGO_ICASE) != 0};
     const bool dots = pattern.dot_prefix.rows.nr_row != 0;
     if (dots) {

@@ -188,7 +188,7 @@ enum {
 
 /*
  * Makes a flow of a database, and holds that. Its size is that of the database's tables of items
- * and rules: about 5 bytes for an item and 14 for a rule. PDATA_R_ARGUMENT, PDATA_R_MEMORY.
+ * and rules: about 5 bytes for an item and 22 for a rule. PDATA_R_ARGUMENT, PDATA_R_MEMORY.
  */
 PDATA_API pdata_result pdata_flow_new(pdata_db *db, uint32_t flags, pdata_flow **flow);
 
@@ -424,7 +424,8 @@ typedef struct pdata_near {
 
 /*
  * Gives the rules that miss one item, or one protocol, the best first, as far as `capacity` goes.
- * Returns how many there are. Any flow can be asked; the time is that of the pdb's item table.
+ * Returns how many there are. Any flow can be asked. For each rule that is given, the items of the
+ * pdb behind its first one are searched for the missing one.
  */
 PDATA_API size_t pdata_flow_near(pdata_flow *flow, pdata_near *near, size_t capacity);
 
