@@ -43,7 +43,7 @@ flow_attr_t bytes_value(std::string bytes)
 TEST(flow, a_line_has_values_of_every_kind)
 {
     const flow_values_t values = read("ip:address stc 192.0.2.7;ip6:address cts 2001:db8::1 ; "
-                                      "tcp:port stc 443; quic ;http:uri cts \"/a\"");
+                                      "tcp:port stc 443; has quic ;http:uri cts \"/a\"");
     ASSERT_EQ(values.size(), 5U);
     EXPECT_EQ(values[0].kind, FLOW_IP4);
     EXPECT_EQ(values[0].way, FLOW_WAY_STC);
@@ -70,7 +70,8 @@ TEST(flow, a_text_may_hold_every_byte)
 
 TEST(flow, a_value_may_be_incomplete)
 {
-    EXPECT_TRUE(read("http:uri cts \"/a\" incomplete")[0].incomplete);
+    EXPECT_TRUE(read("http:uri cts \"/a\"...")[0].incomplete);
+    EXPECT_TRUE(read("http:uri cts \"/a\"*2+\"b\"...; has http")[0].incomplete);
     EXPECT_FALSE(read("http:uri cts \"/a\"")[0].incomplete);
 }
 
@@ -92,7 +93,10 @@ TEST(flow, a_mistake_is_named_with_its_column)
     EXPECT_EQ(mistake("tcp:port cts -1"),
               "14: a value is a number, an address or a text in quotes");
     EXPECT_EQ(mistake("tcp:port cts 1 2"), "16: values stand apart by \";\"");
-    EXPECT_EQ(mistake("quic tcp"), "6: values stand apart by \";\"");
+    EXPECT_EQ(mistake("quic"), "5: a protocol is followed by \":\" and an attribute");
+    EXPECT_EQ(mistake("has "), "5: a protocol's name is missing");
+    EXPECT_EQ(mistake("has quic tcp"), "10: values stand apart by \";\"");
+    EXPECT_EQ(mistake("http:uri cts \"a\".."), "17: values stand apart by \";\"");
     EXPECT_EQ(mistake("tcp:stream cts \"a"), "16: the text has no closing quote");
     EXPECT_EQ(mistake("tcp:stream cts \"\\n\""), "17: a backslash is followed by \\, \" or xHH");
     EXPECT_EQ(mistake("tcp:stream cts \"\\x1\""), "17: a backslash is followed by \\, \" or xHH");
@@ -112,7 +116,7 @@ TEST(flow, a_text_is_bounded)
 TEST(flow, is_written_as_it_is_read)
 {
     const std::string line = "ip:address stc 192.0.2.7; ip6:address cts 2001:db8::1; tcp:port stc "
-                             "443; quic; http:uri cts \"/\\\"\\\\\\x00\\xff\" incomplete";
+                             "443; has quic; http:uri cts \"/\\\"\\\\\\x00\\xff\"...";
     EXPECT_EQ(flow_write(read(line)), line);
 }
 

@@ -16,7 +16,7 @@ namespace
 std::vector<std::vector<flow_value_t>> read_flows()
 {
     std::vector<std::vector<flow_value_t>> flows;
-    std::ifstream file(TRAFFIC_DIR "/example_samples.tsv");
+    std::ifstream file(TRAFFIC_DIR "/samples.tsv");
     std::string error;
     for (std::string line; std::getline(file, line);)
         if (!line.empty() && line[0] != '#' &&

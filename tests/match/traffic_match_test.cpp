@@ -21,8 +21,7 @@ std::vector<uint8_t> read_file(const char *path)
 std::vector<std::vector<flow_value_t>> read_flows()
 {
     std::vector<std::vector<flow_value_t>> flows;
-    for (const char *path :
-         {TRAFFIC_DIR "/example_samples.tsv", TRAFFIC_DIR "/example_near_misses.tsv"}) {
+    for (const char *path : {TRAFFIC_DIR "/samples.tsv", TRAFFIC_DIR "/near_misses.tsv"}) {
         std::ifstream file(path);
         std::string error;
         for (std::string line; std::getline(file, line);) {

@@ -24,18 +24,6 @@ struct match_run_t {
     uint64_t refused = 0;
 };
 
-/// Says what is wrong with a value of a flow.
-flow_error_t refusal_error(const flow_values_t &values, const flow_refusal_t &refusal)
-{
-    const flow_attr_t &value = values[refusal.value];
-    const std::string name = value.protocol + ':' + value.attribute;
-    if (refusal.result == PDATA_R_KIND)
-        return {0, fmt::format("value {}: {} holds {}", refusal.value + 1, name,
-                               flow_kind_text(refusal.wanted))};
-    return {0, fmt::format("value {}: {}: {}", refusal.value + 1, name,
-                           pdata_result_text(refusal.result))};
-}
-
 /// Reads a flow and runs it. Returns false with an error for one that cannot be run.
 bool run_flow(match_run_t &run, std::string_view line, flow_values_t &values, flow_error_t &error)
 {
@@ -45,7 +33,7 @@ bool run_flow(match_run_t &run, std::string_view line, flow_values_t &values, fl
         return false;
     if (flow_runner_run(run.runner, values, refusal))
         return true;
-    error = refusal_error(values, refusal);
+    error = {0, flow_refusal_text(values, refusal)};
     return false;
 }
 

@@ -37,6 +37,15 @@ match_answer_t match_collect(const loadable_t &loadable, flow_runner_t &runner, 
 /// where the path is empty.
 std::string_view match_protocol(const loadable_t &loadable, const match_rule_t &rule);
 
+/// Names a rule: its path and, where that is known, its place in its protocol's description.
+std::string match_rule_name(const loadable_t &loadable, pdata_rule rule);
+
+/// Says in one line what a rule that nearly fires misses.
+std::string match_near_text(const loadable_t &loadable, const match_rule_t &rule);
+
+/// Says in one line which value was met, and why it does not count.
+std::string match_failed_text(const match_item_t &item);
+
 /// Prints an answer for people.
 void match_print(console_t &console, const loadable_t &loadable, const match_answer_t &answer);
 

@@ -79,6 +79,16 @@ void print_rule(console_t &console, const loadable_t &loadable, const match_rule
                   path_text(loadable, rule), rule_text(rule), priority_text(rule.info.priority));
 }
 
+/// Says what a rule that nearly fires misses.
+std::string missing_text(const loadable_t &loadable, const match_rule_t &rule)
+{
+    for (const match_item_t &item : rule.items)
+        if (item.item == rule.missing_item)
+            return "misses " + value_text(item);
+    return "misses protocol " + escape_terminal(loadable_text(pdata_db_protocol_name(
+                                    loadable.db.get(), rule.missing_protocol)));
+}
+
 void print_near(console_t &console, const loadable_t &loadable, const match_rule_t &rule)
 {
     print_rule(console, loadable, rule);
@@ -86,7 +96,7 @@ void print_near(console_t &console, const loadable_t &loadable, const match_rule
         if (item.found)
             console_print(console, "      has {}\n", value_text(item));
         else if (item.item == rule.missing_item)
-            console_print(console, "      misses {}\n", value_text(item));
+            console_print(console, "      {}\n", missing_text(loadable, rule));
     if (rule.missing_protocol != 0)
         console_print(console, "      misses protocol {}\n",
                       escape_terminal(loadable_text(
@@ -138,6 +148,27 @@ json_document_t rule_document(const loadable_t &loadable, const match_rule_t &ru
 
 } // namespace
 
+std::string match_rule_name(const loadable_t &loadable, pdata_rule rule)
+{
+    match_rule_t named;
+    named.rule = rule;
+    (void)pdata_db_rule(loadable.db.get(), rule, &named.info);
+    for (const pdata_item item : loadable.rule_items[rule])
+        named.items.push_back({item, loadable_origin(loadable, item), false, {}});
+    return fmt::format("{}, {}", path_text(loadable, named), rule_text(named));
+}
+
+std::string match_near_text(const loadable_t &loadable, const match_rule_t &rule)
+{
+    return fmt::format("{} {}", rule_text(rule), missing_text(loadable, rule));
+}
+
+std::string match_failed_text(const match_item_t &item)
+{
+    return fmt::format("met {} {}: {}", value_text(item), place_text(item.finding),
+                       reason_text(item.finding.outcome));
+}
+
 void match_print(console_t &console, const loadable_t &loadable, const match_answer_t &answer)
 {
     if (answer.rules.empty())
@@ -156,8 +187,7 @@ void match_print(console_t &console, const loadable_t &loadable, const match_ans
     for (const match_rule_t &rule : answer.near)
         print_near(console, loadable, rule);
     for (const match_item_t &item : answer.failed)
-        console_print(console, "  met {} {}: {}\n", value_text(item), place_text(item.finding),
-                      reason_text(item.finding.outcome));
+        console_print(console, "  {}\n", match_failed_text(item));
 }
 
 void match_fill(json_document_t &document, const loadable_t &loadable, const match_answer_t &answer,

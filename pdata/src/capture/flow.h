@@ -8,8 +8,8 @@
 /// direction ("cts" client to server, "stc" server to client) and what was seen: a decimal number,
 /// an IPv4 or IPv6 address, or bytes in quotes. In quotes "\xHH" stands for a byte and "\\" and
 /// "\"" for themselves; behind the quotes "*N" repeats the text, "+" joins it with the next one:
-/// "\x00"*4+"SMB". The word "incomplete" behind a value says that more of it was sent than was
-/// seen. A protocol's name alone says that the flow has that protocol, whatever its values are.
+/// "\x00"*4+"SMB". "..." behind the last quotes says that more was sent than was seen. Instead of a
+/// value, "has" and a protocol's name says that the flow has that protocol.
 ///
 /// JSON was turned down for the line: these lines are written by hand, side by side with the
 /// descriptions, and a text with quotes in it should be readable.
@@ -24,14 +24,14 @@
 
 /// Directions, numbered as everywhere in memory.
 enum flow_way_t : uint32_t {
-    FLOW_WAY_NONE = 0, ///< of a protocol's name alone
+    FLOW_WAY_NONE = 0, ///< of "has"
     FLOW_WAY_CTS = 1,
     FLOW_WAY_STC = 2,
 };
 
 /// What a value is.
 enum flow_kind_t : uint32_t {
-    FLOW_PROTOCOL, ///< the flow has `protocol`; no attribute
+    FLOW_PROTOCOL, ///< "has": the flow has `protocol`; no attribute
     FLOW_BYTES,
     FLOW_NUMBER,
     FLOW_IP4,

@@ -49,6 +49,21 @@ pdata_kind kind_of(flow_runner_t &runner, const flow_attr_t &value)
     return info.kind;
 }
 
+const char *kind_text(pdata_kind kind)
+{
+    switch (kind) {
+    case PDATA_NUMBER:
+        return "a number";
+    case PDATA_IPV4:
+        return "an IPv4 address";
+    case PDATA_IPV6:
+        return "an IPv6 address";
+    case PDATA_BYTES:
+        break;
+    }
+    return "bytes";
+}
+
 } // namespace
 
 pdata_result flow_runner_open(pdata_db *db, uint32_t flags, flow_runner_t &runner)
@@ -76,17 +91,12 @@ bool flow_runner_run(flow_runner_t &runner, std::span<const flow_attr_t> values,
     return taken;
 }
 
-const char *flow_kind_text(pdata_kind kind)
+std::string flow_refusal_text(std::span<const flow_attr_t> values, const flow_refusal_t &refusal)
 {
-    switch (kind) {
-    case PDATA_NUMBER:
-        return "a number";
-    case PDATA_IPV4:
-        return "an IPv4 address";
-    case PDATA_IPV6:
-        return "an IPv6 address";
-    case PDATA_BYTES:
-        break;
-    }
-    return "bytes";
+    const flow_attr_t &value = values[refusal.value];
+    std::string text = "value " + std::to_string(refusal.value + 1);
+    text.append(": ").append(value.protocol).append(":").append(value.attribute);
+    if (refusal.result == PDATA_R_KIND)
+        return text.append(" holds ").append(kind_text(refusal.wanted));
+    return text.append(": ").append(pdata_result_text(refusal.result));
 }

@@ -38,5 +38,5 @@ struct flow_refusal_t {
 [[nodiscard]] bool flow_runner_run(flow_runner_t &runner, std::span<const flow_attr_t> values,
                                    flow_refusal_t &refusal);
 
-/// Returns "bytes", "a number", "an IPv4 address" or "an IPv6 address".
-const char *flow_kind_text(pdata_kind kind);
+/// Says what is wrong with the value that was refused.
+std::string flow_refusal_text(std::span<const flow_attr_t> values, const flow_refusal_t &refusal);

@@ -113,10 +113,12 @@ bool take_repetition(line_t &line, std::string &bytes)
     return true;
 }
 
-/// Takes texts joined by "+".
-bool take_bytes(line_t &line, std::string &bytes)
+/// Takes texts joined by "+", and "..." behind them.
+bool take_bytes(line_t &line, flow_attr_t &value)
 {
+    constexpr std::string_view dots = "...";
     const size_t start = line.at;
+    std::string &bytes = value.bytes;
     do {
         std::string part;
         if (!take_quoted(line, part) || !take_repetition(line, part))
@@ -125,6 +127,8 @@ bool take_bytes(line_t &line, std::string &bytes)
         if (bytes.size() > FLOW_TEXT_MAX)
             return refuse(line, start, "the text is longer than 1048576 bytes");
     } while (take(line, '+'));
+    value.incomplete = line.text.substr(line.at).starts_with(dots);
+    line.at += value.incomplete ? dots.size() : 0;
     return true;
 }
 
@@ -134,7 +138,7 @@ bool take_what(line_t &line, flow_attr_t &value)
     const size_t start = line.at;
     if (line.at < line.text.size() && line.text[line.at] == '"') {
         value.kind = FLOW_BYTES;
-        return take_bytes(line, value.bytes);
+        return take_bytes(line, value);
     }
     const std::string_view word = take_word(line, false);
     if (const auto number = number_of<uint64_t>(word)) {
@@ -170,14 +174,16 @@ bool take_attribute(line_t &line, flow_attr_t &value)
     if (!take_way(line, value))
         return false;
     skip_blanks(line);
-    if (!take_what(line, value))
-        return false;
+    return take_what(line, value);
+}
+
+/// Takes the name behind "has".
+bool take_has(line_t &line, flow_attr_t &value)
+{
     skip_blanks(line);
-    const size_t word_start = line.at;
-    const std::string_view word = take_word(line, false);
-    value.incomplete = word == "incomplete";
-    return word.empty() || value.incomplete ||
-           refuse(line, word_start, "values stand apart by \";\"");
+    const size_t start = line.at;
+    value.protocol = take_word(line, true);
+    return !value.protocol.empty() || refuse(line, start, "a protocol's name is missing");
 }
 
 /// Takes one value up to the ";" behind it.
@@ -187,8 +193,14 @@ bool take_value(line_t &line, flow_attr_t &value)
     value.protocol = take_word(line, true);
     if (value.protocol.empty())
         return refuse(line, start, "a protocol's name is missing");
-    if (take(line, ':') && !take_attribute(line, value))
+    if (take(line, ':')) {
+        if (!take_attribute(line, value))
+            return false;
+    } else if (value.protocol != "has") {
+        return refuse(line, line.at, "a protocol is followed by \":\" and an attribute");
+    } else if (!take_has(line, value)) {
         return false;
+    }
     skip_blanks(line);
     return line.at == line.text.size() || take(line, ';') ||
            refuse(line, line.at, "values stand apart by \";\"");

@@ -54,12 +54,14 @@ std::string flow_write(std::span<const flow_attr_t> values)
     std::string line;
     for (const flow_attr_t &value : values) {
         line += line.empty() ? "" : "; ";
-        line += value.protocol;
-        if (value.kind == FLOW_PROTOCOL)
+        if (value.kind == FLOW_PROTOCOL) {
+            line.append("has ").append(value.protocol);
             continue;
+        }
+        line += value.protocol;
         line += ':' + value.attribute + (value.way == FLOW_WAY_STC ? " stc " : " cts ");
         line += flow_write_value(value);
-        line += value.incomplete ? " incomplete" : "";
+        line += value.incomplete ? "..." : "";
     }
     return line;
 }

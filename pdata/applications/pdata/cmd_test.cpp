@@ -1,0 +1,203 @@
+#include <algorithm>
+#include <regex>
+#include <set>
+
+#include "commands.h"
+#include "escape.h"
+#include "output_file.h"
+#include "test_report.h"
+
+namespace
+{
+
+struct test_options_t {
+    std::string pdb;
+    std::vector<std::string> files;
+    std::string run;
+    bool coverage = false;
+    double coverage_min = 0;
+    bool update = false;
+};
+
+/// A run: the pdb, the suites and which of them changed, and the rules that fired so far.
+struct test_run_t {
+    const test_options_t &options;
+    test_report_t report;
+    loadable_t loadable = {};
+    flow_runner_t runner = {};
+    std::vector<suite_t> suites = {};
+    std::set<const suite_t *> changed = {};
+    std::set<pdata_rule> fired = {};
+    bool filtered = false;
+    std::regex filter = {};
+};
+
+bool read_suites(test_run_t &run)
+{
+    console_t &console = run.report.console;
+    for (const std::string &path : run.options.files) {
+        input_file_t file;
+        if (!open_file(console, path, file))
+            return false;
+        const std::span<const uint8_t> bytes = input_file_bytes(file);
+        const std::string_view text(reinterpret_cast<const char *>(bytes.data()), bytes.size());
+        suite_error_t error;
+        if (!suite_read(file.name, text, run.suites.emplace_back(), error)) {
+            console_error(console, "{}:{}:{}: {}", file.name, error.line, error.column, error.text);
+            return false;
+        }
+    }
+    return true;
+}
+
+bool is_chosen(const test_run_t &run, const suite_case_t &one)
+{
+    return !run.filtered || std::regex_search(one.name, run.filter);
+}
+
+/// Names what the best rule of the expected protocol misses.
+std::string nearest_miss(const test_run_t &run, const suite_case_t &one,
+                         const match_answer_t &answer)
+{
+    if (one.expected.empty())
+        return {};
+    for (const match_rule_t &rule : answer.near)
+        if (match_protocol(run.loadable, rule) == one.expected.front())
+            return match_near_text(run.loadable, rule);
+    for (const match_item_t &item : answer.failed)
+        if (item.value != nullptr && item.value->protocol == one.expected.front())
+            return match_failed_text(item);
+    return {};
+}
+
+test_outcome_t run_case(test_run_t &run, const suite_t &suite, const suite_case_t &one)
+{
+    test_outcome_t outcome = {&one, suite.file, false, {}, {}, {}};
+    flow_refusal_t refusal;
+    if (!flow_runner_run(run.runner, one.values, refusal)) {
+        outcome.failure = flow_refusal_text(one.values, refusal);
+        return outcome;
+    }
+    const match_answer_t answer = match_collect(run.loadable, run.runner, true);
+    for (const match_rule_t &rule : answer.rules) {
+        run.fired.insert(rule.rule);
+        outcome.got.emplace_back(match_protocol(run.loadable, rule));
+    }
+    outcome.passed = suite_case_holds(one, outcome.got);
+    if (!outcome.passed)
+        outcome.nearest = nearest_miss(run, one, answer);
+    return outcome;
+}
+
+void run_suite(test_run_t &run, suite_t &suite)
+{
+    for (size_t i = 0; i < suite.cases.size(); ++i) {
+        if (!is_chosen(run, suite.cases[i]))
+            continue;
+        test_outcome_t outcome = run_case(run, suite, suite.cases[i]);
+        if (run.options.update && !outcome.passed && outcome.failure.empty()) {
+            suite_accept(suite, i, outcome.got);
+            run.changed.insert(&suite);
+            outcome.passed = true;
+        }
+        test_report_case(run.report, outcome);
+    }
+}
+
+/// Writes the suites back that changed. Returns false after a message when one cannot be written.
+bool write_suites(test_run_t &run)
+{
+    for (size_t i = 0; i < run.suites.size(); ++i) {
+        if (!run.changed.contains(&run.suites[i]))
+            continue;
+        output_t output;
+        output_error_t error;
+        const std::string text = suite_text(run.suites[i]);
+        const std::span<const uint8_t> bytes(reinterpret_cast<const uint8_t *>(text.data()),
+                                             text.size());
+        if (output_add(output, run.options.files[i].c_str(), {&bytes, 1}, OUTPUT_LEFT_TO_SYSTEM,
+                       error) &&
+            output_commit(output, error))
+            continue;
+        console_error(run.report.console, "{}: {}", run.options.files[i], error.reason);
+        return false;
+    }
+    return true;
+}
+
+test_coverage_t coverage_of(const test_run_t &run)
+{
+    pdata_db_info info = {};
+    pdata_db_describe(run.loadable.db.get(), &info);
+    test_coverage_t coverage = {info.nr_rule, run.fired.size(), {}};
+    for (pdata_rule rule = 1; rule <= info.nr_rule; ++rule)
+        if (!run.fired.contains(rule))
+            coverage.missed.push_back(match_rule_name(run.loadable, rule));
+    return coverage;
+}
+
+/// Tells whether as many rules fired as were asked for.
+bool is_covered(const test_run_t &run, const test_coverage_t &coverage)
+{
+    return static_cast<double>(coverage.fired) * 100 >=
+           run.options.coverage_min * static_cast<double>(coverage.rules);
+}
+
+exit_status_t run_suites(test_run_t &run)
+{
+    for (const suite_t &suite : run.suites)
+        for (const suite_case_t &one : suite.cases)
+            run.report.total += is_chosen(run, one) ? 1 : 0;
+    test_report_begin(run.report);
+    for (suite_t &suite : run.suites)
+        run_suite(run, suite);
+    const bool covers = run.options.coverage || run.options.coverage_min > 0;
+    const test_coverage_t coverage = covers ? coverage_of(run) : test_coverage_t();
+    test_report_end(run.report, covers ? &coverage : nullptr);
+    if (run.options.update && !write_suites(run))
+        return EXIT_STATUS_FILE;
+    return run.report.failed == 0 && (!covers || is_covered(run, coverage)) ? EXIT_STATUS_FINE
+                                                                            : EXIT_STATUS_FINDINGS;
+}
+
+exit_status_t test_run(const test_options_t &options, console_t &console)
+{
+    test_run_t run = {options, {console}};
+    try {
+        run.filtered = !options.run.empty();
+        run.filter = std::regex(options.run);
+    } catch (const std::regex_error &) {
+        console_error(console, "--run: {} is no regular expression", options.run);
+        return EXIT_STATUS_USAGE;
+    }
+    if (options.update && std::ranges::find(options.files, "-") != options.files.end()) {
+        console_error(console, "--update: standard input cannot be written");
+        return EXIT_STATUS_USAGE;
+    }
+    if (!loadable_open(console, options.pdb, run.loadable) || !read_suites(run))
+        return EXIT_STATUS_FILE;
+    loadable_prepare(run.loadable);
+    if (flow_runner_open(run.loadable.db.get(), PDATA_FLOW_EXPLAIN, run.runner) != PDATA_R_OK)
+        throw std::bad_alloc();
+    return run_suites(run);
+}
+
+} // namespace
+
+command_run_t test_declare(CLI::App &app)
+{
+    auto options = std::make_shared<test_options_t>();
+    app.add_option("LOADABLE", options->pdb, "A loadable pdb")->required();
+    app.add_option("FILE", options->files,
+                   "Cases, one a line: the expected protocol (- for none), a tab, the flow")
+        ->required();
+    app.add_option("--run", options->run, "Only cases whose name has this regular expression")
+        ->type_name("REGEX");
+    app.add_flag("--coverage", options->coverage, "Name the rules that no case fires");
+    app.add_option("--coverage-min", options->coverage_min,
+                   "Fail when fewer rules fire than this share, in percent")
+        ->type_name("N")
+        ->check(CLI::Range(0.0, 100.0).description(""));
+    app.add_flag("--update", options->update, "Write what fires now into the files as expected");
+    return [options](console_t &console) { return test_run(*options, console); };
+}
