@@ -28,6 +28,18 @@ if(PDATA_FUZZ)
     target_compile_options(pdata_flags INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
+# Releases are hardened: checked calls of the C library, guarded stacks, addresses that differ from
+# run to run, and tables of the linker that cannot be written once the program runs. (Sanitizers
+# check more, and need code that is not optimised so; checked calls need code that is optimised.)
+if(NOT PDATA_SANITIZE AND NOT PDATA_SANITIZE_THREADS AND NOT PDATA_FUZZ)
+    set(pdata_hardened_code
+        "$<$<CONFIG:Release>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2;-fstack-protector-strong>")
+    set(pdata_hardened_program $<$<CONFIG:Release>:-fPIE>)
+    target_link_options(pdata_program_flags INTERFACE
+        $<$<CONFIG:Release>:LINKER:-z,relro,-z,now>
+        $<$<AND:$<CONFIG:Release>,$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>>:-pie>)
+endif()
+
 # pdata_module(NAME DIR folder SOURCES file... [INCLUDES subfolder...] [DEPENDS module...])
 #
 # One module of a floor: a static library whose include root is its own folder. Because a
@@ -40,7 +52,8 @@ function(pdata_module name)
     add_library(${name} STATIC ${ARG_SOURCES})
     target_include_directories(${name} PUBLIC ${ARG_DIR} ${ARG_INCLUDES})
     target_compile_options(${name} PRIVATE
-        ${pdata_lto} $<$<BOOL:${pdata_lto}>:-ffat-lto-objects>)
+        ${pdata_lto} $<$<BOOL:${pdata_lto}>:-ffat-lto-objects> ${pdata_hardened_code}
+        $<$<NOT:$<BOOL:$<TARGET_PROPERTY:POSITION_INDEPENDENT_CODE>>>:${pdata_hardened_program}>)
     target_link_libraries(${name} PUBLIC ${ARG_DEPENDS} PRIVATE pdata_flags)
 endfunction()
 
@@ -48,6 +61,7 @@ endfunction()
 function(pdata_program name)
     cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
+    target_compile_options(${name} PRIVATE ${pdata_hardened_code} ${pdata_hardened_program})
     target_link_libraries(${name} PRIVATE ${ARG_DEPENDS} pdata_program_flags)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 endfunction()
