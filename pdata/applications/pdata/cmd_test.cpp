@@ -1,6 +1,7 @@
 #include <algorithm>
-#include <regex>
 #include <set>
+
+#include <regex.h>
 
 #include "commands.h"
 #include "escape.h"
@@ -19,6 +20,14 @@ struct test_options_t {
     bool update = false;
 };
 
+struct regex_free {
+    void operator()(regex_t *filter) const
+    {
+        regfree(filter);
+        delete filter;
+    }
+};
+
 /// A run: the pdb, the suites and which of them changed, and the rules that fired so far.
 struct test_run_t {
     const test_options_t &options;
@@ -28,8 +37,7 @@ struct test_run_t {
     std::vector<suite_t> suites = {};
     std::set<const suite_t *> changed = {};
     std::set<pdata_rule> fired = {};
-    bool filtered = false;
-    std::regex filter = {};
+    std::unique_ptr<regex_t, regex_free> filter = {}; ///< of names; none for all cases
 };
 
 bool read_suites(test_run_t &run)
@@ -52,7 +60,7 @@ bool read_suites(test_run_t &run)
 
 bool is_chosen(const test_run_t &run, const suite_case_t &one)
 {
-    return !run.filtered || std::regex_search(one.name, run.filter);
+    return run.filter == nullptr || regexec(run.filter.get(), one.name.c_str(), 0, nullptr, 0) == 0;
 }
 
 /// Names what the best rule of the expected protocol misses.
@@ -160,16 +168,25 @@ exit_status_t run_suites(test_run_t &run)
                                                                             : EXIT_STATUS_FINDINGS;
 }
 
+/// Compiles the filter of names. Returns false after a message when it is none.
+bool compile_filter(test_run_t &run)
+{
+    if (run.options.run.empty())
+        return true;
+    auto filter = std::make_unique<regex_t>();
+    if (regcomp(filter.get(), run.options.run.c_str(), REG_EXTENDED | REG_NOSUB) != 0) {
+        console_error(run.report.console, "--run: {} is no regular expression", run.options.run);
+        return false;
+    }
+    run.filter.reset(filter.release());
+    return true;
+}
+
 exit_status_t test_run(const test_options_t &options, console_t &console)
 {
     test_run_t run = {options, {console}};
-    try {
-        run.filtered = !options.run.empty();
-        run.filter = std::regex(options.run);
-    } catch (const std::regex_error &) {
-        console_error(console, "--run: {} is no regular expression", options.run);
+    if (!compile_filter(run))
         return EXIT_STATUS_USAGE;
-    }
     if (options.update && std::ranges::find(options.files, "-") != options.files.end()) {
         console_error(console, "--update: standard input cannot be written");
         return EXIT_STATUS_USAGE;
