@@ -11,6 +11,7 @@ constexpr const char *operators = "For operators who ship pdbs";
 
 constexpr output_format_t text_json[] = {OUTPUT_TEXT, OUTPUT_JSON};
 constexpr output_format_t test_formats[] = {OUTPUT_TEXT, OUTPUT_JSON, OUTPUT_TAP, OUTPUT_JUNIT};
+constexpr output_format_t text_only[] = {OUTPUT_TEXT};
 
 } // namespace
 
@@ -21,6 +22,8 @@ std::span<const command_t> command_table()
          "  pdata match loadable.pdb 'ssl:common_name cts \"www.youtube.com\"'", match_declare},
         {"test", authors, "Flows with the protocols expected of them, run like a test suite",
          test_formats, "  pdata test loadable.pdb traffic.tsv --coverage", test_declare},
+        {"fmt", authors, "A description in one canonical layout", text_only,
+         "  pdata fmt --check protocols.pdd", fmt_declare},
         {"list", operators, "What is in a pdb: parts, protocols, matchers, rules", text_json,
          "  pdata list example.pdb", list_declare},
         {"verify", operators, "Everything in a pdb is within its bounds, or where it is not",

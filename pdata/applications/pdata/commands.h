@@ -7,3 +7,4 @@ command_run_t list_declare(CLI::App &app);
 command_run_t verify_declare(CLI::App &app);
 command_run_t match_declare(CLI::App &app);
 command_run_t test_declare(CLI::App &app);
+command_run_t fmt_declare(CLI::App &app);

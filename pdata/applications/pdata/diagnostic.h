@@ -1,0 +1,10 @@
+/// What is wrong with a file of text, shown where it stands.
+#pragma once
+
+#include "console.h"
+#include "description_text.h"
+
+/// Prints "file:line:column: error: text [id]", the line and a caret below the place, on standard
+/// error.
+void print_text_fault(console_t &console, const std::string &file, std::string_view content,
+                      const text_fault_t &fault, std::string_view id);
