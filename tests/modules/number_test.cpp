@@ -127,7 +127,7 @@ TEST(mapper, ids_of_a_value_come_in_the_order_of_registration)
     EXPECT_EQ(find(open(blob), 6), (ids{4, 2}));
 }
 
-// Part of the format: an index of the item table has 16 bits, larger ones keep their low bits.
+// Oddity O171: an index of the item table has 16 bits, larger ones keep their low bits.
 // Value v has the record at word 1 + 2v, which for 32768 is 65537.
 TEST(mapper, an_index_beyond_16_bits_wraps)
 {
@@ -257,7 +257,7 @@ TEST(interval, an_empty_one_matches_nothing)
     EXPECT_EQ(find(open(blob), 0), ids{});
 }
 
-// Part of the format: the id of the outer interval goes no further than the first end of its id.
+// Oddity O172: the id of the outer interval goes no further than the first end of its id.
 class number_same_id : public testing::TestWithParam<uint32_t>
 {
 };

@@ -221,13 +221,13 @@ TEST(transformer_ipv4, ignores_the_inequation)
               (outcome{0, 0x01020304, 0x01020304}));
 }
 
-// Part of the format: the shift that makes the host mask is taken modulo 32.
+// Oddity O177: the shift that makes the host mask is taken modulo 32.
 TEST(transformer_ipv4, a_prefix_of_length_0_is_the_single_address)
 {
     EXPECT_EQ(run(transformer_ipv4, "10.1.2.3/0"), (outcome{0, 0x0A010203, 0x0A010203}));
 }
 
-// Part of the format: an upper address of 0 counts as none.
+// Oddity O178: an upper address of 0 counts as none.
 TEST(transformer_ipv4, a_range_up_to_0_is_its_first_address)
 {
     EXPECT_EQ(run(transformer_ipv4, "1.2.3.4-0.0.0.0"), (outcome{0, 0x01020304, 0x01020304}));

@@ -55,7 +55,7 @@ struct hstring_t {
 };
 
 /// Hash of Daniel J. Bernstein (comp.lang.c, 1991): h = h * 33 + b from 5381, in 64 bits, with
-/// each byte taken as signed. The sign extension is part of the hash.
+/// each byte taken as signed. The sign extension is part of the hash. Oddity O169.
 uint64_t djb2_hashk(const char *str, size_t len);
 
 /// Makes `table` an empty pool of `nr_line` lines (a power of two; 0 means 1024).
@@ -67,14 +67,14 @@ uint64_t djb2_hashk(const char *str, size_t len);
 /// Stores `string` if it is new, and gives its offset in `*offset`. The bytes are not copied.
 ///
 /// Fails when the table is absent or not initialised, when the string is absent or empty (the
-/// pool never holds an empty string): MODULE_ERR_INVALID. When memory runs out, the pool is as it
-/// was and `*offset` is HSTRING_NO_OFFSET: MODULE_ERR_NO_MEMORY.
+/// pool never holds an empty string: oddity O170): MODULE_ERR_INVALID. When memory runs out, the
+/// pool is as it was and `*offset` is HSTRING_NO_OFFSET: MODULE_ERR_NO_MEMORY.
 [[nodiscard]] int hstring_get_offset(string_htable *table, csa_str_t string, uint32_t *offset);
 
 /// Returns the stored element that equals `string`, or null.
 ///
 /// Two strings are equal when they lie on the same line, have the same length, and agree up to
-/// the end or up to a 0 byte that both hold at the same place. Part of the format.
+/// the end or up to a 0 byte that both hold at the same place. Oddity O167.
 const hs_elt *hstring_find_elt(const string_htable &table, csa_str_t string);
 
 /// Returns the size in bytes of the serialized pool: `hb_offset` rounded up to a multiple of 4.
@@ -99,5 +99,5 @@ void hstring_clean(string_htable *table);
 /// reproduces the offsets of the blob. The walk ends with success at the first entry of length 0.
 ///
 /// An entry that ends exactly at the end of the blob is not inserted: its bytes are taken for the
-/// entries that follow. Part of the format. Fails when the view is empty or a string is refused.
+/// entries that follow. Oddity O168. Fails when the view is empty or a string is refused.
 [[nodiscard]] int hstring_build_deserialize(const hstring_t *view, string_htable *table);

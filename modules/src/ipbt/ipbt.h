@@ -38,10 +38,11 @@ struct ipbt_ip4_tree {
 void ipbt_ip4_tree_destroy(std::unique_ptr<ipbt_ip4_tree> &tree);
 
 /// Registers `proto_id` under the first `mask_length` bits of `mask` (host order, the first octet
-/// most significant); a length of 0 registers at the root. Bits behind the length are not read.
+/// most significant); a length of 0 registers at the root. Bits behind the length are not read
+/// (oddity O188).
 ///
 /// When a shorter prefix on the way, or the node itself, already holds the id, nothing changes:
-/// it covers the longer one. A longer one registered before stays.
+/// it covers the longer one. A longer one registered before stays. Oddity O187.
 /// Returns 0, MODULE_ERR_INVALID for a length beyond 32, or MODULE_ERR_NO_MEMORY.
 [[nodiscard]] int ipbt_ip4_register_proto(ipbt_ip4_tree &tree, uint32_t mask, uint32_t mask_length,
                                           uint32_t proto_id);

@@ -20,7 +20,7 @@
 
 /// One registration: the values from `min` to `max`, inclusive, match `item_id`. The bounds are
 /// held as the transformers give them: 16-byte values in `address`, all others in `number`. What
-/// a value has beyond the matcher's width is cut off.
+/// a value has beyond the matcher's width is cut off. Oddity O173.
 struct number_info {
     transformer_value_t min;
     transformer_value_t max;

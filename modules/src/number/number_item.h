@@ -49,7 +49,7 @@ struct number_span {
 /// Finds the intervals of `endpoints` (sorted by value, `items` naming each one's list), in the
 /// order of their START items. An interval whose id ends nowhere behind it reaches the last
 /// endpoint. The nearest end of the same id counts, whichever interval it belongs to: where two
-/// intervals of one id overlap, the outer one is cut short. Part of the format.
+/// intervals of one id overlap, the outer one is cut short. Oddity O172.
 template <typename Endpoint>
 std::vector<number_span> number_find_spans(const std::vector<Endpoint> &endpoints,
                                            list_number_item Endpoint::*items)

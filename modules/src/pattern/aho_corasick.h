@@ -25,8 +25,9 @@
 ///
 /// The item word is 0xFFFF at a state where no pattern ends. In the plain form a single item
 /// whose id, bit 31 aside, is below 16384 stands in the item word: 0x8000, 0x4000 for bit 31,
-/// and the low 14 bits. Otherwise the item word is the index of the state's record in the item
-/// table, in 4-byte words. State numbers and indices are cut to 16 bits without a check.
+/// and the low 14 bits (oddity O152). Otherwise the item word is the index of the state's record in
+/// the item table, in 4-byte words. State numbers and indices are cut to 16 bits without a check.
+/// Oddity O153.
 ///
 /// Calling order: init, register for every pattern, finalize, get_size, serialize, clean.
 #pragma once
@@ -67,7 +68,7 @@ struct ac_build {
     ps_alphabet_t ac_alphabet;
     uint32_t ac_nr_pattern = 0;  ///< patterns inserted
     uint32_t ac_nr_item_max = 0; ///< most items of a state, preempts aside
-    uint32_t ac_item_length = 0; ///< depth of the last state that has so many
+    uint32_t ac_item_length = 0; ///< depth of the last state that has so many (oddity O151)
     uint8_t ac_ahoff_enable = 0; ///< nonzero for the offset-aware form
 };
 using ac_build_t = ac_build;
@@ -86,7 +87,7 @@ constexpr uint32_t AC_DEPTH_MAX = 1024;
 
 /// Links the failure states, gives every state the items of its failure chain (first come, first
 /// kept for each id), then inserts the preempts and collects the alphabet. Preempts come last on
-/// purpose: what they add has no failure links and takes no items.
+/// purpose: what they add has no failure links and takes no items. Oddity O150.
 ///
 /// Returns 0; MODULE_ERR_OVERFLOW when a pattern other than a preempt is longer than AC_DEPTH_MAX;
 /// MODULE_ERR_INVALID when the alphabet refuses a byte; MODULE_ERR_NO_MEMORY when memory runs out.

@@ -127,7 +127,7 @@ void inherit_items(ac_build &build, uint32_t at, item_marks &marks)
 }
 
 /// Adds to a state the items of its failure chain. The status is that of the last state of the
-/// chain that has items: it overwrites the state's own. Part of the format.
+/// chain that has items: it overwrites the state's own. Oddity O149.
 void aho_corasick_pattern_union(ac_build &build, uint32_t at, item_marks &marks)
 {
     const uint32_t failure = build.ac_l_state[at].ac_failure;

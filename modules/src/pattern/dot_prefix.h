@@ -8,11 +8,12 @@
 /// multiply the nodes by the offsets in use.
 ///
 /// Case is never folded and the alphabet never sorted, whatever the rest of a pattern build does.
+/// Oddity O165.
 ///
 /// Memory is proportional to the trie: about 65 bytes per node and 12 per item and propagation.
 /// Time is linear in the nodes times the offsets that overlap at them.
 ///
-/// Serialized, even without patterns:
+/// Serialized, even without patterns (oddity O166):
 ///
 ///   41  the alphabet, codes 0 to 3 reserved
 ///   39  transitions: per node a row of n + 4 16-bit words, n the bytes of the alphabet.
@@ -23,8 +24,9 @@
 ///       items and their ids, if there are any. All are 4-byte words.
 ///
 /// The item word is 0xFFFF at a node without items, else the index of the node's record in the
-/// item table, in 4-byte words. Node numbers and indices are cut to 16 bits without a check. Of
-/// the propagations that remain at a node only the first is written.
+/// item table, in 4-byte words. Node numbers and indices are cut to 16 bits without a check
+/// (oddity O153). Of the propagations that remain at a node only the first is written
+/// (oddity O164).
 ///
 /// Calling order: init, register for every pattern, finalize, get_size, serialize, clean.
 #pragma once

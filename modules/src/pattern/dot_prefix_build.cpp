@@ -54,7 +54,7 @@ int dot_prefix_do_register(dp_build &build, const pattern_info &info)
 }
 
 /// Counts the wildcard edges on the way to each node that were not the only choice. A node
-/// without edges keeps priority 0. Part of the format.
+/// without edges keeps priority 0. Oddity O163.
 void dot_prefix_priority(dp_build &build)
 {
     // Children have higher numbers than their parents.

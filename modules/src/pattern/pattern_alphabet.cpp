@@ -40,6 +40,7 @@ void pattern_alphabet_finalize(ps_alphabet &alphabet)
     if ((alphabet.config & ALPHA_CONFIG_SORT_ENABLE) == 0)
         return;
     // A byte whose counter wrapped to 0 stays before the unused entries, as the sort is stable.
+    // Oddity O155.
     std::stable_sort(alphabet.map.begin(), alphabet.map.end(), pattern_alphabet_compare);
     for (uint16_t i = 0; i < alphabet.nr; ++i)
         alphabet.place[alphabet.map[i].value] = static_cast<uint16_t>(i + 1);

@@ -52,7 +52,7 @@ inline uint32_t pattern_alphabet_column(const ps_alphabet &alphabet, uint8_t c)
 }
 
 /// Returns the code of `c`: its column truncated to 8 bits. In an alphabet with more than 256
-/// codes the last bytes therefore share the reserved codes. Part of the format.
+/// codes the last bytes therefore share the reserved codes. Oddity O154.
 inline uint8_t pattern_alphabet_find(const ps_alphabet &alphabet, uint8_t c)
 {
     return static_cast<uint8_t>(pattern_alphabet_column(alphabet, c));

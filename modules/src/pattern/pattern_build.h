@@ -3,7 +3,7 @@
 /// A build holds up to five engines, chosen once by a combination of pattern_algo bits. It checks
 /// every pattern against the combination, hands it to the engine for its kind, and writes the
 /// engines one behind the other. Callers that pick engines themselves were turned down: which
-/// engine takes which kind is part of the format and stands in one table here.
+/// engine takes which kind decides what the run time reads, and stands in one table here.
 ///
 /// Serialized: a blob of type 18 with the engine bits (PATTERN_ALGO_ICASE added when the alphabet
 /// folds case), then a blob for each engine present, 19 to 23, in the order of pattern_tlv.h.
@@ -50,12 +50,12 @@ struct pattern_build {
                                          mindata_status_t mindata_status);
 
 /// Checks `info` and hands it to an engine. An exact pattern goes to the radix tree that
-/// `em_dispatch` names, and its `type` is PATTERN_PREFIX or PATTERN_SUFFIX afterwards.
+/// `em_dispatch` names, and its `type` is PATTERN_PREFIX or PATTERN_SUFFIX afterwards. Oddity O157.
 ///
 /// Only the four named combinations take patterns. Under any other set a suffix pattern that
 /// passes the check is dropped with 0, and all else is refused. Under PATTERN_ALGO_OFFSET_V1 an
 /// exact pattern that is dispatched to the suffix tree goes into a tree that is never written.
-/// Both are part of the format.
+/// Oddity O156.
 ///
 /// Returns 0; MODULE_ERR_OPERATION when the combination cannot take the pattern, or `em_dispatch`
 /// or the type is unknown; MODULE_ERR_INVALID when the mindata is refused or the pattern is empty

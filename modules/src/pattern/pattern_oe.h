@@ -1,6 +1,6 @@
 /// Outgoing edges of the states of a trie, in the order in which they were added.
 ///
-/// The order is part of the format: alphabets number bytes by it. A state has one edge per byte
+/// Alphabets number bytes by that order. A state has one edge per byte
 /// at most and nearly all states have one edge in all, so edges are lists in a shared pool. The
 /// few states with many edges also get a table by byte. As every edge of such a state leads to
 /// patterns of its own, the tables take about 130 bytes per pattern at most; tables for all states

@@ -33,7 +33,7 @@ void pattern_preempt_register(ps_preempt &list, const pattern_info &info);
 void pattern_preempt_update_mindata(preempt &a, const preempt &b);
 
 /// Updates each preempt of `list` from each other one, in list order, until the first pair that
-/// holds a PATTERN_OFFSET pattern: there the whole resolution stops. Part of the format.
+/// holds a PATTERN_OFFSET pattern: there the whole resolution stops. Oddity O158.
 ///
 /// To begin a pattern and not to have the lower priority are both transitive, so what an update
 /// passes on reaches its target directly as well, and the outcome is the same as that of one

@@ -8,7 +8,7 @@
 /// One number space serves two tables. A number is a row of the transition table (ordinary
 /// nodes) or a word index into the compressed-edge table (first nodes of chains); a bitmap marks
 /// the numbers of the second kind. The numbering of ordinary nodes leaves holes behind numbers
-/// that a chain took. Part of the format.
+/// that a chain took. Oddity O160.
 ///
 /// Memory is proportional to the trie: about 50 bytes per node and 12 per item. Time is linear
 /// in the total length of the patterns and in the size of what is written.
@@ -17,10 +17,10 @@
 ///
 ///   29  transitions: rows of n + 1 16-bit words, n the bytes of the alphabet. Word 0 is the item
 ///       word, word c the number of the target on code c, or 0. Rows that no node has are zero.
-///       Empty when `rt_last_state_id` is 0.
+///       Empty when `rt_last_state_id` is 0. Oddity O162.
 ///   27  compressed edges, by word index: 2-byte number of the end node, 1-byte chain length k
-///       (its low 8 bits), the k bytes of the edges behind the first node of the chain, as
-///       inserted, padded to a whole word. Word 0 is 0.
+///       (its low 8 bits: oddity O161), the k bytes of the edges behind the first node of the
+///       chain, as inserted, padded to a whole word. Word 0 is 0.
 ///   30  items: per node, in order of creation, a mindata word if a preempt ends there, then the
 ///       number of items and their ids. All are 4-byte words.
 ///   31  the bitmap of exact item ids (their low 28 bits)
@@ -30,6 +30,7 @@
 ///
 /// The item word is 0xFFFF at a node where no pattern ends, else the index of the node's record
 /// in the item table, in 4-byte words. Numbers and indices are cut to 16 bits without a check.
+/// Oddity O153.
 ///
 /// Calling order: init, register for every pattern, finalize, get_size, serialize, clean.
 #pragma once
@@ -100,7 +101,7 @@ constexpr uint32_t RT_EXACT_ID_MASK = 0x0FFFFFFF;
 [[nodiscard]] int radix_tree_register(rt_build &build, const pattern_info &info);
 
 /// The same for a pattern that must match the whole data. The id of a preempt does not enter the
-/// exact bitmap. Part of the format. Returns 0, or MODULE_ERR_NO_MEMORY when memory runs out.
+/// exact bitmap (oddity O159). Returns 0, or MODULE_ERR_NO_MEMORY when memory runs out.
 ///
 /// A tree that was never initialised takes patterns too; it grows its start state and bitmap.
 [[nodiscard]] int radix_tree_register_exact(rt_build &build, const pattern_info &info);

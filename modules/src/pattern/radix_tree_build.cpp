@@ -116,7 +116,7 @@ void number_chains(rt_build &build)
 }
 
 /// Returns the next number for an ordinary node. Behind numbers that chains took it leaves one
-/// unused. Part of the format.
+/// unused. Oddity O160.
 uint32_t next_number(const bitmap_build_t &chains, uint32_t &counter)
 {
     uint32_t number = counter;

@@ -26,8 +26,8 @@ uint32_t item_words(const rt_state &node)
     return mindata + (is_terminal(node) ? node.rt_l_item.nr + 1 : 0);
 }
 
-/// Size in bytes of the transition table. The number of words is taken modulo 2^32. Part of the
-/// format.
+/// Size in bytes of the transition table. The number of words is taken modulo 2^32.
+/// Oddity O153.
 size_t transitions_size(const rt_build &build)
 {
     if (build.rt_last_state_id == 0)

@@ -7,7 +7,7 @@
 ///
 /// Grammar, on a byte string that may contain 0 bytes:
 ///
-///     entry      = ["^"] expression ["$"]           "^" and "$" nowhere else
+///     entry      = ["^"] expression ["$"]           "^" and "$" nowhere else (oddity O141)
 ///     expression = sequence *("|" sequence)         a sequence may be empty
 ///     sequence   = *(element ["*" | "+" | "?"])
 ///     element    = "." | "(" expression ")" | "[" ["^"] class "]" | escape | literal bytes
@@ -66,8 +66,9 @@ using rexpand_permutation_list = std::vector<rexpand_permutation>;
 constexpr uint64_t REXPAND_MAX_BYTES = 1ULL << 30;
 
 /// Expands `expression` into `*list`, with at most `permutation_limit` permutations wherever a
-/// choice is spelled out; beyond the limit the choice is left out and the permutations are marked
-/// REXPAND_FLAG_L2_REQUIRED. `*nb`, when not null, receives the number of permutations.
+/// choice is spelled out; beyond the limit the choice is left out (oddity O146) and the
+/// permutations are marked REXPAND_FLAG_L2_REQUIRED. `*nb`, when not null, receives the number of
+/// permutations.
 ///
 /// Returns 0, or with an empty list:
 ///  MODULE_ERR_INVALID for a syntax error or an absent list,

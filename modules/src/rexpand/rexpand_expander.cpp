@@ -69,7 +69,7 @@ int visit_wildcard_node(rexpand_expander &expander, frame_t &frame)
 }
 
 /// Decimal, whitespace and part-of-word escapes, and the case-insensitive group, whose content is
-/// not expanded.
+/// not expanded. Oddity O145.
 int visit_unspelled_node(rexpand_expander &expander, frame_t &frame)
 {
     frame.context.flag = true;

@@ -46,7 +46,8 @@ element_place place_of(const rexpand_tree &tree, const rexpand_frame &frame)
 }
 
 /// Returns the type that an element sees, from that of its copy of the context, `type`, and that
-/// of the sequence with the element taken into account, `sequence`.
+/// of the sequence with the element taken into account, `sequence`. A number in front of a
+/// repetition differs from a word: oddity O148.
 rexpand_pattern_type_t element_type(const element_place &place, rexpand_pattern_type_t type,
                                     rexpand_pattern_type_t sequence)
 {
@@ -79,7 +80,8 @@ void enter_element(rexpand_expander &expander, rexpand_frame &frame)
     rexpand_expander_enter(expander, frame.child, copy);
 }
 
-/// Takes over what the element that is done has left behind.
+/// Takes over what the element that is done has left behind. A repeated wildcard clears the marks.
+/// Oddity O147.
 void leave_element(rexpand_expander &expander, rexpand_frame &frame)
 {
     const context_t &copy = expander.returned_context;

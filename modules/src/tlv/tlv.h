@@ -9,7 +9,7 @@
 #include <cstdint>
 
 /// Stores the low 24 bits of `value` at `buf` (3 bytes) in the byte order of the host. Only a
-/// big-endian host stores anything; elsewhere the three bytes stay as they are. Part of the format.
+/// big-endian host stores anything; elsewhere the three bytes stay as they are. Oddity O27.
 void dpi_set_unaligned_24(uint8_t *buf, uint32_t value);
 
 /// The per-size cases of tlv_write; `buf` is not null. tlv_write_3B returns null for a value of
@@ -23,7 +23,7 @@ uint8_t *tlv_write_4B(uint8_t *buf, uint32_t data);
 /// and a 2-byte value are cut to their low bits.
 ///
 /// Returns null, and writes nothing, when `buf` is null, when `data_size` is not 1 to 4, or when
-/// a 3-byte value is 2^24 or more.
+/// a 3-byte value is 2^24 or more. Oddity O28.
 uint8_t *tlv_write(uint8_t *buf, uint32_t data, uint32_t data_size);
 
 /// The per-size cases of tlv_read; `buf` is not null. With `data` null the field is converted in
@@ -41,5 +41,5 @@ uint32_t tlv_do_read(const uint8_t *buf, uint32_t data_size);
 ///
 /// With `data` null the field is converted in place instead: a 1-byte field is unchanged, a
 /// 2-byte and a 4-byte field are stored back as host integers, and a 3-byte field changes on a
-/// big-endian host only. The asymmetry is part of the format.
+/// big-endian host only. Oddity O27.
 uint8_t *tlv_read(uint8_t *buf, uint32_t *data, uint32_t data_size);

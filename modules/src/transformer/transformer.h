@@ -42,12 +42,12 @@ using transformer_fct = int (*)(csa_str_t text, uint32_t inequation, transformer
 /// v is MODULE_ERR_OVERFLOW when it exceeds MAX; w is MODULE_ERR_INVALID when it does not lie in 0
 /// to MAX, and so is v above w. With an inequation the text must not hold a "-". Each number ends
 /// at its first byte that is not a digit, and what follows is ignored; blanks and a sign may stand
-/// before w, and a w without digits is 0. Brackets without a "-" are refused.
+/// before w, and a w without digits is 0. Brackets without a "-" are refused. Oddity O176.
 [[nodiscard]] int transformer_8(csa_str_t text, uint32_t inequation, transformer_value_t &lower,
                                 transformer_value_t &upper);
 
 /// The same for 16-bit values; MAX is 65535. Here a w out of range is MODULE_ERR_OVERFLOW: the
-/// difference from the 8-bit form is part of the format.
+/// difference from the 8-bit form is oddity O175.
 [[nodiscard]] int transformer_range16(csa_str_t text, uint32_t inequation,
                                       transformer_value_t &lower, transformer_value_t &upper);
 
@@ -55,12 +55,12 @@ using transformer_fct = int (*)(csa_str_t text, uint32_t inequation, transformer
 /// `number`. The inequation is ignored; every failure is MODULE_ERR_INVALID.
 ///
 /// A prefix length of 0 gives the single address, and a range that ends at 0.0.0.0 ends at its
-/// first address: both are part of the format. A range may run backwards; who stores it refuses.
+/// first address: oddities O177 and O178. A range may run backwards; who stores it refuses.
 [[nodiscard]] int transformer_ipv4(csa_str_t text, uint32_t inequation, transformer_value_t &lower,
                                    transformer_value_t &upper);
 
-/// An IPv6 address (RFC 4291, section 2.2, forms 1 and 2) or prefix "address/p" (p up to 127) into
-/// `address`. The inequation is ignored; every failure is MODULE_ERR_INVALID. Dotted IPv4 tails and
-/// "::" alone are refused.
+/// An IPv6 address (RFC 4291, section 2.2, forms 1 and 2) or prefix "address/p" (p up to 127:
+/// oddity O179) into `address`. The inequation is ignored; every failure is MODULE_ERR_INVALID.
+/// Dotted IPv4 tails and "::" alone are refused.
 [[nodiscard]] int transformer_ipv6(csa_str_t text, uint32_t inequation, transformer_value_t &lower,
                                    transformer_value_t &upper);
