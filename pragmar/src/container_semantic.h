@@ -46,7 +46,7 @@ struct semantic_trans_t {
     trans_type_t type = TRANS_OBJECT_START;
 };
 
-/// A node, addressed by its position among the nodes. Its count stands apart.
+/// A node, addressed by its position among the nodes (oddity O73). Its count stands apart.
 struct semantic_node_t {
     uint32_t key = 0; ///< its number as written, used in messages
     node_category_t category = NODE_CATEGORY_NORMAL;
@@ -92,7 +92,8 @@ void semantic_rewind(semantic_t *semantic);
 
 /// Returns the first transition of `node`, in file order, that an event of kind `type` may take,
 /// or null. `text` is the string of a TRANS_STRING event. A wildcard takes any string, number or
-/// literal, also before a label that says exactly that string.
+/// literal, also before a label that says exactly that string, and no label takes a number or a
+/// literal. Oddities O71 and O72.
 const semantic_trans_t *semantic_next_node_find(const semantic_node_t &node, trans_type_t type,
                                                 std::string_view text);
 
@@ -108,6 +109,7 @@ void semantic_node_reset(semantic_t *semantic, uint32_t node);
 /// Checks the counts that entering `node` by a closing event checks, in the order of its list,
 /// clearing each that is in its range. Returns null, or the first node whose count is not. A
 /// listed node without a range is noted, prints its line and ends the check without a failure.
+/// Oddities O76 and O77.
 const semantic_node_t *semantic_node_check(semantic_t *semantic, uint32_t node);
 
 /// Prints the line of a listed node without a range, given its key.

@@ -93,7 +93,7 @@ void json_err_concat_last_lines(const json_t &json, const json_token_t &token)
         return;
     const uint32_t end = std::min(token.offset_end, json.len);
     uint32_t start = token.offset_end < json.len ? token.offset_end : json.len - 1;
-    // The walk steps over the third line feed to the character before it.
+    // The walk steps over the third line feed to the character before it. Oddity O64.
     for (uint32_t line_feeds = 0; line_feeds < 3 && start > 0; --start)
         line_feeds += json.str[start] == '\n';
     if (start >= end)
@@ -144,6 +144,7 @@ int json_err_parser(const json_t &json, const json_token_t &token,
 
 int json_err_pool(const char *pool)
 {
+    // The header does not exist. Oddity O46.
     json_err_concat("pool failure.\n");
     json_err_concat("Pool '%s' is empty. Increase value in configuration (json_config.h).\n", pool);
     return JSON_ERR_POOL;

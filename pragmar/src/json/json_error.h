@@ -3,7 +3,7 @@
 /// A report accumulates in one process-wide error text of at most 1023 characters; pieces that do
 /// not fit are cut or dropped. The builder that ran the front end copies the text, verbatim, into
 /// the program's status message. The text is never cleared while the program runs: one failing
-/// document ends the run.
+/// document ends the run. Oddity O66.
 ///
 /// Each reporter appends its report and returns a fixed negative code, which the parser or the
 /// checker passes upward.

@@ -77,7 +77,7 @@ int json_err_semantic_atom(const semantic_t &semantic, const semantic_node_t &no
 {
     static const char *const names[] = {"TRUE", "FALSE", "NULL"};
     report_start(semantic);
-    // A literal is reported under the name of numbers. Part of the format.
+    // A literal is reported under the name of numbers. Oddity O67.
     json_err_concat("Unexpected type '%s': ", trans_type2str(TRANS_NUMBER));
     json_err_concat("%s", names[json_node.type]);
     json_err_concat(".\n");

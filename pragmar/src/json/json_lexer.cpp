@@ -20,7 +20,7 @@ int literal(std::string_view letters, json_token_type_t type, const char *json, 
             json_token_t *token)
 {
     const auto len = static_cast<uint32_t>(letters.size());
-    // At least one character must follow the literal. Part of the format.
+    // At least one character must follow the literal. Oddity O56.
     if (json_len - token->offset_start <= len ||
         std::memcmp(json + token->offset_start, letters.data(), len) != 0)
         return -1;
@@ -116,7 +116,8 @@ int json_lexer_string(const char *json, uint32_t json_len, json_token_t *token)
 {
     uint32_t at = token->offset_start + 1;
     while (at < json_len && json[at] != '"') {
-        // Whatever stands behind a backslash belongs to the string.
+        // Whatever stands behind a backslash belongs to the string, and no line is counted.
+        // Oddity O63.
         at += json[at] == '\\' ? 2 : 1;
     }
     if (at >= json_len) {

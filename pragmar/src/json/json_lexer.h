@@ -1,7 +1,7 @@
 /// JSON lexer: one token of lookahead over a text that is not terminated.
 ///
-/// Whitespace is the blank, the line feed and the tab; a carriage return is not. Every scan stops
-/// at the end of the text.
+/// Whitespace is the blank, the line feed and the tab; a carriage return is not. Oddity O55. Every
+/// scan stops at the end of the text.
 #pragma once
 
 #include "json.h"

@@ -316,7 +316,7 @@ int json_parse_ex(json_t *json, bool end_check, uint32_t *consumed)
         *consumed = parser.token.offset_start;
         return 0;
     }
-    // The last character of the text may be anything. Part of the format.
+    // The last character of the text may be anything. Oddity O58.
     if (parser.token.offset_start >= json->len - 1)
         return 0;
     if (int ret = token_fill(parser); ret != 0)

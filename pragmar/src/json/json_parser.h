@@ -17,7 +17,7 @@
 void pragmar_destroy(json_t *json);
 
 /// Parses one whole document. One more character of any kind is tolerated behind it; more is an
-/// error. Part of the format.
+/// error. Oddity O58.
 ///
 /// Returns 0 or the code of the reporter that spoke (json_error.h). The nodes built before a
 /// failure stay with the tree.
@@ -32,5 +32,5 @@ void pragmar_destroy(json_t *json);
 /// offset behind it goes to `*consumed`, which may then not be null.
 [[nodiscard]] int json_parse_ex(json_t *json, bool end_check, uint32_t *consumed);
 
-/// Returns the value of the digits from `start` to `end` (exclusive), modulo 2^32.
+/// Returns the value of the digits from `start` to `end` (exclusive), modulo 2^32. Oddity O57.
 uint32_t json_antoi(const char *start, const char *end);

@@ -9,6 +9,7 @@
 #include "json.h"
 
 /// The callback table. Each callback returns 0 to go on, anything else to abort the walk.
+/// Oddity O68.
 struct json_visitor_t {
     int (*json_start)() = nullptr;
     int (*json_end)() = nullptr;

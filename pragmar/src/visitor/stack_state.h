@@ -1,7 +1,8 @@
 /// Where a visitor stands in a document: a stack of states that keys open and close.
 ///
 /// What a key means depends on the keys around it. A visitor lists that in a table of rows, one for
-/// each key below each state, which can be read beside the manual of its document.
+/// each key below each state, which can be read beside the manual of its document. Keys are
+/// compared as they are written. Oddity O60.
 #pragma once
 
 #include <array>

@@ -16,7 +16,7 @@ const semantic_node_t &current_node(const visitor_pragmar_t &visitor)
 }
 
 /// Takes the transition of an event and remembers it. Null where the machine has none, or where
-/// it leads to node 0, which is the start and never a target.
+/// it leads to node 0, which is the start and never a target. Oddity O74.
 const semantic_trans_t *take(const visitor_pragmar_t &visitor, trans_type_t type,
                              std::string_view text)
 {
@@ -55,7 +55,7 @@ int v_pragmar_string(json_visitor_t *visitor, json_string_t *string)
     const std::string_view text = json_string_view(*string);
     if (v->name_follows)
         json_err_protocol_name_set(string->str, string->len);
-    v->name_follows = text == "name";
+    v->name_follows = text == "name"; // also a value: oddity O78
     const semantic_trans_t *trans = take(*v, TRANS_STRING, text);
     if (trans == nullptr)
         return json_err_semantic_string(*v->semantic, current_node(*v), string->str, string->len);

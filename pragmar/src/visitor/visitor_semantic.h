@@ -2,7 +2,8 @@
 ///
 /// A rule file is an object with "nodes", an array of objects with "key", "category", "reset",
 /// "check" and "range" ("min", "max"), and "transitions", an array of objects with "from", which
-/// must come first, "to" and "trans". Any other key, with all that it holds, is ignored.
+/// must come first (oddity O75), "to" and "trans". Any other key, with all that it holds, is
+/// ignored.
 #pragma once
 
 #include "container_semantic.h"
