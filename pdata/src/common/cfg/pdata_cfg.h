@@ -55,15 +55,16 @@ struct pdata_cfg_t {
 /// Reads a whole file into `*buf`; returns false, with `*buf` empty, when it cannot be read.
 using pdata_cfg_file_read = bool (*)(const char *filename, csa_buf_t *buf);
 
-/// Longest file name in bytes; a longer one is cut, which is said on standard error.
+/// Longest file name in bytes; a longer one is cut, which is said on standard error. Oddity O6.
 constexpr uint32_t PDATA_CFG_FILENAME_MAX = 255;
 
 /// Returns the configuration of a name, which is the one configuration whatever the name.
+/// Oddity O9.
 pdata_cfg_t *pdata_cfg_get(const char *cfg_name);
 
 /// Loads every file of the configuration from the directory `path`, in table order. Returns the
 /// configuration, or null at the first file that cannot be read, whose name is then printed on
-/// standard output without a line end. No status is recorded.
+/// standard output without a line end (oddity O51). No status is recorded.
 [[nodiscard]] pdata_cfg_t *pdata_cfg_load_from_file(const char *cfg_name, const char *path,
                                                     pdata_cfg_file_read file_read);
 

@@ -2,17 +2,17 @@
 ///
 /// The operation that first detects a failure records its code and a message and returns the
 /// code; every caller passes it up unchanged. The driver prints code, name and message once, at
-/// the end, and exits with the code. Nothing clears the slot during a run. Exceptions were turned
-/// down: a status is part of every format's contract and reads in the signature. PDATA_TRY passes
-/// one up; pdata_guard makes one of memory that runs out.
+/// the end, and exits with the code. Nothing clears the slot during a run (oddity O32). Exceptions
+/// were turned down: a status is part of every format's contract and reads in the signature.
+/// PDATA_TRY passes one up; pdata_guard makes one of memory that runs out.
 #pragma once
 
 #include <cstdint>
 #include <new>
 #include <stdexcept>
 
-/// Outcomes; the process exits with the number. Codes without a name text in pdata_status_code2str
-/// are part of the format.
+/// Outcomes; the process exits with the number. Six codes have no name text in
+/// pdata_status_code2str. Oddity O30.
 enum pdata_status : uint32_t {
     PDATA_SUCCESS = 0,
     PDATA_ERR_NO_MEMORY = 1,
@@ -74,7 +74,7 @@ const char *pdata_status_msg_get();
 /// without a name.
 const char *pdata_status_code2str(uint32_t e);
 
-/// Translates the code of an engine module into a status.
+/// Translates the code of an engine module into a status. Oddity O31.
 pdata_status_t module_err2pdata_status(uint32_t module, int module_error_code);
 
 /// Reports a failure at its origin: formats the message, records it with the code, and returns

@@ -18,11 +18,11 @@ char *alloc_from_string_list(size_t size);
 void string_list_clean();
 
 /// Returns an unescaped, terminated copy of the `*len` bytes at `str` and replaces `*len` with
-/// the length of the copy; null when memory runs out.
+/// the length of the copy; null when memory runs out. Oddity O61.
 char *string_assign(const char *str, size_t *len);
 
 /// Fills `str` with an unescaped copy of the `len` bytes at `s`. The length is kept modulo 65536.
-/// A null source, or no memory, gives the absent text.
+/// Oddity O62. A null source, or no memory, gives the absent text.
 void set_string_from_charstar(csa_str_t *str, const char *s, size_t len);
 
 /// The same for a string node, which may be null.

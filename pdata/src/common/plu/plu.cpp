@@ -16,8 +16,8 @@ pdata_status_t check_open(const pdata_commit &commit)
 {
     if (commit.ci_priv == nullptr)
         return PDATA_ERR_INVALID_ARGUMENT;
-    // A merge, a removal and a commit are refused with the words of a serialization. Part of the
-    // format.
+    // A merge, a removal and a commit are refused with the words of a serialization.
+    // Oddity O45.
     if ((commit.ci_priv->ci_finalized & PLU_FINALIZED) != 0)
         return pdata_fail(PDATA_ERR_INVALID_OPERATION, "Cannot serialize, commit is finalized\n");
     return PDATA_SUCCESS;

@@ -10,9 +10,9 @@
 ///
 ///     PROTODESCS { PROTOGROUP { PROTOS { PROTO ... }, STRING } }
 ///
-/// with the protocol that was serialized last in front, or an empty root record when there is no
-/// protocol at all. The group's string table starts empty and is filled in the order in which the
-/// protocols are serialized.
+/// with the protocol that was serialized last in front (oddity O111), or an empty root record when
+/// there is no protocol at all. The group's string table starts empty and is filled in the order in
+/// which the protocols are serialized.
 ///
 /// A part is handed over as the bytes of its root record, header included. Everything points into
 /// the parts, which must outlive the commit.
@@ -55,7 +55,7 @@ constexpr size_t PDATA_UPDATE_NO_SIZE = SIZE_MAX;
 
 /// Records the protocols of another pdb: an update for one that the base has, or that was recorded
 /// as an addition before, an addition for any other. An update keeps the version of the base, and
-/// its flags as far as they are set to something else than the default.
+/// its flags as far as they are set to something else than the default. Oddities O112 and O113.
 ///
 /// `m_hstring_tlv` may be empty: the rule tags of `tlv` are then left out.
 ///
@@ -75,8 +75,8 @@ constexpr size_t PDATA_UPDATE_NO_SIZE = SIZE_MAX;
 [[nodiscard]] pdata_status_t pdata_update_commit(pdata_commit *commit);
 
 /// Returns the size in bytes of the result: the string table, the protocols with their headers,
-/// and the four headers around them, which are counted for an empty result as well. Before the
-/// commit it is PDATA_UPDATE_NO_SIZE.
+/// and the four headers around them, which are counted for an empty result as well (oddity O122).
+/// Before the commit it is PDATA_UPDATE_NO_SIZE.
 size_t pdata_update_get_size(const pdata_commit &commit);
 
 /// Writes the result at the start of `buf`, which must be zero-filled, and gives the bytes

@@ -7,7 +7,7 @@
 /// A bucket is meant as an array that is filled towards its front, with a gap before and behind
 /// the entries. A deque holds the entries here; the positions of the array are still kept, since
 /// they decide when the array would grow and thereby how many actions a bucket takes: 109,226.
-/// Any further one is dropped without a word. Part of the format.
+/// Any further one is dropped without a word. Oddity O115.
 #pragma once
 
 #include <array>

@@ -56,8 +56,8 @@ pdata_status_t pdata_update_proto_do_create(pdata_commit_priv *priv, protodesc_b
     return PDATA_SUCCESS;
 }
 
-/// Rebuilds one group of the base. The new protocols are created for each group. Part of the
-/// format; every pdb written here has one group.
+/// Rebuilds one group of the base. The new protocols are created for each group:
+/// oddity O114; every pdb written here has one group.
 pdata_status_t pdata_update_commit_pg(pdata_commit_priv *priv, std::span<const uint8_t> group_tlv)
 {
     plu_group_t group;

@@ -14,7 +14,7 @@
 ///   mode the first value of each attribute stands against one value of the slot's first attribute.
 ///
 /// Fastpass, preempt, rule tags, directions and transports are not looked at. What a reset leaves
-/// in a slot is: the value count of a first attribute that is not set. Part of the format.
+/// in a slot is: the value count of a first attribute that is not set. Oddities O117 and O118.
 ///
 /// Comparing a rule with every run would cost rules times rules. An index is kept instead: runs
 /// that differ in values only make up a class, found by a hash of the general parts, and within a

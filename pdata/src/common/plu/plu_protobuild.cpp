@@ -109,7 +109,7 @@ pdata_status_t copy_path_and_tags(protodesc_build_t *pb, const ruledesc_t &ruled
 }
 
 /// The stored scope; none at all means http for http. A protocol counts as http when "http" begins
-/// with it. Part of the format.
+/// with it. Oddity O119.
 uint32_t scope_of(const ruledesc_t &ruledesc, const csa_str_t &protocol)
 {
     const uint32_t scope = ruledesc_get_scope(ruledesc);

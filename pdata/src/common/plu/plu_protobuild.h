@@ -17,6 +17,7 @@
 constexpr uint32_t PLU_HTTP_SCOPE = 0x802;
 
 /// Mindata that a stored mindata of 0 becomes in a rule whose meta has the oldest form.
+/// Oddity O102.
 constexpr uint32_t PLU_OLDEST_MINDATA = 0x10000;
 
 /// Copies a description into a record: the meta always, tags, descriptions, compat and altnames
@@ -25,7 +26,7 @@ constexpr uint32_t PLU_OLDEST_MINDATA = 0x10000;
 ///
 /// `known` is null for a first copy. Otherwise rules that the record holds already are left out,
 /// and it must be the index of the record's rules. A rule that is left out uses up its id all the
-/// same, so that the ids of those behind it keep their distance. Part of the format.
+/// same, so that the ids of those behind it keep their distance. Oddity O116.
 [[nodiscard]] pdata_status_t plu_merge_proto_to_protobuild(protodesc_build_t *protoske,
                                                            const protodesc_t &proto,
                                                            const plu_strings_t &strings,

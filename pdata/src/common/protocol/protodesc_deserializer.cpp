@@ -54,6 +54,7 @@ pdata_status_t refused(const view_record_t &record)
     const auto len = static_cast<int>(record.length);
     switch (record.type) {
     case TLV_TYPE_PROTO_META:
+        // Oddity O44.
         return pdata_fail(PDATA_ERR_INVALID_ARGUMENT, "invalid Tlv len %d, cannot deserialize meta",
                           len);
     case TLV_TYPE_PROTO_TAGS:

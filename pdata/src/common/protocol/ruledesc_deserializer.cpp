@@ -140,6 +140,7 @@ pdata_status_t ruledesc_get_sub_ruledesc(const ruledesc_t &ruledesc, uint32_t in
     };
     view_sub_rule_t view;
     if (!read_entry(list, index, view, view_sub_rule_read))
+        // Oddity O43.
         return pdata_fail(PDATA_ERR_INVALID_ARGUMENT, "Len mismatch, cannot serialize");
     fill_sub_rule(view, sub_ruledesc);
     return PDATA_SUCCESS;

@@ -19,7 +19,7 @@ uint32_t tlv_get(const uint8_t *buf)
 
 pdata_status_t tlv_push_type_len(uint32_t type, uint32_t len, uint8_t *buf, uint32_t *buf_offset)
 {
-    // The message names the type where the length is meant. Part of the format.
+    // The message names the type where the length is meant. Oddity O39.
     if (len > TLV_LEN_MAX)
         return pdata_fail(PDATA_ERR_OVERFLOW, REFUSED_TLV_LEN, static_cast<int>(type),
                           static_cast<int>(TLV_LEN_MAX));

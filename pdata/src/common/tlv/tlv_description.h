@@ -29,7 +29,7 @@ uint32_t tlv_get(const uint8_t *buf);
 /// or PDATA_ERR_OVERFLOW, with a message and nothing written, for a length beyond TLV_LEN_MAX or
 /// a type beyond TLV_TYPE_MAX. A length that passes and exceeds the 24 bits of its field
 /// (TLV_LEN_FIELD_MAX) spills into the stored type: it is the caller's duty never to produce one.
-/// Part of the format.
+/// Oddity O25.
 [[nodiscard]] pdata_status_t tlv_push_type_len(uint32_t type, uint32_t len, uint8_t *buf,
                                                uint32_t *buf_offset);
 
@@ -53,7 +53,7 @@ uint8_t *tlv_pop_nval(uint8_t *buf, uint32_t *buf_offset, uint32_t n);
 ///
 /// Returns PDATA_ERR_TLV_NOT_FOUND, without a message, when there is none or when a header on the
 /// way claims more words than the whole area has. A record that claims more words than remain in
-/// the area is found all the same; tlv_value_search refuses it.
+/// the area is found all the same; tlv_value_search refuses it. Oddity O26.
 [[nodiscard]] pdata_status_t tlv_type_search(uint32_t type, const uint8_t *buf, uint32_t max_len,
                                              const uint8_t **out_tlv_buf, uint32_t *out_tlv_len);
 
