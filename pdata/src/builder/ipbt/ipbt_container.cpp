@@ -6,6 +6,7 @@
 namespace
 {
 
+/// Messages name functions that are not there. Oddity O47.
 template <typename Element>
 int append(std::vector<Element> &list, const Element &element, const char *message)
 {

@@ -25,7 +25,7 @@ constexpr key_row keys[] = {
     {IPBT_STATE_VALUE, "value", IPBT_STATE_ID_KEY},
 };
 
-/// Characters of a value's id beyond which it counts as 0.
+/// Characters of a value's id beyond which it counts as 0. Oddity O185.
 constexpr size_t PROTO_ID_LEN_MAX = 15;
 
 visitor_ipbt_t *self(json_visitor_t *visitor)
@@ -33,6 +33,7 @@ visitor_ipbt_t *self(json_visitor_t *visitor)
     return reinterpret_cast<visitor_ipbt_t *>(visitor);
 }
 
+/// Of the messages only that about a mask ends its line. Oddity O186.
 int walk_error(const char *message)
 {
     std::fputs(message, stderr);

@@ -36,7 +36,7 @@
 
 /// The set-up of a matcher.
 struct matcher_desc_t {
-    /// For numbers the number of values, not the type: matcher_init takes that. Part of the format.
+    /// For numbers the number of values, not the type: matcher_init takes that. Oddity O136.
     uint32_t type = 0;
     uint32_t min_data = 0;      ///< bytes
     uint32_t max_perm = 0;      ///< permutations that a value may expand into

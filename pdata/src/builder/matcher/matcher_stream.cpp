@@ -17,6 +17,7 @@ pdata_status_t pattern_status(int ret)
 }
 
 /// A value is stored and matched without a final 0 byte.
+/// One 0 byte at the end is no part of a value. Oddity O139.
 std::string_view without_final_zero(std::string_view value)
 {
     if (!value.empty() && value.back() == '\0')
@@ -24,7 +25,7 @@ std::string_view without_final_zero(std::string_view value)
     return value;
 }
 
-/// A piece proves nothing when it is empty or made of 1 to 3 zero bytes.
+/// A piece proves nothing when it is empty or made of 1 to 3 zero bytes. Oddity O140.
 bool is_mandatory(const rexpand_pattern_t &piece)
 {
     return piece.str.size() > 3 ||
@@ -101,7 +102,8 @@ pdata_status_t matcher_register_l2(matcher_build *matcher, std::string_view valu
     return module_err2pdata_status(PDATA_MODULE_HSTRING, ret);
 }
 
-/// Which piece of which permutation is registered; numbers from 1.
+/// Which piece of which permutation is registered; numbers from 1, of which 8 bits are kept.
+/// Oddity O143.
 struct piece_place {
     uint32_t permutation;
     uint32_t position;
@@ -133,6 +135,7 @@ pdata_status_t register_unmarked(matcher_build *matcher, const rexpand_permutati
 {
     const auto nb_pieces = static_cast<uint32_t>(permutation.patterns.size());
     if (info.preempt != 0 && nb_pieces > 1)
+        // The count is that of the pieces, and the blanks stay. Oddities O41 and O48.
         return pdata_fail(PDATA_ERR_INVALID_ARGUMENT,
                           "Invalid preempt pattern : contain %d permutation ",
                           static_cast<int>(nb_pieces));
@@ -188,7 +191,7 @@ pdata_status_t register_permutations(matcher_build *matcher, const rexpand_permu
             PDATA_TRY(register_marked(matcher, permutation, value, pub_id, info, catch_all));
         } else if (permutation.patterns.empty()) {
             *catch_all = true;
-            break;
+            break; // oddity O142
         } else {
             PDATA_TRY(register_unmarked(matcher, permutation, ++number, pub_id, info));
         }
@@ -205,7 +208,7 @@ int hex_digit(char c)
     return -1;
 }
 
-/// Replaces the escapes of a value by their bytes.
+/// Replaces the escapes of a value by their bytes. Oddity O144.
 pdata_status_t unescape(std::string_view value, std::string *bytes)
 {
     for (size_t i = 0; i < value.size(); ++i) {
@@ -279,7 +282,7 @@ pdata_status_t matcher_register_stream_offset(matcher_build *matcher, const matc
     PDATA_TRY(unescape(value, &bytes));
     info.type = PATTERN_OFFSET;
     info.offset = static_cast<type_offset>(data.pattern_offset);
-    // Here equality is refused, which a value without an offset may have. Part of the format.
+    // Here equality is refused, which a value without an offset may have. Oddity O134.
     if (matcher->mindata_status == MINDATA_MANDATORY && info.mindata != 0 &&
         bytes.size() >= info.mindata)
         return mindata_failure(info.mindata, bytes.size());

@@ -152,7 +152,7 @@ pdata_status_t matcher_alias_add(matcher_alias_build_t *matcher_alias, const ali
     const csa_str_t to = pair.reference.proto_name;
     if (csa_str_equal(from, to))
         return PDATA_SUCCESS;
-    // The last comparison is with the pair before the preceding one. Part of the format.
+    // The last comparison is with the pair before the preceding one. Oddity O103.
     for (uint32_t i = 0; i + 1 < index; ++i) {
         const csa_str_t earlier = matcher_alias->aliases[i].reference.proto_name;
         if (!csa_str_equal(matcher_alias->aliases[i].alias.proto_name, from) ||

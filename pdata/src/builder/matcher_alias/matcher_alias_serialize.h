@@ -44,7 +44,7 @@ void matcher_alias_destroy(matcher_alias_build_t *matcher_alias);
 ///
 /// A protocol has one reference protocol: a pair whose alias protocol stands in an earlier pair
 /// with another reference protocol is PDATA_ERR_INVALID_ARGUMENT with a message, and stays stored.
-/// The pair just before the new one is not compared. Part of the format.
+/// The pair just before the new one is not compared. Oddity O103.
 [[nodiscard]] pdata_status_t matcher_alias_add(matcher_alias_build_t *matcher_alias,
                                                const alias_pair_t &pair);
 
@@ -61,11 +61,12 @@ uint8_t *matcher_alias_serialize(matcher_alias_build_t *matcher_alias, uint8_t *
 
 /// Rewrites the sub-rules of a protocol. Of each sub-rule only the aliases of its bottom protocol,
 /// as it was written, are considered; of each attribute the first that fits its name and way.
+/// Oddity O105.
 void matcher_alias_change_proto(protodesc_build_t *pb, std::span<const alias_pair_t> aliases);
 
 /// Moves the minimum data of an attribute that changes its direction: only between "stream" and
 /// "content" attributes, and only from one single direction to the other, which keeps the larger
-/// of the two while the first becomes 0. Lengths in bytes.
+/// of the two while the first becomes 0 (oddity O106). Lengths in bytes.
 void matcher_alias_update_mindata(csa_str_t attr_before, csa_str_t attr_after,
                                   csa_attr_way_t way_before, csa_attr_way_t way_after,
                                   uint32_t *stc_mindata, uint32_t *cts_mindata);

@@ -29,7 +29,7 @@ constexpr auto ICASE = ALPHA_CONFIG_ICASE_ENABLE;
 constexpr auto SORT = ALPHA_CONFIG_SORT_ENABLE;
 
 // clang-format off
-// Some stream rows name a transformer that is never run. Part of the format.
+// Some stream rows name a transformer that is never run. Oddity O138.
 constexpr pdb_attr_properties_t attr_properties[] = {
     // protocol  attribute                type    transformer          way    algo     mindata  exact    case   sort
     {"http",   "uri_decoded",           STREAM, nullptr,             CTS,   CLASSIC, FREE,    SUFFIX,  0,     0},

@@ -136,7 +136,8 @@ struct filing_t {
     const hstring_t &hstring() const { return pdb_build->pdb_build_facts.hstring; }
 };
 
-/// The minimum data under which a value is filed.
+/// The minimum data under which a value is filed: that from the server for both directions.
+/// Oddity O133.
 uint32_t mindata_of(const sub_ruledesc_t &sub_rule, uint32_t way)
 {
     constexpr uint32_t no_minimum = 65536;
@@ -319,8 +320,8 @@ pdata_status_t pdb_builder_matcher_register(pdb_build_t *pdb_build, const pdb_pg
         PDATA_TRY(protodesc_get_name(protocol, pg.pg_hstring, &name));
         PDATA_TRY(pdata_sig_export_mapping_add(i, protodesc_get_id(protocol), name));
         pdb_facts_add_protocol(facts, protocol, name);
-        // The status of the rules is not looked at, but for the limit of the names. Part of the
-        // format.
+        // The status of the rules is not looked at, but for the limit of the names.
+        // Oddity O123.
         (void)pdb_builder_matcher_protocol_rules(pdb_build, i, protocol);
         if (pdb_build->pdb_build_budget.exceeded)
             return PDATA_ERR_OVERFLOW;

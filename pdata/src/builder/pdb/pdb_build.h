@@ -16,7 +16,7 @@
 [[nodiscard]] pdata_status_t pdb_builder_init(pdb_context_t *context, const pdb_params_t *params);
 
 /// Sets the logs of a build, each null for none; not owned. Their header lines are written at
-/// once, that of the rules without a line end: the first rule continues it. Part of the format.
+/// once, that of the rules without a line end: the first rule continues it. Oddity O131.
 void pdb_builder_set_log_fd(pdb_context_t *context, std::FILE *pattern_fd, std::FILE *rule_fd);
 
 /// Stores the bytes of protocol descriptions in a context.
@@ -43,14 +43,14 @@ void pdb_builder_load(pdb_context_t *context, std::span<const uint8_t> proto_pdb
                                                    uint32_t network_endian);
 
 /// Reads a protocol group: its string table, and where each protocol of its list begins. Records
-/// of another type in the list are reported, twice, and skipped. A table, a list or a protocol that
-/// claims more words than its parent holds is taken and ends with the parent.
+/// of another type in the list are reported, twice, and skipped (oddity O53). A table, a list or a
+/// protocol that claims more words than its parent holds is taken and ends with the parent.
 [[nodiscard]] pdata_status_t pdb_builder_get_protocol_offsets(std::span<const uint8_t> group,
                                                               pdb_pg *pg);
 
 /// Files every value of a group into the matcher table, and notes the facts of its protocols and
 /// rules in place of those of the group before it. A failure inside the rules of a protocol does
-/// not stop the next protocols. Part of the format. PDATA_ERR_OVERFLOW with a message when the
+/// not stop the next protocols. Oddities O123 and O124. PDATA_ERR_OVERFLOW with a message when the
 /// names under which the values are filed, counted for each value, take more than 1 GiB.
 [[nodiscard]] pdata_status_t pdb_builder_matcher_register(pdb_build_t *pdb_build, const pdb_pg &pg);
 

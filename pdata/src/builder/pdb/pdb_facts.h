@@ -22,7 +22,7 @@ struct item_idx_t {
     uint32_t item_rule_idx;  ///< index of the rule within it
 };
 
-/// The first minimum data of a rule for one direction.
+/// The first minimum data of a rule for one direction. Oddity O135.
 struct pdb_mindata_t {
     uint32_t bytes = 0;    ///< 0: none was noted
     uint32_t sub_rule = 0; ///< index of the sub-rule that has it

@@ -11,6 +11,7 @@
 namespace
 {
 
+/// What the name of an attribute begins with to count as a referer. Oddity O127.
 constexpr std::string_view REFERER = "referer";
 
 bool is_stream(matcher_type_t type)

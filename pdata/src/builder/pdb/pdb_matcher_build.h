@@ -28,7 +28,7 @@ struct pdb_matcher_run_t {
 
 /// Registers one value of the list. The value is split at commas, empty pieces skipped: the
 /// numbers of a list are one item of the rule, while a stream value is registered whole once for
-/// every piece. Part of the format.
+/// every piece. Oddity O132.
 [[nodiscard]] pdata_status_t pdb_matcher_build_register(pdb_matcher_run_t *run,
                                                         pdb_matcher_elt *elt);
 

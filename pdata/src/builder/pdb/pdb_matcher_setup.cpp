@@ -41,7 +41,7 @@ pdata_status_t check_preempt(const pdb_facts_t &facts, const item_idx_t &idx, ui
                          "Protocol %u has a preempt rule (%u) with a multiple-sub-rules.", proto_id,
                          idx.item_rule_idx);
     const uint32_t nr_attr = sub_ruledesc_get_attrdesc_nr(sub_rule);
-    if (nr_attr > 2)
+    if (nr_attr > 2) // the blank that is missing stays: oddity O48
         (void)pdata_fail(PDATA_ERR_RULE_ENGINE,
                          "Protocol %u has a preempt rule (%u) with too many attributes.Either 1 or "
                          "2 attributes are allowed if they correspond to the same attribute name "

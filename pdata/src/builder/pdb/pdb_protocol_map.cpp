@@ -38,7 +38,7 @@ pdata_status_t add_path(protocol_build_map_t *map, size_t row, csa_str_t proto_n
     return PDATA_SUCCESS;
 }
 
-/// The name of sub-rule 1, if there is one, comes in front of that of sub-rule 0.
+/// The name of sub-rule 1, if there is one, comes in front of that of sub-rule 0. Oddity O129.
 pdata_status_t add_bottoms(protocol_build_map_t *map, std::vector<uint32_t> &cells, size_t row,
                            const csa_str_t (&names)[2])
 {

@@ -45,7 +45,7 @@ struct pdb_protocol_map_names_t {
 ///
 /// Returns PDATA_ERR_OVERFLOW with a message for a path that is too long, and for more names than
 /// a record can hold; PDATA_ERR_INVALID_ARGUMENT for a rule beyond the rows, found out only behind
-/// the path; and PDATA_ERR_ENGINE when a string table refuses a name.
+/// the path (oddity O130); and PDATA_ERR_ENGINE when a string table refuses a name.
 [[nodiscard]] pdata_status_t pdb_protocol_map_add(protocol_build_map_t *map, uint32_t rule_id,
                                                   const pdb_protocol_map_names_t &names,
                                                   const ruledesc_t &rule, const hstring_t &hstring);

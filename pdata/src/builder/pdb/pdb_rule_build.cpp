@@ -70,8 +70,8 @@ pdata_status_t register_rule(rule_builder_t *rule_builder, rule_reading_t *readi
                              PDATA_DIAG_RULE_REGISTER);
 }
 
-/// One line of the log of rules. Two columns are not what the header line calls them. Part of the
-/// format.
+/// One line of the log of rules. Two columns are not what the header line calls them.
+/// Oddity O131.
 void log_rule(std::FILE *log, const rule_reading_t &reading, uint32_t proto_id, uint32_t rule_id)
 {
     const pdb_protocol_map_names_t &names = reading.names;

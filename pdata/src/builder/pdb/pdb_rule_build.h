@@ -3,7 +3,7 @@
 /// The section that it leaves is the record of root type 5, big-endian: the number of rules, the
 /// protocol map, the rule-tag map, the rule engine table, and the protocol map's string table,
 /// each a record of its own. Rule ids are given in the order of the rule table's chains, not in
-/// the order of the protocols.
+/// the order of the protocols. Oddity O125.
 #pragma once
 
 #include "pdb.h"
@@ -12,7 +12,7 @@
 constexpr uint32_t PDB_RULE_ITEM_WEIGHT = 4000;
 
 /// Gives a priority word without an order its default; a written order stays. The subtraction is
-/// not guarded. Part of the format.
+/// not guarded. Oddity O126.
 void pdb_rule_set_priority(uint32_t *rule_prio, uint32_t nr_item, uint32_t sum_attr_len);
 
 /// Registers every rule of the rule table and fills the maps from the facts of the build. What the

@@ -58,6 +58,6 @@ size_t pdb_ruletag_map_get_tlv_size(const ruletag_map_build_t &map);
 void pdb_ruletag_map_cleanup(ruletag_map_build_t *map);
 
 /// Gives the number of the first tag of the table with that name. PDATA_ERR_PROTODESC_TAG with a
-/// message when there is none. A name ends at its first 0 byte.
+/// message when there is none. A name ends at its first 0 byte. Oddity O108.
 [[nodiscard]] pdata_status_t resolve_rule_tag(const pdb_tag_source_t &source, csa_str_t name,
                                               uint32_t *value, uint32_t network_endian);

@@ -11,8 +11,8 @@ const char *pdata_pdb_version = "";
 uint32_t version_words(size_t n)
 {
     const auto bytes = static_cast<uint32_t>(n + 12);
-    // The words are rounded down before they are rounded up to a multiple of 4. Part of the
-    // format; a text that would not fit gets the next multiple.
+    // The words are rounded down before they are rounded up to a multiple of 4:
+    // oddity O23. A text that would not fit gets the next multiple.
     const uint32_t words = 4 * ((bytes / 4 - 1) / 4 + 1);
     return words * 4 < bytes ? words + 4 : words;
 }

@@ -28,7 +28,7 @@ void pdata_pdb_version_set(const char *version);
 pdb_versions_t pdata_pdb_version_get();
 
 /// Writes the version record into `buf`, which is made as large as the record. An empty pdb gets
-/// the marker record of root type 7 and length 0 instead. Returns PDATA_ERR_NO_MEMORY, without a
-/// message, when memory runs out.
+/// the marker record of root type 7 and length 0 instead. Oddity O22. Returns PDATA_ERR_NO_MEMORY,
+/// without a message, when memory runs out.
 [[nodiscard]] pdata_status_t pdb_version_serialize(csa_buf_t *buf, const pdb_versions_t &versions,
                                                    bool empty_pdb);

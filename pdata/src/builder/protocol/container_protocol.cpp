@@ -223,7 +223,7 @@ int protocol_rules_rule_attr_name_add(protocol_t *protocol, json_string_t *name)
 int protocol_rules_rule_attr_value_add(protocol_t *protocol, json_string_t *value)
 {
     protocol_sub_rule_t &sub_rule = sub_rule_being_filled(protocol);
-    // The text of the message is part of the format.
+    // The message is misspelt. Oddity O49.
     if (sub_rule.nr_attr == PROTOCOL_ATTR_DIM)
         return dimension_exhausted(REFUSED_ATTR);
     name_after_previous(sub_rule);

@@ -5,8 +5,8 @@
 /// must outlive the container. Rules come into being as they are filled; the dimensions hold all
 /// the same.
 ///
-/// Setters overwrite, adders append. Each returns 0, or -1 after printing the dimension that is
-/// exhausted on standard error; what was stored before stays.
+/// Setters overwrite, adders append (oddity O59). Each returns 0, or -1 after printing the
+/// dimension that is exhausted on standard error (oddity O50); what was stored before stays.
 #pragma once
 
 #include <array>
@@ -136,13 +136,13 @@ int protocol_rules_rule_attr_value_add(protocol_t *protocol, json_string_t *valu
 /// A stream attribute with an offset. A key of 8 bytes or more loses its last 7, "_offset", in
 /// the node itself. Offset and pattern come in either order, and whichever completes the pair
 /// counts the entry; the sixteenth entry of a sub-rule that is completed here fails and stays
-/// counted.
+/// counted. Oddities O83 and O93.
 int protocol_rules_rule_stream_offset_name_add(protocol_t *protocol, json_string_t *name);
 int protocol_rules_rule_stream_offset_offset_set(protocol_t *protocol, json_number_t *offset);
 int protocol_rules_rule_stream_offset_pattern_set(protocol_t *protocol, json_string_t *pattern);
 
 /// The end of a rule, and of a sub-rule: on to the next one. The 1200th rule and the third
-/// sub-rule fail.
+/// sub-rule fail. Oddity O83.
 int protocol_rules_rule_next(protocol_t *protocol);
 int protocol_rules_sub_rule_next(protocol_t *protocol);
 

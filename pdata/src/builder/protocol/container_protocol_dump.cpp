@@ -17,7 +17,7 @@ void dump(const char *label, const json_number_t *number)
         std::printf("%s: %u\n", label, number->number);
 }
 
-/// A literal ends without a line feed.
+/// A literal ends without a line feed. Oddity O100.
 void dump(const char *label, const json_atom_t *atom)
 {
     if (atom == nullptr)

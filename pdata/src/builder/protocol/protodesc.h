@@ -131,11 +131,11 @@ void protodesc_populate_bounds(protodesc_bounds_t *bounds);
 /// Gives the record its sub-rule slots, all free. Returns false when memory runs out.
 [[nodiscard]] bool protodesc_init_rules(const protodesc_bounds_t &bounds, protodesc_build_t *pb);
 
-/// Empties the record for the next protocol: everything but the version. The cost is that of what
-/// was used since the last reset.
+/// Empties the record for the next protocol: everything but the version (oddity O99). The cost is
+/// that of what was used since the last reset.
 void protodesc_reset(protodesc_build_t *pb);
 
-/// Frees every slot. What a slot keeps from its last use is part of the format: transport and
+/// Frees every slot. What a slot keeps from its last use (oddity O88): transport and
 /// value count of its attributes, fastpass, preempt, scope, version identifier and the bottom
 /// protocol as written. A slot without attributes shows them again.
 void protodesc_reset_rules(protodesc_build_t *pb);
@@ -198,8 +198,8 @@ void protodesc_remark(protodesc_build_t *pb, const protodesc_remark_t &remark);
 
 /// Finds or adds an attribute of a slot by its written name and gives its index.
 ///
-/// A prefix "cts-" or "stc-" in front of at least one more byte gives the direction and is
-/// dropped; a name without one is for both. The direction is held against the one that the
+/// A prefix "cts-" or "stc-" in front of at least one more byte (oddity O94) gives the direction
+/// and is dropped; a name without one is for both. The direction is held against the one that the
 /// attribute of the slot's protocol allows: a written direction that differs fails, no written
 /// direction becomes the allowed one with a warning on standard error.
 ///

@@ -12,8 +12,6 @@
 namespace
 {
 
-/// Most categories of a protocol; the container holds one more. Part of the format.
-
 pdata_status_t fail_with_report(pdata_status_t status)
 {
     return pdata_fail(status, "%s", pragmar_err_get());
@@ -168,7 +166,7 @@ pdata_status_t vprotocol_to_protodesc(const protocol_t &protocol, protodesc_buil
     convert_meta(protocol, pb);
     PDATA_TRY(convert_tags(protocol.tags, pb));
     PDATA_TRY(convert_altnames(protocol.altnames, pb));
-    // Descriptions never reach the record. Part of the format.
+    // Descriptions never reach the record. Oddity O79.
     return vprotocol_rules_to_protodesc(protocol, pb);
 }
 

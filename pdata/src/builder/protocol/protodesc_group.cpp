@@ -56,7 +56,7 @@ pdata_status_t protodesc_serialize_init(protodesc_group_t *group, protodesc_walk
     if (hstring_init(&walk->hstring, 0) != 0 ||
         !protodesc_init(&walk->pb, bounds, &walk->hstring, group->main_hstring))
         return PDATA_ERR_NO_MEMORY;
-    // A text that begins otherwise fails in its first protocol. Part of the format.
+    // A text that begins otherwise fails in its first protocol. Oddity O69.
     (void)protodesc_seek_first_protocol(&walk->rest);
     return PDATA_SUCCESS;
 }

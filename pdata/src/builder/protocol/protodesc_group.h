@@ -4,11 +4,11 @@
 /// once. What users see is that of two passes, one that sizes and one that writes: everything that
 /// a protocol says without failing is said in each, and the paths of rules are checked in the
 /// second, so that a failure of the first in a later protocol comes before them. What the second
-/// pass has to say is noted in the first.
+/// pass has to say is noted in the first. Oddities O33 and O34.
 ///
 /// The text is an object of one key whose value is the array of protocol objects; up to 3 bytes may
-/// follow the array. Text of another shape is PDATA_ERR_JSON_BAD_SYNTAX or whatever the building of
-/// a protocol makes of it.
+/// follow the array (oddity O70). Text of another shape is PDATA_ERR_JSON_BAD_SYNTAX or whatever
+/// the building of a protocol makes of it.
 #pragma once
 
 #include <span>

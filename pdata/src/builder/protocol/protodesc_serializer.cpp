@@ -46,6 +46,7 @@ pdata_status_t emit_meta(emission_t &out)
     emit_word(out, pb.pb_id);
     PDATA_TRY(emit_string(out, pb.pb_name));
     // An empty default port is stored as one 0 byte, since the pool holds no empty string.
+    // Oddity O81.
     const csa_str_t no_port = csa_str("", 1);
     PDATA_TRY(emit_string(out, pb.pb_default_port.str_len == 0 ? no_port : pb.pb_default_port));
     emit_word(out, pb.pb_max_trans);
@@ -84,7 +85,7 @@ pdata_status_t emit_protocol(emission_t &out)
     PDATA_TRY(emit_pairs(out, TLV_TYPE_PROTO_DESC, pb.pb_desc));
     PDATA_TRY(emit_strings(out, TLV_TYPE_PROTO_COMPAT,
                            std::span(pb.pb_compat.v_val).first(pb.pb_compat.v_nr)));
-    // A placeholder: the description's own versions are never stored. Part of the format.
+    // A placeholder: the description's own versions are never stored. Oddity O80.
     PDATA_TRY(emit_strings(out, TLV_TYPE_PROTO_SUPPORTED_VERSION, {&supported, 1}));
     PDATA_TRY(emit_strings(out, TLV_TYPE_PROTO_ALTNAME,
                            std::span(pb.pb_altname.v_val).first(pb.pb_altname.v_nr)));
@@ -124,6 +125,7 @@ void next_in_list(emission_t &out, offset_list_t *list)
 
 pdata_status_t protodesc_path_failed(const protodesc_path_fault_t &fault)
 {
+    // Misspelt, and no message is recorded. Oddities O49 and O52.
     if (fault.nr_path == 1)
         std::fprintf(stderr, "Signature: <%.*s> : path must be contain two elements at least.\n",
                      fault.protocol.str_len, fault.protocol.str_buf);

@@ -3,6 +3,7 @@
 namespace
 {
 
+/// A stream always has the form with offsets. Oddity O98.
 uint32_t attr_tlv_type(matcher_type_t type)
 {
     switch (type) {
@@ -21,7 +22,7 @@ uint32_t attr_tlv_type(matcher_type_t type)
     }
 }
 
-/// The two directions are stored the other way round. Part of the format.
+/// The two directions are stored the other way round. Oddity O97.
 uint32_t attr_way_word(const attrdesc_build_t &attr)
 {
     uint32_t proto = 0;

@@ -97,7 +97,7 @@ constexpr keyed_end_t<protocol_t> object_ends[] = {
     {PROTOCOL_STATE_RULES_RULE, protocol_rules_sub_rule_next}};
 
 /// The end of a "rule" array moves on to the next rule: keys of the rule that stand behind it
-/// belong to the next one. Part of the format.
+/// belong to the next one. Oddity O87.
 constexpr keyed_end_t<protocol_t> array_ends[] = {
     {PROTOCOL_STATE_RULES_RULE, protocol_rules_rule_next}};
 

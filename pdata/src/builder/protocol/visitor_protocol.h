@@ -1,15 +1,15 @@
 /// The protocol visitor: recognises the vocabulary of a protocol object and fills the container.
 ///
 /// A stack of states says where in the object the walk stands; the high bits of a state say what
-/// its key accepts. Keys are compared raw, by length and bytes. A key that is unknown where it
-/// stands is ignored with all that it holds, except directly inside a sub-rule, where it is the
-/// name of an attribute.
+/// its key accepts. Keys are compared raw, by length and bytes (oddity O60). A key that is unknown
+/// where it stands is ignored with all that it holds, except directly inside a sub-rule, where it
+/// is the name of an attribute.
 #pragma once
 
 #include "container_protocol.h"
 #include "visitor_keyed.h"
 
-/// What the key of a state accepts.
+/// What the key of a state accepts. Oddity O95.
 constexpr uint32_t PROTOCOL_ACCEPTS_CONTAINER = 0x80000000;
 constexpr uint32_t PROTOCOL_ACCEPTS_ATOM = 0x40000000;
 constexpr uint32_t PROTOCOL_ACCEPTS_STRING = 0x20000000;

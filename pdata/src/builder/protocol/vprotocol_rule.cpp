@@ -36,7 +36,7 @@ csa_str_t text_of(const json_string_t *string)
     return str;
 }
 
-/// Reads the digits that a text begins with; larger numbers stay at the largest one.
+/// Reads the digits that a text begins with; larger numbers stay at the largest one. Oddity O90.
 uint32_t read_digits(std::string_view text)
 {
     uint64_t value = 0;
@@ -65,6 +65,7 @@ pdata_status_t convert_order(const protocol_rule_t &rule, protodesc_build_t *pb,
 }
 
 /// A preempt rule has at most two attributes; of two, one is for each direction, or one is a port.
+/// Every value counts as one. Oddity O91.
 pdata_status_t check_preempt(const protocol_sub_rule_t &sub_rule)
 {
     if (sub_rule.nr_attr > 2)
@@ -95,6 +96,7 @@ pdata_status_t convert_scope(const protocol_rule_t &rule, protodesc_build_t *pb,
     for (uint32_t i = 0; i < rule.nr_scope; ++i)
         if (process_scop_field(&slot, text_of(rule.scope[i])) != PDATA_SUCCESS)
             return bad_semantic("Scope array contains invalid protocol");
+    // Oddity O86.
     slot.rule_scope |= RULE_SCOPE_HTTP_PROXY;
     (void)process_scop_field(&slot, slot.rule_protocol); // most protocols are no scope word
     if (csa_str_view(slot.rule_protocol) == "ip" && (slot.rule_scope & RULE_SCOPE_DNS) != 0)
@@ -128,7 +130,7 @@ pdata_status_t convert_rule_keys(const protocol_t &protocol, const protocol_rule
 {
     if (sub_index == 0)
         PDATA_TRY(convert_order(rule, pb, n_rule));
-    // A flag is set when its key is present, whatever it says. Part of the format.
+    // A flag is set when its key is present, whatever it says. Oddity O84.
     protodesc_set_rule_fastpass(pb, n_rule, rule.fastpass != nullptr ? 1 : 0);
     protodesc_set_rule_preempt(pb, n_rule, rule.preempt != nullptr ? 1 : 0);
     protodesc_set_rule_vid(
@@ -186,7 +188,7 @@ pdata_status_t vattrs_to_protodesc_attrs(protodesc_build_t *pb, uint32_t n_rule,
         }
         const csa_str_t value = text_of(vattr.value);
         if (vattr.pattern_offset != nullptr) {
-            // A full attribute drops the value; its status is not looked at. Part of the format.
+            // A full attribute drops the value; its status is not looked at. Oddity O92.
             (void)protodesc_add_attr_val_with_offset(
                 pb, n_rule, value, get_number_from_json(vattr.pattern_offset), n_attr);
             continue;

@@ -9,6 +9,6 @@
 /// it is found.
 ///
 /// A sub-rule without attributes gets its protocol, its minimum data and its ids and nothing
-/// else: what the slot keeps from its last use shows. Part of the format.
+/// else: what the slot keeps from its last use shows. Oddity O88.
 [[nodiscard]] pdata_status_t vprotocol_rules_to_protodesc(const protocol_t &protocol,
                                                           protodesc_build_t *pb);

@@ -211,6 +211,7 @@ pdata_status_t psa_write_buf(const psa_stream &streams, const pdata_cfg_t &cfg)
             continue;
         PDATA_TRY(text_stream_print(streams.key, "typedef enum {\n"));
         PDATA_TRY(psa_serialize(streams, meta.name, pdata_cfg_meta_text(&meta)));
+        // The name as it stands. Oddity O180.
         PDATA_TRY(text_stream_print(streams.key, "} %s_%s_t;\n\n", "psa_key", meta.name));
     }
     return PDATA_SUCCESS;

@@ -1,7 +1,8 @@
 /// The PSA generator: the pattern tables of the configuration become generated source text.
 ///
 /// Every file becomes a serialized pattern set, an enumeration that numbers its pattern names, and
-/// a case of an accessor that returns the set by key, for the run-time engine to compile in.
+/// a case of an accessor that returns the set by key, for the run-time engine to compile in. The
+/// headers that the texts include are the engine's. Oddity O181.
 #pragma once
 
 #include <cstdint>
@@ -17,7 +18,7 @@ constexpr size_t PSA_KEY_SIZE = 12500;
 constexpr size_t PSA_SOURCE_SIZE = 1000000;
 constexpr size_t PSA_HEADER_SIZE = 1000;
 
-/// Names of one file, and the size of a purified name with its terminator.
+/// Names of one file (oddity O182), and the size of a purified name with its terminator.
 constexpr uint32_t PSA_NAME_DIM = 64;
 constexpr size_t PSA_NAME_SIZE = 255;
 
@@ -34,6 +35,6 @@ constexpr size_t PSA_NAME_SIZE = 255;
                                                  text_stream_t *src, text_stream_t *hdr);
 
 /// Turns a name into an identifier: capitals and digits stay, small letters become capitals, a
-/// digit in front and every other byte become "_". PDATA_ERR_PSA with a message for an absent
-/// name or output, and for a name of `size` bytes or more.
+/// digit in front and every other byte become "_" (oddity O183). PDATA_ERR_PSA with a message for
+/// an absent name or output, and for a name of `size` bytes or more.
 [[nodiscard]] pdata_status_t psa_purify_string(std::string_view in, std::string *out, size_t size);

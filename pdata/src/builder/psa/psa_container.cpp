@@ -10,7 +10,7 @@ void psa_pattern_name_set(psa_pattern_table_t *table, csa_str_t name)
 int psa_pattern_value_add(psa_pattern_table_t *table, csa_str_t value)
 {
     if (table->nr_pattern == PSA_PATTERN_DIM) {
-        // The message names another table's limit. Part of the format.
+        // The message names another table's limit. Oddity O42.
         std::fputs(REFUSED_PSA_PATTERN, stderr);
         return -1;
     }

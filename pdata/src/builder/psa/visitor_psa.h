@@ -2,7 +2,7 @@
 ///
 /// A file is an object with up to three keys, "prefix", "suffix" and "regular", each an array of
 /// objects whose key is the name of a pattern and whose string is the pattern. Everything else is
-/// ignored.
+/// ignored (oddity O184).
 #pragma once
 
 #include "psa_container.h"

@@ -34,6 +34,7 @@ pdata_status_t rule_builder_register(rule_builder_t *rule_builder, const rule_re
 {
     const auto nb_items = static_cast<uint32_t>(rule.items.size());
     if (nb_items > RULE_MAX_ITEM)
+        // The message is worded as if it named the rule. Oddity O40.
         return pdata_fail(PDATA_ERR_INVALID_ARGUMENT, REFUSED_RULE_ITEMS, nb_items);
     const size_t first_item = rule_builder->items.size();
     PDATA_TRY(pdata_guard([&] {

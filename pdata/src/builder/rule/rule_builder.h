@@ -62,7 +62,7 @@ struct rule_registration_t {
 void rule_builder_init(rule_builder_t *rule_builder);
 
 /// Registers a rule and gives its sequence number. Bits go to the items of sub-rule 0 first, then
-/// to those of sub-rule 1, in slot order; other items get none.
+/// to those of sub-rule 1, in slot order; other items get none. Oddity O128.
 ///
 /// Returns PDATA_ERR_INVALID_ARGUMENT with a message for more than RULE_MAX_ITEM items, and
 /// PDATA_ERR_NO_MEMORY.

@@ -8,7 +8,7 @@
 namespace
 {
 
-/// The protocols whose values are collected.
+/// The protocols whose values are collected. Oddity O193.
 constexpr const char *allowed_proto[] = {"http", "ssl"};
 
 pcap_gen &data_of(pdata_sig_export *sig_export)
@@ -76,6 +76,7 @@ pdata_status_t pcap_gen_clean(pdata_sig_export *sig_export)
 {
     pcap_gen &data = data_of(sig_export);
     // Newest first, the entries and the values of each. Texts end at their first 0 byte.
+    // Oddity O194.
     for (auto entry = data.entries.rbegin(); entry != data.entries.rend(); ++entry) {
         std::printf("%s", entry->proto_name.c_str());
         for (auto pattern = entry->patterns.rbegin(); pattern != entry->patterns.rend(); ++pattern)

@@ -22,7 +22,7 @@
 struct sig_cov_entry {
     uint32_t proto_id;
     const char *proto_name; ///< the mapping's text
-    uint32_t rule_id;       ///< item id of the value
+    uint32_t rule_id;       ///< item id of the value (oddity O192)
     uint32_t nth_rule;
     uint8_t nth_item; ///< number of the value within its rule, modulo 256
 };
@@ -86,12 +86,12 @@ constexpr uint32_t PDATA_SIG_EXPORT_INDEX_MAX = 16382;
 /// Longest protocol name of the mapping, in bytes; a longer one is cut.
 constexpr uint32_t PDATA_SIG_EXPORT_NAME_MAX = 255;
 
-/// Returns the export of that exact name, or null for a null or unknown name, or when it cannot
-/// be set up.
+/// Returns the export of that exact name, or null for a null or unknown name (oddity O189), or when
+/// it cannot be set up.
 std::unique_ptr<pdata_sig_export_t> pdata_sig_export_init(const char *name);
 
-/// Lets an export write what it has, and releases it. Returns what the export returns, or
-/// PDATA_SUCCESS for null.
+/// Lets an export write what it has, also when that is nothing (oddity O195), and releases it.
+/// Returns what the export returns, or PDATA_SUCCESS for null.
 pdata_status_t pdata_sig_export_clean(std::unique_ptr<pdata_sig_export_t> sig_export);
 
 /// Notes the id and the name of the protocol at `index` of the compile. Returns

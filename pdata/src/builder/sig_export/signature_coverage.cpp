@@ -15,7 +15,7 @@ constexpr uint32_t NTH_RULE_LIMIT = 2048;
 /// Bytes of a line at most: a name, four numbers, what stands between them, the terminator.
 constexpr size_t LINE_DIM = PDATA_SIG_EXPORT_NAME_MAX + 4 * 10 + 6;
 
-/// Values seen of every rule of every protocol. The 8-bit counters wrap. Part of the format.
+/// Values seen of every rule of every protocol. The 8-bit counters wrap. Oddity O190.
 std::unordered_map<uint32_t, uint8_t> nth_item_id;
 
 signature_coverage &data_of(pdata_sig_export *sig_export)
@@ -43,6 +43,7 @@ pdata_status_t signature_coverage_matcher_finalize(pdata_sig_export *)
 pdata_status_t signature_coverage_element_register(pdata_sig_export *sig_export, const char *,
                                                    uint32_t, uint32_t item_id)
 {
+    // Oddity O191.
     if (sig_export->proto_id >= PROTO_ID_LIMIT || sig_export->nth_rule >= NTH_RULE_LIMIT)
         return PDATA_ERR_OVERFLOW;
     uint8_t &counter = nth_item_id[sig_export->proto_id * NTH_RULE_LIMIT + sig_export->nth_rule];
