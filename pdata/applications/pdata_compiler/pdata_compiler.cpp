@@ -41,7 +41,7 @@ void pdata_compiler_init(pdata_compiler_t *run)
     pdata_pdb_version_set(PDB_VERSION);
 }
 
-/// One of the three immediate ends.
+/// One of the three immediate ends. Oddity O17.
 pdata_status_t end_at_once(pdata_compiler_t &run, const char *message)
 {
     std::fputs(message, stderr);
@@ -71,6 +71,8 @@ pdata_status_t generate_sources(const pdata_cfg_t *cfg)
     return pdata_compiler_ipbt(cfg, sources);
 }
 
+/// What a description becomes: a merge or a removal means nothing here, and the sources are in
+/// place before the description is read. Oddities O15 and O29.
 pdata_status_t description_flow(pdata_compiler_t &run)
 {
     PDATA_TRY(load_configuration(run));
@@ -79,7 +81,8 @@ pdata_status_t description_flow(pdata_compiler_t &run)
     return pdata_serialize(&run.pdd, &run.pdb, run.cfg, nullptr, PDATA_TYPE_PROTOCOL);
 }
 
-/// What the input pdbs become, as the first part of the output.
+/// What the input pdbs become, as the first part of the output: nothing, unless it is merged, has
+/// rules removed, or is to be loadable. Oddity O16.
 pdata_status_t pdb_list_flow(pdata_compiler_t &run)
 {
     const opt_set_t &set = run.opt.set;
@@ -119,8 +122,8 @@ const pdb_list_t *find_source(const pdata_compiler_t &run)
 {
     if (!run.opt.set.merge)
         return &run.input.front().pdb;
-    // What is tested is the tag table, which 0 does not tell from the first part. Part of the
-    // format.
+    // What is tested is the tag table, which 0 does not tell from the first part, and
+    // the message names the strings. Oddities O19 and O20.
     const auto has_tags = [](const pdb_in_elt_st &elt) { return elt.indexes.root_tags != 0; };
     const auto last = std::find_if(run.input.rbegin(), run.input.rend(), has_tags);
     return last == run.input.rend() ? nullptr : &last->pdb;

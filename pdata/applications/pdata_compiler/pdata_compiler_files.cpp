@@ -139,6 +139,7 @@ pdata_status_t pdata_compiler_write_pdb(const pdb_list_t &pdb, const char *pdb_f
             pdata_pdb_tlv_write(pdb, &pdb_outfile, type);
     PDATA_TRY(write_outfile(pdb_outfile, pdb_filename));
     return described ? PDATA_SUCCESS
+                     // Oddity O48.
                      : pdata_fail(PDATA_ERR_IO, "Cannot write on filename %s \n", pdb_filename);
 }
 

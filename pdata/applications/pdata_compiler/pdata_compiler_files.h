@@ -16,7 +16,7 @@
 #include "pdb_header.h"
 
 /// Where the parts of an input pdb landed in its list. A part that is missing leaves 0, which is
-/// also the first position. Part of the format.
+/// also the first position. Oddity O19.
 struct pdb_tlv_index_t {
     uint32_t root_protodescs;
     uint32_t root_tags;
@@ -44,13 +44,13 @@ using pdb_in_list_t = std::list<pdb_in_elt_st>;
 [[nodiscard]] pdata_status_t pdata_compiler_write(output_t &output, const char *filename,
                                                   const char *buf);
 
-/// Reads a description. The namespace is accepted and not used here. PDATA_ERR_IO with a message
-/// when it cannot be read.
+/// Reads a description. The namespace is accepted and not used here. Oddity O8. PDATA_ERR_IO with a
+/// message when it cannot be read.
 [[nodiscard]] pdata_status_t pdata_compiler_init_pdd(pdd_t *pdd, const char *pdd_filename,
                                                      int32_t pdd_namespace);
 
 /// Reads a pdb file and cuts it into parts; a pdb whose words are in host order clears
-/// `*network_endian`. PDATA_ERR_IO with a message when it cannot be read.
+/// `*network_endian`. Oddity O21. PDATA_ERR_IO with a message when it cannot be read.
 [[nodiscard]] pdata_status_t pdata_compiler_init_pdb(const char *filename, pdb_list_t *pdb,
                                                      pdb_tlv_index_t *pdb_tlv_indexes,
                                                      uint32_t *network_endian);
@@ -77,9 +77,10 @@ uint32_t pdata_pdb_loaded_get(std::span<const uint8_t> tlv_buf);
 [[nodiscard]] pdata_status_t
 pdata_compiler_fill_pdb_list(const char *pdb_list, pdb_in_list_t *pdb_in, uint32_t *network_endian);
 
-/// Writes a pdb: load state, protocol descriptions, matcher aliases, tags, main strings. Only the
-/// second must be there. PDATA_ERR_IO with a message when the file cannot be opened or written, and
-/// an old file then stays; or when the descriptions are missing: the load state alone is written.
+/// Writes a pdb: load state, protocol descriptions, matcher aliases, tags, main strings.
+/// Oddity O18. Only the second must be there. PDATA_ERR_IO with a message when the file cannot be
+/// opened or written, and an old file then stays; or when the descriptions are missing: the load
+/// state alone is written.
 [[nodiscard]] pdata_status_t pdata_compiler_write_pdb(const pdb_list_t &pdb,
                                                       const char *pdb_filename);
 

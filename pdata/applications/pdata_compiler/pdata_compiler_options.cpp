@@ -55,7 +55,7 @@ struct usage_row {
     const char *text;
 };
 
-// The names of three entries stand beside the texts of others. Part of the format.
+// The names of three entries stand beside the texts of others. Oddities O1 and O4.
 constexpr usage_row usage_rows[] = {
     {OPTION_PDD, "\t\033[1m--%s <file.pdd>\033[0m\n\t\t Pass a json description of a protocol\n\n"},
     {OPTION_LOADABLE, "\t\033[1m--%s \033[0m\n\t\t Addition of graph to the resulting pdb\n\n"},
@@ -107,7 +107,7 @@ constexpr csa_dump_opt_t dump_opt_available[] = {
     {nullptr, nullptr},
 };
 
-/// Copies the argument of an option, and says so when it does not fit.
+/// Copies the argument of an option, and says so when it does not fit. Oddity O5.
 template <size_t Size>
 void copy_text(option_row_t row, char (&buffer)[Size], const char *text)
 {
@@ -116,7 +116,7 @@ void copy_text(option_row_t row, char (&buffer)[Size], const char *text)
                      options[row].name, Size - 1);
 }
 
-/// Takes an option that may be given once. Returns false when it is there already.
+/// Takes an option that may be given once. Returns false when it is there already. Oddity O11.
 template <size_t Size>
 bool take_once(option_row_t row, int32_t *set, char (&buffer)[Size], const char *text)
 {
@@ -127,7 +127,7 @@ bool take_once(option_row_t row, int32_t *set, char (&buffer)[Size], const char 
     return true;
 }
 
-/// A number as atoi reads it, without its undefined overflow.
+/// A number as atoi reads it, without its undefined overflow. Oddity O7.
 int read_number(const char *text)
 {
     return static_cast<int>(std::strtol(text, nullptr, 10));
@@ -285,6 +285,7 @@ void usage(const char *progname)
     std::printf("\n\033[1mUsage: %s \033[0m\n\n", progname);
     for (const usage_row &row : usage_rows)
         std::printf(row.text, options[row.row].name);
+    // Oddities O2 and O3.
     std::printf("\n\033[1mExamples:\033[0m\n\n");
     std::printf("\t\033[1mDelete rules for the protocol identifier 512 and add graph\033[0m\n"
                 "\t\t%s --%s 'in.pdb' --%s 512 --%s --%s out.pdb --%s cfg-name --%s cfg-path\n\n",

@@ -43,7 +43,8 @@ struct csa_dump_opt_t {
 };
 
 /// Parses the command line into `opt`. Ends the process itself for --help and --dump-list (0) and
-/// for an unknown option or a missing argument (1).
+/// for an unknown option or a missing argument (1). Words that are no options are ignored.
+/// Oddities O12 and O13.
 ///
 /// Returns PDATA_ERR_INVALID_ARGUMENT, with a message, for an unknown dump name, and
 /// PDATA_ERR_INVALID_OPERATION, after the usage, for options that do not go together or repeat.
@@ -51,11 +52,11 @@ struct csa_dump_opt_t {
                                                       pdata_compiler_opt_t *opt);
 
 /// Checks which options go together. Returns PDATA_ERR_INVALID_OPERATION, without a message, when
-/// they do not.
+/// they do not. Oddity O14.
 [[nodiscard]] pdata_status_t pdata_compiler_parse_mandatory_opt(const pdata_compiler_opt_t &opt);
 
-/// Switches a dump on by its exact name, and says on standard error that none has an effect. An
-/// unknown one is PDATA_ERR_INVALID_ARGUMENT with a message.
+/// Switches a dump on by its exact name, and says on standard error that none has an effect.
+/// Oddity O10. An unknown one is PDATA_ERR_INVALID_ARGUMENT with a message.
 [[nodiscard]] pdata_status_t pdata_compiler_set_dump(csa_dump_t *dump, const char *name);
 
 /// Returns the row of a dump name, or null.

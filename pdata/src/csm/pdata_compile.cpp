@@ -71,7 +71,7 @@ pdata_status_t append_parts(pdb_build_t *pdb_build, const pdb_list_t &pdb_in, cs
         const pdata_status_t status = type == PDB_TYPE_TAGS
                                           ? pdata_pdb_tlv_cpy_tags(pdb_in, out, network_endian)
                                           : pdata_pdb_tlv_cpy(pdb_in, out, type);
-        // Of the parts only the descriptions must be there; the status is part of the format.
+        // Of the parts only the descriptions must be there. Oddity O37.
         if (status != PDATA_SUCCESS && type == PDB_TYPE_PROTOCOL_DESCRIPTION)
             return PDATA_ERR_NO_MEMORY;
     }

@@ -1,8 +1,8 @@
 /// Merging two pdbs, and what it shares with a removal: the update transaction from its opening to
 /// a new part of protocol descriptions.
 ///
-/// Only the protocol descriptions are merged. Which other parts the output holds is decided by the
-/// caller. The work on the protocols is plu.h's.
+/// Only the protocol descriptions are merged (oddity O110). Which other parts the output holds is
+/// decided by the caller. The work on the protocols is plu.h's.
 #pragma once
 
 #include "pdata_error.h"
@@ -13,7 +13,7 @@
 /// descriptions; on a failure it stays as it was.
 ///
 /// The main strings are those of the first pdb, else those of the second, for the descriptions of
-/// both. Part of the format. PDATA_ERR_INVALID_ARGUMENT with a message when a pdb has no
+/// both. Oddity O109. PDATA_ERR_INVALID_ARGUMENT with a message when a pdb has no
 /// descriptions or neither has main strings, else whatever the update returns.
 [[nodiscard]] pdata_status_t pdata_merge(const pdb_list_t *const *pdbs, pdb_t *pdb_out);
 

@@ -7,10 +7,10 @@
 #include "pdb_header.h"
 
 /// Makes `pdb_out` the part of protocol descriptions of `pdb_in` without the rules of protocol
-/// `proto_id`. The descriptions are the first part of the list, whatever its kind.
+/// `proto_id`. The descriptions are the first part of the list, whatever its kind. Oddity O121.
 ///
 /// Fails with PDATA_ERR_INVALID_ARGUMENT and a message when the pdb has no main strings, with
 /// PDATA_ERR_PLU when it has no such protocol, or with whatever the update returns. A result that
-/// cannot be serialized is a success with a `pdb_out` that has no buffer. Part of the format.
+/// cannot be serialized is a success with a `pdb_out` that has no buffer. Oddity O120.
 [[nodiscard]] pdata_status_t pdata_remove(const pdb_list_t &pdb_in, uint32_t proto_id,
                                           pdb_t *pdb_out);

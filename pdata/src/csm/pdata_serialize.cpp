@@ -179,7 +179,7 @@ pdata_status_t serialize_records(serialization_t &run, const pdd_t &pdd, const p
 pdata_status_t pdata_serialize(const pdd_t *pdd, pdb_list_t *pdb, const pdata_cfg_t *cfg,
                                const pdb_t *pdb_default, uint32_t proto_sem_type)
 {
-    // The message names the configuration, which is tested later. Part of the format.
+    // The message names the configuration, which is tested later. Oddity O38.
     if (pdd == nullptr || pdb == nullptr)
         return pdata_fail(PDATA_ERR_INVALID_ARGUMENT,
                           "Invalid argument pdb, cfg or pdd is equal to NULL.\n");
@@ -223,7 +223,7 @@ pdata_status_t pdata_serialize_cfg(const pdata_cfg_t *cfg, pdb_list_t *pdb, uint
         return PDATA_ERR_NO_MEMORY;
     tlv_sink_t sink = tlv_sink_writing(buf);
     const size_t root = tlv_open_record(sink);
-    // The length of this one record counts bytes. Part of the format.
+    // The length of this one record counts bytes. Oddity O24.
     tlv_sink_put(sink, TLV_TYPE_CFG_SEMANTIC, 1);
     tlv_sink_put(sink, static_cast<uint32_t>(padded), 3);
     tlv_sink_put_bytes(sink, text);

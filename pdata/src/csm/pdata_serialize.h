@@ -32,8 +32,8 @@ struct pdd_t {
 ///
 /// Returns PDATA_ERR_INVALID_ARGUMENT with a message for a null `pdd` or `pdb`, PDATA_ERR_IO for a
 /// configuration that is absent or lacks the semantic document of protocols' semantics,
-/// PDATA_ERR_PRAGMAR for aliases that cannot be read, PDATA_ERR_NO_MEMORY for a tag table that
-/// cannot or when memory runs out, or whatever the building of the protocols returns.
+/// (oddity O36) PDATA_ERR_PRAGMAR for aliases that cannot be read, PDATA_ERR_NO_MEMORY for a tag
+/// table that cannot or when memory runs out, or whatever the building of the protocols returns.
 [[nodiscard]] pdata_status_t pdata_serialize(const pdd_t *pdd, pdb_list_t *pdb,
                                              const pdata_cfg_t *cfg, const pdb_t *pdb_default,
                                              uint32_t proto_sem_type);

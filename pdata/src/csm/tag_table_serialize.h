@@ -34,7 +34,7 @@ struct tag_table_build {
 /// Returns nothing when the document does not parse, breaks its rules or cannot be read, with the
 /// front end's report as the status message; a document that cannot be read prints it as well. A
 /// number that repeats ends the reading: the tags in front of it stay, and nothing is reported.
-/// Part of the format.
+/// Oddity O107.
 std::optional<tag_table_build> json_to_tag_table(std::string_view pdm, std::string_view sem,
                                                  hstring_build_t *hstring, bool ignore_sem);
 
