@@ -83,10 +83,14 @@ class Case:
             quiet = line.startswith("$$")
             self.run(line.lstrip("$"), quiet)
 
+    def shown_output(self, output):
+        """Takes note of what a command printed; here of nothing."""
+
     def run(self, command, quiet):
         done = subprocess.run(["sh", "-c", command], cwd=self.folder, env=self.environment,
                               stdin=subprocess.DEVNULL, capture_output=True, timeout=TIMEOUT,
                               check=False)
+        self.shown_output(done.stdout)
         if not quiet:
             self.report.extend(shown(done.stdout, ">"))
             self.report.extend(shown(done.stderr, "!"))
