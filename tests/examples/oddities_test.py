@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """The paper of oddities against the code and the tests.
 
-Its numbers run from 1 without a gap, each says what holds it, the tests that it names exist, and
-the code cites every number of the paper and no other. An oddity that is "Gone." needs neither.
+Its numbers, in any order, run from 1 without a gap; each entry says what holds it; the tests that
+it names exist; and the code cites every number of the paper and no other. An oddity that is "Gone."
+needs neither.
 """
 
 import os
@@ -69,7 +70,7 @@ def exists(test, units):
 
 def faults_of_paper(entries):
     """Yields what is wrong with the paper by itself."""
-    numbers = [number for number, _ in entries]
+    numbers = sorted(number for number, _ in entries)
     if numbers != list(range(1, len(numbers) + 1)) or not numbers:
         yield "the numbers do not run from 1 without a gap"
     units = unit_tests()
@@ -99,7 +100,7 @@ def faults():
             yield f"O{number} is cited in {places[number][0]}, and the paper does not have it"
     for path, text in sources(CODE + TESTS):
         if FORMER_NAME.search(text):
-            yield f"{path} says that something is {FORMER_NAME.pattern}: cite an oddity, or say what it is"
+            yield f"{path} says '{FORMER_NAME.pattern}': cite an oddity, or say what it is"
 
 
 def main():

@@ -40,8 +40,9 @@ struct number_build {
 
 /// Adds an interval. Returns 0, MODULE_ERR_INVALID when `min` is above `max` or for a bad type, or
 /// MODULE_ERR_NO_MEMORY. The items of one value are written in the order of registration by a
-/// mapper, newest first by an interval matcher, and those that only cover an endpoint come last. Of
-/// two overlapping intervals with one id, the outer one is taken to end where the inner one ends.
+/// mapper, newest first by an interval matcher (oddity O204), and those that only cover an endpoint
+/// come last. Of two overlapping intervals with one id, the outer one is taken to end where the
+/// inner one ends.
 [[nodiscard]] int number_register(number_build &build, const number_info &info);
 
 /// Brings the matcher into the form that is written. Returns 0, MODULE_ERR_INVALID for a bad type,

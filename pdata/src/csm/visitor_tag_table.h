@@ -1,7 +1,8 @@
 /// The tag-table visitor: fills the tag container.
 ///
 /// A document is an object whose member "tag_table" is an object of members, each a tag's name
-/// with its number. Everything outside "tag_table" is ignored.
+/// with its number. Everything outside "tag_table" is ignored. Members of
+/// deeper objects are tags as well. Oddity O203.
 #pragma once
 
 #include "container_tag_table.h"

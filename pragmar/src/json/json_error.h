@@ -71,7 +71,7 @@ int json_err_semantic_number(const semantic_t &semantic, const semantic_node_t &
 int json_err_semantic_string(const semantic_t &semantic, const semantic_node_t &node,
                              const char *unexpected, uint32_t unexpected_len);
 
-/// A count of `node` outside its range.
+/// A count of `node` outside its range; the report names no place. Oddity O196.
 int json_err_semantic_cardinality(const semantic_node_t &node, const semantic_t &semantic);
 
 /// The shared pieces: the text up to `token` with a caret, the way to the failing place, and

@@ -44,7 +44,7 @@ struct pdb_matcher_list_t {
 };
 
 /// Keys are equal when their directions and the lengths of their names are, and the names agree up
-/// to the end or a 0 byte.
+/// to the end or a 0 byte. Oddity O202.
 bool pdb_matcher_tab_key_cmp(const matcher_key_t &a, const matcher_key_t &b);
 
 /// Returns a number that equal keys have in common.

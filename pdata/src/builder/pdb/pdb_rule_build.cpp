@@ -59,7 +59,7 @@ pdata_status_t register_rule(rule_builder_t *rule_builder, rule_reading_t *readi
     const pdb_rule_elt &elt = reading->elt;
     const ruledesc_t &rule = reading->view.rule;
     const uint32_t params = ruledesc_get_rule_params(rule);
-    uint32_t flags = params <= RULE_PARAMS_MAX ? params : 0;
+    uint32_t flags = params <= RULE_PARAMS_MAX ? params : 0; // oddity O201
     if (ruledesc_get_fastpass(rule) != 0)
         flags |= RULE_FLAG_FASTPASS;
     reading->priority = ruledesc_get_order(rule);

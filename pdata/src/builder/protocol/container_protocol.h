@@ -84,7 +84,7 @@ struct protocol_t {
     json_number_t *vid = nullptr; ///< "virtual_id"
     json_atom_t *http_reclassify = nullptr;
     json_atom_t *cacheable = nullptr;
-    json_number_t *implicit_bottom_layer = nullptr; ///< a number, not a truth value
+    json_number_t *implicit_bottom_layer = nullptr; ///< a number: oddity O199
     protocol_version_t version;
     protocol_tags_t tags;
     protocol_altname_t altnames;
@@ -136,7 +136,7 @@ int protocol_rules_rule_attr_value_add(protocol_t *protocol, json_string_t *valu
 /// A stream attribute with an offset. A key of 8 bytes or more loses its last 7, "_offset", in
 /// the node itself. Offset and pattern come in either order, and whichever completes the pair
 /// counts the entry; the sixteenth entry of a sub-rule that is completed here fails and stays
-/// counted. Oddities O83 and O93.
+/// counted. Oddities O83, O93 and O198.
 int protocol_rules_rule_stream_offset_name_add(protocol_t *protocol, json_string_t *name);
 int protocol_rules_rule_stream_offset_offset_set(protocol_t *protocol, json_number_t *offset);
 int protocol_rules_rule_stream_offset_pattern_set(protocol_t *protocol, json_string_t *pattern);

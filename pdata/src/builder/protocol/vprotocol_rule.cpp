@@ -99,6 +99,7 @@ pdata_status_t convert_scope(const protocol_rule_t &rule, protodesc_build_t *pb,
     // Oddity O86.
     slot.rule_scope |= RULE_SCOPE_HTTP_PROXY;
     (void)process_scop_field(&slot, slot.rule_protocol); // most protocols are no scope word
+    // The message names one attribute, and means any. Oddity O200.
     if (csa_str_view(slot.rule_protocol) == "ip" && (slot.rule_scope & RULE_SCOPE_DNS) != 0)
         return bad_semantic("DNS scope included within an IP:resolv_name rule");
     return PDATA_SUCCESS;

@@ -95,7 +95,7 @@ std::unique_ptr<pdata_sig_export_t> pdata_sig_export_init(const char *name);
 pdata_status_t pdata_sig_export_clean(std::unique_ptr<pdata_sig_export_t> sig_export);
 
 /// Notes the id and the name of the protocol at `index` of the compile. Returns
-/// PDATA_ERR_OVERFLOW, without a message, for an index beyond the mapping.
+/// PDATA_ERR_OVERFLOW, without a message, for an index beyond the mapping. Oddity O205.
 [[nodiscard]] pdata_status_t pdata_sig_export_mapping_add(uint32_t index, uint32_t id,
                                                           csa_str_t name);
 

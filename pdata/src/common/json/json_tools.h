@@ -22,7 +22,7 @@ void string_list_clean();
 char *string_assign(const char *str, size_t *len);
 
 /// Fills `str` with an unescaped copy of the `len` bytes at `s`. The length is kept modulo 65536.
-/// Oddity O62. A null source, or no memory, gives the absent text.
+/// Oddity O62. A null source, or no memory (oddity O197), gives the absent text.
 void set_string_from_charstar(csa_str_t *str, const char *s, size_t len);
 
 /// The same for a string node, which may be null.
