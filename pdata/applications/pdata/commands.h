@@ -8,3 +8,5 @@ command_run_t verify_declare(CLI::App &app);
 command_run_t match_declare(CLI::App &app);
 command_run_t test_declare(CLI::App &app);
 command_run_t fmt_declare(CLI::App &app);
+command_run_t flows_declare(CLI::App &app);
+command_run_t classify_declare(CLI::App &app);

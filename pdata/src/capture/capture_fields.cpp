@@ -1,0 +1,146 @@
+#include "capture_fields.h"
+
+#include <algorithm>
+
+#include "field_transform.h"
+
+namespace
+{
+
+constexpr capture_field_t fields[] = {
+#include "capture_fields_table.inc"
+};
+
+capture_condition_t read_condition(std::string_view text, field_bag_t &bag)
+{
+    capture_condition_t condition;
+    const size_t equals = text.find('=');
+    const std::string_view name = text.substr(0, equals);
+    condition.text = text.substr(equals + 1);
+    if (name == "layer")
+        condition.kind = capture_condition_t::LAYER;
+    else if (name == "log")
+        condition.kind = capture_condition_t::LOG;
+    else
+        condition.field = field_bag_ask(bag, name);
+    if (condition.text.starts_with('!')) {
+        condition.differs = true;
+        condition.text.remove_prefix(1);
+    }
+    if (condition.text.ends_with('*')) {
+        condition.begins = true;
+        condition.text.remove_suffix(1);
+    }
+    return condition;
+}
+
+std::vector<capture_condition_t> read_conditions(std::string_view text, field_bag_t &bag)
+{
+    std::vector<capture_condition_t> conditions;
+    while (!text.empty() && text != "-") {
+        const size_t end = std::min(text.find(' '), text.size());
+        conditions.push_back(read_condition(text.substr(0, end), bag));
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return conditions;
+}
+
+bool text_fits(const capture_condition_t &condition, std::string_view text)
+{
+    const bool fits = condition.begins ? text.starts_with(condition.text) : text == condition.text;
+    return fits != condition.differs;
+}
+
+bool holds(const capture_condition_t &condition, const field_bag_t &bag,
+           const capture_context_t &context)
+{
+    const auto fits = [&condition](std::string_view text) { return text_fits(condition, text); };
+    switch (condition.kind) {
+    case capture_condition_t::LOG:
+        return fits(context.log);
+    case capture_condition_t::LAYER:
+        return std::ranges::any_of(context.layers, fits);
+    case capture_condition_t::FIELD:
+        break;
+    }
+    const std::vector<std::string> &values = field_bag_all(bag, condition.field);
+    return condition.differs ? std::ranges::all_of(values, fits)
+                             : std::ranges::any_of(values, fits);
+}
+
+void add_value(const capture_rule_t &rule, const field_bag_t &bag, size_t occurrence,
+               const capture_context_t &context, flow_record_t &record)
+{
+    const std::vector<std::string> &sizes = field_bag_all(bag, rule.size_field);
+    field_text_t text = {field_bag_all(bag, rule.field)[occurrence], context.payload, -1};
+    if (std::string_view(rule.row->transformation).starts_with("sized:"))
+        text.size = occurrence < sizes.size() ? field_number(sizes[occurrence], -1) : -1;
+    flow_seen_t seen;
+    seen.side = context.side;
+    seen.value.protocol = rule.row->protocol;
+    seen.value.attribute = rule.row->attribute;
+    const std::string_view direction = rule.row->direction;
+    seen.value.way = direction == "cts"   ? FLOW_WAY_CTS
+                     : direction == "stc" ? FLOW_WAY_STC
+                                          : FLOW_WAY_NONE;
+    for (flow_attr_t &value : field_transform(rule.row->transformation, text)) {
+        seen.value.kind = value.kind;
+        seen.value.bytes = std::move(value.bytes);
+        seen.value.number = value.number;
+        seen.value.incomplete = value.incomplete;
+        flow_record_add(record, seen);
+    }
+}
+
+void apply(const capture_rule_t &rule, const field_bag_t &bag, const capture_context_t &context,
+           flow_record_t &record)
+{
+    const auto held = [&](const capture_condition_t &condition) {
+        return holds(condition, bag, context);
+    };
+    if (!std::ranges::all_of(rule.conditions, held))
+        return;
+    const size_t count = field_bag_all(bag, rule.field).size();
+    const std::string_view which = rule.row->occurrence;
+    const size_t begin = which == "last" ? count - 1 : 0;
+    const size_t end = which == "first" ? 1 : count;
+    for (size_t i = begin; i < end; ++i)
+        add_value(rule, bag, i, context, record);
+}
+
+} // namespace
+
+std::span<const capture_field_t> capture_fields()
+{
+    return fields;
+}
+
+capture_rules_t capture_rules(std::string_view source, field_bag_t &bag)
+{
+    capture_rules_t rules;
+    for (const capture_field_t &row : fields) {
+        const std::string_view transformation = row.transformation;
+        if (source != row.source || std::string_view(row.field) == "none" ||
+            transformation == "key" || transformation == "payload")
+            continue;
+        capture_rule_t rule = {&row, field_bag_ask(bag, row.field), 0,
+                               read_conditions(row.condition, bag)};
+        if (transformation.starts_with("sized:"))
+            rule.size_field = field_bag_ask(bag, transformation.substr(6));
+        rules.by_field.resize(std::max(rules.by_field.size(), size_t{rule.field} + 1));
+        rules.by_field[rule.field].push_back(static_cast<uint32_t>(rules.rules.size()));
+        rules.rules.push_back(std::move(rule));
+    }
+    return rules;
+}
+
+void capture_rules_apply(const capture_rules_t &rules, const field_bag_t &bag,
+                         const capture_context_t &context, flow_record_t &record)
+{
+    for (const uint32_t field : bag.touched) {
+        if (field >= rules.by_field.size())
+            continue;
+        for (const uint32_t rule : rules.by_field[field])
+            apply(rules.rules[rule], bag, context, record);
+    }
+}

@@ -1,0 +1,93 @@
+#include "classify.h"
+
+#include <algorithm>
+#include <array>
+
+namespace
+{
+
+std::string_view view(pdata_text text)
+{
+    return {text.bytes, text.size};
+}
+
+bool is_payload(std::string_view attribute)
+{
+    return attribute == "stream" || attribute == "pattern" || attribute == "content";
+}
+
+classify_basis_t basis_of(const pdata_matcher_info &matcher)
+{
+    const std::string_view attribute = view(matcher.name);
+    if (matcher.kind == PDATA_IPV4 || matcher.kind == PDATA_IPV6)
+        return BASIS_ADDRESS;
+    if (matcher.kind == PDATA_BYTES)
+        return is_payload(attribute) ? BASIS_PAYLOAD : BASIS_NAME;
+    return attribute == "port" ? BASIS_PORT : BASIS_PROTOCOL;
+}
+
+void find_bases(pdata_db *db, const pdata_db_info &info, classifier_t &classifier)
+{
+    classifier.bases.assign(size_t{info.nr_rule} + 1, BASIS_PROTOCOL);
+    for (pdata_item item = 1; item <= info.nr_item; ++item) {
+        pdata_item_info row = {};
+        pdata_matcher_info matcher = {};
+        if (pdata_db_item(db, item, &row) != PDATA_R_OK || row.rule > info.nr_rule ||
+            pdata_db_matcher(db, row.matcher, &matcher) != PDATA_R_OK)
+            continue;
+        classify_basis_t &basis = classifier.bases[row.rule];
+        basis = std::min(basis, basis_of(matcher));
+    }
+}
+
+void find_payload_bytes(pdata_db *db, const pdata_db_info &info, classifier_t &classifier)
+{
+    classifier.payload_bytes = CLASSIFY_PAYLOAD_MIN;
+    for (pdata_matcher number = 1; number <= info.nr_matcher; ++number) {
+        pdata_matcher_info matcher = {};
+        if (pdata_db_matcher(db, number, &matcher) == PDATA_R_OK && is_payload(view(matcher.name)))
+            classifier.payload_bytes =
+                std::clamp<size_t>(matcher.min_data <= CLASSIFY_PAYLOAD_MAX ? matcher.min_data : 0,
+                                   classifier.payload_bytes, CLASSIFY_PAYLOAD_MAX);
+    }
+}
+
+} // namespace
+
+const char *classify_basis_name(classify_basis_t basis)
+{
+    static constexpr std::array names = {"payload", "name", "address", "port", "protocol"};
+    return names[basis];
+}
+
+pdata_result classifier_open(pdata_db *db, bool initiator, classifier_t &classifier)
+{
+    pdata_db_info info = {};
+    pdata_db_describe(db, &info);
+    classifier.initiator = initiator;
+    find_bases(db, info, classifier);
+    find_payload_bytes(db, info, classifier);
+    return flow_runner_open(db, 0, classifier.runner);
+}
+
+classified_t classify(classifier_t &classifier, const flow_record_t &record)
+{
+    flow_refusal_t refusal;
+    classified_t classified;
+    if (!flow_runner_run(classifier.runner, flow_record_values(record, classifier.initiator),
+                         refusal))
+        ++classifier.refused;
+    classified.rule = pdata_flow_best(classifier.runner.flow.get());
+    if (classified.rule == 0)
+        return classified;
+    const pdata_db *db = pdata_flow_db(classifier.runner.flow.get());
+    pdata_rule_info rule = {};
+    if (pdata_db_rule(db, classified.rule, &rule) != PDATA_R_OK)
+        return classified;
+    const uint32_t length = std::min<uint32_t>(rule.nr_path, PDATA_PATH_MAX);
+    for (uint32_t i = 0; i < length; ++i)
+        classified.path.push_back(view(pdata_db_protocol_name(db, rule.path[i])));
+    classified.protocol = classified.path.empty() ? "unknown" : classified.path.back();
+    classified.basis = classifier.bases[classified.rule];
+    return classified;
+}

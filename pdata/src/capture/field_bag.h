@@ -1,0 +1,52 @@
+/// The fields of one record of a log, or of one frame: those that were asked for, by number.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+struct field_hash_t {
+    using is_transparent = void;
+    size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
+};
+
+/// The names asked for, and what a record has of them. A field may stand several times.
+struct field_bag_t {
+    std::unordered_map<std::string, uint32_t, field_hash_t, std::equal_to<>> numbers;
+    std::vector<std::vector<std::string>> values; ///< by number
+    std::vector<uint32_t> touched;                ///< numbers that have values
+};
+
+/// Occurrences of a field that are kept.
+constexpr size_t FIELD_BAG_OCCURRENCES = 256;
+
+/// Asks for a field, once; returns its number.
+uint32_t field_bag_ask(field_bag_t &bag, std::string_view name);
+
+/// Forgets all values.
+void field_bag_clear(field_bag_t &bag);
+
+/// Adds a value of a field. Fields that were not asked for are let go.
+void field_bag_add(field_bag_t &bag, std::string_view name, std::string_view value);
+
+/// Returns the values of a field.
+inline const std::vector<std::string> &field_bag_all(const field_bag_t &bag, uint32_t number)
+{
+    return bag.values[number];
+}
+
+/// Returns the first value of a field, empty for none.
+std::string_view field_bag_first(const field_bag_t &bag, uint32_t number);
+
+/// Returns the first value of a field as a number, `other` where there is none.
+int64_t field_bag_number(const field_bag_t &bag, uint32_t number, int64_t other);
+
+/// Returns a decimal number, or one behind "0x"; `other` where `text` is none.
+int64_t field_number(std::string_view text, int64_t other);
+
+/// Reads a JSON object into the bag. The name of a field is that of its key behind those of the
+/// objects around it, with points between; every element of an array is an occurrence. Returns
+/// false for a line that is no JSON object.
+[[nodiscard]] bool field_bag_read_json(field_bag_t &bag, std::string_view line);

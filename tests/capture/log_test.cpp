@@ -1,0 +1,134 @@
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "log_reader.h"
+
+namespace
+{
+
+using namespace std::string_literals;
+
+/// Flows that the lines of one input lead to.
+struct run_t {
+    std::vector<flow_record_t> flows;
+    std::vector<std::string> faults;
+    uint64_t evicted = 0;
+};
+
+run_t run_lines(const std::vector<std::string> &lines, size_t window = 100)
+{
+    run_t run;
+    log_reader_t reader;
+    log_reader_open(
+        reader, [&run](flow_record_t &record) { run.flows.push_back(record); }, window);
+    log_header_t header = log_reader_begin("x.log");
+    for (const std::string &line : lines) {
+        const std::string fault = log_reader_line(reader, header, line);
+        if (!fault.empty())
+            run.faults.push_back(fault);
+    }
+    log_reader_end(reader);
+    run.evicted = reader.evicted;
+    return run;
+}
+
+std::string event(const std::string &type, int flow, const std::string &members,
+                  bool turned = false)
+{
+    const std::string from = R"("src_ip":"10.0.0.1","src_port":4000)";
+    const std::string to = R"("dest_ip":"10.0.0.2","dest_port":443)";
+    const std::string back =
+        R"("src_ip":"10.0.0.2","src_port":443,"dest_ip":"10.0.0.1","dest_port":4000)";
+    return R"({"event_type":")" + type + R"(","flow_id":)" + std::to_string(flow) + ',' +
+           (turned ? back : from + ',' + to) + R"(,"proto":"TCP")" + members + '}';
+}
+
+TEST(log_test, events_of_a_flow_are_joined_and_turned)
+{
+    const run_t run = run_lines({
+        event("alert", 5, R"(,"direction":"to_client")", true),
+        event("tls", 5, R"(,"tls":{"sni":"a.example"})"),
+        event("flow", 5, R"(,"flow":{"pkts_toserver":3,"pkts_toclient":4})"),
+    });
+    ASSERT_EQ(run.flows.size(), 1u);
+    const flow_record_t &flow = run.flows[0];
+    EXPECT_EQ(flow.ends[flow.client].port, 4000);
+    EXPECT_EQ(flow.packets[flow.client], 3u);
+    EXPECT_EQ(flow_write(flow_record_values(flow, false)),
+              "ip:protoid cts 6; ip:protoid stc 6; ip:address cts 10.0.0.2; "
+              "ip:address stc 10.0.0.2; tcp:port cts 443; tcp:port stc 443; "
+              "ssl:common_name cts \"a.example\"");
+}
+
+TEST(log_test, an_alert_without_direction_is_turned_by_what_follows)
+{
+    const run_t run = run_lines({
+        event("alert", 5, "", true),
+        event("http", 5, R"(,"http":{"hostname":"h.example:8080","url":"/p%2Fq?a=%41"})"),
+    });
+    ASSERT_EQ(run.flows.size(), 1u);
+    const std::string line = flow_write(flow_record_values(run.flows[0], false));
+    EXPECT_NE(line.find("tcp:port cts 443"), line.npos) << line;
+    EXPECT_NE(line.find("http:server cts \"h.example\""), line.npos) << line;
+    EXPECT_NE(line.find("http:uri cts \"/p%2Fq?a=%41\""), line.npos) << line;
+    EXPECT_NE(line.find("http:uri_path_decoded cts \"/p/q\""), line.npos) << line;
+    EXPECT_NE(line.find("http:uri_get_decoded cts \"a=A\""), line.npos) << line;
+    EXPECT_EQ(line.find("uri_post_decoded"), line.npos) << line;
+}
+
+TEST(log_test, the_window_is_bounded)
+{
+    std::vector<std::string> lines;
+    for (int i = 0; i < 10; ++i)
+        lines.push_back(event("tls", i, R"(,"tls":{"sni":"a.example"})"));
+    const run_t run = run_lines(lines, 4);
+    EXPECT_EQ(run.flows.size(), 10u);
+    EXPECT_EQ(run.evicted, 6u);
+}
+
+TEST(log_test, a_zeek_log_with_its_header)
+{
+    const run_t run = run_lines({
+        "#separator \\x09",
+        "#unset_field\t-",
+        "#path\tssl",
+        "#fields\tuid\tid.orig_h\tid.orig_p\tid.resp_h\tid.resp_p\tversion\tserver_name\tsubject",
+        "C1\t10.0.0.1\t1\t10.0.0.2\t443\tTLSv12\ta.example\tCN=b.example,O=Example\\\\, Inc.,C=US",
+        "C2\t10.0.0.1\t1\t10.0.0.2\t443\tDTLSv12\ta.example\t-",
+        "C3\t10.0.0.1\t1",
+    });
+    ASSERT_EQ(run.flows.size(), 2u);
+    EXPECT_EQ(run.faults.size(), 1u);
+    const std::string first = flow_write(flow_record_values(run.flows[0], false));
+    EXPECT_NE(first.find("ssl:common_name stc \"b.example\""), first.npos) << first;
+    const std::string second = flow_write(flow_record_values(run.flows[1], false));
+    EXPECT_NE(second.find("dtls:common_name cts \"a.example\""), second.npos) << second;
+    EXPECT_EQ(second.find("ssl:common"), second.npos) << second;
+}
+
+TEST(log_test, lines_of_any_bytes_are_faults_at_most)
+{
+    const std::vector<std::string> seeds = {
+        event("http", 1, R"(,"http":{"hostname":"a:1","url":"http://x/?%4","n":[[{"a":1}]]})"),
+        event("tls", 2,
+              R"(,"tls":{"subject":"C=US, O=Ex\\, Inc., CN=*.b","subjectaltname":["a"]})"),
+        R"({"uid":"C","id.orig_h":"::1","id.orig_p":8,"id.resp_h":"::2","proto":"icmp","_path":"conn"})",
+        "#separator \\x09",
+        "#fields\tuid\tid.orig_h\tid.resp_h\thost\tresp_mime_types",
+        "C9\t1.2.3.4\t1.2.3.5\tz\\x4\ta,b,,",
+        std::string(2000, '[') + std::string(100, '{'),
+        R"({"a":)" + std::string(3000, '[') + "1" + std::string(3000, ']') + "}",
+    };
+    std::mt19937 random(7);
+    for (int round = 0; round < 3000; ++round) {
+        std::vector<std::string> lines = seeds;
+        for (std::string &line : lines)
+            for (uint32_t edit = random() % 4; edit > 0; --edit)
+                line[random() % line.size()] = static_cast<char>(random() % 256);
+        std::shuffle(lines.begin(), lines.end(), random);
+        (void)run_lines(lines, 1 + random() % 3);
+    }
+}
+
+} // namespace
