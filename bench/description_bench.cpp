@@ -139,7 +139,10 @@ double passes(const input_t &input)
     protodesc_group_t group;
     group.json_text = input.text;
     group.main_hstring = &main_strings;
-    group.aliases = std::span(aliases.aliases).first(aliases.alias_idx);
+    bench_require(matcher_alias_make_alias_keys(
+                      &group.aliases, std::span(aliases.aliases).first(aliases.alias_idx)) ==
+                      PDATA_SUCCESS,
+                  "sorting the aliases");
     group.json.cfg = bench_cfg();
     group.json.proto_sem_type = PDATA_TYPE_PROTOCOL;
     const double seconds = bench_time([&] {

@@ -23,6 +23,14 @@ protected:
             "0");
     }
 
+    /// Rewrites the protocol by a set of aliases.
+    void change(std::span<const alias_pair_t> pairs)
+    {
+        matcher_alias_t aliases;
+        ASSERT_EQ(outcome(matcher_alias_make_alias_keys(&aliases, pairs)), "0");
+        matcher_alias_change_proto(&pb, aliases);
+    }
+
     /// A slot, as "protocol/bottom name:way name:way".
     std::string shown(uint32_t n_rule = 0)
     {
@@ -61,7 +69,7 @@ TEST_F(matcher_alias_change, an_aliased_attribute_becomes_its_reference)
     attr(0, "http", "host", ATTR_WAY_CTS);
     attr(1, "http", "uri", ATTR_WAY_CTS);
     attr(2, "ssl", "host", ATTR_WAY_CTS);
-    matcher_alias_change_proto(&pb, pairs);
+    change(pairs);
     EXPECT_EQ(shown(0), "quic/http sni:3") << "the bottom protocol stays as it was written";
     EXPECT_EQ(shown(1), "http/http uri:1");
     EXPECT_EQ(shown(2), "ssl/ssl host:1");
@@ -76,7 +84,7 @@ TEST_F(matcher_alias_change, name_and_direction_must_both_be_those_of_the_alias)
     attr(1, "http", "host", ATTR_WAY_BOTH);
     attr(2, "http", "hosts", ATTR_WAY_CTS);
     attr(3, "http2", "host", ATTR_WAY_CTS);
-    matcher_alias_change_proto(&pb, pairs);
+    change(pairs);
     EXPECT_EQ(shown(0), "http/http host:2");
     EXPECT_EQ(shown(1), "http/http host:3");
     EXPECT_EQ(shown(2), "http/http hosts:1");
@@ -90,7 +98,7 @@ TEST_F(matcher_alias_change, what_is_compared_is_the_protocol_whose_attributes_a
         {elt("ip", "host", ATTR_WAY_CTS), elt("ip6", "name", ATTR_WAY_CTS)}};
     attr(0, "http", "host", ATTR_WAY_CTS);
     protodesc_set_rule_real_bottom(&pb, 0, csa_str("ip"));
-    matcher_alias_change_proto(&pb, pairs);
+    change(pairs);
     EXPECT_EQ(shown(0), "quic/ip sni:1");
 }
 
@@ -100,7 +108,7 @@ TEST_F(matcher_alias_change, the_first_alias_that_fits_is_taken)
         {elt("http", "host", ATTR_WAY_CTS), elt("quic", "one", ATTR_WAY_CTS)},
         {elt("http", "host", ATTR_WAY_CTS), elt("quic", "two", ATTR_WAY_CTS)}};
     attr(0, "http", "host", ATTR_WAY_CTS);
-    matcher_alias_change_proto(&pb, pairs);
+    change(pairs);
     EXPECT_EQ(shown(0), "quic/http one:1");
 }
 
@@ -113,7 +121,7 @@ TEST_F(matcher_alias_change, the_aliases_of_a_sub_rule_are_those_of_its_protocol
     attr(0, "http", "a", ATTR_WAY_CTS);
     attr(0, "http", "b", ATTR_WAY_CTS);
     attr(0, "http", "c", ATTR_WAY_CTS);
-    matcher_alias_change_proto(&pb, pairs);
+    change(pairs);
     EXPECT_EQ(shown(0), "rtsp/http x:1 b:1 z:2")
         << "the protocol is that of the last attribute that was rewritten";
 }
@@ -121,7 +129,7 @@ TEST_F(matcher_alias_change, the_aliases_of_a_sub_rule_are_those_of_its_protocol
 TEST_F(matcher_alias_change, without_aliases_nothing_changes)
 {
     attr(0, "http", "host", ATTR_WAY_CTS);
-    matcher_alias_change_proto(&pb, {});
+    change({});
     EXPECT_EQ(shown(0), "http/http host:1");
 }
 
@@ -140,7 +148,7 @@ TEST_F(matcher_alias_change, a_stream_that_changes_its_direction_takes_its_minim
         protodesc_set_cts_mindata(&pb, n_rule, 10);
         protodesc_set_stc_mindata(&pb, n_rule, 4);
     }
-    matcher_alias_change_proto(&pb, pairs);
+    change(pairs);
     EXPECT_EQ(mindata(0), "cts 0 stc 10");
     EXPECT_EQ(mindata(1), "cts 10 stc 0") << "the larger of the two";
     EXPECT_EQ(mindata(2), "cts 10 stc 4") << "the direction stays";

@@ -278,7 +278,7 @@ TEST_F(protodesc_group, protocols_are_rewritten_by_the_aliases)
     const std::string text = R"({"p":[{"name":"web","rules":[{"order":"1:1","rule":
                                [{"protocol":"http","cts-user_agent":"x"}]}]}]})";
     const std::vector<uint8_t> plain = serialized(text);
-    group.aliases = {&pair, 1};
+    ASSERT_EQ(outcome(matcher_alias_make_alias_keys(&group.aliases, {&pair, 1})), "0");
     const std::vector<uint8_t> rewritten = serialized(text);
     const std::string blob(rewritten.begin(), rewritten.end());
     EXPECT_NE(blob.find(std::string("\0\4quic\0\4http", 12)), std::string::npos)

@@ -9,8 +9,6 @@
 namespace
 {
 
-/// Pairs that a stored set stays below.
-
 /// One run: what the records have in common.
 struct serialization_t {
     const pdata_cfg_t *cfg;
@@ -140,7 +138,8 @@ pdata_status_t pdata_serialize_protogroup_json(serialization_t &run, const pdd_t
     protodesc_group_t group;
     group.json_text = {reinterpret_cast<const char *>(pdd.pdd_json.data()), pdd.pdd_json.size()};
     group.main_hstring = &run.hstring;
-    group.aliases = std::span(run.matcher_alias.aliases).first(run.matcher_alias.alias_idx);
+    PDATA_TRY(matcher_alias_make_alias_keys(
+        &group.aliases, std::span(run.matcher_alias.aliases).first(run.matcher_alias.alias_idx)));
     group.json.cfg = run.cfg;
     group.json.proto_sem_type = proto_sem_type;
     csa_buf_t buf;

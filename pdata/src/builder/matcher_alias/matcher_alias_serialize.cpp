@@ -61,31 +61,27 @@ bool emit_pairs(tlv_sink_t &sink, hstring_build_t *hstring, std::span<const alia
     return true;
 }
 
-/// Returns the first alias for an attribute, among those of one protocol.
-const alias_pair_t *find_alias(std::span<const alias_pair_t *const> pairs,
-                               const attrdesc_build_t &attr)
+void change_attribute(ruledesc_build_t &slot, attrdesc_build_t &attr, const alias_elt_t &reference)
 {
-    const auto fits = [&](const alias_pair_t *pair) {
-        return pair->alias.way == attr.attr_way &&
-               csa_str_equal(pair->alias.attr_name, attr.attr_name);
-    };
-    const auto found = std::find_if(pairs.begin(), pairs.end(), fits);
-    return found == pairs.end() ? nullptr : *found;
+    slot.rule_protocol = reference.proto_name;
+    matcher_alias_update_mindata(attr.attr_name, reference.attr_name, attr.attr_way, reference.way,
+                                 &slot.rule_stc_mindata, &slot.rule_cts_mindata);
+    attr.attr_name = reference.attr_name;
+    attr.attr_way = reference.way;
 }
 
-void change_sub_rule(ruledesc_build_t &slot, std::span<const alias_pair_t *const> pairs)
+/// Every attribute is looked up below the protocol that the sub-rule had before the first change.
+void change_sub_rule(ruledesc_build_t &slot, const matcher_alias_t &aliases)
 {
+    const csa_str_t bottom = slot.rule_protocol;
+    if (!matcher_alias_has_proto(aliases, bottom))
+        return;
     for (uint32_t i = 0; i < slot.rule_nr_attr; ++i) {
         attrdesc_build_t &attr = slot.rule_attr[i];
-        const alias_pair_t *pair = find_alias(pairs, attr);
-        if (pair == nullptr)
-            continue;
-        slot.rule_protocol = pair->reference.proto_name;
-        matcher_alias_update_mindata(attr.attr_name, pair->reference.attr_name, attr.attr_way,
-                                     pair->reference.way, &slot.rule_stc_mindata,
-                                     &slot.rule_cts_mindata);
-        attr.attr_name = pair->reference.attr_name;
-        attr.attr_way = pair->reference.way;
+        const alias_pair_t *pair =
+            matcher_alias_find(aliases, bottom, attr.attr_name, attr.attr_way);
+        if (pair != nullptr)
+            change_attribute(slot, attr, pair->reference);
     }
 }
 
@@ -187,17 +183,10 @@ uint8_t *matcher_alias_serialize(matcher_alias_build_t *matcher_alias, uint8_t *
     return buf + sink.offset;
 }
 
-void matcher_alias_change_proto(protodesc_build_t *pb, std::span<const alias_pair_t> aliases)
+void matcher_alias_change_proto(protodesc_build_t *pb, const matcher_alias_t &aliases)
 {
-    std::vector<const alias_pair_t *> of_protocol;
-    for (uint32_t i = 0; i < pb->pb_nr_sub_rule; ++i) {
-        ruledesc_build_t &slot = protodesc_slot(pb, i);
-        of_protocol.clear();
-        for (const alias_pair_t &pair : aliases)
-            if (csa_str_equal(pair.alias.proto_name, slot.rule_protocol))
-                of_protocol.push_back(&pair);
-        change_sub_rule(slot, of_protocol);
-    }
+    for (uint32_t i = 0; i < pb->pb_nr_sub_rule; ++i)
+        change_sub_rule(protodesc_slot(pb, i), aliases);
 }
 
 void matcher_alias_update_mindata(csa_str_t attr_before, csa_str_t attr_after,

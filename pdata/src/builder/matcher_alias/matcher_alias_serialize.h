@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "matcher_alias_deserialize.h"
+#include "matcher_alias_keys.h"
 #include "protodesc.h"
 
 /// A set under construction. The names live in the document's unescaped texts, or in the string
@@ -62,7 +63,7 @@ uint8_t *matcher_alias_serialize(matcher_alias_build_t *matcher_alias, uint8_t *
 /// Rewrites the sub-rules of a protocol. Of each sub-rule only the aliases of its bottom protocol,
 /// as it was written, are considered; of each attribute the first that fits its name and way.
 /// Oddity O105.
-void matcher_alias_change_proto(protodesc_build_t *pb, std::span<const alias_pair_t> aliases);
+void matcher_alias_change_proto(protodesc_build_t *pb, const matcher_alias_t &aliases);
 
 /// Moves the minimum data of an attribute that changes its direction: only between "stream" and
 /// "content" attributes, and only from one single direction to the other, which keeps the larger

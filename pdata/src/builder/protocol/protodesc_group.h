@@ -24,7 +24,7 @@
 struct protodesc_group_t {
     std::string_view json_text;
     hstring_build_t *main_hstring = nullptr; ///< receives the rule tags; not owned
-    std::span<const alias_pair_t> aliases;   ///< rewrite every protocol; not owned
+    matcher_alias_t aliases;                 ///< rewrite every protocol
     protodesc_json_t json;                   ///< configuration, rule machine, container
     std::vector<protodesc_remark_t> remarks; ///< what the second pass says, up to the fault
     protodesc_path_fault_t fault;            ///< the first wrong path
