@@ -41,7 +41,8 @@ void run_tag_table(std::string_view text)
         return;
     if (const auto table = json_to_tag_table(text, {}, &hstring, true)) {
         csa_buf_t buf(tag_table_get_tlv_size(*table));
-        tag_table_serialize(*table, buf);
+        uint32_t written = 0;
+        (void)tag_table_serialize(*table, buf, &written);
     }
 }
 

@@ -86,10 +86,8 @@ pdata_status_t description_flow(pdata_compiler_t &run)
 pdata_status_t pdb_list_flow(pdata_compiler_t &run)
 {
     const opt_set_t &set = run.opt.set;
-    const pdata_status_t status =
-        pdata_compiler_fill_pdb_list(run.opt.pdb_filename_list, &run.input, &run.network_endian);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(
+        pdata_compiler_fill_pdb_list(run.opt.pdb_filename_list, &run.input, &run.network_endian));
     const size_t nr_input = run.input.size();
     if (set.merge) {
         if (nr_input < 2)
@@ -144,40 +142,33 @@ pdata_status_t complete_from_input(pdata_compiler_t &run)
     }
     if (i == last)
         return PDATA_SUCCESS;
-    const pdata_status_t status = pdata_serialize_load(&run.pdb[i], TLV_TYPE_LOAD_LOADABLE);
-    if (status == PDATA_SUCCESS)
-        pdb_header_end(&run.pdb[i + 1]);
-    return status;
+    PDATA_TRY(pdata_serialize_load(&run.pdb[i], TLV_TYPE_LOAD_LOADABLE));
+    pdb_header_end(&run.pdb[i + 1]);
+    return PDATA_SUCCESS;
 }
 
 pdata_status_t write_output(pdata_compiler_t &run)
 {
     if (!run.opt.set.loadable)
         return pdata_compiler_write_pdb(run.pdb, run.opt.pdb_filename_out);
-    pdata_status_t status = PDATA_SUCCESS;
     if (run.opt.set.pdb_in)
-        status = complete_from_input(run);
-    if (status == PDATA_SUCCESS)
-        status = pdata_compile(&run.pdb, &run.pdb_loadable, run.sig_export.get(), run.opt.dump,
-                               run.network_endian);
-    if (status == PDATA_SUCCESS)
-        status = pdata_compiler_write_pdb_loadable(run.pdb_loadable, run.opt.pdb_filename_out);
-    return status;
+        PDATA_TRY(complete_from_input(run));
+    PDATA_TRY(pdata_compile(&run.pdb, &run.pdb_loadable, run.sig_export.get(), run.opt.dump,
+                            run.network_endian));
+    return pdata_compiler_write_pdb_loadable(run.pdb_loadable, run.opt.pdb_filename_out);
 }
 
 /// Everything between the start and the final step.
 pdata_status_t run_flows(pdata_compiler_t &run, int argc, char **argv)
 {
-    pdata_status_t status = pdata_compiler_parse_opt(argc, argv, &run.opt);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(pdata_compiler_parse_opt(argc, argv, &run.opt));
     if (run.opt.set.sig_export) {
         run.sig_export = pdata_sig_export_init(run.opt.sig_export_name);
         if (run.sig_export == nullptr)
             return PDATA_ERR_SIG_EXPORT;
     }
-    status = run.opt.set.pdd ? description_flow(run) : pdb_list_flow(run);
-    return status == PDATA_SUCCESS ? write_output(run) : status;
+    PDATA_TRY(run.opt.set.pdd ? description_flow(run) : pdb_list_flow(run));
+    return write_output(run);
 }
 
 /// Lets the export write what it has. A run that has failed before keeps its status and message.

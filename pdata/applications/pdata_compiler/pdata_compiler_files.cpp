@@ -120,10 +120,8 @@ pdata_status_t pdata_compiler_fill_pdb_list(const char *pdb_list, pdb_in_list_t 
         if (filename.empty())
             continue;
         pdb_in_elt_st elt;
-        const pdata_status_t status =
-            pdata_compiler_init_pdb(filename.c_str(), &elt.pdb, &elt.indexes, network_endian);
-        if (status != PDATA_SUCCESS)
-            return status;
+        PDATA_TRY(
+            pdata_compiler_init_pdb(filename.c_str(), &elt.pdb, &elt.indexes, network_endian));
         pdb_in->push_back(std::move(elt));
     }
     return PDATA_SUCCESS;

@@ -233,8 +233,7 @@ pdata_status_t pdata_compiler_parse_opt(int argc, char **argv, pdata_compiler_op
         const pdata_status_t status = take_option(row, optarg, progname, opt);
         if (status == PDATA_ERR_INVALID_OPERATION)
             return refuse(progname);
-        if (status != PDATA_SUCCESS)
-            return status;
+        PDATA_TRY(status);
     }
     if (pdata_compiler_parse_mandatory_opt(*opt) != PDATA_SUCCESS)
         return refuse(progname);

@@ -38,8 +38,8 @@ pdata_status_t pdata_config_type_search(std::span<const uint8_t> buf, uint32_t t
                                         pdb_type_t pdb_type, pdb_t *pdb)
 {
     std::span<const uint8_t> record;
-    const pdata_status_t status = tlv_record_search(tlv_type, buf, &record);
-    return status == PDATA_SUCCESS ? pdata_config_fill_pdb(record, pdb_type, pdb) : status;
+    PDATA_TRY(tlv_record_search(tlv_type, buf, &record));
+    return pdata_config_fill_pdb(record, pdb_type, pdb);
 }
 
 pdata_status_t pdata_config_fill_pdb(std::span<const uint8_t> record, pdb_type_t pdb_type,

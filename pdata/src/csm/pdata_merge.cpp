@@ -20,14 +20,17 @@ struct merge_parts_t {
 };
 
 /// The transaction, from its opening to its result.
+pdata_status_t run_transaction(const merge_parts_t &parts, pdata_commit *commit, pdb_t *merged)
+{
+    PDATA_TRY(pdata_merge_init(commit, parts.description[0], parts.hstring));
+    PDATA_TRY(pdata_merge_prepare(commit, parts.description[1], parts.hstring));
+    return pdata_merge_serialize(commit, merged);
+}
+
 pdata_status_t pdata_merge_two(const merge_parts_t &parts, pdb_t *merged)
 {
     pdata_commit commit;
-    pdata_status_t status = pdata_merge_init(&commit, parts.description[0], parts.hstring);
-    if (status == PDATA_SUCCESS)
-        status = pdata_merge_prepare(&commit, parts.description[1], parts.hstring);
-    if (status == PDATA_SUCCESS)
-        status = pdata_merge_serialize(&commit, merged);
+    const pdata_status_t status = run_transaction(parts, &commit, merged);
     pdata_update_close(&commit);
     return status;
 }
@@ -53,10 +56,9 @@ pdata_status_t pdata_merge(const pdb_list_t *const *pdbs, pdb_t *pdb_out)
     if (parts.hstring == nullptr)
         return pdata_fail(PDATA_ERR_INVALID_ARGUMENT, "Main hstring missing during merge");
     pdb_t merged;
-    const pdata_status_t status = pdata_merge_two(parts, &merged);
-    if (status == PDATA_SUCCESS)
-        pdata_merge_cp_pdb(pdb_out, merged);
-    return status;
+    PDATA_TRY(pdata_merge_two(parts, &merged));
+    pdata_merge_cp_pdb(pdb_out, merged);
+    return PDATA_SUCCESS;
 }
 
 pdata_status_t pdata_merge_init(pdata_commit *commit, const pdb_t *description,
@@ -79,9 +81,7 @@ pdata_status_t pdata_merge_serialize(pdata_commit *commit, pdb_t *pdb_out)
 {
     pdb_out->pdb_tlv = nullptr;
     pdb_out->pdb_tlv_len = 0;
-    pdata_status_t status = pdata_update_commit(commit);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(pdata_update_commit(commit));
     const size_t size = pdata_update_get_size(*commit);
     if (size == 0)
         return pdata_fail(PDATA_ERR_PLU, "Failed to get buffer size to serialize final PDB.\n");
@@ -89,9 +89,7 @@ pdata_status_t pdata_merge_serialize(pdata_commit *commit, pdb_t *pdb_out)
     if (!csa_buf_alloc(buf, size))
         return PDATA_ERR_NO_MEMORY;
     size_t written;
-    status = pdata_update_serialize(*commit, buf, &written);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(pdata_update_serialize(*commit, buf, &written));
     return pdb_header_set(pdb_out, PDB_TYPE_PROTOCOL_DESCRIPTION, std::move(buf))
                ? PDATA_SUCCESS
                : PDATA_ERR_NO_MEMORY;

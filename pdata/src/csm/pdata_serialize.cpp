@@ -68,11 +68,10 @@ pdata_status_t pdata_serialize_tag_table_json(serialization_t &run, std::string_
     if (!csa_buf_alloc(buf, size_t{size} + 4))
         return PDATA_ERR_NO_MEMORY;
     uint32_t offset = 0;
-    const pdata_status_t status =
-        tlv_push_type_len(TLV_TYPE_ROOT_TAGS, size / 4, buf.data(), &offset);
-    if (status != PDATA_SUCCESS)
-        return status;
-    if (tag_table_serialize(*table, std::span(buf).subspan(4)) != size)
+    PDATA_TRY(tlv_push_type_len(TLV_TYPE_ROOT_TAGS, size / 4, buf.data(), &offset));
+    uint32_t written = 0;
+    PDATA_TRY(tag_table_serialize(*table, std::span(buf).subspan(4), &written));
+    if (written != size)
         return PDATA_ERR_INVALID_ARGUMENT;
     return set_record(next_record(run), PDB_TYPE_TAGS, std::move(buf));
 }
@@ -200,10 +199,9 @@ pdata_status_t pdata_serialize_load(pdb_t *pdb, uint32_t value)
     if (!csa_buf_alloc(buf, 8))
         return PDATA_ERR_NO_MEMORY;
     uint32_t offset = 0;
-    pdata_status_t status = tlv_push_type_len(TLV_TYPE_ROOT_LOAD, 1, buf.data(), &offset);
-    if (status == PDATA_SUCCESS)
-        status = tlv_push_val(value, buf.data(), &offset);
-    return status == PDATA_SUCCESS ? set_record(pdb, PDB_TYPE_LOAD, std::move(buf)) : status;
+    PDATA_TRY(tlv_push_type_len(TLV_TYPE_ROOT_LOAD, 1, buf.data(), &offset));
+    PDATA_TRY(tlv_push_val(value, buf.data(), &offset));
+    return set_record(pdb, PDB_TYPE_LOAD, std::move(buf));
 }
 
 pdata_status_t pdata_serialize_cfg(const pdata_cfg_t *cfg, pdb_list_t *pdb, uint32_t *n,
@@ -226,9 +224,7 @@ pdata_status_t pdata_serialize_cfg(const pdata_cfg_t *cfg, pdb_list_t *pdb, uint
     tlv_sink_put(sink, TLV_TYPE_CFG_SEMANTIC, 1);
     tlv_sink_put(sink, static_cast<uint32_t>(padded), 3);
     tlv_sink_put_bytes(sink, text);
-    const pdata_status_t status = tlv_close_record(sink, root, TLV_TYPE_ROOT_CFG);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(tlv_close_record(sink, root, TLV_TYPE_ROOT_CFG));
     if (sink.failed || sink.offset != buf.size())
         return PDATA_ERR_INVALID_ARGUMENT;
     if (!pdb_header_set(&(*pdb)[*n], PDB_TYPE_CFG, std::move(buf)))

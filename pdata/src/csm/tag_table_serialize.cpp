@@ -88,15 +88,19 @@ uint32_t tag_table_get_tlv_size(const tag_table_build &build)
     return build.nr_tag_ids * TAG_SIZE;
 }
 
-uint32_t tag_table_serialize(const tag_table_build &build, std::span<uint8_t> buf)
+pdata_status_t tag_table_serialize(const tag_table_build &build, std::span<uint8_t> buf,
+                                   uint32_t *written)
 {
     tlv_sink_t sink = tlv_sink_writing(buf);
     for (uint32_t i = 0; i < build.nr_tag_ids; ++i) {
         uint32_t offset;
-        if (hstring_get_offset(build.hstring, build.slots[i].name, &offset) != 0)
+        const int ret = hstring_get_offset(build.hstring, build.slots[i].name, &offset);
+        if (ret == MODULE_ERR_INVALID)
             continue;
+        PDATA_TRY(module_err2pdata_status(PDATA_MODULE_HSTRING, ret));
         tlv_sink_put(sink, offset, 4);
         tlv_sink_put(sink, build.slots[i].id, 4);
     }
-    return static_cast<uint32_t>(sink.offset);
+    *written = static_cast<uint32_t>(sink.offset);
+    return PDATA_SUCCESS;
 }

@@ -58,6 +58,7 @@ const tag_slot_t *tag_table_lookup_id(const tag_table_build &build, uint32_t id)
 /// Returns the size in bytes of the stored table.
 uint32_t tag_table_get_tlv_size(const tag_table_build &build);
 
-/// Writes the table into `buf` and returns the bytes written. A tag whose name the string table
-/// refuses is left out.
-uint32_t tag_table_serialize(const tag_table_build &build, std::span<uint8_t> buf);
+/// Writes the table into `buf` and gives the bytes written. A tag whose name is empty is left out.
+/// Fails with PDATA_ERR_NO_MEMORY when the string table cannot grow.
+[[nodiscard]] pdata_status_t tag_table_serialize(const tag_table_build &build,
+                                                 std::span<uint8_t> buf, uint32_t *written);

@@ -12,10 +12,12 @@ constexpr std::string_view SUPPORTED_VERSION = "See atlas for details";
 pdata_status_t emit_string_of(emission_t &out, hstring_build_t *table, csa_str_t str)
 {
     uint32_t offset = 0;
-    if (out.with_strings && hstring_get_offset(table, str, &offset) != 0)
-        return pdata_fail(module_err2pdata_status(PDATA_MODULE_HSTRING, -1),
+    const int ret = out.with_strings ? hstring_get_offset(table, str, &offset) : MODULE_SUCCESS;
+    if (ret == MODULE_ERR_INVALID)
+        return pdata_fail(module_err2pdata_status(PDATA_MODULE_HSTRING, ret),
                           "Empty string in protocol %.*s.", out.pb.pb_name.str_len,
                           out.pb.pb_name.str_buf);
+    PDATA_TRY(module_err2pdata_status(PDATA_MODULE_HSTRING, ret));
     emit_word(out, offset);
     return PDATA_SUCCESS;
 }

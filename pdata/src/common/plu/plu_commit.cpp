@@ -22,17 +22,12 @@ pdata_status_t pdata_update_proto_do_merge(pdata_commit_priv *priv, const plu_gr
     const plu_strings_t strings = {group.pg_hstring, priv->ci_root_hstring};
     return plu_for_each(group.protos, TLV_TYPE_PROTO, [&](std::span<const uint8_t> proto_tlv) {
         protodesc_t proto;
-        pdata_status_t status = protodesc_deserialize(&proto, proto_tlv);
-        if (status != PDATA_SUCCESS)
-            return status;
+        PDATA_TRY(protodesc_deserialize(&proto, proto_tlv));
         protodesc_reset(pb);
         plu_rule_index_reset(&priv->known);
-        status = plu_merge_proto_to_protobuild(pb, proto, strings, &priv->ci_nr_rules, nullptr);
-        if (status == PDATA_SUCCESS)
-            status = process_pending_actions(priv, protodesc_get_id(proto), pb);
-        if (status == PDATA_SUCCESS)
-            status = pdata_update_proto_serialize(priv, *pb);
-        return status;
+        PDATA_TRY(plu_merge_proto_to_protobuild(pb, proto, strings, &priv->ci_nr_rules, nullptr));
+        PDATA_TRY(process_pending_actions(priv, protodesc_get_id(proto), pb));
+        return pdata_update_proto_serialize(priv, *pb);
     });
 }
 
@@ -45,12 +40,9 @@ pdata_status_t pdata_update_proto_do_create(pdata_commit_priv *priv, protodesc_b
                 continue;
             const plu_strings_t strings = {entry.a_pg_hstring, entry.a_root_hstring};
             protodesc_reset(pb);
-            pdata_status_t status = plu_merge_proto_to_protobuild(pb, entry.a_proto, strings,
-                                                                  &priv->ci_nr_rules, nullptr);
-            if (status == PDATA_SUCCESS)
-                status = pdata_update_proto_serialize(priv, *pb);
-            if (status != PDATA_SUCCESS)
-                return status;
+            PDATA_TRY(plu_merge_proto_to_protobuild(pb, entry.a_proto, strings, &priv->ci_nr_rules,
+                                                    nullptr));
+            PDATA_TRY(pdata_update_proto_serialize(priv, *pb));
         }
     }
     return PDATA_SUCCESS;
@@ -61,19 +53,14 @@ pdata_status_t pdata_update_proto_do_create(pdata_commit_priv *priv, protodesc_b
 pdata_status_t pdata_update_commit_pg(pdata_commit_priv *priv, std::span<const uint8_t> group_tlv)
 {
     plu_group_t group;
-    pdata_status_t status = pdata_update_pg_get(group_tlv, &group);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(pdata_update_pg_get(group_tlv, &group));
     protodesc_bounds_t bounds;
     protodesc_populate_bounds(&bounds);
     protodesc_build_t pb;
     if (!protodesc_init(&pb, bounds, &priv->ci_pg.pg_hstring, &priv->ci_pg.ruletag_hstring))
         return PDATA_ERR_NO_MEMORY;
-    status = pdata_update_proto_do_merge(priv, group, &pb);
-    if (status == PDATA_SUCCESS)
-        status = pdata_update_proto_do_create(priv, &pb);
-    protodesc_clean(&pb);
-    return status;
+    PDATA_TRY(pdata_update_proto_do_merge(priv, group, &pb));
+    return pdata_update_proto_do_create(priv, &pb);
 }
 
 } // namespace
@@ -117,18 +104,14 @@ pdata_status_t process_pending_actions(pdata_commit_priv *priv, uint32_t protoid
 pdata_status_t pdata_update_proto_serialize(pdata_commit_priv *priv, const protodesc_build_t &pb)
 {
     const size_t proto_tlvlen = protodesc_get_tlv_size(pb);
-    pdata_status_t status = check_list_size(priv->ci_proto_size + 4 + proto_tlvlen);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(check_list_size(priv->ci_proto_size + 4 + proto_tlvlen));
     seria_proto proto;
     if (!csa_buf_alloc(proto.proto_tlv, proto_tlvlen))
         return PDATA_ERR_NO_MEMORY;
     tlv_sink_t sink = tlv_sink_writing(proto.proto_tlv);
-    status = protodesc_emit(pb, sink);
-    if (status == PDATA_SUCCESS && (sink.failed || sink.offset != proto_tlvlen))
-        status = PDATA_ERR_INVALID_ARGUMENT;
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(protodesc_emit(pb, sink));
+    if (sink.failed || sink.offset != proto_tlvlen)
+        return PDATA_ERR_INVALID_ARGUMENT;
     priv->ci_pg.pg_seria_protos.push_front(std::move(proto));
     priv->ci_proto_size += 4 + proto_tlvlen;
     return PDATA_SUCCESS;

@@ -32,11 +32,8 @@ pdata_status_t read_attrs(const protodesc_bounds_t &bounds, const sub_ruledesc_t
     for (uint32_t i = 0; i < sub_ruledesc_get_attrdesc_nr(sub_ruledesc); ++i) {
         attrdesc_t attrdesc;
         csa_str_t name;
-        pdata_status_t status = sub_ruledesc_get_attrdesc(sub_ruledesc, i, &attrdesc);
-        if (status == PDATA_SUCCESS)
-            status = attrdesc_get_name(attrdesc, strings.pg_hstring, &name);
-        if (status != PDATA_SUCCESS)
-            return status;
+        PDATA_TRY(sub_ruledesc_get_attrdesc(sub_ruledesc, i, &attrdesc));
+        PDATA_TRY(attrdesc_get_name(attrdesc, strings.pg_hstring, &name));
         rule->attrs.push_back(
             {name, attrdesc_get_value_nr(attrdesc), static_cast<uint32_t>(rule->values.size())});
         read_values(attrdesc, strings, bounds.pi_max_attr_val, rule);
@@ -48,9 +45,7 @@ pdata_status_t read_path(const ruledesc_t &ruledesc, const plu_strings_t &string
 {
     for (uint32_t i = 0; i < ruledesc_get_path_nr(ruledesc); ++i) {
         csa_str_t path;
-        const pdata_status_t status = ruledesc_get_path_elt(ruledesc, i, strings.pg_hstring, &path);
-        if (status != PDATA_SUCCESS)
-            return status;
+        PDATA_TRY(ruledesc_get_path_elt(ruledesc, i, strings.pg_hstring, &path));
         rule->path.push_back(path);
     }
     return PDATA_SUCCESS;
@@ -63,14 +58,10 @@ pdata_status_t read_sub_rule(const protodesc_bounds_t &bounds, const ruledesc_t 
     sub_ruledesc_t sub_ruledesc;
     plu_sub_rule_t sub_rule;
     plu_generic_t &generic = sub_rule.generic;
-    pdata_status_t status = ruledesc_get_sub_ruledesc(ruledesc, index, &sub_ruledesc);
-    if (status == PDATA_SUCCESS)
-        status = sub_ruledesc_get_bottom_protocol(sub_ruledesc, strings.pg_hstring,
-                                                  &generic.bottom_protocol);
-    if (status == PDATA_SUCCESS)
-        status = sub_ruledesc_get_protocol(sub_ruledesc, strings.pg_hstring, &generic.protocol);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(ruledesc_get_sub_ruledesc(ruledesc, index, &sub_ruledesc));
+    PDATA_TRY(sub_ruledesc_get_bottom_protocol(sub_ruledesc, strings.pg_hstring,
+                                               &generic.bottom_protocol));
+    PDATA_TRY(sub_ruledesc_get_protocol(sub_ruledesc, strings.pg_hstring, &generic.protocol));
     generic.scope = ruledesc_get_scope(ruledesc);
     generic.vid = ruledesc.rule_vid;
     generic.order = ruledesc_get_order(ruledesc);
@@ -91,7 +82,7 @@ pdata_status_t compare_value(const plu_rule_t &rule, const plu_attr_t &attr, uin
 {
     const csa_str_t value = rule.values[attr.first_value + at];
     if (value.str_buf == nullptr)
-        return module_err2pdata_status(PDATA_MODULE_HSTRING, -1);
+        return module_err2pdata_status(PDATA_MODULE_HSTRING, MODULE_ERR_INVALID);
     *equal = pdata_strstrncmp(value, slot_val) == 0;
     return PDATA_SUCCESS;
 }
@@ -105,9 +96,7 @@ pdata_status_t compare_values(const plu_rule_t &rule, const plu_attr_t &attr,
         *equal = i < slot_attr.attr_val.size();
         if (!*equal)
             break;
-        const pdata_status_t status = compare_value(rule, attr, i, slot_value(slot_attr, i), equal);
-        if (status != PDATA_SUCCESS)
-            return status;
+        PDATA_TRY(compare_value(rule, attr, i, slot_value(slot_attr, i), equal));
     }
     return PDATA_SUCCESS;
 }
@@ -134,10 +123,10 @@ pdata_status_t plu_rule_read(const protodesc_build_t &pb, const ruledesc_t &rule
                  ruledesc_get_path_nr(ruledesc) <= pb.pb_bounds.pi_max_path;
     if (!rule->fits)
         return PDATA_SUCCESS;
-    pdata_status_t status = read_path(ruledesc, strings, rule);
-    for (uint32_t i = 0; i < nr_sub_rules && status == PDATA_SUCCESS && rule->fits; ++i)
-        status = read_sub_rule(pb.pb_bounds, ruledesc, i, strings, rule);
-    return status;
+    PDATA_TRY(read_path(ruledesc, strings, rule));
+    for (uint32_t i = 0; i < nr_sub_rules && rule->fits; ++i)
+        PDATA_TRY(read_sub_rule(pb.pb_bounds, ruledesc, i, strings, rule));
+    return PDATA_SUCCESS;
 }
 
 plu_generic_t plu_generic_of(const ruledesc_build_t &slot)
@@ -189,15 +178,12 @@ pdata_status_t plu_subrules_compare_classif_attribute(const ruledesc_build_t &sl
         const attrdesc_build_t &slot_attr = slot.rule_attr[split ? 0 : i];
         if (pdata_strstrncmp(attr.name, slot_attr.attr_name) != 0)
             continue;
-        pdata_status_t status = PDATA_SUCCESS;
         if (!split)
-            status = compare_values(rule, attr, slot_attr, equal);
+            PDATA_TRY(compare_values(rule, attr, slot_attr, equal));
         else if (attr.nr_values == 0)
             *equal = false;
         else
-            status = compare_value(rule, attr, 0, slot_value(slot_attr, i), equal);
-        if (status != PDATA_SUCCESS)
-            return status;
+            PDATA_TRY(compare_value(rule, attr, 0, slot_value(slot_attr, i), equal));
     }
     return PDATA_SUCCESS;
 }
@@ -212,10 +198,7 @@ pdata_status_t plu_find_duplicate_rule_verdict(const protodesc_build_t &pb, uint
         *equal = plu_subrules_compare_generic_attribute(slot, rule, i, &split);
         if (!*equal)
             break;
-        const pdata_status_t status =
-            plu_subrules_compare_classif_attribute(slot, rule, i, split, equal);
-        if (status != PDATA_SUCCESS)
-            return status;
+        PDATA_TRY(plu_subrules_compare_classif_attribute(slot, rule, i, split, equal));
     }
     return PDATA_SUCCESS;
 }
@@ -235,11 +218,8 @@ pdata_status_t plu_walk_duplicate_rules(const protodesc_build_t &pb, const plu_r
     *found = false;
     for (uint32_t start = 0; start < nr_slots && !*found;) {
         const plu_run_t run = plu_run_at(pb, start, nr_slots);
-        if (run.len == rule.sub_rules.size()) {
-            const pdata_status_t status = plu_find_duplicate_rule_verdict(pb, start, rule, found);
-            if (status != PDATA_SUCCESS)
-                return status;
-        }
+        if (run.len == rule.sub_rules.size())
+            PDATA_TRY(plu_find_duplicate_rule_verdict(pb, start, rule, found));
         start += run.len;
     }
     return PDATA_SUCCESS;
@@ -252,9 +232,9 @@ pdata_status_t plu_find_duplicate_rules(const protodesc_build_t &pb, const ruled
     *found = false;
     if (nr_slots == 0)
         return PDATA_SUCCESS;
-    const pdata_status_t status = plu_rule_read(pb, ruledesc, strings, &index->rule);
-    if (status != PDATA_SUCCESS || !index->rule.fits)
-        return status;
+    PDATA_TRY(plu_rule_read(pb, ruledesc, strings, &index->rule));
+    if (!index->rule.fits)
+        return PDATA_SUCCESS;
     // What cannot be read may still be passed over: only a walk tells whether it is met.
     if (index->rule.has_unreadable)
         return plu_walk_duplicate_rules(pb, index->rule, nr_slots, found);

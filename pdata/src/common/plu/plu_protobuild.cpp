@@ -11,11 +11,8 @@ pdata_status_t copy_meta(protodesc_build_t *pb, const protodesc_t &proto,
 {
     csa_str_t name;
     csa_str_t default_port;
-    pdata_status_t status = protodesc_get_name(proto, strings.pg_hstring, &name);
-    if (status == PDATA_SUCCESS)
-        status = protodesc_get_default_port(proto, strings.pg_hstring, &default_port);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(protodesc_get_name(proto, strings.pg_hstring, &name));
+    PDATA_TRY(protodesc_get_default_port(proto, strings.pg_hstring, &default_port));
     protodesc_set_name(pb, name);
     protodesc_set_default_port(pb, default_port);
     protodesc_set_id(pb, protodesc_get_id(proto));
@@ -31,36 +28,31 @@ pdata_status_t copy_pairs(protodesc_build_t *pb, const protodesc_t &proto,
 {
     csa_str_t name;
     csa_str_t value;
-    pdata_status_t status = PDATA_SUCCESS;
-    for (uint32_t i = 0; i < protodesc_get_tag_nr(proto) && status == PDATA_SUCCESS; ++i) {
-        status = protodesc_get_tag(proto, i, strings.pg_hstring, &name, &value);
-        if (status == PDATA_SUCCESS)
-            status = protodesc_add_tag(pb, name, value);
+    for (uint32_t i = 0; i < protodesc_get_tag_nr(proto); ++i) {
+        PDATA_TRY(protodesc_get_tag(proto, i, strings.pg_hstring, &name, &value));
+        PDATA_TRY(protodesc_add_tag(pb, name, value));
     }
-    for (uint32_t i = 0; i < protodesc_get_desc_nr(proto) && status == PDATA_SUCCESS; ++i) {
-        status = protodesc_get_desc(proto, i, strings.pg_hstring, &name, &value);
-        if (status == PDATA_SUCCESS)
-            status = protodesc_add_description(pb, name, value);
+    for (uint32_t i = 0; i < protodesc_get_desc_nr(proto); ++i) {
+        PDATA_TRY(protodesc_get_desc(proto, i, strings.pg_hstring, &name, &value));
+        PDATA_TRY(protodesc_add_description(pb, name, value));
     }
-    return status;
+    return PDATA_SUCCESS;
 }
 
 pdata_status_t copy_lists(protodesc_build_t *pb, const protodesc_t &proto,
                           const plu_strings_t &strings)
 {
     csa_str_t text;
-    pdata_status_t status = copy_pairs(pb, proto, strings);
-    for (uint32_t i = 0; i < protodesc_get_compat_nr(proto) && status == PDATA_SUCCESS; ++i) {
-        status = protodesc_get_compat(proto, i, strings.pg_hstring, &text);
-        if (status == PDATA_SUCCESS)
-            status = protodesc_add_compat(pb, text);
+    PDATA_TRY(copy_pairs(pb, proto, strings));
+    for (uint32_t i = 0; i < protodesc_get_compat_nr(proto); ++i) {
+        PDATA_TRY(protodesc_get_compat(proto, i, strings.pg_hstring, &text));
+        PDATA_TRY(protodesc_add_compat(pb, text));
     }
-    for (uint32_t i = 0; i < protodesc_get_altname_nr(proto) && status == PDATA_SUCCESS; ++i) {
-        status = protodesc_get_altname(proto, i, strings.pg_hstring, &text);
-        if (status == PDATA_SUCCESS)
-            status = protodesc_add_altname(pb, text);
+    for (uint32_t i = 0; i < protodesc_get_altname_nr(proto); ++i) {
+        PDATA_TRY(protodesc_get_altname(proto, i, strings.pg_hstring, &text));
+        PDATA_TRY(protodesc_add_altname(pb, text));
     }
-    return status;
+    return PDATA_SUCCESS;
 }
 
 pdata_status_t copy_rules(protodesc_build_t *pb, const protodesc_t &proto,
@@ -74,15 +66,14 @@ pdata_status_t copy_rules(protodesc_build_t *pb, const protodesc_t &proto,
     for (uint32_t k = 0; k < protodesc_get_ruledesc_nr(proto); ++k) {
         ruledesc_t ruledesc;
         bool duplicate = false;
-        pdata_status_t status = protodesc_get_ruledesc(proto, k, &ruledesc);
-        if (status == PDATA_SUCCESS && known != nullptr)
-            status = plu_find_duplicate_rules(*pb, ruledesc, strings, nr_slots, known, &duplicate);
-        if (status == PDATA_SUCCESS && !duplicate) {
-            ++*nr_rules;
-            status = merge_ruledesc_to_ruledescbuild(pb, ruledesc, strings, next_id + k, &nr_slots);
-        }
-        if (status != PDATA_SUCCESS)
-            return status;
+        PDATA_TRY(protodesc_get_ruledesc(proto, k, &ruledesc));
+        if (known != nullptr)
+            PDATA_TRY(
+                plu_find_duplicate_rules(*pb, ruledesc, strings, nr_slots, known, &duplicate));
+        if (duplicate)
+            continue;
+        ++*nr_rules;
+        PDATA_TRY(merge_ruledesc_to_ruledescbuild(pb, ruledesc, strings, next_id + k, &nr_slots));
     }
     protodesc_set_nr_sub_rule(pb, nr_slots);
     return PDATA_SUCCESS;
@@ -92,20 +83,17 @@ pdata_status_t copy_path_and_tags(protodesc_build_t *pb, const ruledesc_t &ruled
                                   const plu_strings_t &strings, uint32_t n_slot)
 {
     csa_str_t text;
-    pdata_status_t status = PDATA_SUCCESS;
-    for (uint32_t i = 0; i < ruledesc_get_path_nr(ruledesc) && status == PDATA_SUCCESS; ++i) {
-        status = ruledesc_get_path_elt(ruledesc, i, strings.pg_hstring, &text);
-        if (status == PDATA_SUCCESS)
-            status = protodesc_add_rule_path_elt(pb, n_slot, text);
+    for (uint32_t i = 0; i < ruledesc_get_path_nr(ruledesc); ++i) {
+        PDATA_TRY(ruledesc_get_path_elt(ruledesc, i, strings.pg_hstring, &text));
+        PDATA_TRY(protodesc_add_rule_path_elt(pb, n_slot, text));
     }
     if (strings.root_hstring.hs_str == nullptr)
-        return status;
-    for (uint32_t i = 0; i < ruledesc_get_tag_nr(ruledesc) && status == PDATA_SUCCESS; ++i) {
-        status = ruledesc_get_tag(ruledesc, i, strings.root_hstring, &text);
-        if (status == PDATA_SUCCESS)
-            status = protodesc_add_rule_tag(pb, n_slot, text);
+        return PDATA_SUCCESS;
+    for (uint32_t i = 0; i < ruledesc_get_tag_nr(ruledesc); ++i) {
+        PDATA_TRY(ruledesc_get_tag(ruledesc, i, strings.root_hstring, &text));
+        PDATA_TRY(protodesc_add_rule_tag(pb, n_slot, text));
     }
-    return status;
+    return PDATA_SUCCESS;
 }
 
 /// The stored scope; none at all means http for http. A protocol counts as http when "http" begins
@@ -125,12 +113,8 @@ pdata_status_t copy_sub_rule_meta(protodesc_build_t *pb, const ruledesc_t &ruled
 {
     csa_str_t protocol;
     csa_str_t bottom_protocol;
-    pdata_status_t status = sub_ruledesc_get_protocol(sub_ruledesc, strings.pg_hstring, &protocol);
-    if (status == PDATA_SUCCESS)
-        status =
-            sub_ruledesc_get_bottom_protocol(sub_ruledesc, strings.pg_hstring, &bottom_protocol);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(sub_ruledesc_get_protocol(sub_ruledesc, strings.pg_hstring, &protocol));
+    PDATA_TRY(sub_ruledesc_get_bottom_protocol(sub_ruledesc, strings.pg_hstring, &bottom_protocol));
     protodesc_set_rule_bottom(pb, n_slot, protocol);
     protodesc_set_rule_real_bottom(pb, n_slot, bottom_protocol);
     const auto mindata = [&](uint32_t stored) {
@@ -148,18 +132,16 @@ pdata_status_t copy_attr(protodesc_build_t *pb, const attrdesc_t &attrdesc,
 {
     csa_str_t name;
     csa_attr_way_t way;
-    pdata_status_t status = attrdesc_get_name(attrdesc, strings.pg_hstring, &name);
-    if (status == PDATA_SUCCESS)
-        status = attrdesc_get_way(attrdesc, &way);
-    for (uint32_t i = 0; i < attrdesc_get_value_nr(attrdesc) && status == PDATA_SUCCESS; ++i) {
+    PDATA_TRY(attrdesc_get_name(attrdesc, strings.pg_hstring, &name));
+    PDATA_TRY(attrdesc_get_way(attrdesc, &way));
+    for (uint32_t i = 0; i < attrdesc_get_value_nr(attrdesc); ++i) {
         csa_str_t value;
-        status = attrdesc_get_value(attrdesc, i, strings.pg_hstring, &value);
-        if (status == PDATA_SUCCESS)
-            status = protodesc_add_rule_attr_parsed(
-                pb, n_slot, name, way, attrdesc_get_type(attrdesc), attrdesc_get_proto(attrdesc),
-                value, attrdesc_get_pattern_offset(attrdesc, i));
+        PDATA_TRY(attrdesc_get_value(attrdesc, i, strings.pg_hstring, &value));
+        PDATA_TRY(protodesc_add_rule_attr_parsed(pb, n_slot, name, way, attrdesc_get_type(attrdesc),
+                                                 attrdesc_get_proto(attrdesc), value,
+                                                 attrdesc_get_pattern_offset(attrdesc, i)));
     }
-    return status;
+    return PDATA_SUCCESS;
 }
 
 } // namespace
@@ -168,11 +150,9 @@ pdata_status_t plu_merge_proto_to_protobuild(protodesc_build_t *protoske, const 
                                              const plu_strings_t &strings, uint32_t *nr_rules,
                                              plu_rule_index_t *known)
 {
-    pdata_status_t status = copy_meta(protoske, proto, strings);
-    if (status == PDATA_SUCCESS && known == nullptr)
-        status = copy_lists(protoske, proto, strings);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(copy_meta(protoske, proto, strings));
+    if (known == nullptr)
+        PDATA_TRY(copy_lists(protoske, proto, strings));
     protodesc_set_version_major(protoske, protodesc_get_version_major(proto));
     protodesc_set_version_minor(protoske, protodesc_get_version_minor(proto));
     protodesc_set_version_revision(protoske, protodesc_get_version_revision(proto));
@@ -188,14 +168,10 @@ pdata_status_t merge_ruledesc_to_ruledescbuild(protodesc_build_t *pb, const rule
             return pdata_fail(PDATA_ERR_OVERFLOW, REFUSED_MERGED_SUB_RULE,
                               static_cast<int>(*n_slot + 1), static_cast<int>(pb->pb_max_rules));
         sub_ruledesc_t sub_ruledesc;
-        pdata_status_t status = ruledesc_get_sub_ruledesc(ruledesc, i, &sub_ruledesc);
-        if (status != PDATA_SUCCESS)
-            return status;
+        PDATA_TRY(ruledesc_get_sub_ruledesc(ruledesc, i, &sub_ruledesc));
         protodesc_set_rule(pb, *n_slot, rule_id, i + 1);
-        status =
-            merge_subruledesc_to_subruledescbuild(pb, ruledesc, sub_ruledesc, strings, *n_slot);
-        if (status != PDATA_SUCCESS)
-            return status;
+        PDATA_TRY(
+            merge_subruledesc_to_subruledescbuild(pb, ruledesc, sub_ruledesc, strings, *n_slot));
         ++*n_slot;
     }
     return PDATA_SUCCESS;
@@ -206,21 +182,17 @@ pdata_status_t merge_subruledesc_to_subruledescbuild(protodesc_build_t *pb,
                                                      const sub_ruledesc_t &sub_ruledesc,
                                                      const plu_strings_t &strings, uint32_t n_slot)
 {
-    pdata_status_t status = copy_path_and_tags(pb, ruledesc, strings, n_slot);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(copy_path_and_tags(pb, ruledesc, strings, n_slot));
     protodesc_set_rule_vid(pb, n_slot, ruledesc.rule_vid);
     protodesc_set_rule_order(pb, n_slot, ruledesc_get_order(ruledesc));
     protodesc_set_rule_ruleorder(pb, n_slot, ruledesc.rule_ruleorder);
     protodesc_set_rule_fastpass(pb, n_slot, ruledesc_get_fastpass(ruledesc));
     protodesc_set_rule_preempt(pb, n_slot, ruledesc_get_preempt(ruledesc));
-    status = copy_sub_rule_meta(pb, ruledesc, sub_ruledesc, strings, n_slot);
-    for (uint32_t i = 0; i < sub_ruledesc_get_attrdesc_nr(sub_ruledesc) && status == PDATA_SUCCESS;
-         ++i) {
+    PDATA_TRY(copy_sub_rule_meta(pb, ruledesc, sub_ruledesc, strings, n_slot));
+    for (uint32_t i = 0; i < sub_ruledesc_get_attrdesc_nr(sub_ruledesc); ++i) {
         attrdesc_t attrdesc;
-        status = sub_ruledesc_get_attrdesc(sub_ruledesc, i, &attrdesc);
-        if (status == PDATA_SUCCESS)
-            status = copy_attr(pb, attrdesc, strings, n_slot);
+        PDATA_TRY(sub_ruledesc_get_attrdesc(sub_ruledesc, i, &attrdesc));
+        PDATA_TRY(copy_attr(pb, attrdesc, strings, n_slot));
     }
-    return status;
+    return PDATA_SUCCESS;
 }

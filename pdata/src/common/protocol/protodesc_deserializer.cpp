@@ -173,12 +173,9 @@ uint32_t protodesc_get_tag_nr(const protodesc_t &protodesc)
 pdata_status_t protodesc_get_tag(const protodesc_t &protodesc, uint32_t index,
                                  const hstring_t &hstring, csa_str_t *name, csa_str_t *value)
 {
-    pdata_status_t status = check_index(protodesc, "tag", protodesc.proto_nr_tags, index);
-    if (status == PDATA_SUCCESS)
-        status = protodesc_word_str(protodesc.proto_tags, index * 2, hstring, name);
-    if (status == PDATA_SUCCESS)
-        status = protodesc_word_str(protodesc.proto_tags, index * 2 + 1, hstring, value);
-    return status;
+    PDATA_TRY(check_index(protodesc, "tag", protodesc.proto_nr_tags, index));
+    PDATA_TRY(protodesc_word_str(protodesc.proto_tags, index * 2, hstring, name));
+    return protodesc_word_str(protodesc.proto_tags, index * 2 + 1, hstring, value);
 }
 
 uint32_t protodesc_get_desc_nr(const protodesc_t &protodesc)
@@ -189,12 +186,9 @@ uint32_t protodesc_get_desc_nr(const protodesc_t &protodesc)
 pdata_status_t protodesc_get_desc(const protodesc_t &protodesc, uint32_t index,
                                   const hstring_t &hstring, csa_str_t *lang, csa_str_t *text)
 {
-    pdata_status_t status = check_index(protodesc, "desc", protodesc.proto_nr_desc, index);
-    if (status == PDATA_SUCCESS)
-        status = protodesc_word_str(protodesc.proto_desc, index * 2, hstring, lang);
-    if (status == PDATA_SUCCESS)
-        status = protodesc_word_str(protodesc.proto_desc, index * 2 + 1, hstring, text);
-    return status;
+    PDATA_TRY(check_index(protodesc, "desc", protodesc.proto_nr_desc, index));
+    PDATA_TRY(protodesc_word_str(protodesc.proto_desc, index * 2, hstring, lang));
+    return protodesc_word_str(protodesc.proto_desc, index * 2 + 1, hstring, text);
 }
 
 uint32_t protodesc_get_compat_nr(const protodesc_t &protodesc)
@@ -205,10 +199,7 @@ uint32_t protodesc_get_compat_nr(const protodesc_t &protodesc)
 pdata_status_t protodesc_get_compat(const protodesc_t &protodesc, uint32_t index,
                                     const hstring_t &hstring, csa_str_t *compat)
 {
-    const pdata_status_t status =
-        check_index(protodesc, "compat", protodesc.proto_nr_compat, index);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(check_index(protodesc, "compat", protodesc.proto_nr_compat, index));
     return protodesc_word_str(protodesc.proto_compat, index, hstring, compat);
 }
 
@@ -220,10 +211,8 @@ uint32_t protodesc_get_supported_version_nr(const protodesc_t &protodesc)
 pdata_status_t protodesc_get_supported_version(const protodesc_t &protodesc, uint32_t index,
                                                const hstring_t &hstring, csa_str_t *version)
 {
-    const pdata_status_t status =
-        check_index(protodesc, "supported version", protodesc.proto_nr_supported_version, index);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(
+        check_index(protodesc, "supported version", protodesc.proto_nr_supported_version, index));
     return protodesc_word_str(protodesc.proto_supported_version, index, hstring, version);
 }
 
@@ -235,10 +224,7 @@ uint32_t protodesc_get_altname_nr(const protodesc_t &protodesc)
 pdata_status_t protodesc_get_altname(const protodesc_t &protodesc, uint32_t index,
                                      const hstring_t &hstring, csa_str_t *altname)
 {
-    const pdata_status_t status =
-        check_index(protodesc, "altname", protodesc.proto_nr_altname, index);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(check_index(protodesc, "altname", protodesc.proto_nr_altname, index));
     return protodesc_word_str(protodesc.proto_altname, index, hstring, altname);
 }
 
@@ -251,10 +237,7 @@ pdata_status_t protodesc_get_ruledesc(const protodesc_t &protodesc, uint32_t ind
                                       ruledesc_t *ruledesc)
 {
     *ruledesc = {};
-    const pdata_status_t status =
-        check_index(protodesc, "rule desc", protodesc.proto_nr_rules, index);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(check_index(protodesc, "rule desc", protodesc.proto_nr_rules, index));
     const view_list_t rules = {whole_words(protodesc.proto_rules, protodesc.proto_rules_len),
                                whole_words(protodesc.proto_rules_offset, protodesc.proto_nr_rules)};
     if (!ruledesc_read(rules, index, ruledesc))

@@ -22,8 +22,6 @@ pdata_status_t matcher_alias_deserialize(std::span<const uint8_t> tlv_data, uint
     if (index >= tlv_data.size() / MATCHER_ALIAS_PAIR_SIZE)
         return PDATA_ERR_INVALID_ARGUMENT;
     const uint8_t *at = tlv_data.data() + size_t{index} * MATCHER_ALIAS_PAIR_SIZE;
-    const pdata_status_t status = read_elt(at, hstring, &pair->alias);
-    if (status != PDATA_SUCCESS)
-        return status;
+    PDATA_TRY(read_elt(at, hstring, &pair->alias));
     return read_elt(at + MATCHER_ALIAS_PAIR_SIZE / 2, hstring, &pair->reference);
 }
