@@ -66,8 +66,8 @@ protected:
     {
         const uint32_t size = matcher_alias_get_tlv_size(set);
         std::vector<uint8_t> buf(size + 4);
-        const uint8_t *end = matcher_alias_serialize(&set, buf.data(), size / 4);
-        if (end == nullptr)
+        uint8_t *end = nullptr;
+        if (matcher_alias_serialize(&set, buf.data(), size / 4, &end) != PDATA_SUCCESS)
             return {};
         EXPECT_EQ(end, buf.data() + buf.size());
         return buf;

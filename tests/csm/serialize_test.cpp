@@ -379,6 +379,8 @@ TEST_F(description_to_pdb, memory_that_runs_out_ends_the_list_with_a_status)
                 EXPECT_NE(kinds(), "9 8 7 0 1 10") << came_to;
             }
         });
+    for (const std::string &came_to : outcomes)
+        EXPECT_FALSE(came_to.starts_with("107")) << "no string is taken for an empty one";
     for (const char *expected :
          {"1", "1: protocol_serializer: cannot allocate protogroup buffer.\n",
           "1: protocol_serializer: cannot allocate hstring buffer.\n"})

@@ -2,6 +2,7 @@
 
 #include "bytes.h"
 #include "captured.h"
+#include "failing_alloc.h"
 #include "json_text.h"
 #include "json_tools.h"
 #include "outcome.h"
@@ -149,6 +150,27 @@ TEST_F(tag_table, a_tag_whose_name_cannot_be_pooled_is_left_out)
     EXPECT_EQ(tag_table_get_tlv_size(build), 24U);
     EXPECT_EQ(written(buf), 16U);
     EXPECT_EQ(buf, bytes("00000000 00000001 00000004 00000003 00000000 00000000"));
+}
+
+TEST_F(tag_table, a_tag_is_not_left_out_when_memory_runs_out)
+{
+    EXPECT_EQ(read(R"({"tag_table": {"a": 1, "b": 2}})"), "a=1 b=2");
+    uint32_t nr_failed = 0;
+    failing_alloc_sweep(
+        [&] {
+            hstring_build_t empty;
+            if (hstring_init(&empty, 0) != 0)
+                return static_cast<int>(PDATA_ERR_NO_MEMORY);
+            build.hstring = &empty;
+            uint8_t buf[16];
+            uint32_t size = 0;
+            return static_cast<int>(tag_table_serialize(build, buf, &size));
+        },
+        [&](int code) {
+            ++nr_failed;
+            EXPECT_EQ(code, PDATA_ERR_NO_MEMORY) << "allocation " << nr_failed;
+        });
+    EXPECT_GT(nr_failed, 0U);
 }
 
 TEST_F(tag_table, a_document_holds_128_tags)

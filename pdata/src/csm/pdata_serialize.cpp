@@ -43,6 +43,23 @@ pdata_status_t count_record(serialization_t &run)
     return PDATA_SUCCESS;
 }
 
+pdata_status_t serialize_pairs(matcher_alias_build_t *matcher_alias, pdb_t *pdb)
+{
+    const uint32_t nr_alias = matcher_alias->alias_num;
+    if (nr_alias >= FENCE_MATCHER_ALIAS_NUMBER)
+        return pdata_fail(PDATA_ERR_OVERFLOW, REFUSED_MATCHER_ALIAS_PAIRS,
+                          static_cast<int>(nr_alias), static_cast<int>(FENCE_MATCHER_ALIAS_NUMBER));
+    const uint32_t size = matcher_alias_get_tlv_size(*matcher_alias);
+    csa_buf_t buf;
+    if (!csa_buf_alloc(buf, size_t{size} + 4))
+        return PDATA_ERR_NO_MEMORY;
+    uint8_t *end = nullptr;
+    PDATA_TRY(matcher_alias_serialize(matcher_alias, buf.data(), size / 4, &end));
+    if (end != buf.data() + buf.size())
+        return PDATA_ERR_INVALID_ARGUMENT;
+    return set_record(pdb, PDB_TYPE_MATCHER_ALIAS, std::move(buf));
+}
+
 pdata_status_t pdata_serialize_matcher_alias_pdm(serialization_t &run)
 {
     const std::string_view pdm = cfg_text(run, PDATA_META_PDM, PDATA_TYPE_MATCHER_ALIAS);
@@ -235,21 +252,7 @@ pdata_status_t pdata_serialize_cfg(const pdata_cfg_t *cfg, pdb_list_t *pdb, uint
 
 pdata_status_t pdata_serialize_matcher_alias_pairs(matcher_alias_build_t *matcher_alias, pdb_t *pdb)
 {
-    const uint32_t nr_alias = matcher_alias->alias_num;
-    const uint32_t size = matcher_alias_get_tlv_size(*matcher_alias);
-    csa_buf_t buf;
-    pdata_status_t status = PDATA_SUCCESS;
-    if (nr_alias >= FENCE_MATCHER_ALIAS_NUMBER)
-        status =
-            pdata_fail(PDATA_ERR_OVERFLOW, REFUSED_MATCHER_ALIAS_PAIRS, static_cast<int>(nr_alias),
-                       static_cast<int>(FENCE_MATCHER_ALIAS_NUMBER));
-    else if (!csa_buf_alloc(buf, size_t{size} + 4))
-        status = PDATA_ERR_NO_MEMORY;
-    else if (matcher_alias_serialize(matcher_alias, buf.data(), size / 4) !=
-             buf.data() + buf.size())
-        status = PDATA_ERR_INVALID_ARGUMENT;
-    else
-        status = set_record(pdb, PDB_TYPE_MATCHER_ALIAS, std::move(buf));
+    const pdata_status_t status = serialize_pairs(matcher_alias, pdb);
     if (status != PDATA_SUCCESS)
         matcher_alias_destroy(matcher_alias);
     return status;

@@ -37,28 +37,29 @@ pdata_status_t fail_with_report()
     return pdata_fail(PDATA_ERR_PRAGMAR, "%s", pragmar_err_get());
 }
 
-/// Emits one side of a pair; a table of null only counts.
-bool alias_element_serialize(tlv_sink_t &sink, hstring_build_t *hstring, const alias_elt_t &elt)
+/// Emits one side of a pair; a table of null only counts. Returns a module code.
+int alias_element_serialize(tlv_sink_t &sink, hstring_build_t *hstring, const alias_elt_t &elt)
 {
     for (const csa_str_t &name : {elt.proto_name, elt.attr_name}) {
         uint32_t offset = 0;
-        if (hstring != nullptr && hstring_get_offset(hstring, name, &offset) != 0)
-            return false;
+        if (hstring != nullptr)
+            if (const int ret = hstring_get_offset(hstring, name, &offset); ret != MODULE_SUCCESS)
+                return ret;
         tlv_sink_put(sink, offset, 4);
     }
     tlv_sink_put(sink, elt.way, 1);
-    return true;
+    return MODULE_SUCCESS;
 }
 
-/// Emits the value of a set.
-bool emit_pairs(tlv_sink_t &sink, hstring_build_t *hstring, std::span<const alias_pair_t> pairs)
+/// Emits the value of a set. Returns a module code.
+int emit_pairs(tlv_sink_t &sink, hstring_build_t *hstring, std::span<const alias_pair_t> pairs)
 {
     for (const alias_pair_t &pair : pairs)
-        if (!alias_element_serialize(sink, hstring, pair.alias) ||
-            !alias_element_serialize(sink, hstring, pair.reference))
-            return false;
+        for (const alias_elt_t &elt : {pair.alias, pair.reference})
+            if (const int ret = alias_element_serialize(sink, hstring, elt); ret != MODULE_SUCCESS)
+                return ret;
     tlv_sink_align(sink);
-    return true;
+    return MODULE_SUCCESS;
 }
 
 void change_attribute(ruledesc_build_t &slot, attrdesc_build_t &attr, const alias_elt_t &reference)
@@ -170,17 +171,21 @@ uint32_t matcher_alias_get_tlv_size(const matcher_alias_build_t &matcher_alias)
     return static_cast<uint32_t>(sink.offset);
 }
 
-uint8_t *matcher_alias_serialize(matcher_alias_build_t *matcher_alias, uint8_t *buf,
-                                 uint32_t buf_len)
+pdata_status_t matcher_alias_serialize(matcher_alias_build_t *matcher_alias, uint8_t *buf,
+                                       uint32_t buf_len, uint8_t **end)
 {
     tlv_sink_t sink = tlv_sink_writing({buf, (size_t{buf_len} + 1) * 4});
     tlv_sink_put(sink, TLV_TYPE_ROOT_MATCHER_ALIAS, 1);
     tlv_sink_put(sink, buf_len, 3);
     const std::span<const alias_pair_t> filled =
         std::span<const alias_pair_t>(matcher_alias->aliases).first(matcher_alias->alias_idx);
-    if (!emit_pairs(sink, matcher_alias->hstring, filled) || sink.failed)
-        return nullptr;
-    return buf + sink.offset;
+    const int ret = emit_pairs(sink, matcher_alias->hstring, filled);
+    if (ret == MODULE_ERR_NO_MEMORY)
+        return PDATA_ERR_NO_MEMORY;
+    if (ret != MODULE_SUCCESS || sink.failed)
+        return PDATA_ERR_INVALID_ARGUMENT;
+    *end = buf + sink.offset;
+    return PDATA_SUCCESS;
 }
 
 void matcher_alias_change_proto(protodesc_build_t *pb, const matcher_alias_t &aliases)

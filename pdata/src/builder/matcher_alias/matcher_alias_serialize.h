@@ -56,9 +56,10 @@ uint32_t matcher_alias_get_tlv_size(const matcher_alias_build_t &matcher_alias);
 /// then the pairs, whose names are interned in the set's table in the order in which they are
 /// written. `buf` holds `buf_len` words and the header.
 ///
-/// Returns the position behind the value, or null when a name is empty or does not fit.
-uint8_t *matcher_alias_serialize(matcher_alias_build_t *matcher_alias, uint8_t *buf,
-                                 uint32_t buf_len);
+/// Gives the position behind the value in `*end`. Fails with PDATA_ERR_INVALID_ARGUMENT when a name
+/// is empty or does not fit, with PDATA_ERR_NO_MEMORY when the table cannot grow.
+[[nodiscard]] pdata_status_t matcher_alias_serialize(matcher_alias_build_t *matcher_alias,
+                                                     uint8_t *buf, uint32_t buf_len, uint8_t **end);
 
 /// Rewrites the sub-rules of a protocol. Of each sub-rule only the aliases of its bottom protocol,
 /// as it was written, are considered; of each attribute the first that fits its name and way.
