@@ -311,8 +311,6 @@ TEST_F(matcher_alias, a_dump_names_both_sides)
               "reference\n| protocol: c\n| attr: d\n| way: stc\n"
               "alias\n| protocol: e\n"
               "reference\n");
-    visitor_matcher_alias_cleanup(&visitor);
-    EXPECT_EQ(visitor.container, nullptr);
 }
 
 } // namespace

@@ -113,8 +113,3 @@ int interval_propagate(interval_build &build)
 {
     return number_propagate(build.it_endpoints, &it_endpoint::it_l_item);
 }
-
-void interval_clean(interval_build &build)
-{
-    build = {};
-}

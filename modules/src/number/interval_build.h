@@ -67,6 +67,3 @@ size_t interval_get_size(const interval_build &build);
 /// Writes the interval blob into the zero-filled `buf`. Returns the position behind it, or null
 /// when it does not fit.
 [[nodiscard]] uint8_t *interval_serialize(const interval_build &build, std::span<uint8_t> buf);
-
-/// Empties the matcher; interval_init must come before the next use.
-void interval_clean(interval_build &build);

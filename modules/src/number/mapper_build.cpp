@@ -71,8 +71,3 @@ int mapper_propagate(mapper_build &build)
 {
     return number_propagate(build.mp_endpoints, &mp_endpoint::mp_l_item);
 }
-
-void mapper_clean(mapper_build &build)
-{
-    build = {};
-}

@@ -53,6 +53,3 @@ void mapper_emit(const mapper_build &build, tlv_sink_t &sink);
 /// Writes the mapper blob into the zero-filled `buf`. Returns the position behind it, or null when
 /// it does not fit.
 [[nodiscard]] uint8_t *mapper_serialize(const mapper_build &build, std::span<uint8_t> buf);
-
-/// Empties the mapper; mapper_init must come before the next use.
-void mapper_clean(mapper_build &build);

@@ -58,8 +58,3 @@ void visitor_matcher_alias_init(visitor_matcher_alias_t *visitor,
     *container = {};
     visitor_keyed_init<matcher_alias_container_t, table>(visitor, container);
 }
-
-void visitor_matcher_alias_cleanup(visitor_matcher_alias_t *visitor)
-{
-    *visitor = {};
-}

@@ -26,6 +26,3 @@ using visitor_matcher_alias_t = visitor_keyed_t<matcher_alias_container_t>;
 /// Prepares `visitor` to fill `container`, which is emptied and must outlive the walk.
 void visitor_matcher_alias_init(visitor_matcher_alias_t *visitor,
                                 matcher_alias_container_t *container);
-
-/// Forgets the container.
-void visitor_matcher_alias_cleanup(visitor_matcher_alias_t *visitor);
