@@ -177,6 +177,12 @@ bool output_temporary_open(const output_target_t &target, output_file_t &file)
     if (target.exists)
         close(file.fd); // nothing was written to it
     file.fd = fd;
-    file.temporary = std::move(name);
-    return note_identity(file) && take_over_mode(fd, target);
+    if (note_identity(file) && take_over_mode(fd, target)) {
+        file.temporary = std::move(name);
+        return true;
+    }
+    const int error = errno;
+    unlink(name.c_str());
+    errno = error;
+    return false;
 }
