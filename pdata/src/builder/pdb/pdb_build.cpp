@@ -320,11 +320,13 @@ pdata_status_t pdb_builder_matcher_register(pdb_build_t *pdb_build, const pdb_pg
         PDATA_TRY(protodesc_get_name(protocol, pg.pg_hstring, &name));
         PDATA_TRY(pdata_sig_export_mapping_add(i, protodesc_get_id(protocol), name));
         pdb_facts_add_protocol(facts, protocol, name);
-        // The status of the rules is not looked at, but for the limit of the names.
-        // Oddity O123.
-        (void)pdb_builder_matcher_protocol_rules(pdb_build, i, protocol);
+        // The status of the rules is not looked at, but for the limit of the names and for memory
+        // that runs out. Oddity O123.
+        const pdata_status_t status = pdb_builder_matcher_protocol_rules(pdb_build, i, protocol);
         if (pdb_build->pdb_build_budget.exceeded)
             return PDATA_ERR_OVERFLOW;
+        if (status == PDATA_ERR_NO_MEMORY)
+            return status;
     }
     return PDATA_SUCCESS;
 }

@@ -21,13 +21,20 @@ const sig_list_row sig_list[] = {
      []() -> std::variant<signature_coverage, pcap_gen> { return pcap_gen{}; }},
 };
 
-/// A protocol of the compile. The rows never move: exports point at the names.
+/// A protocol of the compile. It never moves: exports point at the name.
 struct mapping_row {
     uint32_t id = 0;
     std::array<char, PDATA_SIG_EXPORT_NAME_MAX + 1> name{};
 };
 
-std::deque<mapping_row> mapping;
+/// By index; null for what was not noted. Empty, it holds no memory.
+std::vector<std::unique_ptr<mapping_row>> mapping;
+
+/// Returns what was noted at an index, or null.
+const mapping_row *mapping_find(uint32_t index)
+{
+    return index < mapping.size() ? mapping[index].get() : nullptr;
+}
 
 std::unique_ptr<pdata_sig_export_t> pdata_sig_export_create(const sig_list_row &row)
 {
@@ -47,13 +54,8 @@ std::unique_ptr<pdata_sig_export_t> pdata_sig_export_init(const char *name)
     for (const sig_list_row &row : sig_list) {
         if (std::strcmp(row.name, name) != 0)
             continue;
-        try {
-            std::unique_ptr<pdata_sig_export_t> sig_export = pdata_sig_export_create(row);
-            return row.ops->init(sig_export.get()) == PDATA_SUCCESS ? std::move(sig_export)
-                                                                    : nullptr;
-        } catch (const std::exception &) {
-            return nullptr;
-        }
+        std::unique_ptr<pdata_sig_export_t> sig_export = pdata_sig_export_create(row);
+        return row.ops->init(sig_export.get()) == PDATA_SUCCESS ? std::move(sig_export) : nullptr;
     }
     return nullptr;
 }
@@ -69,7 +71,9 @@ pdata_status_t pdata_sig_export_mapping_add(uint32_t index, uint32_t id, csa_str
         return PDATA_ERR_OVERFLOW;
     if (mapping.size() <= index)
         mapping.resize(index + 1);
-    mapping_row &row = mapping[index];
+    if (mapping[index] == nullptr)
+        mapping[index] = std::make_unique<mapping_row>();
+    mapping_row &row = *mapping[index];
     row.id = id;
     const size_t len = csa_str_view(name).copy(row.name.data(), PDATA_SIG_EXPORT_NAME_MAX);
     row.name[len] = '\0';
@@ -78,12 +82,14 @@ pdata_status_t pdata_sig_export_mapping_add(uint32_t index, uint32_t id, csa_str
 
 uint32_t pdata_sig_export_get_proto_id(uint32_t index)
 {
-    return index < mapping.size() ? mapping[index].id : 0;
+    const mapping_row *row = mapping_find(index);
+    return row != nullptr ? row->id : 0;
 }
 
 const char *pdata_sig_export_get_proto_name(uint32_t index)
 {
-    return index < mapping.size() ? mapping[index].name.data() : "";
+    const mapping_row *row = mapping_find(index);
+    return row != nullptr ? row->name.data() : "";
 }
 
 pdata_status_t pdata_sig_export_set_context(pdata_sig_export_t *sig_export, uint32_t index,

@@ -87,7 +87,7 @@ constexpr uint32_t PDATA_SIG_EXPORT_INDEX_MAX = 16382;
 constexpr uint32_t PDATA_SIG_EXPORT_NAME_MAX = 255;
 
 /// Returns the export of that exact name, or null for a null or unknown name (oddity O189), or when
-/// it cannot be set up.
+/// it cannot be set up. Memory that runs out is std::bad_alloc.
 std::unique_ptr<pdata_sig_export_t> pdata_sig_export_init(const char *name);
 
 /// Lets an export write what it has, also when that is nothing (oddity O195), and releases it.
