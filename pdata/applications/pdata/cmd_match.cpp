@@ -1,4 +1,8 @@
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <iostream>
+#include <new>
 
 #include "commands.h"
 #include "escape.h"
@@ -98,10 +102,18 @@ void match_flow(match_run_t &run, std::string_view line, bool filter)
         answer_text(run, values, shown, error);
 }
 
-void match_input(match_run_t &run)
+/// Answers the lines of standard input. Returns false after a message when it cannot be read.
+bool match_input(match_run_t &run)
 {
     for (std::string line; std::getline(std::cin, line);)
         match_flow(run, line, true);
+    if (std::ferror(stdin) != 0) {
+        console_error(run.console, "standard input: {}", std::strerror(errno));
+        return false;
+    }
+    if (std::cin.bad())
+        throw std::bad_alloc(); // of a line; the stream keeps it to itself
+    return true;
 }
 
 void print_summary(match_run_t &run)
@@ -122,10 +134,10 @@ exit_status_t match_run(const match_options_t &options, console_t &console)
     if (flow_runner_open(run.loadable.db.get(), PDATA_FLOW_EXPLAIN, run.runner) != PDATA_R_OK)
         throw std::bad_alloc();
     for (const std::string &flow : options.flows)
-        if (flow == "-")
-            match_input(run);
-        else
+        if (flow != "-")
             match_flow(run, flow, false);
+        else if (!match_input(run))
+            return EXIT_STATUS_FILE;
     print_summary(run);
     return run.refused == 0 ? EXIT_STATUS_FINE : EXIT_STATUS_USAGE;
 }

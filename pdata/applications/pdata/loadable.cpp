@@ -1,5 +1,7 @@
 #include "loadable.h"
 
+#include <new>
+
 namespace
 {
 
@@ -11,6 +13,8 @@ void find_origins(loadable_t &loadable, uint32_t nr_item)
                        view_values_read(view, loadable.values, error) &&
                        view_values_origins(view, loadable.values, loadable.origins, error) &&
                        loadable.origins.size() == size_t{nr_item} + 1;
+    if (!known && error.fault == VIEW_MEMORY)
+        throw std::bad_alloc(); // another answer would be none
     if (!known)
         loadable.origins.clear();
 }
@@ -28,6 +32,8 @@ bool loadable_open(console_t &console, const std::string &path, loadable_t &load
     loadable.db.reset(db);
     if (result == PDATA_R_OK)
         return true;
+    if (result == PDATA_R_MEMORY)
+        throw std::bad_alloc();
     const bool told = result == PDATA_R_DAMAGED || result == PDATA_R_NOT_LOADABLE;
     console_error(console, "{}: {}", loadable.file.name,
                   told ? failure.text : pdata_result_text(result));
