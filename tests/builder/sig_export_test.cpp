@@ -266,8 +266,15 @@ TEST_F(sig_export, pcap_generation_keeps_the_name_that_a_rule_came_with)
 TEST_F(sig_export, an_export_is_not_made_when_memory_runs_out)
 {
     for (const char *name : {"signature_coverage", "pcap_generation"})
-        failing_alloc_sweep([&] { return pdata_sig_export_init(name) == nullptr ? -1 : 0; },
-                            [](int code) { EXPECT_EQ(code, -1); });
+        failing_alloc_sweep(
+            [&] {
+                try {
+                    return pdata_sig_export_init(name) == nullptr ? 1 : 0; // an unknown name
+                } catch (const std::bad_alloc &) {
+                    return -1;
+                }
+            },
+            [](int code) { EXPECT_EQ(code, -1); });
 }
 
 TEST_F(sig_export, a_value_that_cannot_be_kept_is_status_101)
