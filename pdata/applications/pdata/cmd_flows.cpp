@@ -38,5 +38,8 @@ command_run_t flows_declare(CLI::App &app)
 {
     auto options = std::make_shared<flow_input_options_t>();
     flow_input_declare(app, *options);
+    app.add_option("--payload", options->payload, "Bytes of payload of each direction of a capture")
+        ->check(CLI::Range(size_t{0}, size_t{65535}))
+        ->capture_default_str();
     return [options](console_t &console) { return flows_run(*options, console); };
 }

@@ -28,9 +28,9 @@ std::span<const command_t> command_table()
          "  pdata list example.pdb", list_declare},
         {"verify", operators, "Everything in a pdb is within its bounds, or where it is not",
          text_json, "  pdata verify example.pdb loadable.pdb", verify_declare},
-        {"flows", operators, "Logs as flow lines, for match and test", text_json,
+        {"flows", operators, "Captures and logs as flow lines, for match and test", text_json,
          "  pdata flows eve.json | pdata match loadable.pdb -", flows_declare},
-        {"classify", operators, "Logs in, classified flows out", text_json,
+        {"classify", operators, "Captures and logs in, classified flows out", text_json,
          "  pdata classify loadable.pdb eve.json --only unknown", classify_declare},
     };
     return table;

@@ -2,11 +2,10 @@
 
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include <fcntl.h>
 #include <unistd.h>
-
-#include "byte_source.h"
 
 namespace
 {
@@ -20,6 +19,7 @@ struct flow_input_run_t {
     flow_totals_t &totals;
     const flow_sink_t &sink;
     log_reader_t logs = {};
+    capture_reader_t captures = {};
     exit_status_t status = EXIT_STATUS_FINE;
 };
 
@@ -56,6 +56,27 @@ void fail(flow_input_run_t &run, const std::string &name, const std::string &rea
     run.status = EXIT_STATUS_FILE;
 }
 
+/// Says once which fields of the table this machine's tshark does not have.
+void say_lacking(flow_input_run_t &run)
+{
+    std::string names;
+    for (const std::string &field : std::exchange(run.captures.lacking, {}))
+        names += (names.empty() ? "" : ", ") + field;
+    if (!names.empty())
+        console_error(run.console, "this tshark lacks the fields {}", names);
+}
+
+void read_capture(flow_input_run_t &run, byte_source_t &source, capture_file_t &file,
+                  const std::string &name)
+{
+    std::string fault = capture_reader_open(run.captures);
+    say_lacking(run);
+    if (fault.empty())
+        fault = capture_reader_run(run.captures, source, file);
+    if (!fault.empty())
+        fail(run, name, fault);
+}
+
 void read_input(flow_input_run_t &run, const std::string &path)
 {
     const bool standard = path == "-";
@@ -65,7 +86,11 @@ void read_input(flow_input_run_t &run, const std::string &path)
         fail(run, name, std::strerror(errno));
         return;
     }
-    read_lines(run, source, name);
+    capture_file_t file;
+    if (capture_file_open(source, file))
+        read_capture(run, source, file, name);
+    else
+        read_lines(run, source, name);
     if (source.system_error != 0)
         fail(run, name, std::strerror(source.system_error));
     if (!standard)
@@ -84,14 +109,19 @@ json_document_t end_document(const flow_record_t &record, const flow_end_t &end)
 
 void flow_input_declare(CLI::App &app, flow_input_options_t &options)
 {
-    app.add_option("INPUT", options.inputs,
-                   "Logs: EVE (JSON), Zeek (JSON, or tabs with a header); - is standard input")
+    app.add_option(
+           "INPUT", options.inputs,
+           "Captures (pcap, pcapng) and logs: EVE (JSON), Zeek (JSON, or tabs with a header);\n"
+           "- is standard input")
         ->required();
     app.add_flag("--initiator", options.initiator,
                  "Address and port of the initiator too, not of the responder alone");
     app.add_option("--window", options.window,
                    "Flows that are open at once; beyond that the oldest is ended")
         ->check(CLI::Range(size_t{1}, size_t{1} << 24))
+        ->capture_default_str();
+    app.add_option("--piece", options.piece, "Packets of a capture that one tshark is given")
+        ->check(CLI::Range(uint64_t{1}, uint64_t{1} << 32))
         ->capture_default_str();
 }
 
@@ -101,10 +131,16 @@ exit_status_t flow_input_run(const flow_input_options_t &options, console_t &con
     flow_input_run_t run = {options, console, totals, sink};
     const flow_sink_t counted = [&run](flow_record_t &record) { hand_over(run, record); };
     log_reader_open(run.logs, counted, options.window);
+    run.captures.table.sink = counted;
+    run.captures.table.window = options.window;
+    run.captures.table.payload_bytes = options.payload;
+    run.captures.piece = options.piece;
     for (const std::string &path : options.inputs)
         read_input(run, path);
     log_reader_end(run.logs);
-    totals.evicted += run.logs.evicted;
+    capture_reader_close(run.captures);
+    totals.evicted += run.logs.evicted + run.captures.table.evicted;
+    totals.bad_lines += run.captures.bad_lines;
     return run.status;
 }
 

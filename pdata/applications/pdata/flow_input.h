@@ -3,15 +3,17 @@
 
 #include <CLI/CLI.hpp>
 
+#include "capture_reader.h"
 #include "console.h"
 #include "exit_status.h"
-#include "log_reader.h"
 
 /// What both subcommands are asked.
 struct flow_input_options_t {
     std::vector<std::string> inputs;
     bool initiator = false;
     size_t window = FLOW_WINDOW;
+    uint64_t piece = CAPTURE_PIECE;
+    size_t payload = 256; ///< bytes of payload kept of each direction
 };
 
 /// What the inputs came to.

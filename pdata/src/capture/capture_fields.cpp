@@ -11,7 +11,7 @@ constexpr capture_field_t fields[] = {
 #include "capture_fields_table.inc"
 };
 
-capture_condition_t read_condition(std::string_view text, field_bag_t &bag)
+capture_condition_t read_condition(std::string_view source, std::string_view text, field_bag_t &bag)
 {
     capture_condition_t condition;
     const size_t equals = text.find('=');
@@ -22,7 +22,7 @@ capture_condition_t read_condition(std::string_view text, field_bag_t &bag)
     else if (name == "log")
         condition.kind = capture_condition_t::LOG;
     else
-        condition.field = field_bag_ask(bag, name);
+        condition.field = field_bag_ask(bag, capture_field_name(source, name));
     if (condition.text.starts_with('!')) {
         condition.differs = true;
         condition.text.remove_prefix(1);
@@ -34,15 +34,24 @@ capture_condition_t read_condition(std::string_view text, field_bag_t &bag)
     return condition;
 }
 
-std::vector<capture_condition_t> read_conditions(std::string_view text, field_bag_t &bag)
+std::vector<capture_condition_t> read_conditions(std::string_view source, std::string_view text,
+                                                 field_bag_t &bag)
 {
     std::vector<capture_condition_t> conditions;
     while (!text.empty() && text != "-") {
         const size_t end = std::min(text.find(' '), text.size());
-        conditions.push_back(read_condition(text.substr(0, end), bag));
+        conditions.push_back(read_condition(source, text.substr(0, end), bag));
         text.remove_prefix(std::min(end + 1, text.size()));
     }
     return conditions;
+}
+
+/// Tells whether a row of a source is one that its fields are run through.
+bool is_rule(const capture_field_t &row, std::string_view source)
+{
+    const std::string_view transformation = row.transformation;
+    return source == row.source && std::string_view(row.field) != "none" &&
+           transformation != "key" && transformation != "payload";
 }
 
 bool text_fits(const capture_condition_t &condition, std::string_view text)
@@ -98,9 +107,9 @@ void apply(const capture_rule_t &rule, const field_bag_t &bag, const capture_con
     const auto held = [&](const capture_condition_t &condition) {
         return holds(condition, bag, context);
     };
-    if (!std::ranges::all_of(rule.conditions, held))
-        return;
     const size_t count = field_bag_all(bag, rule.field).size();
+    if (count == 0 || !std::ranges::all_of(rule.conditions, held))
+        return;
     const std::string_view which = rule.row->occurrence;
     const size_t begin = which == "last" ? count - 1 : 0;
     const size_t end = which == "first" ? 1 : count;
@@ -115,18 +124,49 @@ std::span<const capture_field_t> capture_fields()
     return fields;
 }
 
+std::string capture_field_name(std::string_view source, std::string_view field)
+{
+    std::string name(field);
+    if (source != "tshark")
+        return name;
+    std::ranges::replace(name, '.', '_');
+    return "layers." + name;
+}
+
+std::vector<std::string> capture_rules_fields(std::string_view source)
+{
+    std::vector<std::string> names;
+    const auto add = [&names](std::string_view name) {
+        if (std::ranges::find(names, name) == names.end())
+            names.emplace_back(name);
+    };
+    for (const capture_field_t &row : fields) {
+        if (!is_rule(row, source))
+            continue;
+        const std::string_view transformation = row.transformation;
+        add(row.field);
+        if (transformation.starts_with("sized:"))
+            add(transformation.substr(6));
+        field_bag_t conditions;
+        (void)read_conditions({}, row.condition, conditions);
+        for (const auto &[name, number] : conditions.numbers)
+            add(name);
+    }
+    return names;
+}
+
 capture_rules_t capture_rules(std::string_view source, field_bag_t &bag)
 {
     capture_rules_t rules;
     for (const capture_field_t &row : fields) {
-        const std::string_view transformation = row.transformation;
-        if (source != row.source || std::string_view(row.field) == "none" ||
-            transformation == "key" || transformation == "payload")
+        if (!is_rule(row, source))
             continue;
-        capture_rule_t rule = {&row, field_bag_ask(bag, row.field), 0,
-                               read_conditions(row.condition, bag)};
+        const std::string_view transformation = row.transformation;
+        capture_rule_t rule = {&row, field_bag_ask(bag, capture_field_name(source, row.field)), 0,
+                               read_conditions(source, row.condition, bag)};
         if (transformation.starts_with("sized:"))
-            rule.size_field = field_bag_ask(bag, transformation.substr(6));
+            rule.size_field =
+                field_bag_ask(bag, capture_field_name(source, transformation.substr(6)));
         rules.by_field.resize(std::max(rules.by_field.size(), size_t{rule.field} + 1));
         rules.by_field[rule.field].push_back(static_cast<uint32_t>(rules.rules.size()));
         rules.rules.push_back(std::move(rule));

@@ -54,6 +54,13 @@ struct capture_rules_t {
     std::vector<std::vector<uint32_t>> by_field; ///< rules by the number of their field
 };
 
+/// Returns what a field of a source is called in a bag: as it is written, but for tshark, which
+/// prints "ip.src" as member "ip_src" of "layers".
+std::string capture_field_name(std::string_view source, std::string_view field);
+
+/// Returns the fields that the rules of a source look at, each once.
+std::vector<std::string> capture_rules_fields(std::string_view source);
+
 /// Makes the rules of a source, whose fields are asked for in `bag`.
 capture_rules_t capture_rules(std::string_view source, field_bag_t &bag);
 

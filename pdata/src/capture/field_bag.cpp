@@ -1,5 +1,6 @@
 #include "field_bag.h"
 
+#include <algorithm>
 #include <charconv>
 
 #include <nlohmann/json.hpp>
@@ -94,6 +95,12 @@ void field_bag_add(field_bag_t &bag, std::string_view name, std::string_view val
         bag.touched.push_back(found->second);
     if (values.size() < FIELD_BAG_OCCURRENCES)
         values.emplace_back(value);
+}
+
+void field_bag_limit(field_bag_t &bag, uint32_t number, size_t count)
+{
+    std::vector<std::string> &values = bag.values[number];
+    values.resize(std::min(values.size(), count));
 }
 
 std::string_view field_bag_first(const field_bag_t &bag, uint32_t number)

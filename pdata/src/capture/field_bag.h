@@ -31,6 +31,9 @@ void field_bag_clear(field_bag_t &bag);
 /// Adds a value of a field. Fields that were not asked for are let go.
 void field_bag_add(field_bag_t &bag, std::string_view name, std::string_view value);
 
+/// Lets go of the values of a field beyond the first `count`.
+void field_bag_limit(field_bag_t &bag, uint32_t number, size_t count);
+
 /// Returns the values of a field.
 inline const std::vector<std::string> &field_bag_all(const field_bag_t &bag, uint32_t number)
 {

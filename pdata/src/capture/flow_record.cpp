@@ -48,7 +48,7 @@ void add_end(const flow_record_t &record, const flow_end_t &end, flow_values_t &
         value.address = end.address;
         add_both(values, value);
     }
-    if (record.has_ports)
+    if (record.protocol == 6 || record.protocol == 17)
         add_both(values, number_value(record.protocol == 6 ? "tcp" : "udp", "port", end.port));
 }
 

@@ -1,0 +1,244 @@
+#include "tshark.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+
+#include <fcntl.h>
+#include <ftw.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace
+{
+
+/// Bytes that are gathered before the child is given them.
+constexpr size_t feed_step = size_t{1} << 16;
+/// Longest line of output that is taken, in bytes.
+constexpr size_t line_max = size_t{16} << 20;
+
+constexpr const char *missing =
+    "captures are read with tshark, which is not there; Debian has it in the package tshark";
+
+int remove_entry(const char *path, const struct stat *, int, struct FTW *)
+{
+    return remove(path);
+}
+
+std::string messages_path(const tshark_t &tshark)
+{
+    return tshark.folder + "/messages";
+}
+
+/// Starts the program with its input and output at these descriptors. Returns errno.
+int spawn(const tshark_t &tshark, const std::vector<std::string> &arguments, int input, int output,
+          pid_t &pid)
+{
+    const char *path = std::getenv("PATH");
+    const std::vector<std::string> environment = {
+        std::string("PATH=") + (path == nullptr ? "/usr/bin:/bin" : path), "HOME=" + tshark.folder,
+        "XDG_CONFIG_HOME=" + tshark.folder, "TMPDIR=" + tshark.folder, "LC_ALL=C.UTF-8"};
+    std::vector<char *> words;
+    std::vector<char *> settings;
+    for (const std::string &word : arguments)
+        words.push_back(const_cast<char *>(word.c_str()));
+    for (const std::string &setting : environment)
+        settings.push_back(const_cast<char *>(setting.c_str()));
+    words.push_back(nullptr);
+    settings.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, messages_path(tshark).c_str(),
+                                     O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    const int fault =
+        posix_spawnp(&pid, words.front(), &actions, nullptr, words.data(), settings.data());
+    posix_spawn_file_actions_destroy(&actions);
+    return fault;
+}
+
+std::string start(const tshark_t &tshark, const std::vector<std::string> &arguments,
+                  tshark_child_t &child)
+{
+    std::array<int, 2> in;
+    std::array<int, 2> out;
+    if (pipe2(in.data(), O_CLOEXEC) != 0)
+        return std::strerror(errno);
+    if (pipe2(out.data(), O_CLOEXEC) != 0) {
+        const int fault = errno;
+        close(in[0]);
+        close(in[1]);
+        return std::strerror(fault);
+    }
+    const int fault = spawn(tshark, arguments, in[0], out[1], child.pid);
+    close(in[0]);
+    close(out[1]);
+    child.input = in[1];
+    child.output = out[0];
+    (void)fcntl(child.input, F_SETFL, O_NONBLOCK);
+    if (fault == 0)
+        return {};
+    close(child.input);
+    close(child.output);
+    return fault == ENOENT ? missing : std::string("tshark: ") + std::strerror(fault);
+}
+
+/// Hands on the lines that are complete.
+void take_lines(tshark_child_t &child, const tshark_sink_t &sink)
+{
+    size_t at = 0;
+    for (size_t end; (end = child.in.find('\n', at)) != std::string::npos; at = end + 1)
+        sink(std::string_view(child.in).substr(at, end - at));
+    child.in.erase(0, at);
+    if (child.in.size() > line_max)
+        child.in.clear();
+}
+
+/// Reads once. Returns false at the end.
+bool read_some(tshark_child_t &child, const tshark_sink_t &sink)
+{
+    std::array<char, size_t{1} << 16> bytes;
+    const ssize_t count = read(child.output, bytes.data(), bytes.size());
+    if (count < 0)
+        return errno == EINTR || errno == EAGAIN;
+    child.in.append(bytes.data(), static_cast<size_t>(count));
+    take_lines(child, sink);
+    return count > 0;
+}
+
+/// Writes to a pipe; that its reader is gone is an error and no signal, whatever the process has
+/// set up for that signal.
+ssize_t write_without_signal(int fd, std::string_view bytes)
+{
+    sigset_t pipe_signal;
+    sigset_t before;
+    sigemptyset(&pipe_signal);
+    sigaddset(&pipe_signal, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &pipe_signal, &before);
+    const ssize_t count = write(fd, bytes.data(), bytes.size());
+    const int fault = errno;
+    const timespec no_time = {};
+    if (count < 0 && fault == EPIPE)
+        (void)sigtimedwait(&pipe_signal, nullptr, &no_time);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    errno = fault;
+    return count;
+}
+
+/// Gives the child all of `out`, and takes what it prints meanwhile. Returns false when it is gone.
+bool write_all(tshark_child_t &child, const tshark_sink_t &sink)
+{
+    size_t at = 0;
+    while (at < child.out.size()) {
+        std::array<pollfd, 2> waiting = {pollfd{child.input, POLLOUT, 0},
+                                         pollfd{child.output, POLLIN, 0}};
+        if (poll(waiting.data(), waiting.size(), -1) < 0 && errno != EINTR)
+            return false;
+        if (waiting[1].revents != 0 && !read_some(child, sink))
+            return false;
+        if (waiting[0].revents == 0)
+            continue;
+        const ssize_t count =
+            write_without_signal(child.input, std::string_view(child.out).substr(at));
+        if (count < 0 && errno != EINTR && errno != EAGAIN)
+            return false;
+        at += count > 0 ? static_cast<size_t>(count) : 0;
+    }
+    child.out.clear();
+    return true;
+}
+
+/// The last of the child's messages that is about the capture.
+std::string last_message(const tshark_t &tshark)
+{
+    std::ifstream file(messages_path(tshark));
+    std::string last;
+    for (std::string line; std::getline(file, line);)
+        if (!line.empty() && !line.starts_with("Running as user"))
+            last = line.substr(0, 512);
+    return last;
+}
+
+std::string how_it_ended(const tshark_t &tshark, int status)
+{
+    if (WIFEXITED(status) && WEXITSTATUS(status) == 0)
+        return {};
+    const std::string message = last_message(tshark);
+    if (!message.empty())
+        return message;
+    return WIFEXITED(status) ? "tshark ended with status " + std::to_string(WEXITSTATUS(status))
+                             : "tshark was ended by signal " + std::to_string(WTERMSIG(status));
+}
+
+} // namespace
+
+std::string tshark_open(tshark_t &tshark)
+{
+    const char *parent = std::getenv("TMPDIR");
+    std::string folder = std::string(parent == nullptr ? "/tmp" : parent) + "/pdata.XXXXXX";
+    if (mkdtemp(folder.data()) == nullptr)
+        return folder + ": " + std::strerror(errno);
+    tshark.folder = folder;
+    tshark_child_t child;
+    const std::string fault = start(tshark, {"tshark", "-G", "fields"}, child);
+    if (!fault.empty())
+        return fault;
+    return tshark_finish(tshark, child, [&tshark](std::string_view line) {
+        if (!line.starts_with("F\t"))
+            return;
+        const size_t begin = line.find('\t', 2) + 1;
+        tshark.fields.emplace(line.substr(begin, line.find('\t', begin) - begin));
+    });
+}
+
+void tshark_close(tshark_t &tshark)
+{
+    if (!tshark.folder.empty())
+        nftw(tshark.folder.c_str(), remove_entry, 8, FTW_DEPTH | FTW_PHYS);
+    tshark.folder.clear();
+}
+
+std::string tshark_start(const tshark_t &tshark, const std::vector<std::string> &fields,
+                         tshark_child_t &child)
+{
+    std::vector<std::string> arguments = {"tshark", "-n",
+                                          "-l",     "-Q",
+                                          "-r",     "-",
+                                          "-T",     "ek",
+                                          "-o",     "tcp.reassemble_out_of_order:TRUE",
+                                          "-o",     "tcp.relative_sequence_numbers:FALSE"};
+    for (const std::string &field : fields) {
+        arguments.emplace_back("-e");
+        arguments.push_back(field);
+    }
+    child = {};
+    return start(tshark, arguments, child);
+}
+
+bool tshark_feed(tshark_child_t &child, std::string_view bytes, const tshark_sink_t &sink)
+{
+    child.out += bytes;
+    return child.out.size() < feed_step || write_all(child, sink);
+}
+
+std::string tshark_finish(const tshark_t &tshark, tshark_child_t &child, const tshark_sink_t &sink)
+{
+    (void)write_all(child, sink);
+    close(child.input);
+    while (read_some(child, sink))
+        ;
+    if (!child.in.empty())
+        sink(child.in);
+    close(child.output);
+    int status = 0;
+    while (waitpid(child.pid, &status, 0) < 0 && errno == EINTR)
+        ;
+    child = {};
+    return how_it_ended(tshark, status);
+}

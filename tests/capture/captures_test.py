@@ -1,0 +1,229 @@
+#!/usr/bin/env python3
+"""Flows of captures, held against what a plain script makes of tshark's fields.
+
+    captures_test.py BIN
+
+BIN is the folder of the programs. The captures with traps are made by make_traps.py and what is
+expected of them is written down here; those of ../shared/data/captures are optional. Without tshark
+everything is skipped, visibly.
+"""
+
+import collections
+import glob
+import json
+import os
+import shutil
+import struct
+import subprocess
+import sys
+import tempfile
+import unittest
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+ROOT = os.path.normpath(os.path.join(HERE, "..", ".."))
+CAPTURES = os.path.join(ROOT, "..", "shared", "data", "captures")
+PDATA = os.path.join(os.path.abspath(sys.argv.pop(1)), "pdata") if len(sys.argv) > 1 else "pdata"
+
+FIELDS = ["frame.protocols", "frame.len", "ip.src", "ip.dst", "ipv6.src", "ipv6.dst", "tcp.srcport",
+          "tcp.dstport", "udp.srcport", "udp.dstport", "http.host", "dns.qry.name",
+          "tls.handshake.extensions_server_name"]
+
+
+def flows_of(path, *options, source=None):
+    """Returns the flows that pdata finds, and its summary."""
+    done = subprocess.run([PDATA, "flows", "--json", *options, path], input=source, check=False,
+                          capture_output=True)
+    lines = [json.loads(line) for line in done.stdout.splitlines()]
+    return lines[:-1], lines[-1]["summary"], done
+
+
+def values(flow, name, way="cts"):
+    """The values of an attribute in a flow's line, as they are written there."""
+    start = f"{name} {way} "
+    return [value[len(start):] for value in flow["flow"].split("; ") if value.startswith(start)]
+
+
+@unittest.skipIf(shutil.which("tshark") is None, "tshark is not installed")
+class Traps(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = tempfile.TemporaryDirectory()
+        subprocess.run([sys.executable, os.path.join(HERE, "make_traps.py"), cls.folder.name],
+                       check=True)
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.folder.cleanup()
+
+    def path(self, name):
+        return os.path.join(self.folder.name, name + ".pcap")
+
+    def flows(self, name, *options):
+        flows, summary, done = flows_of(self.path(name), *options)
+        self.assertEqual(done.stderr, b"")
+        self.assertEqual(done.returncode, 0)
+        self.assertEqual(summary["flows"], len(flows))
+        return flows
+
+    def test_one_five_tuple_in_two_tunnels_is_two_flows(self):
+        seven, eight = self.flows("tunnel")
+        self.assertEqual(seven["initiator"], {"address": "10.0.0.1", "port": 4000})
+        self.assertEqual(seven["initiator"], eight["initiator"])
+        self.assertNotEqual(seven["tunnel"], eight["tunnel"])
+        self.assertEqual(seven["packets"], 3)
+        self.assertEqual(values(seven, "http:server"), ['"seven.example"'])
+        self.assertIn("eight.example", values(eight, "tcp:stream")[0])
+
+    def test_an_icmp_error_is_no_packet_of_what_it_is_about(self):
+        query, error = self.flows("icmp_error")
+        self.assertEqual((query["transport"], query["packets"]), ("udp", 1))
+        self.assertEqual(values(query, "dns:query"), ['"lost.example"'])
+        self.assertEqual((error["transport"], error["packets"]), ("icmp", 1))
+        self.assertEqual(values(error, "icmp:typeval"), ["3"])
+        self.assertNotIn("lost.example", error["flow"])
+
+    def test_a_hello_out_of_order(self):
+        flow, = self.flows("split_hello")
+        self.assertEqual(values(flow, "ssl:common_name"), ['"split.example"'])
+        stream, = values(flow, "tcp:stream")
+        self.assertTrue(stream.startswith('"\\x16\\x03\\x01'))
+        self.assertTrue(stream.endswith('split.example"'))
+
+    def test_what_is_sent_twice_counts_once_and_a_gap_ends(self):
+        flow, = self.flows("retransmission")
+        self.assertEqual(values(flow, "tcp:stream"), ['"HELLO WORLD"...'])
+
+    def test_the_payload_is_bounded(self):
+        flow, = self.flows("retransmission", "--payload", "8")
+        self.assertEqual(values(flow, "tcp:stream"), ['"HELLO WO"...'])
+
+    def test_a_hop_by_hop_header(self):
+        flow, = self.flows("hop_by_hop")
+        self.assertEqual(flow["transport"], "icmp6")
+        self.assertEqual(values(flow, "ip6:protoid"), ["58"])
+        self.assertEqual(values(flow, "icmp6:type"), ["128"])
+
+    def test_two_requests_in_a_frame_and_a_zero_byte(self):
+        flow, = self.flows("two_requests")
+        self.assertEqual(values(flow, "http:uri"), ['"/one"', '"/two"', '"/three"'])
+        self.assertEqual(values(flow, "http:server"),
+                         ['"one.example"', '"two.example"', '"th"...'])
+
+    def test_names_keep_their_case_and_the_asker_is_the_client(self):
+        flow, = self.flows("capitals")
+        self.assertEqual(flow["initiator"]["port"], 4005)
+        self.assertEqual(values(flow, "dns:query"), ['"WWW.YouTube.COM"'])
+
+    def test_a_five_tuple_used_again(self):
+        first, second = self.flows("generations")
+        self.assertEqual((first["generation"], second["generation"]), (0, 1))
+        self.assertEqual(values(first, "tcp:stream"), ['"one"'])
+        self.assertEqual(values(second, "tcp:stream"), ['"two"'])
+
+    def test_pieces_mark_their_seams_and_lose_nothing(self):
+        flow, = self.flows("retransmission", "--piece", "2")
+        self.assertTrue(flow["seam"])
+        self.assertEqual(values(flow, "tcp:stream"), ['"HELLO WORLD"...'])
+        self.assertEqual(flow["packets"], 7)
+
+    def test_standard_input_and_what_is_cut_short(self):
+        with open(self.path("hop_by_hop"), "rb") as file:
+            whole = file.read()
+        flows, _, done = flows_of("-", source=whole)
+        self.assertEqual((len(flows), done.returncode), (1, 0))
+        flows, _, done = flows_of("-", source=whole[:-3])
+        self.assertEqual((len(flows), done.returncode), (0, 3))
+        self.assertIn(b"cut short", done.stderr)
+
+    def test_pcapng(self):
+        with open(self.path("hop_by_hop"), "rb") as file:
+            packet = file.read()[40:]
+        for order in "<>":
+            def block(kind, body):
+                size = 12 + len(body)
+                return struct.pack(order + "II", kind, size) + body + struct.pack(order + "I", size)
+            padded = packet + bytes(-len(packet) % 4)
+            capture = (block(0x0A0D0D0A, struct.pack(order + "IHHq", 0x1A2B3C4D, 1, 0, -1))
+                       + block(1, struct.pack(order + "HHI", 1, 0, 0))
+                       + 2 * block(6, struct.pack(order + "IIIII", 0, 0, 1, len(packet),
+                                                  len(packet)) + padded))
+            for piece in ("1", "9"):
+                flows, _, done = flows_of("-", "--piece", piece, source=capture)
+                self.assertEqual(done.stderr, b"")
+                self.assertEqual([flow["packets"] for flow in flows], [2])
+
+    def test_the_window_evicts(self):
+        flows, summary, _ = flows_of(self.path("icmp_error"), "--window", "1")
+        self.assertEqual((len(flows), summary["evicted"]), (2, 1))
+
+
+def plain_flows(path):
+    """What tshark's fields say: packets, bytes and names by the innermost ends of each packet."""
+    arguments = ["tshark", "-n", "-r", path, "-T", "fields", "-E", "aggregator=|", "-E",
+                 "separator=/t", "-o", "tcp.reassemble_out_of_order:TRUE"]
+    for field in FIELDS:
+        arguments += ["-e", field]
+    done = subprocess.run(arguments, capture_output=True, check=True, text=True,
+                          env={**os.environ, "LC_ALL": "C.UTF-8"})
+    flows = collections.defaultdict(lambda: {"packets": 0, "bytes": 0, "names": set()})
+    for line in done.stdout.splitlines():
+        columns = dict(zip(FIELDS, (text.split("|") for text in line.split("\t"))))
+        layers = columns["frame.protocols"][0].split(":")
+        for icmp in ("icmp", "icmpv6"):
+            if icmp in layers:
+                layers = layers[:layers.index(icmp) + 1]
+        versions = [layer for layer in layers if layer in ("ip", "ipv6")]
+        if not versions:
+            continue
+        innermost = versions[-1]
+        at = versions.count(innermost) - 1
+        carried = layers[len(layers) - layers[::-1].index(innermost):]
+        transport = next((layer for layer in carried if not layer.startswith("ipv6.")), "")
+        if transport not in ("tcp", "udp"):
+            continue
+        at_ports = layers.count(transport) - 1
+        ends = tuple(sorted((columns[f"{innermost}.{end}"][at],
+                             int(columns[f"{transport}.{end}port"][at_ports]))
+                            for end in ("src", "dst")))
+        flow = flows[(transport,) + ends]
+        flow["packets"] += 1
+        flow["bytes"] += int(columns["frame.len"][0])
+        flow["names"] |= {name for name in columns["tls.handshake.extensions_server_name"] if name}
+        flow["names"] |= {name for name in columns["dns.qry.name"] if name and name != "<Root>"}
+        if "http" in layers:
+            flow["names"] |= {host.rsplit(":", 1)[0] for host in columns["http.host"] if host}
+    return flows
+
+
+@unittest.skipIf(shutil.which("tshark") is None, "tshark is not installed")
+@unittest.skipUnless(os.path.isdir(CAPTURES), "../shared/data/captures is not at hand")
+class Captures(unittest.TestCase):
+    def test_every_capture(self):
+        for path in sorted(glob.glob(os.path.join(CAPTURES, "*.pcap"))):
+            with self.subTest(capture=os.path.basename(path)):
+                self.check(path)
+
+    def check(self, path):
+        flows, _, done = flows_of(path)
+        self.assertEqual((done.returncode, done.stderr), (0, b""))
+        found = collections.defaultdict(lambda: {"packets": 0, "bytes": 0, "flow": ""})
+        for flow in flows:
+            if flow["transport"] not in ("tcp", "udp"):
+                continue
+            ends = tuple(sorted((flow[end]["address"], flow[end]["port"])
+                                for end in ("initiator", "responder")))
+            total = found[(flow["transport"],) + ends]
+            total["packets"] += flow["packets"]
+            total["bytes"] += flow["bytes"]
+            total["flow"] += flow["flow"] + "; "
+        plain = plain_flows(path)
+        self.assertEqual(set(found), set(plain))
+        for key, expected in plain.items():
+            self.assertEqual((found[key]["packets"], found[key]["bytes"]),
+                             (expected["packets"], expected["bytes"]), key)
+            for name in expected["names"]:
+                self.assertIn(f'"{name}"', found[key]["flow"], key)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,154 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <random>
+
+#include "capture_file.h"
+#include "flow_table.h"
+
+#include <unistd.h>
+
+namespace
+{
+
+using namespace std::string_literals;
+
+const std::string packet_line =
+    R"({"timestamp":"1700000000000","layers":{"frame_protocols":["eth:ethertype:ip:udp:vxlan:eth:)"
+    R"(ethertype:ipv6:ipv6.hopopts:tcp:tls"],"frame_len":["90"],"ip_src":["10.0.0.1"],)"
+    R"("ip_dst":["10.0.0.2"],"ipv6_src":["2001:db8::1"],"ipv6_dst":["2001:db8::2"],)"
+    R"("tcp_srcport":["4000"],"tcp_dstport":["443"],"udp_srcport":["1"],"udp_dstport":["4789"],)"
+    R"("tcp_flags":["0x0018"],"tcp_seq":["4294967295"],"tcp_len":["3"],"tcp_payload":["160301"],)"
+    R"("vxlan_vni":["7"],"tls_handshake_type":["1"],)"
+    R"("tls_handshake_extensions_server_name":["a.example"],)"
+    R"("tls_handshake_extensions_server_name_len":["9"],"tls_handshake_certificate":["3003:zz"]}})";
+
+TEST(packet_test, the_innermost_headers_count)
+{
+    packet_reader_t reader;
+    packet_reader_open(reader);
+    packet_t packet;
+    std::string fault;
+    ASSERT_TRUE(packet_read(reader, packet_line, packet, fault)) << fault;
+    EXPECT_EQ(flow_end_text(packet.from), "2001:db8::1");
+    EXPECT_EQ(packet.to.port, 443);
+    EXPECT_EQ(packet.protocol, 6);
+    EXPECT_EQ(packet.sequence, 4294967295U);
+    EXPECT_EQ(packet.payload, "\x16\x03\x01");
+    EXPECT_TRUE(packet.request);
+    EXPECT_EQ(packet.tunnel, "ip:udp:vxlan:eth:ethertype 10.0.0.1-10.0.0.2 7");
+}
+
+TEST(packet_test, lines_of_any_bytes_are_faults_at_most)
+{
+    packet_reader_t reader;
+    packet_reader_open(reader);
+    std::mt19937 random(5);
+    uint64_t flows = 0;
+    flow_table_t table;
+    table.window = 3;
+    table.sink = [&flows](flow_record_t &record) {
+        flows += flow_record_values(record, true).empty() ? 0 : 1;
+    };
+    for (int round = 0; round < 20000; ++round) {
+        std::string line = packet_line;
+        for (size_t edit = random() % 6; edit > 0; --edit)
+            line[random() % line.size()] = static_cast<char>(random() % 128);
+        packet_t packet;
+        std::string fault;
+        if (!packet_read(reader, line, packet, fault))
+            continue;
+        uint8_t side = 0;
+        flow_record_t &record = flow_table_add(table, packet, side);
+        capture_rules_apply(reader.rules, reader.bag, {{}, packet.layers, side, packet.payload},
+                            record);
+    }
+    flow_table_end(table);
+    EXPECT_GT(flows, 100U);
+}
+
+TEST(packet_test, payload_is_put_in_order)
+{
+    flow_payload_t payload;
+    flow_payload_begin(payload, 4294967294U);
+    flow_payload_add(payload, 1, "DEF", 3, 100);
+    flow_payload_add(payload, 4294967293U, "xabC", 4, 100);
+    flow_payload_add(payload, 4294967294U, "ABC", 3, 100);
+    EXPECT_EQ(flow_payload_bytes(payload, 100), "abCDEF");
+    EXPECT_FALSE(payload.more);
+}
+
+TEST(packet_test, a_gap_and_the_limit_end_the_payload)
+{
+    flow_payload_t gap;
+    flow_payload_begin(gap, 10);
+    flow_payload_add(gap, 11, "behind", 6, 100);
+    EXPECT_EQ(flow_payload_bytes(gap, 100), "");
+    EXPECT_TRUE(gap.more);
+    flow_payload_t limit;
+    flow_payload_add(limit, 10, "abcdef", 6, 4);
+    EXPECT_EQ(flow_payload_bytes(limit, 4), "abcd");
+    EXPECT_TRUE(limit.more);
+}
+
+TEST(packet_test, pieces_of_a_stream_in_any_order_lead_to_its_beginning)
+{
+    std::mt19937 random(9);
+    for (int round = 0; round < 2000; ++round) {
+        std::string stream(1 + random() % 40, '\0');
+        for (char &c : stream)
+            c = static_cast<char>('a' + random() % 26);
+        const auto base = static_cast<uint32_t>(random());
+        flow_payload_t payload;
+        flow_payload_begin(payload, base);
+        std::vector<bool> sent(stream.size());
+        for (size_t piece = random() % 12; piece > 0; --piece) {
+            const size_t at = random() % stream.size();
+            const size_t length = 1 + random() % (stream.size() - at);
+            flow_payload_add(payload, base + static_cast<uint32_t>(at), stream.substr(at, length),
+                             static_cast<uint32_t>(length), 1000);
+            std::fill_n(sent.begin() + static_cast<ptrdiff_t>(at), length, true);
+        }
+        const auto gap =
+            static_cast<size_t>(std::find(sent.begin(), sent.end(), false) - sent.begin());
+        EXPECT_EQ(flow_payload_bytes(payload, 1000), stream.substr(0, gap));
+    }
+}
+
+/// Reads bytes as a capture to its end.
+void read_capture(const std::string &bytes)
+{
+    std::array<int, 2> ends;
+    ASSERT_EQ(pipe(ends.data()), 0);
+    ASSERT_EQ(write(ends[1], bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+    close(ends[1]);
+    byte_source_t source = {ends[0]};
+    capture_file_t file;
+    std::string_view block;
+    bool more = capture_file_open(source, file);
+    while (more) {
+        more = capture_file_next(source, file, block) <= CAPTURE_OTHER;
+        EXPECT_LE(block.size(), bytes.size());
+    }
+    close(ends[0]);
+}
+
+TEST(packet_test, damaged_captures_end)
+{
+    const std::string old = "\xD4\xC3\xB2\xA1"s + std::string(20, '\1') + std::string(8, '\0') +
+                            "\4\0\0\0\4\0\0\0abcd"s;
+    const std::string next = "\x0A\x0D\x0D\x0A\x1C\0\0\0\x4D\x3C\x2B\x1A\1\0\0\0"s +
+                             std::string(8, '\xFF') + "\x1C\0\0\0"s +
+                             "\6\0\0\0\x10\0\0\0abcd\x10\0\0\0"s;
+    std::mt19937 random(2);
+    for (int round = 0; round < 4000; ++round) {
+        std::string bytes = round % 2 == 0 ? old : next;
+        bytes.resize(random() % (bytes.size() + 1));
+        for (size_t edit = random() % 3; edit > 0 && !bytes.empty(); --edit)
+            bytes[random() % bytes.size()] = static_cast<char>(random() % 256);
+        read_capture(bytes);
+    }
+}
+
+} // namespace
