@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "captured.h"
+#include "covered.h"
 #include "description_writer.h"
 #include "loadable_reader.h"
 #include "outcome.h"
@@ -143,6 +144,7 @@ inline compiled_t compile(const pdb_list_t &list, uint32_t network_endian = 1,
     if (!bytes.empty()) {
         EXPECT_EQ(loadable_verify(bytes, origin), "");
         EXPECT_EQ(verify_text(bytes, origin == LOADABLE_FOREIGN), "");
+        EXPECT_EQ(origin == LOADABLE_FOREIGN ? dump_cover(bytes).fault : dump_fault(bytes), "");
         EXPECT_EQ(out.pdb_type, PDB_TYPE_LOAD);
     }
     return compiled;

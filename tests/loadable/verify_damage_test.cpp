@@ -85,6 +85,9 @@ void run_model(std::span<const uint8_t> file)
 /// Verifies a file, and uses it if it may be used.
 void try_file(std::span<const uint8_t> file, tally_t &tally, bool with_model)
 {
+    if (with_model) { // small, or one of a few
+        EXPECT_EQ(dump_cover(file).fault, "");
+    }
     pdb_view_t view;
     view_error_t error;
     if (!pdb_verify_open(file, view, error)) {

@@ -1,5 +1,6 @@
 /// Checks pdb files. Of a loadable pdb the reader of the tests says whether it can be read whole
-/// and its parts fit together; of every pdb the verifier of the product says whether it is safe.
+/// and its parts fit together; of every pdb the verifier of the product says whether it is safe,
+/// and its dump must cover it.
 ///
 ///     loadable_verify [--foreign] FILE...
 ///
@@ -9,11 +10,19 @@
 #include <fstream>
 #include <iterator>
 
+#include "covered.h"
 #include "loadable_reader.h"
 #include "verified.h"
 
 namespace
 {
+
+/// Returns what is wrong with the dump of a file: its ranges cover it once, and show no damage that
+/// the compiler's own descriptions cannot lead to.
+std::string fault_of_dump(std::span<const uint8_t> bytes, loadable_origin_t origin)
+{
+    return origin == LOADABLE_FOREIGN ? dump_cover(bytes).fault : dump_fault(bytes);
+}
 
 /// Returns what is wrong with a file, empty for nothing.
 std::string fault_of(const char *name, loadable_origin_t origin)
@@ -26,7 +35,9 @@ std::string fault_of(const char *name, loadable_origin_t origin)
     view_error_t error;
     const bool described = pdb_view_open(bytes, view, error) && !view.compiled && !view.empty;
     const std::string fault = described ? "" : loadable_verify(bytes, origin);
-    return fault.empty() ? verify_text(bytes, origin == LOADABLE_FOREIGN) : fault;
+    const std::string unsafe =
+        fault.empty() ? verify_text(bytes, origin == LOADABLE_FOREIGN) : fault;
+    return unsafe.empty() ? fault_of_dump(bytes, origin) : unsafe;
 }
 
 } // namespace

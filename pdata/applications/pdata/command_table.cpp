@@ -26,6 +26,8 @@ std::span<const command_t> command_table()
          "  pdata fmt --check protocols.pdd", fmt_declare},
         {"list", operators, "What is in a pdb: parts, protocols, matchers, rules", text_json,
          "  pdata list example.pdb", list_declare},
+        {"dump", operators, "Every byte of a pdb: where it stands, what it is, what it means",
+         text_json, "  pdata dump example.pdb --section TAGS", dump_declare},
         {"verify", operators, "Everything in a pdb is within its bounds, or where it is not",
          text_json, "  pdata verify example.pdb loadable.pdb", verify_declare},
         {"flows", operators, "Captures and logs as flow lines, for match and test", text_json,

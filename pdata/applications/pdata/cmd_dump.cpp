@@ -1,0 +1,68 @@
+#include <memory>
+
+#include "commands.h"
+#include "dump_print.h"
+#include "open_file.h"
+
+namespace
+{
+
+struct dump_options_t {
+    std::string file;
+    std::string section;
+    size_t from = 0;
+};
+
+void put_text(void *context, const dump_range_t &range)
+{
+    dump_print_text(*static_cast<console_t *>(context), range);
+}
+
+void put_json(void *context, const dump_range_t &range)
+{
+    console_print(*static_cast<console_t *>(context), "{}\n", dump_document(range).dump());
+}
+
+void print_summary(console_t &console, const input_file_t &file, const dump_totals_t &totals)
+{
+    json_document_t document = json_document("dump");
+    document["summary"] = {{"file", json_text(file.name)},
+                           {"bytes", input_file_bytes(file).size()},
+                           {"ranges", totals.nr_range},
+                           {"damaged", totals.nr_damaged}};
+    console_record(console, document);
+}
+
+exit_status_t dump_run(const dump_options_t &options, console_t &console)
+{
+    dump_choice_t choice = {options.from, FORMAT_KIND_NONE};
+    if (!options.section.empty() && !dump_section_find(options.section, choice.section)) {
+        console_error(console,
+                      "no section \"{}\"; sections are records as docs/pdb.md names them, "
+                      "as in MATCHERS or PROTO_META",
+                      options.section);
+        return EXIT_STATUS_USAGE;
+    }
+    input_file_t file;
+    if (!open_file(console, options.file, file))
+        return EXIT_STATUS_FILE;
+    const bool json = console.format == OUTPUT_JSON;
+    const dump_totals_t totals =
+        dump_walk(input_file_bytes(file), choice, {json ? put_json : put_text, &console});
+    if (json)
+        print_summary(console, file, totals);
+    return totals.nr_damaged == 0 ? EXIT_STATUS_FINE : EXIT_STATUS_FINDINGS;
+}
+
+} // namespace
+
+command_run_t dump_declare(CLI::App &app)
+{
+    auto options = std::make_shared<dump_options_t>();
+    app.add_option("FILE", options->file, "A pdb, - for standard input")->required();
+    app.add_option("--from", options->from, "First byte, decimal or 0x and hexadecimal")
+        ->type_name("OFFSET");
+    app.add_option("--section", options->section, "Records of one kind alone, with what is in them")
+        ->type_name("NAME");
+    return [options](console_t &console) { return dump_run(*options, console); };
+}

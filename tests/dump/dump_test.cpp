@@ -1,0 +1,207 @@
+// The ranges of a dump: what they say of a pdb that is written out here, and that they cover any
+// bytes once.
+#include "dump.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <random>
+
+#include "covered.h"
+#include "rounds.h"
+#include "words.h"
+
+namespace
+{
+
+// The pool of the group: web at 0, one zero byte at 6. The main strings: ab at 0.
+const word_list group_strings = {0x00037765, 0x62000001, 0x00000000};
+const word_list main_strings = {0x00026162};
+
+word_list protocol_record()
+{
+    const word_list attribute = record(6, {0x12, 0, 0, 5});
+    const word_list sub_rule =
+        record(2, join({record(4, {0, 0, 0, 7}), record(3, {0}), record(2, attribute)}));
+    const word_list rule = record(2, join({record(7, {0x05000006, 0, 3, 0, 1, 1, 0, 1, 0}),
+                                           record(3, {0}), record(2, sub_rule)}));
+    return record(1, join({record(1, {0x1234, 0, 6, 8, 1, 0, 1, 2, 3, 0}), record(2, {0, 0}),
+                           record(8, {0}), record(7, rule)}));
+}
+
+/// An alias pair is 18 bytes, two of padding behind it.
+word_list pdb()
+{
+    const word_list group =
+        record(1, join({record(1, protocol_record()), record(2, group_strings)}));
+    return join({record(12, {0x01000001}), record(1, group),
+                 record(10, {0, 0, 0x01000000, 0x00000000, 0x00030000}), record(9, {0, 17}),
+                 record(3, main_strings)});
+}
+
+/// A line for each range: offset, size, depth, what it says.
+void put_line(void *context, const dump_range_t &range)
+{
+    std::string &text = *static_cast<std::string *>(context);
+    text += std::to_string(range.offset) + "+" + std::to_string(range.bytes.size()) + " " +
+            std::string(range.depth, '.') + std::string(range.name);
+    for (const std::string_view part : {range.value, range.meaning, range.damage})
+        text += part.empty() ? "" : "|" + std::string(part);
+    text += range.has_text ? "|\"" + std::string(range.text) + "\"\n" : "\n";
+}
+
+std::string lines(const word_list &words, const dump_choice_t &choice = {})
+{
+    std::string text;
+    const std::vector<uint8_t> bytes = stored(words);
+    (void)dump_walk(bytes, choice, {put_line, &text}); // the totals are looked at elsewhere
+    return text;
+}
+
+dump_choice_t only(format_kind_t kind)
+{
+    return {0, kind};
+}
+
+TEST(Dump, NamesTheFieldsOfARule)
+{
+    EXPECT_EQ(lines(pdb(), only(FORMAT_PROTO_RULE_META_V5)),
+              "96+4 ......PROTO_RULE_META_V5|type 7, 9 words|meta without version identifier\n"
+              "100+4 .......order|0x05000006|range 5, order 6\n"
+              "104+4 .......reserved|0\n"
+              "108+4 .......scope|0x00000003|all, http\n"
+              "112+4 .......fastpass|0|no\n"
+              "116+4 .......preempt|1|yes\n"
+              "120+4 .......path_count|1\n"
+              "124+4 .......path[0]|0|\"web\"\n"
+              "128+4 .......tag_count|1\n"
+              "132+4 .......tag[0]|0|\"ab\"\n");
+}
+
+TEST(Dump, NamesTheFieldsOfAnAttribute)
+{
+    EXPECT_EQ(lines(pdb(), only(FORMAT_PROTO_ATTR_STREAM_OFFSET)),
+              "184+4 .........PROTO_ATTR_STREAM_OFFSET|type 6, 4 words|streams\n"
+              "188+4 ..........way_proto|18|client to server, TCP\n"
+              "192+4 ..........name|0|\"web\"\n"
+              "196+4 ..........value[0]|0|\"web\"\n"
+              "200+4 ..........offset[0]|5\n");
+}
+
+TEST(Dump, SaysWhereAPositionLeads)
+{
+    EXPECT_EQ(lines(pdb(), only(FORMAT_PROTO_RULES_OFFSET)),
+              "80+4 ....PROTO_RULES_OFFSET|type 8, 1 words|positions of the rules\n"
+              "84+4 .....rule[0]|0|record at byte 0x5c\n");
+}
+
+TEST(Dump, NamesTheProtocolOfAnId)
+{
+    const std::string text = lines(pdb(), only(FORMAT_PROTO));
+    EXPECT_TRUE(text.starts_with("20+4 ...PROTO|type 1, 45 words|protocol web\n"
+                                 "24+4 ....PROTO_META|type 1, 10 words|meta\n"
+                                 "28+4 .....id|4660|web\n"
+                                 "32+4 .....name|0|\"web\"\n"))
+        << text;
+}
+
+TEST(Dump, TakesPoolsAndPaddingApart)
+{
+    EXPECT_EQ(lines(pdb(), {204, FORMAT_KIND_NONE}),
+              "204+4 ..PROTOGROUP_STRING|type 2, 3 words|strings of the group\n"
+              "208+6 ...string|0|\"web\"\n"
+              "214+4 ...string|6|\"" +
+                  std::string(1, '\0') +
+                  "\"\n"
+                  "218+2 ...padding\n"
+                  "220+4 MATCHER_ALIAS|type 10, 5 words|matcher aliases\n"
+                  "224+4 .alias_protocol[0]|0|\"ab\"\n"
+                  "228+4 .alias_attribute[0]|0|\"ab\"\n"
+                  "232+1 .alias_way[0]|1|client to server\n"
+                  "233+4 .reference_protocol[0]|0|\"ab\"\n"
+                  "237+4 .reference_attribute[0]|0|\"ab\"\n"
+                  "241+1 .reference_way[0]|3|both directions\n"
+                  "242+2 .padding\n"
+                  "244+4 TAGS|type 9, 2 words|tag table\n"
+                  "248+4 .name[0]|0|\"ab\"\n"
+                  "252+4 .number[0]|17\n"
+                  "256+4 STRING|type 3, 1 words|main strings\n"
+                  "260+4 .string|0|\"ab\"\n");
+}
+
+// A pdb that a little-endian host loaded has its tag table in that order.
+TEST(Dump, TakesTagsInEitherByteOrder)
+{
+    const word_list tail = join({record(9, {0, 0x11000000}), record(3, main_strings)});
+    EXPECT_EQ(lines(join({record(12, {0x03000003}), tail}), only(FORMAT_TAGS)),
+              "8+4 TAGS|type 9, 2 words|tag table\n"
+              "12+4 .name[0]|0|\"ab\"\n"
+              "16+4 .number[0]|17\n");
+    EXPECT_EQ(lines(join({record(12, {0x04000004}), tail}), only(FORMAT_TAGS)),
+              "8+4 TAGS|type 9, 2 words|tag table\n"
+              "12+4 .name[0]|0|\"ab\"\n"
+              "16+4 .number[0]|285212672\n");
+}
+
+TEST(Dump, SaysDamageWhereItIsAndGoesOn)
+{
+    EXPECT_EQ(lines({0x0D000001, 0x01020304, 0x0C000000, 0x0C000003, 0x02000002, 0x00000100}),
+              "0+4 record|type 13, 1 words|no record of this type stands here\n"
+              "4+4 .bytes\n"
+              "8+4 LOAD|type 12, 0 words|load state\n"
+              "12+0 .rest|too short for its fields\n"
+              "12+4 LOAD|type 12, 3 words|load state|8 bytes are left\n"
+              "16+4 .state|0x02000002|loadable\n"
+              "20+4 .rest|padding that is not zero\n");
+}
+
+TEST(Dump, SaysWhenAStringIsNotThere)
+{
+    EXPECT_EQ(lines(join({record(9, {2, 17}), record(3, {0x00056162})}), only(FORMAT_TAGS)),
+              "0+4 TAGS|type 9, 2 words|tag table\n"
+              "4+4 .name[0]|2|no string is there\n"
+              "8+4 .number[0]|17\n");
+}
+
+TEST(Dump, FindsSectionsByName)
+{
+    format_kind_t kind = FORMAT_KIND_NONE;
+    EXPECT_TRUE(dump_section_find("proto_meta", kind));
+    EXPECT_EQ(kind, FORMAT_PROTO_META);
+    EXPECT_FALSE(dump_section_find("proto", kind) && kind != FORMAT_PROTO);
+    EXPECT_FALSE(dump_section_find("META", kind));
+    EXPECT_FALSE(dump_section_find("", kind));
+}
+
+TEST(Dump, BeginsWithTheRangeThatHoldsTheByte)
+{
+    EXPECT_EQ(lines(pdb(), {254, FORMAT_KIND_NONE}), "252+4 .number[0]|17\n"
+                                                     "256+4 STRING|type 3, 1 words|main strings\n"
+                                                     "260+4 .string|0|\"ab\"\n");
+    EXPECT_EQ(lines(pdb(), {5000, FORMAT_KIND_NONE}), "");
+}
+
+TEST(Dump, CoversEveryCut)
+{
+    const std::vector<uint8_t> whole = stored(pdb());
+    EXPECT_EQ(dump_fault(whole), "");
+    for (size_t size = 0; size < whole.size(); ++size) {
+        const std::unique_ptr<uint8_t[]> cut(new uint8_t[size]);
+        std::copy_n(whole.begin(), size, cut.get());
+        EXPECT_EQ(dump_cover({cut.get(), size}).fault, "") << size;
+    }
+}
+
+TEST(Dump, CoversAnyWordsOfTheFormat)
+{
+    std::mt19937 random(5);
+    for (uint32_t round = 0; round < rounds(20000); ++round) {
+        word_list words(random() % 60);
+        for (uint32_t &word : words)
+            word = static_cast<uint32_t>(random() % 4 == 0 ? random()
+                                                           : (random() % 48) << 24 | random() % 30);
+        EXPECT_EQ(dump_cover(stored(words)).fault, "");
+    }
+}
+
+} // namespace
