@@ -15,18 +15,12 @@ struct fmt_options_t {
     bool write = false;
 };
 
-std::string_view file_text(const input_file_t &file)
-{
-    const std::span<const uint8_t> bytes = input_file_bytes(file);
-    return {reinterpret_cast<const char *>(bytes.data()), bytes.size()};
-}
-
 exit_status_t fmt_file(const fmt_options_t &options, const std::string &path, console_t &console)
 {
     input_file_t file;
     if (!open_file(console, path, file))
         return EXIT_STATUS_FILE;
-    const std::string_view text = file_text(file);
+    const std::string_view text = input_file_text(file);
     description_text_t description;
     text_fault_t fault;
     if (!description_text_read(text, description, fault)) {

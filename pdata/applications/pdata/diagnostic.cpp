@@ -38,3 +38,12 @@ void print_text_fault(console_t &console, const std::string &file, std::string_v
                                          escape_terminal(fault.text), id, line, '^', at + 1);
     (void)std::fwrite(text.data(), 1, text.size(), console.err); // nowhere left to complain
 }
+
+void print_line_fault(console_t &console, const std::string &file, size_t line,
+                      std::string_view text, std::string_view id)
+{
+    const std::string level = colour_text(console.err_colour, COLOUR_ERROR, "error");
+    const std::string shown = fmt::format("{}:{}:1: {}: {} [{}]\n", escape_terminal(file), line,
+                                          level, escape_terminal(text), id);
+    (void)std::fwrite(shown.data(), 1, shown.size(), console.err); // nowhere left to complain
+}

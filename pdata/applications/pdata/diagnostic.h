@@ -8,3 +8,7 @@
 /// error.
 void print_text_fault(console_t &console, const std::string &file, std::string_view content,
                       const text_fault_t &fault, std::string_view id);
+
+/// Prints "file:line:1: error: text [id]" on standard error, for lists, whose lines are entries.
+void print_line_fault(console_t &console, const std::string &file, size_t line,
+                      std::string_view text, std::string_view id);

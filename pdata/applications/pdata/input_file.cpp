@@ -101,3 +101,9 @@ std::span<const uint8_t> input_file_bytes(const input_file_t &file)
         return {static_cast<const uint8_t *>(file.mapping), file.mapping_size};
     return file.buffer;
 }
+
+std::string_view input_file_text(const input_file_t &file)
+{
+    const std::span<const uint8_t> bytes = input_file_bytes(file);
+    return {reinterpret_cast<const char *>(bytes.data()), bytes.size()};
+}

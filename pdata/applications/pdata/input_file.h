@@ -29,3 +29,6 @@ struct input_file_t {
 
 /// Returns the bytes of an input.
 std::span<const uint8_t> input_file_bytes(const input_file_t &file);
+
+/// Returns them as text.
+std::string_view input_file_text(const input_file_t &file);

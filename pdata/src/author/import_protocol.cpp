@@ -1,0 +1,214 @@
+#include "import_protocol.h"
+
+#include <algorithm>
+
+#include "description_layout.h"
+
+namespace
+{
+
+/// The first id of the namespace of users.
+constexpr uint32_t USER_IDS = 0x1000000;
+
+/// Attributes that hold host names.
+struct name_attribute_t {
+    const char *protocol;
+    const char *attribute;
+};
+
+constexpr std::array<name_attribute_t, 3> name_attributes = {
+    {{"http", "cts-server"}, {"ssl", "common_name"}, {"quic", "cts-server_name"}}};
+
+/// Of these, the ones whose values the shipped aliases put into one matcher: ssl and quic.
+constexpr uint32_t SHARED_MATCHER = 2;
+
+/// Attributes of numbers, by number_kind_t, and the range of their order.
+struct number_attribute_t {
+    const char *protocol;
+    const char *attribute;
+    const char *order;
+};
+
+constexpr std::array<number_attribute_t, NUMBER_KINDS> number_attributes = {
+    {{"ip", "address", "220:1000"},
+     {"ip6", "address", "220:1000"},
+     {"tcp", "port", "200:1000"},
+     {"udp", "port", "200:1000"}}};
+
+void report_all(const import_value_t &value, const char *text, const char *id,
+                std::vector<import_finding_t> &findings)
+{
+    for (const import_place_t &place : value.places)
+        findings.push_back({place, text, id});
+}
+
+std::string joined(std::initializer_list<std::string_view> parts)
+{
+    std::string text;
+    for (const std::string_view part : parts)
+        text += part;
+    return text;
+}
+
+std::string name_rule(const name_attribute_t &attribute, const std::string &value)
+{
+    const std::string protocol = import_json(attribute.protocol);
+    return joined({R"({"order":"50:0","scope":[)",
+                   protocol,
+                   R"(],"path":[)",
+                   protocol,
+                   ",\"",
+                   {&IMPORT_NAME_MARK, 1},
+                   R"("],"rule":[{"protocol":)",
+                   protocol,
+                   ",",
+                   import_json(attribute.attribute),
+                   ":",
+                   import_json(value),
+                   "}]}"});
+}
+
+/// Finds the value of a key of a protocol, the token; nothing when it is not there.
+std::optional<size_t> value_of_key(const description_text_t &description, size_t protocol,
+                                   std::string_view key)
+{
+    for (size_t at = protocol + 1; at + 2 < description.tokens[protocol].mate;
+         at = text_value_end(description, at + 2) + 1)
+        if (text_token_bytes(description, at) == key)
+            return at + 2;
+    return std::nullopt;
+}
+
+/// Calls `take` with the token of each protocol; there is none where nothing was read.
+template <typename Take>
+void each_protocol(const description_text_t &description, const Take &take)
+{
+    const size_t end = description.tokens.empty() ? 0 : description.tokens[3].mate;
+    for (size_t at = 4; at < end; at = text_value_end(description, at) + 1)
+        take(at);
+}
+
+std::string protocol_head(const import_protocol_t &protocol, const std::string &name, uint32_t id)
+{
+    std::string text = joined({R"({"name":)", import_json(name), R"(,"id":)", std::to_string(id)});
+    for (const std::string &category : protocol.categories) {
+        text += &category == &protocol.categories.front() ? R"(,"tags":{"category":[)" : ",";
+        text += import_json(category);
+    }
+    text += protocol.categories.empty() ? "" : "]}";
+    text += R"(,"rules":[)";
+    return text;
+}
+
+/// Returns the end of the rules from `begin` that go into one protocol.
+size_t part_end(const std::vector<import_rule_t> &rules, size_t begin)
+{
+    size_t end = std::min(begin + IMPORT_RULES, rules.size());
+    while (end < rules.size() && !rules[end].first)
+        --end;
+    return end;
+}
+
+} // namespace
+
+void import_name_rules(const std::vector<import_value_t> &values, std::vector<import_rule_t> &rules,
+                       std::vector<import_finding_t> &findings)
+{
+    size_t pieces = 0;
+    for (const import_value_t &value : values) {
+        const size_t needed = size_t{value.nr_piece} * SHARED_MATCHER;
+        if (pieces + needed >= IMPORT_PRIVATE_IDS) {
+            report_all(value, "the matcher of host names has no room left", "beyond-limit",
+                       findings);
+            continue;
+        }
+        pieces += needed;
+        for (const name_attribute_t &attribute : name_attributes)
+            rules.push_back(
+                {name_rule(attribute, value.text), &value, &attribute == &name_attributes.front()});
+    }
+}
+
+void import_number_rules(number_kind_t kind, const std::vector<import_value_t> &values,
+                         std::vector<import_rule_t> &rules)
+{
+    const number_attribute_t &attribute = number_attributes[kind];
+    for (const import_value_t &value : values)
+        rules.push_back(
+            {joined({R"({"order":)", import_json(attribute.order), R"(,"rule":[{"protocol":)",
+                     import_json(attribute.protocol), ",", import_json(attribute.attribute), ":",
+                     import_json(value.text), "}]}"}),
+             &value});
+}
+
+std::string import_description(const import_protocol_t &protocol,
+                               const std::vector<import_rule_t> &rules,
+                               std::vector<import_finding_t> &findings)
+{
+    std::string text = R"({"protocols":[)";
+    size_t begin = 0;
+    for (uint32_t part = 0; begin < rules.size() && (part == 0 || protocol.split); ++part) {
+        const std::string name =
+            part == 0 ? protocol.name : protocol.name + '_' + std::to_string(part + 1);
+        const size_t end = part_end(rules, begin);
+        text += part == 0 ? "" : ",";
+        text += protocol_head(protocol, name, protocol.id + part);
+        for (size_t i = begin; i < end; ++i) {
+            std::string rule = rules[i].text;
+            if (const size_t mark = rule.find(IMPORT_NAME_MARK); mark != std::string::npos)
+                rule.replace(mark, 1, name);
+            text += i == begin ? "" : ",";
+            text += rule;
+        }
+        text += "]}";
+        begin = end;
+    }
+    for (size_t i = begin; i < rules.size(); ++i)
+        if (rules[i].first)
+            report_all(*rules[i].value, "beyond the 1199 rules of a protocol; --split makes more",
+                       "beyond-limit", findings);
+    text += "]}";
+    description_text_t description;
+    text_fault_t fault;
+    if (!description_text_read(text, description, fault))
+        return {};
+    return description_layout(description);
+}
+
+std::string import_insert(const description_text_t &into, const description_text_t &made)
+{
+    const auto last = [](const description_text_t &it) {
+        return it.tokens[it.tokens[3].mate - 1].end;
+    };
+    const uint32_t begin = made.tokens[4].begin;
+    std::string text(into.text.substr(0, last(into)));
+    text += ",\n    ";
+    text += made.text.substr(begin, last(made) - begin);
+    text += into.text.substr(last(into));
+    return text;
+}
+
+uint32_t import_free_id(const description_text_t &description)
+{
+    uint64_t free = USER_IDS;
+    each_protocol(description, [&](size_t protocol) {
+        const auto id = value_of_key(description, protocol, "\"id\"");
+        uint64_t number = 0;
+        if (id)
+            for (const char digit : text_token_bytes(description, *id).substr(0, 10))
+                number = number * 10 + static_cast<uint64_t>(digit - '0');
+        if (number < 2 * USER_IDS)
+            free = std::max(free, number + 1);
+    });
+    return static_cast<uint32_t>(free);
+}
+
+bool import_has_name(const description_text_t &description, std::string_view name)
+{
+    bool found = false;
+    each_protocol(description, [&](size_t protocol) {
+        const auto value = value_of_key(description, protocol, "\"name\"");
+        found = found || (value && text_token_bytes(description, *value) == import_json(name));
+    });
+    return found;
+}
