@@ -15,6 +15,11 @@ if(PDATA_SANITIZE_THREADS)
     target_compile_options(pdata_flags INTERFACE -fsanitize=thread -fno-omit-frame-pointer)
     target_link_options(pdata_flags INTERFACE -fsanitize=thread)
 endif()
+if(PDATA_COVERAGE)
+    set(CMAKE_CXX_FLAGS_DEBUG "-O0 -g1")
+    target_compile_options(pdata_flags INTERFACE --coverage -fprofile-update=atomic)
+    target_link_options(pdata_flags INTERFACE --coverage)
+endif()
 
 # Releases are optimised as a whole when they are linked. Objects hold ordinary code beside it, so
 # that the many programs of the tests link in no time. (clang has no such objects.)
