@@ -51,7 +51,7 @@ inline sub_rule_model sub_rule_of(const std::string &bottom, const std::vector<a
     return {bottom, bottom, mindata, mindata, attrs};
 }
 
-/// A rule of the newest form without a VLAN identifier. Priority 0 stands for the default.
+/// A rule of the newest form without a version identifier. Priority 0 stands for the default.
 inline rule_model rule_of(const std::vector<sub_rule_model> &sub_rules, uint32_t priority = 0,
                           const std::vector<std::string> &tags = {})
 {

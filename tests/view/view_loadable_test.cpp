@@ -133,7 +133,7 @@ TEST(ViewLoadable, OpensTheRules)
     EXPECT_EQ(view_rules_path(found, 2, 1), "web");
     EXPECT_EQ(view_rules_bottom(found, 2, 0), "tcp");
     EXPECT_EQ(view_rules_real_bottom(found, 1, 0), "tcp");
-    EXPECT_EQ(view_rules_vid(found, 1), PDB_PROTOCOL_MAP_EMPTY);
+    EXPECT_EQ(view_rules_vid(found, 1), RULE_VID_NONE);
     EXPECT_EQ(view_rules_vid(found, 2), 99u);
     ASSERT_EQ(view_words(view_rules_tags(found, 1)), 1u);
     EXPECT_EQ(view_word(view_rules_tags(found, 1), 0), 17u);

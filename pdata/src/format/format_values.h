@@ -15,6 +15,9 @@
 // clang-format on
 #include "format_values.inc"
 
+/// The version identifier of a rule that has none.
+constexpr uint32_t RULE_VID_NONE = 0xFFFFFFFF;
+
 /// Units, in the order of the table.
 enum format_unit_t : uint8_t {
 #define FORMAT_UNIT(unit, what) FORMAT_UNIT_##unit,

@@ -3,6 +3,7 @@
 #include <iterator>
 
 #include "format_fields.h"
+#include "format_values.h"
 
 namespace
 {
@@ -109,7 +110,7 @@ constexpr rule_meta_form_t rule_meta_forms[] = {
     form(FORMAT_PROTO_RULE_META_V2, 0),
     form(FORMAT_PROTO_RULE_META_V3, 0),
     form(FORMAT_PROTO_RULE_META_V4, 0),
-    form(FORMAT_PROTO_RULE_META_V5, 0xFFFFFFFF),
+    form(FORMAT_PROTO_RULE_META_V5, RULE_VID_NONE),
     form(FORMAT_PROTO_RULE_META_V6, 0),
 };
 

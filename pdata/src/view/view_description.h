@@ -38,7 +38,7 @@ struct view_rule_t {
     uint32_t priority = 0; ///< range in bits 31 to 24, order in bits 23 to 0
     uint32_t reserved = 0;
     uint32_t scope = 0;
-    uint32_t vid = 0; ///< 0xFFFFFFFF in the fifth form, which has none
+    uint32_t vid = 0; ///< version identifier; RULE_VID_NONE in the fifth form, which has none
     uint32_t fastpass = 0;
     uint32_t preempt = 0;
     view_area_t path; ///< texts

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "format_loadable.h"
+#include "format_values.h"
 #include "view_pool.h"
 
 /// A view of the section; the file must outlive it.
@@ -80,10 +81,10 @@ inline std::string_view view_rules_real_bottom(const view_rules_t &view, uint32_
         view, view_rules_cell(view.real_bottoms, PDB_PROTOCOL_MAP_BOTTOMS, rule_id, cell));
 }
 
-/// Returns the version identifier of a rule; PDB_PROTOCOL_MAP_EMPTY for none.
+/// Returns the version identifier of a rule; RULE_VID_NONE for none.
 inline uint32_t view_rules_vid(const view_rules_t &view, uint32_t rule_id)
 {
-    return view.vids.size == 0 ? PDB_PROTOCOL_MAP_EMPTY : view_word(view.vids, size_t{rule_id} - 1);
+    return view.vids.size == 0 ? RULE_VID_NONE : view_word(view.vids, size_t{rule_id} - 1);
 }
 
 /// Returns the tags of a rule, a word each.

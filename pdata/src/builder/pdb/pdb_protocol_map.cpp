@@ -1,5 +1,6 @@
 #include "pdb_protocol_map.h"
 
+#include "format_values.h"
 #include "tlv_description.h"
 
 namespace
@@ -73,7 +74,7 @@ pdata_status_t pdb_protocol_map_init(protocol_build_map_t *map, uint32_t nr_rule
         map->map_proto_id.assign(size_t{nr_rule} * rule_max_path, PDB_PROTOCOL_MAP_EMPTY);
         map->map_bottom.assign(size_t{nr_rule} * rule_max_subrules, PDB_PROTOCOL_MAP_EMPTY);
         map->map_real_bottom.assign(size_t{nr_rule} * rule_max_subrules, PDB_PROTOCOL_MAP_EMPTY);
-        map->map_vid.assign(nr_rule, PDB_PROTOCOL_MAP_EMPTY);
+        map->map_vid.assign(nr_rule, RULE_VID_NONE);
         map->map_nr_rule = nr_rule;
         map->rule_max_path = rule_max_path;
         map->rule_max_subrules = rule_max_subrules;
@@ -94,7 +95,7 @@ pdata_status_t pdb_protocol_map_add(protocol_build_map_t *map, uint32_t rule_id,
         return PDATA_ERR_INVALID_ARGUMENT;
     PDATA_TRY(add_bottoms(map, map->map_bottom, row, names.bottom));
     PDATA_TRY(add_bottoms(map, map->map_real_bottom, row, names.real_bottom));
-    if (rule.rule_vid != PDB_PROTOCOL_MAP_EMPTY) {
+    if (rule.rule_vid != RULE_VID_NONE) {
         map->map_vid_used = 1;
         map->map_vid[row] = rule.rule_vid;
     }

@@ -2,7 +2,7 @@
 ///
 /// Rows are indexed by rule id - 1 and hold offsets into the map's own string table. Serialized,
 /// big-endian words: all protocol paths row by row, all bottoms, all real bottoms, and, only if a
-/// rule has one, all VLAN identifiers. Empty cells are 0xFFFFFFFF.
+/// rule has one, all version identifiers. Empty cells are 0xFFFFFFFF.
 #pragma once
 
 #include <cstdint>
@@ -20,10 +20,10 @@ struct protocol_build_map_t {
     std::vector<uint32_t> map_proto_id;    ///< per rule, `rule_max_path` cells
     std::vector<uint32_t> map_bottom;      ///< per rule, `rule_max_subrules` cells
     std::vector<uint32_t> map_real_bottom; ///< the same
-    std::vector<uint32_t> map_vid;         ///< per rule, its VLAN identifier
+    std::vector<uint32_t> map_vid;         ///< per rule, its version identifier
     uint32_t map_nr_rule = 0;
     hstring_build_t map_hstring;
-    uint32_t map_vid_used = 0; ///< 1: a rule has a VLAN identifier
+    uint32_t map_vid_used = 0; ///< 1: a rule has a version identifier
     uint32_t rule_max_path = 0;
     uint32_t rule_max_subrules = 0;
 };

@@ -18,6 +18,7 @@
 #include "csa_str.h"
 #include "csa_types.h"
 #include "format_limits.h"
+#include "format_values.h"
 #include "hstring.h"
 #include "matcher_type.h"
 #include "pdata_error.h"
@@ -80,7 +81,7 @@ struct ruledesc_build_t {
     uint32_t rule_nr_attr = 0;
     uint32_t rule_stc_mindata = 0; ///< bytes, server to client
     uint32_t rule_cts_mindata = 0; ///< bytes, client to server
-    uint32_t rule_vid = 0;         ///< 0xFFFFFFFF: no version identifier
+    uint32_t rule_vid = 0;         ///< version identifier, or RULE_VID_NONE
 };
 
 /// Something that building a protocol says without failing. It is said as often as there are
@@ -92,9 +93,6 @@ struct protodesc_remark_t {
     csa_str_t attr_name; ///< without a way prefix
     uint32_t number;     ///< a direction, a capacity or the key of a rule node
 };
-
-/// A `rule_vid` that says there is none.
-constexpr uint32_t RULE_VID_NONE = 0xFFFFFFFF;
 
 /// The record.
 struct protodesc_build_t {

@@ -45,8 +45,6 @@ enum pdata_status : uint32_t {
 
 using pdata_status_t = pdata_status;
 
-using pdata_status_t = pdata_status;
-
 /// Size of a message, its terminator included; a message keeps one character less.
 constexpr uint32_t PDATA_MSG_SIZE = 1024;
 

@@ -51,7 +51,7 @@ struct protodesc_t {
 };
 
 /// A stored rule. Fields that an older form of its meta lacks read as 0; a form without a version
-/// identifier reads as `rule_vid` 0, the fifth form as 0xFFFFFFFF. Oddity O101.
+/// identifier reads as `rule_vid` 0, the fifth form as RULE_VID_NONE. Oddity O101.
 struct ruledesc_t {
     const uint8_t *rule_path; ///< words: protocol names
     const uint8_t *rule_tags; ///< words: tag names
