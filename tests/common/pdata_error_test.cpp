@@ -193,4 +193,15 @@ TEST_F(pdata_error, a_diagnostic_accompanies_only_a_failure)
     EXPECT_EQ(status, PDATA_ERR_IO);
 }
 
+TEST(pdata_error_outcome, the_names_of_the_tests_are_those_of_the_statuses)
+{
+    clear_status_slot();
+    EXPECT_EQ(outcome(PDATA_ERR_PROTODESC_ATTR), OUTCOME_PROTODESC_ATTR);
+    EXPECT_EQ(outcome(PDATA_ERR_PROTODESC_ID_OR_NAME_OR_NS), OUTCOME_PROTODESC_ID_OR_NAME_OR_NS);
+    EXPECT_EQ(outcome(PDATA_ERR_OVERFLOW), OUTCOME_OVERFLOW);
+    EXPECT_EQ(outcome(PDATA_ERR_TLV_NOT_FOUND), OUTCOME_TLV_NOT_FOUND);
+    EXPECT_EQ(outcome(PDATA_ERR_PLU), OUTCOME_PLU);
+    EXPECT_EQ(outcome(PDATA_ERR_ENGINE), OUTCOME_ENGINE);
+}
+
 } // namespace

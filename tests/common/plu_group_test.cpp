@@ -72,18 +72,18 @@ TEST_F(plu_group, a_record_of_another_type_is_named)
 {
     open(join({group(proto(7)), record(9), group(proto(8))}));
     EXPECT_EQ(look_up(7), "found 0");
-    EXPECT_EQ(look_up(8), "102: Unknown type 0x9");
+    EXPECT_EQ(look_up(8), OUTCOME_TLV_NOT_FOUND ": Unknown type 0x9");
     EXPECT_EQ(look_up(7), "found 0");
-    EXPECT_EQ(look_up(8), "102: Unknown type 0x9");
+    EXPECT_EQ(look_up(8), OUTCOME_TLV_NOT_FOUND ": Unknown type 0x9");
     open(group(join({proto(7), record(0xAB), proto(8)})));
-    EXPECT_EQ(look_up(8), "102: Unknown type 0xab");
+    EXPECT_EQ(look_up(8), OUTCOME_TLV_NOT_FOUND ": Unknown type 0xab");
 }
 
 TEST_F(plu_group, damage_is_met_where_it_stands)
 {
     open(group(join({proto(7), record(1, record(9)), proto(8)})));
     EXPECT_EQ(look_up(7), "found 0");
-    EXPECT_EQ(look_up(8), "102");
+    EXPECT_EQ(look_up(8), OUTCOME_TLV_NOT_FOUND);
     EXPECT_EQ(look_up(7), "found 0");
     open(group(join({proto(7), record(1, record(1, {7})), proto(8)})));
     EXPECT_EQ(look_up(8), "2: invalid Tlv len 1, cannot deserialize meta");
@@ -93,19 +93,19 @@ TEST_F(plu_group, a_record_that_runs_over_is_not_found)
 {
     open(group(join({proto(7), {0x01000005}})));
     EXPECT_EQ(look_up(7), "found 0");
-    EXPECT_EQ(look_up(8), "102");
+    EXPECT_EQ(look_up(8), OUTCOME_TLV_NOT_FOUND);
     open(join({group(proto(7)), {0x01000001}}));
-    EXPECT_EQ(look_up(8), "102");
+    EXPECT_EQ(look_up(8), OUTCOME_TLV_NOT_FOUND);
     open(join({group(proto(7)), {0x02000001}}));
-    EXPECT_EQ(look_up(8), "102: Unknown type 0x2");
+    EXPECT_EQ(look_up(8), OUTCOME_TLV_NOT_FOUND ": Unknown type 0x2");
 }
 
 TEST_F(plu_group, a_group_needs_a_list_and_a_string_table)
 {
     open(record(1, record(1, proto(7))));
-    EXPECT_EQ(look_up(7), "102");
+    EXPECT_EQ(look_up(7), OUTCOME_TLV_NOT_FOUND);
     open(record(1, record(2, {0})));
-    EXPECT_EQ(look_up(7), "102");
+    EXPECT_EQ(look_up(7), OUTCOME_TLV_NOT_FOUND);
     open(record(1, join({record(2), record(1, proto(7))})));
     EXPECT_EQ(look_up(7), "found 0");
 }
@@ -116,9 +116,9 @@ TEST_F(plu_group, groups_stand_in_the_root_record_of_descriptions)
     const std::vector<uint8_t> root = stored(join({record(9, {5}), record(1, {7, 8})}));
     ASSERT_EQ(outcome(plu_get_groups(root, &groups)), "0");
     EXPECT_EQ(groups.size(), 8U);
-    EXPECT_EQ(outcome(plu_get_groups(stored(record(9, {5})), &groups)), "102");
-    EXPECT_EQ(outcome(plu_get_groups(stored({0x01000002, 7}), &groups)), "102");
-    EXPECT_EQ(outcome(plu_get_groups({}, &groups)), "102");
+    EXPECT_EQ(outcome(plu_get_groups(stored(record(9, {5})), &groups)), OUTCOME_TLV_NOT_FOUND);
+    EXPECT_EQ(outcome(plu_get_groups(stored({0x01000002, 7}), &groups)), OUTCOME_TLV_NOT_FOUND);
+    EXPECT_EQ(outcome(plu_get_groups({}, &groups)), OUTCOME_TLV_NOT_FOUND);
 }
 
 TEST_F(plu_group, the_root_strings_must_be_there)

@@ -149,7 +149,7 @@ TEST(plu_protobuild, tags_are_left_out_without_a_table)
     const plu_strings_t empty = {from.strings.pg_hstring, {&nothing, 0}};
     EXPECT_EQ(
         outcome(plu_merge_proto_to_protobuild(&run.pb, from.view, empty, &run.nr_rules, nullptr)),
-        "107");
+        OUTCOME_ENGINE);
 }
 
 TEST(plu_protobuild, no_scope_means_http_for_whatever_http_begins_with)
@@ -276,12 +276,12 @@ TEST(plu_protobuild, a_slot_beyond_the_capacity_is_refused)
     record_run run;
     EXPECT_EQ(run.copy(make_protocol(1, "acme", rules)), "0");
     EXPECT_EQ(run.pb.pb_nr_sub_rule, 2400U);
-    EXPECT_EQ(run.update(make_protocol(1, "acme", {port_rule({"1"})})),
-              "100: Try to merge a rule entry (2401) superior to maximum rules (2400)\n");
+    EXPECT_EQ(run.update(make_protocol(1, "acme", {port_rule({"1"})})), OUTCOME_OVERFLOW
+              ": Try to merge a rule entry (2401) superior to maximum rules (2400)\n");
     run.reset();
     rules.push_back(port_rule({"1"}));
-    EXPECT_EQ(run.copy(make_protocol(1, "acme", rules)),
-              "100: Try to merge a rule entry (2401) superior to maximum rules (2400)\n");
+    EXPECT_EQ(run.copy(make_protocol(1, "acme", rules)), OUTCOME_OVERFLOW
+              ": Try to merge a rule entry (2401) superior to maximum rules (2400)\n");
 }
 
 TEST(plu_protobuild, no_rule_follows_the_last_id)
@@ -291,7 +291,7 @@ TEST(plu_protobuild, no_rule_follows_the_last_id)
     EXPECT_EQ(run.copy(make_protocol(1, "acme", std::vector<rule_model>(2400, bare))), "0");
     // Also an update without rules needs an id for the next one.
     EXPECT_EQ(run.update(make_protocol(1, "acme")),
-              "100: Number of maximum rules reached (2400)\n");
+              OUTCOME_OVERFLOW ": Number of maximum rules reached (2400)\n");
     run.reset();
     EXPECT_EQ(run.copy(make_protocol(1, "acme", std::vector<rule_model>(2399, bare))), "0");
     EXPECT_EQ(run.update(make_protocol(1, "acme", {bare})), "0");
@@ -310,29 +310,29 @@ TEST(plu_protobuild, capacities_of_a_foreign_description)
     EXPECT_EQ(refused([](protocol_model &p) {
                   p.tags.assign(13, {"a", "b"});
               }),
-              "100: Maximum number of tags (12) has been reached");
+              OUTCOME_OVERFLOW ": Maximum number of tags (12) has been reached");
     EXPECT_EQ(refused([](protocol_model &p) {
                   p.descs.assign(3, {"a", "b"});
               }),
-              "100: Maximum number of description (2) has been reached");
+              OUTCOME_OVERFLOW ": Maximum number of description (2) has been reached");
     EXPECT_EQ(refused([](protocol_model &p) { p.compat.assign(11, "a"); }),
-              "100: Maximum number of compat (10) has been reached");
+              OUTCOME_OVERFLOW ": Maximum number of compat (10) has been reached");
     EXPECT_EQ(refused([](protocol_model &p) { p.altnames.assign(11, "a"); }),
-              "100: Maximum number of altname (10) has been reached");
+              OUTCOME_OVERFLOW ": Maximum number of altname (10) has been reached");
     EXPECT_EQ(refused([](protocol_model &p) { p.rules[0].path.assign(5, "a"); }),
-              "100: Maximum number of protocols (4) in path has been reached");
+              OUTCOME_OVERFLOW ": Maximum number of protocols (4) in path has been reached");
     EXPECT_EQ(refused([](protocol_model &p) { p.rules[0].tags.assign(5, "video"); }),
-              "100: Maximum number of rule tags (4) has been reached");
+              OUTCOME_OVERFLOW ": Maximum number of rule tags (4) has been reached");
     EXPECT_EQ(refused([](protocol_model &p) {
                   for (int i = 0; i < 16; ++i)
                       p.rules[0].sub_rules[0].attrs.push_back(
                           make_attr("a" + std::to_string(i), {"1"}));
               }),
-              "100: Maximum number of attribute (16) has been reached acme");
+              OUTCOME_OVERFLOW ": Maximum number of attribute (16) has been reached acme");
     EXPECT_EQ(refused([](protocol_model &p) {
                   p.rules[0].sub_rules[0].attrs.assign(9, make_attr("port", {"1"}));
               }),
-              "100: Maximum number of attribute value (8) has been reached acme.");
+              OUTCOME_OVERFLOW ": Maximum number of attribute value (8) has been reached acme.");
 }
 
 TEST(plu_protobuild, what_cannot_be_read_is_refused)
@@ -351,25 +351,26 @@ TEST(plu_protobuild, what_cannot_be_read_is_refused)
     };
     EXPECT_EQ(refused([](protocol_model &) {}), "0");
     // An empty text has no place in a pool: its offset lies behind every table.
-    EXPECT_EQ(refused([](protocol_model &p) { p.name = ""; }), "107");
-    EXPECT_EQ(refused([](protocol_model &p) { p.default_port = ""; }), "107");
-    EXPECT_EQ(refused([](protocol_model &p) { p.tags[0].second = ""; }), "107");
-    EXPECT_EQ(refused([](protocol_model &p) { p.descs[0].first = ""; }), "107");
-    EXPECT_EQ(refused([](protocol_model &p) { p.compat[0] = ""; }), "107");
-    EXPECT_EQ(refused([](protocol_model &p) { p.altnames[0] = ""; }), "107");
-    EXPECT_EQ(refused([](protocol_model &p) { p.rules[0].path[0] = ""; }), "107");
-    EXPECT_EQ(refused([](protocol_model &p) { p.rules[0].tags[0] = ""; }), "107");
-    EXPECT_EQ(refused([](protocol_model &p) { p.rules[0].sub_rules[0].protocol = ""; }), "107");
+    EXPECT_EQ(refused([](protocol_model &p) { p.name = ""; }), OUTCOME_ENGINE);
+    EXPECT_EQ(refused([](protocol_model &p) { p.default_port = ""; }), OUTCOME_ENGINE);
+    EXPECT_EQ(refused([](protocol_model &p) { p.tags[0].second = ""; }), OUTCOME_ENGINE);
+    EXPECT_EQ(refused([](protocol_model &p) { p.descs[0].first = ""; }), OUTCOME_ENGINE);
+    EXPECT_EQ(refused([](protocol_model &p) { p.compat[0] = ""; }), OUTCOME_ENGINE);
+    EXPECT_EQ(refused([](protocol_model &p) { p.altnames[0] = ""; }), OUTCOME_ENGINE);
+    EXPECT_EQ(refused([](protocol_model &p) { p.rules[0].path[0] = ""; }), OUTCOME_ENGINE);
+    EXPECT_EQ(refused([](protocol_model &p) { p.rules[0].tags[0] = ""; }), OUTCOME_ENGINE);
+    EXPECT_EQ(refused([](protocol_model &p) { p.rules[0].sub_rules[0].protocol = ""; }),
+              OUTCOME_ENGINE);
     EXPECT_EQ(refused([](protocol_model &p) { p.rules[0].sub_rules[0].bottom_protocol = ""; }),
-              "107");
+              OUTCOME_ENGINE);
     EXPECT_EQ(refused([](protocol_model &p) { p.rules[0].sub_rules[0].attrs[0].name = ""; }),
-              "107");
+              OUTCOME_ENGINE);
     EXPECT_EQ(
         refused([](protocol_model &p) { p.rules[0].sub_rules[0].attrs[0].values[0].first = ""; }),
-        "107");
+        OUTCOME_ENGINE);
     EXPECT_EQ(
         refused([](protocol_model &p) { p.rules[0].sub_rules[0].attrs[0].way = ATTR_WAY_UNKNOWN; }),
-        "53: Unknown way for attribute");
+        OUTCOME_PROTODESC_ATTR ": Unknown way for attribute");
 }
 
 } // namespace

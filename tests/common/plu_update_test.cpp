@@ -164,7 +164,8 @@ TEST(plu_update, flags_of_the_base_at_their_default_give_way)
 
 TEST(plu_update, an_addition_must_be_in_the_user_namespace)
 {
-    constexpr const char *refused = "54: You try and add a protocol not in user namespace";
+    constexpr const char *refused =
+        OUTCOME_PROTODESC_ID_OR_NAME_OR_NS ": You try and add a protocol not in user namespace";
     EXPECT_EQ(names_of(merged({make_protocol(1, "a")}, {make_protocol(2, "b")}, refused)), "");
     merged({make_protocol(1, "a")}, {make_protocol(0x02000002, "b")}, refused);
     merged({make_protocol(1, "a")}, {make_protocol(0x03000002, "b")}, refused);
@@ -176,7 +177,8 @@ TEST(plu_update, what_came_before_a_refusal_stays_recorded)
     update_run run;
     ASSERT_EQ(run.open({make_protocol(1, "a")}), "0");
     EXPECT_EQ(run.merge({make_protocol(USER, "b"), make_protocol(2, "c")}),
-              "54: You try and add a protocol not in user namespace");
+              OUTCOME_PROTODESC_ID_OR_NAME_OR_NS
+              ": You try and add a protocol not in user namespace");
     ASSERT_EQ(run.apply(), "0");
     EXPECT_EQ(names_of(run.result()), "b a");
 }
@@ -258,8 +260,8 @@ TEST(plu_update, an_unknown_id_cannot_be_removed)
 {
     update_run run;
     ASSERT_EQ(run.open({make_protocol(1, "a")}), "0");
-    EXPECT_EQ(run.remove(512), "106: proto id 512 not found\n");
-    EXPECT_EQ(run.remove(0xFFFFFFFF), "106: proto id -1 not found\n");
+    EXPECT_EQ(run.remove(512), OUTCOME_PLU ": proto id 512 not found\n");
+    EXPECT_EQ(run.remove(0xFFFFFFFF), OUTCOME_PLU ": proto id -1 not found\n");
 }
 
 TEST(plu_update, the_removal_of_an_addition_is_recorded_to_no_effect)
@@ -309,7 +311,7 @@ TEST(plu_update, a_buffer_that_is_too_small)
         std::vector<uint8_t> out(len);
         EXPECT_EQ(outcome(pdata_update_serialize(run.commit, out, &size)),
                   len < 16 ? "2: Cannot serialize, buffer is less than four words\n"
-                           : "100: Cannot serialize, buffer is too small\n");
+                           : OUTCOME_OVERFLOW ": Cannot serialize, buffer is too small\n");
     }
     std::vector<uint8_t> larger(whole + 8);
     EXPECT_EQ(outcome(pdata_update_serialize(run.commit, larger, &size)), "0");
@@ -339,8 +341,9 @@ TEST(plu_update, a_base_needs_strings_and_descriptions)
               "2: Cannot retrieve root hstring in tlv data\n");
     EXPECT_EQ(outcome(pdata_update_init(&run.commit, base, base)),
               "2: Cannot retrieve root hstring in tlv data\n");
-    EXPECT_EQ(outcome(pdata_update_init(&run.commit, run.strings, run.strings)), "102");
-    EXPECT_EQ(outcome(pdata_update_init(&run.commit, {}, run.strings)), "102");
+    EXPECT_EQ(outcome(pdata_update_init(&run.commit, run.strings, run.strings)),
+              OUTCOME_TLV_NOT_FOUND);
+    EXPECT_EQ(outcome(pdata_update_init(&run.commit, {}, run.strings)), OUTCOME_TLV_NOT_FOUND);
     EXPECT_EQ(run.commit.ci_priv, nullptr);
 }
 
@@ -377,7 +380,7 @@ TEST(plu_update, an_empty_string_table_holds_no_tag)
     ASSERT_EQ(run.apply(), "0");
     EXPECT_EQ(ports_of(run.result().at(0)), "1 2");
     ASSERT_EQ(run.open({make_protocol(1, "a", {tagged})}), "0");
-    EXPECT_EQ(run.apply(), "107");
+    EXPECT_EQ(run.apply(), OUTCOME_ENGINE);
 }
 
 TEST(plu_update, a_merge_without_strings_leaves_the_tags_out)
@@ -404,21 +407,24 @@ TEST(plu_update, an_incoming_pdb_of_another_shape)
         return run.merge_part(stored(words));
     };
     const word_list strings = record(2, {0x00017800});
-    EXPECT_EQ(merge({}), "102");
-    EXPECT_EQ(merge(record(9)), "102");
-    EXPECT_EQ(merge({0x01000001}), "102");
+    EXPECT_EQ(merge({}), OUTCOME_TLV_NOT_FOUND);
+    EXPECT_EQ(merge(record(9)), OUTCOME_TLV_NOT_FOUND);
+    EXPECT_EQ(merge({0x01000001}), OUTCOME_TLV_NOT_FOUND);
     EXPECT_EQ(merge(record(1)), "0");
-    EXPECT_EQ(merge(record(1, record(2))), "102");
-    EXPECT_EQ(merge(record(1, record(1, strings))), "102");
-    EXPECT_EQ(merge(record(1, record(1, record(1)))), "102");
+    EXPECT_EQ(merge(record(1, record(2))), OUTCOME_TLV_NOT_FOUND);
+    EXPECT_EQ(merge(record(1, record(1, strings))), OUTCOME_TLV_NOT_FOUND);
+    EXPECT_EQ(merge(record(1, record(1, record(1)))), OUTCOME_TLV_NOT_FOUND);
     EXPECT_EQ(merge(record(1, record(1, join({record(1), strings})))), "0");
-    EXPECT_EQ(merge(record(1, record(1, join({record(1, record(2)), strings})))), "102");
-    EXPECT_EQ(merge(record(1, record(1, join({record(1, record(1, record(9))), strings})))), "102");
+    EXPECT_EQ(merge(record(1, record(1, join({record(1, record(2)), strings})))),
+              OUTCOME_TLV_NOT_FOUND);
+    EXPECT_EQ(merge(record(1, record(1, join({record(1, record(1, record(9))), strings})))),
+              OUTCOME_TLV_NOT_FOUND);
     EXPECT_EQ(merge(record(1, record(1, join({record(1, record(1, record(1))), strings})))),
               "2: invalid Tlv len 0, cannot deserialize meta");
     // A protocol without records has the id 0.
     EXPECT_EQ(merge(record(1, record(1, join({record(1, record(1)), strings})))),
-              "54: You try and add a protocol not in user namespace");
+              OUTCOME_PROTODESC_ID_OR_NAME_OR_NS
+              ": You try and add a protocol not in user namespace");
 }
 
 TEST(plu_update, a_base_of_another_shape)
@@ -430,23 +436,26 @@ TEST(plu_update, a_base_of_another_shape)
     };
     const word_list strings = record(2, {0x00017800});
     EXPECT_EQ(apply(record(1)), "0");
-    EXPECT_EQ(apply(record(1, record(2))), "102");
-    EXPECT_EQ(apply(record(1, record(1))), "102");
-    EXPECT_EQ(apply(record(1, record(1, join({record(1, record(2)), strings})))), "102");
+    EXPECT_EQ(apply(record(1, record(2))), OUTCOME_TLV_NOT_FOUND);
+    EXPECT_EQ(apply(record(1, record(1))), OUTCOME_TLV_NOT_FOUND);
+    EXPECT_EQ(apply(record(1, record(1, join({record(1, record(2)), strings})))),
+              OUTCOME_TLV_NOT_FOUND);
     EXPECT_EQ(apply(record(1, record(1, join({record(1, record(1, record(2, {7}))), strings})))),
               "2: Invalid Tlv len 1, cannot deserialize tags");
-    EXPECT_EQ(apply(record(1, record(1, join({record(1, {0x01000009}), strings})))), "102");
+    EXPECT_EQ(apply(record(1, record(1, join({record(1, {0x01000009}), strings})))),
+              OUTCOME_TLV_NOT_FOUND);
     update_run run;
     ASSERT_EQ(run.open_part(stored(record(1, record(2)))), "0");
-    EXPECT_EQ(run.remove(7), "102: Unknown type 0x2");
-    EXPECT_EQ(run.merge({make_protocol(USER, "a")}), "102: Unknown type 0x2");
+    EXPECT_EQ(run.remove(7), OUTCOME_TLV_NOT_FOUND ": Unknown type 0x2");
+    EXPECT_EQ(run.merge({make_protocol(USER, "a")}), OUTCOME_TLV_NOT_FOUND ": Unknown type 0x2");
 }
 
 TEST(plu_update, what_cannot_be_serialized_fails_the_commit)
 {
     rule_model rule = port_rule({"1"});
     rule.sub_rules[0].attrs[0].type = MATCHER_TYPE_UNKNOWN;
-    merged({make_protocol(1, "a", {rule})}, {}, "53: Unknown matcher type for tcp:port");
+    merged({make_protocol(1, "a", {rule})}, {},
+           OUTCOME_PROTODESC_ATTR ": Unknown matcher type for tcp:port");
     rule_model path = port_rule({"1"});
     path.path = {"a"};
     std::string text = stderr_of([&] { merged({make_protocol(1, "a", {path})}, {}, "2"); });
@@ -467,7 +476,7 @@ TEST(plu_update, a_failed_commit_can_be_repeated)
     rule.sub_rules[0].attrs[0].type = MATCHER_TYPE_UNKNOWN;
     update_run run;
     ASSERT_EQ(run.open({make_protocol(1, "a"), make_protocol(2, "b", {rule})}), "0");
-    EXPECT_EQ(run.apply(), "53: Unknown matcher type for tcp:port");
+    EXPECT_EQ(run.apply(), OUTCOME_PROTODESC_ATTR ": Unknown matcher type for tcp:port");
     EXPECT_EQ(pdata_update_get_size(run.commit), SIZE_MAX);
     ASSERT_EQ(run.remove(2), "0");
     ASSERT_EQ(run.apply(), "0");
@@ -489,7 +498,7 @@ TEST(plu_update, a_result_that_no_record_can_hold)
         groups = join({groups, description_writer::group_record(run.tags, {})});
     ASSERT_EQ(run.open_part(stored(record(1, groups))), "0");
     ASSERT_EQ(run.merge({make_protocol(USER, "a", rules)}), "0");
-    EXPECT_EQ(run.apply(), "100: tlv len 1 is superior to internal limit 16777215");
+    EXPECT_EQ(run.apply(), OUTCOME_OVERFLOW ": tlv len 1 is superior to internal limit 16777215");
 }
 
 TEST(plu_update, memory_that_runs_out_is_reported)

@@ -109,16 +109,18 @@ std::string pushed(uint32_t type, uint32_t len)
 TEST_F(tlv_description, a_type_beyond_255_is_refused)
 {
     EXPECT_EQ(pushed(255, 0), "0 FF000000+1");
-    EXPECT_EQ(pushed(256, 0), "100: tlv type 256 is superior to internal limit 255 EEEEEEEE+0");
+    EXPECT_EQ(pushed(256, 0),
+              OUTCOME_OVERFLOW ": tlv type 256 is superior to internal limit 255 EEEEEEEE+0");
 }
 
 TEST_F(tlv_description, a_length_beyond_the_limit_is_refused_with_the_type_in_the_message)
 {
-    const char *message = "100: tlv len 5 is superior to internal limit 33554431 EEEEEEEE+0";
+    const char *message =
+        OUTCOME_OVERFLOW ": tlv len 5 is superior to internal limit 33554431 EEEEEEEE+0";
     EXPECT_EQ(pushed(5, 33554432), message);
     EXPECT_EQ(pushed(5, 0xFFFFFFFF), message);
     EXPECT_EQ(pushed(256, 33554432),
-              "100: tlv len 256 is superior to internal limit 33554431 EEEEEEEE+0")
+              OUTCOME_OVERFLOW ": tlv len 256 is superior to internal limit 33554431 EEEEEEEE+0")
         << "the length is checked first";
 }
 
@@ -143,7 +145,7 @@ TEST_F(tlv_description, a_search_finds_the_first_sibling_of_a_type)
     EXPECT_EQ(three.len, 0U);
     EXPECT_EQ(search(2, area).position, 16);
     EXPECT_EQ(search(2, area).len, 8U);
-    EXPECT_EQ(outcome(search(4, area).status), "102") << "no message";
+    EXPECT_EQ(outcome(search(4, area).status), OUTCOME_TLV_NOT_FOUND) << "no message";
 }
 
 TEST_F(tlv_description, an_area_without_a_whole_word_holds_nothing)
@@ -247,7 +249,8 @@ TEST_F(tlv_description, a_record_of_more_than_24_bits_of_words_is_refused_while_
         (void)tlv_sink_take(sink, words * 4); // counted only
         EXPECT_EQ(outcome(tlv_close_record(sink, header, 7)),
                   words == 0xFFFFFF ? "0"
-                                    : "100: tlv len 7 is superior to internal limit 16777215");
+                                    : OUTCOME_OVERFLOW
+                      ": tlv len 7 is superior to internal limit 16777215");
     }
 }
 

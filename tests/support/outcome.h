@@ -5,6 +5,16 @@
 
 #include "pdata_error.h"
 
+// Outcomes of failures by their names, to be put in front of ": " and a message.
+// clang-format off
+#define OUTCOME_PROTODESC_ATTR "53"
+#define OUTCOME_PROTODESC_ID_OR_NAME_OR_NS "54"
+#define OUTCOME_OVERFLOW "100"
+#define OUTCOME_TLV_NOT_FOUND "102"
+#define OUTCOME_PLU "106"
+#define OUTCOME_ENGINE "107"
+// clang-format on
+
 /// Empties the status slot, which one process shares between all its tests.
 inline void clear_status_slot()
 {
