@@ -2,6 +2,7 @@
 
 #include "commands.h"
 #include "escape.h"
+#include "list_names.h"
 #include "open_file.h"
 #include "view_inventory.h"
 
@@ -10,7 +11,23 @@ namespace
 
 struct list_options_t {
     std::string file;
+    bool protocols = false;
+    std::string rules_of;
+    std::string values_of;
+    CLI::Option *rules = nullptr;
+    CLI::Option *values = nullptr;
 };
+
+/// What is to be listed by name.
+list_names_t names_of(const list_options_t &options)
+{
+    list_names_t chosen = {options.protocols, {}, {}};
+    if (options.rules->count() != 0)
+        chosen.rules = options.rules_of;
+    if (options.values->count() != 0)
+        chosen.values = options.values_of;
+    return chosen;
+}
 
 const char *way_name(uint32_t way)
 {
@@ -99,6 +116,9 @@ exit_status_t list_run(const list_options_t &options, console_t &console)
     view_error_t error;
     if (!open_file(console, options.file, file))
         return EXIT_STATUS_FILE;
+    const list_names_t chosen = names_of(options);
+    if (chosen.protocols || chosen.rules || chosen.values)
+        return list_names(console, file, chosen);
     const bool sound = view_inventory_take(input_file_bytes(file), inventory, error);
     if (!sound)
         print_fault(console, file.name, error);
@@ -115,5 +135,13 @@ command_run_t list_declare(CLI::App &app)
 {
     auto options = std::make_shared<list_options_t>();
     app.add_option("FILE", options->file, "A pdb, - for standard input")->required();
+    app.add_flag("--protocols", options->protocols, "List its protocols");
+    options->rules = app.add_option("--rules", options->rules_of, "List its rules, of one protocol")
+                         ->expected(0, 1)
+                         ->type_name("PROTOCOL");
+    options->values =
+        app.add_option("--values", options->values_of, "List its values, those of one protocol")
+            ->expected(0, 1)
+            ->type_name("PROTOCOL");
     return [options](console_t &console) { return list_run(*options, console); };
 }

@@ -1,0 +1,151 @@
+#include "list_names.h"
+
+#include "escape.h"
+#include "format_types.h"
+#include "format_values.h"
+#include "open_file.h"
+#include "pdb_view.h"
+#include "view_catalog.h"
+#include "view_values.h"
+
+namespace
+{
+
+/// A listing under way.
+struct listing_t {
+    console_t &console;
+    const list_names_t &chosen;
+    json_document_t protocols = json_document_t::array();
+    json_document_t rules = json_document_t::array();
+    json_document_t values = json_document_t::array();
+
+    bool json() const { return console.format == OUTPUT_JSON; }
+};
+
+bool is_of(const std::string &name, std::string_view protocol)
+{
+    return name.empty() || name == protocol;
+}
+
+const char *way_name(uint32_t way)
+{
+    return way == ATTR_WAY_CTS ? "cts" : way == ATTR_WAY_STC ? "stc" : "both";
+}
+
+std::vector<std::string> scope_words(uint32_t scope)
+{
+    std::vector<std::string> words;
+    for (const format_value_t &value : format_values)
+        if (value.unit == FORMAT_UNIT_SCOPE && (scope & value.mask) == value.number)
+            words.emplace_back(value.what);
+    return words;
+}
+
+void put_protocol(void *context, const view_catalog_protocol_t &protocol)
+{
+    listing_t &listing = *static_cast<listing_t *>(context);
+    const view_protocol_t &fields = protocol.fields;
+    if (!listing.chosen.protocols)
+        return;
+    const uint32_t nr_rule = view_list_count(fields.rules);
+    const std::string version = fmt::format("{}.{}.{}", fields.version_major, fields.version_minor,
+                                            fields.version_revision);
+    if (listing.json())
+        listing.protocols.push_back({{"id", fields.id},
+                                     {"name", json_text(protocol.name)},
+                                     {"version", version},
+                                     {"rules", nr_rule}});
+    else
+        console_print(listing.console, "{:10}  {}  version {}, {} rules\n", fields.id,
+                      escape_terminal(protocol.name), version, nr_rule);
+}
+
+json_document_t rule_document(const view_catalog_rule_t &rule)
+{
+    json_document_t path = json_document_t::array();
+    for (const std::string_view name : rule.path)
+        path.push_back(json_text(name));
+    return {{"protocol", json_text(rule.protocol)},
+            {"rule", rule.number},
+            {"path", path},
+            {"priority", rule.fields.priority},
+            {"scope", scope_words(rule.fields.scope)},
+            {"preempt", rule.fields.preempt != 0},
+            {"values", rule.values}};
+}
+
+void put_rule(void *context, const view_catalog_rule_t &rule)
+{
+    listing_t &listing = *static_cast<listing_t *>(context);
+    if (!listing.chosen.rules || !is_of(*listing.chosen.rules, rule.protocol))
+        return;
+    if (listing.json())
+        return listing.rules.push_back(rule_document(rule));
+    console_print(listing.console, "rule {} of {}, ", rule.number, escape_terminal(rule.protocol));
+    for (const std::string_view name : rule.path)
+        console_print(listing.console, "/{}", escape_terminal(name));
+    console_print(listing.console, "{}priority {}:{}, scope {}{}, {} values\n",
+                  rule.path.empty() ? "" : ", ", rule.fields.priority >> 24,
+                  rule.fields.priority & 0xFFFFFF, fmt::join(scope_words(rule.fields.scope), " "),
+                  rule.fields.preempt != 0 ? ", preempt" : "", rule.values);
+}
+
+void put_value(listing_t &listing, const view_stored_value_t &value)
+{
+    if (listing.json())
+        return listing.values.push_back({{"protocol", json_text(value.protocol)},
+                                         {"rule", value.rule + 1},
+                                         {"attribute_protocol", json_text(value.bottom)},
+                                         {"attribute", json_text(value.attribute)},
+                                         {"direction", way_name(value.way)},
+                                         {"value", json_text(value.text)}});
+    console_print(listing.console, "{}:{} {} \"{}\"  rule {} of {}\n",
+                  escape_terminal(value.bottom), escape_terminal(value.attribute),
+                  way_name(value.way), escape_terminal(value.text), value.rule + 1,
+                  escape_terminal(value.protocol));
+}
+
+bool walk(listing_t &listing, const pdb_view_t &view, view_error_t &error)
+{
+    const list_names_t &chosen = listing.chosen;
+    if (!view_catalog_walk(pdb_view_root(view, TLV_TYPE_ROOT_PROTODESCS),
+                           {put_protocol, put_rule, &listing}, error))
+        return false;
+    std::vector<view_stored_value_t> values;
+    if (!chosen.values)
+        return true;
+    const bool sound = view_values_read(view, values, error);
+    for (const view_stored_value_t &value : values)
+        if (is_of(*chosen.values, value.protocol))
+            put_value(listing, value);
+    return sound;
+}
+
+void print_document(listing_t &listing, const std::string &name)
+{
+    json_document_t document = json_document("list");
+    document["file"] = json_text(name);
+    if (listing.chosen.protocols)
+        document["protocols"] = std::move(listing.protocols);
+    if (listing.chosen.rules)
+        document["rules_by_name"] = std::move(listing.rules);
+    if (listing.chosen.values)
+        document["values"] = std::move(listing.values);
+    console_document(listing.console, document);
+}
+
+} // namespace
+
+exit_status_t list_names(console_t &console, const input_file_t &file, const list_names_t &chosen)
+{
+    listing_t listing = {console, chosen};
+    pdb_view_t view;
+    view_error_t error;
+    const bool sound =
+        pdb_view_open(input_file_bytes(file), view, error) && walk(listing, view, error);
+    if (!sound)
+        print_fault(console, file.name, error);
+    if (listing.json())
+        print_document(listing, file.name);
+    return sound ? EXIT_STATUS_FINE : EXIT_STATUS_FILE;
+}
