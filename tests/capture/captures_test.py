@@ -22,7 +22,13 @@ import unittest
 HERE = os.path.dirname(os.path.abspath(__file__))
 ROOT = os.path.normpath(os.path.join(HERE, "..", ".."))
 CAPTURES = os.path.join(ROOT, "..", "shared", "data", "captures")
-PDATA = os.path.join(os.path.abspath(sys.argv.pop(1)), "pdata") if len(sys.argv) > 1 else "pdata"
+PROGRAMS = os.path.abspath(sys.argv.pop(1)) if len(sys.argv) > 1 else ""
+PDATA = os.path.join(PROGRAMS, "pdata")
+
+# Services by transport and port: a description of them, and what is expected of flows.
+SERVICES = {("udp", 53): "dns", ("tcp", 53): "dns", ("tcp", 80): "http", ("tcp", 443): "ssl",
+            ("tcp", 22): "ssh", ("tcp", 25): "smtp", ("tcp", 21): "ftp", ("tcp", 143): "imap",
+            ("udp", 5060): "sip", ("tcp", 1883): "mqtt", ("tcp", 445): "smb", ("udp", 67): "dhcp"}
 
 FIELDS = ["frame.protocols", "frame.len", "ip.src", "ip.dst", "ipv6.src", "ipv6.dst", "tcp.srcport",
           "tcp.dstport", "udp.srcport", "udp.dstport", "http.host", "dns.qry.name",
@@ -157,6 +163,25 @@ class Traps(unittest.TestCase):
         self.assertEqual((len(flows), summary["evicted"]), (2, 1))
 
 
+def write_services(folder):
+    """Compiles a description of the services; returns the loadable pdb."""
+    rules = collections.defaultdict(list)
+    for (transport, port), name in SERVICES.items():
+        rules[name].append({"order": "200:1000", "path": [transport, name],
+                            "rule": [{"protocol": transport, "port": str(port)}]})
+    protocols = [{"name": name, "id": 16777300 + number,
+                  "version": {"major": 1, "minor": 0, "revision": 0}, "rules": rules[name]}
+                 for number, name in enumerate(sorted(rules))]
+    description = os.path.join(folder, "services.pdd")
+    with open(description, "w", encoding="ascii") as file:
+        json.dump({"protocols": protocols}, file)
+    loadable = os.path.join(folder, "services.pdb")
+    subprocess.run([os.path.join(PROGRAMS, "pdata_compiler"), "--pdd", description, "--cfg-path",
+                    os.path.join(ROOT, "examples", "cfg"), "--loadable", "--pdb-out", loadable],
+                   check=True, capture_output=True, cwd=folder)
+    return loadable
+
+
 def plain_flows(path):
     """What tshark's fields say: packets, bytes and names by the innermost ends of each packet."""
     arguments = ["tshark", "-n", "-r", path, "-T", "fields", "-E", "aggregator=|", "-E",
@@ -202,6 +227,27 @@ class Captures(unittest.TestCase):
         for path in sorted(glob.glob(os.path.join(CAPTURES, "*.pcap"))):
             with self.subTest(capture=os.path.basename(path)):
                 self.check(path)
+
+    def test_services_are_known_by_the_responders_port(self):
+        with tempfile.TemporaryDirectory() as folder:
+            loadable = write_services(folder)
+            names = ("mixed-small", "ssl-versions", "sip", "dns-over-tcp", "smtp", "dhcp", "mqtt")
+            paths = [os.path.join(CAPTURES, name + ".pcap") for name in names]
+            done = subprocess.run([PDATA, "classify", "--json", loadable, *paths], check=True,
+                                  capture_output=True)
+        *flows, _ = [json.loads(line) for line in done.stdout.splitlines()]
+        met = collections.Counter()
+        for flow in flows:
+            service = SERVICES.get((flow["transport"], flow["responder"].get("port")))
+            self.assertEqual((flow["protocol"], flow["basis"]),
+                             (service, service and "port"), flow)
+            met[service] += 1
+        for service in ("ssl", "sip", "dns", "smtp", "mqtt", "dhcp"):
+            self.assertGreater(met[service], 0, service)
+        for flow in flows:  # no well-known port is an initiator's, but where both ends have it
+            ports = [flow[end].get("port") for end in ("initiator", "responder")]
+            if (flow["transport"], ports[0]) in SERVICES:
+                self.assertIn(ports[1], (ports[0], 68), flow)
 
     def check(self, path):
         flows, _, done = flows_of(path)
