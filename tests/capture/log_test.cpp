@@ -77,6 +77,18 @@ TEST(log_test, an_alert_without_direction_is_turned_by_what_follows)
     EXPECT_EQ(line.find("uri_post_decoded"), line.npos) << line;
 }
 
+TEST(log_test, a_name_from_outside_is_no_further_value_of_the_line)
+{
+    const run_t run = run_lines({
+        event("flow", 1, R"(,"app_proto":"tls; ip:address cts 192.0.2.1")"),
+        event("flow", 2, R"(,"app_proto":"ftp-data")"),
+    });
+    ASSERT_EQ(run.flows.size(), 2u);
+    EXPECT_EQ(flow_write(flow_record_values(run.flows[0], false)).find("192.0.2.1"),
+              std::string::npos);
+    EXPECT_EQ(run.flows[1].protocols, (std::vector<std::string>{"tcp", "ftp_data"}));
+}
+
 TEST(log_test, the_window_is_bounded)
 {
     std::vector<std::string> lines;

@@ -63,6 +63,15 @@ void add_icmp(const flow_record_t &record, flow_values_t &values)
         add_both(values, number_value(protocol, "code", static_cast<uint64_t>(record.icmp_code)));
 }
 
+/// Tells whether a text can be the name of a protocol, and a word of a flow line.
+bool is_name(std::string_view text)
+{
+    constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                                         "0123456789_-.";
+    return !text.empty() && text.size() <= 64 &&
+           text.find_first_not_of(letters) == std::string_view::npos;
+}
+
 bool equal_but_case(std::string_view a, std::string_view b)
 {
     return std::ranges::equal(
@@ -87,7 +96,7 @@ void flow_record_add(flow_record_t &record, flow_seen_t seen)
 
 void flow_record_add_protocol(flow_record_t &record, std::string_view name)
 {
-    if (record.protocols.size() < FLOW_RECORD_VALUES &&
+    if (record.protocols.size() < FLOW_RECORD_VALUES && is_name(name) &&
         std::ranges::find(record.protocols, name) == record.protocols.end())
         record.protocols.emplace_back(name);
 }

@@ -55,7 +55,8 @@ struct flow_record_t {
 /// Keeps a value unless the record has it already or is full. A long one is cut and incomplete.
 void flow_record_add(flow_record_t &record, flow_seen_t seen);
 
-/// Says that a flow has a protocol, once.
+/// Says that a flow has a protocol, once. A name that is no word of at most 64 letters, digits and
+/// "_-." is let go: it comes from outside, and stands in flow lines as it is.
 void flow_record_add_protocol(flow_record_t &record, std::string_view name);
 
 /// Says which side is the client, if that is surer than what is known.
