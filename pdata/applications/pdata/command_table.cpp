@@ -37,6 +37,8 @@ std::span<const command_t> command_table()
          "  pdata flows eve.json | pdata match loadable.pdb -", flows_declare},
         {"classify", operators, "Captures and logs in, classified flows out", text_json,
          "  pdata classify loadable.pdb eve.json --only unknown", classify_declare},
+        {"decompile", operators, "A pdb back into a description that compiles to the same records",
+         text_only, "  pdata decompile loadable.pdb -o protocols.pdd", decompile_declare},
     };
     return table;
 }

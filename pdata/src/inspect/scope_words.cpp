@@ -1,0 +1,19 @@
+#include "scope_words.h"
+
+#include "format_values.h"
+
+uint32_t scope_bit(std::string_view word)
+{
+    for (const format_value_t &row : format_values)
+        if (row.unit == FORMAT_UNIT_SCOPE && std::string_view(row.what).starts_with(word))
+            return row.number;
+    return 0;
+}
+
+std::string_view scope_word(uint32_t bit)
+{
+    for (const format_value_t &row : format_values)
+        if (row.unit == FORMAT_UNIT_SCOPE && row.number == bit)
+            return row.what;
+    return {};
+}

@@ -1,0 +1,122 @@
+// A text that was decompiled compiles to the bytes that it came from.
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "decompile.h"
+#include "description_generator.h"
+#include "random_description.h"
+#include "serialize_fixture.h"
+
+namespace
+{
+
+const std::vector<alias_model> aliases = {
+    {{"http", "user_agent", ATTR_WAY_CTS}, {"quic", "user_agent", ATTR_WAY_BOTH}},
+    {{"tcp", "stream", ATTR_WAY_CTS}, {"udp", "stream", ATTR_WAY_STC}},
+    {{"ssl", "common_name", ATTR_WAY_BOTH}, {"ssl", "subject_alt_name", ATTR_WAY_STC}},
+    {{"http", "content", ATTR_WAY_STC}, {"quic", "content", ATTR_WAY_STC}},
+};
+
+constexpr const char *ALIASES = R"({"aliases": [
+    {"alias": {"protocol": "http", "attr": "user_agent", "way": "cts"},
+     "reference": {"protocol": "quic", "attr": "user_agent", "way": "both"}},
+    {"alias": {"protocol": "tcp", "attr": "stream", "way": "cts"},
+     "reference": {"protocol": "udp", "attr": "stream", "way": "stc"}},
+    {"alias": {"protocol": "ssl", "attr": "common_name", "way": "both"},
+     "reference": {"protocol": "ssl", "attr": "subject_alt_name", "way": "stc"}},
+    {"alias": {"protocol": "http", "attr": "content", "way": "stc"},
+     "reference": {"protocol": "quic", "attr": "content", "way": "stc"}}]})";
+
+class decompile : public serialize_fixture
+{
+protected:
+    std::vector<uint8_t> compile(const std::string &text)
+    {
+        std::string came_to;
+        (void)stderr_of([&] { came_to = run(text); }); // warnings of directions
+        EXPECT_EQ(came_to, "0") << text;
+        std::vector<uint8_t> file;
+        for (const pdb_t &one : pdb) {
+            if (one.pdb_type == PDB_TYPE_END)
+                break;
+            file.insert(file.end(), one.pdb_tlv->begin(), one.pdb_tlv->end());
+        }
+        return file;
+    }
+
+    static std::string decompiled(const std::vector<uint8_t> &file, decompiled_t &out)
+    {
+        pdb_view_t view;
+        view_error_t error;
+        const bool read = pdb_view_open(file, view, error) && decompile_pdb(view, out, error);
+        return read ? "" : error.text;
+    }
+
+    void check(const std::string &text)
+    {
+        const std::vector<uint8_t> first = compile(text);
+        decompiled_t out;
+        ASSERT_EQ(decompiled(first, out), "") << text;
+        EXPECT_EQ(out.lost, std::vector<std::string>()) << text;
+        ASSERT_EQ(compile(out.text), first) << text << out.text;
+    }
+};
+
+TEST_F(decompile, random_descriptions_without_aliases)
+{
+    for (uint32_t seed = 1; seed <= 300 && !HasFailure(); ++seed) {
+        SCOPED_TRACE(seed);
+        check(make_random_description(seed, {}).json);
+    }
+}
+
+TEST_F(decompile, random_descriptions_with_aliases_and_tags)
+{
+    configure_aliases(ALIASES);
+    configure_tags(R"({"tag_table": {"video": 1, "audio": 2, "http": 3}})");
+    for (uint32_t seed = 1001; seed <= 1300 && !HasFailure(); ++seed) {
+        SCOPED_TRACE(seed);
+        check(make_random_description(seed, aliases).json);
+    }
+}
+
+TEST_F(decompile, a_large_generated_description)
+{
+    description_shape_t shape;
+    shape.protocols = 400;
+    shape.rules = 2500;
+    check(generate_description(shape));
+}
+
+/// Whatever is changed in a file, decompiling it ends, with a text or with a reason.
+TEST_F(decompile, damaged_files_are_read_without_harm)
+{
+    std::mt19937 random(11);
+    for (const uint32_t seed : {3U, 14U, 15U, 92U}) {
+        const std::vector<uint8_t> file = compile(make_random_description(seed, {}).json);
+        for (int round = 0; round < 300; ++round) {
+            std::vector<uint8_t> damaged = file;
+            for (auto n = 1 + random() % 6; n != 0; --n)
+                damaged[random() % damaged.size()] = static_cast<uint8_t>(random());
+            decompiled_t out;
+            const std::string reason = decompiled(damaged, out);
+            EXPECT_TRUE(!reason.empty() || !out.text.empty());
+        }
+    }
+}
+
+/// A rule tag of a pdb without main strings has no name, and the text says less.
+TEST_F(decompile, what_has_no_name_is_listed)
+{
+    (void)compile(R"({"p": [{"name": "a", "id": 1, "rules": [{"order": "1:2", "rule-tags": "x",
+        "rule": [{"protocol": "tcp", "port": "80"}]}]}]})");
+    decompiled_t out;
+    ASSERT_EQ(decompiled(part(PDB_TYPE_PROTOCOL_DESCRIPTION), out), "");
+    EXPECT_EQ(out.lost,
+              std::vector<std::string>({"protocol a: rule 1: its tags, which no main string "
+                                        "names"}));
+    EXPECT_EQ(out.text.find("rule-tags"), std::string::npos);
+}
+
+} // namespace
