@@ -74,24 +74,26 @@ std::vector<uint8_t> make_skips(const view_aho_corasick_t &engine)
     return skips;
 }
 
-void index_stream(match_matcher_t &matcher)
+/// Makes the indexes of a stream matcher; what its table of the suffix tree takes goes off `room`.
+void index_stream(match_matcher_t &matcher, size_t &room)
 {
     const view_pattern_t &pattern = matcher.view.pattern;
     match_index_second_level(matcher);
     match_jump_make(pattern.suffix_tree, (pattern.algo & PATTERN_ALGO_ICASE) != 0, matcher.roles,
-                    matcher.suffix_jump);
+                    room, matcher.suffix_jump);
+    room -= match_jump_bytes(matcher.suffix_jump);
     matcher.skips[0] = make_skips(pattern.aho_corasick);
     matcher.skips[1] = make_skips(pattern.ahoff_corasick);
 }
 
-bool open_matcher(pdata_db &db, const view_record_t &record, view_error_t &error)
+bool open_matcher(pdata_db &db, const view_record_t &record, size_t &jump_room, view_error_t &error)
 {
     match_matcher_t &matcher = db.matchers.emplace_back();
     if (!view_matcher_open(record, db.view.matchers.names, matcher.view, error))
         return view_within(error, "matchers: matcher %zu", db.matchers.size() - 1);
     matcher.kind = kind_of(matcher.view.type);
     if (matcher.kind == PDATA_BYTES)
-        index_stream(matcher);
+        index_stream(matcher, jump_room);
     const auto nr_progress = matcher.groups.size() + matcher.checks.size();
     db.nr_progress = std::max(db.nr_progress, static_cast<uint32_t>(nr_progress));
     db.nr_node = std::max(db.nr_node, matcher.view.pattern.dot_prefix.rows.nr_row);
@@ -113,9 +115,10 @@ bool match_index_matchers(pdata_db &db, view_error_t &error)
     for (view_cursor_t cursor = view_walk(db.view.matchers.list); view_next(cursor, record);)
         ++nr_matcher;
     db.matchers.reserve(nr_matcher);
+    size_t jump_room = db.bytes.bytes.size() / 10;
     view_cursor_t cursor = view_walk(db.view.matchers.list);
     while (view_next(cursor, record))
-        if (!open_matcher(db, record, error))
+        if (!open_matcher(db, record, jump_room, error))
             return false;
     return view_walk_sound(cursor, error);
 }
@@ -126,9 +129,8 @@ size_t match_index_bytes(const pdata_db &db)
                    bytes_of(db.attribute_matchers) + bytes_of(db.protocols) + bytes_of(db.rules);
     for (const match_matcher_t &matcher : db.matchers)
         bytes += bytes_of(matcher.roles) + bytes_of(matcher.groups) + bytes_of(matcher.checks) +
-                 bytes_of(matcher.always) + bytes_of(matcher.suffix_jump.table) +
-                 bytes_of(matcher.suffix_jump.ends) + bytes_of(matcher.skips[0]) +
-                 bytes_of(matcher.skips[1]);
+                 bytes_of(matcher.always) + match_jump_bytes(matcher.suffix_jump) +
+                 bytes_of(matcher.skips[0]) + bytes_of(matcher.skips[1]);
     return bytes;
 }
 

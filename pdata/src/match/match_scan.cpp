@@ -218,12 +218,10 @@ void scan_forwards(pdata_flow &flow, const match_value_t &value)
     }
 }
 
-/// Reports what ends at the row where a walk from the back stands, by the short way where there is
-/// one. Returns false where no pattern goes on.
-bool report_end(pdata_flow &flow, const match_value_t &value, const radix_run_t &run)
+/// Reports what ends where a walk from the back begins, by the short way where there is one.
+/// Returns false where no pattern goes on.
+bool report_end(pdata_flow &flow, const match_value_t &value, const radix_run_t &run, uint32_t end)
 {
-    const std::vector<uint32_t> &ends = value.matcher.suffix_jump.ends;
-    const uint32_t end = ends.empty() ? uint32_t{MATCH_END_RECORD} : ends[run.row];
     if (end == MATCH_END_NONE)
         return true;
     if (end == MATCH_END_RECORD) {
@@ -239,11 +237,15 @@ void scan_backwards(pdata_flow &flow, const match_value_t &value)
 {
     const view_pattern_t &pattern = value.matcher.view.pattern;
     const match_jump_t &jump = value.matcher.suffix_jump;
-    radix_run_t suffix{pattern.suffix_tree, true, (pattern.algo & PATTERN_ALGO_ICASE) != 0};
-    if (jump.length != 0 && !match_jump_find(jump, value.data, suffix.row, suffix.at))
+    match_jump_start_t start;
+    if (jump.length != 0 && !match_jump_find(jump, pattern.suffix_tree, value.data, start))
         return;
-    while (report_end(flow, value, suffix) && step(value, suffix)) {
-    }
+    radix_run_t suffix{pattern.suffix_tree, true, (pattern.algo & PATTERN_ALGO_ICASE) != 0,
+                       start.row, start.depth};
+    if (!report_end(flow, value, suffix, start.end))
+        return;
+    while (step(value, suffix))
+        report_row(flow, value, suffix);
 }
 
 /// Tells whether a matcher has an engine that goes from the front.

@@ -1,0 +1,97 @@
+/// Trees of many suffixes against plain comparison of texts: those that are entered by the last
+/// bytes of the data.
+#include <set>
+
+#include "match_run.h"
+#include "random_pdb.h"
+
+namespace
+{
+
+constexpr uint32_t NR_SUFFIX = 600;
+
+std::string word(random_match_t &random, uint32_t shortest, uint32_t longest)
+{
+    std::string text;
+    for (uint32_t left = shortest + random.below(longest - shortest + 1); left != 0; --left)
+        text += static_cast<char>('a' + random.below(12));
+    return text;
+}
+
+std::set<std::string> make_suffixes(random_match_t &random, uint32_t shortest)
+{
+    constexpr const char *domains[] = {"com", "net", "io"};
+    std::set<std::string> suffixes;
+    while (suffixes.size() < NR_SUFFIX) {
+        const bool below = !suffixes.empty() && random.one_in(5);
+        const std::string end = below ? *suffixes.begin() : domains[random.below(3)];
+        suffixes.insert(word(random, shortest, random.one_in(5) ? 30 : 9) + "." + end);
+    }
+    return suffixes;
+}
+
+std::vector<uint8_t> make_suffix_pdb(const std::set<std::string> &suffixes)
+{
+    pdb_model model;
+    model.protocols.push_back(protocol_of(16777300, "hosts", {}));
+    for (std::string suffix : suffixes) {
+        for (size_t at = 0; (at = suffix.find('.', at)) != suffix.npos; at += 2)
+            suffix.insert(at, "\\");
+        model.protocols[0].rules.push_back(
+            simple_rule("http", {stream_attr("server", {".*" + suffix})}));
+    }
+    return compile(model).bytes;
+}
+
+/// A host name below a suffix or near one, some of it in capitals, down to no byte at all.
+std::string make_host(random_match_t &random, const std::set<std::string> &suffixes)
+{
+    std::string host = word(random, 0, 9) + *std::next(suffixes.begin(), random.below(NR_SUFFIX));
+    if (random.one_in(3))
+        host.erase(0, random.below(static_cast<uint32_t>(host.size()) + 1));
+    if (!host.empty() && random.one_in(2)) {
+        char &c = host[random.below(static_cast<uint32_t>(host.size()))];
+        c = static_cast<char>(c ^ (random.one_in(3) ? 1 : 0x20));
+    }
+    return host;
+}
+
+std::string lower(std::string text)
+{
+    for (char &c : text)
+        c = c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c;
+    return text;
+}
+
+void compare(uint32_t seed, uint32_t shortest)
+{
+    random_match_t random{std::mt19937(seed)};
+    const std::set<std::string> suffixes = make_suffixes(random, shortest);
+    const std::vector<uint8_t> bytes = make_suffix_pdb(suffixes);
+    const pdata::database db = pdata::database::open_memory(bytes.data(), bytes.size());
+    pdata::flow flow(db);
+    size_t found = 0;
+    for (uint32_t i = 0; i < 4000; ++i) {
+        flow_value_t value{.protocol = "http", .attribute = "server", .bytes = {}, .number = {}};
+        value.bytes = make_host(random, suffixes);
+        size_t expected = 0;
+        for (const std::string &suffix : suffixes)
+            expected += lower(value.bytes).ends_with(suffix) ? 1 : 0;
+        const match_answer_t answer = match_answer(db, flow, {&value, 1});
+        ASSERT_EQ(answer.items.size(), expected) << value.bytes;
+        found += expected;
+    }
+    EXPECT_GT(found, 1000);
+}
+
+TEST(suffix_match, long_suffixes_agree_with_plain_comparison)
+{
+    compare(21, 8);
+}
+
+TEST(suffix_match, short_suffixes_agree_with_plain_comparison)
+{
+    compare(22, 1);
+}
+
+} // namespace
