@@ -137,6 +137,15 @@ TEST(Dump, TakesTagsInEitherByteOrder)
               "8+4 TAGS|type 9, 2 words|tag table\n"
               "12+4 .name[0]|0|\"ab\"\n"
               "16+4 .number[0]|17\n");
+    const word_list two =
+        join({record(9, {0, 1, 0x04000000, 0x02000000}), record(3, {0x00026162, 0x00026364})});
+    EXPECT_EQ(lines(join({record(12, {0x02000002}), two}), only(FORMAT_TAGS)),
+              "8+4 TAGS|type 9, 4 words|tag table\n"
+              "12+4 .name[0]|0|\"ab\"\n"
+              "16+4 .number[0]|16777216\n"
+              "20+4 .name[1]|4|\"cd\"\n"
+              "24+4 .number[1]|2\n")
+        << "only the second name tells the order";
     EXPECT_EQ(lines(join({record(12, {0x04000004}), tail}), only(FORMAT_TAGS)),
               "8+4 TAGS|type 9, 2 words|tag table\n"
               "12+4 .name[0]|0|\"ab\"\n"

@@ -4,6 +4,7 @@
 
 #include "format_fields.h"
 #include "format_types.h"
+#include "view_parts.h"
 #include "view_pool.h"
 
 namespace
@@ -31,17 +32,24 @@ void find_kinds(dump_walk_t &walk, format_level_t level, const view_area_t &area
     }
 }
 
-/// Tells whether the tag table reads as one of a pdb that a little-endian host loaded.
-bool is_swapped(const dump_walk_t &walk)
+/// Tells whether the names of a tag table are strings of the pool in one of the two orders.
+bool names_are_there(const dump_walk_t &walk, bool swapped)
 {
     const view_area_t &tags = walk.found[FORMAT_TAGS];
-    const view_pool_t strings = {walk.found[FORMAT_STRING]};
-    const uint32_t state = dump_found_word(walk, FORMAT_LOAD, 0);
+    const uint32_t count = std::min(view_tag_count(tags), TAG_TABLE_DIM);
     std::string_view name;
-    if (state == TLV_TYPE_LOAD_LOADED_LE || tags.size < 4 || strings.area.size == 0)
-        return state == TLV_TYPE_LOAD_LOADED_LE;
-    return !view_pool_get(strings, view_word(tags, 0), name) &&
-           view_pool_get(strings, csa_swap32(view_word(tags, 0)), name);
+    for (uint32_t i = 0; i < count; ++i)
+        if (!view_pool_get({walk.found[FORMAT_STRING]}, view_tag_at(tags, i, swapped).name, name))
+            return false;
+    return true;
+}
+
+/// Tells whether the tag table is in the order of a little-endian host. The load state says so of
+/// a loaded pdb; of others only the names tell.
+bool is_swapped(const dump_walk_t &walk)
+{
+    return dump_found_word(walk, FORMAT_LOAD, 0) == TLV_TYPE_LOAD_LOADED_LE ||
+           (!names_are_there(walk, false) && names_are_there(walk, true));
 }
 
 /// Reads what ranges of a level refer to.
