@@ -31,6 +31,8 @@ char escape_letter(char byte)
 
 void put_string(std::string &text, std::string_view bytes)
 {
+    if (text.size() >= DECOMPILE_TEXT_MAX)
+        return;
     text += '"';
     for (const char byte : bytes) {
         const char letter = escape_letter(byte);

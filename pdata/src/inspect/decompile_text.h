@@ -11,7 +11,8 @@
 constexpr size_t DECOMPILE_TEXT_MAX = size_t{512} << 20;
 
 /// Appends a string. A quote, a backslash and the five control characters with a letter are
-/// escaped; every other byte stands for itself, because the language has no escape for it.
+/// escaped; every other byte stands for itself, because the language has no escape for it. A text
+/// of DECOMPILE_TEXT_MAX bytes takes no more: it is refused as a whole.
 void put_string(std::string &text, std::string_view bytes);
 
 /// Appends a key, behind a comma unless it is the first of its object.
