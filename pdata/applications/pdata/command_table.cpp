@@ -39,6 +39,8 @@ std::span<const command_t> command_table()
          "  pdata classify loadable.pdb eve.json --only unknown", classify_declare},
         {"decompile", operators, "A pdb back into a description that compiles to the same records",
          text_only, "  pdata decompile loadable.pdb -o protocols.pdd", decompile_declare},
+        {"diff", operators, "What two pdbs say differently: protocols, rules, values", text_json,
+         "  pdata diff --stat released.pdb new.pdb", diff_declare},
     };
     return table;
 }
