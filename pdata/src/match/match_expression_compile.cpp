@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <bit>
 #include <new>
 
 #include "match_expression.h"
@@ -246,90 +245,6 @@ bool is_open_ended(const rexpand_tree &tree)
     return tree.nodes[child].kind == REXPAND_AST_WILDCARD_NODE;
 }
 
-/// The places of a short program, numbered in the order of its bytes.
-struct placing_t {
-    const match_expression_t &expression;
-    std::vector<uint32_t> place_of; ///< by step, of bytes
-    std::vector<uint32_t> stack = {};
-    std::vector<bool> seen = {};
-
-    /// Returns the places that can be entered from `step`; sets `ends` if the end can.
-    uint64_t entered(uint32_t step, bool &ends)
-    {
-        uint64_t places = 0;
-        seen.assign(expression.steps.size(), false);
-        stack.assign(1, step);
-        while (!stack.empty()) {
-            const uint32_t at = stack.back();
-            stack.pop_back();
-            if (seen[at])
-                continue;
-            seen[at] = true;
-            const match_step_t &what = expression.steps[at];
-            if (what.kind == MATCH_STEP_BYTE)
-                places |= uint64_t{1} << place_of[at];
-            else if (what.kind == MATCH_STEP_END)
-                ends = true;
-            else
-                stack.push_back(what.to);
-            if (what.kind == MATCH_STEP_SPLIT)
-                stack.push_back(at + 1);
-        }
-        return places;
-    }
-};
-
-/// Groups the bytes by the places that take them.
-void make_classes(const match_expression_t &expression, match_places_t &places)
-{
-    std::array<uint64_t, 256> takers{};
-    uint64_t place = 1;
-    for (const match_step_t &step : expression.steps) {
-        if (step.kind != MATCH_STEP_BYTE)
-            continue;
-        for (size_t word = 0; word < 4; ++word)
-            for (uint64_t left = expression.sets[step.to][word]; left != 0; left &= left - 1)
-                takers[word * 64 + static_cast<size_t>(std::countr_zero(left))] |= place;
-        place <<= 1;
-    }
-    for (size_t c = 0; c < takers.size(); ++c) {
-        const auto known = std::find(places.classes.begin(), places.classes.end(), takers[c]);
-        places.class_of[c] = static_cast<uint8_t>(known - places.classes.begin());
-        if (known == places.classes.end())
-            places.classes.push_back(takers[c]);
-    }
-}
-
-/// Turns a program of few bytes into places of a word.
-void make_places(match_expression_t &expression)
-{
-    placing_t placing{expression, std::vector<uint32_t>(expression.steps.size())};
-    std::vector<uint32_t> step_of;
-    for (uint32_t at = 0; at < expression.steps.size(); ++at)
-        if (expression.steps[at].kind == MATCH_STEP_BYTE) {
-            placing.place_of[at] = static_cast<uint32_t>(step_of.size());
-            step_of.push_back(at);
-        }
-    match_places_t &places = expression.places;
-    places.first = placing.entered(0, expression.is_empty);
-    for (size_t place = 0; place < step_of.size(); ++place) {
-        const uint64_t bit = uint64_t{1} << place;
-        bool ends = false;
-        const uint64_t follow = placing.entered(step_of[place] + 1, ends);
-        places.last |= ends ? bit : 0;
-        if (place + 1 < MATCH_EXPRESSION_WORD && follow == bit << 1) {
-            places.linear |= bit;
-        } else if (follow != 0) {
-            places.branch |= bit;
-            places.follow.push_back(follow);
-        }
-    }
-    make_classes(expression, places);
-    expression.is_short = true;
-    expression.steps = {};
-    expression.sets = {};
-}
-
 } // namespace
 
 bool match_expression_compile(std::string_view text, bool icase, match_expression_t &expression)
@@ -349,7 +264,7 @@ bool match_expression_compile(std::string_view text, bool icase, match_expressio
     const auto is_byte = [](const match_step_t &step) { return step.kind == MATCH_STEP_BYTE; };
     if (std::count_if(expression.steps.begin(), expression.steps.end(), is_byte) <=
         static_cast<ptrdiff_t>(MATCH_EXPRESSION_WORD))
-        make_places(expression);
+        match_places_make(expression);
     return true;
 }
 
