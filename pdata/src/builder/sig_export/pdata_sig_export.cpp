@@ -36,12 +36,19 @@ const mapping_row *mapping_find(uint32_t index)
     return index < mapping.size() ? mapping[index].get() : nullptr;
 }
 
-std::unique_ptr<pdata_sig_export_t> pdata_sig_export_create(const sig_list_row &row)
+/// Makes an export with the empty data of its engine.
+std::unique_ptr<pdata_sig_export_t> pdata_sig_export_new(const sig_list_row &row)
 {
     auto sig_export = std::make_unique<pdata_sig_export_t>();
+    sig_export->engine_data = row.new_data();
+    return sig_export;
+}
+
+std::unique_ptr<pdata_sig_export_t> pdata_sig_export_create(const sig_list_row &row)
+{
+    std::unique_ptr<pdata_sig_export_t> sig_export = pdata_sig_export_new(row);
     sig_export->name = row.name;
     sig_export->ops = row.ops;
-    sig_export->engine_data = row.new_data();
     return sig_export;
 }
 
