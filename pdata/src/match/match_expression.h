@@ -83,8 +83,8 @@ struct match_expression_room_t {
 [[nodiscard]] bool match_expression_compile(std::string_view text, bool icase,
                                             match_expression_t &expression);
 
-/// Turns the steps of an expression, of which at most MATCH_EXPRESSION_WORD take a byte, into places
-/// of a word. std::bad_alloc passes.
+/// Turns the steps of an expression, of which at most MATCH_EXPRESSION_WORD take a byte, into
+/// places of a word. std::bad_alloc passes.
 void match_places_make(match_expression_t &expression);
 
 /// Makes `room` fit `expression` as well as all that it fits already. std::bad_alloc passes.
