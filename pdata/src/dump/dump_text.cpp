@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
-#include <cstring>
 
 void dump_say(dump_text_t &text, const char *format, ...)
 {
@@ -21,7 +20,7 @@ void dump_say_bytes(dump_text_t &text, std::string_view bytes)
     constexpr size_t most = 48;
     const size_t left = DUMP_TEXT_DIM - 1 - text.size;
     const size_t size = std::min({bytes.size(), most, left});
-    std::memcpy(text.at + text.size, bytes.data(), size);
+    (void)bytes.copy(text.at + text.size, size);
     text.size += size;
     if (size < bytes.size())
         dump_say(text, "...");
