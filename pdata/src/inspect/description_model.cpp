@@ -42,26 +42,11 @@ bool read_pairs(model_reading_t &reading, const view_area_t &area, const char *w
     return true;
 }
 
-/// Returns the direction of a stored one, which numbers them the other way round.
-uint32_t way_of(uint32_t way_proto)
-{
-    switch (way_proto & 0xF) {
-    case TLV_TYPE_PROTO_ATTR_WAY_STC:
-        return ATTR_WAY_STC;
-    case TLV_TYPE_PROTO_ATTR_WAY_CTS:
-        return ATTR_WAY_CTS;
-    case TLV_TYPE_PROTO_ATTR_WAY_BOTH:
-        return ATTR_WAY_BOTH;
-    default:
-        return ATTR_WAY_UNKNOWN;
-    }
-}
-
 bool read_attribute(model_reading_t &reading, const view_attribute_t &view,
                     model_attribute_t &attribute)
 {
     attribute.type = view.type;
-    attribute.way = way_of(view.way_proto);
+    attribute.way = view_attribute_way(view);
     if (!text_of(reading, view.name, "attribute name", attribute.name))
         return false;
     attribute.values.resize(view_words(view.values));

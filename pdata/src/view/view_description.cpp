@@ -353,3 +353,17 @@ bool view_attribute_at(const view_sub_rule_t &sub_rule, uint32_t index, view_att
 {
     return entry_at(sub_rule.attributes, index, "attribute", view_attribute_read, attribute, error);
 }
+
+uint32_t view_attribute_way(const view_attribute_t &attribute)
+{
+    switch (attribute.way_proto & 0xF) {
+    case TLV_TYPE_PROTO_ATTR_WAY_STC:
+        return ATTR_WAY_STC;
+    case TLV_TYPE_PROTO_ATTR_WAY_CTS:
+        return ATTR_WAY_CTS;
+    case TLV_TYPE_PROTO_ATTR_WAY_BOTH:
+        return ATTR_WAY_BOTH;
+    default:
+        return ATTR_WAY_UNKNOWN;
+    }
+}

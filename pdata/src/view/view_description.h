@@ -64,6 +64,10 @@ struct view_attribute_t {
     view_area_t offsets;    ///< per value its pattern offset; empty for types without
 };
 
+/// Returns the direction of an attribute as in memory, csa_attr_way_t: the stored form numbers the
+/// two directions the other way round. ATTR_WAY_UNKNOWN for one that the format does not have.
+[[nodiscard]] uint32_t view_attribute_way(const view_attribute_t &attribute);
+
 /// Takes one record of a protocol into its view. Returns VIEW_SOUND, VIEW_UNKNOWN for a type that
 /// a protocol does not have, or VIEW_LENGTH: a meta of a length that no form has, half a pair,
 /// rules shorter than the positions that were read before them say.

@@ -23,24 +23,9 @@ bool text_at(value_walk_t &walk, uint32_t offset, const char *what, std::string_
                      "%s: no text begins here", what);
 }
 
-/// Returns the direction of a stored one, which numbers them the other way round.
-uint32_t way_of(uint32_t way_proto)
-{
-    switch (way_proto & 0xF) {
-    case TLV_TYPE_PROTO_ATTR_WAY_STC:
-        return ATTR_WAY_STC;
-    case TLV_TYPE_PROTO_ATTR_WAY_CTS:
-        return ATTR_WAY_CTS;
-    case TLV_TYPE_PROTO_ATTR_WAY_BOTH:
-        return ATTR_WAY_BOTH;
-    default:
-        return ATTR_WAY_UNKNOWN;
-    }
-}
-
 bool walk_attribute(value_walk_t &walk, const view_attribute_t &attribute)
 {
-    walk.next.way = way_of(attribute.way_proto);
+    walk.next.way = view_attribute_way(attribute);
     if (!text_at(walk, attribute.name, "attribute name", walk.next.attribute))
         return false;
     for (size_t i = 0; i < view_words(attribute.values); ++i) {
