@@ -157,7 +157,7 @@ TEST_F(ipbt_serialize, every_loaded_table_becomes_an_array)
 
 TEST_F(ipbt_serialize, absent_arguments_are_refused)
 {
-    constexpr const char *refused = "2: IPBT : unable to serialize IPBT.\n";
+    constexpr const char *refused = OUTCOME_INVALID_ARGUMENT ": IPBT : unable to serialize IPBT.\n";
     src = {{}, 100, false};
     hdr = {{}, 100, false};
     text_stream_t none;
@@ -170,18 +170,18 @@ TEST_F(ipbt_serialize, absent_arguments_are_refused)
 
 TEST_F(ipbt_serialize, a_table_that_does_not_parse_is_status_51)
 {
-    EXPECT_EQ(generate("{\"rules\" []}"), "51: parse failure on line: 1\n"
-                                          "{\"rules\" [\n"
-                                          "---------^\n"
-                                          "Expecting ':', got '['.\n");
-    EXPECT_EQ(generate(""),
-              "51: parse failure on line: 1\n"
+    EXPECT_EQ(generate("{\"rules\" []}"), OUTCOME_JSON_BAD_SYNTAX ": parse failure on line: 1\n"
+                                                                  "{\"rules\" [\n"
+                                                                  "---------^\n"
+                                                                  "Expecting ':', got '['.\n");
+    EXPECT_EQ(generate(""), OUTCOME_JSON_BAD_SYNTAX
+              ": parse failure on line: 1\n"
               "Expecting 'STRING', 'NUMBER', 'NULL', 'TRUE', 'FALSE', '{', '[', got 'EOF'.\n");
 }
 
 TEST_F(ipbt_serialize, a_table_that_cannot_be_read_is_status_56)
 {
-    EXPECT_EQ(stderr_of([&] { EXPECT_EQ(generate(R"({"x": 1})"), "56: "); }),
+    EXPECT_EQ(stderr_of([&] { EXPECT_EQ(generate(R"({"x": 1})"), OUTCOME_PRAGMAR ": "); }),
               "IPBT: v_ipbt_pair_start: unexpected pair");
 }
 
@@ -195,13 +195,15 @@ TEST_F(ipbt_serialize, a_text_that_does_not_fit_is_status_3)
     for (size_t size = 1; size <= src_len + 1; ++size) {
         src = {{}, size, false};
         hdr = {{}, IPBT_HEADER_SIZE, false};
-        EXPECT_EQ(outcome(pdata_serialize_ipbt(&cfg, &src, &hdr)), size > src_len ? "0" : "3")
+        EXPECT_EQ(outcome(pdata_serialize_ipbt(&cfg, &src, &hdr)),
+                  size > src_len ? "0" : OUTCOME_IO)
             << size;
     }
     for (const size_t size : {1UL, hdr_len, hdr_len + 1}) {
         src = {{}, IPBT_SOURCE_SIZE, false};
         hdr = {{}, size, false};
-        EXPECT_EQ(outcome(pdata_serialize_ipbt(&cfg, &src, &hdr)), size > hdr_len ? "0" : "3");
+        EXPECT_EQ(outcome(pdata_serialize_ipbt(&cfg, &src, &hdr)),
+                  size > hdr_len ? "0" : OUTCOME_IO);
     }
 }
 
@@ -214,7 +216,7 @@ TEST_F(ipbt_serialize, a_table_of_many_addresses_does_not_fit_the_source)
         table += std::to_string(address >> 24) + "." + std::to_string(address >> 16 & 255) + "." +
                  std::to_string(address >> 8 & 255) + ".0\"";
     }
-    EXPECT_EQ(generate(table + "]}]}"), "3");
+    EXPECT_EQ(generate(table + "]}]}"), OUTCOME_IO);
     EXPECT_LT(src.text.size(), IPBT_SOURCE_SIZE);
 }
 
@@ -224,7 +226,7 @@ TEST_F(ipbt_serialize, a_value_of_no_known_kind_is_status_111)
     ipbt_container_t container;
     container.rules.push_back({{{static_cast<ipbt_value_type_t>(9), 5, true}}, {{0, 0}}});
     EXPECT_EQ(outcome(ipbt_fill_tree_from_container(container, tree.get())),
-              "111: IPBT: ipbt_fill_tree_from_container: invalid value type: 9");
+              OUTCOME_IPBT ": IPBT: ipbt_fill_tree_from_container: invalid value type: 9");
     container.rules[0].ip4_masks.clear();
     EXPECT_EQ(outcome(ipbt_fill_tree_from_container(container, tree.get())), "0")
         << "without a mask it is never looked at";
@@ -235,14 +237,14 @@ TEST_F(ipbt_serialize, a_refused_registration_is_status_1)
     const std::unique_ptr<ipbt_ip4_tree> tree = ipbt_ip4_tree_create();
     ipbt_container_t container;
     container.rules.push_back({{{IPBT_VALUE_TYPE_PROTOCOL, 5, true}}, {{0, 33}}});
-    EXPECT_EQ(outcome(ipbt_fill_tree_from_container(container, tree.get())),
-              "1: IPBT: ipbt_fill_tree_from_container: ipbt_ip4_register_proto returned -1");
+    EXPECT_EQ(outcome(ipbt_fill_tree_from_container(container, tree.get())), OUTCOME_NO_MEMORY
+              ": IPBT: ipbt_fill_tree_from_container: ipbt_ip4_register_proto returned -1");
     container.rules[0].ip4_masks[0].mask_length = 32;
     failing_alloc_arm(1);
     const pdata_status_t status = ipbt_fill_tree_from_container(container, tree.get());
     ASSERT_TRUE(failing_alloc_disarm());
-    EXPECT_EQ(outcome(status),
-              "1: IPBT: ipbt_fill_tree_from_container: ipbt_ip4_register_proto returned -5");
+    EXPECT_EQ(outcome(status), OUTCOME_NO_MEMORY
+              ": IPBT: ipbt_fill_tree_from_container: ipbt_ip4_register_proto returned -5");
 }
 
 TEST_F(ipbt_serialize, a_container_that_cannot_grow_says_so)
@@ -287,10 +289,11 @@ TEST_F(ipbt_serialize, memory_that_runs_out_is_a_status_with_a_message)
             [&](int code) { outcomes.insert(outcome(static_cast<pdata_status_t>(code))); });
     }); // what the container prints has its own test
     for (const char *expected :
-         {"1: IPBT: ipbt_serialize: ipbt_ip4_tree_create failed",
-          "1: IPBT: ipbt_fill_tree_from_container: ipbt_ip4_register_proto returned -5",
-          "1: IPBT: csa_malloc failed to allocate buf with 40 bytes",
-          "111: IPBT: ipbt_ip4_serialize failed", "56: "})
+         {OUTCOME_NO_MEMORY ": IPBT: ipbt_serialize: ipbt_ip4_tree_create failed",
+          OUTCOME_NO_MEMORY
+          ": IPBT: ipbt_fill_tree_from_container: ipbt_ip4_register_proto returned -5",
+          OUTCOME_NO_MEMORY ": IPBT: csa_malloc failed to allocate buf with 40 bytes",
+          OUTCOME_IPBT ": IPBT: ipbt_ip4_serialize failed", OUTCOME_PRAGMAR ": "})
         EXPECT_TRUE(outcomes.contains(expected)) << expected;
     EXPECT_FALSE(outcomes.contains("0"));
 }

@@ -58,7 +58,7 @@ TEST(matcher_alias_keys, the_record_holds_64_pairs)
     EXPECT_EQ(outcome(matcher_alias_make_alias_keys(&record, pairs)), "0");
     pairs.push_back({elt("ssl", "host", ATTR_WAY_CTS), elt("quic", "sni", ATTR_WAY_CTS)});
     EXPECT_EQ(outcome(matcher_alias_make_alias_keys(&record, pairs)),
-              "100: Too many matcher alias");
+              OUTCOME_OVERFLOW ": Too many matcher alias");
     EXPECT_EQ(record.nr_alias, 64u) << "a refused set leaves the record";
     EXPECT_EQ(record.nr_proto_alias, 1u);
 }

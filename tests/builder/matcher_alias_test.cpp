@@ -103,7 +103,8 @@ TEST_F(matcher_alias, values_are_unescaped_and_keys_are_not)
     EXPECT_EQ(csa_str_view(set.aliases[0].alias.attr_name), "\\.");
     EXPECT_EQ(set.aliases[0].alias.way, ATTR_WAY_CTS);
     EXPECT_EQ(read(document({entry(side("a", "b", R"(c\ts)"), side("c", "d", "cts"))})),
-              "2: MATCHER_ALIAS : Unknown way c\ts (pick both,cts or stc).\n")
+              OUTCOME_INVALID_ARGUMENT
+              ": MATCHER_ALIAS : Unknown way c\ts (pick both,cts or stc).\n")
         << "an escaped t is a tab";
     EXPECT_EQ(read(R"({"\aliases": [{}]})"), "0");
     EXPECT_EQ(set.alias_num, 0U);
@@ -122,15 +123,17 @@ TEST_F(matcher_alias, other_keys_are_ignored_with_all_that_they_hold)
 
 TEST_F(matcher_alias, a_document_that_does_not_parse_or_breaks_its_rules_is_status_56)
 {
-    EXPECT_EQ(read("[1,]"),
-              "56: parse failure on line: 1\n"
+    EXPECT_EQ(read("[1,]"), OUTCOME_PRAGMAR
+              ": parse failure on line: 1\n"
               "[1,]\n"
               "---^\n"
               "Expecting 'STRING', 'NUMBER', 'NULL', 'TRUE', 'FALSE', '{', '[', got ']'.\n");
     const char *rules = R"({"nodes": [{}, {}], "transitions": []})";
-    EXPECT_EQ(read("{}", rules), "56: Bad semantic.\nContext: \nUnexpected type '{'.\nExpected:\n");
+    EXPECT_EQ(read("{}", rules),
+              OUTCOME_PRAGMAR ": Bad semantic.\nContext: \nUnexpected type '{'.\nExpected:\n");
     EXPECT_EQ(read("{}", rules, true), "0");
-    EXPECT_EQ(outcome(json_to_matcher_alias({}, {}, &pool.table, &set, false)), "56: ")
+    EXPECT_EQ(outcome(json_to_matcher_alias({}, {}, &pool.table, &set, false)),
+              OUTCOME_PRAGMAR ": ")
         << "no document";
 }
 
@@ -145,24 +148,27 @@ TEST_F(matcher_alias, the_words_of_a_direction)
     EXPECT_EQ(way, ATTR_WAY_BOTH);
     for (const std::string word : {"CTS", "ct", "ctss", "", "any"})
         EXPECT_EQ(outcome(read_attr_way(&way, csa_str(word))),
-                  "2: MATCHER_ALIAS : Unknown way " + word + " (pick both,cts or stc).\n");
+                  OUTCOME_INVALID_ARGUMENT ": MATCHER_ALIAS : Unknown way " + word +
+                      " (pick both,cts or stc).\n");
     EXPECT_EQ(outcome(read_attr_way(&way, {})),
-              "2: MATCHER_ALIAS : Unknown way  (pick both,cts or stc).\n");
+              OUTCOME_INVALID_ARGUMENT ": MATCHER_ALIAS : Unknown way  (pick both,cts or stc).\n");
     EXPECT_EQ(read(document({entry(side("a", "b", "CTS"), side("c", "d", "cts"))})),
-              "2: MATCHER_ALIAS : Unknown way CTS (pick both,cts or stc).\n");
+              OUTCOME_INVALID_ARGUMENT
+              ": MATCHER_ALIAS : Unknown way CTS (pick both,cts or stc).\n");
     EXPECT_EQ(read(R"({"aliases": [{}]})"),
-              "2: MATCHER_ALIAS : Unknown way  (pick both,cts or stc).\n");
+              OUTCOME_INVALID_ARGUMENT ": MATCHER_ALIAS : Unknown way  (pick both,cts or stc).\n");
 }
 
 TEST_F(matcher_alias, a_full_set_takes_no_pair)
 {
     set = matcher_alias_create(&pool.table, 1);
     EXPECT_EQ(outcome(matcher_alias_add(&set, pair_of("P", "Q"))), "0");
-    EXPECT_EQ(outcome(matcher_alias_add(&set, pair_of("P", "Q"))), "100") << "no message";
+    EXPECT_EQ(outcome(matcher_alias_add(&set, pair_of("P", "Q"))), OUTCOME_OVERFLOW)
+        << "no message";
     EXPECT_EQ(set.alias_idx, 1U);
     matcher_alias_destroy(&set);
     EXPECT_EQ(set.alias_num, 0U);
-    EXPECT_EQ(outcome(matcher_alias_add(&set, pair_of("P", "Q"))), "100");
+    EXPECT_EQ(outcome(matcher_alias_add(&set, pair_of("P", "Q"))), OUTCOME_OVERFLOW);
 }
 
 TEST_F(matcher_alias, a_protocol_has_one_reference_protocol)
@@ -170,8 +176,8 @@ TEST_F(matcher_alias, a_protocol_has_one_reference_protocol)
     set = matcher_alias_create(&pool.table, 9);
     EXPECT_EQ(outcome(matcher_alias_add(&set, pair_of("P", "Q"))), "0");
     EXPECT_EQ(outcome(matcher_alias_add(&set, pair_of("R", "S"))), "0");
-    EXPECT_EQ(outcome(matcher_alias_add(&set, pair_of("P", "T"))),
-              "2: matcher_alias parsing : you cannot create an alias from protocol P to protocol T "
+    EXPECT_EQ(outcome(matcher_alias_add(&set, pair_of("P", "T"))), OUTCOME_INVALID_ARGUMENT
+              ": matcher_alias parsing : you cannot create an alias from protocol P to protocol T "
               "because you already have an alias to protocol Q\n");
     EXPECT_EQ(set.alias_idx, 3U) << "the pair stays stored";
     EXPECT_EQ(outcome(matcher_alias_add(&set, pair_of("P", "Q"))), "0");
@@ -184,8 +190,8 @@ TEST_F(matcher_alias, the_pair_just_before_is_not_compared)
     set = matcher_alias_create(&pool.table, 9);
     EXPECT_EQ(outcome(matcher_alias_add(&set, pair_of("P", "Q"))), "0");
     EXPECT_EQ(outcome(matcher_alias_add(&set, pair_of("P", "T"))), "0");
-    EXPECT_EQ(outcome(matcher_alias_add(&set, pair_of("P", "T"))),
-              "2: matcher_alias parsing : you cannot create an alias from protocol P to protocol T "
+    EXPECT_EQ(outcome(matcher_alias_add(&set, pair_of("P", "T"))), OUTCOME_INVALID_ARGUMENT
+              ": matcher_alias parsing : you cannot create an alias from protocol P to protocol T "
               "because you already have an alias to protocol Q\n")
         << "the one before that is";
 }
@@ -247,7 +253,7 @@ TEST_F(matcher_alias, a_document_holds_64_pairs)
         text.append(i == 0 ? "" : ",").append(one);
     EXPECT_EQ(read(text + "]}"), "0");
     EXPECT_EQ(set.alias_num, 64U);
-    EXPECT_EQ(stderr_of([&] { EXPECT_EQ(read(text + "," + one + "]}"), "56: "); }),
+    EXPECT_EQ(stderr_of([&] { EXPECT_EQ(read(text + "," + one + "]}"), OUTCOME_PRAGMAR ": "); }),
               "Error: FENCE_MATCHER_ALIAS_NUMBER.\n");
 }
 
@@ -286,14 +292,15 @@ TEST_F(matcher_alias, what_cannot_be_rebuilt)
         return outcome(matcher_alias_build_pairs(strings, &pool.table, &rebuilt, value, nr));
     };
     EXPECT_EQ(rebuild(none, 64), "0");
-    EXPECT_EQ(rebuild(none, 65), "100: Too many matcher alias");
-    EXPECT_EQ(rebuild(std::span(none).first(17), 1), "2") << "the value ends within the pair";
+    EXPECT_EQ(rebuild(none, 65), OUTCOME_OVERFLOW ": Too many matcher alias");
+    EXPECT_EQ(rebuild(std::span(none).first(17), 1), OUTCOME_INVALID_ARGUMENT)
+        << "the value ends within the pair";
     EXPECT_EQ(rebuild({}, 0), "0");
     EXPECT_EQ(rebuilt.alias_num, 0U);
     for (const size_t at : {0UL, 4UL, 9UL, 13UL}) {
         std::vector<uint8_t> bad(18);
         bad[at] = 0xFF; // an offset beyond the table
-        EXPECT_EQ(rebuild(bad, 1), "107") << at;
+        EXPECT_EQ(rebuild(bad, 1), OUTCOME_ENGINE) << at;
     }
 }
 

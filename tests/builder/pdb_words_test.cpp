@@ -38,14 +38,17 @@ TEST(pdb_rule_priority, range_and_order_share_a_word)
 
 TEST(pdb_rule_priority, a_range_beyond_255_is_refused)
 {
-    EXPECT_EQ(priority(256, 0), "2: Range 256 is out of bounds. Max: 255.");
-    EXPECT_EQ(priority(0xFFFFFFFF, 0), "2: Range 4294967295 is out of bounds. Max: 255.");
+    EXPECT_EQ(priority(256, 0), OUTCOME_INVALID_ARGUMENT ": Range 256 is out of bounds. Max: 255.");
+    EXPECT_EQ(priority(0xFFFFFFFF, 0),
+              OUTCOME_INVALID_ARGUMENT ": Range 4294967295 is out of bounds. Max: 255.");
 }
 
 TEST(pdb_rule_priority, an_order_beyond_24_bits_is_refused)
 {
-    EXPECT_EQ(priority(0, 16777216), "2: Order 16777216 is out of bounds. Max: 16777215.");
-    EXPECT_EQ(priority(256, 16777216), "2: Range 256 is out of bounds. Max: 255.")
+    EXPECT_EQ(priority(0, 16777216),
+              OUTCOME_INVALID_ARGUMENT ": Order 16777216 is out of bounds. Max: 16777215.");
+    EXPECT_EQ(priority(256, 16777216),
+              OUTCOME_INVALID_ARGUMENT ": Range 256 is out of bounds. Max: 255.")
         << "the range is looked at first";
 }
 
@@ -117,7 +120,7 @@ TEST(pdb_version, no_memory_is_status_1_without_a_message)
     failing_alloc_arm(1);
     const pdata_status_t status = pdb_version_serialize(&buf, {1, 540, "1.540.1-24"}, false);
     ASSERT_TRUE(failing_alloc_disarm());
-    EXPECT_EQ(outcome(status), "1");
+    EXPECT_EQ(outcome(status), OUTCOME_NO_MEMORY);
 }
 
 } // namespace

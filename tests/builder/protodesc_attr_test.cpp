@@ -50,22 +50,22 @@ TEST_F(protodesc_attr, a_prefix_is_the_direction_and_is_dropped)
 TEST_F(protodesc_attr, a_prefix_alone_is_a_name)
 {
     name_protocol("web", "http");
-    EXPECT_EQ(add("stc-"), "53: unknown WAY for http:stc-");
-    EXPECT_EQ(add("cts-"), "53: unknown WAY for http:cts-");
-    EXPECT_EQ(add("stc-x"), "53: unknown WAY for http:x");
-    EXPECT_EQ(add("STC-content"), "53: unknown WAY for http:STC-content");
-    EXPECT_EQ(add("both-content"), "53: unknown WAY for http:both-content");
-    EXPECT_EQ(add("stc-cts-content"), "53: unknown WAY for http:cts-content");
-    EXPECT_EQ(add(""), "53: unknown WAY for http:");
+    EXPECT_EQ(add("stc-"), OUTCOME_PROTODESC_ATTR ": unknown WAY for http:stc-");
+    EXPECT_EQ(add("cts-"), OUTCOME_PROTODESC_ATTR ": unknown WAY for http:cts-");
+    EXPECT_EQ(add("stc-x"), OUTCOME_PROTODESC_ATTR ": unknown WAY for http:x");
+    EXPECT_EQ(add("STC-content"), OUTCOME_PROTODESC_ATTR ": unknown WAY for http:STC-content");
+    EXPECT_EQ(add("both-content"), OUTCOME_PROTODESC_ATTR ": unknown WAY for http:both-content");
+    EXPECT_EQ(add("stc-cts-content"), OUTCOME_PROTODESC_ATTR ": unknown WAY for http:cts-content");
+    EXPECT_EQ(add(""), OUTCOME_PROTODESC_ATTR ": unknown WAY for http:");
     EXPECT_EQ(pb.pb_rules[0].rule_nr_attr, 0U);
 }
 
 TEST_F(protodesc_attr, an_unknown_pair_is_refused)
 {
     name_protocol("web", "gopher");
-    EXPECT_EQ(add("uri"), "53: unknown WAY for gopher:uri");
+    EXPECT_EQ(add("uri"), OUTCOME_PROTODESC_ATTR ": unknown WAY for gopher:uri");
     name_protocol("web", "http");
-    EXPECT_EQ(add("urix"), "53: unknown WAY for http:urix");
+    EXPECT_EQ(add("urix"), OUTCOME_PROTODESC_ATTR ": unknown WAY for http:urix");
 }
 
 TEST_F(protodesc_attr, no_written_direction_becomes_the_allowed_one_with_a_warning)
@@ -86,10 +86,10 @@ TEST_F(protodesc_attr, no_written_direction_becomes_the_allowed_one_with_a_warni
 TEST_F(protodesc_attr, a_written_direction_that_is_not_allowed_is_refused)
 {
     name_protocol("web", "http");
-    EXPECT_EQ(add("stc-uri"),
-              "53: protocol: web attribute http:uri user way 2 != property way : 1");
-    EXPECT_EQ(add("cts-location"),
-              "53: protocol: web attribute http:location user way 1 != property way : 2");
+    EXPECT_EQ(add("stc-uri"), OUTCOME_PROTODESC_ATTR
+              ": protocol: web attribute http:uri user way 2 != property way : 1");
+    EXPECT_EQ(add("cts-location"), OUTCOME_PROTODESC_ATTR
+              ": protocol: web attribute http:location user way 1 != property way : 2");
     EXPECT_EQ(pb.pb_rules[0].rule_nr_attr, 0U);
 }
 
@@ -152,8 +152,10 @@ TEST_F(protodesc_attr, a_slot_holds_sixteen_attributes)
     for (const std::string &name : names)
         EXPECT_EQ(add_parsed(name), "0");
     EXPECT_EQ(n_attr, 15U);
-    EXPECT_EQ(add_parsed("another"), "100: Maximum number of attribute (16) has been reached web");
-    EXPECT_EQ(add("content"), "100: Maximum number of attribute (16) has been reached web");
+    EXPECT_EQ(add_parsed("another"),
+              OUTCOME_OVERFLOW ": Maximum number of attribute (16) has been reached web");
+    EXPECT_EQ(add("content"),
+              OUTCOME_OVERFLOW ": Maximum number of attribute (16) has been reached web");
     EXPECT_EQ(add_parsed("3th"), "0") << "one that is there is found all the same";
     EXPECT_EQ(n_attr, 3U);
     EXPECT_EQ(attr(15).attr_proto, ATTR_PROTO_UDP);
@@ -168,9 +170,9 @@ TEST_F(protodesc_attr, an_attribute_holds_eight_values)
         EXPECT_EQ(outcome(protodesc_add_attr_val(&pb, 0, csa_str("v"), 0)), "0");
     EXPECT_EQ(attr(0).attr_nr_val, 8U);
     EXPECT_EQ(outcome(protodesc_add_attr_val(&pb, 0, csa_str("v"), 0)),
-              "100: Maximum number of attribute value (8) has been reached web.");
+              OUTCOME_OVERFLOW ": Maximum number of attribute value (8) has been reached web.");
     EXPECT_EQ(outcome(protodesc_add_attr_val_with_offset(&pb, 0, csa_str("v"), 4, 0)),
-              "100: Maximum number of attribute value (8) has been reached web.");
+              OUTCOME_OVERFLOW ": Maximum number of attribute value (8) has been reached web.");
     EXPECT_EQ(attr(0).attr_nr_val, 8U);
 }
 
@@ -210,7 +212,7 @@ TEST_F(protodesc_attr, a_name_and_a_value_at_once)
     EXPECT_EQ(mask_lines(stderr_of([&] {
                   EXPECT_EQ(outcome(protodesc_add_rule_attr(&pb, 0, csa_str("stc-nothing"),
                                                             csa_str("v"))),
-                            "53: unknown WAY for http:nothing");
+                            OUTCOME_PROTODESC_ATTR ": unknown WAY for http:nothing");
               })),
               "[ERROR  ][#][protodesc_add_rule_attr] Can't add web:stc-nothing\n");
 }
@@ -236,8 +238,8 @@ TEST_F(protodesc_attr, a_parsed_name_and_a_value_with_its_offset)
     for (const std::string &name : names)
         EXPECT_EQ(add_parsed(name.c_str(), "v", 0), "0");
     EXPECT_EQ(mask_lines(stderr_of([&] {
-                  EXPECT_EQ(add_parsed("last", "v", 0),
-                            "100: Maximum number of attribute (16) has been reached web");
+                  EXPECT_EQ(add_parsed("last", "v", 0), OUTCOME_OVERFLOW
+                            ": Maximum number of attribute (16) has been reached web");
               })),
               "[ERROR  ][#][protodesc_add_rule_attr_parsed] Can't add web:last\n");
 }

@@ -136,7 +136,7 @@ TEST_F(protodesc_builder, nine_categories_are_the_most)
     EXPECT_EQ(pb.pb_tags.nv_nr, 11U);
     EXPECT_EQ(build(R"({"name": "web", "tags": {"category":
                         ["1","2","3","4","5","6","7","8","9","10"]}})"),
-              "100: Increase tag dimension");
+              OUTCOME_OVERFLOW ": Increase tag dimension");
 }
 
 TEST_F(protodesc_builder, a_smaller_tag_table_is_full_earlier)
@@ -145,11 +145,12 @@ TEST_F(protodesc_builder, a_smaller_tag_table_is_full_earlier)
     bounds.pi_max_tags = 2;
     ASSERT_TRUE(protodesc_init(&pb, bounds, &strings, &tag_strings));
     EXPECT_EQ(build(R"({"tags": {"category": ["1", "2"]}})"), "0");
-    EXPECT_EQ(build(R"({"tags": {"category": ["1", "2", "3"]}})"), "100: Increase tag dimension");
+    EXPECT_EQ(build(R"({"tags": {"category": ["1", "2", "3"]}})"),
+              OUTCOME_OVERFLOW ": Increase tag dimension");
     EXPECT_EQ(build(R"({"tags": {"category": ["1", "2"], "family": "F"}})"),
-              "100: Increase tag dimension");
+              OUTCOME_OVERFLOW ": Increase tag dimension");
     EXPECT_EQ(build(R"({"tags": {"category": "1", "family": "F", "deprecated": true}})"),
-              "100: Increase tag dimension");
+              OUTCOME_OVERFLOW ": Increase tag dimension");
 }
 
 TEST_F(protodesc_builder, descriptions_never_reach_the_record)
@@ -167,7 +168,7 @@ TEST_F(protodesc_builder, every_value_is_unescaped)
                         "rules": [{"order": "5\:3", "path": ["\n", "w\te\\b"], "rule-tags": "t\t",
                                    "scope": "ht\tp",
                                    "rule": [{"protocol": "\htt\p", "content": "\\."}]}]})"),
-              "52: Scope array contains invalid protocol")
+              OUTCOME_JSON_BAD_SEMANTIC ": Scope array contains invalid protocol")
         << "a tab in a scope word";
     EXPECT_EQ(build(R"({"name": "w\te\\b", "altname": "\u0041", "tags": {"family": "a\"b"},
                         "rules": [{"order": "5\:3", "path": ["\n", "w\te\\b"], "rule-tags": "t\t",
@@ -194,34 +195,36 @@ TEST_F(protodesc_builder, it_says_how_much_text_a_protocol_took)
 
 TEST_F(protodesc_builder, a_text_that_does_not_parse_is_status_56_with_the_report)
 {
-    EXPECT_EQ(build("{\"name\"; 1}"), "56: lex failure on line: 1\n"
-                                      "{\"name\"\n"
-                                      "------^\n"
-                                      "Unknown token '; 1}'\n");
-    EXPECT_EQ(build(""), "56: parse failure on line: 1\n"
-                         "Expecting 'STRING', 'NUMBER', 'NULL', 'TRUE', 'FALSE', '{', '[', got "
-                         "'EOF'.\n");
+    EXPECT_EQ(build("{\"name\"; 1}"), OUTCOME_PRAGMAR ": lex failure on line: 1\n"
+                                                      "{\"name\"\n"
+                                                      "------^\n"
+                                                      "Unknown token '; 1}'\n");
+    EXPECT_EQ(build(""), OUTCOME_PRAGMAR
+              ": parse failure on line: 1\n"
+              "Expecting 'STRING', 'NUMBER', 'NULL', 'TRUE', 'FALSE', '{', '[', got "
+              "'EOF'.\n");
     EXPECT_EQ(csa_str_view(pb.pb_name), "") << "the record was reset";
 }
 
 TEST_F(protodesc_builder, a_report_is_taken_verbatim)
 {
-    EXPECT_EQ(build("{\"%s%n%d\" 1}"), "56: parse failure on line: 1\n"
-                                       "{\"%s%n%d\" 1\n"
-                                       "----------^\n"
-                                       "Expecting ':', got '1'.\n");
+    EXPECT_EQ(build("{\"%s%n%d\" 1}"), OUTCOME_PRAGMAR ": parse failure on line: 1\n"
+                                                       "{\"%s%n%d\" 1\n"
+                                                       "----------^\n"
+                                                       "Expecting ':', got '1'.\n");
 }
 
 TEST_F(protodesc_builder, a_protocol_is_checked_against_the_semantic_rules)
 {
     configure_semantic(NAME_ONLY);
     EXPECT_EQ(build(R"({"name": "web"})"), "0");
-    EXPECT_EQ(build(R"({"name": "web", "id": 1})"), "52: Bad semantic.\n"
-                                                    "Protocol: web.\n"
-                                                    "Context: { \"name\" : \"*\" \n"
-                                                    "Unexpected type ','.\n"
-                                                    "Expected:\n"
-                                                    "\t+ type '}'.\n");
+    EXPECT_EQ(build(R"({"name": "web", "id": 1})"),
+              OUTCOME_JSON_BAD_SEMANTIC ": Bad semantic.\n"
+                                        "Protocol: web.\n"
+                                        "Context: { \"name\" : \"*\" \n"
+                                        "Unexpected type ','.\n"
+                                        "Expected:\n"
+                                        "\t+ type '}'.\n");
     EXPECT_EQ(build(R"({"name": "another"})"), "0") << "every protocol starts anew";
     cfg.ignore_sem = 1;
     EXPECT_EQ(build(R"({"name": "web", "id": 1})"), "0");
@@ -236,24 +239,24 @@ TEST_F(protodesc_builder, a_name_is_reported_until_the_next_one_is_met)
     configure_semantic(NAME_ONLY);
     EXPECT_EQ(build(R"({"name": "web"})"), "0");
     EXPECT_EQ(outcome(json_to_protodesc(&json, R"({"id": 1})", &consumed, &pb)),
-              "52: Bad semantic.\n"
-              "Protocol: web.\n"
-              "Context: { \n"
-              "Unexpected type 'STRING': \"id\".\n"
-              "Expected:\n"
-              "\t+ type 'STRING', \"name\".\n");
+              OUTCOME_JSON_BAD_SEMANTIC ": Bad semantic.\n"
+                                        "Protocol: web.\n"
+                                        "Context: { \n"
+                                        "Unexpected type 'STRING': \"id\".\n"
+                                        "Expected:\n"
+                                        "\t+ type 'STRING', \"name\".\n");
 }
 
 TEST_F(protodesc_builder, semantic_rules_that_do_not_parse_refuse_every_protocol)
 {
     configure_semantic("{");
-    const std::string report =
-        "52: parse failure on line: 1\n{\n^\nExpecting 'STRING', got 'EOF'.\n";
+    const std::string report = OUTCOME_JSON_BAD_SEMANTIC
+        ": parse failure on line: 1\n{\n^\nExpecting 'STRING', got 'EOF'.\n";
     EXPECT_EQ(build(R"({"name": "web"})"), report);
     EXPECT_EQ(build(R"({"name": "web"})"), report);
     configure_semantic("");
-    EXPECT_EQ(build(R"({"name": "web"})"),
-              "52: parse failure on line: 1\n"
+    EXPECT_EQ(build(R"({"name": "web"})"), OUTCOME_JSON_BAD_SEMANTIC
+              ": parse failure on line: 1\n"
               "Expecting 'STRING', 'NUMBER', 'NULL', 'TRUE', 'FALSE', '{', '[', got 'EOF'.\n")
         << "an empty rule file is a rule file";
 }
@@ -265,11 +268,12 @@ TEST_F(protodesc_builder, without_a_configuration_nothing_is_checked)
 
 TEST_F(protodesc_builder, a_walk_that_stops_is_status_52)
 {
-    EXPECT_EQ(build(R"({"name": 1})"), "52: ") << "the front end has nothing to report";
+    EXPECT_EQ(build(R"({"name": 1})"), OUTCOME_JSON_BAD_SEMANTIC ": ")
+        << "the front end has nothing to report";
     EXPECT_EQ(stderr_of([&] {
                   EXPECT_EQ(build(R"({"tags": {"category":
                                       ["1","2","3","4","5","6","7","8","9","10","11"]}})"),
-                            "52: ");
+                            OUTCOME_JSON_BAD_SEMANTIC ": ");
               }),
               "Error: increase tags category dimension.\n");
 }
@@ -277,10 +281,12 @@ TEST_F(protodesc_builder, a_walk_that_stops_is_status_52)
 TEST_F(protodesc_builder, several_protocols_and_attributes_do_not_go_together)
 {
     EXPECT_EQ(build_rule(R"("order": "1:1", )", R"("protocol": ["tcp", "udp"], "port": "80")"),
-              "52: A subrule cannot contains an array of protocol and attributes");
+              OUTCOME_JSON_BAD_SEMANTIC
+              ": A subrule cannot contains an array of protocol and attributes");
     EXPECT_EQ(build_rules(R"({"rule": [{"protocol": "ip"},
                                        {"protocol": ["tcp", "udp"], "port": "80"}]})"),
-              "52: A subrule cannot contains an array of protocol and attributes");
+              OUTCOME_JSON_BAD_SEMANTIC
+              ": A subrule cannot contains an array of protocol and attributes");
     EXPECT_EQ(build_rule(R"("order": "1:1", )", R"("protocol": ["tcp"], "port": "80")"), "0");
 }
 
@@ -345,7 +351,7 @@ TEST_F(protodesc_builder, a_split_stops_at_1199_rules)
     EXPECT_EQ(slot(1198).rule_id, 1199U);
     EXPECT_EQ(csa_str_view(slot(1198).rule_protocol), "b");
     EXPECT_EQ(build_rules(rules + R"(,{"rule": [{"protocol": "c"}]})"),
-              "100: Increase protocol rules dimension");
+              OUTCOME_OVERFLOW ": Increase protocol rules dimension");
 }
 
 } // namespace

@@ -64,8 +64,8 @@ protected:
 };
 
 constexpr const char *NO_VALUE =
-    "56: parse failure on line: 1\n"
-    "Expecting 'STRING', 'NUMBER', 'NULL', 'TRUE', 'FALSE', '{', '[', got 'EOF'.\n";
+    OUTCOME_PRAGMAR ": parse failure on line: 1\n"
+                    "Expecting 'STRING', 'NUMBER', 'NULL', 'TRUE', 'FALSE', '{', '[', got 'EOF'.\n";
 
 TEST_F(protodesc_group, a_group_is_the_list_of_protocols_and_their_strings)
 {
@@ -104,7 +104,8 @@ TEST_F(protodesc_group, up_to_three_bytes_may_follow_the_list)
     for (const char *tail : {"", "}", "}\n", "}\n\n", "xyz"})
         EXPECT_EQ(size(std::string(R"({"p":[{"name":"a"}])") + tail), "0") << tail;
     for (const char *tail : {"}\n\n\n", "    ", ",\"q\":[]}"})
-        EXPECT_EQ(size(std::string(R"({"p":[{"name":"a"}])") + tail), "51") << "no message";
+        EXPECT_EQ(size(std::string(R"({"p":[{"name":"a"}])") + tail), OUTCOME_JSON_BAD_SYNTAX)
+            << "no message";
 }
 
 TEST_F(protodesc_group, behind_a_protocol_stands_a_comma_or_the_end_of_the_list)
@@ -112,10 +113,10 @@ TEST_F(protodesc_group, behind_a_protocol_stands_a_comma_or_the_end_of_the_list)
     for (const char *text :
          {R"({"p":[{"name":"a"} {"name":"b"}]})", R"({"p":[{"name":"a"})",
           R"({"p":[{"name":"a"}}])", R"({"p":[{"name":"a"}:]})", R"({"p":[{"name":"a"}x]})"})
-        EXPECT_EQ(size(text), "51") << text;
+        EXPECT_EQ(size(text), OUTCOME_JSON_BAD_SYNTAX) << text;
     EXPECT_EQ(size(R"({"p":[{"name":"a"},)"), NO_VALUE);
-    EXPECT_EQ(size(R"({"p":[{"name":"a"},]})"),
-              "56: parse failure on line: 1\n"
+    EXPECT_EQ(size(R"({"p":[{"name":"a"},]})"), OUTCOME_PRAGMAR
+              ": parse failure on line: 1\n"
               "]\n"
               "^\n"
               "Expecting 'STRING', 'NUMBER', 'NULL', 'TRUE', 'FALSE', '{', '[', got ']'.\n");
@@ -123,8 +124,8 @@ TEST_F(protodesc_group, behind_a_protocol_stands_a_comma_or_the_end_of_the_list)
 
 TEST_F(protodesc_group, a_list_needs_a_protocol)
 {
-    EXPECT_EQ(size(R"({"p":[]})"),
-              "56: parse failure on line: 1\n"
+    EXPECT_EQ(size(R"({"p":[]})"), OUTCOME_PRAGMAR
+              ": parse failure on line: 1\n"
               "]\n"
               "^\n"
               "Expecting 'STRING', 'NUMBER', 'NULL', 'TRUE', 'FALSE', '{', '[', got ']'.\n");
@@ -134,20 +135,21 @@ TEST_F(protodesc_group, a_list_needs_a_protocol)
 
 TEST_F(protodesc_group, a_text_that_begins_otherwise_fails_in_its_first_protocol)
 {
-    EXPECT_EQ(size(R"({"name":"a"})"), "107: Empty string in protocol .")
+    EXPECT_EQ(size(R"({"name":"a"})"), OUTCOME_ENGINE ": Empty string in protocol .")
         << "what follows the colon is no list, and no protocol either";
-    EXPECT_EQ(size(R"([{"name":"a"}])"), "51") << "a list of one, taken for a protocol";
-    EXPECT_EQ(size(R"("p")"), "107: Empty string in protocol .");
+    EXPECT_EQ(size(R"([{"name":"a"}])"), OUTCOME_JSON_BAD_SYNTAX)
+        << "a list of one, taken for a protocol";
+    EXPECT_EQ(size(R"("p")"), OUTCOME_ENGINE ": Empty string in protocol .");
 }
 
 TEST_F(protodesc_group, the_failure_of_a_protocol_is_that_of_the_group)
 {
-    EXPECT_EQ(size(R"({"p":[{"name":"a"},{"name":1}]})"), "52: ");
+    EXPECT_EQ(size(R"({"p":[{"name":"a"},{"name":1}]})"), OUTCOME_JSON_BAD_SEMANTIC ": ");
     EXPECT_EQ(size(R"({"p":[{"name":"a"},{"name":"b","altname":""}]})"),
-              "107: Empty string in protocol b.");
+              OUTCOME_ENGINE ": Empty string in protocol b.");
     EXPECT_EQ(size(R"({"p":[{"name":"a","rules":[{"order":"1:1","rule":
                        [{"protocol":"tcp","nothing":"x"}]}]}]})"),
-              "53: unknown WAY for tcp:nothing");
+              OUTCOME_PROTODESC_ATTR ": unknown WAY for tcp:nothing");
 }
 
 TEST_F(protodesc_group, strings_enter_in_the_order_of_their_words_and_rule_tags_the_main_table)
@@ -186,7 +188,8 @@ TEST_F(protodesc_group, paths_are_checked_in_the_write_pass)
     std::vector<uint8_t> buf(group_size);
     size_t written = 0;
     EXPECT_EQ(stderr_of([&] {
-                  EXPECT_EQ(outcome(protodesc_json_serialize(&group, buf, &written)), "2");
+                  EXPECT_EQ(outcome(protodesc_json_serialize(&group, buf, &written)),
+                            OUTCOME_INVALID_ARGUMENT);
               }),
               "Signature: <web> : path must be contain two elements at least.\n");
 }
@@ -212,8 +215,10 @@ TEST_F(protodesc_group, the_second_pass_ends_at_the_first_wrong_path)
     EXPECT_EQ(first, warning_of("a") + warning_of("b") + warning_of("c"));
     std::vector<uint8_t> buf(group_size);
     size_t written = 0;
-    const std::string second = mask_lines(stderr_of(
-        [&] { EXPECT_EQ(outcome(protodesc_json_serialize(&group, buf, &written)), "2"); }));
+    const std::string second = mask_lines(stderr_of([&] {
+        EXPECT_EQ(outcome(protodesc_json_serialize(&group, buf, &written)),
+                  OUTCOME_INVALID_ARGUMENT);
+    }));
     EXPECT_EQ(second, warning_of("a") + warning_of("b") +
                           "Signature <b>: Last element of the path <(tcp)> must be the protocol "
                           "itself.\n");
@@ -222,7 +227,8 @@ TEST_F(protodesc_group, the_second_pass_ends_at_the_first_wrong_path)
 TEST_F(protodesc_group, a_later_failure_of_the_first_pass_comes_before_a_wrong_path)
 {
     const std::string text = R"({"p":[)" + warned("a", R"("ip")") + R"(,{"name":1}]})";
-    EXPECT_EQ(mask_lines(stderr_of([&] { EXPECT_EQ(size(text), "52: "); })), warning_of("a"));
+    EXPECT_EQ(mask_lines(stderr_of([&] { EXPECT_EQ(size(text), OUTCOME_JSON_BAD_SEMANTIC ": "); })),
+              warning_of("a"));
 }
 
 TEST_F(protodesc_group, a_message_that_fails_nothing_is_recorded_in_each_pass)
@@ -266,7 +272,9 @@ TEST_F(protodesc_group, a_group_that_does_not_fit_is_status_2)
     for (size_t len = 0; len < group_size; ++len) {
         std::vector<uint8_t> buf(len);
         size_t written = 0;
-        EXPECT_EQ(outcome(protodesc_json_serialize(&group, buf, &written)), "2") << len;
+        EXPECT_EQ(outcome(protodesc_json_serialize(&group, buf, &written)),
+                  OUTCOME_INVALID_ARGUMENT)
+            << len;
         EXPECT_EQ(written, group_size) << len;
     }
 }

@@ -272,7 +272,7 @@ TEST_F(protodesc_serializer, an_attribute_that_has_no_number_is_refused)
         EXPECT_EQ(outcome(protodesc_add_attr_name_parsed(&pb, csa_str("x"), ATTR_WAY_CTS, type,
                                                          ATTR_PROTO_UNKNOWN, 0, &n_attr)),
                   "0");
-        EXPECT_EQ(refusal(), "53: Unknown matcher type for tcp:x");
+        EXPECT_EQ(refusal(), OUTCOME_PROTODESC_ATTR ": Unknown matcher type for tcp:x");
         EXPECT_EQ(protodesc_get_tlv_size(pb), 76U + 25 * 4) << "sized like any other";
     }
     for (const uint32_t way : {0U, 4U, 255U}) {
@@ -283,7 +283,7 @@ TEST_F(protodesc_serializer, an_attribute_that_has_no_number_is_refused)
                       &pb, csa_str("x"), static_cast<csa_attr_way_t>(way), MATCHER_TYPE_STREAM,
                       ATTR_PROTO_TCP, 0, &n_attr)),
                   "0");
-        EXPECT_EQ(refusal(), "53: Unknown way for tcp:x");
+        EXPECT_EQ(refusal(), OUTCOME_PROTODESC_ATTR ": Unknown way for tcp:x");
     }
 }
 
@@ -294,13 +294,17 @@ TEST_F(protodesc_serializer, a_path_has_two_elements_and_ends_with_the_protocol)
         {{"ip", "web"}, "0", ""},
         {{"ip", "tcp", "http", "web"}, "0", ""},
         {{"web", "web"}, "0", ""},
-        {{"web"}, "2", "Signature: <web> : path must be contain two elements at least.\n"},
-        {{"ip"}, "2", "Signature: <web> : path must be contain two elements at least.\n"},
+        {{"web"},
+         OUTCOME_INVALID_ARGUMENT,
+         "Signature: <web> : path must be contain two elements at least.\n"},
+        {{"ip"},
+         OUTCOME_INVALID_ARGUMENT,
+         "Signature: <web> : path must be contain two elements at least.\n"},
         {{"web", "ip"},
-         "2",
+         OUTCOME_INVALID_ARGUMENT,
          "Signature <web>: Last element of the path <(ip)> must be the protocol itself.\n"},
         {{"ip", "tcp", "webs"},
-         "2",
+         OUTCOME_INVALID_ARGUMENT,
          "Signature <web>: Last element of the path <(webs)> must be the protocol itself.\n"},
     };
     for (const auto &[path, status, printed] : paths) {
@@ -325,29 +329,29 @@ TEST_F(protodesc_serializer, a_path_is_checked_when_it_is_written_and_not_when_i
     EXPECT_EQ(strings_of(tag_strings), std::vector<std::string>{"t"});
     ASSERT_EQ(hstring_init(&strings, 0), 0);
     ASSERT_EQ(hstring_init(&tag_strings, 0), 0);
-    EXPECT_NE(stderr_of([&] { EXPECT_EQ(refusal(), "2"); }), "");
+    EXPECT_NE(stderr_of([&] { EXPECT_EQ(refusal(), OUTCOME_INVALID_ARGUMENT); }), "");
     EXPECT_EQ(strings_of(strings).back(), "ip") << "behind the path, in front of the tags";
     EXPECT_TRUE(strings_of(tag_strings).empty());
 }
 
 TEST_F(protodesc_serializer, an_empty_string_is_an_engine_error)
 {
-    EXPECT_EQ(refusal(), "107: Empty string in protocol .") << "no name";
+    EXPECT_EQ(refusal(), OUTCOME_ENGINE ": Empty string in protocol .") << "no name";
     protodesc_set_name(&pb, csa_str("web"));
     EXPECT_EQ(outcome(protodesc_add_altname(&pb, csa_str(""))), "0");
-    EXPECT_EQ(refusal(), "107: Empty string in protocol web.");
+    EXPECT_EQ(refusal(), OUTCOME_ENGINE ": Empty string in protocol web.");
     protodesc_reset(&pb);
     begin_rule();
     add_attr("port", "");
-    EXPECT_EQ(refusal(), "107: Empty string in protocol web.");
+    EXPECT_EQ(refusal(), OUTCOME_ENGINE ": Empty string in protocol web.");
     protodesc_reset(&pb);
     begin_rule();
     EXPECT_EQ(outcome(protodesc_add_rule_tag(&pb, 0, csa_str(""))), "0");
-    EXPECT_EQ(refusal(), "107: Empty string in protocol web.");
+    EXPECT_EQ(refusal(), OUTCOME_ENGINE ": Empty string in protocol web.");
     protodesc_reset(&pb);
     begin_rule();
     protodesc_set_rule_bottom(&pb, 0, {});
-    EXPECT_EQ(refusal(), "107: Empty string in protocol web.");
+    EXPECT_EQ(refusal(), OUTCOME_ENGINE ": Empty string in protocol web.");
     EXPECT_EQ(protodesc_get_tlv_size(pb), 76U + 21 * 4) << "the size does not look at strings";
 }
 
@@ -358,7 +362,8 @@ TEST_F(protodesc_serializer, a_buffer_that_is_too_small_is_not_touched)
     const size_t size = protodesc_get_tlv_size(pb);
     for (size_t len = 0; len < size; ++len) {
         std::vector<uint8_t> buf(len);
-        EXPECT_EQ(outcome(protodesc_serialize(pb, buf)), "2: Can't serialize protocol web");
+        EXPECT_EQ(outcome(protodesc_serialize(pb, buf)),
+                  OUTCOME_INVALID_ARGUMENT ": Can't serialize protocol web");
         EXPECT_EQ(buf, std::vector<uint8_t>(len));
     }
     EXPECT_TRUE(strings_of(strings).empty());

@@ -71,13 +71,15 @@ TEST_F(vprotocol_rule, an_order_is_a_range_a_colon_and_an_order)
     const std::pair<const char *, const char *> orders[] = {
         {"5:3", "0"},
         {"255:16777215", "0"},
-        {"5", "52: "},
-        {"", "52: "},
-        {"5;3", "52: "},
-        {"256:0", "2: Range 256 is out of bounds. Max: 255."},
-        {"0:16777216", "2: Order 16777216 is out of bounds. Max: 16777215."},
-        {"4294967296:0", "2: Range 4294967295 is out of bounds. Max: 255."},
-        {"99999999999999999999999:0", "2: Range 4294967295 is out of bounds. Max: 255."},
+        {"5", OUTCOME_JSON_BAD_SEMANTIC ": "},
+        {"", OUTCOME_JSON_BAD_SEMANTIC ": "},
+        {"5;3", OUTCOME_JSON_BAD_SEMANTIC ": "},
+        {"256:0", OUTCOME_INVALID_ARGUMENT ": Range 256 is out of bounds. Max: 255."},
+        {"0:16777216",
+         OUTCOME_INVALID_ARGUMENT ": Order 16777216 is out of bounds. Max: 16777215."},
+        {"4294967296:0", OUTCOME_INVALID_ARGUMENT ": Range 4294967295 is out of bounds. Max: 255."},
+        {"99999999999999999999999:0",
+         OUTCOME_INVALID_ARGUMENT ": Range 4294967295 is out of bounds. Max: 255."},
     };
     for (const auto &[order, expected] : orders)
         EXPECT_EQ(build_rule("\"order\": \"" + std::string(order) + "\", ",
@@ -104,7 +106,7 @@ TEST_F(vprotocol_rule, the_numbers_of_an_order_end_at_their_first_other_byte)
 
 TEST_F(vprotocol_rule, an_order_is_needed_where_the_first_sub_rule_has_attributes)
 {
-    EXPECT_EQ(build_rule("", R"("protocol": "tcp", "port": "80")"), "52: ");
+    EXPECT_EQ(build_rule("", R"("protocol": "tcp", "port": "80")"), OUTCOME_JSON_BAD_SEMANTIC ": ");
     EXPECT_EQ(build_rule("", R"("protocol": "tcp")"), "0");
     EXPECT_EQ(build_rules(R"({"rule": [{"protocol": "ip"}, {"protocol": "tcp", "port": "80"}]})"),
               "0");
@@ -150,8 +152,10 @@ TEST_F(vprotocol_rule, a_sub_rule_without_attributes_shows_what_its_slot_keeps)
 
 TEST_F(vprotocol_rule, a_preempt_rule_has_one_attribute_for_each_direction_or_a_port)
 {
-    constexpr const char *same = "52: A preempt rule contains two attributes with the same way";
-    constexpr const char *many = "52: A preempt rule contains more than two attributes";
+    constexpr const char *same =
+        OUTCOME_JSON_BAD_SEMANTIC ": A preempt rule contains two attributes with the same way";
+    constexpr const char *many =
+        OUTCOME_JSON_BAD_SEMANTIC ": A preempt rule contains more than two attributes";
     const std::pair<const char *, const char *> cases[] = {
         {R"("port": "80")", "0"},
         {R"("cts-stream": "a", "stc-stream": "b")", "0"},
@@ -183,7 +187,8 @@ TEST_F(vprotocol_rule, the_test_of_a_preempt_rule_goes_through_all_its_sub_rules
     EXPECT_EQ(build_rules(R"({"order": "1:1", "preempt": true,
                               "rule": [{"protocol": "tcp", "port": "80"},
                                        {"protocol": "tcp", "stream": ["a", "b"]}]})"),
-              "52: A preempt rule contains two attributes with the same way");
+              OUTCOME_JSON_BAD_SEMANTIC
+              ": A preempt rule contains two attributes with the same way");
     EXPECT_EQ(build_rules(R"({"order": "1:1", "preempt": true, "rule": [{"protocol": "tcp"}]})"),
               "0");
 }
@@ -225,7 +230,8 @@ TEST_F(vprotocol_rule, the_first_scope_word_that_begins_with_a_text_is_meant)
     }
     ruledesc_build_t rule;
     for (const char *text : {"tcp", "HTTP", "httpx", "alll", " ", "http "})
-        EXPECT_EQ(outcome(process_scop_field(&rule, csa_str(text))), "2") << text;
+        EXPECT_EQ(outcome(process_scop_field(&rule, csa_str(text))), OUTCOME_INVALID_ARGUMENT)
+            << text;
     EXPECT_EQ(rule.rule_scope, 0U);
 }
 
@@ -242,12 +248,13 @@ TEST_F(vprotocol_rule, a_scope_gathers_its_words_the_proxy_and_the_bottom_protoc
     EXPECT_EQ(slot().rule_scope, 0x800U) << "tcp is no scope word";
     EXPECT_EQ(
         build_rule(R"("order": "1:1", "scope": "tcp", )", R"("protocol": "tcp", "port": "1")"),
-        "52: Scope array contains invalid protocol");
+        OUTCOME_JSON_BAD_SEMANTIC ": Scope array contains invalid protocol");
 }
 
 TEST_F(vprotocol_rule, dns_is_no_scope_of_an_ip_rule)
 {
-    constexpr const char *refused = "52: DNS scope included within an IP:resolv_name rule";
+    constexpr const char *refused =
+        OUTCOME_JSON_BAD_SEMANTIC ": DNS scope included within an IP:resolv_name rule";
     EXPECT_EQ(build_rule(R"("order": "1:1", "scope": ["dns"], )",
                          R"("protocol": "ip", "resolv_name": "x")"),
               refused);
@@ -279,7 +286,7 @@ TEST_F(vprotocol_rule, a_name_met_again_gathers_its_values)
         build_rule(R"("order": "1:1", )",
                    R"("protocol": "http", "content": "a", "cts-uri": "u", "content": ["b", "c"],
                             "cts-uri": "v", "cts-host": "x")"),
-        "53: unknown WAY for http:host");
+        OUTCOME_PROTODESC_ATTR ": unknown WAY for http:host");
     EXPECT_EQ(attr(0, 0), "content:a,b,c");
     EXPECT_EQ(attr(0, 1), "uri:u,v");
     EXPECT_EQ(stderr_of([&] {
@@ -308,7 +315,7 @@ TEST_F(vprotocol_rule, a_ninth_value_is_refused_and_one_with_an_offset_dropped)
     const std::string eight = R"("protocol": "tcp", "stream": ["1","2","3","4","5","6","7","8"])";
     EXPECT_EQ(build_rule(R"("order": "1:1", )", eight), "0");
     EXPECT_EQ(build_rule(R"("order": "1:1", )", eight + R"(, "stream": "9")"),
-              "100: Maximum number of attribute value (8) has been reached web.");
+              OUTCOME_OVERFLOW ": Maximum number of attribute value (8) has been reached web.");
     (void)build_rule(R"("order": "1:1", )",
                      eight + R"(, "stream_offset": {"offset": 1, "pattern": "9"})");
     EXPECT_EQ(pb.pb_nr_sub_rule, 1U) << "the rule is built all the same";
@@ -318,11 +325,13 @@ TEST_F(vprotocol_rule, a_ninth_value_is_refused_and_one_with_an_offset_dropped)
 TEST_F(vprotocol_rule, a_refused_attribute_ends_the_building)
 {
     EXPECT_EQ(build_rule(R"("order": "1:1", )", R"("protocol": "http", "stc-uri": "x")"),
-              "53: protocol: web attribute http:uri user way 2 != property way : 1");
-    EXPECT_EQ(build_rule(R"("order": "1:1", )", R"("port": "80")"), "53: unknown WAY for :port")
+              OUTCOME_PROTODESC_ATTR
+              ": protocol: web attribute http:uri user way 2 != property way : 1");
+    EXPECT_EQ(build_rule(R"("order": "1:1", )", R"("port": "80")"),
+              OUTCOME_PROTODESC_ATTR ": unknown WAY for :port")
         << "a sub-rule without a protocol";
-    EXPECT_EQ(build_rule("", R"("protocol": "http", "stc-uri": "x")"),
-              "53: protocol: web attribute http:uri user way 2 != property way : 1")
+    EXPECT_EQ(build_rule("", R"("protocol": "http", "stc-uri": "x")"), OUTCOME_PROTODESC_ATTR
+              ": protocol: web attribute http:uri user way 2 != property way : 1")
         << "attributes come before the order";
 }
 
@@ -340,7 +349,7 @@ TEST_F(vprotocol_rule, sixteen_different_attributes_fit)
     EXPECT_EQ(stderr_of([&] {
                   EXPECT_EQ(
                       build_rule(R"("order": "1:1", )", members + R"(, "cts-uri_decoded": "x")"),
-                      "52: ");
+                      OUTCOME_JSON_BAD_SEMANTIC ": ");
               }),
               "Error: increase attribut dimension.\n")
         << "the container is full before the record is";

@@ -24,16 +24,17 @@ TEST(psa_memory, an_allocation_that_fails_is_a_status)
         pragmar_err_clear();
     });
     const auto pool = [](const std::string &name) {
-        return "51: pool failure.\nPool '" + name +
+        return OUTCOME_JSON_BAD_SYNTAX ": pool failure.\nPool '" + name +
                "' is empty. Increase value in configuration (json_config.h).\n";
     };
     // A tree that cannot even be begun has no report.
-    const std::set<std::string> possible = {"1", "1: PSA : unable to allocate buffer.\n",
-                                            "51: ", pool("objects"), pool("arrays")};
+    const std::set<std::string> possible = {
+        OUTCOME_NO_MEMORY, OUTCOME_NO_MEMORY ": PSA : unable to allocate buffer.\n",
+        OUTCOME_JSON_BAD_SYNTAX ": ", pool("objects"), pool("arrays")};
     for (const std::string &text : outcomes)
         EXPECT_EQ(possible.count(text), 1U) << text;
-    EXPECT_EQ(outcomes.count("1"), 1U);
-    EXPECT_EQ(outcomes.count("1: PSA : unable to allocate buffer.\n"), 1U);
+    EXPECT_EQ(outcomes.count(OUTCOME_NO_MEMORY), 1U);
+    EXPECT_EQ(outcomes.count(OUTCOME_NO_MEMORY ": PSA : unable to allocate buffer.\n"), 1U);
     EXPECT_EQ(outcomes.count(pool("objects")), 1U);
     EXPECT_EQ(texts.key.text, generate(cfg).key.text) << "the last run, in which nothing failed";
 }

@@ -51,8 +51,9 @@ TEST(psa_purify, a_name_must_be_shorter_than_the_output)
     EXPECT_EQ(purified(std::string(254, 'a')), std::string(254, 'A'));
     std::string out;
     clear_status_slot();
-    const char *message = "110: PSA : unable to purify string because the size of the output is "
-                          "too small.\n";
+    const char *message =
+        OUTCOME_PSA ": PSA : unable to purify string because the size of the output is "
+                    "too small.\n";
     EXPECT_EQ(outcome(psa_purify_string(std::string(255, 'a'), &out, PSA_NAME_SIZE)), message);
     EXPECT_EQ(outcome(psa_purify_string("abc", &out, 3)), message);
     EXPECT_EQ(outcome(psa_purify_string("abc", &out, 4)), "0");
@@ -64,9 +65,9 @@ TEST(psa_purify, an_absent_argument_is_refused)
     std::string out;
     clear_status_slot();
     EXPECT_EQ(outcome(psa_purify_string({}, &out, 255)),
-              "110: PSA : unable to purify null strings.\n");
+              OUTCOME_PSA ": PSA : unable to purify null strings.\n");
     EXPECT_EQ(outcome(psa_purify_string("a", nullptr, 255)),
-              "110: PSA : unable to purify null strings.\n");
+              OUTCOME_PSA ": PSA : unable to purify null strings.\n");
 }
 
 } // namespace

@@ -177,7 +177,7 @@ TEST(psa_serialize, a_file_has_64_names)
     add_names(more, 64, 1);
     EXPECT_EQ(generate(full.append("]}")).outcome, "0");
     EXPECT_EQ(generate(again.append("]}")).outcome, "0") << "names it has already";
-    EXPECT_EQ(generate(more.append("]}")).outcome, "110: PSA : unable to add pattern.\n");
+    EXPECT_EQ(generate(more.append("]}")).outcome, OUTCOME_PSA ": PSA : unable to add pattern.\n");
 }
 
 TEST(psa_serialize, names_that_cannot_be_identifiers)
@@ -187,28 +187,32 @@ TEST(psa_serialize, names_that_cannot_be_identifiers)
         return generate(text.append(name).append(R"(":"x"}]})")).outcome;
     };
     EXPECT_EQ(with_name(string(254, 'x')), "0");
-    EXPECT_EQ(with_name(string(255, 'x')), "110: PSA : unable to purify string because the size of "
-                                           "the output is too small.\n");
+    EXPECT_EQ(with_name(string(255, 'x')),
+              OUTCOME_PSA ": PSA : unable to purify string because the size of "
+                          "the output is too small.\n");
     const string file(255, 'f');
-    EXPECT_EQ(generate(cfg_of({{file.c_str(), "{"}})).outcome,
-              "110: PSA : unable to purify string because the size of the output is too small.\n")
+    EXPECT_EQ(generate(cfg_of({{file.c_str(), "{"}})).outcome, OUTCOME_PSA
+              ": PSA : unable to purify string because the size of the output is too small.\n")
         << "the file's name comes before its text";
 }
 
 TEST(psa_serialize, a_value_without_a_name)
 {
-    EXPECT_EQ(generate(R"({"suffix":["x"]})").outcome, "2: PSA : unable to create pattern info.\n");
+    EXPECT_EQ(generate(R"({"suffix":["x"]})").outcome,
+              OUTCOME_INVALID_ARGUMENT ": PSA : unable to create pattern info.\n");
 }
 
 TEST(psa_serialize, a_text_that_does_not_parse)
 {
-    EXPECT_EQ(generate("{\"prefix\": x}").outcome, "51: lex failure on line: 1\n"
-                                                   "{\"prefix\": \n"
-                                                   "----------^\n"
-                                                   "Unknown token 'x}'\n");
-    EXPECT_EQ(generate("").outcome, "51: parse failure on line: 1\n"
-                                    "Expecting 'STRING', 'NUMBER', 'NULL', 'TRUE', 'FALSE', '{', "
-                                    "'[', got 'EOF'.\n");
+    EXPECT_EQ(generate("{\"prefix\": x}").outcome,
+              OUTCOME_JSON_BAD_SYNTAX ": lex failure on line: 1\n"
+                                      "{\"prefix\": \n"
+                                      "----------^\n"
+                                      "Unknown token 'x}'\n");
+    EXPECT_EQ(generate("").outcome,
+              OUTCOME_JSON_BAD_SYNTAX ": parse failure on line: 1\n"
+                                      "Expecting 'STRING', 'NUMBER', 'NULL', 'TRUE', 'FALSE', '{', "
+                                      "'[', got 'EOF'.\n");
 }
 
 TEST(psa_serialize, a_walk_that_stops)
@@ -216,7 +220,7 @@ TEST(psa_serialize, a_walk_that_stops)
     string ended;
     const string text = document(table_of("prefix", 129, R"({"A":"a"})"));
     const string printed = stderr_of([&] { ended = generate(text).outcome; });
-    EXPECT_EQ(ended, "56: ");
+    EXPECT_EQ(ended, OUTCOME_PRAGMAR ": ");
     EXPECT_EQ(printed, "Error: TAG_TABLE_DIM.\n");
 }
 
@@ -227,13 +231,13 @@ TEST(psa_serialize, a_pattern_that_the_engines_refuse)
         return generate(text.append(length, 'x').append(R"("}]})")).outcome;
     };
     EXPECT_EQ(of_length(1024), "0");
-    EXPECT_EQ(of_length(1025), "100");
+    EXPECT_EQ(of_length(1025), OUTCOME_OVERFLOW);
 }
 
 TEST(psa_serialize, absent_arguments)
 {
     const pdata_cfg_t cfg = cfg_of({});
-    const char *message = "2: PSA : unable to serialize PSA files.\n";
+    const char *message = OUTCOME_INVALID_ARGUMENT ": PSA : unable to serialize PSA files.\n";
     text_stream_t stream = {{}, 100};
     text_stream_t no_size;
     clear_status_slot();
@@ -261,7 +265,7 @@ TEST(psa_serialize, a_text_that_does_not_fit)
             psa_texts texts;
             (texts.*stream).size = room;
             texts = generate(cfg, texts);
-            EXPECT_EQ(texts.outcome, room <= size ? "3" : "0") << room << " of " << size;
+            EXPECT_EQ(texts.outcome, room <= size ? OUTCOME_IO : "0") << room << " of " << size;
             EXPECT_LT((texts.*stream).text.size(), room);
             EXPECT_EQ(
                 (whole.*stream).text.compare(0, (texts.*stream).text.size(), (texts.*stream).text),

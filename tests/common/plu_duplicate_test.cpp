@@ -263,10 +263,12 @@ TEST(plu_duplicate, a_value_that_cannot_be_read_fails_where_it_is_met)
 
 TEST(plu_duplicate, a_rule_that_cannot_be_read_fails)
 {
-    EXPECT_EQ(changed([](rule_model &rule) { rule.sub_rules[0].protocol = ""; }), "107");
-    EXPECT_EQ(changed([](rule_model &rule) { rule.sub_rules[0].bottom_protocol = ""; }), "107");
-    EXPECT_EQ(changed([](rule_model &rule) { rule.path[1] = ""; }), "107");
-    EXPECT_EQ(changed([](rule_model &rule) { rule.sub_rules[0].attrs[1].name = ""; }), "107");
+    EXPECT_EQ(changed([](rule_model &rule) { rule.sub_rules[0].protocol = ""; }), OUTCOME_ENGINE);
+    EXPECT_EQ(changed([](rule_model &rule) { rule.sub_rules[0].bottom_protocol = ""; }),
+              OUTCOME_ENGINE);
+    EXPECT_EQ(changed([](rule_model &rule) { rule.path[1] = ""; }), OUTCOME_ENGINE);
+    EXPECT_EQ(changed([](rule_model &rule) { rule.sub_rules[0].attrs[1].name = ""; }),
+              OUTCOME_ENGINE);
     EXPECT_EQ(changed([](rule_model &rule) { rule.tags = {""}; }), "yes");
 }
 

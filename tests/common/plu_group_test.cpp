@@ -86,7 +86,7 @@ TEST_F(plu_group, damage_is_met_where_it_stands)
     EXPECT_EQ(look_up(8), OUTCOME_TLV_NOT_FOUND);
     EXPECT_EQ(look_up(7), "found 0");
     open(group(join({proto(7), record(1, record(1, {7})), proto(8)})));
-    EXPECT_EQ(look_up(8), "2: invalid Tlv len 1, cannot deserialize meta");
+    EXPECT_EQ(look_up(8), OUTCOME_INVALID_ARGUMENT ": invalid Tlv len 1, cannot deserialize meta");
 }
 
 TEST_F(plu_group, a_record_that_runs_over_is_not_found)
@@ -131,7 +131,8 @@ TEST_F(plu_group, the_root_strings_must_be_there)
     ASSERT_EQ(outcome(plu_get_root_hstring(empty, &root)), "0");
     EXPECT_EQ(root.hs_len, 0U);
     EXPECT_NE(root.hs_str, nullptr);
-    constexpr const char *missing = "2: Cannot retrieve root hstring in tlv data\n";
+    constexpr const char *missing =
+        OUTCOME_INVALID_ARGUMENT ": Cannot retrieve root hstring in tlv data\n";
     EXPECT_EQ(outcome(plu_get_root_hstring({}, &root)), missing);
     EXPECT_EQ(outcome(plu_get_root_hstring(stored(record(4)), &root)), missing);
     EXPECT_EQ(outcome(plu_get_root_hstring(stored({0x03000001}), &root)), missing);

@@ -8,8 +8,10 @@
 namespace
 {
 
-constexpr const char *FINALIZED = "4: Cannot serialize, commit is finalized\n";
-constexpr const char *NOT_FINALIZED = "4: Cannot serialize, commit is not finalized\n";
+constexpr const char *FINALIZED =
+    OUTCOME_INVALID_OPERATION ": Cannot serialize, commit is finalized\n";
+constexpr const char *NOT_FINALIZED =
+    OUTCOME_INVALID_OPERATION ": Cannot serialize, commit is not finalized\n";
 
 /// What a protocol without anything takes behind its record header, its name at `name`.
 std::string bare_hex(const std::string &id, const std::string &name)
@@ -292,7 +294,7 @@ TEST(plu_update, nothing_is_written_before_the_commit)
     size_t size = 1;
     EXPECT_EQ(outcome(pdata_update_serialize(run.commit, out, &size)), NOT_FINALIZED);
     EXPECT_EQ(pdata_update_get_size(run.commit), PDATA_UPDATE_NO_SIZE);
-    EXPECT_EQ(run.apply(), "2");
+    EXPECT_EQ(run.apply(), OUTCOME_INVALID_ARGUMENT);
     ASSERT_EQ(run.open({make_protocol(1, "a")}), "0");
     EXPECT_EQ(outcome(pdata_update_serialize(run.commit, out, &size)), NOT_FINALIZED);
     EXPECT_EQ(size, 0U);
@@ -310,7 +312,8 @@ TEST(plu_update, a_buffer_that_is_too_small)
     for (size_t len = 0; len < whole; ++len) {
         std::vector<uint8_t> out(len);
         EXPECT_EQ(outcome(pdata_update_serialize(run.commit, out, &size)),
-                  len < 16 ? "2: Cannot serialize, buffer is less than four words\n"
+                  len < 16 ? OUTCOME_INVALID_ARGUMENT
+                      ": Cannot serialize, buffer is less than four words\n"
                            : OUTCOME_OVERFLOW ": Cannot serialize, buffer is too small\n");
     }
     std::vector<uint8_t> larger(whole + 8);
@@ -325,7 +328,7 @@ TEST(plu_update, a_closed_update_can_be_opened_again)
     ASSERT_EQ(run.apply(), "0");
     pdata_update_close(&run.commit);
     EXPECT_EQ(run.commit.ci_tlv, nullptr);
-    EXPECT_EQ(run.merge({}), "2");
+    EXPECT_EQ(run.merge({}), OUTCOME_INVALID_ARGUMENT);
     ASSERT_EQ(run.open({make_protocol(2, "b")}), "0");
     EXPECT_EQ(run.commit.ci_tlv, run.parts.back().data());
     EXPECT_EQ(run.commit.ci_tlvlen, run.parts.back().size());
@@ -338,9 +341,9 @@ TEST(plu_update, a_base_needs_strings_and_descriptions)
     update_run run;
     const std::vector<uint8_t> base = description_writer::descriptions(run.tags, {});
     EXPECT_EQ(outcome(pdata_update_init(&run.commit, base, {})),
-              "2: Cannot retrieve root hstring in tlv data\n");
+              OUTCOME_INVALID_ARGUMENT ": Cannot retrieve root hstring in tlv data\n");
     EXPECT_EQ(outcome(pdata_update_init(&run.commit, base, base)),
-              "2: Cannot retrieve root hstring in tlv data\n");
+              OUTCOME_INVALID_ARGUMENT ": Cannot retrieve root hstring in tlv data\n");
     EXPECT_EQ(outcome(pdata_update_init(&run.commit, run.strings, run.strings)),
               OUTCOME_TLV_NOT_FOUND);
     EXPECT_EQ(outcome(pdata_update_init(&run.commit, {}, run.strings)), OUTCOME_TLV_NOT_FOUND);
@@ -420,7 +423,7 @@ TEST(plu_update, an_incoming_pdb_of_another_shape)
     EXPECT_EQ(merge(record(1, record(1, join({record(1, record(1, record(9))), strings})))),
               OUTCOME_TLV_NOT_FOUND);
     EXPECT_EQ(merge(record(1, record(1, join({record(1, record(1, record(1))), strings})))),
-              "2: invalid Tlv len 0, cannot deserialize meta");
+              OUTCOME_INVALID_ARGUMENT ": invalid Tlv len 0, cannot deserialize meta");
     // A protocol without records has the id 0.
     EXPECT_EQ(merge(record(1, record(1, join({record(1, record(1)), strings})))),
               OUTCOME_PROTODESC_ID_OR_NAME_OR_NS
@@ -441,7 +444,7 @@ TEST(plu_update, a_base_of_another_shape)
     EXPECT_EQ(apply(record(1, record(1, join({record(1, record(2)), strings})))),
               OUTCOME_TLV_NOT_FOUND);
     EXPECT_EQ(apply(record(1, record(1, join({record(1, record(1, record(2, {7}))), strings})))),
-              "2: Invalid Tlv len 1, cannot deserialize tags");
+              OUTCOME_INVALID_ARGUMENT ": Invalid Tlv len 1, cannot deserialize tags");
     EXPECT_EQ(apply(record(1, record(1, join({record(1, {0x01000009}), strings})))),
               OUTCOME_TLV_NOT_FOUND);
     update_run run;
@@ -458,15 +461,18 @@ TEST(plu_update, what_cannot_be_serialized_fails_the_commit)
            OUTCOME_PROTODESC_ATTR ": Unknown matcher type for tcp:port");
     rule_model path = port_rule({"1"});
     path.path = {"a"};
-    std::string text = stderr_of([&] { merged({make_protocol(1, "a", {path})}, {}, "2"); });
+    std::string text =
+        stderr_of([&] { merged({make_protocol(1, "a", {path})}, {}, OUTCOME_INVALID_ARGUMENT); });
     EXPECT_EQ(text, "Signature: <a> : path must be contain two elements at least.\n");
     path.path = {"ip", "b"};
-    text = stderr_of([&] { merged({make_protocol(1, "a", {path})}, {}, "2"); });
+    text =
+        stderr_of([&] { merged({make_protocol(1, "a", {path})}, {}, OUTCOME_INVALID_ARGUMENT); });
     EXPECT_EQ(text, "Signature <a>: Last element of the path <(b)> must be the protocol itself.\n");
     // An update that renames a protocol makes the paths of its rules wrong.
     path.path = {"ip", "a"};
-    text =
-        stderr_of([&] { merged({make_protocol(1, "a", {path})}, {make_protocol(1, "b")}, "2"); });
+    text = stderr_of([&] {
+        merged({make_protocol(1, "a", {path})}, {make_protocol(1, "b")}, OUTCOME_INVALID_ARGUMENT);
+    });
     EXPECT_EQ(text, "Signature <b>: Last element of the path <(a)> must be the protocol itself.\n");
 }
 

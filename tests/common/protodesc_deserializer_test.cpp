@@ -75,8 +75,9 @@ TEST_F(protodesc_deserializer, older_metas_are_shorter_and_what_they_lack_reads_
 TEST_F(protodesc_deserializer, a_meta_of_another_length_is_refused)
 {
     for (uint32_t len : {0U, 1U, 4U, 7U, 8U, 11U, 100U})
-        EXPECT_EQ(read(record(1, word_list(len))),
-                  "2: invalid Tlv len " + std::to_string(len) + ", cannot deserialize meta");
+        EXPECT_EQ(read(record(1, word_list(len))), OUTCOME_INVALID_ARGUMENT ": invalid Tlv len " +
+                                                       std::to_string(len) +
+                                                       ", cannot deserialize meta");
 }
 
 TEST_F(protodesc_deserializer, tags_and_descriptions_are_pairs)
@@ -96,8 +97,10 @@ TEST_F(protodesc_deserializer, tags_and_descriptions_are_pairs)
     EXPECT_EQ(outcome(protodesc_get_desc(view, 0, strings, &name, &value)), "0");
     EXPECT_EQ(csa_str_view(name), "en");
     EXPECT_EQ(csa_str_view(value), "Web");
-    EXPECT_EQ(read(record(2, {1, 2, 3})), "2: Invalid Tlv len 3, cannot deserialize tags");
-    EXPECT_EQ(read(record(3, {1})), "2: Invalid Tlv len 1, cannot deserialize desc");
+    EXPECT_EQ(read(record(2, {1, 2, 3})),
+              OUTCOME_INVALID_ARGUMENT ": Invalid Tlv len 3, cannot deserialize tags");
+    EXPECT_EQ(read(record(3, {1})),
+              OUTCOME_INVALID_ARGUMENT ": Invalid Tlv len 1, cannot deserialize desc");
 }
 
 TEST_F(protodesc_deserializer, single_lists)
@@ -158,14 +161,16 @@ TEST_F(protodesc_deserializer, bytes_behind_the_last_whole_word_do_not_count)
 
 TEST_F(protodesc_deserializer, a_record_must_end_within_the_buffer)
 {
-    EXPECT_EQ(read({0x0100000A, 0, 0, 0}), "2: too small buffer for deserialization: 10 + 1 > 4\n");
+    EXPECT_EQ(read({0x0100000A, 0, 0, 0}),
+              OUTCOME_INVALID_ARGUMENT ": too small buffer for deserialization: 10 + 1 > 4\n");
     EXPECT_EQ(read({0x05000001, 0, 0x02000002, 0}),
-              "2: too small buffer for deserialization: 2 + 3 > 4\n");
-    EXPECT_EQ(read({0x09FFFFFF}), "2: too small buffer for deserialization: 16777215 + 1 > 1\n")
+              OUTCOME_INVALID_ARGUMENT ": too small buffer for deserialization: 2 + 3 > 4\n");
+    EXPECT_EQ(read({0x09FFFFFF}),
+              OUTCOME_INVALID_ARGUMENT ": too small buffer for deserialization: 16777215 + 1 > 1\n")
         << "the length is looked at before the type";
     buf = bytes("05000001 000000");
     EXPECT_EQ(outcome(protodesc_deserialize(&view, buf)),
-              "2: too small buffer for deserialization: 1 + 1 > 1\n");
+              OUTCOME_INVALID_ARGUMENT ": too small buffer for deserialization: 1 + 1 > 1\n");
 }
 
 TEST_F(protodesc_deserializer, a_type_outside_1_to_8_is_not_found)
@@ -179,7 +184,7 @@ TEST_F(protodesc_deserializer, a_type_outside_1_to_8_is_not_found)
 TEST_F(protodesc_deserializer, the_rules_are_at_least_as_long_as_their_offsets)
 {
     EXPECT_EQ(read(join({record(8, {0, 1, 2}), record(7, {1, 2})})),
-              "2: Invalid Tlv len 2, cannot deserialize rules");
+              OUTCOME_INVALID_ARGUMENT ": Invalid Tlv len 2, cannot deserialize rules");
     EXPECT_EQ(read(join({record(8, {0, 1, 2}), record(7, {1, 2, 3})})), "0");
     EXPECT_EQ(protodesc_get_ruledesc_nr(view), 3U);
     EXPECT_EQ(read(join({record(7, {1}), record(8, {0, 1, 2})})), "0")
@@ -191,18 +196,18 @@ TEST_F(protodesc_deserializer, a_rule_that_is_not_there_cannot_be_got)
     ruledesc_t rule;
     EXPECT_EQ(read(record(1, {12, 0, 0, 0, 0})), "0");
     EXPECT_EQ(outcome(protodesc_get_ruledesc(view, 0, &rule)),
-              "2: Cannot get rule desc at index 0 for proto id 12");
+              OUTCOME_INVALID_ARGUMENT ": Cannot get rule desc at index 0 for proto id 12");
     const word_list meta = record(1, {12, 0, 0, 0, 0});
     EXPECT_EQ(read(join({meta, record(8, {0, 5, 0xFFFFFFFF}), record(7, {0x02000000, 0, 0})})),
               "0");
     EXPECT_EQ(outcome(protodesc_get_ruledesc(view, 0, &rule)), "0") << "a rule without anything";
-    EXPECT_EQ(outcome(protodesc_get_ruledesc(view, 1, &rule)),
-              "2: Cannot get rule desc at index 1 for proto id 12, len mismatch");
-    EXPECT_EQ(outcome(protodesc_get_ruledesc(view, 2, &rule)),
-              "2: Cannot get rule desc at index 2 for proto id 12, len mismatch");
+    EXPECT_EQ(outcome(protodesc_get_ruledesc(view, 1, &rule)), OUTCOME_INVALID_ARGUMENT
+              ": Cannot get rule desc at index 1 for proto id 12, len mismatch");
+    EXPECT_EQ(outcome(protodesc_get_ruledesc(view, 2, &rule)), OUTCOME_INVALID_ARGUMENT
+              ": Cannot get rule desc at index 2 for proto id 12, len mismatch");
     EXPECT_EQ(read(join({meta, record(8, {0})})), "0") << "offsets without a list";
-    EXPECT_EQ(outcome(protodesc_get_ruledesc(view, 0, &rule)),
-              "2: Cannot get rule desc at index 0 for proto id 12, len mismatch");
+    EXPECT_EQ(outcome(protodesc_get_ruledesc(view, 0, &rule)), OUTCOME_INVALID_ARGUMENT
+              ": Cannot get rule desc at index 0 for proto id 12, len mismatch");
 }
 
 TEST_F(protodesc_deserializer, an_index_out_of_bounds_is_named)
@@ -212,17 +217,17 @@ TEST_F(protodesc_deserializer, an_index_out_of_bounds_is_named)
     csa_str_t b;
     EXPECT_EQ(read(record(1, {33, 0, 0, 0, 0})), "0");
     EXPECT_EQ(outcome(protodesc_get_tag(view, 0, strings, &a, &b)),
-              "2: Cannot get tag at index 0 for proto id 33");
+              OUTCOME_INVALID_ARGUMENT ": Cannot get tag at index 0 for proto id 33");
     EXPECT_EQ(outcome(protodesc_get_desc(view, 1, strings, &a, &b)),
-              "2: Cannot get desc at index 1 for proto id 33");
+              OUTCOME_INVALID_ARGUMENT ": Cannot get desc at index 1 for proto id 33");
     EXPECT_EQ(outcome(protodesc_get_compat(view, 2, strings, &a)),
-              "2: Cannot get compat at index 2 for proto id 33");
+              OUTCOME_INVALID_ARGUMENT ": Cannot get compat at index 2 for proto id 33");
     EXPECT_EQ(outcome(protodesc_get_altname(view, 3, strings, &a)),
-              "2: Cannot get altname at index 3 for proto id 33");
+              OUTCOME_INVALID_ARGUMENT ": Cannot get altname at index 3 for proto id 33");
     EXPECT_EQ(outcome(protodesc_get_supported_version(view, 4, strings, &a)),
-              "2: Cannot get supported version at index 4 for proto id 33");
+              OUTCOME_INVALID_ARGUMENT ": Cannot get supported version at index 4 for proto id 33");
     EXPECT_EQ(outcome(protodesc_get_compat(view, 0xFFFFFFFF, strings, &a)),
-              "2: Cannot get compat at index -1 for proto id 33");
+              OUTCOME_INVALID_ARGUMENT ": Cannot get compat at index -1 for proto id 33");
 }
 
 TEST_F(protodesc_deserializer, a_string_that_the_table_refuses_is_an_engine_error)

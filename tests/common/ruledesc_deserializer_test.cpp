@@ -67,8 +67,9 @@ protected:
 };
 
 constexpr const char *RULE_MISMATCH =
-    "2: Cannot get rule desc at index 0 for proto id 7, len mismatch";
-constexpr const char *SUB_RULE_MISMATCH = "2: Len mismatch, cannot serialize";
+    OUTCOME_INVALID_ARGUMENT ": Cannot get rule desc at index 0 for proto id 7, len mismatch";
+constexpr const char *SUB_RULE_MISMATCH =
+    OUTCOME_INVALID_ARGUMENT ": Len mismatch, cannot serialize";
 
 TEST_F(ruledesc_deserializer, the_sixth_form_holds_everything)
 {
@@ -192,9 +193,9 @@ TEST_F(ruledesc_deserializer, an_index_of_a_path_or_tag_out_of_bounds_is_named)
     csa_str_t str;
     EXPECT_EQ(read_rule(record(4, {3, 1, ip, 1, x})), "0");
     EXPECT_EQ(outcome(ruledesc_get_path_elt(rule, 1, strings, &str)),
-              "2: Cannot get rule path element at index 1 for a rule ");
+              OUTCOME_INVALID_ARGUMENT ": Cannot get rule path element at index 1 for a rule ");
     EXPECT_EQ(outcome(ruledesc_get_tag(rule, 5, strings, &str)),
-              "2: Cannot get rule tag at index 5 for a rule ");
+              OUTCOME_INVALID_ARGUMENT ": Cannot get rule tag at index 5 for a rule ");
     EXPECT_EQ(outcome(ruledesc_get_path_elt(rule, 0, {}, &str)), OUTCOME_ENGINE);
     EXPECT_EQ(outcome(ruledesc_get_tag(rule, 0, {}, &str)), OUTCOME_ENGINE);
 }
@@ -253,7 +254,7 @@ TEST_F(ruledesc_deserializer, sub_rules_are_found_through_their_offsets)
     EXPECT_EQ(sub_rule.srule_stc_mindata, 2U);
     EXPECT_EQ(outcome(ruledesc_get_sub_ruledesc(rule, 2, &sub_rule)), SUB_RULE_MISMATCH);
     EXPECT_EQ(outcome(ruledesc_get_sub_ruledesc(rule, 3, &sub_rule)),
-              "2: sub rule index is out of bounds");
+              OUTCOME_INVALID_ARGUMENT ": sub rule index is out of bounds");
     EXPECT_EQ(read_rule(record(3, {0})), "0") << "offsets without a list";
     EXPECT_EQ(outcome(ruledesc_get_sub_ruledesc(rule, 0, &sub_rule)), SUB_RULE_MISMATCH);
 }
@@ -287,7 +288,7 @@ TEST_F(ruledesc_deserializer, a_stream_attribute_has_an_offset_for_every_value)
     EXPECT_EQ(attrdesc_get_pattern_offset(attr, 1), 40U);
     EXPECT_EQ(attrdesc_get_pattern_offset(attr, 2), 0U) << "no such value";
     EXPECT_EQ(outcome(attrdesc_get_value(attr, 2, pool.view(), &str)),
-              "2: Cannot get attribute descriptor, Tlv len mismatch");
+              OUTCOME_INVALID_ARGUMENT ": Cannot get attribute descriptor, Tlv len mismatch");
 }
 
 TEST_F(ruledesc_deserializer, other_attributes_have_values_alone)
@@ -336,7 +337,8 @@ TEST_F(ruledesc_deserializer, the_transport_stands_beside_the_direction)
 
 TEST_F(ruledesc_deserializer, an_attribute_whose_words_do_not_pair_up_is_refused)
 {
-    constexpr const char *mismatch = "2: Cannot get attribute descriptor, Tlv len mismatch";
+    constexpr const char *mismatch =
+        OUTCOME_INVALID_ARGUMENT ": Cannot get attribute descriptor, Tlv len mismatch";
     EXPECT_EQ(read_attr(6, {2, x, ip}), mismatch) << "a value without its offset";
     EXPECT_EQ(read_attr(6, {2, x}), "0");
     EXPECT_EQ(read_attr(6, {2}), mismatch) << "no name";
@@ -345,8 +347,8 @@ TEST_F(ruledesc_deserializer, an_attribute_whose_words_do_not_pair_up_is_refused
     EXPECT_EQ(outcome(sub_ruledesc_get_attrdesc(sub_rule, 0, &attr)), mismatch);
     EXPECT_EQ(read_sub_rule(join({record(3, {2}), record(2, record(2, {1, x}))})), "0");
     EXPECT_EQ(outcome(sub_ruledesc_get_attrdesc(sub_rule, 0, &attr)), mismatch);
-    EXPECT_EQ(outcome(sub_ruledesc_get_attrdesc(sub_rule, 1, &attr)),
-              "2: index 1 out of bounds, cannot retrieve attribute for sub rule");
+    EXPECT_EQ(outcome(sub_ruledesc_get_attrdesc(sub_rule, 1, &attr)), OUTCOME_INVALID_ARGUMENT
+              ": index 1 out of bounds, cannot retrieve attribute for sub rule");
 }
 
 } // namespace

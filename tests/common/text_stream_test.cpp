@@ -24,7 +24,7 @@ TEST(text_stream, a_piece_may_be_of_any_length)
         EXPECT_EQ(text_stream_print(&stream, "%s", "a"), PDATA_SUCCESS);
         EXPECT_EQ(text_stream_print(&stream, "%s%d", piece.c_str(), 7), PDATA_SUCCESS);
         EXPECT_EQ(stream.text, std::string("a") + piece + "7");
-        EXPECT_EQ(outcome(text_stream_print(&stream, "%s", "x")), "3");
+        EXPECT_EQ(outcome(text_stream_print(&stream, "%s", "x")), OUTCOME_IO);
     }
 }
 
@@ -35,7 +35,7 @@ TEST(text_stream, one_byte_of_the_size_is_the_terminators)
     EXPECT_EQ(stream.text, "abcd");
     EXPECT_EQ(stream.text.c_str()[4], '\0');
     stream = {{}, 4, false};
-    EXPECT_EQ(outcome(text_stream_print(&stream, "%s", "abcd")), "3") << "no message";
+    EXPECT_EQ(outcome(text_stream_print(&stream, "%s", "abcd")), OUTCOME_IO) << "no message";
     EXPECT_EQ(stream.text, "");
 }
 
@@ -43,15 +43,15 @@ TEST(text_stream, a_piece_that_does_not_fit_ends_the_text)
 {
     text_stream_t stream = {{}, 8, false};
     EXPECT_EQ(text_stream_print(&stream, "%s", "abc"), PDATA_SUCCESS);
-    EXPECT_EQ(outcome(text_stream_print(&stream, "%s", "defghi")), "3");
-    EXPECT_EQ(outcome(text_stream_print(&stream, "%s", "d")), "3") << "it takes no more";
+    EXPECT_EQ(outcome(text_stream_print(&stream, "%s", "defghi")), OUTCOME_IO);
+    EXPECT_EQ(outcome(text_stream_print(&stream, "%s", "d")), OUTCOME_IO) << "it takes no more";
     EXPECT_EQ(stream.text, "abc");
 }
 
 TEST(text_stream, a_stream_without_size_takes_nothing)
 {
     text_stream_t stream;
-    EXPECT_EQ(outcome(text_stream_print(&stream, "%s", "")), "3");
+    EXPECT_EQ(outcome(text_stream_print(&stream, "%s", "")), OUTCOME_IO);
 }
 
 } // namespace

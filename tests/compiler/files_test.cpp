@@ -149,7 +149,7 @@ TEST_F(compiler_files, a_text_is_written_up_to_its_terminator)
 TEST_F(compiler_files, a_text_that_cannot_be_written_is_reported)
 {
     EXPECT_EQ(outcome(write_text("nowhere/x", "a")),
-              "3: pdata_compiler : unable to open nowhere/x.\n");
+              OUTCOME_IO ": pdata_compiler : unable to open nowhere/x.\n");
 }
 
 TEST_F(compiler_files, a_description_is_read_whole)
@@ -159,7 +159,7 @@ TEST_F(compiler_files, a_description_is_read_whole)
     EXPECT_EQ(outcome(pdata_compiler_init_pdd(&pdd, "in.pdd", 3)), "0");
     EXPECT_EQ(pdd.pdd_json, text_bytes("{\"protocols\": []}"));
     EXPECT_EQ(outcome(pdata_compiler_init_pdd(&pdd, "nowhere", 3)),
-              "3: pdata_compiler: unable to open file nowhere.\n");
+              OUTCOME_IO ": pdata_compiler: unable to open file nowhere.\n");
 }
 
 TEST_F(compiler_files, the_load_state_is_the_first_word_of_its_record)
@@ -249,7 +249,8 @@ TEST_F(compiler_files, a_pdb_without_any_part_gives_an_empty_list)
 TEST_F(compiler_files, a_list_must_be_there)
 {
     pdb_tlv_index_t at;
-    EXPECT_EQ(outcome(pdata_compiler_config(pdb_of({TAGS}), nullptr, &at)), "2");
+    EXPECT_EQ(outcome(pdata_compiler_config(pdb_of({TAGS}), nullptr, &at)),
+              OUTCOME_INVALID_ARGUMENT);
 }
 
 TEST_F(compiler_files, one_part_is_cut_out_with_its_header)
@@ -258,7 +259,8 @@ TEST_F(compiler_files, one_part_is_cut_out_with_its_header)
     const csa_buf_t pdb = pdb_of({VERSION, TAGS});
     EXPECT_EQ(outcome(pdata_compiler_config_type(9, PDB_TYPE_TAGS, pdb, &part)), "0");
     EXPECT_EQ(part_bytes(part), bytes(TAGS));
-    EXPECT_EQ(outcome(pdata_compiler_config_type(3, PDB_TYPE_MAIN_HSTRING, pdb, &part)), "102");
+    EXPECT_EQ(outcome(pdata_compiler_config_type(3, PDB_TYPE_MAIN_HSTRING, pdb, &part)),
+              OUTCOME_TLV_NOT_FOUND);
     EXPECT_EQ(part.pdb_type, PDB_TYPE_TAGS) << "as it was";
 }
 
@@ -273,7 +275,7 @@ TEST_F(compiler_files, a_pdb_is_read_and_cut)
     EXPECT_EQ(part_bytes(list[1]), bytes(TAGS));
     EXPECT_EQ(network_endian, 1U);
     EXPECT_EQ(outcome(pdata_compiler_init_pdb("nowhere", &list, &at, &network_endian)),
-              "3: pdata_compiler: unable to open file nowhere.\n");
+              OUTCOME_IO ": pdata_compiler: unable to open file nowhere.\n");
 }
 
 TEST_F(compiler_files, a_list_is_split_at_semicolons)
@@ -303,7 +305,7 @@ TEST_F(compiler_files, an_unreadable_file_ends_the_list_and_keeps_what_was_read)
     pdb_in_list_t input;
     uint32_t network_endian = 1;
     EXPECT_EQ(outcome(pdata_compiler_fill_pdb_list("a;nowhere;b", &input, &network_endian)),
-              "3: pdata_compiler: unable to open file nowhere.\n");
+              OUTCOME_IO ": pdata_compiler: unable to open file nowhere.\n");
     EXPECT_EQ(input.size(), 1U);
     pdata_compiler_clean_pdb(&input, nullptr);
     EXPECT_TRUE(input.empty());
@@ -340,9 +342,10 @@ TEST_F(compiler_files, of_a_pdb_only_the_descriptions_must_be_there)
     EXPECT_EQ(get_bytes("out"), bytes(DESCRIPTIONS));
     const pdb_list_t without = list_of({{PDB_TYPE_LOAD, LOADABLE}, {PDB_TYPE_TAGS, TAGS}});
     EXPECT_EQ(outcome(pdata_compiler_write_pdb(without, "out")),
-              "3: Cannot write on filename out \n");
+              OUTCOME_IO ": Cannot write on filename out \n");
     EXPECT_EQ(get_bytes("out"), bytes(LOADABLE)) << "what was written stays";
-    EXPECT_EQ(outcome(pdata_compiler_write_pdb({}, "out")), "3: Cannot write on filename out \n");
+    EXPECT_EQ(outcome(pdata_compiler_write_pdb({}, "out")),
+              OUTCOME_IO ": Cannot write on filename out \n");
     EXPECT_EQ(get_bytes("out"), csa_buf_t{});
 }
 
@@ -369,9 +372,9 @@ TEST_F(compiler_files, an_output_that_cannot_be_opened_is_reported)
 {
     const pdb_list_t list = list_of({{PDB_TYPE_PROTOCOL_DESCRIPTION, DESCRIPTIONS}});
     EXPECT_EQ(outcome(pdata_compiler_write_pdb(list, "nowhere/x")),
-              "3: Cannot open filename nowhere/x \n");
+              OUTCOME_IO ": Cannot open filename nowhere/x \n");
     EXPECT_EQ(outcome(pdata_compiler_write_pdb_loadable(list[0], ".")),
-              "3: Cannot open filename . \n");
+              OUTCOME_IO ": Cannot open filename . \n");
 }
 
 TEST_F(compiler_files, an_output_that_cannot_be_written_is_reported)
@@ -379,17 +382,17 @@ TEST_F(compiler_files, an_output_that_cannot_be_written_is_reported)
     const pdb_list_t list = list_of({{PDB_TYPE_PROTOCOL_DESCRIPTION, DESCRIPTIONS}});
     EXPECT_EQ(stderr_of([&] {
                   EXPECT_EQ(outcome(pdata_compiler_write_pdb(list, "/dev/full")),
-                            "3: Cannot write on filename /dev/full \n");
+                            OUTCOME_IO ": Cannot write on filename /dev/full \n");
               }),
               "pdata_compiler: /dev/full: write: No space left on device\n");
     EXPECT_EQ(stderr_of([&] {
                   EXPECT_EQ(outcome(pdata_compiler_write_pdb_loadable(list[0], "/dev/full")),
-                            "3: Cannot write on filename /dev/full \n");
+                            OUTCOME_IO ": Cannot write on filename /dev/full \n");
               }),
               "pdata_compiler: /dev/full: write: No space left on device\n");
     EXPECT_EQ(stderr_of([&] {
                   EXPECT_EQ(outcome(write_text("/dev/full", "a")),
-                            "3: Cannot write on filename /dev/full \n");
+                            OUTCOME_IO ": Cannot write on filename /dev/full \n");
               }),
               "pdata_compiler: /dev/full: write: No space left on device\n");
 }

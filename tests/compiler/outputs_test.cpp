@@ -76,7 +76,7 @@ protected:
 TEST_F(compiler_outputs, a_full_device_fails_the_run)
 {
     const run_result_t result = describe("/dev/full");
-    EXPECT_EQ(result.code, 3);
+    EXPECT_EQ(result.code, PDATA_ERR_IO);
     EXPECT_EQ(result.out, "(3:PDATA_ERR_IO)\nCannot write on filename /dev/full \n\n");
     EXPECT_EQ(result.err, "pdata_compiler: /dev/full: write: No space left on device\n");
 }
@@ -97,7 +97,7 @@ TEST_F(compiler_outputs, a_full_disk_leaves_the_old_pdb)
     }
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &usual), 0);
     command_line::forget_run();
-    EXPECT_EQ(code, 3);
+    EXPECT_EQ(code, PDATA_ERR_IO);
     EXPECT_EQ(file_text("out"), "old");
     EXPECT_EQ(nr_temporary(), 0);
 }
@@ -109,7 +109,7 @@ TEST_F(compiler_outputs, sources_go_in_place_only_together)
         fs::remove(name);
         fs::create_directory(name);
         const run_result_t opened = describe("out");
-        EXPECT_EQ(opened.code, 3);
+        EXPECT_EQ(opened.code, PDATA_ERR_IO);
         EXPECT_EQ(opened.out, std::string("(3:PDATA_ERR_IO)\npdata_compiler : unable to open ") +
                                   name + ".\n\n");
         EXPECT_EQ(nr_old_sources(), 4) << name;
@@ -127,7 +127,7 @@ TEST_F(compiler_outputs, a_source_on_a_full_device_leaves_those_behind_it)
     fs::remove("psa_key.h");
     fs::create_symlink("/dev/full", "psa_key.h");
     const run_result_t result = describe("out");
-    EXPECT_EQ(result.code, 3);
+    EXPECT_EQ(result.code, PDATA_ERR_IO);
     EXPECT_EQ(result.out, "(3:PDATA_ERR_IO)\nCannot write on filename psa_key.h \n\n");
     EXPECT_EQ(result.err, "pdata_compiler: psa_key.h: write: No space left on device\n");
     EXPECT_EQ(nr_old_sources(), 4);
@@ -138,13 +138,13 @@ TEST_F(compiler_outputs, sources_of_a_table_that_is_refused_hold_back_no_others)
 {
     put_old_sources();
     put_file("cfg/ipbt.json", R"({"rules": [)");
-    EXPECT_EQ(describe("out").code, 51);
+    EXPECT_EQ(describe("out").code, PDATA_ERR_JSON_BAD_SYNTAX);
     EXPECT_EQ(nr_old_sources(), 2);
     put_old_sources();
     fs::remove("psa_serialization.c");
     fs::create_symlink("/dev/full", "psa_serialization.c");
     const run_result_t result = describe("out");
-    EXPECT_EQ(result.code, 51) << "what failed first";
+    EXPECT_EQ(result.code, PDATA_ERR_JSON_BAD_SYNTAX) << "what failed first";
     EXPECT_EQ(result.out.substr(0, 31), "(51:PDATA_ERR_JSON_BAD_SYNTAX)\n");
     EXPECT_NE(result.err.find("psa_serialization.c: write: No space left"), std::string::npos);
     EXPECT_EQ(nr_temporary(), 0);
@@ -154,7 +154,7 @@ TEST_F(compiler_outputs, a_coverage_that_cannot_be_written_fails_the_run)
 {
     fs::create_symlink("/dev/full", "signature_coverage.data");
     const run_result_t result = cover();
-    EXPECT_EQ(result.code, 3);
+    EXPECT_EQ(result.code, PDATA_ERR_IO);
     EXPECT_EQ(result.out,
               "(3:PDATA_ERR_IO)\nCannot write on filename signature_coverage.data \n\n");
     EXPECT_EQ(result.err,
@@ -166,7 +166,7 @@ TEST_F(compiler_outputs, a_coverage_that_cannot_be_opened_fails_the_run)
 {
     fs::create_directory("signature_coverage.data");
     const run_result_t result = cover();
-    EXPECT_EQ(result.code, 3);
+    EXPECT_EQ(result.code, PDATA_ERR_IO);
     EXPECT_EQ(result.out, "(3:PDATA_ERR_IO)\n\n");
     EXPECT_EQ(result.err, "pdata_compiler: signature_coverage.data: open: Is a directory\n");
 }
@@ -177,7 +177,7 @@ TEST_F(compiler_outputs, a_run_that_failed_before_keeps_its_status)
     put_file("in.pdd", "{");
     const std::string first = describe("out").out;
     const run_result_t result = cover();
-    EXPECT_EQ(result.code, 56);
+    EXPECT_EQ(result.code, PDATA_ERR_PRAGMAR);
     EXPECT_EQ(result.out, first);
     fs::remove("signature_coverage.data");
     fs::create_symlink("/dev/full", "signature_coverage.data");

@@ -99,12 +99,14 @@ TEST_F(pdata_merge_test, parts_that_are_missing)
     const pdb_list_t pdb = make_pdb(ACME);
     const pdb_list_t no_description = without(pdb, PDB_TYPE_PROTOCOL_DESCRIPTION);
     const pdb_list_t no_strings = without(pdb, PDB_TYPE_MAIN_HSTRING);
-    constexpr const char *description = "2: Pdb description missing during merge";
+    constexpr const char *description =
+        OUTCOME_INVALID_ARGUMENT ": Pdb description missing during merge";
     pdb_t merged;
     EXPECT_EQ(merge(no_description, pdb, &merged), description);
     EXPECT_EQ(merge(pdb, no_description, &merged), description);
     EXPECT_EQ(merge(pdb_list_t{}, pdb_list_t{}, &merged), description);
-    EXPECT_EQ(merge(no_strings, no_strings, &merged), "2: Main hstring missing during merge");
+    EXPECT_EQ(merge(no_strings, no_strings, &merged),
+              OUTCOME_INVALID_ARGUMENT ": Main hstring missing during merge");
     EXPECT_EQ(merged.pdb_tlv, nullptr);
     EXPECT_EQ(merged.pdb_type, PDB_TYPE_END);
 }
@@ -121,19 +123,19 @@ TEST_F(pdata_merge_test, a_part_without_bytes_is_refused)
     for (const pdb_t *part :
          {static_cast<const pdb_t *>(nullptr), static_cast<const pdb_t *>(&no_buffer),
           static_cast<const pdb_t *>(&empty)})
-        EXPECT_EQ(outcome(pdata_merge_init(&commit, part, &strings)), "2");
+        EXPECT_EQ(outcome(pdata_merge_init(&commit, part, &strings)), OUTCOME_INVALID_ARGUMENT);
     ASSERT_EQ(outcome(pdata_merge_init(&commit, &pdb[0], &strings)), "0");
     for (const pdb_t *part :
          {static_cast<const pdb_t *>(nullptr), static_cast<const pdb_t *>(&no_buffer),
           static_cast<const pdb_t *>(&empty)})
-        EXPECT_EQ(outcome(pdata_merge_prepare(&commit, part, &strings)), "2");
+        EXPECT_EQ(outcome(pdata_merge_prepare(&commit, part, &strings)), OUTCOME_INVALID_ARGUMENT);
     pdb_t merged;
-    EXPECT_EQ(merge(with(pdb, no_buffer), pdb, &merged), "2");
-    EXPECT_EQ(merge(pdb, with(pdb, empty), &merged), "2");
+    EXPECT_EQ(merge(with(pdb, no_buffer), pdb, &merged), OUTCOME_INVALID_ARGUMENT);
+    EXPECT_EQ(merge(pdb, with(pdb, empty), &merged), OUTCOME_INVALID_ARGUMENT);
     pdb_t no_strings = strings;
     no_strings.pdb_tlv = nullptr;
     EXPECT_EQ(merge(with(pdb, no_strings), pdb, &merged),
-              "2: Cannot retrieve root hstring in tlv data\n");
+              OUTCOME_INVALID_ARGUMENT ": Cannot retrieve root hstring in tlv data\n");
 }
 
 TEST_F(pdata_merge_test, a_failure_leaves_the_output_as_it_was)
@@ -141,8 +143,8 @@ TEST_F(pdata_merge_test, a_failure_leaves_the_output_as_it_was)
     const pdb_list_t first = make_pdb(ACME);
     const pdb_list_t foreign = make_pdb(R"({"name":"other","id":77,"rules":[]})");
     pdb_t merged = make_part(PDB_TYPE_TMP, {1, 2, 3, 4});
-    EXPECT_EQ(merge(first, foreign, &merged),
-              "54: You try and add a protocol not in user namespace");
+    EXPECT_EQ(merge(first, foreign, &merged), OUTCOME_PROTODESC_ID_OR_NAME_OR_NS
+              ": You try and add a protocol not in user namespace");
     EXPECT_EQ(merged.pdb_type, PDB_TYPE_TMP);
     EXPECT_EQ(bytes_of(merged), (std::vector<uint8_t>{1, 2, 3, 4}));
 }
@@ -155,7 +157,7 @@ TEST_F(pdata_merge_test, an_update_that_cannot_be_committed_gives_no_part)
     ASSERT_EQ(outcome(pdata_update_commit(&commit)), "0");
     pdb_t part = make_part(PDB_TYPE_TMP, {1, 2, 3, 4});
     EXPECT_EQ(outcome(pdata_merge_serialize(&commit, &part)),
-              "4: Cannot serialize, commit is finalized\n");
+              OUTCOME_INVALID_OPERATION ": Cannot serialize, commit is finalized\n");
     EXPECT_EQ(part.pdb_tlv, nullptr);
     EXPECT_EQ(part.pdb_tlv_len, 0U);
 }
@@ -217,7 +219,13 @@ TEST_F(pdata_merge_test, merged_again_nothing_changes)
 /// Merges a damaged pdb into a sound one and the other way round.
 void merge_damaged(const pdb_list_t &sound, const pdb_list_t &damaged)
 {
-    static const std::set<std::string> known = {"0", "2", "53", "54", "100", "102", "107"};
+    static const std::set<std::string> known = {"0",
+                                                OUTCOME_INVALID_ARGUMENT,
+                                                OUTCOME_PROTODESC_ATTR,
+                                                OUTCOME_PROTODESC_ID_OR_NAME_OR_NS,
+                                                OUTCOME_OVERFLOW,
+                                                OUTCOME_TLV_NOT_FOUND,
+                                                OUTCOME_ENGINE};
     for (const bool first : {true, false}) {
         pdb_t merged;
         const std::string text =

@@ -38,7 +38,7 @@ TEST_F(pdata_remove_test, an_unknown_id_writes_nothing)
 {
     const pdb_list_t pdb = make_pdb(TWO);
     pdb_t out;
-    EXPECT_EQ(outcome(pdata_remove(pdb, 512, &out)), "106: proto id 512 not found\n");
+    EXPECT_EQ(outcome(pdata_remove(pdb, 512, &out)), OUTCOME_PLU ": proto id 512 not found\n");
     EXPECT_EQ(out.pdb_tlv, nullptr);
     EXPECT_EQ(out.pdb_type, PDB_TYPE_END);
 }
@@ -47,7 +47,8 @@ TEST_F(pdata_remove_test, a_pdb_needs_main_strings)
 {
     const pdb_list_t pdb = make_pdb(TWO);
     pdb_t out;
-    constexpr const char *missing = "2: Cannot retrieve root hstring in tlv data\n";
+    constexpr const char *missing =
+        OUTCOME_INVALID_ARGUMENT ": Cannot retrieve root hstring in tlv data\n";
     EXPECT_EQ(outcome(pdata_remove(without(pdb, PDB_TYPE_MAIN_HSTRING), 77, &out)), missing);
     EXPECT_EQ(outcome(pdata_remove(pdb_list_t{}, 77, &out)), missing);
     EXPECT_EQ(
@@ -59,7 +60,8 @@ TEST_F(pdata_remove_test, the_first_part_is_taken_whatever_its_kind)
 {
     const pdb_list_t pdb = make_pdb(TWO);
     pdb_t out;
-    EXPECT_EQ(outcome(pdata_remove(without(pdb, PDB_TYPE_PROTOCOL_DESCRIPTION), 77, &out)), "102");
+    EXPECT_EQ(outcome(pdata_remove(without(pdb, PDB_TYPE_PROTOCOL_DESCRIPTION), 77, &out)),
+              OUTCOME_TLV_NOT_FOUND);
     pdb_list_t other = pdb;
     other[0].pdb_type = PDB_TYPE_TMP;
     EXPECT_EQ(outcome(pdata_remove(other, 77, &out)), "0");

@@ -125,18 +125,18 @@ TEST_F(description_to_pdb, a_configuration_record_needs_its_document)
     std::vector<uint8_t> record;
     for (uint32_t type = 0; type < 12; ++type) {
         if (type != PDATA_TYPE_CSM && type != PDATA_TYPE_PROTOCOL) {
-            EXPECT_EQ(cfg_record("hello", &record, type), "3") << type;
+            EXPECT_EQ(cfg_record("hello", &record, type), OUTCOME_IO) << type;
         }
     }
     pdb_list_t list;
     uint32_t n = 0;
-    EXPECT_EQ(outcome(pdata_serialize_cfg(nullptr, &list, &n, 7)), "3");
-    EXPECT_EQ(outcome(pdata_serialize_cfg(&cfg, &list, nullptr, 7)), "3");
-    EXPECT_EQ(outcome(pdata_serialize_cfg(&cfg, &list, &n, 6)), "3") << "no such document";
+    EXPECT_EQ(outcome(pdata_serialize_cfg(nullptr, &list, &n, 7)), OUTCOME_IO);
+    EXPECT_EQ(outcome(pdata_serialize_cfg(&cfg, &list, nullptr, 7)), OUTCOME_IO);
+    EXPECT_EQ(outcome(pdata_serialize_cfg(&cfg, &list, &n, 6)), OUTCOME_IO) << "no such document";
     cfg.meta[8].json.reset();
-    EXPECT_EQ(outcome(pdata_serialize_cfg(&cfg, &list, &n, 7)), "3") << "not loaded";
+    EXPECT_EQ(outcome(pdata_serialize_cfg(&cfg, &list, &n, 7)), OUTCOME_IO) << "not loaded";
     cfg.meta[8].meta = PDATA_META_PSA;
-    EXPECT_EQ(outcome(pdata_serialize_cfg(&cfg, &list, &n, 7)), "3") << "no such row";
+    EXPECT_EQ(outcome(pdata_serialize_cfg(&cfg, &list, &n, 7)), OUTCOME_IO) << "no such row";
     EXPECT_EQ(n, 0U);
 }
 
@@ -169,16 +169,17 @@ TEST_F(description_to_pdb, a_load_record_without_memory_keeps_its_kind_and_lengt
             EXPECT_EQ(record.pdb_tlv == nullptr, status != PDATA_SUCCESS);
             return static_cast<int>(status);
         },
-        [](int code) { EXPECT_EQ(outcome(static_cast<pdata_status_t>(code)), "1"); });
+        [](int code) { EXPECT_EQ(outcome(static_cast<pdata_status_t>(code)), OUTCOME_NO_MEMORY); });
 }
 
 TEST_F(description_to_pdb, absent_arguments)
 {
-    constexpr const char *refused = "2: Invalid argument pdb, cfg or pdd is equal to NULL.\n";
+    constexpr const char *refused =
+        OUTCOME_INVALID_ARGUMENT ": Invalid argument pdb, cfg or pdd is equal to NULL.\n";
     EXPECT_EQ(outcome(pdata_serialize(nullptr, &pdb, &cfg, nullptr, 6)), refused);
     EXPECT_EQ(outcome(pdata_serialize(&pdd, nullptr, &cfg, nullptr, 6)), refused);
     pdb[0].pdb_type = PDB_TYPE_CFG;
-    EXPECT_EQ(outcome(pdata_serialize(&pdd, &pdb, nullptr, nullptr, 6)), "3")
+    EXPECT_EQ(outcome(pdata_serialize(&pdd, &pdb, nullptr, nullptr, 6)), OUTCOME_IO)
         << "the configuration is tested later, without a message";
     EXPECT_EQ(kinds(), "");
 }
@@ -186,7 +187,7 @@ TEST_F(description_to_pdb, absent_arguments)
 TEST_F(description_to_pdb, the_list_is_ended_where_a_run_fails)
 {
     cfg.meta[8].json.reset();
-    EXPECT_EQ(run(ONE), "3");
+    EXPECT_EQ(run(ONE), OUTCOME_IO);
     EXPECT_EQ(kinds(), "");
     configure(PDATA_META_SEM, PDATA_TYPE_CSM, "hello");
     configure_aliases("{");
@@ -197,7 +198,7 @@ TEST_F(description_to_pdb, the_list_is_ended_where_a_run_fails)
     EXPECT_EQ(run(ONE).substr(0, 2), "1:");
     EXPECT_EQ(kinds(), "9 8");
     configure_tags(TAGS);
-    EXPECT_EQ(run(R"({"p": [{"id": 7}]})"), "107: Empty string in protocol .");
+    EXPECT_EQ(run(R"({"p": [{"id": 7}]})"), OUTCOME_ENGINE ": Empty string in protocol .");
     EXPECT_EQ(kinds(), "9 8 7");
     EXPECT_EQ(run(ONE), "0");
 }
@@ -209,13 +210,13 @@ TEST_F(description_to_pdb, any_failure_of_the_aliases_is_status_56)
               "56 (recorded 2): MATCHER_ALIAS : Unknown way CTS (pick both,cts or stc).\n")
         << "the message is that of the origin";
     configure_aliases("");
-    EXPECT_EQ(run(ONE),
-              "56: parse failure on line: 1\n"
+    EXPECT_EQ(run(ONE), OUTCOME_PRAGMAR
+              ": parse failure on line: 1\n"
               "Expecting 'STRING', 'NUMBER', 'NULL', 'TRUE', 'FALSE', '{', '[', got 'EOF'.\n")
         << "a document of length 0 is present";
     configure_aliases(R"({"aliases": [{"alias": {"protocol": "", "attr": "b", "way": "cts"},
                            "reference": {"protocol": "a", "attr": "c", "way": "stc"}}]})");
-    EXPECT_EQ(run(ONE), "2") << "but an empty name is found later";
+    EXPECT_EQ(run(ONE), OUTCOME_INVALID_ARGUMENT) << "but an empty name is found later";
 }
 
 TEST_F(description_to_pdb, at_most_63_pairs_of_aliases_are_stored)
@@ -224,11 +225,11 @@ TEST_F(description_to_pdb, at_most_63_pairs_of_aliases_are_stored)
     EXPECT_EQ(run(ONE), "0");
     EXPECT_EQ(part(PDB_TYPE_MATCHER_ALIAS).size(), 4U + 1136U);
     configure_aliases(aliases_of(64));
-    EXPECT_EQ(run(ONE),
-              "100: Maximum number of matcher_alias pairs (64) exceeded internal limit (64)");
+    EXPECT_EQ(run(ONE), OUTCOME_OVERFLOW
+              ": Maximum number of matcher_alias pairs (64) exceeded internal limit (64)");
     EXPECT_EQ(kinds(), "9");
     configure_aliases(aliases_of(65));
-    EXPECT_EQ(stderr_of([&] { EXPECT_EQ(run(ONE), "56: "); }),
+    EXPECT_EQ(stderr_of([&] { EXPECT_EQ(run(ONE), OUTCOME_PRAGMAR ": "); }),
               "Error: FENCE_MATCHER_ALIAS_NUMBER.\n");
     configure_aliases(R"({"aliases": []})");
     EXPECT_EQ(run(ONE), "0");
@@ -238,12 +239,12 @@ TEST_F(description_to_pdb, at_most_63_pairs_of_aliases_are_stored)
 TEST_F(description_to_pdb, a_tag_table_that_cannot_be_read_is_status_1)
 {
     configure_tags("{]}");
-    EXPECT_EQ(run(ONE), "1: parse failure on line: 1\n"
-                        "{]\n"
-                        "-^\n"
-                        "Expecting 'STRING', got ']'.\n");
+    EXPECT_EQ(run(ONE), OUTCOME_NO_MEMORY ": parse failure on line: 1\n"
+                                          "{]\n"
+                                          "-^\n"
+                                          "Expecting 'STRING', got ']'.\n");
     configure_tags(R"({"tag_table": {"": 1}})");
-    EXPECT_EQ(run(ONE), "2") << "an empty name";
+    EXPECT_EQ(run(ONE), OUTCOME_INVALID_ARGUMENT) << "an empty name";
     configure_tags(R"({"tag_table": {}})");
     EXPECT_EQ(run(ONE), "0");
     EXPECT_EQ(part(PDB_TYPE_TAGS), bytes("09000000"));
@@ -268,22 +269,22 @@ TEST_F(description_to_pdb, semantic_rules_check_every_document_of_their_kind)
         return came_to;
     };
     const std::string report = ": Bad semantic.\nContext: \nUnexpected type '{'.\nExpected:\n";
-    EXPECT_EQ(refused(PDATA_TYPE_MATCHER_ALIAS), "56" + report);
-    EXPECT_EQ(refused(PDATA_TYPE_TAG_TABLE), "1" + report);
-    EXPECT_EQ(refused(PDATA_TYPE_PROTOCOL), "52" + report);
+    EXPECT_EQ(refused(PDATA_TYPE_MATCHER_ALIAS), OUTCOME_PRAGMAR + report);
+    EXPECT_EQ(refused(PDATA_TYPE_TAG_TABLE), OUTCOME_NO_MEMORY + report);
+    EXPECT_EQ(refused(PDATA_TYPE_PROTOCOL), OUTCOME_JSON_BAD_SEMANTIC + report);
 }
 
 TEST_F(description_to_pdb, the_failure_of_a_protocol_is_that_of_the_run)
 {
-    EXPECT_EQ(run(""),
-              "56: parse failure on line: 1\n"
+    EXPECT_EQ(run(""), OUTCOME_PRAGMAR
+              ": parse failure on line: 1\n"
               "Expecting 'STRING', 'NUMBER', 'NULL', 'TRUE', 'FALSE', '{', '[', got 'EOF'.\n");
-    EXPECT_EQ(run(R"({"p": [{"name": "web"}]} and more)"), "51");
+    EXPECT_EQ(run(R"({"p": [{"name": "web"}]} and more)"), OUTCOME_JSON_BAD_SYNTAX);
     EXPECT_EQ(stderr_of([&] {
                   EXPECT_EQ(run(
                                 R"({"p": [{"name": "web", "rules": [{"order": "1:1", "path": "x",
                                     "rule": [{"protocol": "tcp", "port": "80"}]}]}]})"),
-                            "2");
+                            OUTCOME_INVALID_ARGUMENT);
               }),
               "Signature: <web> : path must be contain two elements at least.\n");
     EXPECT_EQ(kinds(), "9");
@@ -322,14 +323,14 @@ TEST_F(description_to_pdb, a_built_pdb_may_supply_the_aliases)
 TEST_F(description_to_pdb, a_built_pdb_needs_both_its_records)
 {
     const std::pair<const char *, const char *> pdbs[] = {
-        {"", "102"},
-        {"03000000", "102"},
-        {"0A000000", "102"},
+        {"", OUTCOME_TLV_NOT_FOUND},
+        {"03000000", OUTCOME_TLV_NOT_FOUND},
+        {"0A000000", OUTCOME_TLV_NOT_FOUND},
         {"0A000000 03000000", "0"},
-        {"0A000005 00000000 00000000 01 00000000 00000000 01 0000 03000000", "107"},
+        {"0A000005 00000000 00000000 01 00000000 00000000 01 0000 03000000", OUTCOME_ENGINE},
         {"0A000005 00000000 00000000 01 00000000 00000000 01 0000 03000001 0001 'a 00", "0"},
         {"0A000002 00000000 00000000 03000000", "0"},
-        {"03000000 0A000005 00000000", "102"},
+        {"03000000 0A000005 00000000", OUTCOME_TLV_NOT_FOUND},
     };
     for (const auto &[content, expected] : pdbs) {
         pdb_t pdb_default;
@@ -337,7 +338,7 @@ TEST_F(description_to_pdb, a_built_pdb_needs_both_its_records)
         EXPECT_EQ(run(ONE, &pdb_default), expected) << content;
     }
     const pdb_t without_bytes = {nullptr, 0, PDB_TYPE_TMP};
-    EXPECT_EQ(run(ONE, &without_bytes), "102");
+    EXPECT_EQ(run(ONE, &without_bytes), OUTCOME_TLV_NOT_FOUND);
 }
 
 TEST_F(description_to_pdb, a_built_pdb_of_64_aliases_is_refused_with_the_limit)
@@ -352,11 +353,11 @@ TEST_F(description_to_pdb, a_built_pdb_of_64_aliases_is_refused_with_the_limit)
         pdb_t pdb_default;
         ASSERT_TRUE(pdb_header_set(&pdb_default, PDB_TYPE_TMP, std::move(whole)));
         EXPECT_EQ(run(ONE, &pdb_default),
-                  nr == 63 ? "0"
-                  : nr == 64
-                      ? "100: Maximum number of matcher_alias pairs (64) exceeded internal limit "
-                        "(64)"
-                      : "100: Too many matcher alias");
+                  nr == 63   ? "0"
+                  : nr == 64 ? OUTCOME_OVERFLOW
+                      ": Maximum number of matcher_alias pairs (64) exceeded internal limit "
+                      "(64)"
+                             : OUTCOME_OVERFLOW ": Too many matcher alias");
     }
 }
 
@@ -380,10 +381,10 @@ TEST_F(description_to_pdb, memory_that_runs_out_ends_the_list_with_a_status)
             }
         });
     for (const std::string &came_to : outcomes)
-        EXPECT_FALSE(came_to.starts_with("107")) << "no string is taken for an empty one";
+        EXPECT_FALSE(came_to.starts_with(OUTCOME_ENGINE)) << "no string is taken for an empty one";
     for (const char *expected :
-         {"1", "1: protocol_serializer: cannot allocate protogroup buffer.\n",
-          "1: protocol_serializer: cannot allocate hstring buffer.\n"})
+         {"1", OUTCOME_NO_MEMORY ": protocol_serializer: cannot allocate protogroup buffer.\n",
+          OUTCOME_NO_MEMORY ": protocol_serializer: cannot allocate hstring buffer.\n"})
         EXPECT_TRUE(outcomes.contains(expected)) << expected;
     EXPECT_EQ(run(TAGGED), "0") << "and the next run is as ever";
 }

@@ -49,7 +49,7 @@ TEST(rule_pass_failures, a_protocol_that_is_not_there)
 {
     rule_run_t run({protocol_of(1, "web", {port_rule})});
     run.add_item({1, 0}, 1);
-    EXPECT_EQ(run.build_rules(), "2");
+    EXPECT_EQ(run.build_rules(), OUTCOME_INVALID_ARGUMENT);
     EXPECT_EQ(run.diagnostics,
               error_line("pdb_rule_build", "pdb_rule_build_get_proto: protocol not found.\n"));
 }
@@ -67,7 +67,7 @@ TEST(rule_pass_failures, a_rule_without_sub_rules)
 {
     rule_run_t run({protocol_of(1, "web", {rule_of({})})});
     run.add_item({0, 0}, 1);
-    EXPECT_EQ(run.build_rules(), "2: sub rule index is out of bounds");
+    EXPECT_EQ(run.build_rules(), OUTCOME_INVALID_ARGUMENT ": sub rule index is out of bounds");
     EXPECT_EQ(run.diagnostics,
               error_line("pdb_rule_build", "pdb_rule_build_get_sub_rule: sub rule not found.\n"));
 }
@@ -78,7 +78,8 @@ TEST(rule_pass_failures, more_items_than_the_rule_builder_takes)
     run.config.rule_max_attr = 17;
     for (uint32_t item_id = 1; item_id <= 17; ++item_id)
         run.add_item({0, 0}, item_id);
-    EXPECT_EQ(run.build_rules(), "2: Too many items when registering rule 17 \n");
+    EXPECT_EQ(run.build_rules(),
+              OUTCOME_INVALID_ARGUMENT ": Too many items when registering rule 17 \n");
     EXPECT_EQ(run.diagnostics, error_line("pdb_rule_build", "rule_builder_register failed.\n"));
 }
 
@@ -89,7 +90,7 @@ TEST(rule_pass_failures, an_item_beyond_the_table)
     EXPECT_EQ(run.build_rules(), "0");
     EXPECT_EQ(run.diagnostics, "");
     run.build.pdb_build_rule_builder.items.front().id = 2;
-    EXPECT_EQ(run.serialize_rules(), "103: Internal bug, bad item id.\n");
+    EXPECT_EQ(run.serialize_rules(), OUTCOME_RULE_ENGINE ": Internal bug, bad item id.\n");
     EXPECT_EQ(run.diagnostics,
               error_line("pdb_rule_build_serialize", "rule_builder_serialize failed.\n") +
                   error_line("pdb_rule_serialize", "pdb_rule_build_serialize failed..\n"));
@@ -114,7 +115,7 @@ TEST(matcher_pass_failures, headers_that_cannot_be_written)
     std::string text;
     const std::string diagnostics =
         mask_lines(stderr_of([&] { text = outcome(pdb_matcher_build(&run.build, {}, nullptr)); }));
-    EXPECT_EQ(text, "100: tlv len 4 is superior to internal limit 16777215");
+    EXPECT_EQ(text, OUTCOME_OVERFLOW ": tlv len 4 is superior to internal limit 16777215");
     EXPECT_EQ(diagnostics,
               error_line("pdb_matcher_build", "pdb_matcher_build_serialize_list failed.\n"));
 }
@@ -130,7 +131,7 @@ TEST(matcher_pass_failures, a_value_of_a_protocol_that_is_not_there_has_no_log_l
     std::string text;
     const std::string diagnostics =
         mask_lines(stderr_of([&] { text = outcome(pdb_matcher_build(&run.build, {}, nullptr)); }));
-    EXPECT_EQ(text, "2") << "its minimum data cannot be looked up";
+    EXPECT_EQ(text, OUTCOME_INVALID_ARGUMENT) << "its minimum data cannot be looked up";
     EXPECT_EQ(log.str(), "");
     EXPECT_EQ(diagnostics, "");
 }

@@ -89,7 +89,7 @@ TEST(export_hooks, a_protocol_id_beyond_the_coverage_fails_the_compile)
     const scratch_dir_t scratch;
     const pdb_model model = {
         {protocol_of(65536, "web", {simple_rule("tcp", {number_attr("port", {"1"})})})}, {}};
-    EXPECT_EQ(compile_with("signature_coverage", model), "101");
+    EXPECT_EQ(compile_with("signature_coverage", model), OUTCOME_SIG_EXPORT);
     EXPECT_EQ(file_text("signature_coverage.data"), "");
 }
 
@@ -100,7 +100,8 @@ TEST(export_hooks, a_rule_index_beyond_the_coverage_fails_the_compile)
     rules.back() = simple_rule("tcp", {number_attr("port", {"1"})});
     EXPECT_EQ(compile_with("signature_coverage", {{protocol_of(904, "web", rules)}, {}}), "0");
     rules.insert(rules.begin(), simple_rule("tcp", {}));
-    EXPECT_EQ(compile_with("signature_coverage", {{protocol_of(904, "web", rules)}, {}}), "101");
+    EXPECT_EQ(compile_with("signature_coverage", {{protocol_of(904, "web", rules)}, {}}),
+              OUTCOME_SIG_EXPORT);
 }
 
 TEST(export_hooks, values_of_http_and_ssl_are_collected_by_rule)

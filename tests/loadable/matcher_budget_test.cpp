@@ -12,7 +12,7 @@ matcher_desc_t with_limit(matcher_desc_t desc, uint64_t limit)
 
 std::string refusal(uint64_t limit)
 {
-    return "100: values expand to more than " + std::to_string(limit) + " bytes\n";
+    return OUTCOME_OVERFLOW ": values expand to more than " + std::to_string(limit) + " bytes\n";
 }
 
 TEST(matcher_budget, every_registration_costs_64_bytes_and_those_of_its_value)

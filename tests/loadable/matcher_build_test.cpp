@@ -185,21 +185,21 @@ TEST(matcher_pass, a_referer_among_several_items_is_marked)
 TEST(matcher_pass, a_value_that_the_transformer_refuses_is_shown_whole)
 {
     const compiled_t bad = compile(model_of("tcp", {number_attr("port", {"80,x"})}));
-    EXPECT_EQ(bad.outcome, "50");
+    EXPECT_EQ(bad.outcome, OUTCOME_REGEX);
     EXPECT_EQ(bad.diagnostics,
               error_line("pdb_matcher_build_register",
                          "matcher_transformer failed (type:4) (elt_val:80,x)\n") +
                   error_line("pdb_builder_serialize", "pdb_builder_matcher_serialize.\n"));
-    EXPECT_EQ(compile(model_of("tcp", {number_attr("port", {"70000"})})).outcome, "100");
+    EXPECT_EQ(compile(model_of("tcp", {number_attr("port", {"70000"})})).outcome, OUTCOME_OVERFLOW);
     EXPECT_EQ(
         compile(model_of("ip", {number_attr("address", {"1.2.3"}, MATCHER_TYPE_IP_4)})).outcome,
-        "50");
+        OUTCOME_REGEX);
 }
 
 TEST(matcher_pass, a_value_that_the_matcher_refuses_is_shown)
 {
     const compiled_t bad = compile(model_of("http", {stream_attr("server", {"(ab"})}));
-    EXPECT_EQ(bad.outcome, "50");
+    EXPECT_EQ(bad.outcome, OUTCOME_REGEX);
     EXPECT_EQ(bad.diagnostics,
               error_line("pdb_matcher_build_register",
                          "matcher_register failed (type:1) (elt_val:(ab)\n") +
@@ -223,7 +223,7 @@ TEST(matcher_pass, a_pattern_that_is_too_long_is_found_out_when_the_engines_are_
     EXPECT_EQ(compile_value(letters_between(".*", 1024, ".*")).outcome, "0");
     EXPECT_EQ(compile_value(letters_between("", 2000, "")).outcome, "0"); // no automaton
     const compiled_t too_long = compile_value(letters_between(".*", 1025, ".*"));
-    EXPECT_EQ(too_long.outcome, "100");
+    EXPECT_EQ(too_long.outcome, OUTCOME_OVERFLOW);
     EXPECT_EQ(too_long.diagnostics,
               error_line("pdb_builder_serialize", "pdb_builder_matcher_serialize.\n"));
 }
@@ -236,7 +236,7 @@ TEST(matcher_pass, a_rule_of_seventeen_items_is_refused)
     EXPECT_EQ(compile(model_of("tcp", {number_attr("port", ports)})).outcome, "0");
     ports.push_back("16");
     const compiled_t bad = compile(model_of("tcp", {number_attr("port", ports)}));
-    EXPECT_EQ(bad.outcome, "100: maximum item id reached 16.");
+    EXPECT_EQ(bad.outcome, OUTCOME_OVERFLOW ": maximum item id reached 16.");
     EXPECT_EQ(bad.diagnostics,
               error_line("pdb_matcher_build_register", "pdb_rule_tab_add failed.\n") +
                   error_line("pdb_builder_serialize", "pdb_builder_matcher_serialize.\n"));
@@ -246,14 +246,14 @@ TEST(matcher_pass, with_fewer_items_per_rule_allowed_the_message_says_so)
 {
     builder_run_t run(make_pdb(model_of("tcp", {number_attr("port", {"1", "2", "3"})})),
                       {32, 32768, 2, 2, 4});
-    EXPECT_EQ(run.serialize(), "100: maximum item id reached 2.");
+    EXPECT_EQ(run.serialize(), OUTCOME_OVERFLOW ": maximum item id reached 2.");
 }
 
 TEST(matcher_pass, with_fewer_private_ids_allowed_the_message_says_so)
 {
     builder_run_t run(make_pdb(model_of("http", {stream_attr("server", {"ab", "cd", "ef"})})),
                       {32, 2, 16, 2, 4});
-    EXPECT_EQ(run.serialize(), "100: increase max_prv_id (2)\n");
+    EXPECT_EQ(run.serialize(), OUTCOME_OVERFLOW ": increase max_prv_id (2)\n");
 }
 
 TEST(matcher_pass, with_fewer_permutations_allowed_the_value_is_stored_whole)
@@ -310,7 +310,7 @@ TEST(matcher_pass, a_section_that_no_header_can_hold_is_refused)
     EXPECT_EQ(build.pdb_build_tlv.matchers.pdb_tlv, 0x01000123U);
     build.pdb_build_tlv.matchers.root_len = 0x1000000;
     EXPECT_EQ(outcome(pdb_matcher_build_serialize_header(&build)),
-              "100: tlv len 4 is superior to internal limit 16777215");
+              OUTCOME_OVERFLOW ": tlv len 4 is superior to internal limit 16777215");
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -398,7 +398,7 @@ TEST(rule_pass, an_empty_name_is_refused_by_the_string_table)
     pdb_model model = model_of("tcp", {number_attr("port", {"1"})});
     model.protocols[0].rules[0].sub_rules[0].bottom_protocol = "";
     const compiled_t compiled = compile(model);
-    EXPECT_EQ(compiled.outcome, "107");
+    EXPECT_EQ(compiled.outcome, OUTCOME_ENGINE);
     EXPECT_EQ(compiled.diagnostics,
               error_line("pdb_builder_serialize", "pdb_builder: rule build failed.\n"));
 }

@@ -71,8 +71,8 @@ TEST(matcher_setup, other_types_are_refused)
 {
     for (const uint32_t type : {0U, 2U, 5U, 6U, 9U}) {
         build_t build("tcp", "port");
-        EXPECT_EQ(build.set_desc(type),
-                  "2: Matcher type [" + std::to_string(type) + "] not found in the switch.");
+        EXPECT_EQ(build.set_desc(type), OUTCOME_INVALID_ARGUMENT ": Matcher type [" +
+                                            std::to_string(type) + "] not found in the switch.");
     }
 }
 
@@ -81,7 +81,8 @@ TEST(matcher_setup, an_unknown_attribute_is_refused_by_name)
     build_t build("tcp", "colour");
     matcher_build matcher;
     matcher_type_t type;
-    EXPECT_EQ(build.init(&matcher, &type), "2: matcher_type unknown [tcp][colour].");
+    EXPECT_EQ(build.init(&matcher, &type),
+              OUTCOME_INVALID_ARGUMENT ": matcher_type unknown [tcp][colour].");
 }
 
 TEST(matcher_setup, a_matcher_is_made_and_its_transformer_noted)
@@ -104,7 +105,7 @@ TEST(matcher_setup, too_many_items_before_a_matcher_are_refused)
     matcher_build matcher;
     matcher_type_t type;
     build.pdb_build.pdb_build_item_id = 0x20000000;
-    EXPECT_EQ(build.init(&matcher, &type), "2");
+    EXPECT_EQ(build.init(&matcher, &type), OUTCOME_INVALID_ARGUMENT);
     build.pdb_build.pdb_build_item_id = 0x1FFFFFFF;
     EXPECT_EQ(build.init(&matcher, &type), "0");
     matcher_build_clean(&matcher);
@@ -255,9 +256,9 @@ TEST(pattern_info, the_attributes_looked_at_are_those_of_the_sub_rule_with_the_m
 TEST(pattern_info, a_protocol_or_a_rule_that_cannot_be_read_is_a_status)
 {
     info_t info(rule_of({with_mindata(0, 0)}));
-    EXPECT_EQ(info.get(ATTR_WAY_CTS, MINDATA_NOT_MANDATORY, 1, 0), "2");
+    EXPECT_EQ(info.get(ATTR_WAY_CTS, MINDATA_NOT_MANDATORY, 1, 0), OUTCOME_INVALID_ARGUMENT);
     EXPECT_EQ(info.get(ATTR_WAY_CTS, MINDATA_NOT_MANDATORY, 0, 2),
-              "2: Cannot get rule desc at index 2 for proto id 42");
+              OUTCOME_INVALID_ARGUMENT ": Cannot get rule desc at index 2 for proto id 42");
 }
 
 } // namespace

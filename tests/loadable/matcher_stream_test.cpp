@@ -206,9 +206,9 @@ TEST(matcher_stream, anchors_stay_in_the_piece_as_bytes)
 TEST(matcher_stream, a_bad_expression_is_refused_by_the_expansion)
 {
     matcher_run_t run(stream_desc());
-    EXPECT_EQ(run.add("(ab"), "50");
-    EXPECT_EQ(run.add("[z-a]"), "50");
-    EXPECT_EQ(run.add("\0"sv), "50"); // empty
+    EXPECT_EQ(run.add("(ab"), OUTCOME_REGEX);
+    EXPECT_EQ(run.add("[z-a]"), OUTCOME_REGEX);
+    EXPECT_EQ(run.add("\0"sv), OUTCOME_REGEX); // empty
 }
 
 TEST(matcher_stream, with_n_private_ids_the_next_one_is_refused)
@@ -218,20 +218,20 @@ TEST(matcher_stream, with_n_private_ids_the_next_one_is_refused)
     matcher_run_t run(desc);
     EXPECT_EQ(run.add("ab"), "0");
     EXPECT_EQ(run.add("cd"), "0");
-    EXPECT_EQ(run.add("ef"), "100: increase max_prv_id (2)\n");
+    EXPECT_EQ(run.add("ef"), OUTCOME_OVERFLOW ": increase max_prv_id (2)\n");
     EXPECT_EQ(run.add(".*gh.*"), "0"); // needs none
     matcher_run_t whole(desc);
     EXPECT_EQ(whole.add("a.c"), "0");
     EXPECT_EQ(whole.add("..."), "0");
-    EXPECT_EQ(whole.add("..."), "100: increase max_prv_id (2)\n");
-    EXPECT_EQ(whole.add("a.c"), "100: increase max_prv_id (2)\n");
+    EXPECT_EQ(whole.add("..."), OUTCOME_OVERFLOW ": increase max_prv_id (2)\n");
+    EXPECT_EQ(whole.add("a.c"), OUTCOME_OVERFLOW ": increase max_prv_id (2)\n");
     matcher_run_t offset([] {
         matcher_desc_t one = offset_desc();
         one.max_prv_id = 0;
         return one;
     }());
     offset.info.mindata = 65536;
-    EXPECT_EQ(offset.add("ab", 3), "100: increase max_prv_id (0)\n");
+    EXPECT_EQ(offset.add("ab", 3), OUTCOME_OVERFLOW ": increase max_prv_id (0)\n");
 }
 
 TEST(matcher_stream, a_preempt_value_must_be_one_piece)
@@ -239,7 +239,8 @@ TEST(matcher_stream, a_preempt_value_must_be_one_piece)
     matcher_run_t run(stream_desc());
     run.info.preempt = 1;
     EXPECT_EQ(run.add(".*ab.*"), "0");
-    EXPECT_EQ(run.add("ab.*cd.*ef"), "2: Invalid preempt pattern : contain 3 permutation ");
+    EXPECT_EQ(run.add("ab.*cd.*ef"),
+              OUTCOME_INVALID_ARGUMENT ": Invalid preempt pattern : contain 3 permutation ");
     EXPECT_EQ(run.add("ab.cd"), "0"); // stored whole: the pieces are not looked at
 }
 
@@ -248,14 +249,16 @@ TEST(matcher_stream, a_piece_may_be_as_long_as_its_minimum_data)
     matcher_run_t run(offset_desc());
     run.info.mindata = 4;
     EXPECT_EQ(run.add("abcd"), "0");
-    EXPECT_EQ(run.add("abcde"), "2: Invalid mindata value : mindata 4  < pattern_len 5");
-    EXPECT_EQ(run.add("abcd.*efghi"), "2: Invalid mindata value : mindata 4  < pattern_len 5");
+    EXPECT_EQ(run.add("abcde"),
+              OUTCOME_INVALID_ARGUMENT ": Invalid mindata value : mindata 4  < pattern_len 5");
+    EXPECT_EQ(run.add("abcd.*efghi"),
+              OUTCOME_INVALID_ARGUMENT ": Invalid mindata value : mindata 4  < pattern_len 5");
 }
 
 TEST(matcher_stream, a_missing_minimum_is_refused_by_the_engines)
 {
     matcher_run_t run(offset_desc());
-    EXPECT_EQ(run.add("abcd"), "50");
+    EXPECT_EQ(run.add("abcd"), OUTCOME_REGEX);
     run.info.mindata = 65536;
     EXPECT_EQ(run.add("abcd"), "0");
 }
@@ -301,7 +304,7 @@ TEST(matcher_stream_offset, escapes_stand_for_bytes)
 
 std::string bad_escape(std::string_view rest)
 {
-    std::string text = "2: INTERFACE_BUILDER_STREAM :Pattern \"";
+    std::string text = OUTCOME_INVALID_ARGUMENT ": INTERFACE_BUILDER_STREAM :Pattern \"";
     text += rest;
     text += "\" contains an invalid escaped sequence.\n";
     return text;
@@ -320,8 +323,8 @@ TEST(matcher_stream_offset, an_escape_that_is_cut_is_refused_with_what_follows_i
 TEST(matcher_stream_offset, an_empty_value_is_refused_without_a_message)
 {
     offset_run_t run;
-    EXPECT_EQ(run.add("", 1), "2");
-    EXPECT_EQ(run.add("\0"sv, 1), "2");
+    EXPECT_EQ(run.add("", 1), OUTCOME_INVALID_ARGUMENT);
+    EXPECT_EQ(run.add("\0"sv, 1), OUTCOME_INVALID_ARGUMENT);
 }
 
 TEST(matcher_stream_offset, a_final_zero_byte_is_dropped)
@@ -335,10 +338,11 @@ TEST(matcher_stream_offset, a_value_must_be_shorter_than_its_minimum_data)
 {
     matcher_run_t run(offset_desc());
     run.info.mindata = 4;
-    EXPECT_EQ(run.add("abcd", 1), "2: Invalid mindata value : mindata 4  < pattern_len 4");
+    EXPECT_EQ(run.add("abcd", 1),
+              OUTCOME_INVALID_ARGUMENT ": Invalid mindata value : mindata 4  < pattern_len 4");
     EXPECT_EQ(run.add("abc", 1), "0");
-    EXPECT_EQ(run.add("\\x61\\x62c", 1), "0"); // the bytes are counted, not their escapes
-    EXPECT_EQ(run.add("abc", 2), "50");        // the engines count the offset as well
+    EXPECT_EQ(run.add("\\x61\\x62c", 1), "0");   // the bytes are counted, not their escapes
+    EXPECT_EQ(run.add("abc", 2), OUTCOME_REGEX); // the engines count the offset as well
 }
 
 TEST(matcher_stream_offset, the_offset_is_kept_in_sixteen_bits)
@@ -351,7 +355,7 @@ TEST(matcher_stream_offset, the_offset_is_kept_in_sixteen_bits)
 TEST(matcher_stream_offset, an_attribute_without_offsets_refuses_it)
 {
     matcher_run_t run(stream_desc());
-    EXPECT_EQ(run.add("ab", 1), "4");
+    EXPECT_EQ(run.add("ab", 1), OUTCOME_INVALID_OPERATION);
 }
 
 TEST(matcher_stream_offset, the_export_is_asked_before_anything_is_registered)
@@ -365,7 +369,7 @@ TEST(matcher_stream_offset, the_export_is_asked_before_anything_is_registered)
     data.pattern_offset = 1;
     EXPECT_EQ(outcome(matcher_register(&run.matcher, data, &run.item_id, false, run.info,
                                        sig_export.get())),
-              "101");
+              OUTCOME_SIG_EXPORT);
     EXPECT_EQ(run.item_id, 1U); // the id is taken all the same
 }
 

@@ -156,17 +156,17 @@ TEST(pdata_compile, a_pdb_without_descriptions_fails_when_it_is_written)
     pdb_list_t list;
     pdb_header_memcpy(&list[0], make_pdb(small_model())[1]);
     const compiled_t compiled = compile(list);
-    EXPECT_EQ(compiled.outcome, "1");
+    EXPECT_EQ(compiled.outcome, OUTCOME_NO_MEMORY);
     EXPECT_TRUE(compiled.bytes.empty());
-    EXPECT_EQ(compile(pdb_list_t()).outcome, "1");
+    EXPECT_EQ(compile(pdb_list_t()).outcome, OUTCOME_NO_MEMORY);
 }
 
 TEST(pdata_compile, a_pdb_without_tags_fails_in_the_builder)
 {
     pdb_list_t list;
     pdb_header_memcpy(&list[0], make_pdb(small_model())[0]);
-    EXPECT_EQ(compile(list).outcome,
-              "2: PDM (tags) is mandatory when you try to compile graph/rules");
+    EXPECT_EQ(compile(list).outcome, OUTCOME_INVALID_ARGUMENT
+              ": PDM (tags) is mandatory when you try to compile graph/rules");
 }
 
 TEST(pdata_compile, a_list_or_an_output_must_be_given)
@@ -174,8 +174,8 @@ TEST(pdata_compile, a_list_or_an_output_must_be_given)
     const pdb_list_t list = make_pdb(small_model());
     pdb_t out;
     clear_status_slot();
-    EXPECT_EQ(outcome(pdata_compile(nullptr, &out, nullptr, {}, 1)), "2");
-    EXPECT_EQ(outcome(pdata_compile(&list, nullptr, nullptr, {}, 1)), "2");
+    EXPECT_EQ(outcome(pdata_compile(nullptr, &out, nullptr, {}, 1)), OUTCOME_INVALID_ARGUMENT);
+    EXPECT_EQ(outcome(pdata_compile(&list, nullptr, nullptr, {}, 1)), OUTCOME_INVALID_ARGUMENT);
 }
 
 TEST(pdata_compile, the_limits_are_sixteen_items_four_steps_and_32768_entries)
@@ -184,7 +184,8 @@ TEST(pdata_compile, the_limits_are_sixteen_items_four_steps_and_32768_entries)
     model.protocols[0].rules[0].path = {"a", "b", "c", "web"};
     EXPECT_EQ(compile(model).outcome, "0");
     model.protocols[0].rules[0].path = {"a", "b", "c", "d", "web"};
-    EXPECT_EQ(compile(model).outcome, "100: maximum protocol id number (4) reached --> (5)");
+    EXPECT_EQ(compile(model).outcome,
+              OUTCOME_OVERFLOW ": maximum protocol id number (4) reached --> (5)");
     // 2048 rules of 16 words each take all private ids.
     std::vector<rule_model> rules;
     for (uint32_t i = 0; i < 2048; ++i) {
@@ -196,7 +197,7 @@ TEST(pdata_compile, the_limits_are_sixteen_items_four_steps_and_32768_entries)
     EXPECT_EQ(compile(pdb_model{{protocol_of(1, "many", rules)}, {}}).outcome, "0");
     rules.push_back(simple_rule("http", {stream_attr("uri_decoded", {"more"})}));
     EXPECT_EQ(compile(pdb_model{{protocol_of(1, "many", rules)}, {}}).outcome,
-              "100: increase max_prv_id (32768)\n");
+              OUTCOME_OVERFLOW ": increase max_prv_id (32768)\n");
 }
 
 TEST(pdata_compile, thirty_two_permutations_are_spelled_out_and_thirty_three_are_not)
@@ -291,9 +292,9 @@ TEST(pdata_config, parts_are_found_in_any_order)
 TEST(pdata_config, without_descriptions_there_is_no_list)
 {
     pdb_list_t parts = full_pdb();
-    EXPECT_EQ(outcome(pdata_config(bytes("09 000000 03 000000"), &parts)), "102");
+    EXPECT_EQ(outcome(pdata_config(bytes("09 000000 03 000000"), &parts)), OUTCOME_TLV_NOT_FOUND);
     EXPECT_EQ(parts_of(parts), "");
-    EXPECT_EQ(outcome(pdata_config({}, &parts)), "102");
+    EXPECT_EQ(outcome(pdata_config({}, &parts)), OUTCOME_TLV_NOT_FOUND);
 }
 
 TEST(pdata_config, without_main_strings_the_list_ends_early)
@@ -318,7 +319,7 @@ TEST(pdata_config, a_search_ends_at_a_record_that_is_longer_than_the_pdb)
     pdb_list_t parts;
     EXPECT_EQ(outcome(pdata_config(bytes("01 000000  08 000009  03 000000"), &parts)), "0");
     EXPECT_EQ(parts_of(parts), "0:4 ");
-    EXPECT_EQ(outcome(pdata_config(bytes("08 000009  01 000000"), &parts)), "102");
+    EXPECT_EQ(outcome(pdata_config(bytes("08 000009  01 000000"), &parts)), OUTCOME_TLV_NOT_FOUND);
 }
 
 TEST(pdata_config, a_record_that_does_not_end_within_the_pdb_is_none)
@@ -330,7 +331,7 @@ TEST(pdata_config, a_record_that_does_not_end_within_the_pdb_is_none)
 
 TEST(pdata_config, a_list_must_be_given)
 {
-    EXPECT_EQ(outcome(pdata_config(bytes("01 000000"), nullptr)), "2");
+    EXPECT_EQ(outcome(pdata_config(bytes("01 000000"), nullptr)), OUTCOME_INVALID_ARGUMENT);
 }
 
 TEST(pdata_config, a_part_that_cannot_be_copied_ends_the_list)

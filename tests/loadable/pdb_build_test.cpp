@@ -39,7 +39,7 @@ pdb_list_t with(const pdb_model &model, pdb_type_t type, std::vector<uint8_t> by
 TEST(pdb_builder, without_limits_there_is_no_builder)
 {
     pdb_context_t context;
-    EXPECT_EQ(outcome(pdb_builder_init(&context, nullptr)), "2");
+    EXPECT_EQ(outcome(pdb_builder_init(&context, nullptr)), OUTCOME_INVALID_ARGUMENT);
 }
 
 TEST(pdb_builder, limits_are_copied_into_the_context)
@@ -70,9 +70,11 @@ TEST(pdb_builder, a_part_and_the_record_in_it_are_found)
     EXPECT_EQ(part.size(), 8U);
     EXPECT_EQ(value.size(), 4U);
     EXPECT_EQ(value.data(), part.data() + 4);
-    EXPECT_EQ(outcome(pdb_builder_load_type(PDB_TYPE_LOAD, 9, run.context, &part, &value)), "102");
+    EXPECT_EQ(outcome(pdb_builder_load_type(PDB_TYPE_LOAD, 9, run.context, &part, &value)),
+              OUTCOME_TLV_NOT_FOUND);
     EXPECT_EQ(part.size(), 8U);
-    EXPECT_EQ(outcome(pdb_builder_load_type(PDB_TYPE_CFG, 11, run.context, &part, &value)), "2");
+    EXPECT_EQ(outcome(pdb_builder_load_type(PDB_TYPE_CFG, 11, run.context, &part, &value)),
+              OUTCOME_INVALID_ARGUMENT);
     EXPECT_EQ(outcome(pdb_builder_load_type(PDB_TYPE_LOAD, TLV_TYPE_ROOT_LOAD, run.context, nullptr,
                                             &value)),
               "0");
@@ -96,7 +98,8 @@ TEST(pdb_builder, nothing_behind_the_end_mark_is_found)
     list[5].pdb_type = PDB_TYPE_CFG;
     builder_run_t run(list);
     std::span<const uint8_t> value;
-    EXPECT_EQ(outcome(pdb_builder_load_type(PDB_TYPE_CFG, 1, run.context, nullptr, &value)), "2");
+    EXPECT_EQ(outcome(pdb_builder_load_type(PDB_TYPE_CFG, 1, run.context, nullptr, &value)),
+              OUTCOME_INVALID_ARGUMENT);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -149,7 +152,7 @@ TEST(pdb_builder, a_pdb_without_a_record_of_descriptions_is_empty)
 TEST(pdb_builder, descriptions_of_another_record_type_are_refused)
 {
     builder_run_t run(with(port_model(), PDB_TYPE_PROTOCOL_DESCRIPTION, bytes("02 000000")));
-    EXPECT_EQ(run.serialize(), "102");
+    EXPECT_EQ(run.serialize(), OUTCOME_TLV_NOT_FOUND);
     EXPECT_EQ(run.diagnostics,
               error_line("pdb_builder_serialize", "failed to find TLV_TYPE_ROOT_PROTODESCS.\n"));
     EXPECT_EQ(run.sections().protodesc_tlv.size(), 36U); // the version is written all the same
@@ -157,7 +160,8 @@ TEST(pdb_builder, descriptions_of_another_record_type_are_refused)
 
 TEST(pdb_builder, tags_are_mandatory)
 {
-    const std::string expected = "2: PDM (tags) is mandatory when you try to compile graph/rules";
+    const std::string expected =
+        OUTCOME_INVALID_ARGUMENT ": PDM (tags) is mandatory when you try to compile graph/rules";
     EXPECT_EQ(builder_run_t(without(port_model(), PDB_TYPE_TAGS)).serialize(), expected);
     EXPECT_EQ(builder_run_t(with(port_model(), PDB_TYPE_TAGS, {})).serialize(), expected);
     EXPECT_EQ(builder_run_t(with(port_model(), PDB_TYPE_TAGS, bytes("0A 000000"))).serialize(),
@@ -168,10 +172,11 @@ TEST(pdb_builder, tags_are_mandatory)
 
 TEST(pdb_builder, main_strings_are_mandatory)
 {
-    EXPECT_EQ(builder_run_t(without(port_model(), PDB_TYPE_MAIN_HSTRING)).serialize(), "2");
+    EXPECT_EQ(builder_run_t(without(port_model(), PDB_TYPE_MAIN_HSTRING)).serialize(),
+              OUTCOME_INVALID_ARGUMENT);
     EXPECT_EQ(
         builder_run_t(with(port_model(), PDB_TYPE_MAIN_HSTRING, bytes("04 000000"))).serialize(),
-        "102");
+        OUTCOME_TLV_NOT_FOUND);
 }
 
 TEST(pdb_builder, tags_are_looked_for_behind_the_descriptions_and_in_front_of_the_strings)
@@ -180,8 +185,8 @@ TEST(pdb_builder, tags_are_looked_for_behind_the_descriptions_and_in_front_of_th
     for (pdb_t &part : list)
         if (part.pdb_type == PDB_TYPE_MAIN_HSTRING)
             part.pdb_type = PDB_TYPE_TMP;
-    EXPECT_EQ(builder_run_t(list).serialize(),
-              "2: PDM (tags) is mandatory when you try to compile graph/rules");
+    EXPECT_EQ(builder_run_t(list).serialize(), OUTCOME_INVALID_ARGUMENT
+              ": PDM (tags) is mandatory when you try to compile graph/rules");
 }
 
 /// The root record of descriptions: groups, or what else is given.
@@ -225,7 +230,7 @@ TEST(pdb_builder, a_group_without_strings_is_refused)
 {
     builder_run_t run(with(port_model(), PDB_TYPE_PROTOCOL_DESCRIPTION,
                            root_of(record(1, record(TLV_TYPE_PROTOGROUP_PROTOS)))));
-    EXPECT_EQ(run.serialize(), "102");
+    EXPECT_EQ(run.serialize(), OUTCOME_TLV_NOT_FOUND);
     EXPECT_EQ(run.diagnostics,
               error_line("pdb_builder_get_protocol_offsets", "hstring not found\n") +
                   error_line("pdb_builder_serialize",
@@ -236,7 +241,7 @@ TEST(pdb_builder, a_group_without_protocols_is_refused)
 {
     builder_run_t run(with(port_model(), PDB_TYPE_PROTOCOL_DESCRIPTION,
                            root_of(record(1, record(TLV_TYPE_PROTOGROUP_STRING)))));
-    EXPECT_EQ(run.serialize(), "102");
+    EXPECT_EQ(run.serialize(), OUTCOME_TLV_NOT_FOUND);
     EXPECT_EQ(run.diagnostics, error_line("pdb_builder_serialize",
                                           "pdb_builder: create offset of protocols failed.\n"));
 }
@@ -346,14 +351,15 @@ TEST(over_long_records, a_protocol_without_its_content_fails)
     const word_list nothing = claiming(record(TLV_TYPE_PROTO), 7);
     std::string diagnostics;
     EXPECT_EQ(build_of(group_words_t::group(nothing, words.strings), &diagnostics),
-              "2: too small buffer for deserialization: 7 + 1 > 1\n, matchers: 0");
+              OUTCOME_INVALID_ARGUMENT
+              ": too small buffer for deserialization: 7 + 1 > 1\n, matchers: 0");
     EXPECT_EQ(diagnostics, error_line("pdb_builder_serialize", "pdb_builder: matcher register.\n"));
     // The meta and the places of the rules are there, the rules are not.
     const word_list meta = record(TLV_TYPE_PROTO_META, {1, 0, 0, 0, 0});
     const word_list places = record(TLV_TYPE_PROTO_RULES_OFFSET, {0});
     const word_list rules_cut = claiming(record(TLV_TYPE_PROTO, join({meta, places})), 1);
-    EXPECT_EQ(build_of(group_words_t::group(rules_cut, words.strings)),
-              "2: too small buffer for deserialization: 9 + 1 > 9\n, matchers: 0");
+    EXPECT_EQ(build_of(group_words_t::group(rules_cut, words.strings)), OUTCOME_INVALID_ARGUMENT
+              ": too small buffer for deserialization: 9 + 1 > 9\n, matchers: 0");
 }
 
 TEST(over_long_records, stray_ones_are_named)
@@ -385,7 +391,7 @@ TEST(pdb_builder, protocol_offsets_are_those_of_their_headers)
     protodesc_t protocol;
     EXPECT_EQ(outcome(pdb_rule_build_get_proto(group.pg, 2, &protocol)), "0");
     EXPECT_EQ(protodesc_get_id(protocol), 3U);
-    EXPECT_EQ(outcome(pdb_rule_build_get_proto(group.pg, 3, &protocol)), "2");
+    EXPECT_EQ(outcome(pdb_rule_build_get_proto(group.pg, 3, &protocol)), OUTCOME_INVALID_ARGUMENT);
 }
 
 TEST(pdb_builder, a_protocol_that_cannot_be_read_ends_the_filing)
@@ -394,7 +400,7 @@ TEST(pdb_builder, a_protocol_that_cannot_be_read_ends_the_filing)
         record(1, join({record(TLV_TYPE_PROTOGROUP_PROTOS, record(TLV_TYPE_PROTO, record(9))),
                         record(TLV_TYPE_PROTOGROUP_STRING)}));
     builder_run_t run(with(port_model(), PDB_TYPE_PROTOCOL_DESCRIPTION, root_of(group)));
-    EXPECT_EQ(run.serialize(), "102");
+    EXPECT_EQ(run.serialize(), OUTCOME_TLV_NOT_FOUND);
     EXPECT_EQ(run.diagnostics,
               error_line("pdb_builder_serialize", "pdb_builder: matcher register.\n"));
 }
@@ -404,7 +410,7 @@ TEST(pdb_builder, a_protocol_without_a_readable_name_ends_the_filing)
     pdb_model model = port_model();
     model.protocols[0].name = ""; // what the pool does not take is stored as an offset far away
     builder_run_t run(model);
-    EXPECT_EQ(run.serialize(), "107");
+    EXPECT_EQ(run.serialize(), OUTCOME_ENGINE);
     EXPECT_EQ(run.diagnostics,
               error_line("pdb_builder_serialize", "pdb_builder: matcher register.\n"));
 }
@@ -433,7 +439,7 @@ TEST(pdb_builder, a_failure_inside_the_rules_of_a_protocol_does_not_stop_the_nex
 TEST(pdb_builder, too_many_protocols_for_the_exports_end_the_filing)
 {
     std::vector<protocol_model> protocols(16384, protocol_of(1, "p", {}));
-    EXPECT_EQ(builder_run_t({protocols, {}}).serialize(), "100");
+    EXPECT_EQ(builder_run_t({protocols, {}}).serialize(), OUTCOME_OVERFLOW);
     protocols.pop_back();
     EXPECT_EQ(builder_run_t({protocols, {}}).serialize(), "0");
 }
@@ -500,7 +506,7 @@ TEST(pdb_builder, a_matcher_that_cannot_be_built_is_reported_step_by_step)
     pdb_model model = port_model();
     model.protocols[0].rules[0].sub_rules[0].attrs[0].name = "colour";
     builder_run_t run(model);
-    EXPECT_EQ(run.serialize(), "2: matcher_type unknown [tcp][colour].");
+    EXPECT_EQ(run.serialize(), OUTCOME_INVALID_ARGUMENT ": matcher_type unknown [tcp][colour].");
     EXPECT_EQ(run.diagnostics,
               error_line("pdb_builder_serialize", "pdb_builder_matcher_serialize.\n"));
     EXPECT_TRUE(run.context.pdb_build.pdb_build_matcher_tab.matcher_lists.empty());
@@ -511,7 +517,7 @@ TEST(pdb_builder, a_rule_that_cannot_be_built_is_reported_step_by_step)
     pdb_model model = port_model();
     model.protocols[0].rules[0].path = {"a", "b", "c", "d", "web"};
     builder_run_t run(model);
-    EXPECT_EQ(run.serialize(), "100: maximum protocol id number (4) reached --> (5)");
+    EXPECT_EQ(run.serialize(), OUTCOME_OVERFLOW ": maximum protocol id number (4) reached --> (5)");
     EXPECT_EQ(run.diagnostics,
               error_line("pdb_builder_serialize", "pdb_builder: rule build failed.\n"));
 }
@@ -521,7 +527,7 @@ TEST(pdb_builder, rules_that_cannot_be_written_are_reported_step_by_step)
     pdb_model model = port_model();
     model.protocols[0].rules[0].tags = {"video"};
     builder_run_t run(model);
-    EXPECT_EQ(run.serialize(), "108: Rule tag name video not found \n");
+    EXPECT_EQ(run.serialize(), OUTCOME_PROTODESC_TAG ": Rule tag name video not found \n");
     EXPECT_EQ(run.diagnostics,
               error_line("pdb_ruletag_map_serialize", "Failed to resolve rule tag name(video).\n") +
                   error_line("pdb_rule_serialize", "pdb_rule_build_serialize failed..\n") +
@@ -538,7 +544,7 @@ TEST(pdb_builder, a_second_group_hides_the_first_from_the_rules)
         {protocol_of(3, "c", {simple_rule("tcp", {number_attr("port", {"3"})})})}, {}};
     builder_run_t run(
         with(two, PDB_TYPE_PROTOCOL_DESCRIPTION, root_of(join({group_of(two), group_of(one)}))));
-    EXPECT_EQ(run.serialize(), "2");
+    EXPECT_EQ(run.serialize(), OUTCOME_INVALID_ARGUMENT);
     EXPECT_NE(run.diagnostics.find("pdb_builder_matcher_serialize.\n"), std::string::npos);
     // Of the same number of protocols the second group's are taken.
     builder_run_t same(

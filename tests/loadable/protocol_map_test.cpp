@@ -102,7 +102,7 @@ TEST(protocol_map, a_path_of_four_fits_and_one_of_five_does_not)
     const auto names = one_sub_rule("e", "b", "b");
     EXPECT_EQ(map.add(1, names, {"a", "b", "c", "e"}), "0");
     EXPECT_EQ(map.add(1, names, {"a", "b", "c", "d", "e"}),
-              "100: maximum protocol id number (4) reached --> (5)");
+              OUTCOME_OVERFLOW ": maximum protocol id number (4) reached --> (5)");
 }
 
 TEST(protocol_map, vids_are_written_once_a_rule_has_one)
@@ -131,10 +131,10 @@ TEST(protocol_map, a_vid_of_zero_is_one)
 TEST(protocol_map, a_rule_beyond_the_rows_is_found_out_behind_its_path)
 {
     map_t map(1);
-    EXPECT_EQ(map.add(2, one_sub_rule("web", "tcp", "ip")), "2");
+    EXPECT_EQ(map.add(2, one_sub_rule("web", "tcp", "ip")), OUTCOME_INVALID_ARGUMENT);
     EXPECT_EQ(map.strings(), std::vector<std::string>{"web"}); // the bottoms were not reached
     EXPECT_EQ(map.add(2, one_sub_rule("x", "y", "y"), {"a", "b", "c", "d", "e"}),
-              "100: maximum protocol id number (4) reached --> (5)");
+              OUTCOME_OVERFLOW ": maximum protocol id number (4) reached --> (5)");
     EXPECT_EQ(map.serialized(), bytes("FFFFFFFF FFFFFFFF FFFFFFFF FFFFFFFF"
                                       "FFFFFFFF FFFFFFFF  FFFFFFFF FFFFFFFF"));
 }
@@ -142,9 +142,9 @@ TEST(protocol_map, a_rule_beyond_the_rows_is_found_out_behind_its_path)
 TEST(protocol_map, a_name_that_the_string_table_refuses_is_a_status)
 {
     map_t map(1);
-    EXPECT_EQ(map.add(1, one_sub_rule("", "tcp", "ip")), "107");
-    EXPECT_EQ(map.add(1, one_sub_rule("web", "", "ip")), "107");
-    EXPECT_EQ(map.add(1, one_sub_rule("web", "tcp", "")), "107");
+    EXPECT_EQ(map.add(1, one_sub_rule("", "tcp", "ip")), OUTCOME_ENGINE);
+    EXPECT_EQ(map.add(1, one_sub_rule("web", "", "ip")), OUTCOME_ENGINE);
+    EXPECT_EQ(map.add(1, one_sub_rule("web", "tcp", "")), OUTCOME_ENGINE);
 }
 
 TEST(protocol_map, a_path_that_cannot_be_read_is_a_status)
@@ -156,7 +156,7 @@ TEST(protocol_map, a_path_that_cannot_be_read_is_a_status)
     rule.rule_nr_path = 2;
     EXPECT_EQ(outcome(pdb_protocol_map_add(&map.map, 1, one_sub_rule("a", "b", "b"), rule,
                                            map.names.view())),
-              "107");
+              OUTCOME_ENGINE);
 }
 
 // Overlapping names could otherwise take more room than their offsets can tell apart.
@@ -175,7 +175,7 @@ TEST(protocol_map, names_are_bounded_by_what_a_record_can_hold)
         names.proto_name = {length, text.data() + nr_added};
         came_to = outcome(pdb_protocol_map_add(&map.map, 1, names, ruledesc_t{}, map.names.view()));
     }
-    EXPECT_EQ(came_to, "100: protocol map: more than 67108860 bytes of names\n");
+    EXPECT_EQ(came_to, OUTCOME_OVERFLOW ": protocol map: more than 67108860 bytes of names\n");
     EXPECT_EQ(nr_added, 67108860U / (length + 2) + 1);
 }
 

@@ -84,7 +84,7 @@ TEST(rule_builder, sixteen_items_register_and_seventeen_do_not)
     EXPECT_EQ(builder.rules.rules[0].bitset_full, 0xFFFFU);
     items.push_back(17);
     EXPECT_EQ(builder.add(items, word_list(17), word_list(17)),
-              "2: Too many items when registering rule 17 \n");
+              OUTCOME_INVALID_ARGUMENT ": Too many items when registering rule 17 \n");
     EXPECT_EQ(builder.rules.nb_rules, 1U);
 }
 
@@ -141,9 +141,9 @@ TEST(rule_builder, a_buffer_of_another_size_is_refused)
     EXPECT_EQ(builder.add({1}, {0}, {0}), "0");
     std::vector<uint8_t> out(rule_builder_get_size(builder.rules) + 4);
     EXPECT_EQ(outcome(rule_builder_serialize(builder.rules, out)),
-              "2: Rule builder len failure \n");
+              OUTCOME_INVALID_ARGUMENT ": Rule builder len failure \n");
     EXPECT_EQ(outcome(rule_builder_serialize(builder.rules, std::span(out).subspan(8))),
-              "2: Rule builder len failure \n");
+              OUTCOME_INVALID_ARGUMENT ": Rule builder len failure \n");
 }
 
 TEST(rule_builder, an_item_beyond_the_table_is_refused)
@@ -153,7 +153,7 @@ TEST(rule_builder, an_item_beyond_the_table_is_refused)
     builder.rules.nb_items = 2;
     std::vector<uint8_t> out(rule_builder_get_size(builder.rules));
     EXPECT_EQ(outcome(rule_builder_serialize(builder.rules, out)),
-              "103: Internal bug, bad item id.\n");
+              OUTCOME_RULE_ENGINE ": Internal bug, bad item id.\n");
 }
 
 TEST(rule_builder, a_failed_allocation_is_a_status)

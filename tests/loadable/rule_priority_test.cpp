@@ -28,9 +28,11 @@ TEST(rule_priority, range_and_order_are_packed_into_one_word)
 
 TEST(rule_priority, a_range_or_an_order_out_of_bounds_is_refused_by_name)
 {
-    EXPECT_EQ(packed(256, 0), "2: Range 256 is out of bounds. Max: 255.");
-    EXPECT_EQ(packed(0, 16777216), "2: Order 16777216 is out of bounds. Max: 16777215.");
-    EXPECT_EQ(packed(300, 16777216), "2: Range 300 is out of bounds. Max: 255.");
+    EXPECT_EQ(packed(256, 0), OUTCOME_INVALID_ARGUMENT ": Range 256 is out of bounds. Max: 255.");
+    EXPECT_EQ(packed(0, 16777216),
+              OUTCOME_INVALID_ARGUMENT ": Order 16777216 is out of bounds. Max: 16777215.");
+    EXPECT_EQ(packed(300, 16777216),
+              OUTCOME_INVALID_ARGUMENT ": Range 300 is out of bounds. Max: 255.");
 }
 
 TEST(rule_priority, the_word_is_taken_apart_again)

@@ -69,7 +69,7 @@ TEST(rule_tab, a_full_rule_takes_no_more_items)
     table_t table;
     for (uint32_t i = 1; i <= 16; ++i)
         EXPECT_EQ(table.add({0, 0}, {i, 0, 0, 2}), "0");
-    EXPECT_EQ(table.add({0, 0}, {17, 0, 0, 2}), "100: maximum item id reached 16.");
+    EXPECT_EQ(table.add({0, 0}, {17, 0, 0, 2}), OUTCOME_OVERFLOW ": maximum item id reached 16.");
     EXPECT_EQ(pdb_rule_tab_find_elt(table.tab, {0, 0})->re_nr_item, 16U);
     EXPECT_EQ(pdb_rule_tab_find_elt(table.tab, {0, 0})->re_sum_attr_len, 32U);
 }

@@ -100,8 +100,8 @@ TEST(ruletag_map, a_rule_id_beyond_the_map_is_refused)
     tags_t tags({});
     ruletag_map_build_t map;
     EXPECT_EQ(outcome(pdb_ruletag_map_init(&map, tags.source(), 1)), "0");
-    EXPECT_EQ(outcome(pdb_ruletag_map_add_entry(&map, 0, tags.rule({}))), "2");
-    EXPECT_EQ(outcome(pdb_ruletag_map_add_entry(&map, 2, tags.rule({}))), "2");
+    EXPECT_EQ(outcome(pdb_ruletag_map_add_entry(&map, 0, tags.rule({}))), OUTCOME_INVALID_ARGUMENT);
+    EXPECT_EQ(outcome(pdb_ruletag_map_add_entry(&map, 2, tags.rule({}))), OUTCOME_INVALID_ARGUMENT);
 }
 
 TEST(ruletag_map, a_buffer_of_another_size_is_refused_without_a_message)
@@ -109,8 +109,9 @@ TEST(ruletag_map, a_buffer_of_another_size_is_refused_without_a_message)
     tags_t tags({{"video", 1}});
     const map_t map(tags, {tags.rule({"video"})});
     std::vector<uint8_t> out(pdb_ruletag_map_get_tlv_size(map.map) + 4);
-    EXPECT_EQ(outcome(pdb_ruletag_map_serialize(map.map, out, 1)), "2");
-    EXPECT_EQ(outcome(pdb_ruletag_map_serialize(map.map, std::span(out).subspan(8), 1)), "2");
+    EXPECT_EQ(outcome(pdb_ruletag_map_serialize(map.map, out, 1)), OUTCOME_INVALID_ARGUMENT);
+    EXPECT_EQ(outcome(pdb_ruletag_map_serialize(map.map, std::span(out).subspan(8), 1)),
+              OUTCOME_INVALID_ARGUMENT);
 }
 
 TEST(ruletag_map, a_tag_that_the_table_lacks_fails_the_whole_map)
@@ -121,7 +122,7 @@ TEST(ruletag_map, a_tag_that_the_table_lacks_fails_the_whole_map)
     std::string status;
     const std::string lines =
         stderr_of([&] { status = outcome(pdb_ruletag_map_serialize(map.map, out, 1)); });
-    EXPECT_EQ(status, "108: Rule tag name audio not found \n");
+    EXPECT_EQ(status, OUTCOME_PROTODESC_TAG ": Rule tag name audio not found \n");
     EXPECT_EQ(mask_lines(lines), "[ERROR  ][#][pdb_ruletag_map_serialize] "
                                  "Failed to resolve rule tag name(audio).\n");
 }
@@ -138,7 +139,7 @@ TEST(ruletag_map, a_tag_whose_name_cannot_be_read_fails_the_whole_map)
     std::string status;
     const std::string lines =
         stderr_of([&] { status = outcome(pdb_ruletag_map_serialize(map.map, out, 1)); });
-    EXPECT_EQ(status, "107");
+    EXPECT_EQ(status, OUTCOME_ENGINE);
     EXPECT_EQ(mask_lines(lines),
               "[ERROR  ][#][pdb_ruletag_map_serialize] Failed to get rule tag name.\n");
 }
@@ -147,14 +148,14 @@ TEST(ruletag_map, a_table_in_network_order_is_read_as_such)
 {
     tags_t tags({{"audio", 7}, {"video", 0x01020304}});
     EXPECT_EQ(tags.resolve("video", 1), std::to_string(0x01020304));
-    EXPECT_EQ(tags.resolve("video", 0), "108: Rule tag name video not found \n");
+    EXPECT_EQ(tags.resolve("video", 0), OUTCOME_PROTODESC_TAG ": Rule tag name video not found \n");
 }
 
 TEST(ruletag_map, a_table_in_host_order_is_read_as_such)
 {
     tags_t tags({{"audio", 7}, {"video", 0x01020304}}, false);
     EXPECT_EQ(tags.resolve("video", 0), std::to_string(0x01020304));
-    EXPECT_EQ(tags.resolve("video", 1), "108: Rule tag name video not found \n");
+    EXPECT_EQ(tags.resolve("video", 1), OUTCOME_PROTODESC_TAG ": Rule tag name video not found \n");
     EXPECT_EQ(map_t(tags, {tags.rule({"video"})}).serialized(0),
               bytes("00000001 00000000 00000001 01020304"));
 }
@@ -169,9 +170,9 @@ TEST(ruletag_map, the_first_entry_of_a_name_counts)
 TEST(ruletag_map, names_are_equal_over_the_longer_length)
 {
     tags_t tags({{"video", 5}});
-    EXPECT_EQ(tags.resolve("vide"), "108: Rule tag name vide not found \n");
-    EXPECT_EQ(tags.resolve("videos"), "108: Rule tag name videos not found \n");
-    EXPECT_EQ(tags.resolve("Video"), "108: Rule tag name Video not found \n");
+    EXPECT_EQ(tags.resolve("vide"), OUTCOME_PROTODESC_TAG ": Rule tag name vide not found \n");
+    EXPECT_EQ(tags.resolve("videos"), OUTCOME_PROTODESC_TAG ": Rule tag name videos not found \n");
+    EXPECT_EQ(tags.resolve("Video"), OUTCOME_PROTODESC_TAG ": Rule tag name Video not found \n");
 }
 
 TEST(ruletag_map, an_entry_whose_name_cannot_be_read_equals_nothing)
@@ -187,7 +188,7 @@ TEST(ruletag_map, a_table_cut_within_an_entry_ends_in_front_of_it)
     tags_t tags({{"video", 5}, {"audio", 6}});
     tags.table.resize(12);
     EXPECT_EQ(tags.resolve("video"), "5");
-    EXPECT_EQ(tags.resolve("audio"), "108: Rule tag name audio not found \n");
+    EXPECT_EQ(tags.resolve("audio"), OUTCOME_PROTODESC_TAG ": Rule tag name audio not found \n");
 }
 
 } // namespace

@@ -451,7 +451,7 @@ TEST(aho_corasick, every_failed_allocation_is_reported)
             return code;
         },
         // Sorting an alphabet does without a buffer when there is none.
-        [](int code) { EXPECT_TRUE(code == -5 || code == 0) << code; });
+        [](int code) { EXPECT_TRUE(code == MODULE_ERR_NO_MEMORY || code == 0) << code; });
 }
 
 } // namespace

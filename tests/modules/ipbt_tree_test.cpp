@@ -113,7 +113,7 @@ TEST(ipbt_ip4_tree, bits_behind_the_length_are_not_read)
 TEST(ipbt_ip4_tree, refuses_a_length_beyond_32)
 {
     auto tree = ipbt_ip4_tree_create();
-    EXPECT_EQ(ipbt_ip4_register_proto(*tree, 0, 33, 5), -1);
+    EXPECT_EQ(ipbt_ip4_register_proto(*tree, 0, 33, 5), MODULE_ERR_INVALID);
     EXPECT_EQ(tree->nodes.size(), 1U);
 }
 
@@ -183,21 +183,24 @@ TEST(ipbt_ip4_tree, many_protocols_at_one_node_cost_no_search)
 
 TEST(ipbt_ip4_tree, reports_missing_memory)
 {
-    failing_alloc_sweep([] { return ipbt_ip4_tree_create() == nullptr ? -5 : 0; },
+    failing_alloc_sweep([] { return ipbt_ip4_tree_create() == nullptr ? MODULE_ERR_NO_MEMORY : 0; },
                         [](int code) { EXPECT_EQ(code, MODULE_ERR_NO_MEMORY); });
     failing_alloc_sweep(
         [] {
             const auto tree = ipbt_ip4_tree_create();
-            return tree == nullptr ? -5 : ipbt_ip4_register_proto(*tree, 0xA0000000, 8, 5);
+            return tree == nullptr ? MODULE_ERR_NO_MEMORY
+                                   : ipbt_ip4_register_proto(*tree, 0xA0000000, 8, 5);
         },
         [](int code) { EXPECT_EQ(code, MODULE_ERR_NO_MEMORY); });
     const auto tree = ipbt_ip4_tree_create();
     ASSERT_EQ(ipbt_ip4_register_proto(*tree, 0xA0000000, 8, 5), 0);
     std::vector<uint8_t> blob(ipbt_ip4_serialize_get_size(*tree));
-    failing_alloc_sweep([&] { return ipbt_ip4_serialize_get_size(*tree) == 0 ? -5 : 0; },
-                        [](int code) { EXPECT_EQ(code, MODULE_ERR_NO_MEMORY); });
-    failing_alloc_sweep([&] { return ipbt_ip4_serialize(blob, *tree) == nullptr ? -5 : 0; },
-                        [](int code) { EXPECT_EQ(code, MODULE_ERR_NO_MEMORY); });
+    failing_alloc_sweep(
+        [&] { return ipbt_ip4_serialize_get_size(*tree) == 0 ? MODULE_ERR_NO_MEMORY : 0; },
+        [](int code) { EXPECT_EQ(code, MODULE_ERR_NO_MEMORY); });
+    failing_alloc_sweep(
+        [&] { return ipbt_ip4_serialize(blob, *tree) == nullptr ? MODULE_ERR_NO_MEMORY : 0; },
+        [](int code) { EXPECT_EQ(code, MODULE_ERR_NO_MEMORY); });
 }
 
 // Whatever the bytes, the reader refuses or answers; the sanitizers watch the bounds.

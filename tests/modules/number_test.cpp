@@ -301,7 +301,7 @@ TEST(number, refuses_reversed_bounds)
     for (uint32_t type = MATCHER_TYPE_NUMBER_8; type <= MATCHER_TYPE_IP_6; ++type) {
         number_build build;
         ASSERT_EQ(number_init(build, type), 0);
-        EXPECT_EQ(number_register(build, {value_of(6), value_of(5), 1}), -1);
+        EXPECT_EQ(number_register(build, {value_of(6), value_of(5), 1}), MODULE_ERR_INVALID);
         EXPECT_TRUE(build.interval.it_endpoints.empty());
         EXPECT_TRUE(build.mapper.mp_endpoints.empty());
     }
@@ -311,9 +311,9 @@ TEST(number, refuses_types_that_are_not_numbers)
 {
     for (uint32_t type : {0U, 1U, 2U, 9U, 0xFFFFFFFFU}) {
         number_build build;
-        EXPECT_EQ(number_init(build, type), -1);
-        EXPECT_EQ(number_register(build, {value_of(1), value_of(2), 1}), -1);
-        EXPECT_EQ(number_finalize(build), -1);
+        EXPECT_EQ(number_init(build, type), MODULE_ERR_INVALID);
+        EXPECT_EQ(number_register(build, {value_of(1), value_of(2), 1}), MODULE_ERR_INVALID);
+        EXPECT_EQ(number_finalize(build), MODULE_ERR_INVALID);
         EXPECT_EQ(number_get_size(build), 20U);
         std::vector<uint8_t> buf(20);
         EXPECT_EQ(number_serialize(build, buf), nullptr);
@@ -531,7 +531,9 @@ TEST(number, reports_missing_memory)
                 return code == 0 ? number_finalize(build) : code;
             },
             // The endpoint behind a value is the one thing that an interval matcher does without.
-            [&](int code) { EXPECT_TRUE(code == -5 || (code == 0 && type > 4)); });
+            [&](int code) {
+                EXPECT_TRUE(code == MODULE_ERR_NO_MEMORY || (code == 0 && type > 4));
+            });
     }
 }
 

@@ -58,7 +58,7 @@ outcome register_one(uint32_t algo, pattern_type_t type, type_offset offset = 0)
     return {code, find_pattern(build)};
 }
 
-constexpr outcome REJECTED{-11, NOWHERE};
+constexpr outcome REJECTED{MODULE_ERR_OPERATION, NOWHERE};
 
 TEST(pattern_build, enumerators_have_their_serialized_values)
 {
@@ -88,7 +88,8 @@ TEST(pattern_build, nine_engine_sets_are_allowed)
 {
     const std::set<uint32_t> allowed{2, 4, 8, 16, 32, 14, 20, 34, 48};
     for (uint32_t algo = 0; algo < 300; ++algo)
-        EXPECT_EQ(pattern_algo_check(algo), allowed.count(algo) != 0 ? 0 : -11) << algo;
+        EXPECT_EQ(pattern_algo_check(algo), allowed.count(algo) != 0 ? 0 : MODULE_ERR_OPERATION)
+            << algo;
     EXPECT_EQ(pattern_algo_check(0xFFFFFFFF), MODULE_ERR_OPERATION);
 }
 
@@ -237,7 +238,7 @@ TEST(pattern_build, exact_dispatch_rewrites_the_type_for_the_caller_to_see)
     EXPECT_EQ(dispatched(EXACT_MATCH_DEFAULT), std::tuple(0, PATTERN_PREFIX, PT));
     EXPECT_EQ(dispatched(EXACT_MATCH_PREFIX), std::tuple(0, PATTERN_PREFIX, PT));
     EXPECT_EQ(dispatched(EXACT_MATCH_SUFFIX), std::tuple(0, PATTERN_SUFFIX, ST));
-    EXPECT_EQ(dispatched(3), std::tuple(-11, PATTERN_EXACT, NOWHERE));
+    EXPECT_EQ(dispatched(3), std::tuple(int(MODULE_ERR_OPERATION), PATTERN_EXACT, NOWHERE));
 }
 
 TEST(pattern_build, an_exact_suffix_under_offset_v1_goes_into_a_tree_that_is_never_written)
@@ -379,7 +380,7 @@ TEST(pattern_build, every_failed_allocation_is_reported)
                 return code;
             },
             // Sorting propagations does without a buffer when there is none.
-            [](int code) { EXPECT_TRUE(code == -5 || code == 0) << code; });
+            [](int code) { EXPECT_TRUE(code == MODULE_ERR_NO_MEMORY || code == 0) << code; });
     }
 }
 

@@ -160,7 +160,7 @@ TEST(pattern_preempt, preempts_are_inserted_in_list_order_up_to_the_first_failur
     std::string inserted;
     const int code = pattern_preempt_finalize(list, [&](const pattern_info &info) {
         inserted.append(info.pattern, info.pattern_len);
-        return info.mindata == 2 ? -5 : 0;
+        return info.mindata == 2 ? MODULE_ERR_NO_MEMORY : 0;
     });
     EXPECT_EQ(code, MODULE_ERR_NO_MEMORY);
     EXPECT_EQ(inserted, "ab");

@@ -231,9 +231,9 @@ TEST(rexpand_hostile, groups_as_deep_as_a_value_allows)
     rexpand_permutation_list list;
     EXPECT_EQ(expand(repeat("(", 32767) + "a" + repeat(")", 32767), 0, &list), 1U);
     EXPECT_EQ(rexpand_show(list[0]), "a:e");
-    expand(repeat("(", 65535), -1);
-    expand(repeat(")", 65535), -1);
-    expand(std::string("a") + repeat(")", 65534), -1);
+    expand(repeat("(", 65535), MODULE_ERR_INVALID);
+    expand(repeat(")", 65535), MODULE_ERR_INVALID);
+    expand(std::string("a") + repeat(")", 65534), MODULE_ERR_INVALID);
     EXPECT_EQ(expand(repeat("(", 21845) + repeat(")*", 21845)), 1U);
     EXPECT_EQ(expand(repeat("(a", 16383) + repeat(")+", 16383)), 1U);
 }
@@ -241,9 +241,9 @@ TEST(rexpand_hostile, groups_as_deep_as_a_value_allows)
 TEST(rexpand_hostile, case_insensitive_groups_and_classes_as_deep_as_a_value_allows)
 {
     EXPECT_EQ(expand(repeat("\\[", 16383) + "a" + repeat("\\]", 16383)), 1U);
-    expand(repeat("\\[", 32767), -1);
+    expand(repeat("\\[", 32767), MODULE_ERR_INVALID);
     EXPECT_EQ(expand(repeat("[\\[", 10922) + repeat("\\]]", 10922)), 1U);
-    expand(repeat("[\\[", 21845), -1);
+    expand(repeat("[\\[", 21845), MODULE_ERR_INVALID);
     EXPECT_EQ(expand(repeat("([\\[", 8000) + repeat("\\]])", 8000)), 1U);
 }
 

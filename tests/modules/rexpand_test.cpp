@@ -286,9 +286,9 @@ TEST(rexpand_process, refuses_syntax_errors)
 TEST(rexpand_process, needs_a_list_and_empties_it_on_failure)
 {
     uint32_t nb = 9;
-    EXPECT_EQ(rexpand_process("a", 32, &nb, nullptr), -1);
+    EXPECT_EQ(rexpand_process("a", 32, &nb, nullptr), MODULE_ERR_INVALID);
     rexpand_permutation_list list(3);
-    EXPECT_EQ(rexpand_process("(", 32, &nb, &list), -1);
+    EXPECT_EQ(rexpand_process("(", 32, &nb, &list), MODULE_ERR_INVALID);
     EXPECT_EQ(nb, 0U);
     EXPECT_TRUE(list.empty());
     list.resize(3);

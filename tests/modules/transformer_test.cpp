@@ -9,8 +9,8 @@
 namespace
 {
 
-constexpr int INVALID = -1;
-constexpr int OUT_OF_RANGE = -27;
+constexpr int INVALID = MODULE_ERR_INVALID;
+constexpr int OUT_OF_RANGE = MODULE_ERR_OVERFLOW;
 
 /// What a transformer makes of a text: its code, and the bounds when it succeeds.
 struct outcome {

@@ -223,11 +223,11 @@ TEST(semantic_checker, reporters_return_their_code)
     const semantic_t semantic;
     const semantic_node_t &node = semantic.nodes[0];
     const json_atom_t atom = {{JSON_NULL}, JSON_ATOM_NULL};
-    EXPECT_EQ(json_err_semantic(semantic, node, TRANS_COMMA), -5);
-    EXPECT_EQ(json_err_semantic_atom(semantic, node, atom), -5);
-    EXPECT_EQ(json_err_semantic_number(semantic, node, 7), -5);
-    EXPECT_EQ(json_err_semantic_string(semantic, node, "x", 1), -5);
-    EXPECT_EQ(json_err_semantic_cardinality(node, semantic), -5);
+    EXPECT_EQ(json_err_semantic(semantic, node, TRANS_COMMA), JSON_ERR_SEMANTIC);
+    EXPECT_EQ(json_err_semantic_atom(semantic, node, atom), JSON_ERR_SEMANTIC);
+    EXPECT_EQ(json_err_semantic_number(semantic, node, 7), JSON_ERR_SEMANTIC);
+    EXPECT_EQ(json_err_semantic_string(semantic, node, "x", 1), JSON_ERR_SEMANTIC);
+    EXPECT_EQ(json_err_semantic_cardinality(node, semantic), JSON_ERR_SEMANTIC);
 }
 
 } // namespace
