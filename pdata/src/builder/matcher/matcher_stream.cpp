@@ -254,6 +254,11 @@ pdata_status_t matcher_serialize_l2(const matcher_build &matcher, tlv_sink_t &si
     return tlv_close_record(sink, header, TLV_TYPE_MATCHER_L2);
 }
 
+pdata_status_t matcher_serialize_string(const matcher_build &matcher, tlv_sink_t &sink)
+{
+    return hstring_emit(matcher.hstring, TLV_TYPE_MATCHER_STRING, sink);
+}
+
 } // namespace
 
 pdata_status_t matcher_register_stream(matcher_build *matcher, const matcher_data_t &data,
@@ -295,5 +300,5 @@ pdata_status_t matcher_serialize_stream(const matcher_build &matcher, tlv_sink_t
 {
     PDATA_TRY(matcher_serialize_pattern(matcher, sink));
     PDATA_TRY(matcher_serialize_l2(matcher, sink));
-    return hstring_emit(matcher.hstring, TLV_TYPE_MATCHER_STRING, sink);
+    return matcher_serialize_string(matcher, sink);
 }

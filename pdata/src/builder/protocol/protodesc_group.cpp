@@ -61,6 +61,13 @@ pdata_status_t protodesc_serialize_init(protodesc_group_t *group, protodesc_walk
     return PDATA_SUCCESS;
 }
 
+/// Frees what the walk has built; what it has emitted stays.
+void protodesc_serialize_cleanup(protodesc_walk_t *walk)
+{
+    protodesc_clean(&walk->pb);
+    hstring_clean(&walk->hstring);
+}
+
 /// Keeps what a protocol said, up to the one whose path fails.
 void keep_remarks(protodesc_group_t *group, const protodesc_build_t &pb)
 {
@@ -105,8 +112,11 @@ pdata_status_t protodesc_group_emit(protodesc_group_t *group, tlv_sink_t &sink)
     group->fault = {};
     protodesc_walk_t walk;
     PDATA_TRY(protodesc_serialize_init(group, &walk));
-    PDATA_TRY(emit_protocols(&walk, sink));
-    return hstring_emit(walk.hstring, TLV_TYPE_PROTOGROUP_STRING, sink);
+    pdata_status_t status = emit_protocols(&walk, sink);
+    if (status == PDATA_SUCCESS)
+        status = hstring_emit(walk.hstring, TLV_TYPE_PROTOGROUP_STRING, sink);
+    protodesc_serialize_cleanup(&walk);
+    return status;
 }
 
 pdata_status_t protodesc_group_finish(const protodesc_group_t &group)
