@@ -14,5 +14,3 @@ enum ipbt_tlv_t : uint32_t {
     /// number of protocols and their ids.
     IPBT_TLV_DATA = 75,
 };
-
-constexpr uint32_t IPBT_NODE_WORDS = 3;
