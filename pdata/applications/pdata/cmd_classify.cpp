@@ -167,8 +167,10 @@ exit_status_t classify_run(const classify_options_t &options, console_t &console
     if (classifier_open(run.loadable.db.get(), options.input.initiator, run.classifier) !=
         PDATA_R_OK)
         throw std::bad_alloc();
+    flow_input_options_t input = options.input;
+    input.payload = classify_payload_bytes(run.loadable.db.get());
     const exit_status_t status = flow_input_run(
-        options.input, console, totals, [&run](flow_record_t &record) { take_flow(run, record); });
+        input, console, totals, [&run](flow_record_t &record) { take_flow(run, record); });
     if (console.format == OUTPUT_JSON)
         print_summary_json(run, totals);
     else if (options.summary)

@@ -40,18 +40,6 @@ void find_bases(pdata_db *db, const pdata_db_info &info, classifier_t &classifie
     }
 }
 
-void find_payload_bytes(pdata_db *db, const pdata_db_info &info, classifier_t &classifier)
-{
-    classifier.payload_bytes = CLASSIFY_PAYLOAD_MIN;
-    for (pdata_matcher number = 1; number <= info.nr_matcher; ++number) {
-        pdata_matcher_info matcher = {};
-        if (pdata_db_matcher(db, number, &matcher) == PDATA_R_OK && is_payload(view(matcher.name)))
-            classifier.payload_bytes =
-                std::clamp<size_t>(matcher.min_data <= CLASSIFY_PAYLOAD_MAX ? matcher.min_data : 0,
-                                   classifier.payload_bytes, CLASSIFY_PAYLOAD_MAX);
-    }
-}
-
 } // namespace
 
 const char *classify_basis_name(classify_basis_t basis)
@@ -60,13 +48,26 @@ const char *classify_basis_name(classify_basis_t basis)
     return names[basis];
 }
 
+size_t classify_payload_bytes(const pdata_db *db)
+{
+    pdata_db_info info = {};
+    pdata_db_describe(db, &info);
+    size_t most = CLASSIFY_PAYLOAD_MIN;
+    for (pdata_matcher number = 1; number <= info.nr_matcher; ++number) {
+        pdata_matcher_info matcher = {};
+        if (pdata_db_matcher(db, number, &matcher) == PDATA_R_OK &&
+            is_payload(view(matcher.name)) && matcher.min_data <= CLASSIFY_PAYLOAD_MAX)
+            most = std::max<size_t>(most, matcher.min_data);
+    }
+    return most;
+}
+
 pdata_result classifier_open(pdata_db *db, bool initiator, classifier_t &classifier)
 {
     pdata_db_info info = {};
     pdata_db_describe(db, &info);
     classifier.initiator = initiator;
     find_bases(db, info, classifier);
-    find_payload_bytes(db, info, classifier);
     return flow_runner_open(db, 0, classifier.runner);
 }
 

@@ -20,13 +20,16 @@ struct classifier_t {
     flow_runner_t runner;
     bool initiator = false;
     std::vector<classify_basis_t> bases; ///< by rule
-    size_t payload_bytes = 0;            ///< greatest minimum data of a payload's matcher
     uint64_t refused = 0;                ///< values of another kind than their attribute's
 };
 
 /// Payload kept of each direction, whatever minimum data the pdb asks for, and at most.
 constexpr size_t CLASSIFY_PAYLOAD_MIN = 256;
 constexpr size_t CLASSIFY_PAYLOAD_MAX = 65535;
+
+/// Returns how many bytes of payload of each direction a database wants to see: the greatest
+/// minimum data of its payload matchers, within these bounds.
+size_t classify_payload_bytes(const pdata_db *db);
 
 /// Makes a classifier of a database, which it holds. Returns what made it fail.
 [[nodiscard]] pdata_result classifier_open(pdata_db *db, bool initiator, classifier_t &classifier);
