@@ -158,6 +158,22 @@ class Traps(unittest.TestCase):
                 self.assertEqual(done.stderr, b"")
                 self.assertEqual([flow["packets"] for flow in flows], [2])
 
+    def test_captures_are_cases(self):
+        services = write_services(self.folder.name)
+        cases = os.path.join(self.folder.name, "cases.tsv")
+        with open(cases, "w", encoding="ascii") as file:
+            file.write("http*2\tcapture tunnel.pcap\n"
+                       "[error]\ndns -\tcapture icmp_error.pcap\n"
+                       "ssl\tcapture split_hello.pcap\n"
+                       "[other]\nhttp\tcapture capitals.pcap\n")
+        done = subprocess.run([PDATA, "test", "--json", services, cases], check=False,
+                              capture_output=True)
+        *outcomes, last = [json.loads(line) for line in done.stdout.splitlines()]
+        self.assertEqual((done.returncode, done.stderr), (1, b""))
+        self.assertEqual([outcome["passed"] for outcome in outcomes], [True, True, True, False])
+        self.assertEqual((outcomes[3]["got"], last["summary"]["failed"]), (["dns*1"], 1))
+        self.assertIn("udp:port stc 53", outcomes[3]["flow"])
+
     def test_the_window_evicts(self):
         flows, summary, _ = flows_of(self.path("icmp_error"), "--window", "1")
         self.assertEqual((len(flows), summary["evicted"]), (2, 1))

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "flow_suite.h"
+#include "suite_capture.h"
 
 namespace
 {
@@ -76,4 +76,74 @@ TEST(flow_suite, what_fires_now_is_accepted_and_the_rest_of_the_text_stays)
     EXPECT_EQ(suite_text(suite), "# why\nx\ttcp:port cts 1\nc d\ttcp:port cts 2\n");
     suite_accept(suite, 0, {});
     EXPECT_EQ(suite_text(suite), "# why\n-\ttcp:port cts 1\nc d\ttcp:port cts 2\n");
+}
+
+namespace
+{
+
+/// The flows of a capture, and protocols that fire in them beside the best.
+suite_flows_t flows_of(std::map<std::string, uint64_t, std::less<>> best, protocols others = {})
+{
+    suite_flows_t flows = {std::move(best), std::move(others)};
+    for (const auto &[protocol, number] : flows.best)
+        flows.fired.push_back(protocol);
+    return flows;
+}
+
+bool capture_holds(const std::string &expectation, const suite_flows_t &flows)
+{
+    return suite_capture_holds(read(expectation + "\tcapture a.pcap\n").cases[0], flows);
+}
+
+} // namespace
+
+TEST(suite_capture, words_are_what_the_flows_are)
+{
+    const suite_flows_t flows = flows_of({{"a", 2}, {"-", 1}}, {"b"});
+    EXPECT_TRUE(capture_holds("a -", flows));
+    EXPECT_TRUE(capture_holds("- a*2", flows));
+    EXPECT_FALSE(capture_holds("a*2", flows));
+    EXPECT_FALSE(capture_holds("a*3 -", flows));
+    EXPECT_FALSE(capture_holds("a - c", flows));
+    EXPECT_FALSE(capture_holds("a - !b", flows));
+    EXPECT_TRUE(capture_holds("a - !c", flows));
+    EXPECT_TRUE(capture_holds("!c", flows));
+    EXPECT_FALSE(capture_holds("!b", flows));
+}
+
+TEST(suite_capture, what_is_too_little_is_known)
+{
+    const suite_case_t one = read("a*2 c -\tcapture a.pcap\n").cases[0];
+    const suite_flows_t flows = flows_of({{"a", 1}, {"-", 1}});
+    EXPECT_TRUE(suite_capture_lacks(one, flows, "a"));
+    EXPECT_TRUE(suite_capture_lacks(one, flows, "c"));
+    EXPECT_FALSE(suite_capture_lacks(one, flows, "-"));
+    EXPECT_FALSE(suite_capture_lacks(one, flows, "b"));
+}
+
+TEST(suite_capture, a_path_is_said_from_the_folder_of_the_suite)
+{
+    const suite_t suite = read("a\tcapture x/a b.pcap\r\na\tcapture /t/a.pcap");
+    EXPECT_EQ(suite_capture_path("f/s.tsv", suite.cases[0]), "f/x/a b.pcap");
+    EXPECT_EQ(suite_capture_path("s.tsv", suite.cases[0]), "x/a b.pcap");
+    EXPECT_EQ(suite_capture_path("f/s.tsv", suite.cases[1]), "/t/a.pcap");
+}
+
+TEST(suite_capture, mistakes)
+{
+    const std::string words = "of a capture a word is a protocol, or a protocol, *, a number";
+    EXPECT_EQ(mistake("a b*\tcapture x\n"), "1:3: " + words);
+    EXPECT_EQ(mistake("*2\tcapture x\n"), "1:1: " + words);
+    EXPECT_EQ(mistake("a*0\tcapture x\n"), "1:1: " + words);
+    EXPECT_EQ(mistake("a*2x\tcapture x\n"), "1:1: " + words);
+    EXPECT_EQ(mistake("a\tcapture \n"), "1:11: a capture is followed by its path");
+}
+
+TEST(suite_capture, what_the_flows_are_is_accepted)
+{
+    suite_t suite = read("a !b !c\tcapture x\na*2\tcapture y\n!b\tcapture z\n");
+    const suite_flows_t flows = flows_of({{"d", 2}, {"-", 1}}, {"b"});
+    for (size_t i = 0; i < 3; ++i)
+        suite_capture_accept(suite, i, flows);
+    EXPECT_EQ(suite_text(suite), "- d !c\tcapture x\n-*1 d*2\tcapture y\n- d\tcapture z\n");
 }

@@ -6,7 +6,7 @@
 #include "commands.h"
 #include "escape.h"
 #include "output_file.h"
-#include "test_report.h"
+#include "test_capture.h"
 
 namespace
 {
@@ -37,6 +37,7 @@ struct test_run_t {
     std::vector<suite_t> suites = {};
     std::set<const suite_t *> changed = {};
     std::set<pdata_rule> fired = {};
+    exit_status_t status = EXIT_STATUS_FINE;          ///< of captures that cannot be read
     std::unique_ptr<regex_t, regex_free> filter = {}; ///< of names; none for all cases
 };
 
@@ -63,24 +64,9 @@ bool is_chosen(const test_run_t &run, const suite_case_t &one)
     return run.filter == nullptr || regexec(run.filter.get(), one.name.c_str(), 0, nullptr, 0) == 0;
 }
 
-/// Names what the best rule of the expected protocol misses.
-std::string nearest_miss(const test_run_t &run, const suite_case_t &one,
-                         const match_answer_t &answer)
+test_outcome_t run_flow(test_run_t &run, const suite_t &suite, const suite_case_t &one)
 {
-    if (one.expected.empty())
-        return {};
-    for (const match_rule_t &rule : answer.near)
-        if (match_protocol(run.loadable, rule) == one.expected.front())
-            return match_near_text(run.loadable, rule);
-    for (const match_item_t &item : answer.failed)
-        if (item.value != nullptr && item.value->protocol == one.expected.front())
-            return match_failed_text(item);
-    return {};
-}
-
-test_outcome_t run_case(test_run_t &run, const suite_t &suite, const suite_case_t &one)
-{
-    test_outcome_t outcome = {&one, suite.file, false, {}, {}, {}};
+    test_outcome_t outcome = {&one, suite.file, false, {}, {}, {}, {}};
     flow_refusal_t refusal;
     if (!flow_runner_run(run.runner, one.values, refusal)) {
         outcome.failure = flow_refusal_text(one.values, refusal);
@@ -92,21 +78,60 @@ test_outcome_t run_case(test_run_t &run, const suite_t &suite, const suite_case_
         outcome.got.emplace_back(match_protocol(run.loadable, rule));
     }
     outcome.passed = suite_case_holds(one, outcome.got);
-    if (!outcome.passed)
-        outcome.nearest = nearest_miss(run, one, answer);
+    if (!outcome.passed && !one.expected.empty())
+        outcome.nearest = match_nearest(run.loadable, answer, [&one](std::string_view protocol) {
+            return protocol == one.expected.front();
+        });
     return outcome;
 }
 
-void run_suite(test_run_t &run, suite_t &suite)
+bool accepts(const test_run_t &run, const test_outcome_t &outcome)
+{
+    return run.options.update && !outcome.passed && outcome.failure.empty();
+}
+
+void accept(test_run_t &run, const suite_t &suite, test_outcome_t &outcome)
+{
+    run.changed.insert(&suite);
+    outcome.passed = true;
+}
+
+test_outcome_t run_capture(test_run_t &run, suite_t &suite, size_t index,
+                           const std::string &suite_path)
+{
+    const suite_case_t &one = suite.cases[index];
+    test_outcome_t outcome = {&one, suite.file, false, {}, {}, {}, {}};
+    capture_case_t capture = {one, run.loadable, run.runner, run.fired};
+    const std::string path = suite_capture_path(suite_path, one);
+    const exit_status_t status = capture_case_run(capture, path, run.report.console);
+    outcome.got = suite_flows_words(capture.flows);
+    if (status != EXIT_STATUS_FINE) {
+        run.status = status;
+        outcome.failure = path + " cannot be read";
+    } else if (capture.flows.best.empty())
+        outcome.failure = path + " has no flows";
+    else
+        outcome.passed = suite_capture_holds(one, capture.flows);
+    if (!outcome.passed && outcome.failure.empty())
+        capture_case_explain(capture, outcome);
+    if (accepts(run, outcome)) {
+        suite_capture_accept(suite, index, capture.flows);
+        accept(run, suite, outcome);
+    }
+    return outcome;
+}
+
+void run_suite(test_run_t &run, suite_t &suite, const std::string &path)
 {
     for (size_t i = 0; i < suite.cases.size(); ++i) {
-        if (!is_chosen(run, suite.cases[i]))
+        const suite_case_t &one = suite.cases[i];
+        if (!is_chosen(run, one))
             continue;
-        test_outcome_t outcome = run_case(run, suite, suite.cases[i]);
-        if (run.options.update && !outcome.passed && outcome.failure.empty()) {
+        test_outcome_t outcome =
+            one.capture.empty() ? run_flow(run, suite, one) : run_capture(run, suite, i, path);
+        if (accepts(run, outcome)) {
             suite_accept(suite, i, outcome.got);
-            run.changed.insert(&suite);
-            outcome.passed = true;
+            accept(run, suite, outcome);
         }
         test_report_case(run.report, outcome);
     }
@@ -157,13 +182,15 @@ exit_status_t run_suites(test_run_t &run)
         for (const suite_case_t &one : suite.cases)
             run.report.total += is_chosen(run, one) ? 1 : 0;
     test_report_begin(run.report);
-    for (suite_t &suite : run.suites)
-        run_suite(run, suite);
+    for (size_t i = 0; i < run.suites.size(); ++i)
+        run_suite(run, run.suites[i], run.options.files[i]);
     const bool covers = run.options.coverage || run.options.coverage_min > 0;
     const test_coverage_t coverage = covers ? coverage_of(run) : test_coverage_t();
     test_report_end(run.report, covers ? &coverage : nullptr);
     if (run.options.update && !write_suites(run))
         return EXIT_STATUS_FILE;
+    if (run.status != EXIT_STATUS_FINE)
+        return run.status;
     return run.report.failed == 0 && (!covers || is_covered(run, coverage)) ? EXIT_STATUS_FINE
                                                                             : EXIT_STATUS_FINDINGS;
 }
@@ -206,7 +233,8 @@ command_run_t test_declare(CLI::App &app)
     auto options = std::make_shared<test_options_t>();
     app.add_option("LOADABLE", options->pdb, "A loadable pdb")->required();
     app.add_option("FILE", options->files,
-                   "Cases, one a line: the expected protocol (- for none), a tab, the flow")
+                   "Cases, one a line: the expected protocol (- for none), a tab, the flow;\n"
+                   "or what flows are, a tab, \"capture\" and the path of a capture or log")
         ->required();
     app.add_option("--run", options->run, "Only cases whose name has this regular expression")
         ->type_name("REGEX");

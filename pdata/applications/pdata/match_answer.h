@@ -1,6 +1,8 @@
 /// The answer to a flow: which rules fire, why, and which nearly do.
 #pragma once
 
+#include <functional>
+
 #include "flow_match.h"
 #include "loadable.h"
 
@@ -45,6 +47,11 @@ std::string match_near_text(const loadable_t &loadable, const match_rule_t &rule
 
 /// Says in one line which value was met, and why it does not count.
 std::string match_failed_text(const match_item_t &item);
+
+/// Says what the best rule misses that nearly fires, or else which value does not count, of the
+/// protocols that are `wanted`; empty for nothing.
+std::string match_nearest(const loadable_t &loadable, const match_answer_t &answer,
+                          const std::function<bool(std::string_view)> &wanted);
 
 /// Prints an answer for people.
 void match_print(console_t &console, const loadable_t &loadable, const match_answer_t &answer);

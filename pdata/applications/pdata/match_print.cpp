@@ -169,6 +169,18 @@ std::string match_failed_text(const match_item_t &item)
                        reason_text(item.finding.outcome));
 }
 
+std::string match_nearest(const loadable_t &loadable, const match_answer_t &answer,
+                          const std::function<bool(std::string_view)> &wanted)
+{
+    for (const match_rule_t &rule : answer.near)
+        if (wanted(match_protocol(loadable, rule)))
+            return match_near_text(loadable, rule);
+    for (const match_item_t &item : answer.failed)
+        if (item.value != nullptr && wanted(item.value->protocol))
+            return match_failed_text(item);
+    return {};
+}
+
 void match_print(console_t &console, const loadable_t &loadable, const match_answer_t &answer)
 {
     if (answer.rules.empty())

@@ -20,6 +20,12 @@ std::string got_text(const test_outcome_t &outcome)
     return outcome.failure.empty() ? list_text(outcome.got) : outcome.failure;
 }
 
+/// The flow that a failure is about; of a capture there may be none.
+std::string flow_text(const test_outcome_t &outcome)
+{
+    return outcome.one->capture.empty() ? flow_write(outcome.one->values) : outcome.flow;
+}
+
 /// Returns printable text as it may stand between the tags and in the attributes of XML.
 std::string escape_xml(std::string_view text)
 {
@@ -49,7 +55,11 @@ void print_failure(test_report_t &report, const test_outcome_t &outcome)
     console_t &console = report.console;
     console_print(console, "{}: {}\n", colour_text(console.out_colour, COLOUR_ERROR, "failed"),
                   escape_terminal(outcome.one->name));
-    console_print(console, "  flow      {}\n", flow_write(outcome.one->values));
+    const std::string flow = flow_text(outcome);
+    if (!outcome.one->capture.empty())
+        console_print(console, "  capture   {}\n", escape_terminal(outcome.one->capture));
+    if (!flow.empty())
+        console_print(console, "  flow      {}\n", flow);
     console_print(console, "  expected  {}\n", escape_terminal(suite_expectation(*outcome.one)));
     console_print(console, "  got       {}\n", escape_terminal(got_text(outcome)));
     if (!outcome.nearest.empty())
@@ -66,6 +76,8 @@ void print_tap(test_report_t &report, const test_outcome_t &outcome)
     const auto quoted = [](const std::string &text) { return json_text(text).dump(); };
     console_print(console, "  ---\n  expected: {}\n  got: {}\n",
                   quoted(suite_expectation(*outcome.one)), quoted(got_text(outcome)));
+    if (!outcome.flow.empty())
+        console_print(console, "  flow: {}\n", quoted(outcome.flow));
     if (!outcome.nearest.empty())
         console_print(console, "  nearest: {}\n", quoted(outcome.nearest));
     console_print(console, "  ...\n");
@@ -95,11 +107,15 @@ void print_json(test_report_t &report, const test_outcome_t &outcome)
     document["line"] = outcome.one->line;
     document["passed"] = outcome.passed;
     document["expected"] = json_text(suite_expectation(*outcome.one));
+    if (!outcome.one->capture.empty())
+        document["capture"] = json_text(outcome.one->capture);
     document["got"] = json_document_t::array();
     for (const std::string &protocol : outcome.got)
         document["got"].push_back(json_text(protocol));
     if (!outcome.failure.empty())
         document["error"] = json_text(outcome.failure);
+    if (!outcome.flow.empty())
+        document["flow"] = outcome.flow;
     if (!outcome.nearest.empty())
         document["nearest"] = json_text(outcome.nearest);
     console_record(report.console, document);

@@ -9,9 +9,11 @@ struct test_outcome_t {
     const suite_case_t *one = nullptr;
     std::string file;
     bool passed = false;
-    std::vector<std::string> got; ///< protocols of the rules that fire, the best first
+    std::vector<std::string> got; ///< protocols of the rules that fire, the best first; of a
+                                  ///< capture words as in "dns*2"
     std::string failure;          ///< a value that could not be run, else empty
     std::string nearest;          ///< of a failure: what the expected protocol's rule misses
+    std::string flow;             ///< of a capture that fails: a flow that is none of the expected
 };
 
 /// A report under way: the console, and what was counted.

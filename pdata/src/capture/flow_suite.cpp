@@ -1,4 +1,4 @@
-#include "flow_suite.h"
+#include "suite_capture.h"
 
 #include <algorithm>
 #include <utility>
@@ -36,6 +36,28 @@ void read_expectation(std::string_view words, suite_case_t &one)
     }
 }
 
+constexpr std::string_view capture_word = "capture ";
+
+/// Reads what stands behind the tab. Returns false with an error.
+bool read_subject(suite_t &suite, std::string_view words, std::string_view subject,
+                  suite_case_t &one, suite_error_t &error)
+{
+    if (!subject.starts_with(capture_word)) {
+        read_expectation(words, one);
+        flow_error_t mistake;
+        return flow_read(subject, one.values, mistake) ||
+               refuse(error, one.line, words.size() + 1 + mistake.column, std::move(mistake.text));
+    }
+    one.capture = subject.substr(capture_word.size());
+    one.capture.resize(one.capture.find_last_not_of(" \r") + 1);
+    if (one.capture.empty())
+        return refuse(error, one.line, suite.lines[one.line - 1].size() + 1,
+                      "a capture is followed by its path");
+    const size_t column = suite_capture_words(words, one);
+    return column == 0 || refuse(error, one.line, column,
+                                 "of a capture a word is a protocol, or a protocol, *, a number");
+}
+
 bool read_case(suite_t &suite, size_t number, std::string &name, suite_error_t &error)
 {
     const std::string_view line = suite.lines[number - 1];
@@ -50,10 +72,8 @@ bool read_case(suite_t &suite, size_t number, std::string &name, suite_error_t &
     if (one.name.empty())
         one.name.append(suite.file).append(":").append(std::to_string(number));
     one.line = number;
-    read_expectation(line.substr(0, tab), one);
-    flow_error_t mistake;
-    if (!flow_read(line.substr(tab + 1), one.values, mistake))
-        return refuse(error, number, tab + 1 + mistake.column, std::move(mistake.text));
+    if (!read_subject(suite, line.substr(0, tab), line.substr(tab + 1), one, error))
+        return false;
     suite.cases.push_back(std::move(one));
     return true;
 }
@@ -92,10 +112,12 @@ std::string suite_expectation(const suite_case_t &one)
     std::string text;
     for (const std::string &protocol : one.expected)
         text.append(text.empty() ? "" : " ").append(protocol);
-    if (text.empty())
+    for (const suite_share_t &share : one.shares)
+        text.append(text.empty() ? "" : " ").append(suite_share_word(share));
+    if (text.empty() && one.capture.empty())
         text.append("-");
     for (const std::string &protocol : one.excluded)
-        text.append(" !").append(protocol);
+        text.append(text.empty() ? "!" : " !").append(protocol);
     return text;
 }
 
@@ -109,6 +131,11 @@ void suite_accept(suite_t &suite, size_t index, const std::vector<std::string> &
     std::erase_if(one.excluded, [&got](const std::string &protocol) {
         return std::ranges::find(got, protocol) != got.end();
     });
+    suite_write_back(suite, one);
+}
+
+void suite_write_back(suite_t &suite, const suite_case_t &one)
+{
     std::string &line = suite.lines[one.line - 1];
     line.replace(0, line.find('\t'), suite_expectation(one));
 }
