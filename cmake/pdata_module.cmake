@@ -3,7 +3,8 @@
 # Flags that every target of the project is compiled with.
 add_library(pdata_flags INTERFACE)
 target_compile_features(pdata_flags INTERFACE cxx_std_20)
-target_compile_options(pdata_flags INTERFACE -Wall -Wextra -Wconversion -Wshadow -Werror)
+target_compile_options(pdata_flags INTERFACE -Wall -Wextra -Wconversion -Wshadow
+    $<$<BOOL:${PDATA_WERROR}>:-Werror>)
 if(PDATA_SANITIZE)
     set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g1") # as much as a report needs, at half the time of a build
     target_compile_options(pdata_flags INTERFACE -fsanitize=address,undefined

@@ -64,8 +64,11 @@ command_run_t decompile_declare(CLI::App &app)
     auto options = std::make_shared<decompile_options_t>();
     app.add_option("FILE", options->file, "A pdb, - for standard input")->required();
     app.add_option("-o,--output", options->output,
-                   "Where the description goes, - for standard output");
-    app.add_option("--aliases", options->aliases, "Write the matcher aliases as their document");
-    app.add_option("--tags", options->tags, "Write the tag table as its document");
+                   "Where the description goes, - for standard output")
+        ->type_name("FILE");
+    app.add_option("--aliases", options->aliases, "Write the matcher aliases as their document")
+        ->type_name("FILE");
+    app.add_option("--tags", options->tags, "Write the tag table as its document")
+        ->type_name("FILE");
     return [options](console_t &console) { return decompile_run(*options, console); };
 }

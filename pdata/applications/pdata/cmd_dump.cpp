@@ -63,6 +63,6 @@ command_run_t dump_declare(CLI::App &app)
     app.add_option("--from", options->from, "First byte, decimal or 0x and hexadecimal")
         ->type_name("OFFSET");
     app.add_option("--section", options->section, "Records of one kind alone, with what is in them")
-        ->type_name("NAME");
+        ->type_name("SECTION");
     return [options](console_t &console) { return dump_run(*options, console); };
 }

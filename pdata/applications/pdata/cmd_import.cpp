@@ -165,7 +165,8 @@ command_run_t import_declare(CLI::App &app)
         ->allow_extra_args(false);
     app.add_flag("--compact", options->compact, "As few rules as hold the entries");
     app.add_flag("--split", options->protocol.split, "As many protocols as hold the rules");
-    app.add_option("--into", options->into, "A description whose text is kept, and added to");
-    app.add_option("-o,--output", options->output, "Where the description goes");
+    app.add_option("--into", options->into, "A description whose text is kept, and added to")
+        ->type_name("FILE");
+    app.add_option("-o,--output", options->output, "Where the description goes")->type_name("FILE");
     return [options](console_t &console) { return import_run(*options, console); };
 }

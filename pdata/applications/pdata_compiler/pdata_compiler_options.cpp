@@ -1,7 +1,5 @@
 #include "pdata_compiler_options.h"
 
-#include <getopt.h>
-
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
@@ -277,6 +275,11 @@ void pdata_compiler_dump_opt_list()
     std::printf("Available dump option:\n");
     for (const csa_dump_opt_t *row = dump_opt_available; row->name != nullptr; ++row)
         std::printf("\t* %s\n", row->name);
+}
+
+const option *pdata_compiler_option_table()
+{
+    return options;
 }
 
 void usage(const char *progname)

@@ -1,6 +1,8 @@
 /// The command line: fifteen long options, no short ones.
 #pragma once
 
+#include <getopt.h>
+
 #include <cstdint>
 
 #include "csa_dump.h"
@@ -64,6 +66,9 @@ const csa_dump_opt_t *pdata_dump_find_opt(const char *name);
 
 /// Prints the names of the dumps on standard output.
 void pdata_compiler_dump_opt_list();
+
+/// Returns the options that are parsed, ended by a row without a name.
+const option *pdata_compiler_option_table();
 
 /// Prints the help on standard output.
 void usage(const char *progname);

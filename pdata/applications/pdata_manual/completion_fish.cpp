@@ -1,0 +1,68 @@
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include "completions.h"
+#include "manual_model.h"
+
+namespace
+{
+
+/// Returns `text` as one word of the shell.
+std::string quoted(std::string_view text)
+{
+    std::string made = "'";
+    for (const char byte : text.substr(0, text.find('\n'))) {
+        if (byte == '\'' || byte == '\\')
+            made += '\\';
+        made += byte;
+    }
+    return made + '\'';
+}
+
+std::string action_of(const manual_option_t &option)
+{
+    switch (option.word) {
+    case MANUAL_WORD_FILE:
+        return " -r -F";
+    case MANUAL_WORD_FOLDER:
+        return " -x -a '(__fish_complete_directories)'";
+    case MANUAL_WORD_CHOICE:
+        return fmt::format(" -x -a '{}'", fmt::join(option.choices, " "));
+    case MANUAL_WORD_PROTOCOL:
+        return " -x -a '(__pdata_names protocols)'";
+    case MANUAL_WORD_MATCHER:
+        return " -x -a '(__pdata_names matchers)'";
+    case MANUAL_WORD_FREE:
+        return " -x";
+    case MANUAL_WORD_NONE:
+        break;
+    }
+    return "";
+}
+
+std::string command_of(const manual_command_t &command)
+{
+    const std::string begin =
+        fmt::format("complete -c pdata -n '__fish_seen_subcommand_from {}'", command.name);
+    std::string text = fmt::format("complete -c pdata -n __fish_use_subcommand -f -a {} -d {}\n",
+                                   command.name, quoted(command.summary));
+    for (const manual_option_t &option : command.options)
+        text +=
+            fmt::format("{} -l {}{}{} -d {}\n", begin, option.long_name,
+                        option.short_name.empty() ? "" : fmt::format(" -s {}", option.short_name),
+                        action_of(option), quoted(option.text));
+    if (!command.positionals.empty() && command.positionals.front().word == MANUAL_WORD_CHOICE)
+        text +=
+            fmt::format("{} -a '{}'\n", begin, fmt::join(command.positionals.front().choices, " "));
+    return text;
+}
+
+} // namespace
+
+void completion_fish(std::string &text)
+{
+    std::string commands;
+    for (const manual_command_t &command : manual_commands())
+        commands += command_of(command);
+    completion_fill(text, "@COMMANDS@", commands);
+}
