@@ -4,9 +4,8 @@
 #include <regex.h>
 
 #include "commands.h"
-#include "escape.h"
 #include "output_file.h"
-#include "test_capture.h"
+#include "test_run.h"
 
 namespace
 {
@@ -32,31 +31,18 @@ struct regex_free {
 struct test_run_t {
     const test_options_t &options;
     test_report_t report;
-    loadable_t loadable = {};
-    flow_runner_t runner = {};
+    test_runner_t runner = {};
     std::vector<suite_t> suites = {};
     std::set<const suite_t *> changed = {};
-    std::set<pdata_rule> fired = {};
     exit_status_t status = EXIT_STATUS_FINE;          ///< of captures that cannot be read
     std::unique_ptr<regex_t, regex_free> filter = {}; ///< of names; none for all cases
 };
 
 bool read_suites(test_run_t &run)
 {
-    console_t &console = run.report.console;
-    for (const std::string &path : run.options.files) {
-        input_file_t file;
-        if (!open_file(console, path, file))
-            return false;
-        const std::span<const uint8_t> bytes = input_file_bytes(file);
-        const std::string_view text(reinterpret_cast<const char *>(bytes.data()), bytes.size());
-        suite_error_t error;
-        if (!suite_read(file.name, text, run.suites.emplace_back(), error)) {
-            console_error(console, "{}:{}:{}: {}", file.name, error.line, error.column, error.text);
-            return false;
-        }
-    }
-    return true;
+    return std::ranges::all_of(run.options.files, [&run](const std::string &path) {
+        return test_suite_open(run.report.console, path, run.suites.emplace_back());
+    });
 }
 
 bool is_chosen(const test_run_t &run, const suite_case_t &one)
@@ -64,76 +50,29 @@ bool is_chosen(const test_run_t &run, const suite_case_t &one)
     return run.filter == nullptr || regexec(run.filter.get(), one.name.c_str(), 0, nullptr, 0) == 0;
 }
 
-test_outcome_t run_flow(test_run_t &run, const suite_t &suite, const suite_case_t &one)
+/// Makes what a case came to what is expected of it.
+void accept(test_run_t &run, suite_t &suite, size_t index, test_done_t &done)
 {
-    test_outcome_t outcome = {&one, suite.file, false, {}, {}, {}, {}};
-    flow_refusal_t refusal;
-    if (!flow_runner_run(run.runner, one.values, refusal)) {
-        outcome.failure = flow_refusal_text(one.values, refusal);
-        return outcome;
-    }
-    const match_answer_t answer = match_collect(run.loadable, run.runner, true);
-    for (const match_rule_t &rule : answer.rules) {
-        run.fired.insert(rule.rule);
-        outcome.got.emplace_back(match_protocol(run.loadable, rule));
-    }
-    outcome.passed = suite_case_holds(one, outcome.got);
-    if (!outcome.passed && !one.expected.empty())
-        outcome.nearest = match_nearest(run.loadable, answer, [&one](std::string_view protocol) {
-            return protocol == one.expected.front();
-        });
-    return outcome;
-}
-
-bool accepts(const test_run_t &run, const test_outcome_t &outcome)
-{
-    return run.options.update && !outcome.passed && outcome.failure.empty();
-}
-
-void accept(test_run_t &run, const suite_t &suite, test_outcome_t &outcome)
-{
-    run.changed.insert(&suite);
-    outcome.passed = true;
-}
-
-test_outcome_t run_capture(test_run_t &run, suite_t &suite, size_t index,
-                           const std::string &suite_path)
-{
-    const suite_case_t &one = suite.cases[index];
-    test_outcome_t outcome = {&one, suite.file, false, {}, {}, {}, {}};
-    capture_case_t capture = {one, run.loadable, run.runner, run.fired};
-    const std::string path = suite_capture_path(suite_path, one);
-    const exit_status_t status = capture_case_run(capture, path, run.report.console);
-    outcome.got = suite_flows_words(capture.flows);
-    if (status != EXIT_STATUS_FINE) {
-        run.status = status;
-        outcome.failure = path + " cannot be read";
-    } else if (capture.flows.best.empty())
-        outcome.failure = path + " has no flows";
+    if (suite.cases[index].capture.empty())
+        suite_accept(suite, index, done.outcome.got);
     else
-        outcome.passed = suite_capture_holds(one, capture.flows);
-    if (!outcome.passed && outcome.failure.empty())
-        capture_case_explain(capture, outcome);
-    if (accepts(run, outcome)) {
-        suite_capture_accept(suite, index, capture.flows);
-        accept(run, suite, outcome);
-    }
-    return outcome;
+        suite_capture_accept(suite, index, done.flows);
+    run.changed.insert(&suite);
+    done.outcome.passed = true;
 }
 
 void run_suite(test_run_t &run, suite_t &suite, const std::string &path)
 {
     for (size_t i = 0; i < suite.cases.size(); ++i) {
-        const suite_case_t &one = suite.cases[i];
-        if (!is_chosen(run, one))
+        if (!is_chosen(run, suite.cases[i]))
             continue;
-        test_outcome_t outcome =
-            one.capture.empty() ? run_flow(run, suite, one) : run_capture(run, suite, i, path);
-        if (accepts(run, outcome)) {
-            suite_accept(suite, i, outcome.got);
-            accept(run, suite, outcome);
-        }
-        test_report_case(run.report, outcome);
+        test_done_t done =
+            test_case_run(run.runner, suite, suite.cases[i], path, run.report.console);
+        if (done.status != EXIT_STATUS_FINE)
+            run.status = done.status;
+        if (run.options.update && !done.outcome.passed && done.outcome.failure.empty())
+            accept(run, suite, i, done);
+        test_report_case(run.report, done.outcome);
     }
 }
 
@@ -161,11 +100,11 @@ bool write_suites(test_run_t &run)
 test_coverage_t coverage_of(const test_run_t &run)
 {
     pdata_db_info info = {};
-    pdata_db_describe(run.loadable.db.get(), &info);
-    test_coverage_t coverage = {info.nr_rule, run.fired.size(), {}};
+    pdata_db_describe(run.runner.loadable.db.get(), &info);
+    test_coverage_t coverage = {info.nr_rule, run.runner.fired.size(), {}};
     for (pdata_rule rule = 1; rule <= info.nr_rule; ++rule)
-        if (!run.fired.contains(rule))
-            coverage.missed.push_back(match_rule_name(run.loadable, rule));
+        if (!run.runner.fired.contains(rule))
+            coverage.missed.push_back(match_rule_name(run.runner.loadable, rule));
     return coverage;
 }
 
@@ -218,11 +157,9 @@ exit_status_t test_run(const test_options_t &options, console_t &console)
         console_error(console, "--update: standard input cannot be written");
         return EXIT_STATUS_USAGE;
     }
-    if (!loadable_open(console, options.pdb, run.loadable) || !read_suites(run))
+    if (!loadable_open(console, options.pdb, run.runner.loadable) || !read_suites(run))
         return EXIT_STATUS_FILE;
-    loadable_prepare(run.loadable);
-    if (flow_runner_open(run.loadable.db.get(), PDATA_FLOW_EXPLAIN, run.runner) != PDATA_R_OK)
-        throw std::bad_alloc();
+    test_runner_start(run.runner);
     return run_suites(run);
 }
 

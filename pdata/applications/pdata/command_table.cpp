@@ -18,6 +18,9 @@ constexpr output_format_t text_only[] = {OUTPUT_TEXT};
 std::span<const command_t> command_table()
 {
     static constexpr command_t table[] = {
+        {"build", authors, "Descriptions to a pdb in one step: compiled, verified, tested, written",
+         text_json, "  pdata build protocols.pdd -o loadable.pdb --loadable --tests traffic.tsv",
+         build_declare},
         {"match", authors, "Which rules fire for a flow, and why", text_json,
          "  pdata match loadable.pdb 'ssl:common_name cts \"www.youtube.com\"'", match_declare},
         {"test", authors, "Flows with the protocols expected of them, run like a test suite",

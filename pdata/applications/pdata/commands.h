@@ -14,3 +14,4 @@ command_run_t classify_declare(CLI::App &app);
 command_run_t import_declare(CLI::App &app);
 command_run_t decompile_declare(CLI::App &app);
 command_run_t diff_declare(CLI::App &app);
+command_run_t build_declare(CLI::App &app);

@@ -23,8 +23,11 @@ void find_origins(loadable_t &loadable, uint32_t nr_item)
 
 bool loadable_open(console_t &console, const std::string &path, loadable_t &loadable)
 {
-    if (!open_file(console, path, loadable.file))
-        return false;
+    return open_file(console, path, loadable.file) && loadable_start(console, loadable);
+}
+
+bool loadable_start(console_t &console, loadable_t &loadable)
+{
     const std::span<const uint8_t> bytes = input_file_bytes(loadable.file);
     pdata_db *db = nullptr;
     pdata_failure failure = {};

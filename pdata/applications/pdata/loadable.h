@@ -24,6 +24,9 @@ struct loadable_t {
 /// is damaged, or is no loadable pdb.
 [[nodiscard]] bool loadable_open(console_t &console, const std::string &path, loadable_t &loadable);
 
+/// The same for a pdb whose bytes and name are in `loadable.file` already.
+[[nodiscard]] bool loadable_start(console_t &console, loadable_t &loadable);
+
 /// Works out which items each rule has and which value each item stands for; where the latter
 /// cannot be told, `origins` stays empty. Throws std::bad_alloc when memory runs out.
 void loadable_prepare(loadable_t &loadable);

@@ -1,6 +1,5 @@
 #include "pdata_compiler.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <iterator>
 #include <memory>
@@ -19,8 +18,6 @@
 
 namespace
 {
-
-constexpr const char *PDB_VERSION = "1.540.1-24";
 
 /// The run's working record.
 struct pdata_compiler_t {
@@ -115,36 +112,15 @@ pdata_status_t pdb_list_flow(pdata_compiler_t &run)
     return PDATA_SUCCESS;
 }
 
-/// Returns the input whose further parts the loadable output takes over, or null.
-const pdb_list_t *find_source(const pdata_compiler_t &run)
-{
-    if (!run.opt.set.merge)
-        return &run.input.front().pdb;
-    // What is tested is the tag table, which 0 does not tell from the first part, and
-    // the message names the strings. Oddities O19 and O20.
-    const auto has_tags = [](const pdb_in_elt_st &elt) { return elt.indexes.root_tags != 0; };
-    const auto last = std::find_if(run.input.rbegin(), run.input.rend(), has_tags);
-    return last == run.input.rend() ? nullptr : &last->pdb;
-}
-
 /// Puts the other parts of the input behind the first part of the output, and a load state.
 pdata_status_t complete_from_input(pdata_compiler_t &run)
 {
-    const pdb_list_t *source = find_source(run);
+    const pdb_list_t *source =
+        run.opt.set.merge ? pdata_parts_source(run.input) : &run.input.front().pdb;
     if (source == nullptr)
         return end_at_once(run, "You need at least one pdb with TLV_TYPE_ROOT_STRING in merge "
                                 "operation.\n");
-    constexpr size_t last = PDB_LIST_DIM - 1;
-    size_t i = 1;
-    while (i < last && (*source)[i].pdb_type != PDB_TYPE_END) {
-        pdb_header_memcpy(&run.pdb[i], (*source)[i]);
-        ++i;
-    }
-    if (i == last)
-        return PDATA_SUCCESS;
-    PDATA_TRY(pdata_serialize_load(&run.pdb[i], TLV_TYPE_LOAD_LOADABLE));
-    pdb_header_end(&run.pdb[i + 1]);
-    return PDATA_SUCCESS;
+    return pdata_parts_complete(*source, run.pdb);
 }
 
 pdata_status_t write_output(pdata_compiler_t &run)

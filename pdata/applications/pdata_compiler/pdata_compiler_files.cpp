@@ -5,31 +5,17 @@
 #include <utility>
 #include <vector>
 
-#include "pdata_config.h"
 #include "tlv_description.h"
 
 namespace
 {
 
-/// The bytes of an output pdb, in their order.
-using pdb_outfile_t = std::vector<std::span<const uint8_t>>;
-
-/// Puts the part of a kind behind the others, if it is there.
-bool pdata_pdb_tlv_write(const pdb_list_t &in_pdb, pdb_outfile_t *pdb_outfile, pdb_type_t type)
-{
-    const pdb_t *part = pdata_pdb_type_find(in_pdb, type);
-    if (part == nullptr)
-        return false;
-    pdb_outfile->push_back(pdb_header_bytes(*part));
-    return true;
-}
-
 /// Writes an output pdb.
-pdata_status_t write_outfile(const pdb_outfile_t &pdb_outfile, const char *filename)
+pdata_status_t write_outfile(output_parts_t parts, const char *filename)
 {
     output_t output;
-    PDATA_TRY(pdata_output_add(output, filename, pdb_outfile, OUTPUT_TO_DISK,
-                               "Cannot open filename %s \n"));
+    PDATA_TRY(
+        pdata_output_add(output, filename, parts, OUTPUT_TO_DISK, "Cannot open filename %s \n"));
     return pdata_output_commit(output, PDATA_SUCCESS);
 }
 
@@ -73,42 +59,6 @@ uint32_t pdata_pdb_loaded_get(std::span<const uint8_t> tlv_buf)
     return tlv_get(value.data());
 }
 
-pdata_status_t pdata_compiler_config(std::span<const uint8_t> in_tlv, pdb_list_t *out_pdb,
-                                     pdb_tlv_index_t *pdb_tlv_index)
-{
-    const struct {
-        uint32_t tlv_type;
-        pdb_type_t pdb_type;
-        uint32_t *index;
-    } parts[] = {
-        {TLV_TYPE_ROOT_PROTODESCS, PDB_TYPE_PROTOCOL_DESCRIPTION, &pdb_tlv_index->root_protodescs},
-        {TLV_TYPE_ROOT_TAGS, PDB_TYPE_TAGS, &pdb_tlv_index->root_tags},
-        {TLV_TYPE_ROOT_STRING, PDB_TYPE_MAIN_HSTRING, &pdb_tlv_index->root_string},
-        {TLV_TYPE_ROOT_MATCHER_ALIAS, PDB_TYPE_MATCHER_ALIAS, &pdb_tlv_index->root_matcher_alias},
-    };
-    if (out_pdb == nullptr)
-        return PDATA_ERR_INVALID_ARGUMENT;
-    *pdb_tlv_index = {};
-    uint32_t position = 0;
-    for (const auto &part : parts) {
-        pdb_t *header = &(*out_pdb)[position];
-        const pdata_status_t status =
-            pdata_compiler_config_type(part.tlv_type, part.pdb_type, in_tlv, header);
-        if (status == PDATA_SUCCESS)
-            *part.index = position++;
-        else if (status != PDATA_ERR_TLV_NOT_FOUND)
-            return status;
-    }
-    pdb_header_end(&(*out_pdb)[position]);
-    return PDATA_SUCCESS;
-}
-
-pdata_status_t pdata_compiler_config_type(uint32_t tlv_type, pdb_type_t pdb_type,
-                                          std::span<const uint8_t> in_tlv, pdb_t *pdb_out)
-{
-    return pdata_config_type_search(in_tlv, tlv_type, pdb_type, pdb_out);
-}
-
 pdata_status_t pdata_compiler_fill_pdb_list(const char *pdb_list, pdb_in_list_t *pdb_in,
                                             uint32_t *network_endian)
 {
@@ -129,13 +79,8 @@ pdata_status_t pdata_compiler_fill_pdb_list(const char *pdb_list, pdb_in_list_t 
 
 pdata_status_t pdata_compiler_write_pdb(const pdb_list_t &pdb, const char *pdb_filename)
 {
-    pdb_outfile_t pdb_outfile;
-    pdata_pdb_tlv_write(pdb, &pdb_outfile, PDB_TYPE_LOAD);
-    const bool described = pdata_pdb_tlv_write(pdb, &pdb_outfile, PDB_TYPE_PROTOCOL_DESCRIPTION);
-    if (described)
-        for (const pdb_type_t type : {PDB_TYPE_MATCHER_ALIAS, PDB_TYPE_TAGS, PDB_TYPE_MAIN_HSTRING})
-            pdata_pdb_tlv_write(pdb, &pdb_outfile, type);
-    PDATA_TRY(write_outfile(pdb_outfile, pdb_filename));
+    const bool described = pdata_pdb_type_find(pdb, PDB_TYPE_PROTOCOL_DESCRIPTION) != nullptr;
+    PDATA_TRY(write_outfile(pdata_parts_written(pdb), pdb_filename));
     return described ? PDATA_SUCCESS
                      // Oddity O48.
                      : pdata_fail(PDATA_ERR_IO, "Cannot write on filename %s \n", pdb_filename);
@@ -144,7 +89,8 @@ pdata_status_t pdata_compiler_write_pdb(const pdb_list_t &pdb, const char *pdb_f
 pdata_status_t pdata_compiler_write_pdb_loadable(const pdb_t &pdb_loadable,
                                                  const char *pdb_filename)
 {
-    return write_outfile({pdb_header_bytes(pdb_loadable)}, pdb_filename);
+    const std::span<const uint8_t> bytes = pdb_header_bytes(pdb_loadable);
+    return write_outfile({&bytes, 1}, pdb_filename);
 }
 
 void pdata_compiler_clean_pdb(pdb_in_list_t *pdb_in, pdb_list_t *pdb)

@@ -1,37 +1,15 @@
 /// Files of the program: whole-file reading and writing, input pdbs and output pdbs.
-///
-/// A pdb file is root records one after another, without a header, a magic or a trailer. Reading
-/// cuts out the four parts that the flows need, wherever they stand; writing puts the parts in a
-/// fixed order.
 #pragma once
 
 #include <cstdint>
-#include <list>
 #include <span>
 
 #include "csa_buf.h"
 #include "pdata_error.h"
 #include "pdata_output.h"
+#include "pdata_parts.h"
 #include "pdata_serialize.h"
 #include "pdb_header.h"
-
-/// Where the parts of an input pdb landed in its list. A part that is missing leaves 0, which is
-/// also the first position. Oddity O19.
-struct pdb_tlv_index_t {
-    uint32_t root_protodescs;
-    uint32_t root_tags;
-    uint32_t root_string;
-    uint32_t root_matcher_alias;
-};
-
-/// One input pdb.
-struct pdb_in_elt_st {
-    pdb_list_t pdb;
-    pdb_tlv_index_t indexes;
-};
-
-/// The input pdbs, in the order of the command line.
-using pdb_in_list_t = std::list<pdb_in_elt_st>;
 
 /// Reads a whole file, or a pipe or a terminal to its end. Returns false, with `buf` empty and
 /// nothing recorded, when it cannot be opened, and, with the reason on standard error, when it
@@ -58,29 +36,14 @@ using pdb_in_list_t = std::list<pdb_in_elt_st>;
 /// Returns the load state of a pdb; one that states none counts as loadable.
 uint32_t pdata_pdb_loaded_get(std::span<const uint8_t> tlv_buf);
 
-/// Cuts the parts out of a pdb: protocol descriptions, tags, main strings, matcher aliases, each
-/// the first record of its type, and ends the list behind them. A missing record, or one that
-/// claims more bytes than there are, is left out. PDATA_ERR_INVALID_ARGUMENT for a null list,
-/// PDATA_ERR_NO_MEMORY for a part that cannot be copied.
-[[nodiscard]] pdata_status_t pdata_compiler_config(std::span<const uint8_t> in_tlv,
-                                                   pdb_list_t *out_pdb,
-                                                   pdb_tlv_index_t *pdb_tlv_index);
-
-/// Cuts one part out. PDATA_ERR_TLV_NOT_FOUND when it is missing, PDATA_ERR_NO_MEMORY when it
-/// cannot be copied; both without a message.
-[[nodiscard]] pdata_status_t pdata_compiler_config_type(uint32_t tlv_type, pdb_type_t pdb_type,
-                                                        std::span<const uint8_t> in_tlv,
-                                                        pdb_t *pdb_out);
-
 /// Reads every file of a list separated by ";", empty pieces skipped, and appends them to
 /// `pdb_in`. What was read before a failure stays.
 [[nodiscard]] pdata_status_t
 pdata_compiler_fill_pdb_list(const char *pdb_list, pdb_in_list_t *pdb_in, uint32_t *network_endian);
 
-/// Writes a pdb: load state, protocol descriptions, matcher aliases, tags, main strings.
-/// Oddity O18. Only the second must be there. PDATA_ERR_IO with a message when the file cannot be
-/// opened or written, and an old file then stays; or when the descriptions are missing: the load
-/// state alone is written.
+/// Writes the parts of a pdb (pdata_parts_written). The protocol descriptions must be there.
+/// PDATA_ERR_IO with a message when the file cannot be opened or written, and an old file then
+/// stays; or when the descriptions are missing: the load state alone is written.
 [[nodiscard]] pdata_status_t pdata_compiler_write_pdb(const pdb_list_t &pdb,
                                                       const char *pdb_filename);
 

@@ -14,6 +14,9 @@
 constexpr uint32_t pdata_engine_version_major = 1;
 constexpr uint32_t pdata_engine_version_minor = 540;
 
+/// The version text of the pdbs that the programs write.
+constexpr const char *PDB_VERSION = "1.540.1-24";
+
 /// The version of what this program writes.
 struct pdb_versions_t {
     uint32_t major;
