@@ -1,16 +1,16 @@
 #include "tshark.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 
 #include <fcntl.h>
-#include <ftw.h>
 #include <poll.h>
 #include <spawn.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -25,40 +25,56 @@ constexpr size_t line_max = size_t{16} << 20;
 constexpr const char *missing =
     "captures are read with tshark, which is not there; Debian has it in the package tshark";
 
-int remove_entry(const char *path, const struct stat *, int, struct FTW *)
+/// The home of those who have none (Debian policy manual): no profile is found there.
+constexpr const char *no_home = "/nonexistent";
+
+/// Which descriptors a child gets as its own.
+struct child_files_t {
+    int input;
+    int output;
+    int messages;
+};
+
+/// Sets the actions up. Returns errno.
+int prepare_files(posix_spawn_file_actions_t &actions, const child_files_t &files)
 {
-    return remove(path);
+    const std::array<int, 3> own = {files.input, files.output, files.messages};
+    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd)
+        if (const int fault =
+                posix_spawn_file_actions_adddup2(&actions, own[static_cast<size_t>(fd)], fd);
+            fault != 0)
+            return fault;
+    return 0;
 }
 
-std::string messages_path(const tshark_t &tshark)
+/// The pointers that a program is given: to words that outlive them, and a null.
+std::vector<char *> pointers_to(const std::vector<std::string> &words)
 {
-    return tshark.folder + "/messages";
+    std::vector<char *> pointers;
+    for (const std::string &word : words)
+        pointers.push_back(const_cast<char *>(word.c_str()));
+    pointers.push_back(nullptr);
+    return pointers;
 }
 
-/// Starts the program with its input and output at these descriptors. Returns errno.
-int spawn(const tshark_t &tshark, const std::vector<std::string> &arguments, int input, int output,
-          pid_t &pid)
+/// Starts the program. Returns errno.
+int spawn(const std::vector<std::string> &arguments, const child_files_t &files, pid_t &pid)
 {
-    const char *path = std::getenv("PATH");
+    const auto setting = [](const char *name, const char *otherwise) {
+        const char *value = std::getenv(name);
+        return std::string(name) + "=" + (value == nullptr ? otherwise : value);
+    };
     const std::vector<std::string> environment = {
-        std::string("PATH=") + (path == nullptr ? "/usr/bin:/bin" : path), "HOME=" + tshark.folder,
-        "XDG_CONFIG_HOME=" + tshark.folder, "TMPDIR=" + tshark.folder, "LC_ALL=C.UTF-8"};
-    std::vector<char *> words;
-    std::vector<char *> settings;
-    for (const std::string &word : arguments)
-        words.push_back(const_cast<char *>(word.c_str()));
-    for (const std::string &setting : environment)
-        settings.push_back(const_cast<char *>(setting.c_str()));
-    words.push_back(nullptr);
-    settings.push_back(nullptr);
+        setting("PATH", "/usr/bin:/bin"), setting("TMPDIR", "/tmp"), std::string("HOME=") + no_home,
+        std::string("XDG_CONFIG_HOME=") + no_home, "LC_ALL=C.UTF-8"};
+    const std::vector<char *> words = pointers_to(arguments);
+    const std::vector<char *> settings = pointers_to(environment);
     posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, messages_path(tshark).c_str(),
-                                     O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    const int fault =
-        posix_spawnp(&pid, words.front(), &actions, nullptr, words.data(), settings.data());
+    if (const int fault = posix_spawn_file_actions_init(&actions); fault != 0)
+        return fault;
+    int fault = prepare_files(actions, files);
+    if (fault == 0)
+        fault = posix_spawnp(&pid, words.front(), &actions, nullptr, words.data(), settings.data());
     posix_spawn_file_actions_destroy(&actions);
     return fault;
 }
@@ -76,7 +92,10 @@ std::string start(const tshark_t &tshark, const std::vector<std::string> &argume
         close(in[1]);
         return std::strerror(fault);
     }
-    const int fault = spawn(tshark, arguments, in[0], out[1], child.pid);
+    const bool empty =
+        ftruncate(tshark.messages, 0) == 0 && lseek(tshark.messages, 0, SEEK_SET) == 0;
+    const int fault =
+        !empty ? errno : spawn(arguments, {in[0], out[1], tshark.messages}, child.pid);
     close(in[0]);
     close(out[1]);
     child.input = in[1];
@@ -157,12 +176,17 @@ bool write_all(tshark_child_t &child, const tshark_sink_t &sink)
 /// The last of the child's messages that is about the capture.
 std::string last_message(const tshark_t &tshark)
 {
-    std::ifstream file(messages_path(tshark));
-    std::string last;
-    for (std::string line; std::getline(file, line);)
+    std::array<char, size_t{1} << 16> bytes;
+    const ssize_t count = pread(tshark.messages, bytes.data(), bytes.size(), 0);
+    std::string_view text(bytes.data(), count > 0 ? static_cast<size_t>(count) : 0);
+    std::string_view last;
+    while (!text.empty()) {
+        const std::string_view line = text.substr(0, text.find('\n'));
+        text.remove_prefix(std::min(line.size() + 1, text.size()));
         if (!line.empty() && !line.starts_with("Running as user"))
             last = line.substr(0, 512);
-    return last;
+    }
+    return std::string(last);
 }
 
 std::string how_it_ended(const tshark_t &tshark, int status)
@@ -180,11 +204,9 @@ std::string how_it_ended(const tshark_t &tshark, int status)
 
 std::string tshark_open(tshark_t &tshark)
 {
-    const char *parent = std::getenv("TMPDIR");
-    std::string folder = std::string(parent == nullptr ? "/tmp" : parent) + "/pdata.XXXXXX";
-    if (mkdtemp(folder.data()) == nullptr)
-        return folder + ": " + std::strerror(errno);
-    tshark.folder = folder;
+    tshark.messages = memfd_create("tshark", MFD_CLOEXEC);
+    if (tshark.messages < 0)
+        return std::strerror(errno);
     tshark_child_t child;
     const std::string fault = start(tshark, {"tshark", "-G", "fields"}, child);
     if (!fault.empty())
@@ -199,9 +221,9 @@ std::string tshark_open(tshark_t &tshark)
 
 void tshark_close(tshark_t &tshark)
 {
-    if (!tshark.folder.empty())
-        nftw(tshark.folder.c_str(), remove_entry, 8, FTW_DEPTH | FTW_PHYS);
-    tshark.folder.clear();
+    if (tshark.messages >= 0)
+        close(tshark.messages);
+    tshark.messages = -1;
 }
 
 std::string tshark_start(const tshark_t &tshark, const std::vector<std::string> &fields,

@@ -1,7 +1,7 @@
 /// tshark as a child process: captures in, lines of JSON out.
 ///
-/// The child has an empty profile of its own in a temporary folder and runs with LC_ALL=C.UTF-8, so
-/// that what a user has set up changes nothing.
+/// The child has a home that is never there and runs with LC_ALL=C.UTF-8, so that what a user has
+/// set up changes nothing. Its messages go to memory: a run that is killed leaves nothing behind.
 #pragma once
 
 #include <functional>
@@ -12,9 +12,9 @@
 
 #include <sys/types.h>
 
-/// What is known of the tshark of this machine, and where its children live.
+/// What is known of the tshark of this machine.
 struct tshark_t {
-    std::string folder; ///< the temporary folder, removed by tshark_close
+    int messages = -1; ///< a file in memory for the messages of a child, closed by tshark_close
     std::unordered_set<std::string> fields;
 };
 
@@ -24,17 +24,16 @@ using tshark_sink_t = std::function<void(std::string_view)>;
 /// A running child.
 struct tshark_child_t {
     pid_t pid = -1;
-    int input = -1; ///< a socket, so that a child that is gone raises no signal
+    int input = -1;
     int output = -1;
     std::string out; ///< bytes that the child does not have yet
     std::string in;  ///< the beginning of a line
 };
 
-/// Makes the temporary folder and asks tshark which fields it has. Returns what is wrong, empty for
-/// nothing.
+/// Asks tshark which fields it has. Returns what is wrong, empty for nothing.
 [[nodiscard]] std::string tshark_open(tshark_t &tshark);
 
-/// Removes the temporary folder.
+/// Gives the file of the messages back.
 void tshark_close(tshark_t &tshark);
 
 /// Starts a child that prints `fields` of each packet. Returns what is wrong, empty for nothing.
