@@ -1,10 +1,11 @@
 #include <algorithm>
+#include <new>
 #include <set>
 
 #include <regex.h>
 
 #include "commands.h"
-#include "output_file.h"
+#include "save_file.h"
 #include "test_run.h"
 
 namespace
@@ -82,17 +83,8 @@ bool write_suites(test_run_t &run)
     for (size_t i = 0; i < run.suites.size(); ++i) {
         if (!run.changed.contains(&run.suites[i]))
             continue;
-        output_t output;
-        output_error_t error;
-        const std::string text = suite_text(run.suites[i]);
-        const std::span<const uint8_t> bytes(reinterpret_cast<const uint8_t *>(text.data()),
-                                             text.size());
-        if (output_add(output, run.options.files[i].c_str(), {&bytes, 1}, OUTPUT_LEFT_TO_SYSTEM,
-                       error) &&
-            output_commit(output, error))
-            continue;
-        console_error(run.report.console, "{}: {}", run.options.files[i], error.reason);
-        return false;
+        if (!save_file(run.report.console, run.options.files[i], suite_text(run.suites[i])))
+            return false;
     }
     return true;
 }
@@ -140,7 +132,10 @@ bool compile_filter(test_run_t &run)
     if (run.options.run.empty())
         return true;
     auto filter = std::make_unique<regex_t>();
-    if (regcomp(filter.get(), run.options.run.c_str(), REG_EXTENDED | REG_NOSUB) != 0) {
+    const int fault = regcomp(filter.get(), run.options.run.c_str(), REG_EXTENDED | REG_NOSUB);
+    if (fault == REG_ESPACE)
+        throw std::bad_alloc();
+    if (fault != 0) {
         console_error(run.report.console, "--run: {} is no regular expression", run.options.run);
         return false;
     }
