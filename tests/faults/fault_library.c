@@ -15,7 +15,9 @@
 #include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
+#include <spawn.h>
 #include <stdarg.h>
 #include <stdatomic.h>
 #include <stdint.h>
@@ -25,6 +27,7 @@
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 /* The order that run_faults.py knows. */
@@ -138,8 +141,7 @@ int posix_memalign(void **block, size_t alignment, size_t size)
 
 static int open_it(const char *path, int flags, mode_t mode)
 {
-    return fails(FAULT_OPEN, EMFILE) ? -1
-                                     : (int)syscall(SYS_openat, AT_FDCWD, path, flags, mode);
+    return fails(FAULT_OPEN, EMFILE) ? -1 : (int)syscall(SYS_openat, AT_FDCWD, path, flags, mode);
 }
 
 #define OPEN_OPERATION(name)                                                                       \
@@ -262,6 +264,11 @@ int dup(int fd)
     return fails(FAULT_OPEN, EMFILE) ? -1 : (int)syscall(SYS_dup, fd);
 }
 
+char *mkdtemp(char *path)
+{
+    return fails(FAULT_OPEN, EACCES) ? NULL : NEXT(mkdtemp)(path);
+}
+
 static void *map_it(void *at, size_t size, int protection, int flags, int fd, off_t offset)
 {
     if (fd != -1 && fails(FAULT_MAP, ENOMEM))
@@ -277,6 +284,33 @@ void *mmap(void *at, size_t size, int protection, int flags, int fd, off_t offse
 void *mmap64(void *at, size_t size, int protection, int flags, int fd, off64_t offset)
 {
     return map_it(at, size, protection, flags, fd, offset);
+}
+
+/* ---- Other programs -------------------------------------------------------------------------- */
+
+int pipe2(int fds[2], int flags)
+{
+    return fails(FAULT_OPEN, EMFILE) ? -1 : (int)syscall(SYS_pipe2, fds, flags);
+}
+
+int posix_spawnp(pid_t *pid, const char *file, const posix_spawn_file_actions_t *actions,
+                 const posix_spawnattr_t *attributes, char *const arguments[],
+                 char *const environment[])
+{
+    pass_end();
+    if (is_due(FAULT_OPEN))
+        return EAGAIN;
+    return NEXT(posix_spawnp)(pid, file, actions, attributes, arguments, environment);
+}
+
+int poll(struct pollfd *fds, nfds_t count, int milliseconds)
+{
+    return is_interrupted() ? -1 : NEXT(poll)(fds, count, milliseconds);
+}
+
+pid_t waitpid(pid_t pid, int *status, int options)
+{
+    return is_interrupted() ? -1 : NEXT(waitpid)(pid, status, options);
 }
 
 /* ---- Standard input and output --------------------------------------------------------------- */
@@ -373,8 +407,8 @@ typedef int start_operation(int (*)(int, char **, char **), int, char **, void (
                             void (*)(void), void (*)(void), void *);
 
 /* Stands in front of the operation of the C library that calls main. */
-int __libc_start_main(int (*main)(int, char **, char **), int argc, char **argv,
-                      void (*init)(void), void (*fini)(void), void (*rtld_fini)(void), void *end)
+int __libc_start_main(int (*main)(int, char **, char **), int argc, char **argv, void (*init)(void),
+                      void (*fini)(void), void (*rtld_fini)(void), void *end)
 {
     start_operation *start = (start_operation *)dlsym(RTLD_NEXT, "__libc_start_main");
     program_main = main;

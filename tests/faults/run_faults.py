@@ -11,7 +11,7 @@ that kind fails, falls short, or is the one in front of which the program is kil
     refused   where it fails with a status and a message, or is killed as it was to be, and every
               output is the old file or the new one, whole;
     wrong     in every other case: success with other bytes, a cut output, a file left behind (a kill
-              may leave those of the fixed name), a crash, a hang.
+              may leave those of the fixed name, and temporary folders), a crash, a hang.
 
 Prints a table of the flows and one of the kinds of fault. Exit code 1 if a run is wrong; --only, --kind and --nth show such a run.
 """
@@ -42,6 +42,29 @@ TEMPORARY = ".pdata-new"
 LISTING = "signature_coverage.data"
 OLD = b"what stood here before\n"
 HANG_SECONDS = 60
+DOMAINS = b"# a list\nexample.com\nwww.example.org\n"
+EVE = (b'{"timestamp":"2026-01-05T10:00:00.000000+0000","flow_id":1,"event_type":"tls",'
+       b'"src_ip":"10.0.0.1","src_port":50001,"dest_ip":"192.0.2.7","dest_port":443,'
+       b'"proto":"TCP","tls":{"sni":"www.example.com"}}\n'
+       b'{"timestamp":"2026-01-05T10:00:09.000000+0000","flow_id":1,"event_type":"flow",'
+       b'"src_ip":"10.0.0.1","src_port":50001,"dest_ip":"192.0.2.7","dest_port":443,'
+       b'"proto":"TCP"}\n')
+# A program in place of tshark: it knows a few fields, and says the same of every capture.
+TSHARK = b"""#!/bin/sh
+if [ "$1" = -G ]; then
+    for field in frame.protocols frame.len ip.src ip.dst ip.proto udp.srcport udp.dstport; do
+        printf 'F\\tname\\t%s\\tFT\\n' "$field"
+    done
+    exit
+fi
+cat >/dev/null
+echo '{"timestamp":"1","layers":{"frame_protocols":["eth:ethertype:ip:udp"],"frame_len":["60"],\
+"ip_src":["10.0.0.1"],"ip_dst":["10.0.0.2"],"ip_proto":["17"],"udp_srcport":["4000"],\
+"udp_dstport":["53"]}}'
+"""
+# A capture of one packet, whose bytes the program in place of tshark does not look at.
+CAPTURE = struct.pack("<IHHiIII", 0xA1B2C3D4, 2, 4, 0, 0, 65535, 1) + \
+    struct.pack("<IIII", 1, 0, 4, 4) + b"\0\0\0\0"
 FLOW_TEXT = b'ssl:common_name cts "www.example.com"; tcp:port stc 443\nhttp:server cts "a.b"\n'
 
 COMPILER, COMPANION = "pdata_compiler", "pdata"
@@ -70,8 +93,41 @@ FLOWS = {
     "pdata verify": (COMPANION, ["verify", "in.pdb", "loadable.pdb", "-"], [], b"\0\0\0\1"),
     "pdata match": (COMPANION, ["match", "--near", "loadable.pdb", "-"], [], FLOW_TEXT),
     "pdata match --json": (COMPANION, ["match", "--json", "loadable.pdb", "-"], [], FLOW_TEXT),
-    "pdata test": (COMPANION, ["test", "loadable.pdb", "cases.tsv", "--coverage"], [], b""),
+    "pdata test": (COMPANION, ["test", "loadable.pdb", "cases.tsv", "--coverage", "--run", "c"], [],
+                   b""),
+    "pdata test --update": (COMPANION, ["test", "loadable.pdb", "out", "--update"], ["out"], b""),
+    "pdata dump": (COMPANION, ["dump", "loadable.pdb"], [], b""),
+    "pdata dump --json": (COMPANION, ["dump", "--json", "--section", "TAGS", "in.pdb"], [],
+                          b""),
+    "pdata decompile": (COMPANION, ["decompile", "in.pdb"], [], b""),
+    "pdata decompile -o": (COMPANION, ["decompile", "loadable.pdb", "-o", "out", "--aliases",
+                                       "aliases", "--tags", "tags"],
+                           ["out", "aliases", "tags"], b""),
+    "pdata diff": (COMPANION, ["diff", "in.pdb", "loadable.pdb"], [], b""),
+    "pdata diff --json": (COMPANION, ["diff", "--json", "in.pdb", "more.pdb"], [], b""),
+    "pdata import": (COMPANION, ["import", "domains", "-", "--name", "mine", "--compact"], [],
+                     DOMAINS),
+    "pdata import --into": (COMPANION, ["import", "addresses", "addresses.txt", "--name", "mine",
+                                        "--into", "more.pdd", "-o", "out"], ["out"], b""),
+    "pdata fmt": (COMPANION, ["fmt", "in.pdd", "more.pdd"], [], b""),
+    "pdata fmt --check": (COMPANION, ["fmt", "--check", "in.pdd"], [], b""),
+    "pdata fmt --write": (COMPANION, ["fmt", "--write", "out"], ["out"], b""),
+    "pdata flows": (COMPANION, ["flows", "log.json", "capture"], [], b""),
+    "pdata flows --json": (COMPANION, ["flows", "--json", "-"], [], EVE),
+    "pdata classify": (COMPANION, ["classify", "loadable.pdb", "log.json", "--summary"], [], b""),
+    "pdata classify --json": (COMPANION, ["classify", "--json", "loadable.pdb", "log.json"], [],
+                              b""),
 }
+
+# What stands in an output that is an input as well; OLD in all others.
+REWRITTEN = {
+    "pdata test --update": b"net\t" + FLOW_TEXT.splitlines()[1] + b"\n",
+    "pdata fmt --write": b'{"protocols":[{"name":"web","id":1000,"rules":[]}]}',
+}
+
+
+def old_of(flow):
+    return REWRITTEN.get(flow, OLD)
 
 
 class Folder:
@@ -80,14 +136,21 @@ class Folder:
     def __init__(self, options):
         self.path = tempfile.mkdtemp(prefix="faults_")
         self.bin = os.path.abspath(options.bin)
-        self.environment = {"LD_PRELOAD": os.path.abspath(options.library), "PATH": "/usr/bin:/bin",
-                            "FAULT_COUNTS": os.path.join(self.path, ".counts")}
+        os.mkdir(self.file("bin"))
+        os.mkdir(self.file("tmp"))
+        self.environment = {"LD_PRELOAD": os.path.abspath(options.library), "PATH": self.file("bin") + ":/usr/bin:/bin",
+                            "TMPDIR": self.file("tmp"), "FAULT_COUNTS": os.path.join(self.path, ".counts")}
         shutil.copytree(os.path.join(TOP, "examples", "cfg"), self.file("cfg"))
         shutil.copy(os.path.join(TOP, "tests", "faults", "in.pdd"), self.path)
         shutil.copy(os.path.join(TOP, "tests", "faults", "more.pdd"), self.path)
         for name in ("in", "more"):
             self.make("--pdd", name + ".pdd", "--cfg-path", "cfg", "--description",
                       "--pdb-out", name + ".pdb")
+        self.put("log.json", EVE)
+        self.put("capture", CAPTURE)
+        self.put("addresses.txt", b"192.0.2.0/24\n198.51.100.7\n")
+        self.put("bin/tshark", TSHARK)
+        os.chmod(self.file("bin/tshark"), 0o755)
         self.put("cases.tsv", b"web\t" + FLOW_TEXT.splitlines()[1] + b"\n")
         self.make("--pdb-in", "in.pdb", "--loadable", "--pdb-out", "loadable.pdb")
         for name in SOURCES:
@@ -116,9 +179,11 @@ class Folder:
         program, arguments, outputs, text = FLOWS[flow]
         for name in set(os.listdir(self.path)) - self.inputs - set(outputs):
             os.unlink(self.file(name))
+        for name in os.listdir(self.file("tmp")):
+            shutil.rmtree(self.file("tmp/" + name))
         for name in outputs:
-            if self.read(name) != OLD:
-                self.put(name, OLD)
+            if self.read(name) != old_of(flow):
+                self.put(name, old_of(flow))
         environment = dict(self.environment)
         if fault is not None:
             environment["FAULT_KIND"] = str(KINDS.index(fault[0]))
@@ -139,6 +204,8 @@ class Folder:
         names = set(os.listdir(self.path)) - self.inputs - set(outputs)
         if killed:
             names -= {name + TEMPORARY for name in outputs}
+        else:
+            names |= set(os.listdir(self.file("tmp")))
         return sorted(names)
 
 
@@ -147,6 +214,7 @@ class Whole:
 
     def __init__(self, folder, flow):
         self.outputs = FLOWS[flow][2]
+        self.old = old_of(flow)
         self.companion = FLOWS[flow][0] == COMPANION
         self.code, self.out, _ = folder.run(flow)
         self.files = {name: folder.read(name) for name in self.outputs}
@@ -172,7 +240,7 @@ def judge(folder, whole, kind, code, out, err):
     for name, content in files.items():
         if name == LISTING and content is not None and whole.files[name].endswith(content):
             continue
-        if content not in (OLD, whole.files[name]):
+        if content not in (whole.old, whole.files[name]):
             return f"status {code}, and {name} is neither the old file nor the new one"
     if ended:
         return "refused"
