@@ -49,3 +49,4 @@ install(FILES ${PDATA_MANUAL_DIR}/pdata.fish
     DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT runtime)
 
 install(DIRECTORY examples docs/schemas data DESTINATION ${PDATA_DATA_DIR} COMPONENT data)
+install(FILES docs/pdb.ksy DESTINATION ${PDATA_DATA_DIR} COMPONENT data)
