@@ -158,6 +158,23 @@ class Traps(unittest.TestCase):
                 self.assertEqual(done.stderr, b"")
                 self.assertEqual([flow["packets"] for flow in flows], [2])
 
+    def test_jobs_change_nothing_that_comes_out(self):
+        inputs = [self.path(name) for name in ("tunnel", "two_requests", "capitals")]
+        inputs += [os.path.join(ROOT, "examples", "eve.json"), self.path("missing"), "-",
+                   self.path("retransmission")]
+        with open(self.path("hop_by_hop"), "rb") as file:
+            source = file.read()[:-1] + b"cut"
+        services = write_services(self.folder.name)
+        for command in (["flows", "--json"], ["classify", "--summary", services],
+                        ["classify", "--window", "1", "--piece", "2", services]):
+            outcomes = []
+            for jobs in ("1", "2", "9"):
+                done = subprocess.run([PDATA, *command, "--jobs", jobs, *inputs], input=source,
+                                      check=False, capture_output=True)
+                outcomes.append((done.stdout, done.stderr, done.returncode))
+            self.assertEqual(outcomes[0][2], 3)
+            self.assertEqual(outcomes, outcomes[:1] * 3)
+
     def test_captures_are_cases(self):
         services = write_services(self.folder.name)
         cases = os.path.join(self.folder.name, "cases.tsv")

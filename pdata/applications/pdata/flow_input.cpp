@@ -4,9 +4,6 @@
 #include <cstring>
 #include <utility>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 namespace
 {
 
@@ -18,8 +15,9 @@ struct flow_input_run_t {
     console_t &console;
     flow_totals_t &totals;
     const flow_sink_t &sink;
+    capture_setup_t setup = {};
     log_reader_t logs = {};
-    capture_reader_t captures = {};
+    bool said_lacking = false;
     exit_status_t status = EXIT_STATUS_FINE;
 };
 
@@ -60,41 +58,37 @@ void fail(flow_input_run_t &run, const std::string &name, const std::string &rea
 void say_lacking(flow_input_run_t &run)
 {
     std::string names;
-    for (const std::string &field : std::exchange(run.captures.lacking, {}))
+    for (const std::string &field : run.setup.lacking)
         names += (names.empty() ? "" : ", ") + field;
-    if (!names.empty())
+    if (!std::exchange(run.said_lacking, true) && !names.empty())
         console_error(run.console, "this tshark lacks the fields {}", names);
 }
 
-void read_capture(flow_input_run_t &run, byte_source_t &source, capture_file_t &file,
+void read_capture(flow_input_run_t &run, capture_inputs_t &inputs, capture_input_t &input,
                   const std::string &name)
 {
-    std::string fault = capture_reader_open(run.captures);
-    say_lacking(run);
-    if (fault.empty())
-        fault = capture_reader_run(run.captures, source, file);
-    if (!fault.empty())
-        fail(run, name, fault);
+    if (capture_setup_ask(run.setup).empty())
+        say_lacking(run);
+    capture_inputs_take(inputs, input, [&run](flow_record_t &record) { hand_over(run, record); });
+    run.totals.bad_lines += input.counts.bad_lines;
+    run.totals.evicted += input.counts.evicted;
+    if (!input.fault.empty())
+        fail(run, name, input.fault);
 }
 
-void read_input(flow_input_run_t &run, const std::string &path)
+void read_input(flow_input_run_t &run, capture_inputs_t &inputs, size_t number)
 {
-    const bool standard = path == "-";
-    const std::string name = standard ? "standard input" : path;
-    byte_source_t source = {standard ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC)};
-    if (source.fd < 0) {
-        fail(run, name, std::strerror(errno));
-        return;
-    }
-    capture_file_t file;
-    if (capture_file_open(source, file))
-        read_capture(run, source, file, name);
+    capture_input_t &input = capture_inputs_begin(inputs, number);
+    const std::string name = input.path == "-" ? "standard input" : input.path;
+    if (input.system_error != 0)
+        fail(run, name, std::strerror(input.system_error));
+    else if (input.is_capture)
+        read_capture(run, inputs, input, name);
     else
-        read_lines(run, source, name);
-    if (source.system_error != 0)
-        fail(run, name, std::strerror(source.system_error));
-    if (!standard)
-        close(source.fd);
+        read_lines(run, input.source, name);
+    if (input.source.system_error != 0)
+        fail(run, name, std::strerror(input.source.system_error));
+    capture_inputs_end(input);
 }
 
 json_document_t end_document(const flow_record_t &record, const flow_end_t &end)
@@ -123,24 +117,28 @@ void flow_input_declare(CLI::App &app, flow_input_options_t &options)
     app.add_option("--piece", options.piece, "Packets of a capture that one tshark is given")
         ->check(CLI::Range(uint64_t{1}, uint64_t{1} << 32))
         ->capture_default_str();
+    app.add_option("--jobs", options.jobs,
+                   "Captures that are read at once; what comes out is the same")
+        ->type_name("N")
+        ->check(CLI::Range(size_t{1}, size_t{256}))
+        ->capture_default_str();
 }
 
 exit_status_t flow_input_run(const flow_input_options_t &options, console_t &console,
                              flow_totals_t &totals, const flow_sink_t &sink)
 {
     flow_input_run_t run = {options, console, totals, sink};
-    const flow_sink_t counted = [&run](flow_record_t &record) { hand_over(run, record); };
-    log_reader_open(run.logs, counted, options.window);
-    run.captures.table.sink = counted;
-    run.captures.table.window = options.window;
-    run.captures.table.payload_bytes = options.payload;
-    run.captures.piece = options.piece;
-    for (const std::string &path : options.inputs)
-        read_input(run, path);
+    log_reader_open(
+        run.logs, [&run](flow_record_t &record) { hand_over(run, record); }, options.window);
+    run.setup.window = options.window;
+    run.setup.payload_bytes = options.payload;
+    run.setup.piece = options.piece;
+    capture_inputs_t inputs(run.setup);
+    capture_inputs_open(inputs, options.inputs, options.jobs);
+    for (size_t number = 0; number < options.inputs.size(); ++number)
+        read_input(run, inputs, number);
     log_reader_end(run.logs);
-    capture_reader_close(run.captures);
-    totals.evicted += run.logs.evicted + run.captures.table.evicted;
-    totals.bad_lines += run.captures.bad_lines;
+    totals.evicted += run.logs.evicted;
     return run.status;
 }
 

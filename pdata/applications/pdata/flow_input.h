@@ -3,7 +3,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "capture_reader.h"
+#include "capture_inputs.h"
 #include "console.h"
 #include "exit_status.h"
 
@@ -14,6 +14,7 @@ struct flow_input_options_t {
     size_t window = FLOW_WINDOW;
     uint64_t piece = CAPTURE_PIECE;
     size_t payload = 256; ///< bytes of payload kept of each direction
+    size_t jobs = 1;      ///< captures that are read at once
 };
 
 /// What the inputs came to.

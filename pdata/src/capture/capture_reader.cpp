@@ -1,49 +1,50 @@
 #include "capture_reader.h"
 
-#include <algorithm>
-
 namespace
 {
 
-void take_line(capture_reader_t &reader, std::string_view line)
-{
-    packet_t packet;
-    std::string fault;
-    if (!packet_read(reader.packets, line, packet, fault)) {
-        reader.bad_lines += fault.empty() ? 0 : 1;
-        return;
-    }
-    uint8_t side = 0;
-    flow_record_t &record = flow_table_add(reader.table, packet, side);
-    if (!packet.embedded)
-        capture_rules_apply(reader.packets.rules, reader.packets.bag,
-                            {{}, packet.layers, side, packet.payload}, record);
-}
-
-/// A child, and the piece that it is given.
-struct piece_run_t {
-    capture_reader_t &reader;
+/// A capture on its way: its flows, its packets, and the child and the piece that it is given.
+struct capture_run_t {
+    const capture_setup_t &setup;
+    capture_counts_t &counts;
+    flow_table_t table = {};
+    packet_reader_t reader = {};
     tshark_sink_t sink = {};
     tshark_child_t child = {};
     uint64_t packets = 0;
 };
 
-std::string begin_piece(piece_run_t &run, const capture_file_t &file)
+void take_line(capture_run_t &run, std::string_view line)
+{
+    packet_t packet;
+    std::string fault;
+    if (!packet_read(run.reader, line, packet, fault)) {
+        run.counts.bad_lines += fault.empty() ? 0 : 1;
+        return;
+    }
+    uint8_t side = 0;
+    flow_record_t &record = flow_table_add(run.table, packet, side);
+    if (!packet.embedded)
+        capture_rules_apply(run.reader.rules, run.reader.bag,
+                            {{}, packet.layers, side, packet.payload}, record);
+}
+
+std::string begin_piece(capture_run_t &run, const capture_file_t &file)
 {
     run.packets = 0;
-    const std::string fault = tshark_start(run.reader.tshark, run.reader.packets.fields, run.child);
+    const std::string fault = tshark_start(run.setup.fields, run.child);
     if (fault.empty())
         run.child.out = file.header;
     return fault;
 }
 
-std::string end_piece(piece_run_t &run)
+std::string end_piece(capture_run_t &run)
 {
-    return tshark_finish(run.reader.tshark, run.child, run.sink);
+    return tshark_finish(run.child, run.sink);
 }
 
 /// Feeds the whole capture, from piece to piece.
-std::string feed(piece_run_t &run, byte_source_t &source, capture_file_t &file)
+std::string feed(capture_run_t &run, byte_source_t &source, capture_file_t &file)
 {
     std::string_view bytes;
     for (;;) {
@@ -53,9 +54,9 @@ std::string feed(piece_run_t &run, byte_source_t &source, capture_file_t &file)
             return block == CAPTURE_DAMAGED && fault.empty() ? "the capture is damaged or cut short"
                                                              : fault;
         }
-        if (block == CAPTURE_PACKET && ++run.packets > run.reader.piece) {
+        if (block == CAPTURE_PACKET && ++run.packets > run.setup.piece) {
             const std::string ended = end_piece(run);
-            flow_table_seam(run.reader.table);
+            flow_table_seam(run.table);
             const std::string fault = ended.empty() ? begin_piece(run, file) : ended;
             if (!fault.empty())
                 return fault;
@@ -68,38 +69,40 @@ std::string feed(piece_run_t &run, byte_source_t &source, capture_file_t &file)
     }
 }
 
+/// Asks tshark which of the fields that the table wants it has.
+void ask(capture_setup_t &setup)
+{
+    packet_reader_t reader;
+    packet_reader_open(reader);
+    std::unordered_set<std::string> known;
+    setup.fault = tshark_ask(known);
+    for (const std::string &field : reader.fields)
+        (known.contains(field) ? setup.fields : setup.lacking).push_back(field);
+}
+
 } // namespace
 
-std::string capture_reader_open(capture_reader_t &reader)
+const std::string &capture_setup_ask(capture_setup_t &setup)
 {
-    if (reader.ready)
-        return reader.fault;
-    reader.ready = true;
-    packet_reader_open(reader.packets);
-    reader.fault = tshark_open(reader.tshark);
-    if (!reader.fault.empty())
-        return reader.fault;
-    const auto lacks = [&reader](const std::string &field) {
-        return !reader.tshark.fields.contains(field);
-    };
-    std::ranges::copy_if(reader.packets.fields, std::back_inserter(reader.lacking), lacks);
-    std::erase_if(reader.packets.fields, lacks);
-    return {};
+    std::call_once(setup.asked, ask, setup);
+    return setup.fault;
 }
 
-void capture_reader_close(capture_reader_t &reader)
+std::string capture_read(capture_setup_t &setup, byte_source_t &source, capture_file_t &file,
+                         const flow_sink_t &sink, capture_counts_t &counts)
 {
-    tshark_close(reader.tshark);
-}
-
-std::string capture_reader_run(capture_reader_t &reader, byte_source_t &source,
-                               capture_file_t &file)
-{
-    piece_run_t run = {reader};
-    run.sink = [&reader](std::string_view line) { take_line(reader, line); };
+    if (!capture_setup_ask(setup).empty())
+        return setup.fault;
+    capture_run_t run = {setup, counts};
+    run.sink = [&run](std::string_view line) { take_line(run, line); };
+    run.table.sink = sink;
+    run.table.window = setup.window;
+    run.table.payload_bytes = setup.payload_bytes;
+    packet_reader_open(run.reader);
     std::string fault = begin_piece(run, file);
     if (fault.empty())
         fault = feed(run, source, file);
-    flow_table_end(reader.table);
+    flow_table_end(run.table);
+    counts.evicted += run.table.evicted;
     return fault;
 }

@@ -1,6 +1,8 @@
 /// Flows from captures: tshark is fed with them in pieces, and its packets are put into a table.
 #pragma once
 
+#include <mutex>
+
 #include "capture_file.h"
 #include "flow_table.h"
 #include "tshark.h"
@@ -8,25 +10,29 @@
 /// Packets that one child of tshark is given. Its memory grows with what it has seen.
 constexpr uint64_t CAPTURE_PIECE = 500000;
 
-/// Reads captures. Nothing is started before the first one.
-struct capture_reader_t {
-    flow_table_t table;
-    packet_reader_t packets;
-    tshark_t tshark;
-    bool ready = false;               ///< tshark was asked what it has
-    std::string fault;                ///< why it cannot be used
-    std::vector<std::string> lacking; ///< fields of the table that it lacks
+/// How captures are read, and the tshark that reads them: what all captures of a run share.
+struct capture_setup_t {
     uint64_t piece = CAPTURE_PIECE;
-    uint64_t bad_lines = 0; ///< of tshark's output
+    size_t window = FLOW_WINDOW;
+    size_t payload_bytes = 256;            ///< kept of each direction
+    std::once_flag asked = {};             ///< tshark was asked what it has
+    std::vector<std::string> fields = {};  ///< of the table, those that it has
+    std::vector<std::string> lacking = {}; ///< those that it lacks
+    std::string fault = {};                ///< why it cannot be used
 };
 
-/// Asks tshark what it has. Returns what is wrong, empty for nothing.
-[[nodiscard]] std::string capture_reader_open(capture_reader_t &reader);
+/// Asks tshark what it has, once, from any thread. Returns what is wrong, empty for nothing.
+[[nodiscard]] const std::string &capture_setup_ask(capture_setup_t &setup);
 
-/// Removes what was made.
-void capture_reader_close(capture_reader_t &reader);
+/// What a capture came to.
+struct capture_counts_t {
+    uint64_t bad_lines = 0; ///< of tshark's output
+    uint64_t evicted = 0;   ///< flows that were ended for want of room
+};
 
-/// Reads a capture that capture_file_open has begun; the flows that are open at its end are handed
-/// over. Returns what is wrong, empty for nothing; flows that were seen until then are handed over.
-[[nodiscard]] std::string capture_reader_run(capture_reader_t &reader, byte_source_t &source,
-                                             capture_file_t &file);
+/// Reads a capture that capture_file_open has begun and hands its flows to `sink`; those that are
+/// open at its end too. Returns what is wrong, empty for nothing; flows that were seen until then
+/// are handed over.
+[[nodiscard]] std::string capture_read(capture_setup_t &setup, byte_source_t &source,
+                                       capture_file_t &file, const flow_sink_t &sink,
+                                       capture_counts_t &counts);

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -79,32 +80,42 @@ int spawn(const std::vector<std::string> &arguments, const child_files_t &files,
     return fault;
 }
 
-std::string start(const tshark_t &tshark, const std::vector<std::string> &arguments,
-                  tshark_child_t &child)
+/// Makes both pipes and the file of messages, and says which ends the child gets. Returns errno;
+/// what was made until a fault is open.
+int open_files(tshark_child_t &child, child_files_t &files)
 {
     std::array<int, 2> in;
     std::array<int, 2> out;
-    if (pipe2(in.data(), O_CLOEXEC) != 0)
-        return std::strerror(errno);
-    if (pipe2(out.data(), O_CLOEXEC) != 0) {
-        const int fault = errno;
-        close(in[0]);
-        close(in[1]);
-        return std::strerror(fault);
-    }
-    const bool empty =
-        ftruncate(tshark.messages, 0) == 0 && lseek(tshark.messages, 0, SEEK_SET) == 0;
-    const int fault =
-        !empty ? errno : spawn(arguments, {in[0], out[1], tshark.messages}, child.pid);
-    close(in[0]);
-    close(out[1]);
+    child.messages = files.messages = memfd_create("tshark", MFD_CLOEXEC);
+    if (child.messages < 0 || pipe2(in.data(), O_CLOEXEC) != 0)
+        return errno;
     child.input = in[1];
+    files.input = in[0];
+    if (pipe2(out.data(), O_CLOEXEC) != 0)
+        return errno;
     child.output = out[0];
-    (void)fcntl(child.input, F_SETFL, O_NONBLOCK);
+    files.output = out[1];
+    return fcntl(child.input, F_SETFL, O_NONBLOCK) == 0 ? 0 : errno;
+}
+
+void close_files(std::initializer_list<int> files)
+{
+    for (const int fd : files)
+        if (fd >= 0)
+            close(fd);
+}
+
+std::string start(const std::vector<std::string> &arguments, tshark_child_t &child)
+{
+    child = {};
+    child_files_t files = {-1, -1, -1};
+    int fault = open_files(child, files);
+    if (fault == 0)
+        fault = spawn(arguments, files, child.pid);
+    close_files({files.input, files.output});
     if (fault == 0)
         return {};
-    close(child.input);
-    close(child.output);
+    close_files({child.input, child.output, child.messages});
     return fault == ENOENT ? missing : std::string("tshark: ") + std::strerror(fault);
 }
 
@@ -174,10 +185,10 @@ bool write_all(tshark_child_t &child, const tshark_sink_t &sink)
 }
 
 /// The last of the child's messages that is about the capture.
-std::string last_message(const tshark_t &tshark)
+std::string last_message(int messages)
 {
     std::array<char, size_t{1} << 16> bytes;
-    const ssize_t count = pread(tshark.messages, bytes.data(), bytes.size(), 0);
+    const ssize_t count = pread(messages, bytes.data(), bytes.size(), 0);
     std::string_view text(bytes.data(), count > 0 ? static_cast<size_t>(count) : 0);
     std::string_view last;
     while (!text.empty()) {
@@ -189,11 +200,11 @@ std::string last_message(const tshark_t &tshark)
     return std::string(last);
 }
 
-std::string how_it_ended(const tshark_t &tshark, int status)
+std::string how_it_ended(int messages, int status)
 {
     if (WIFEXITED(status) && WEXITSTATUS(status) == 0)
         return {};
-    const std::string message = last_message(tshark);
+    const std::string message = last_message(messages);
     if (!message.empty())
         return message;
     return WIFEXITED(status) ? "tshark ended with status " + std::to_string(WEXITSTATUS(status))
@@ -202,32 +213,21 @@ std::string how_it_ended(const tshark_t &tshark, int status)
 
 } // namespace
 
-std::string tshark_open(tshark_t &tshark)
+std::string tshark_ask(std::unordered_set<std::string> &fields)
 {
-    tshark.messages = memfd_create("tshark", MFD_CLOEXEC);
-    if (tshark.messages < 0)
-        return std::strerror(errno);
     tshark_child_t child;
-    const std::string fault = start(tshark, {"tshark", "-G", "fields"}, child);
+    const std::string fault = start({"tshark", "-G", "fields"}, child);
     if (!fault.empty())
         return fault;
-    return tshark_finish(tshark, child, [&tshark](std::string_view line) {
+    return tshark_finish(child, [&fields](std::string_view line) {
         if (!line.starts_with("F\t"))
             return;
         const size_t begin = line.find('\t', 2) + 1;
-        tshark.fields.emplace(line.substr(begin, line.find('\t', begin) - begin));
+        fields.emplace(line.substr(begin, line.find('\t', begin) - begin));
     });
 }
 
-void tshark_close(tshark_t &tshark)
-{
-    if (tshark.messages >= 0)
-        close(tshark.messages);
-    tshark.messages = -1;
-}
-
-std::string tshark_start(const tshark_t &tshark, const std::vector<std::string> &fields,
-                         tshark_child_t &child)
+std::string tshark_start(const std::vector<std::string> &fields, tshark_child_t &child)
 {
     std::vector<std::string> arguments = {"tshark", "-n",
                                           "-l",     "-Q",
@@ -239,8 +239,7 @@ std::string tshark_start(const tshark_t &tshark, const std::vector<std::string> 
         arguments.emplace_back("-e");
         arguments.push_back(field);
     }
-    child = {};
-    return start(tshark, arguments, child);
+    return start(arguments, child);
 }
 
 bool tshark_feed(tshark_child_t &child, std::string_view bytes, const tshark_sink_t &sink)
@@ -249,7 +248,7 @@ bool tshark_feed(tshark_child_t &child, std::string_view bytes, const tshark_sin
     return child.out.size() < feed_step || write_all(child, sink);
 }
 
-std::string tshark_finish(const tshark_t &tshark, tshark_child_t &child, const tshark_sink_t &sink)
+std::string tshark_finish(tshark_child_t &child, const tshark_sink_t &sink)
 {
     (void)write_all(child, sink);
     close(child.input);
@@ -261,6 +260,8 @@ std::string tshark_finish(const tshark_t &tshark, tshark_child_t &child, const t
     int status = 0;
     while (waitpid(child.pid, &status, 0) < 0 && errno == EINTR)
         ;
+    const std::string fault = how_it_ended(child.messages, status);
+    close(child.messages);
     child = {};
-    return how_it_ended(tshark, status);
+    return fault;
 }

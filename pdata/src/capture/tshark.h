@@ -12,12 +12,6 @@
 
 #include <sys/types.h>
 
-/// What is known of the tshark of this machine.
-struct tshark_t {
-    int messages = -1; ///< a file in memory for the messages of a child, closed by tshark_close
-    std::unordered_set<std::string> fields;
-};
-
 /// Takes a line of the child's output.
 using tshark_sink_t = std::function<void(std::string_view)>;
 
@@ -26,19 +20,17 @@ struct tshark_child_t {
     pid_t pid = -1;
     int input = -1;
     int output = -1;
-    std::string out; ///< bytes that the child does not have yet
-    std::string in;  ///< the beginning of a line
+    std::string out;   ///< bytes that the child does not have yet
+    std::string in;    ///< the beginning of a line
+    int messages = -1; ///< a file in memory for what it writes to standard error
 };
 
-/// Asks tshark which fields it has. Returns what is wrong, empty for nothing.
-[[nodiscard]] std::string tshark_open(tshark_t &tshark);
-
-/// Gives the file of the messages back.
-void tshark_close(tshark_t &tshark);
+/// Asks the tshark of this machine which fields it has. Returns what is wrong, empty for nothing.
+[[nodiscard]] std::string tshark_ask(std::unordered_set<std::string> &fields);
 
 /// Starts a child that prints `fields` of each packet. Returns what is wrong, empty for nothing.
-[[nodiscard]] std::string
-tshark_start(const tshark_t &tshark, const std::vector<std::string> &fields, tshark_child_t &child);
+[[nodiscard]] std::string tshark_start(const std::vector<std::string> &fields,
+                                       tshark_child_t &child);
 
 /// Gives the child some of a capture and takes what it has printed by now. Returns false when it is
 /// gone; tshark_finish says why.
@@ -47,5 +39,4 @@ tshark_start(const tshark_t &tshark, const std::vector<std::string> &fields, tsh
 
 /// Ends the capture, takes the rest and waits for the child. Returns what is wrong, empty for
 /// nothing.
-[[nodiscard]] std::string tshark_finish(const tshark_t &tshark, tshark_child_t &child,
-                                        const tshark_sink_t &sink);
+[[nodiscard]] std::string tshark_finish(tshark_child_t &child, const tshark_sink_t &sink);
