@@ -85,8 +85,9 @@ void put_rule(void *context, const view_catalog_rule_t &rule)
     for (const std::string_view name : rule.path)
         console_print(listing.console, "/{}", escape_terminal(name));
     console_print(listing.console, "{}priority {}:{}, scope {}{}, {} values\n",
-                  rule.path.empty() ? "" : ", ", rule.fields.priority >> 24,
-                  rule.fields.priority & 0xFFFFFF, fmt::join(scope_words(rule.fields.scope), " "),
+                  rule.path.empty() ? "" : ", ", format_priority_range(rule.fields.priority),
+                  format_priority_order(rule.fields.priority),
+                  fmt::join(scope_words(rule.fields.scope), " "),
                   rule.fields.preempt != 0 ? ", preempt" : "", rule.values);
 }
 

@@ -1,6 +1,7 @@
 #include <array>
 
 #include "escape.h"
+#include "format_values.h"
 #include "match_answer.h"
 
 namespace
@@ -25,7 +26,7 @@ std::string path_text(const loadable_t &loadable, const match_rule_t &rule)
 
 std::string priority_text(uint32_t priority)
 {
-    return fmt::format("{}:{}", priority >> 24, priority & 0xFFFFFF);
+    return fmt::format("{}:{}", format_priority_range(priority), format_priority_order(priority));
 }
 
 /// Names the value that an item stands for.

@@ -18,6 +18,16 @@
 /// The version identifier of a rule that has none.
 constexpr uint32_t RULE_VID_NONE = 0xFFFFFFFF;
 
+/// The range of a rule's priority word, and the order within it; the smallest word is the best.
+constexpr uint32_t format_priority_range(uint32_t priority)
+{
+    return priority >> 24;
+}
+constexpr uint32_t format_priority_order(uint32_t priority)
+{
+    return priority & 0xFFFFFF;
+}
+
 /// Units, in the order of the table.
 enum format_unit_t : uint8_t {
 #define FORMAT_UNIT(unit, what) FORMAT_UNIT_##unit,

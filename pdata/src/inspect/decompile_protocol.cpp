@@ -3,6 +3,7 @@
 #include "alias_undo.h"
 #include "csa_types.h"
 #include "decompile_text.h"
+#include "format_values.h"
 #include "lost_text.h"
 #include "scope_words.h"
 
@@ -152,8 +153,8 @@ void put_rule(protocol_writing_t &writing, const model_rule_t &rule, const rule_
         text += ',';
     text += '{';
     put_member(text, "order",
-               std::to_string(rule.priority >> 24) + ':' +
-                   std::to_string(rule.priority & 0xFFFFFF));
+               std::to_string(format_priority_range(rule.priority)) + ':' +
+                   std::to_string(format_priority_order(rule.priority)));
     put_scope(text, keys.scope);
     put_flag(text, "fastpass", keys.fastpass);
     put_flag(text, "preempt", keys.preempt);

@@ -6,6 +6,7 @@
 #include <unordered_map>
 
 #include "csa_types.h"
+#include "format_values.h"
 
 namespace
 {
@@ -34,7 +35,8 @@ std::string joined(const std::vector<text_pair_t> &pairs)
 
 std::string order_of(const model_rule_t &rule)
 {
-    return std::to_string(rule.priority >> 24) + ':' + std::to_string(rule.priority & 0xFFFFFF);
+    return std::to_string(format_priority_range(rule.priority)) + ':' +
+           std::to_string(format_priority_order(rule.priority));
 }
 
 std::string flags_of(const model_rule_t &rule)

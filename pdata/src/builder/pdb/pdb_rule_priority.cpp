@@ -1,5 +1,7 @@
 #include "pdb_rule_priority.h"
 
+#include "format_values.h"
+
 pdata_status_t pdb_rule_get_priority(uint32_t rule_range, uint32_t rule_order, uint32_t *rule_prio)
 {
     if (rule_range > PDB_RULE_RANGE_MAX)
@@ -14,10 +16,10 @@ pdata_status_t pdb_rule_get_priority(uint32_t rule_range, uint32_t rule_order, u
 
 uint32_t pdb_rule_get_range(uint32_t prio)
 {
-    return prio >> 24;
+    return format_priority_range(prio);
 }
 
 uint32_t pdb_rule_get_order(uint32_t prio)
 {
-    return prio & PDB_RULE_ORDER_MAX;
+    return format_priority_order(prio);
 }
