@@ -23,8 +23,8 @@ const sig_list_row sig_list[] = {
 
 /// A protocol of the compile. It never moves: exports point at the name.
 struct mapping_row {
-    uint32_t id = 0;
-    std::array<char, PDATA_SIG_EXPORT_NAME_MAX + 1> name{};
+    uint32_t map_proto_id = 0;
+    std::array<char, PDATA_SIG_EXPORT_NAME_MAX + 1> map_proto_name{};
 };
 
 /// By index; null for what was not noted. Empty, it holds no memory.
@@ -81,22 +81,23 @@ pdata_status_t pdata_sig_export_mapping_add(uint32_t index, uint32_t id, csa_str
     if (mapping[index] == nullptr)
         mapping[index] = std::make_unique<mapping_row>();
     mapping_row &row = *mapping[index];
-    row.id = id;
-    const size_t len = csa_str_view(name).copy(row.name.data(), PDATA_SIG_EXPORT_NAME_MAX);
-    row.name[len] = '\0';
+    row.map_proto_id = id;
+    const size_t len =
+        csa_str_view(name).copy(row.map_proto_name.data(), PDATA_SIG_EXPORT_NAME_MAX);
+    row.map_proto_name[len] = '\0';
     return PDATA_SUCCESS;
 }
 
 uint32_t pdata_sig_export_get_proto_id(uint32_t index)
 {
     const mapping_row *row = mapping_find(index);
-    return row != nullptr ? row->id : 0;
+    return row != nullptr ? row->map_proto_id : 0;
 }
 
 const char *pdata_sig_export_get_proto_name(uint32_t index)
 {
     const mapping_row *row = mapping_find(index);
-    return row != nullptr ? row->name.data() : "";
+    return row != nullptr ? row->map_proto_name.data() : "";
 }
 
 pdata_status_t pdata_sig_export_set_context(pdata_sig_export_t *sig_export, uint32_t index,
