@@ -43,12 +43,15 @@ std::vector<uint8_t> make_suffix_pdb(const std::set<std::string> &suffixes)
     return compile(model).bytes;
 }
 
-/// A host name below a suffix or near one, some of it in capitals, down to no byte at all.
+/// A host name below a suffix or near one, some of it in capitals or behind zeros, down to no byte
+/// at all.
 std::string make_host(random_match_t &random, const std::set<std::string> &suffixes)
 {
     std::string host = word(random, 0, 9) + *std::next(suffixes.begin(), random.below(NR_SUFFIX));
     if (random.one_in(3))
         host.erase(0, random.below(static_cast<uint32_t>(host.size()) + 1));
+    if (random.one_in(4))
+        host.insert(0, 1 + random.below(4), '\0');
     if (!host.empty() && random.one_in(2)) {
         char &c = host[random.below(static_cast<uint32_t>(host.size()))];
         c = static_cast<char>(c ^ (random.one_in(3) ? 1 : 0x20));

@@ -56,7 +56,7 @@ pdata_rule pdata_flow_best(const pdata_flow *flow)
         return 0;
     const match_complete_t *best = nullptr;
     pdata_protocol missing = 0;
-    for (const match_complete_t &complete : flow->room.complete)
+    for (const match_complete_t &complete : flow->room.complete.all())
         if ((best == nullptr || is_better(complete, *best)) &&
             match_missing_bottoms(*flow, complete.rule, &missing) == 0)
             best = &complete;
@@ -67,7 +67,7 @@ size_t pdata_flow_rules(pdata_flow *flow, pdata_rule *rules, size_t capacity)
 {
     if (flow == nullptr)
         return 0;
-    std::vector<match_complete_t> &complete = flow->room.complete;
+    const std::span<match_complete_t> complete = flow->room.complete.all();
     std::sort(complete.begin(), complete.end(), is_better);
     size_t nr = 0;
     pdata_protocol missing = 0;
@@ -85,7 +85,7 @@ size_t pdata_flow_items(const pdata_flow *flow, pdata_item *items, size_t capaci
 {
     if (flow == nullptr)
         return 0;
-    const std::vector<uint32_t> &found = flow->room.items;
+    const std::span<const uint32_t> found = flow->room.items.all();
     if (items != nullptr)
         std::copy_n(found.begin(), std::min(capacity, found.size()), items);
     return found.size();

@@ -49,6 +49,7 @@ struct match_matcher_t {
     std::vector<uint8_t>
         skips[2]; ///< of the plain and the offset-aware automaton, see MATCH_SKIP_TABLE
     pdata_kind kind = PDATA_BYTES;
+    bool forwards = false; ///< it has an engine that goes from the front
 };
 
 /// An attribute under which values are handed over.
@@ -93,6 +94,7 @@ struct pdata_db {
     std::vector<uint32_t> attribute_matchers;  ///< indexes of `matchers`
     std::vector<std::string_view> protocols;   ///< by number - 1, in byte order
     std::vector<match_rule_t> rules;           ///< by rule id - 1
+    uint32_t nr_complete = 0;                  ///< most rules that a flow can complete
     uint32_t nr_progress = 0;                  ///< most groups and checks of a matcher
     uint32_t nr_node = 0;                      ///< most nodes of a dot-prefix matcher
     std::once_flag owners_made;
@@ -130,6 +132,12 @@ std::vector<uint32_t> match_item_owners(const pdata_db &db);
 
 /// Returns the scope bits that admit a protocol: its own, if it is a scope word, and "all".
 [[nodiscard]] uint32_t match_scope_of(std::string_view protocol);
+
+/// Tells whether an item is the only one of its rule.
+inline bool match_is_only(const view_slot_t &slot)
+{
+    return slot.bitset_full == 1 && slot.bitset_pos == 0;
+}
 
 /// Returns the bytes of the indexes, and those of the compiled checks.
 [[nodiscard]] size_t match_index_bytes(const pdata_db &db);

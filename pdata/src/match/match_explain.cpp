@@ -49,8 +49,9 @@ pdata_item find_missing_item(const pdata_flow &flow, uint32_t rule)
 void list_near(pdata_flow &flow)
 {
     std::vector<uint32_t> &sorted = flow.room.sorted;
-    sorted.assign(flow.room.begun.begin(), flow.room.begun.end());
-    for (const match_complete_t &complete : flow.room.complete)
+    const std::span<const uint32_t> begun = flow.room.begun.all();
+    sorted.assign(begun.begin(), begun.end());
+    for (const match_complete_t &complete : flow.room.complete.all())
         if (first_slot(*flow.db, complete.rule).bitset_full == 1)
             sorted.push_back(complete.rule);
     std::erase_if(sorted, [&](uint32_t rule) { return !is_near(flow, rule); });

@@ -20,17 +20,17 @@ bool admits(const pdata_db &db, const match_attribute_t &attribute, const view_s
 /// Sets the bit of an item and notes the rule if that was the last one.
 void set_bit(match_room_t &room, const view_slot_t &slot)
 {
-    if (slot.bitset_full == 1 && slot.bitset_pos == 0) { // its only item, which counts once
-        room.complete.push_back({slot.rule_id, slot.priority});
+    if (match_is_only(slot)) { // it counts once
+        room.complete.add({slot.rule_id, slot.priority});
         return;
     }
     uint16_t &bits = room.bits[slot.rule_id - 1];
     const uint16_t before = bits;
-    bits = static_cast<uint16_t>(bits | 1U << slot.bitset_pos);
+    bits = static_cast<uint16_t>(bits | 1U << (slot.bitset_pos % RULE_MAX_ITEM));
     if (before == 0)
-        room.begun.push_back(slot.rule_id);
+        room.begun.add(slot.rule_id);
     if (bits == slot.bitset_full && before != bits)
-        room.complete.push_back({slot.rule_id, slot.priority});
+        room.complete.add({slot.rule_id, slot.priority});
 }
 
 /// Returns the progress of a group or check, as new in another run.
@@ -82,9 +82,10 @@ void match_room_make(const pdata_db &db, uint32_t flags, match_room_t &room)
     room.items.reserve(nr_slot);
     room.bits.resize(nr_rule);
     room.begun.reserve(nr_rule);
-    room.complete.reserve(nr_rule);
-    room.sorted.reserve(2 * nr_rule);
+    room.complete.reserve(db.nr_complete);
+    room.sorted.reserve(nr_rule + db.nr_complete);
     room.protocols.resize(db.protocols.size() / 64 + 1);
+    room.noted.reserve(db.protocols.size());
     room.progress.resize(db.nr_progress);
     for (std::vector<uint32_t> &nodes : room.nodes)
         nodes.reserve(db.nr_node);
@@ -98,14 +99,16 @@ void match_room_make(const pdata_db &db, uint32_t flags, match_room_t &room)
 
 void match_room_reset(match_room_t &room)
 {
-    for (const uint32_t item : room.items)
+    for (const uint32_t item : room.items.all())
         room.counted[item / 64] = 0;
-    for (const uint32_t rule : room.begun)
+    for (const uint32_t rule : room.begun.all())
         room.bits[rule - 1] = 0;
     room.items.clear();
     room.begun.clear();
     room.complete.clear();
-    std::fill(room.protocols.begin(), room.protocols.end(), 0);
+    for (const uint32_t protocol : room.noted.all())
+        room.protocols[protocol / 64] = 0;
+    room.noted.clear();
     room.protocols_said = false;
     if (room.explained != nullptr) {
         room.explained->findings.clear();
@@ -125,7 +128,7 @@ pdata_outcome match_count(pdata_flow &flow, const match_attribute_t &attribute, 
     if ((room.counted[item / 64] & bit) != 0)
         return PDATA_COUNTED;
     room.counted[item / 64] |= bit;
-    room.items.push_back(item);
+    room.items.add(item);
     set_bit(room, slot);
     return PDATA_COUNTED;
 }

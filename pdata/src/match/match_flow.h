@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "match_database.h"
+#include "match_list.h"
 
 /// Where the pieces of a permutation, or a second check, stand within one value.
 struct match_progress_t {
@@ -17,8 +18,8 @@ struct match_progress_t {
 
 /// A rule all of whose items count.
 struct match_complete_t {
-    uint32_t rule = 0;
-    uint32_t priority = 0;
+    uint32_t rule;
+    uint32_t priority;
 };
 
 /// What a flow made with PDATA_FLOW_EXPLAIN keeps.
@@ -30,17 +31,18 @@ struct match_findings_t {
 
 /// What belongs to one database.
 struct match_room_t {
-    std::vector<uint64_t> counted;          ///< bit by item: it counts
-    std::vector<uint32_t> items;            ///< that count, in the order of finding
-    std::vector<uint16_t> bits;             ///< by rule: bits of its items that count
-    std::vector<uint32_t> begun;            ///< rules of several items that have bits
-    std::vector<match_complete_t> complete; ///< rules all of whose items count
-    std::vector<uint32_t> sorted;           ///< rules, for answers
-    std::vector<uint64_t> protocols;        ///< bit by protocol: the flow has it
-    bool protocols_said = false;            ///< these are all, so that a missing one counts
-    std::vector<match_progress_t> progress; ///< of the matcher at work: groups, then checks
-    std::vector<uint32_t> nodes[2];         ///< of a dot-prefix matcher at work
-    std::vector<uint32_t> node_serial;      ///< by node: the step in which it became current
+    std::vector<uint64_t> counted;           ///< bit by item: it counts
+    match_list_t<uint32_t> items;            ///< that count, in the order of finding
+    std::vector<uint16_t> bits;              ///< by rule: bits of its items that count
+    match_list_t<uint32_t> begun;            ///< rules of several items that have bits
+    match_list_t<match_complete_t> complete; ///< rules all of whose items count
+    std::vector<uint32_t> sorted;            ///< rules, for answers
+    std::vector<uint64_t> protocols;         ///< bit by protocol: the flow has it
+    match_list_t<uint32_t> noted;            ///< those protocols
+    bool protocols_said = false;             ///< these are all, so that a missing one counts
+    std::vector<match_progress_t> progress;  ///< of the matcher at work: groups, then checks
+    std::vector<uint32_t> nodes[2];          ///< of a dot-prefix matcher at work
+    std::vector<uint32_t> node_serial;       ///< by node: the step in which it became current
     uint32_t node_step = 0;
     uint32_t serial = 0; ///< of the last run of a matcher over a value
     match_expression_room_t expression;
@@ -58,9 +60,14 @@ struct match_value_t {
     std::span<const uint8_t> data;
     const match_attribute_t &attribute;
     const match_matcher_t &matcher;
-    bool more = false;    ///< more data may follow
-    bool ordinary = true; ///< patterns without a minimum of their own count
+    bool more = false; ///< more data may follow
 };
+
+/// Tells whether patterns without a minimum of their own count.
+inline bool match_is_ordinary(const match_value_t &value)
+{
+    return !value.more || value.data.size() >= value.matcher.view.min_data;
+}
 
 /// Makes room for the findings of a flow of a database. std::bad_alloc passes.
 std::unique_ptr<match_findings_t> match_findings_make(const pdata_db &db);

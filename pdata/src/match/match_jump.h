@@ -3,14 +3,15 @@
 /// Most of a walk over thousands of host names goes through the few rows that all of them share
 /// (".com"), one dependent look at memory after the other. The last bytes of the data, as one key
 /// in a hash table, lead behind them at once: to a row, or into the compressed edge that only one
-/// pattern goes on with, whose rest is compared eight bytes at a time. Beside it stands what ends
-/// there, which spares the walk the row, its record and the second level. Data whose last bytes no
-/// pattern has is done with one look. Copying the rows themselves was turned down: they are used
-/// where they lie.
+/// pattern goes on with, up to eight bytes of which stand beside the key and are compared at once.
+/// With them stands what ends there, which spares the walk the row, its record and the second
+/// level. Data whose last bytes no pattern has is done with one look, or one more for each length
+/// of the shorter patterns. Copying the rows themselves was turned down: they are used where they
+/// lie.
 ///
-/// Keys lie in buckets of one cache line, with what they lead to in the line behind it, which is
-/// on its way while they are compared; a full bucket goes on in the next (D. E. Knuth, "The
-/// Art of Computer Programming", volume 3, 1973, section 6.4).
+/// A key has one place, which a displacement of its bucket makes free of others (D. Belazzougui,
+/// F. C. Botelho, M. Dietzfelbinger, "Hash, displace, and compress", 2009): a look is a byte from a
+/// small table and one entry.
 #pragma once
 
 #include <cstdint>
@@ -22,56 +23,94 @@
 /// What ends at a row: the number of the item, and marks.
 constexpr uint32_t MATCH_END_NONE = UINT32_MAX;
 constexpr uint32_t MATCH_END_RECORD = UINT32_MAX - 1; ///< see its record
+constexpr uint32_t MATCH_END_ABOVE = UINT32_MAX - 2;  ///< of a key: a shorter pattern ends, too
 constexpr uint32_t MATCH_END_LEAF = 0x80000000;       ///< no pattern goes on
 constexpr uint32_t MATCH_END_ITEM = 0x3FFFFFFF;
 
-/// Keys of a bucket.
-constexpr uint32_t MATCH_JUMP_BUCKET = 8;
+/// Tells whether an item is what ends.
+inline bool match_end_is_item(uint32_t end)
+{
+    return end < MATCH_END_ABOVE;
+}
 
-/// Where a key leads.
-enum match_jump_kind_t : uint8_t {
-    MATCH_JUMP_ROOT, ///< a pattern ends above: the walk begins at the root
-    MATCH_JUMP_ROW,
-    MATCH_JUMP_CHAIN, ///< into a compressed edge
-};
-struct match_jump_place_t {
-    uint16_t number = 0; ///< of a row or a compressed edge
-    uint8_t passed = 0;  ///< bytes of the edge that the key has
-    match_jump_kind_t kind = MATCH_JUMP_ROOT;
-    uint32_t end = MATCH_END_RECORD; ///< what ends at the row, or at that behind the edge
-};
-
-/// Two cache lines. A key is the last bytes of data, the last one most significant; 0 for a free
-/// one.
-struct alignas(64) match_jump_bucket_t {
-    uint64_t keys[MATCH_JUMP_BUCKET] = {};
-    match_jump_place_t places[MATCH_JUMP_BUCKET] = {};
+/// A key, and where it leads.
+struct match_jump_entry_t {
+    uint64_t key = 0;   ///< the last bytes of data, the last one most significant
+    uint64_t rest = 0;  ///< what the data must go on with, in the same order; of more than
+                        ///< eight bytes where they begin in the edges of the tree
+    uint32_t end = 0;   ///< what ends at `row`
+    uint16_t row = 0;   ///< where the walk begins, behind the rest
+    uint8_t length = 0; ///< bytes of the key; 0 for a free entry
+    uint8_t nr_rest = 0;
 };
 
-/// Where a walk begins.
-struct match_jump_start_t {
-    uint32_t row = 0;
-    uint32_t depth = 0; ///< bytes passed
-    uint32_t end = MATCH_END_RECORD;
+/// The paths of a tree that become keys: all of one length, and those of shorter patterns.
+struct match_jump_paths_t {
+    std::vector<match_jump_entry_t> entries; ///< `end` is the row whose end it will tell
+    uint32_t short_lengths = 0;              ///< bit by length: a shorter pattern has it
 };
+
+/// Returns the bytes that are passed where an entry leads.
+inline uint32_t match_jump_depth(const match_jump_entry_t &entry)
+{
+    return entry.end == MATCH_END_ABOVE ? 0 : uint32_t{entry.length} + entry.nr_rest;
+}
 
 struct match_jump_t {
-    uint32_t length = 0;                      ///< bytes of a key; 0 where there is no table
-    uint32_t shift = 0;                       ///< of a hash
-    bool icase = false;                       ///< keys are folded
-    bool short_ends = false;                  ///< patterns end above the rows of the table
-    std::vector<match_jump_bucket_t> buckets; ///< at most three quarters full
+    uint32_t length = 0;        ///< bytes of a key; 0 where there is no table
+    uint32_t short_lengths = 0; ///< bit by length: there are shorter keys of it
+    uint32_t shift = 0;         ///< of a hash, to a bucket
+    uint32_t nr_place = 0;      ///< of entries, free ones included
+    uint64_t salt = 0;          ///< of the hash
+    bool icase = false;         ///< keys are folded
+    std::vector<uint8_t> displacements;
+    std::vector<match_jump_entry_t> entries;
 };
 
 /// Makes the table of a suffix tree whose second level has `roles`, in at most `room` bytes; small
-/// trees have none. std::bad_alloc passes.
+/// trees, and those that have a pattern without bytes, have none. std::bad_alloc passes.
 void match_jump_make(const view_radix_t &tree, bool icase, std::span<const uint32_t> roles,
                      size_t room, match_jump_t &jump);
+
+/// Finds the paths of `length` bytes, and those of shorter patterns: at most `most`. Returns false
+/// where there are more, or none. std::bad_alloc passes.
+[[nodiscard]] bool match_jump_find_paths(const view_radix_t &tree, bool icase, uint32_t length,
+                                         size_t most, match_jump_paths_t &paths);
+
+/// Gives every entry a place of its own. Returns false where the keys do not take one: then the
+/// table is as it was. std::bad_alloc passes.
+[[nodiscard]] bool match_jump_place(std::span<const match_jump_entry_t> entries,
+                                    match_jump_t &jump);
 
 /// Returns the bytes of a table.
 [[nodiscard]] size_t match_jump_bytes(const match_jump_t &jump);
 
-/// Gives where the walk of `tree` over `data` may begin. Returns false where no pattern matches.
-/// For a jump with a table.
-[[nodiscard]] bool match_jump_find(const match_jump_t &jump, const view_radix_t &tree,
-                                   std::span<const uint8_t> data, match_jump_start_t &start);
+/// Returns how many entries a table of `room` bytes has.
+[[nodiscard]] size_t match_jump_most(size_t room);
+
+/// Returns the hash of a key.
+inline uint64_t match_jump_hash(const match_jump_t &jump, uint64_t key, uint32_t length)
+{
+    constexpr uint64_t golden = 0x9E3779B97F4A7C15ULL; // D. E. Knuth, multiplicative hashing
+    const uint64_t hash = (key ^ (jump.salt + length) * golden) * golden;
+    return hash ^ hash >> 32;
+}
+
+/// Returns the bucket of a hash.
+inline uint32_t match_jump_bucket(const match_jump_t &jump, uint64_t hash)
+{
+    return static_cast<uint32_t>(hash) >> jump.shift;
+}
+
+/// Returns where a hash goes with the displacement of its bucket.
+inline uint32_t match_jump_place_of(const match_jump_t &jump, uint64_t hash, uint8_t displacement)
+{
+    const auto first = static_cast<uint32_t>(hash >> 32);
+    const auto step = static_cast<uint32_t>(hash) | 1;
+    return static_cast<uint32_t>(uint64_t{first + displacement * step} * jump.nr_place >> 32);
+}
+
+/// Returns the entry that the walk of `tree` over `data` may begin with, or null where no pattern
+/// matches. For a jump with a table.
+[[nodiscard]] const match_jump_entry_t *
+match_jump_find(const match_jump_t &jump, const view_radix_t &tree, std::span<const uint8_t> data);

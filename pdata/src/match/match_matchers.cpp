@@ -74,10 +74,18 @@ std::vector<uint8_t> make_skips(const view_aho_corasick_t &engine)
     return skips;
 }
 
+/// Tells whether a matcher has an engine that goes from the front.
+bool goes_forwards(const view_pattern_t &pattern)
+{
+    return pattern.aho_corasick.rows.nr_row != 0 || pattern.ahoff_corasick.rows.nr_row != 0 ||
+           pattern.prefix_tree.rows.nr_row != 0 || pattern.dot_prefix.rows.nr_row != 0;
+}
+
 /// Makes the indexes of a stream matcher; what its table of the suffix tree takes goes off `room`.
 void index_stream(match_matcher_t &matcher, size_t &room)
 {
     const view_pattern_t &pattern = matcher.view.pattern;
+    matcher.forwards = goes_forwards(pattern);
     match_index_second_level(matcher);
     match_jump_make(pattern.suffix_tree, (pattern.algo & PATTERN_ALGO_ICASE) != 0, matcher.roles,
                     room, matcher.suffix_jump);

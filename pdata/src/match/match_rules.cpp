@@ -36,7 +36,8 @@ bool fail_slot(const pdata_db &db, uint32_t item, uint32_t rule, view_error_t &e
                      "rules: rule engine: item %u: rule %u differs from slot to slot", item, rule);
 }
 
-/// Notes the first item of every rule, and checks that all its slots say the same of it.
+/// Notes the first item of every rule, counts what can complete one, and checks that all its slots
+/// say the same of it.
 bool index_slots(pdata_db &db, view_error_t &error)
 {
     for (uint32_t item = 1; item < db.view.rules.nr_slot; ++item) {
@@ -44,6 +45,8 @@ bool index_slots(pdata_db &db, view_error_t &error)
         if (slot.rule_id == 0)
             continue;
         uint32_t &first = db.rules[slot.rule_id - 1].first_item;
+        if (first == 0 || match_is_only(slot)) // of damaged slots, several may be the only one
+            ++db.nr_complete;
         if (first == 0)
             first = item;
         const view_slot_t known = view_rules_slot(db.view.rules, first);

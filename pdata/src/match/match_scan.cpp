@@ -8,7 +8,8 @@ namespace
 /// Tells whether a pattern with a minimum of its own, or none, counts.
 bool counts(const match_value_t &value, uint32_t mindata)
 {
-    return mindata == PATTERN_MINDATA_NONE ? value.ordinary : value.data.size() >= mindata;
+    return mindata == PATTERN_MINDATA_NONE ? match_is_ordinary(value)
+                                           : value.data.size() >= mindata;
 }
 
 /// Reports the items of an automaton's state that may end at `end`.
@@ -218,41 +219,36 @@ void scan_forwards(pdata_flow &flow, const match_value_t &value)
     }
 }
 
-/// Reports what ends where a walk from the back begins, by the short way where there is one.
-/// Returns false where no pattern goes on.
-bool report_end(pdata_flow &flow, const match_value_t &value, const radix_run_t &run, uint32_t end)
-{
-    if (end == MATCH_END_NONE)
-        return true;
-    if (end == MATCH_END_RECORD) {
-        report_row(flow, value, run);
-        return true;
-    }
-    const auto size = static_cast<uint32_t>(value.data.size());
-    match_found(flow, value, end & MATCH_END_ITEM, {size - run.at, size});
-    return (end & MATCH_END_LEAF) == 0;
-}
-
-void scan_backwards(pdata_flow &flow, const match_value_t &value)
+/// Walks from the back, from a row of the suffix tree that `at` bytes lead to, to where no pattern
+/// goes on. What ends at the first row is reported only if `reports_first`.
+void walk_backwards(pdata_flow &flow, const match_value_t &value, uint32_t row, uint32_t at,
+                    bool reports_first)
 {
     const view_pattern_t &pattern = value.matcher.view.pattern;
-    const match_jump_t &jump = value.matcher.suffix_jump;
-    match_jump_start_t start;
-    if (jump.length != 0 && !match_jump_find(jump, pattern.suffix_tree, value.data, start))
-        return;
-    radix_run_t suffix{pattern.suffix_tree, true, (pattern.algo & PATTERN_ALGO_ICASE) != 0,
-                       start.row, start.depth};
-    if (!report_end(flow, value, suffix, start.end))
-        return;
+    radix_run_t suffix{pattern.suffix_tree, true, (pattern.algo & PATTERN_ALGO_ICASE) != 0, row,
+                       at};
+    if (reports_first)
+        report_row(flow, value, suffix);
     while (step(value, suffix))
         report_row(flow, value, suffix);
 }
 
-/// Tells whether a matcher has an engine that goes from the front.
-bool goes_forwards(const view_pattern_t &pattern)
+/// The same by the short way, for a tree that has one.
+void jump_backwards(pdata_flow &flow, const match_value_t &value, const match_jump_t &jump)
 {
-    return pattern.aho_corasick.rows.nr_row != 0 || pattern.ahoff_corasick.rows.nr_row != 0 ||
-           pattern.prefix_tree.rows.nr_row != 0 || pattern.dot_prefix.rows.nr_row != 0;
+    const view_radix_t &tree = value.matcher.view.pattern.suffix_tree;
+    const match_jump_entry_t *entry = match_jump_find(jump, tree, value.data);
+    if (entry == nullptr)
+        return;
+    const uint32_t end = entry->end;
+    const uint32_t at = match_jump_depth(*entry);
+    if (match_end_is_item(end)) {
+        const auto size = static_cast<uint32_t>(value.data.size());
+        match_found(flow, value, end & MATCH_END_ITEM, {size - at, size});
+        if ((end & MATCH_END_LEAF) != 0)
+            return;
+    }
+    walk_backwards(flow, value, entry->row, at, end == MATCH_END_RECORD);
 }
 
 } // namespace
@@ -264,11 +260,14 @@ void match_scan(pdata_flow &flow, const match_value_t &value)
         std::fill(room.progress.begin(), room.progress.end(), match_progress_t{});
         room.serial = 1;
     }
-    if (goes_forwards(value.matcher.view.pattern))
+    if (value.matcher.forwards)
         scan_forwards(flow, value);
-    if (!value.more)
-        scan_backwards(flow, value);
+    const match_jump_t &jump = value.matcher.suffix_jump;
+    if (!value.more && jump.length != 0)
+        jump_backwards(flow, value, jump);
+    else if (!value.more)
+        walk_backwards(flow, value, 0, 0, true);
     for (const uint32_t check : value.matcher.always)
-        if (value.ordinary)
+        if (match_is_ordinary(value))
             match_check(flow, value, check, nullptr);
 }

@@ -19,8 +19,12 @@ pdata_result find_attribute(const pdata_flow *flow, pdata_attribute number, pdat
 
 void set_protocol(pdata_flow &flow, pdata_protocol protocol)
 {
-    if (protocol != 0)
-        flow.room.protocols[protocol / 64] |= uint64_t{1} << (protocol % 64);
+    match_room_t &room = flow.room;
+    const uint64_t bit = uint64_t{1} << (protocol % 64);
+    if (protocol == 0 || (room.protocols[protocol / 64] & bit) != 0)
+        return;
+    room.protocols[protocol / 64] |= bit;
+    room.noted.add(protocol);
 }
 
 /// Begins a value: its number, and the protocol that it is one of.
@@ -84,11 +88,11 @@ pdata_result pdata_flow_add_bytes(pdata_flow *flow, pdata_attribute number, cons
     begin_value(*flow, attribute);
     if (attribute == nullptr)
         return PDATA_R_OK;
-    const bool more = (flags & PDATA_MORE) != 0;
-    const std::span<const uint8_t> bytes(static_cast<const uint8_t *>(data), size);
-    each_matcher(*flow->db, *attribute, [&](const match_matcher_t &matcher) {
-        const bool ordinary = !more || size >= matcher.view.min_data;
-        match_scan(*flow, {bytes, *attribute, matcher, more, ordinary});
+    each_matcher(*flow->db, *attribute, [=](const match_matcher_t &matcher) {
+        match_scan(*flow, {{static_cast<const uint8_t *>(data), size},
+                           *attribute,
+                           matcher,
+                           (flags & PDATA_MORE) != 0});
     });
     return PDATA_R_OK;
 }
