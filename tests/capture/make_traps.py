@@ -141,8 +141,15 @@ def generations():
     return packets
 
 
+def late_word():
+    """A word behind 590 bytes of payload, in the second of two segments."""
+    payload = b"x" * 590 + b"behind" + b"y" * 100
+    return handshake(4007, 4444) + [sent(4007, 1001, ACK | PSH, payload[:300], 4444),
+                                    sent(4007, 1301, ACK | PSH, payload[300:], 4444)]
+
+
 TRAPS = [tunnel, icmp_error, split_hello, retransmission, hop_by_hop, two_requests, capitals,
-         generations]
+         generations, late_word]
 
 
 def main():
