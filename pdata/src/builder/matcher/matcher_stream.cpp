@@ -1,10 +1,10 @@
 #include "matcher_stream.h"
 
-#include <algorithm>
 #include <string>
 
 #include "csa_escape.h"
 #include "hstring_record.h"
+#include "matcher_pieces.h"
 #include "rexpand.h"
 #include "tlv_description.h"
 
@@ -14,22 +14,6 @@ namespace
 pdata_status_t pattern_status(int ret)
 {
     return module_err2pdata_status(PDATA_MODULE_STREAM_PATTERN, ret);
-}
-
-/// A value is stored and matched without a final 0 byte.
-/// One 0 byte at the end is no part of a value. Oddity O139.
-std::string_view without_final_zero(std::string_view value)
-{
-    if (!value.empty() && value.back() == '\0')
-        value.remove_suffix(1);
-    return value;
-}
-
-/// A piece proves nothing when it is empty or made of 1 to 3 zero bytes. Oddity O140.
-bool is_mandatory(const rexpand_pattern_t &piece)
-{
-    return piece.str.size() > 3 ||
-           std::any_of(piece.str.begin(), piece.str.end(), [](char c) { return c != '\0'; });
 }
 
 /// How a kind of piece is registered and noted.
@@ -145,31 +129,13 @@ pdata_status_t register_unmarked(matcher_build *matcher, const rexpand_permutati
     return PDATA_SUCCESS;
 }
 
-/// Returns the longest piece that may stand for a marked permutation, the first of equal length,
-/// or null.
-const rexpand_pattern_t *longest_piece(const rexpand_permutation &permutation)
-{
-    const rexpand_pattern_t *longest = nullptr;
-    for (const rexpand_pattern_t &piece : permutation.patterns)
-        if (is_mandatory(piece) && piece.flag != REXPAND_FLAG_L2_REQUIRED &&
-            (longest == nullptr || piece.str.size() > longest->str.size()))
-            longest = &piece;
-    return longest;
-}
-
-bool is_marked(const rexpand_permutation &permutation)
-{
-    return (permutation.flag & REXPAND_FLAG_L2_REQUIRED) != 0 ||
-           !std::all_of(permutation.patterns.begin(), permutation.patterns.end(), is_mandatory);
-}
-
 /// Registers a permutation whose pieces do not prove the value, and tells whether the value needs
 /// a catch-all entry.
 pdata_status_t register_marked(matcher_build *matcher, const rexpand_permutation &permutation,
                                std::string_view value, uint32_t pub_id, pattern_info info,
                                bool *catch_all)
 {
-    const rexpand_pattern_t *piece = longest_piece(permutation);
+    const rexpand_pattern_t *piece = matcher_longest_piece(permutation);
     if (piece == nullptr) {
         *catch_all = true;
         return PDATA_SUCCESS;
@@ -187,7 +153,7 @@ pdata_status_t register_permutations(matcher_build *matcher, const rexpand_permu
 {
     uint32_t number = 0;
     for (const rexpand_permutation &permutation : list) {
-        if (is_marked(permutation)) {
+        if (matcher_is_marked(permutation)) {
             PDATA_TRY(register_marked(matcher, permutation, value, pub_id, info, catch_all));
         } else if (permutation.patterns.empty()) {
             *catch_all = true;
@@ -264,7 +230,7 @@ pdata_status_t matcher_serialize_string(const matcher_build &matcher, tlv_sink_t
 pdata_status_t matcher_register_stream(matcher_build *matcher, const matcher_data_t &data,
                                        uint32_t item_id, pattern_info info)
 {
-    const std::string_view value = without_final_zero(data.pattern);
+    const std::string_view value = matcher_without_final_zero(data.pattern);
     rexpand_permutation_list list;
     if (const int ret = rexpand_process(value, matcher->max_perm, nullptr, &list); ret != 0)
         return pattern_status(ret);
@@ -280,7 +246,7 @@ pdata_status_t matcher_register_stream(matcher_build *matcher, const matcher_dat
 pdata_status_t matcher_register_stream_offset(matcher_build *matcher, const matcher_data_t &data,
                                               uint32_t item_id, pattern_info info)
 {
-    const std::string_view value = without_final_zero(data.pattern);
+    const std::string_view value = matcher_without_final_zero(data.pattern);
     if (value.empty())
         return PDATA_ERR_INVALID_ARGUMENT;
     std::string bytes;

@@ -1,0 +1,38 @@
+#include "matcher_pieces.h"
+
+#include <algorithm>
+
+namespace
+{
+
+/// A piece proves nothing when it is empty or made of 1 to 3 zero bytes. Oddity O140.
+bool is_mandatory(const rexpand_pattern_t &piece)
+{
+    return piece.str.size() > 3 ||
+           std::any_of(piece.str.begin(), piece.str.end(), [](char c) { return c != '\0'; });
+}
+
+} // namespace
+
+std::string_view matcher_without_final_zero(std::string_view value)
+{
+    if (!value.empty() && value.back() == '\0')
+        value.remove_suffix(1);
+    return value;
+}
+
+bool matcher_is_marked(const rexpand_permutation &permutation)
+{
+    return (permutation.flag & REXPAND_FLAG_L2_REQUIRED) != 0 ||
+           !std::all_of(permutation.patterns.begin(), permutation.patterns.end(), is_mandatory);
+}
+
+const rexpand_pattern_t *matcher_longest_piece(const rexpand_permutation &permutation)
+{
+    const rexpand_pattern_t *longest = nullptr;
+    for (const rexpand_pattern_t &piece : permutation.patterns)
+        if (is_mandatory(piece) && piece.flag != REXPAND_FLAG_L2_REQUIRED &&
+            (longest == nullptr || piece.str.size() > longest->str.size()))
+            longest = &piece;
+    return longest;
+}
