@@ -1,0 +1,278 @@
+#include "prove_automaton.h"
+
+#include <algorithm>
+#include <new>
+
+#include "prove_bytes.h"
+#include "rexpand_parser.h"
+
+namespace
+{
+
+/// What a part of an expression shows of itself to its neighbours.
+struct part_t {
+    std::vector<uint32_t> first;
+    std::vector<uint32_t> last;
+    bool may_be_empty = true;
+};
+
+/// A position and one that may follow it.
+struct edge_t {
+    uint32_t from;
+    uint32_t to;
+
+    auto operator<=>(const edge_t &) const = default;
+};
+
+/// One construction.
+struct making_t {
+    const rexpand_tree &tree;
+    prove_automaton_t &out;
+    size_t limit; ///< of edges, and of the entries of the lists that parts show
+    size_t used = 0;
+    std::vector<edge_t> edges = {};
+
+    const rexpand_node &node(uint32_t index) const { return tree.nodes[index]; }
+    std::string_view literal(uint32_t index) const
+    {
+        return rexpand_ast_literal(tree, node(index));
+    }
+};
+
+bool take(making_t &making, size_t nr)
+{
+    making.used += nr;
+    return making.used <= making.limit;
+}
+
+part_t make_position(making_t &making, const prove_set_t &set)
+{
+    const auto at = static_cast<uint32_t>(making.out.sets.size());
+    making.out.sets.push_back(set);
+    return {{at}, {at}, false};
+}
+
+/// Every position of `from` may be followed by every one of `to`.
+bool connect(making_t &making, const std::vector<uint32_t> &from, const std::vector<uint32_t> &to)
+{
+    if (!take(making, from.size() * to.size()))
+        return false;
+    for (const uint32_t one : from)
+        for (const uint32_t other : to)
+            making.edges.push_back({one, other});
+    return true;
+}
+
+void add(std::vector<uint32_t> &to, const std::vector<uint32_t> &more)
+{
+    to.insert(to.end(), more.begin(), more.end());
+}
+
+/// Puts `next` behind `part`.
+bool append(making_t &making, part_t &part, part_t next)
+{
+    if (!connect(making, part.last, next.first) || !take(making, next.first.size()))
+        return false;
+    if (part.may_be_empty)
+        add(part.first, next.first);
+    if (next.may_be_empty) {
+        if (!take(making, part.last.size()))
+            return false;
+        add(next.last, part.last);
+    }
+    part.last = std::move(next.last);
+    part.may_be_empty = part.may_be_empty && next.may_be_empty;
+    return true;
+}
+
+/// Makes `part` a choice between itself and `other`.
+bool choose(making_t &making, part_t &part, const part_t &other)
+{
+    add(part.first, other.first);
+    add(part.last, other.last);
+    part.may_be_empty = part.may_be_empty || other.may_be_empty;
+    return take(making, other.first.size() + other.last.size());
+}
+
+bool make_literal(making_t &making, std::string_view bytes, bool icase, part_t &part)
+{
+    for (const char c : bytes)
+        if (!append(making, part,
+                    make_position(making, prove_byte_set(static_cast<uint8_t>(c), icase))))
+            return false;
+    return true;
+}
+
+prove_set_t range_set(const making_t &making, const rexpand_node &range, bool icase)
+{
+    prove_set_t set{};
+    const std::string_view low = making.literal(range.first_child);
+    const std::string_view high = making.literal(range.last_child);
+    if (low.size() == 1 && high.size() == 1) // anything else stands for no byte
+        for (uint32_t c = static_cast<uint8_t>(low[0]); c <= static_cast<uint8_t>(high[0]); ++c)
+            prove_set_unite(set, prove_byte_set(static_cast<uint8_t>(c), icase));
+    return set;
+}
+
+/// Gives the bytes of a node that takes exactly one; false for any other node.
+bool set_of(const making_t &making, uint32_t index, bool icase, prove_set_t &set)
+{
+    const rexpand_node &at = making.node(index);
+    switch (at.kind) {
+    case REXPAND_AST_WILDCARD_NODE:
+        set = PROVE_ANY_BYTE;
+        return true;
+    case REXPAND_AST_DECIMAL_NODE:
+        set = prove_set_of(prove_is_digit);
+        return true;
+    case REXPAND_AST_PART_OF_WORD_NODE:
+        set = prove_set_of(prove_is_word_part);
+        return true;
+    case REXPAND_AST_WHITESPACE_NODE:
+        set = prove_set_of(prove_is_blank);
+        return true;
+    case REXPAND_AST_RANGE_NODE:
+        set = range_set(making, at, icase);
+        return true;
+    case REXPAND_AST_WORD_NODE:
+    case REXPAND_AST_NUMBER_NODE:
+        if (making.literal(index).size() == 1)
+            set = prove_byte_set(static_cast<uint8_t>(making.literal(index)[0]), icase);
+        return making.literal(index).size() == 1;
+    default:
+        return false;
+    }
+}
+
+bool make(making_t &making, uint32_t index, bool icase, uint32_t depth, part_t &part);
+
+bool make_sequence(making_t &making, const rexpand_node &parent, bool icase, uint32_t depth,
+                   part_t &part)
+{
+    for (uint32_t child = parent.first_child; child != REXPAND_NO_NODE;
+         child = making.node(child).next) {
+        part_t next;
+        if (!make(making, child, icase, depth + 1, next) || !append(making, part, std::move(next)))
+            return false;
+    }
+    return true;
+}
+
+bool make_choice(making_t &making, const rexpand_node &parent, bool icase, uint32_t depth,
+                 part_t &part)
+{
+    part.may_be_empty = false;
+    for (uint32_t child = parent.first_child; child != REXPAND_NO_NODE;
+         child = making.node(child).next) {
+        part_t branch;
+        if (!make(making, child, icase, depth + 1, branch) || !choose(making, part, branch))
+            return false;
+    }
+    return true;
+}
+
+/// A class of single bytes is one position. With a member of several bytes, "[\x41 42\x]", it is a
+/// choice; a negated one is any byte that no single member is.
+bool make_class(making_t &making, const rexpand_node &parent, bool icase, uint32_t depth,
+                part_t &part)
+{
+    prove_set_t all{};
+    bool single = true;
+    for (uint32_t child = parent.first_child; child != REXPAND_NO_NODE;
+         child = making.node(child).next) {
+        prove_set_t set{};
+        single = set_of(making, child, icase, set) && single;
+        prove_set_unite(all, set);
+    }
+    if (!single && !parent.is_negated)
+        return make_choice(making, parent, icase, depth, part);
+    part = make_position(making, parent.is_negated ? prove_set_without(all) : all);
+    return true;
+}
+
+/// "*", "+" or "?".
+bool make_postfix(making_t &making, const rexpand_node &parent, bool icase, uint32_t depth,
+                  part_t &part)
+{
+    if (!make(making, parent.first_child, icase, depth + 1, part))
+        return false;
+    if (parent.kind != REXPAND_AST_REPETITION_ONCE_NODE)
+        part.may_be_empty = true;
+    return parent.kind == REXPAND_AST_OPTIONAL_NODE || connect(making, part.last, part.first);
+}
+
+bool make(making_t &making, uint32_t index, bool icase, uint32_t depth, part_t &part)
+{
+    if (depth > PROVE_DEPTH_MAX)
+        return false;
+    const rexpand_node &at = making.node(index);
+    switch (at.kind) {
+    case REXPAND_AST_REGEXP_NODE:
+    case REXPAND_AST_GROUP_NODE:
+        return make_sequence(making, at, icase, depth, part);
+    case REXPAND_AST_INSENSITIVE_NODE:
+        return make_sequence(making, at, true, depth, part);
+    case REXPAND_AST_BOL_NODE:
+        return make_literal(making, "^", icase, part);
+    case REXPAND_AST_EOL_NODE:
+        return make_literal(making, "$", icase, part);
+    case REXPAND_AST_WORD_NODE:
+    case REXPAND_AST_NUMBER_NODE:
+        return make_literal(making, making.literal(index), icase, part);
+    case REXPAND_AST_REPETITION_NODE:
+    case REXPAND_AST_REPETITION_ONCE_NODE:
+    case REXPAND_AST_OPTIONAL_NODE:
+        return make_postfix(making, at, icase, depth, part);
+    case REXPAND_AST_ALTERNATIVE_NODE:
+        return make_choice(making, at, icase, depth, part);
+    case REXPAND_AST_CLASS_NODE:
+        return make_class(making, at, icase, depth, part);
+    default: {
+        prove_set_t set{};
+        (void)set_of(making, index, icase, set);
+        part = make_position(making, set);
+        return true;
+    }
+    }
+}
+
+/// Writes the followers down by position.
+void settle(making_t &making, const part_t &whole)
+{
+    prove_automaton_t &out = making.out;
+    std::sort(making.edges.begin(), making.edges.end());
+    const auto end = std::unique(making.edges.begin(), making.edges.end());
+    making.edges.erase(end, making.edges.end());
+    out.follow_begin.assign(out.sets.size() + 1, 0);
+    for (const edge_t &edge : making.edges) {
+        out.followers.push_back(edge.to);
+        ++out.follow_begin[edge.from + 1];
+    }
+    for (size_t at = 1; at < out.follow_begin.size(); ++at)
+        out.follow_begin[at] += out.follow_begin[at - 1];
+    out.first = whole.first;
+    std::sort(out.first.begin(), out.first.end());
+    out.is_last.assign(out.sets.size(), 0);
+    for (const uint32_t at : whole.last)
+        out.is_last[at] = 1;
+    out.takes_nothing = whole.may_be_empty;
+}
+
+} // namespace
+
+prove_made_t prove_automaton_make(std::string_view text, bool icase, prove_automaton_t &automaton)
+{
+    automaton = {};
+    rexpand_tree tree;
+    const int parsed = rexpand_parse(text, &tree);
+    if (parsed == MODULE_ERR_NO_MEMORY)
+        throw std::bad_alloc();
+    if (parsed != MODULE_SUCCESS)
+        return PROVE_NO_EXPRESSION;
+    making_t making{tree, automaton, PROVE_FOLLOWERS_BASE + PROVE_FOLLOWERS_PER_BYTE * text.size()};
+    part_t whole;
+    if (!make(making, tree.root, icase, 1, whole))
+        return PROVE_TOO_LARGE;
+    settle(making, whole);
+    return PROVE_MADE;
+}

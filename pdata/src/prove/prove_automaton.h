@@ -1,0 +1,68 @@
+/// What a value describes, as an automaton: the positions of its expression.
+///
+/// Each byte that an expression takes is a position; the data that it describes are the ways from
+/// a first position to a last one, each followed by one of its followers (V. M. Glushkov, "The
+/// abstract theory of automata", 1961; G. Berry and R. Sethi, "From regular expressions to
+/// deterministic automata", 1986). Such an automaton has no moves without a byte, so that a way
+/// through it is a text, its length the text's. It is built from the tree of the compiler's parser
+/// and shares nothing else with what runs an expression, whose judge it is.
+///
+/// "." is any byte, "\d" a decimal digit, "\w" a letter, a digit or "_", "\s" a blank or one of the
+/// bytes 9 to 13; the anchors "^" and "$" stand for themselves.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <string_view>
+#include <vector>
+
+/// The deepest nesting of an expression that is looked into.
+constexpr uint32_t PROVE_DEPTH_MAX = 1000;
+
+/// Followers that an automaton may have in all, beyond PROVE_FOLLOWERS_PER_BYTE for every byte of
+/// its expression: nested repetitions of many choices have a square of them.
+constexpr size_t PROVE_FOLLOWERS_BASE = 4096;
+constexpr size_t PROVE_FOLLOWERS_PER_BYTE = 64;
+
+/// A set of bytes: bit c & 63 of word c / 64.
+using prove_set_t = std::array<uint64_t, 4>;
+
+inline bool prove_set_has(const prove_set_t &set, uint32_t c)
+{
+    return (set[c / 64] >> (c & 63) & 1) != 0;
+}
+
+inline void prove_set_add(prove_set_t &set, uint32_t c)
+{
+    set[c / 64] |= uint64_t{1} << (c & 63);
+}
+
+/// An automaton. Positions count from 0, in the order in which they are written.
+struct prove_automaton_t {
+    std::vector<prove_set_t> sets;      ///< by position: the bytes that it takes
+    std::vector<uint32_t> first;        ///< positions that data may begin with, ascending
+    std::vector<uint8_t> is_last;       ///< by position: data may end with it
+    std::vector<uint32_t> followers;    ///< those of position 0, then of 1, each ascending
+    std::vector<uint32_t> follow_begin; ///< by position: where its followers begin; and the end
+    bool takes_nothing = false;         ///< data without a byte is described as well
+};
+
+/// Returns the positions that may follow a position.
+inline std::span<const uint32_t> prove_followers(const prove_automaton_t &automaton, uint32_t at)
+{
+    const uint32_t begin = automaton.follow_begin[at];
+    return std::span(automaton.followers).subspan(begin, automaton.follow_begin[at + 1] - begin);
+}
+
+/// How the making of an automaton ended.
+enum prove_made_t : uint8_t {
+    PROVE_MADE = 0,
+    PROVE_NO_EXPRESSION, ///< the text is no expression
+    PROVE_TOO_LARGE,     ///< it nests deeper than PROVE_DEPTH_MAX, or has too many followers
+};
+
+/// Makes the automaton of `text`; the case of ASCII letters does not matter when `icase` is set.
+/// Time and memory are linear in the text, by the bound on followers. std::bad_alloc passes.
+[[nodiscard]] prove_made_t prove_automaton_make(std::string_view text, bool icase,
+                                                prove_automaton_t &automaton);

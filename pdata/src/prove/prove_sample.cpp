@@ -1,0 +1,258 @@
+#include "prove_sample.h"
+
+#include <algorithm>
+#include <bit>
+
+#include "prove_bytes.h"
+
+namespace
+{
+
+constexpr uint32_t NONE = 0xFFFFFFFF;
+
+/// Ways that a position is gone through at least: with the first byte of its set, with the last,
+/// with one that reads well.
+constexpr uint32_t TURNS = 3;
+
+/// One making.
+struct sampling_t {
+    const prove_automaton_t &automaton;
+    std::vector<uint32_t> size = {};    ///< by position: bytes of its set
+    std::vector<uint32_t> before = {};  ///< by position: the one before it on a shortest way
+    std::vector<uint32_t> after = {};   ///< by position: the one behind it on a shortest way on
+    std::vector<uint8_t> begins = {};   ///< by position: data can lead to it
+    std::vector<uint8_t> ends = {};     ///< by position: data can go on from it to an end
+    std::vector<uint32_t> turns = {};   ///< by position: how often it was gone through
+    std::vector<uint8_t> straight = {}; ///< by position: it was on a shortest way
+    std::vector<uint8_t> ended = {};    ///< by position: a sample ended with it
+    std::vector<uint8_t> covered = {};  ///< by follower: the step was taken
+    std::vector<uint32_t> way = {};     ///< positions of the sample in the making
+    std::vector<std::string> samples = {};
+    size_t left = 0; ///< bytes of further samples
+};
+
+uint32_t bytes_of(const prove_set_t &set)
+{
+    uint32_t nr = 0;
+    for (const uint64_t word : set)
+        nr += static_cast<uint32_t>(std::popcount(word));
+    return nr;
+}
+
+/// Finds shortest ways from the beginning.
+void find_begins(sampling_t &sampling)
+{
+    const prove_automaton_t &automaton = sampling.automaton;
+    std::vector<uint32_t> queue;
+    const auto reach = [&](uint32_t at, uint32_t from) {
+        if (sampling.begins[at] != 0 || sampling.size[at] == 0)
+            return;
+        sampling.begins[at] = 1;
+        sampling.before[at] = from;
+        queue.push_back(at);
+    };
+    for (const uint32_t at : automaton.first)
+        reach(at, NONE);
+    for (size_t i = 0; i < queue.size(); ++i)
+        for (const uint32_t next : prove_followers(automaton, queue[i]))
+            reach(next, queue[i]);
+}
+
+/// By position: those that it follows.
+struct reversed_t {
+    std::vector<uint32_t> begin;
+    std::vector<uint32_t> from;
+};
+
+reversed_t reverse(const prove_automaton_t &automaton)
+{
+    reversed_t reversed;
+    reversed.begin.assign(automaton.sets.size() + 1, 0);
+    for (const uint32_t to : automaton.followers)
+        ++reversed.begin[to + 1];
+    for (size_t at = 1; at < reversed.begin.size(); ++at)
+        reversed.begin[at] += reversed.begin[at - 1];
+    reversed.from.resize(automaton.followers.size());
+    std::vector<uint32_t> cursor = reversed.begin;
+    for (uint32_t at = 0; at < automaton.sets.size(); ++at)
+        for (const uint32_t to : prove_followers(automaton, at))
+            reversed.from[cursor[to]++] = at;
+    return reversed;
+}
+
+/// Finds shortest ways to an end.
+void find_ends(sampling_t &sampling)
+{
+    const reversed_t reversed = reverse(sampling.automaton);
+    std::vector<uint32_t> queue;
+    const auto reach = [&](uint32_t at, uint32_t next) {
+        if (sampling.ends[at] != 0 || sampling.size[at] == 0)
+            return;
+        sampling.ends[at] = 1;
+        sampling.after[at] = next;
+        queue.push_back(at);
+    };
+    for (uint32_t at = 0; at < sampling.size.size(); ++at)
+        if (sampling.automaton.is_last[at] != 0)
+            reach(at, NONE);
+    for (size_t i = 0; i < queue.size(); ++i)
+        for (uint32_t edge = reversed.begin[queue[i]]; edge < reversed.begin[queue[i] + 1]; ++edge)
+            reach(reversed.from[edge], queue[i]);
+}
+
+bool is_used(const sampling_t &sampling, uint32_t at)
+{
+    return sampling.begins[at] != 0 && sampling.ends[at] != 0;
+}
+
+/// Returns byte `turn` of a set: the first, the last, one that reads well, then those between.
+uint8_t byte_of(const prove_set_t &set, uint32_t size, uint32_t turn)
+{
+    turn %= std::max(TURNS, std::min(size, 8U));
+    if (turn == 2)
+        for (const char c : {'x', '0', '.', '-', '/', ' ', 'q', '7', '_', 'Q'})
+            if (prove_set_has(set, static_cast<uint8_t>(c)))
+                return static_cast<uint8_t>(c);
+    uint32_t skip = turn == 0 ? 0 : turn == 1 ? size - 1 : size * turn / 8 % size;
+    uint32_t c = 0;
+    while (!prove_set_has(set, c) || skip-- != 0)
+        ++c;
+    return static_cast<uint8_t>(c);
+}
+
+/// Makes the way the beginning of the sample: a shortest one to a position.
+void go_to(sampling_t &sampling, uint32_t at)
+{
+    sampling.way.clear();
+    for (; at != NONE; at = sampling.before[at])
+        sampling.way.push_back(at);
+    std::reverse(sampling.way.begin(), sampling.way.end());
+}
+
+/// Notes the steps of the way, and writes it as a sample. Returns false when there are enough.
+bool write(sampling_t &sampling)
+{
+    const prove_automaton_t &automaton = sampling.automaton;
+    if (sampling.way.size() > sampling.left || sampling.samples.size() == PROVE_SAMPLES_MAX)
+        return false;
+    sampling.left -= sampling.way.size();
+    std::string text;
+    for (const uint32_t at : sampling.way)
+        text.push_back(static_cast<char>(
+            byte_of(automaton.sets[at], sampling.size[at], sampling.turns[at]++)));
+    for (size_t i = 0; i + 1 < sampling.way.size(); ++i) {
+        const auto followers = prove_followers(automaton, sampling.way[i]);
+        const auto step = std::lower_bound(followers.begin(), followers.end(), sampling.way[i + 1]);
+        sampling.covered[automaton.follow_begin[sampling.way[i]] +
+                         static_cast<size_t>(step - followers.begin())] = 1;
+    }
+    sampling.ended[sampling.way.back()] = 1;
+    sampling.samples.push_back(std::move(text));
+    return true;
+}
+
+/// Goes on to an end by the shortest way.
+void go_on(sampling_t &sampling)
+{
+    while (sampling.after[sampling.way.back()] != NONE)
+        sampling.way.push_back(sampling.after[sampling.way.back()]);
+}
+
+/// Goes from a position over steps that were not taken yet, then to an end.
+void wander(sampling_t &sampling)
+{
+    const prove_automaton_t &automaton = sampling.automaton;
+    for (size_t limit = 2 * automaton.sets.size() + 16; sampling.way.size() < limit;) {
+        const uint32_t at = sampling.way.back();
+        uint32_t edge = automaton.follow_begin[at];
+        const uint32_t end = automaton.follow_begin[at + 1];
+        while (edge < end &&
+               (sampling.covered[edge] != 0 || !is_used(sampling, automaton.followers[edge])))
+            ++edge;
+        if (edge == end)
+            break;
+        sampling.covered[edge] = 1;
+        sampling.way.push_back(automaton.followers[edge]);
+    }
+    go_on(sampling);
+}
+
+/// A shortest way through a position.
+bool sample_through(sampling_t &sampling, uint32_t at)
+{
+    go_to(sampling, at);
+    go_on(sampling);
+    for (const uint32_t passed : sampling.way)
+        sampling.straight[passed] = 1;
+    return write(sampling);
+}
+
+/// Shortest ways from every place to begin, and through every position: repetitions of none and
+/// one.
+bool sample_straight(sampling_t &sampling)
+{
+    for (const uint32_t at : sampling.automaton.first)
+        if (is_used(sampling, at) && !sample_through(sampling, at))
+            return false;
+    for (uint32_t at = 0; at < sampling.size.size(); ++at)
+        if (is_used(sampling, at) && sampling.straight[at] == 0 && !sample_through(sampling, at))
+            return false;
+    return true;
+}
+
+/// All steps.
+bool sample_steps(sampling_t &sampling)
+{
+    const prove_automaton_t &automaton = sampling.automaton;
+    for (uint32_t at = 0; at < sampling.size.size(); ++at) {
+        for (uint32_t edge = automaton.follow_begin[at]; edge < automaton.follow_begin[at + 1];
+             ++edge) {
+            const uint32_t to = automaton.followers[edge];
+            if (sampling.covered[edge] != 0 || !is_used(sampling, at) || !is_used(sampling, to))
+                continue;
+            go_to(sampling, at);
+            sampling.way.push_back(to);
+            sampling.covered[edge] = 1;
+            wander(sampling);
+            if (!write(sampling))
+                return false;
+        }
+    }
+    return true;
+}
+
+/// All places to end, and the ends of every set.
+bool sample_ends(sampling_t &sampling)
+{
+    for (uint32_t at = 0; at < sampling.size.size(); ++at) {
+        const uint32_t wanted = std::min(sampling.size[at], TURNS);
+        const bool ends_here = sampling.automaton.is_last[at] != 0 && sampling.ended[at] == 0;
+        while (is_used(sampling, at) &&
+               (sampling.turns[at] < wanted || (ends_here && sampling.ended[at] == 0))) {
+            if (!sample_through(sampling, at))
+                return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+std::vector<std::string> prove_samples(const prove_automaton_t &automaton)
+{
+    const size_t nr = automaton.sets.size();
+    sampling_t sampling{automaton};
+    for (const prove_set_t &set : automaton.sets)
+        sampling.size.push_back(bytes_of(set));
+    for (std::vector<uint8_t> *flags :
+         {&sampling.begins, &sampling.ends, &sampling.straight, &sampling.ended})
+        flags->assign(nr, 0);
+    for (std::vector<uint32_t> *numbers : {&sampling.before, &sampling.after, &sampling.turns})
+        numbers->assign(nr, 0);
+    sampling.covered.assign(automaton.followers.size(), 0);
+    sampling.left = PROVE_SAMPLE_BYTES_BASE + PROVE_SAMPLE_BYTES_PER_BYTE * nr;
+    find_begins(sampling);
+    find_ends(sampling);
+    (void)(sample_straight(sampling) && sample_steps(sampling) && sample_ends(sampling));
+    return std::move(sampling.samples);
+}

@@ -1,0 +1,58 @@
+/// Values proved: is every data that a value describes found by what the compiler makes of it?
+///
+/// A text is decided where it can be: its automaton is held against its compiled form
+/// (prove_product.h). Samples of it are made (prove_sample.h) and run through the compiled matcher
+/// by libpdata, which is the last word. A number or an address is decided by the ends and the
+/// middle of every range, and of every part of it that others cut out.
+///
+/// Values are compiled in batches, those of an attribute together, by the compiler's own flow in
+/// this process. Time and memory are linear in the bytes of the values, whatever they say.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// A value of a description. Texts must live as long as it does.
+struct prove_value_t {
+    std::string_view protocol;  ///< whose attribute it is
+    std::string_view attribute; ///< without its direction
+    std::string_view text;      ///< as JSON was read
+    uint32_t offset = 0;        ///< of a text at an offset, else 0
+    /// Bytes that must have been seen before a value of a preempt rule counts, else 0. Other
+    /// minimum data says only when data that is not complete counts.
+    uint32_t min_size = 0;
+};
+
+/// What a proof came to.
+enum prove_outcome_t : uint8_t {
+    PROVE_WHOLE_VALUE = 0, ///< nothing is lost, as far as was seen
+    PROVE_LOSSY,           ///< something that it describes is not found
+    PROVE_DEAD,            ///< nothing that it describes is found
+    PROVE_REFUSED,         ///< the compiler does not take it: nothing was proved
+};
+
+/// A proof.
+struct prove_verdict_t {
+    prove_outcome_t outcome = PROVE_REFUSED;
+    /// All that the value describes was followed; else samples alone speak, and dead values are
+    /// called lossy.
+    bool is_decided = false;
+    /// What is lost: the shortest text that is, as bytes; of numbers and addresses the first range,
+    /// as it would be written. Empty where nothing is lost, or nothing is described.
+    std::string lost;
+    uint32_t nr_sample = 0; ///< samples that were run
+    uint32_t nr_missed = 0; ///< of these, not found
+    /// Samples contradict what was decided, and were followed: what the compiler wrote does not
+    /// hold the pieces that it made, as of values of more than 257 bytes (oddity O161).
+    bool is_contradicted = false;
+};
+
+/// Proves values. The verdicts are in their order. Leaves the status slot of the compiler as it
+/// finds it. std::bad_alloc passes.
+std::vector<prove_verdict_t> prove_values(std::span<const prove_value_t> values);
+
+/// Proves one value.
+prove_verdict_t prove_value(const prove_value_t &value);

@@ -1,0 +1,132 @@
+/// The positions of an expression, against the slow model of expressions.
+#include "bytes.h"
+#include "expression_match.h"
+#include "prove_automaton.h"
+#include "prove_sample.h"
+#include "random_expression.h"
+#include "rounds.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+namespace
+{
+
+/// Follows all ways at once.
+bool takes(const prove_automaton_t &automaton, const std::string &data)
+{
+    if (data.empty())
+        return automaton.takes_nothing;
+    std::set<uint32_t> next(automaton.first.begin(), automaton.first.end());
+    bool ends = false;
+    for (const char c : data) {
+        std::set<uint32_t> here;
+        here.swap(next);
+        ends = false;
+        for (const uint32_t at : here) {
+            if (!prove_set_has(automaton.sets[at], static_cast<uint8_t>(c)))
+                continue;
+            ends = ends || automaton.is_last[at] != 0;
+            const auto followers = prove_followers(automaton, at);
+            next.insert(followers.begin(), followers.end());
+        }
+    }
+    return ends;
+}
+
+std::string any_data(random_expression_t &random)
+{
+    std::string data;
+    for (uint32_t i = random.below(8); i != 0; --i)
+        data += "aabbcABd-.0_ \n"[random.below(14)];
+    return data;
+}
+
+TEST(prove_automaton, takes_what_the_expression_describes)
+{
+    random_expression_t random{std::mt19937(1)};
+    uint32_t taken = 0;
+    for (uint32_t round = 0; round < rounds(2000); ++round) {
+        const std::string text = make_expression(random);
+        const bool icase = random.one_in(2);
+        expression_t expression;
+        prove_automaton_t automaton;
+        std::string error;
+        ASSERT_EQ(prove_automaton_make(text, icase, automaton) != PROVE_NO_EXPRESSION,
+                  expression_open(text, icase, expression, error));
+        if (!error.empty())
+            continue;
+        for (uint32_t i = 0; i < 20; ++i) {
+            const std::string data =
+                random.one_in(2) ? any_data(random) : make_described(random, text, icase);
+            const bool described = expression_match(expression, text_bytes(data));
+            ASSERT_EQ(takes(automaton, data), described) << text << " and " << data;
+            taken += described;
+        }
+    }
+    EXPECT_GT(taken, rounds(12000));
+}
+
+TEST(prove_automaton, refuses_what_is_none_and_what_is_too_large)
+{
+    prove_automaton_t automaton;
+    EXPECT_EQ(prove_automaton_make("(a", false, automaton), PROVE_NO_EXPRESSION);
+    EXPECT_EQ(prove_automaton_make("", false, automaton), PROVE_NO_EXPRESSION);
+    const std::string open(PROVE_DEPTH_MAX, '(');
+    const std::string closed(PROVE_DEPTH_MAX, ')');
+    EXPECT_EQ(prove_automaton_make(open + "a" + closed, false, automaton), PROVE_TOO_LARGE);
+    std::string optional;
+    for (uint32_t i = 0; i < 20000; ++i)
+        optional += "a?";
+    EXPECT_EQ(prove_automaton_make(optional, false, automaton), PROVE_TOO_LARGE);
+}
+
+std::set<std::string> samples(const char *text, bool icase = false)
+{
+    prove_automaton_t automaton;
+    EXPECT_EQ(prove_automaton_make(text, icase, automaton), PROVE_MADE);
+    const std::vector<std::string> made = prove_samples(automaton);
+    return {made.begin(), made.end()};
+}
+
+TEST(prove_sample, every_branch_and_every_repetition)
+{
+    EXPECT_EQ(samples("ab|cd"), (std::set<std::string>{"ab", "cd"}));
+    EXPECT_EQ(samples("ab?c"), (std::set<std::string>{"abc", "ac"}));
+    const std::set<std::string> repeated = samples("ab*c");
+    EXPECT_TRUE(repeated.contains("ac"));
+    EXPECT_TRUE(repeated.contains("abc"));
+    EXPECT_TRUE(repeated.contains("abbc")) << testing::PrintToString(repeated);
+    const std::set<std::string> open = samples("(.*\\.)?org");
+    EXPECT_TRUE(open.contains("org"));
+    EXPECT_TRUE(open.contains(".org"));
+    EXPECT_GT(open.size(), 3U);
+}
+
+TEST(prove_sample, ends_of_classes_and_both_cases)
+{
+    const std::set<std::string> made = samples("[b-y]");
+    EXPECT_TRUE(made.contains("b"));
+    EXPECT_TRUE(made.contains("y"));
+    EXPECT_EQ(samples("k", true), (std::set<std::string>{"K", "k"}));
+}
+
+TEST(prove_sample, every_sample_is_described)
+{
+    random_expression_t random{std::mt19937(2)};
+    for (uint32_t round = 0; round < rounds(2000); ++round) {
+        const std::string text = make_expression(random);
+        const bool icase = random.one_in(2);
+        expression_t expression;
+        prove_automaton_t automaton;
+        std::string error;
+        if (prove_automaton_make(text, icase, automaton) != PROVE_MADE)
+            continue;
+        ASSERT_TRUE(expression_open(text, icase, expression, error));
+        for (const std::string &sample : prove_samples(automaton))
+            ASSERT_TRUE(expression_match(expression, text_bytes(sample))) << text << ": " << sample;
+    }
+}
+
+} // namespace

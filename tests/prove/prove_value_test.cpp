@@ -1,0 +1,117 @@
+/// Values whose fate was worked out by hand.
+#include "prove_value.h"
+
+#include <gtest/gtest.h>
+
+#include "pdata_error.h"
+
+namespace
+{
+
+/// "whole", "lossy LOST", "dead LOST" or "refused", with "?" where it is not decided.
+std::string told(const prove_verdict_t &verdict)
+{
+    static constexpr const char *NAMES[] = {"whole", "lossy ", "dead ", "refused"};
+    if (verdict.is_contradicted)
+        return "contradicted";
+    const bool open = !verdict.is_decided && verdict.outcome != PROVE_REFUSED;
+    return NAMES[verdict.outcome] + verdict.lost + (open ? "?" : "");
+}
+
+std::string proved(const char *attribute, std::string_view text)
+{
+    return told(prove_value({"http", attribute, text}));
+}
+
+TEST(prove_value, plain_forms_lose_nothing)
+{
+    for (const char *text : {"word", ".*word.*", "word.*", ".*word", "(.*\\.)?example\\.org",
+                             "(GET|POST) .*", "220.*FTP.*", "<\\d+>.*", "ab.cd", "a[bc].*", ".*",
+                             "a\\[bc\\]d", "\\x00\\x00.*", "[^a]", "\\w+", "(a|b|c)+x.*", "a,b"}) {
+        EXPECT_EQ(proved("uri_decoded", text), "whole") << text;
+        EXPECT_EQ(proved("server", text), "whole") << text;
+    }
+}
+
+TEST(prove_value, a_range_in_front_of_open_data_is_taken_as_whole_data)
+{
+    EXPECT_EQ(proved("uri_decoded", "a[b-c].*"), "lossy abx");
+    EXPECT_EQ(proved("uri_decoded", "[0-9].*"), "lossy 0x");
+    EXPECT_EQ(proved("uri_decoded", "\\x05.*"), "lossy \x05x");
+}
+
+TEST(prove_value, what_cannot_be_found_at_all_is_dead)
+{
+    EXPECT_EQ(proved("uri_decoded", "[b-c]..*"), "dead bx");
+    EXPECT_EQ(proved("uri_decoded", ",,"), "dead ,,");
+}
+
+TEST(prove_value, what_the_compiler_refuses_is_not_judged)
+{
+    EXPECT_EQ(proved("uri_decoded", "(a"), "refused");
+    EXPECT_EQ(proved("uri_decoded", "[c-a]"), "refused");
+    EXPECT_EQ(proved("uri_decoded", ""), "refused");
+    EXPECT_EQ(proved("no_such_attribute", "a"), "refused");
+    EXPECT_EQ(told(prove_value({"tcp", "stream", ".*word"})), "refused");
+}
+
+TEST(prove_value, minimum_data_of_a_preempt_rule)
+{
+    EXPECT_EQ(told(prove_value({"tcp", "stream", "CHTR/[12] .*", 0, 16})), "whole");
+    EXPECT_EQ(told(prove_value({"tcp", "stream", "CHTR/1", 0, 6})), "whole");
+    EXPECT_EQ(told(prove_value({"tcp", "stream", "CHTR/1", 0, 7})), "dead ");
+    EXPECT_EQ(told(prove_value({"tcp", "stream", "ab[c-d].*", 0, 5})), "dead abcxx");
+}
+
+TEST(prove_value, texts_at_an_offset)
+{
+    EXPECT_EQ(told(prove_value({"tcp", "stream", "\\x21\\x12\\xa4B", 4})), "whole");
+    EXPECT_EQ(told(prove_value({"udp", "stream", ".*", 40})), "whole");
+    EXPECT_EQ(told(prove_value({"udp", "stream", "a\\x4", 40})), "refused");
+}
+
+TEST(prove_value, what_is_too_large_is_not_decided)
+{
+    std::string optional;
+    for (uint32_t i = 0; i < 1000; ++i)
+        optional += "a?";
+    const prove_verdict_t verdict = prove_value({"http", "uri_decoded", optional});
+    EXPECT_FALSE(verdict.is_decided);
+    EXPECT_EQ(verdict.outcome, PROVE_WHOLE_VALUE);
+}
+
+TEST(prove_value, hostile_values_end)
+{
+    std::string nested = "x";
+    for (uint32_t i = 0; i < 400; ++i)
+        nested = "(" + nested + "*|y)+";
+    std::string classes;
+    for (uint32_t i = 0; i < 6000; ++i)
+        classes += "[a-z]?";
+    for (const std::string &text : {nested, classes, std::string(60000, '('),
+                                    "(" + std::string(60000, '.') + ")*", std::string(30000, 'a')})
+        EXPECT_NE(prove_value({"http", "uri_decoded", text}).outcome, PROVE_DEAD);
+}
+
+TEST(prove_value, samples_have_the_last_word)
+{
+    // The tree of whole values cuts a run of more than 255 bytes.
+    EXPECT_EQ(proved("uri_decoded", std::string(257, 'a')), "whole");
+    const prove_verdict_t verdict = prove_value({"http", "uri_decoded", std::string(258, 'a')});
+    EXPECT_TRUE(verdict.is_contradicted);
+    EXPECT_EQ(verdict.outcome, PROVE_LOSSY);
+    EXPECT_EQ(verdict.lost, std::string(258, 'a'));
+}
+
+TEST(prove_value, the_status_slot_stays_as_it_was)
+{
+    pdata_status_code_set(PDATA_ERR_PSA);
+    pdata_status_msg_set("before");
+    (void)prove_value({"http", "uri_decoded", "a"});
+    EXPECT_EQ(pdata_status_code_get(), PDATA_ERR_PSA);
+    EXPECT_STREQ(pdata_status_msg_get(), "before");
+    pdata_status_code_set(PDATA_SUCCESS);
+    pdata_status_msg_set("");
+}
+
+} // namespace
