@@ -126,46 +126,99 @@ void add_large_merges(const size_steps_t &once, const size_steps_t &twice)
     }
 }
 
-/// Protocols of one id on both sides, each of which gets every update: without rules, all with the
-/// same one, each with one of twenty.
+/// A list of protocols of one id, each with the rules that `rules` gives for its number.
+std::string repeated_protocols(uint32_t protocols, std::string (*rules)(uint32_t protocol))
+{
+    std::string text = "{\"protocols\": [\n";
+    for (uint32_t i = 0; i < protocols; ++i)
+        text += R"({"name": "again", "id": 16777217, "rules": [)" + rules(i) +
+                (i + 1 < protocols ? "]},\n" : "]}\n");
+    return text + "]}\n";
+}
+
+std::string no_rule(uint32_t)
+{
+    return {};
+}
+
+std::string host_rule(uint32_t host)
+{
+    return R"({"order": "50:100", "rule": [{"protocol": "ssl", "common_name": "host)" +
+           std::to_string(host) + "\\\\.net\"}]}";
+}
+
+std::string same_rule(uint32_t)
+{
+    return host_rule(0);
+}
+
+std::string one_of_twenty(uint32_t protocol)
+{
+    return host_rule(protocol % 20);
+}
+
+/// One of three servers, and a value of another attribute. A rule counts as there where one with
+/// the same server is and its other attribute has another name.
+std::string server_rule(uint32_t protocol, const std::string &attribute)
+{
+    return R"({"order": "50:100", "rule": [{"protocol": "http", "cts-server": "server)" +
+           std::to_string(protocol % 3) + R"(", ")" + attribute + R"(": "value)" +
+           std::to_string(protocol) + "\"}]}";
+}
+
+std::string server_and_uri(uint32_t protocol)
+{
+    return server_rule(protocol, "cts-uri");
+}
+
+std::string server_and_agent(uint32_t protocol)
+{
+    return server_rule(protocol, "cts-user_agent");
+}
+
+/// Three rules of the base that every update's rule equals in part.
+std::string all_servers(uint32_t)
+{
+    return server_and_uri(0) + ", " + server_and_uri(1) + ", " + server_and_uri(2);
+}
+
+/// Protocols of one id on both sides, each of which gets every update.
 struct repetition_t {
     const char *name;
-    uint32_t kinds; ///< different rules; 0: none
+    std::string (*base)(uint32_t protocol);
+    std::string (*incoming)(uint32_t protocol);
 };
 
 constexpr repetition_t repetitions[] = {
-    {"repeated_ids", 0}, {"repeated_rule", 1}, {"repeated_rules", 20}};
+    {"repeated_ids", no_rule, no_rule},
+    {"repeated_rule", same_rule, same_rule},
+    {"repeated_rules", one_of_twenty, one_of_twenty},
+    {"partly_equal_rules", all_servers, server_and_agent},
+};
 constexpr uint32_t REPEATED_PROTOCOLS = 8000;
 
-std::string repeated_protocols(uint32_t protocols, uint32_t kinds)
+pair_t repeated_pair(const repetition_t &row, uint32_t protocols)
 {
-    std::string text = "{\"protocols\": [\n";
-    for (uint32_t i = 0; i < protocols; ++i) {
-        text += R"({"name": "again", "id": 16777217, "rules": [)";
-        if (kinds != 0)
-            text += R"({"order": "50:100", "rule": [{"protocol": "ssl", "common_name": "host)" +
-                    std::to_string(i % kinds) + "\\\\.net\"}]}";
-        text += i + 1 < protocols ? "]},\n" : "]}\n";
-    }
-    return text + "]}\n";
+    return {make_pdb(repeated_protocols(protocols, row.base)),
+            make_pdb(repeated_protocols(protocols, row.incoming))};
 }
 
 void add_repetitions()
 {
-    for (const auto &[name, kinds] : repetitions) {
-        const pdb_list_t once = make_pdb(repeated_protocols(REPEATED_PROTOCOLS, kinds));
-        const pdb_list_t twice = make_pdb(repeated_protocols(2 * REPEATED_PROTOCOLS, kinds));
-        const std::string text = name;
-        bench_add(text, {size_of({once, once}), REPEATED_PROTOCOLS}, merge_step({once, once}));
-        bench_add_ratio(text + "_growth", merge_step({twice, twice}), merge_step({once, once}));
+    for (const repetition_t &row : repetitions) {
+        const pair_t once = repeated_pair(row, REPEATED_PROTOCOLS);
+        const pair_t twice = repeated_pair(row, 2 * REPEATED_PROTOCOLS);
+        const std::string text = row.name;
+        bench_add(text, {size_of(once), REPEATED_PROTOCOLS}, merge_step(once));
+        bench_add_ratio(text + "_growth", merge_step(twice), merge_step(once));
     }
 }
 
 void report_repetitions()
 {
     bench_heading("8,000 protocols of one id in both pdbs:");
-    for (const auto &[name, kinds] : repetitions) {
-        const std::string text = name;
+    for (const repetition_t &row : repetitions) {
+        const std::string text = row.name;
         bench_line(text, bench_median(text) * 1000, "ms");
         bench_at_most(text + ", time for twice as many", bench_median(text + "_growth"), "times",
                       2.2);

@@ -60,6 +60,41 @@ TEST(plu_random, repeated_ids_are_what_the_reference_says)
     }
 }
 
+/// A protocol whose rules differ in the names and values of their attributes only.
+protocol_model rules_of_one_shape(random_protocols &make, uint32_t nr_rules, uint32_t nr_attrs)
+{
+    protocol_model out = make.protocol(USER);
+    for (uint32_t i = 0; i < nr_rules; ++i) {
+        sub_rule_model sub_rule = make_sub_rule("http", {});
+        while (sub_rule.attrs.size() < nr_attrs)
+            sub_rule.attrs.push_back(make.attr());
+        if (nr_attrs == 3 && sub_rule.attrs[2].values.size() == 3)
+            sub_rule.attrs[2].values.pop_back();
+        out.rules.push_back(make_rule({sub_rule}));
+        if (make.once_in(8))
+            out.rules.back().sub_rules.push_back(sub_rule);
+    }
+    return out;
+}
+
+TEST(plu_random, many_rules_that_are_partly_equal_are_what_the_reference_says)
+{
+    for (uint32_t seed = 0; seed < rounds(600); ++seed) {
+        SCOPED_TRACE(seed);
+        random_protocols make(seed, {seed % 2 == 0, 0, 1 + seed % 7});
+        const uint32_t nr_attrs = 1 + seed % 3;
+        std::vector<protocol_model> base;
+        for (uint32_t nr = 1 + make.below(3); nr > 0; --nr)
+            base.push_back(rules_of_one_shape(make, make.below(4), 1 + make.below(nr_attrs)));
+        std::vector<protocol_model> incoming;
+        for (uint32_t nr = 20 + make.below(40); nr > 0; --nr)
+            incoming.push_back(rules_of_one_shape(make, 1 + make.below(2), nr_attrs));
+        const auto expected = reference_merge(base, incoming);
+        ASSERT_TRUE(expected.has_value());
+        ASSERT_EQ(merged(base, incoming), *expected);
+    }
+}
+
 TEST(plu_random, the_index_finds_what_a_walk_finds)
 {
     for (uint32_t seed = 0; seed < rounds(400); ++seed) {

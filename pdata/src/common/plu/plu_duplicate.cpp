@@ -238,6 +238,6 @@ pdata_status_t plu_find_duplicate_rules(const protodesc_build_t &pb, const ruled
     // What cannot be read may still be passed over: only a walk tells whether it is met.
     if (index->rule.has_unreadable)
         return plu_walk_duplicate_rules(pb, index->rule, nr_slots, found);
-    *found = plu_rule_index_find(pb, index->rule, nr_slots, index);
+    *found = plu_rule_index_find(pb, index->rule, nr_slots, index) != nullptr;
     return PDATA_SUCCESS;
 }

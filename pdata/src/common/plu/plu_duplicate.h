@@ -139,9 +139,10 @@ plu_run_t plu_run_at(const protodesc_build_t &pb, uint32_t start, uint32_t nr_sl
                                                       uint32_t nr_slots, plu_rule_index_t *index,
                                                       bool *found);
 
-/// Tells whether the indexed record holds `rule`, all of whose values are readable.
-bool plu_rule_index_find(const protodesc_build_t &pb, const plu_rule_t &rule, uint32_t nr_slots,
-                         plu_rule_index_t *index);
+/// Returns a run of the indexed record that equals `rule`, all of whose values are readable, or
+/// null. It stands until the index changes.
+const plu_run_t *plu_rule_index_find(const protodesc_build_t &pb, const plu_rule_t &rule,
+                                     uint32_t nr_slots, plu_rule_index_t *index);
 
 /// Lists the rules that were added since the last search.
 void plu_rule_index_update(const protodesc_build_t &pb, uint32_t nr_slots, plu_rule_index_t *index);
@@ -152,17 +153,12 @@ void plu_rule_index_reset(plu_rule_index_t *index);
 /// Tells whether two rules are the same to every comparison with a record.
 bool plu_rule_equal(const plu_rule_t &a, const plu_rule_t &b);
 
-/// The same but for their values.
+/// The same but for the names and values of their attributes.
 bool plu_rule_alike(const plu_rule_t &a, const plu_rule_t &b);
 
 /// Hash what the two compare.
 uint64_t plu_rule_hash(const plu_rule_t &rule);
 uint64_t plu_rule_shape_hash(const plu_rule_t &rule);
-
-/// Tells whether the indexed record holds every rule that is like `rule` but for values, because a
-/// run of it has other attributes only, which a comparison passes over.
-bool plu_rule_index_passes_over(const protodesc_build_t &pb, const plu_rule_t &rule,
-                                uint32_t nr_slots, plu_rule_index_t *index);
 
 /// What is general to a slot.
 plu_generic_t plu_generic_of(const ruledesc_build_t &slot);

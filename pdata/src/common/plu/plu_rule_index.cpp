@@ -179,24 +179,6 @@ uint64_t hash_of_generics(const plu_rule_t &rule)
     return hash;
 }
 
-/// Tells whether a comparison with a run passes over every attribute of a rule.
-bool passes_over(const protodesc_build_t &pb, const plu_run_t &run, const plu_rule_t &rule)
-{
-    if (run.len != rule.sub_rules.size())
-        return false;
-    for (size_t i = 0; i < rule.sub_rules.size(); ++i) {
-        const ruledesc_build_t &slot = pb.pb_rules[run.start + i];
-        bool split;
-        if (!plu_subrules_compare_generic_attribute(slot, rule, i, &split))
-            return false;
-        for (uint32_t j = 0; j < rule.sub_rules[i].nr_attr; ++j)
-            if (pdata_strstrncmp(rule.attrs[rule.sub_rules[i].first_attr + j].name,
-                                 slot.rule_attr[split ? 0 : j].attr_name) == 0)
-                return false;
-    }
-    return true;
-}
-
 } // namespace
 
 void plu_rule_index_update(const protodesc_build_t &pb, uint32_t nr_slots, plu_rule_index_t *index)
@@ -222,24 +204,20 @@ bool plu_rule_alike(const plu_rule_t &a, const plu_rule_t &b)
     const auto same_sub_rule = [](const plu_sub_rule_t &x, const plu_sub_rule_t &y) {
         return x.nr_attr == y.nr_attr && plu_generic_equal(x.generic, y.generic);
     };
-    const auto same_name = [](const plu_attr_t &x, const plu_attr_t &y) {
-        return pdata_strstrncmp(x.name, y.name) == 0;
-    };
     return std::equal(a.sub_rules.begin(), a.sub_rules.end(), b.sub_rules.begin(),
-                      b.sub_rules.end(), same_sub_rule) &&
-           std::equal(a.attrs.begin(), a.attrs.end(), b.attrs.begin(), b.attrs.end(), same_name);
+                      b.sub_rules.end(), same_sub_rule);
 }
 
 bool plu_rule_equal(const plu_rule_t &a, const plu_rule_t &b)
 {
-    const auto same_count = [](const plu_attr_t &x, const plu_attr_t &y) {
-        return x.nr_values == y.nr_values;
+    const auto same_attr = [](const plu_attr_t &x, const plu_attr_t &y) {
+        return x.nr_values == y.nr_values && pdata_strstrncmp(x.name, y.name) == 0;
     };
     const auto same_value = [](const csa_str_t &x, const csa_str_t &y) {
         return (x.str_buf == nullptr) == (y.str_buf == nullptr) && pdata_strstrncmp(x, y) == 0;
     };
     return plu_rule_alike(a, b) &&
-           std::equal(a.attrs.begin(), a.attrs.end(), b.attrs.begin(), b.attrs.end(), same_count) &&
+           std::equal(a.attrs.begin(), a.attrs.end(), b.attrs.begin(), b.attrs.end(), same_attr) &&
            std::equal(a.values.begin(), a.values.end(), b.values.begin(), b.values.end(),
                       same_value);
 }
@@ -247,8 +225,8 @@ bool plu_rule_equal(const plu_rule_t &a, const plu_rule_t &b)
 uint64_t plu_rule_shape_hash(const plu_rule_t &rule)
 {
     uint64_t hash = hash_of_generics(rule);
-    for (const plu_attr_t &attr : rule.attrs)
-        hash = mix_text(hash, attr.name);
+    for (const plu_sub_rule_t &sub_rule : rule.sub_rules)
+        hash = mix(hash, sub_rule.nr_attr);
     return hash;
 }
 
@@ -256,28 +234,14 @@ uint64_t plu_rule_hash(const plu_rule_t &rule)
 {
     uint64_t hash = plu_rule_shape_hash(rule);
     for (const plu_attr_t &attr : rule.attrs)
-        hash = mix(hash, attr.nr_values);
+        hash = mix(mix_text(hash, attr.name), attr.nr_values);
     for (const csa_str_t &value : rule.values)
         hash = mix_text(hash, value);
     return hash;
 }
 
-bool plu_rule_index_passes_over(const protodesc_build_t &pb, const plu_rule_t &rule,
-                                uint32_t nr_slots, plu_rule_index_t *index)
-{
-    plu_rule_index_update(pb, nr_slots, index);
-    const auto [first, last] = index->by_generic.equal_range(hash_of_generics(rule));
-    return std::any_of(first, last, [&](const auto &at) {
-        const plu_class_t &in = index->classes[at.second];
-        return passes_over(pb, in.sample, rule) &&
-               std::any_of(in.runs.begin(), in.runs.end(), [&](uint32_t n_run) {
-                   return index->runs[n_run].len == rule.sub_rules.size();
-               });
-    });
-}
-
-bool plu_rule_index_find(const protodesc_build_t &pb, const plu_rule_t &rule, uint32_t nr_slots,
-                         plu_rule_index_t *index)
+const plu_run_t *plu_rule_index_find(const protodesc_build_t &pb, const plu_rule_t &rule,
+                                     uint32_t nr_slots, plu_rule_index_t *index)
 {
     plu_rule_index_update(pb, nr_slots, index);
     const auto [first, last] = index->by_generic.equal_range(hash_of_generics(rule));
@@ -292,10 +256,10 @@ bool plu_rule_index_find(const protodesc_build_t &pb, const plu_rule_t &rule, ui
                 plu_find_duplicate_rule_verdict(pb, index->runs[n_run].start, rule, &equal) ==
                     PDATA_SUCCESS &&
                 equal)
-                return true;
+                return &index->runs[n_run];
         }
     }
-    return false;
+    return nullptr;
 }
 
 void plu_rule_index_reset(plu_rule_index_t *index)

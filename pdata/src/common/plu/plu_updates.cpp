@@ -28,7 +28,8 @@ uint32_t shape_of(const plu_rule_t &rule, filing_t &filing, plu_updates_t &updat
     const uint64_t hash = plu_rule_shape_hash(rule);
     const auto [first, last] = filing.shapes.equal_range(hash);
     const auto same = std::find_if(first, last, [&](const auto &at) {
-        return plu_rule_alike(updates.contents[updates.shapes[at.second].front()].rule, rule);
+        return plu_rule_alike(updates.contents[updates.shapes[at.second].contents.front()].rule,
+                              rule);
     });
     if (same != last && !rule.has_unreadable)
         return same->second;
@@ -50,7 +51,7 @@ void file_rule(plu_rule_t &&rule, uint32_t n_update, filing_t &filing, plu_updat
     if (same == last) {
         const auto n_content = static_cast<uint32_t>(updates.contents.size());
         const uint32_t shape = shape_of(rule, filing, updates);
-        updates.shapes[shape].push_back(n_content);
+        updates.shapes[shape].contents.push_back(n_content);
         filing.contents.emplace(hash, n_content);
         updates.contents.push_back({std::move(rule), {n_update}, shape});
         return;
@@ -85,11 +86,19 @@ bool file_update(const protodesc_build_t &pb, const action &entry, uint32_t n_up
     return true;
 }
 
-/// Tells whether a record holds a content already, so that an update leaves it out.
-bool holds(const protodesc_build_t &pb, const plu_rule_t &rule, plu_rule_index_t *known)
+/// Shapes of more contents than this are filed, once a record holds one of them.
+constexpr size_t FEW_CONTENTS = 16;
+
+/// Tells whether a record holds a content already, so that an update leaves it out. `by` becomes
+/// the run that equals it, or null where that is not to be told of others.
+bool holds(const protodesc_build_t &pb, const plu_rule_t &rule, plu_rule_index_t *known,
+           const plu_run_t **by)
 {
-    if (!rule.has_unreadable)
-        return plu_rule_index_find(pb, rule, pb.pb_nr_sub_rule, known);
+    *by = nullptr;
+    if (!rule.has_unreadable) {
+        *by = plu_rule_index_find(pb, rule, pb.pb_nr_sub_rule, known);
+        return *by != nullptr;
+    }
     bool found = false;
     return plu_walk_duplicate_rules(pb, rule, pb.pb_nr_sub_rule, &found) == PDATA_SUCCESS && found;
 }
@@ -107,11 +116,12 @@ constexpr uint32_t NO_CONTENT = UINT32_MAX;
 /// A record on its way through the updates.
 struct passage_t {
     protodesc_build_t *pb;
-    const plu_updates_t &updates;
+    plu_updates_t &updates;
     plu_rule_index_t *known;
     uint32_t next; ///< updates in front of it are done
     uint32_t last;
     std::vector<uint32_t> reached; ///< per shape, the contents that were looked up
+    std::vector<plu_bits_t> held;  ///< per shape, contents that need not be looked up
     std::priority_queue<due_t, std::vector<due_t>, std::greater<>> due; ///< nearest first
 };
 
@@ -123,15 +133,31 @@ void make_due(passage_t &passage, const std::vector<uint32_t> &in, uint32_t cont
 }
 
 /// Makes due the next update that brings a content, if the record lacks it. Returns whether it
-/// does.
-bool look_up(passage_t &passage, uint32_t n_content)
+/// does; if not, `by` becomes the run that equals it, or null.
+bool look_up(passage_t &passage, uint32_t n_content, const plu_run_t **by)
 {
     const plu_content_t &content = passage.updates.contents[n_content];
+    *by = nullptr;
     if (passage.next == passage.last || content.updates.back() < passage.next ||
-        holds(*passage.pb, content.rule, passage.known))
+        holds(*passage.pb, content.rule, passage.known, by))
         return false;
     make_due(passage, content.updates, n_content);
     return true;
+}
+
+/// Finds the other contents of a shape that the run equals as well, where they are many.
+void hold_alike(passage_t &passage, uint32_t n_shape, const plu_rule_t &rule, const plu_run_t &by)
+{
+    plu_shape_t &shape = passage.updates.shapes[n_shape];
+    if (shape.contents.size() <= FEW_CONTENTS)
+        return;
+    if (shape.bearers.empty()) {
+        std::vector<const plu_rule_t *> rules;
+        for (const uint32_t n_content : shape.contents)
+            rules.push_back(&passage.updates.contents[n_content].rule);
+        plu_shape_file(shape, rules);
+    }
+    plu_shape_hold(shape, *passage.pb, by.start, rule, passage.held[n_shape]);
 }
 
 /// Looks the contents of a shape up, to the first that the record lacks and that is still to come
@@ -141,15 +167,18 @@ void look_up_shape(passage_t &passage, uint32_t n_shape)
     const plu_updates_t &updates = passage.updates;
     const plu_shape_t &shape = updates.shapes[n_shape];
     uint32_t &at = passage.reached[n_shape];
-    const plu_rule_t &rule = updates.contents[shape.front()].rule;
-    if (at < shape.size() && !rule.has_unreadable &&
-        plu_rule_index_passes_over(*passage.pb, rule, passage.pb->pb_nr_sub_rule, passage.known))
-        at = static_cast<uint32_t>(shape.size());
-    while (at < shape.size()) {
-        const uint32_t n_content = shape[at++];
-        if (look_up(passage, n_content) &&
-            updates.contents[n_content].updates.front() >= passage.next)
+    for (;;) {
+        at = plu_shape_next(shape, passage.held[n_shape], at);
+        if (at == shape.contents.size())
             break;
+        const plu_content_t &content = updates.contents[shape.contents[at]];
+        const plu_run_t *by;
+        if (look_up(passage, shape.contents[at++], &by)) {
+            if (content.updates.front() >= passage.next)
+                break;
+        } else if (by != nullptr) {
+            hold_alike(passage, n_shape, content.rule, *by);
+        }
     }
 }
 
@@ -161,6 +190,7 @@ void look_up_all(passage_t &passage)
     passage.due.push({passage.last - 1, NO_CONTENT}); // its meta stays
     make_due(passage, passage.updates.unsettled, NO_CONTENT);
     passage.reached.assign(passage.updates.shapes.size(), 0);
+    passage.held.assign(passage.updates.shapes.size(), {});
     for (uint32_t i = 0; i < passage.updates.shapes.size(); ++i)
         look_up_shape(passage, i);
 }
@@ -200,12 +230,12 @@ plu_updates_t plu_read_updates(const protodesc_build_t &pb, std::span<const acti
     return updates;
 }
 
-pdata_status_t plu_apply_updates(protodesc_build_t *pb, const plu_updates_t &updates,
+pdata_status_t plu_apply_updates(protodesc_build_t *pb, plu_updates_t &updates,
                                  std::span<const action *const> actions,
                                  const plu_stretch_t &stretch, uint32_t *nr_rules,
                                  plu_rule_index_t *known)
 {
-    passage_t passage = {pb, updates, known, stretch.first, stretch.last, {}, {}};
+    passage_t passage = {pb, updates, known, stretch.first, stretch.last, {}, {}, {}};
     look_up_all(passage);
     passage.due.push({stretch.first, NO_CONTENT}); // the record may be full from the start
     while (!passage.due.empty()) {
@@ -216,7 +246,8 @@ pdata_status_t plu_apply_updates(protodesc_build_t *pb, const plu_updates_t &upd
             PDATA_TRY(apply(passage, *actions[due.update], nr_rules));
         }
         if (due.content != NO_CONTENT) {
-            (void)look_up(passage, due.content);
+            const plu_run_t *by;
+            (void)look_up(passage, due.content, &by);
             look_up_shape(passage, updates.contents[due.content].shape);
         }
     }
