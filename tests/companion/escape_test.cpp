@@ -28,6 +28,11 @@ TEST(escape, a_backslash_is_doubled_so_that_the_text_can_be_read_back)
     EXPECT_EQ(escape_terminal("\\x41"), "\\\\x41");
 }
 
+TEST(escape, a_backslash_of_a_line_stays)
+{
+    EXPECT_EQ(escape_line("\\x41\x1b"), "\\x41\\x1b");
+}
+
 TEST(escape, bytes_that_are_no_text_are_spelled_one_by_one)
 {
     EXPECT_EQ(escape_terminal("a\xff"

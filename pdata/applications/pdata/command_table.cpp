@@ -18,6 +18,8 @@ constexpr output_format_t text_only[] = {OUTPUT_TEXT};
 std::span<const command_t> command_table()
 {
     static constexpr command_t table[] = {
+        {"check", authors, "Every fault of a description at once, where it stands", text_only,
+         "  pdata check protocols.pdd --cfg cfg", check_declare},
         {"build", authors, "Descriptions to a pdb in one step: compiled, verified, tested, written",
          text_json, "  pdata build protocols.pdd -o loadable.pdb --loadable --tests traffic.tsv",
          build_declare},

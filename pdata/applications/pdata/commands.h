@@ -3,6 +3,7 @@
 
 #include "command.h"
 
+command_run_t check_declare(CLI::App &app);
 command_run_t list_declare(CLI::App &app);
 command_run_t dump_declare(CLI::App &app);
 command_run_t verify_declare(CLI::App &app);

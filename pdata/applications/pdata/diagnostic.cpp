@@ -11,31 +11,29 @@ namespace
 constexpr size_t EXCERPT_COLUMNS = 100;
 constexpr size_t EXCERPT_BEFORE = 60;
 
-/// Blanks for tabs, and the part of a long line around a place. Moves the place along.
-std::string excerpt(std::string_view line, size_t &at)
-{
-    const size_t cut = at > EXCERPT_BEFORE ? at - EXCERPT_BEFORE : 0;
-    std::string text(line.substr(cut, EXCERPT_COLUMNS));
-    std::ranges::replace(text, '\t', ' ');
-    const std::string before = escape_terminal(std::string_view(text).substr(0, at - cut));
-    const std::string behind = escape_terminal(std::string_view(text).substr(at - cut));
-    at = text_characters(before);
-    return before + behind;
-}
-
 } // namespace
+
+std::string diagnostic_excerpt(std::string_view content, size_t offset)
+{
+    const size_t least = offset - std::min(offset, EXCERPT_BEFORE);
+    const size_t feed = content.substr(least, offset - least).rfind('\n');
+    const size_t begin = feed == std::string_view::npos ? least : least + feed + 1;
+    std::string text(content.substr(begin, EXCERPT_COLUMNS));
+    text.resize(std::min(text.find('\n', offset - begin), text.size()));
+    std::ranges::replace(text, '\t', ' ');
+    const std::string before = escape_line(std::string_view(text).substr(0, offset - begin));
+    const std::string behind = escape_line(std::string_view(text).substr(offset - begin));
+    return fmt::format("    {}{}\n    {:>{}}\n", before, behind, '^', text_characters(before) + 1);
+}
 
 void print_text_fault(console_t &console, const std::string &file, std::string_view content,
                       const text_fault_t &fault, std::string_view id)
 {
     const text_place_t place = text_place(content, fault.offset);
-    const size_t feed = content.substr(0, fault.offset).rfind('\n');
-    size_t at = feed == std::string_view::npos ? fault.offset : fault.offset - feed - 1;
-    const std::string line = excerpt(text_line(content, place.line), at);
     const std::string level = colour_text(console.err_colour, COLOUR_ERROR, "error");
-    const std::string text = fmt::format("{}:{}:{}: {}: {} [{}]\n    {}\n    {:>{}}\n",
-                                         escape_terminal(file), place.line, place.column, level,
-                                         escape_terminal(fault.text), id, line, '^', at + 1);
+    const std::string text = fmt::format(
+        "{}:{}:{}: {}: {} [{}]\n{}", escape_terminal(file), place.line, place.column, level,
+        escape_terminal(fault.text), id, diagnostic_excerpt(content, fault.offset));
     (void)std::fwrite(text.data(), 1, text.size(), console.err); // nowhere left to complain
 }
 

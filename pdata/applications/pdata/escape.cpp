@@ -58,6 +58,28 @@ void put_hex(std::string &out, uint8_t byte)
     out += digits[byte & 15];
 }
 
+/// Escapes what no terminal should see; a backslash becomes `backslash`.
+std::string escape(std::string_view text, std::string_view backslash)
+{
+    std::string out;
+    out.reserve(text.size());
+    while (!text.empty()) {
+        const size_t length = utf8_length(text);
+        const size_t taken = length == 0 ? 1 : length;
+        if (text.front() == '\\')
+            out += backslash;
+        else if (length != 0 && !is_control(code_point(text, length)))
+            out += text.substr(0, taken);
+        else
+            for (size_t i = 0; i < taken; ++i) {
+                out += "\\x";
+                put_hex(out, byte_at(text, i));
+            }
+        text.remove_prefix(taken);
+    }
+    return out;
+}
+
 } // namespace
 
 size_t utf8_length(std::string_view text)
@@ -89,25 +111,12 @@ bool utf8_valid(std::string_view text)
 
 std::string escape_terminal(std::string_view text)
 {
-    std::string out;
-    out.reserve(text.size());
-    while (!text.empty()) {
-        const size_t length = utf8_length(text);
-        const bool shown = length != 0 && !is_control(code_point(text, length));
-        const size_t taken = length == 0 ? 1 : length;
-        if (shown) {
-            out += text.substr(0, taken);
-            if (text.front() == '\\')
-                out += '\\';
-        } else {
-            for (size_t i = 0; i < taken; ++i) {
-                out += "\\x";
-                put_hex(out, byte_at(text, i));
-            }
-        }
-        text.remove_prefix(taken);
-    }
-    return out;
+    return escape(text, "\\\\");
+}
+
+std::string escape_line(std::string_view text)
+{
+    return escape(text, "\\");
 }
 
 std::string escape_hex(std::string_view text)

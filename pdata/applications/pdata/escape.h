@@ -20,5 +20,9 @@ bool utf8_valid(std::string_view text);
 /// UTF-8) byte by byte as \xHH.
 std::string escape_terminal(std::string_view text);
 
+/// The same, but a backslash stays as it is: for lines of a file, and texts that quote them, where
+/// backslashes are common and people copy what they see.
+std::string escape_line(std::string_view text);
+
 /// Returns the bytes of `text` as lower-case hexadecimal digits.
 std::string escape_hex(std::string_view text);

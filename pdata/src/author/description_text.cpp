@@ -153,13 +153,14 @@ std::string expected_text(const reader_t &reader, expected_t expected)
     return std::string("expected ") + expected_names[object ? EXPECT_NOTHING + 1 : expected];
 }
 
-bool read_tokens(reader_t &reader)
+/// Reads the tokens of an object, and with `whole` what stands behind it.
+bool read_tokens(reader_t &reader, bool whole)
 {
     const std::string_view text = reader.description.text;
     std::vector<text_token_t> &tokens = reader.description.tokens;
     expected_t expected = EXPECT_DOCUMENT;
-    for (;;) {
-        reader.at = std::min(text.find_first_not_of(" \t\n", reader.at), text.size());
+    while (whole || expected != EXPECT_NOTHING) {
+        reader.at = text_skip_blanks(text, reader.at);
         if (reader.at == text.size())
             break;
         text_token_kind_t kind{};
@@ -204,7 +205,21 @@ bool description_text_read(std::string_view text, description_text_t &descriptio
     reader_t reader = {description, fault, {}};
     if (text.size() > DESCRIPTION_TEXT_MAX)
         return refuse(reader, DESCRIPTION_TEXT_MAX, "a text of more than 2147483647 bytes");
-    return read_tokens(reader) && check_frame(reader);
+    return read_tokens(reader, true) && check_frame(reader);
+}
+
+bool description_object_read(std::string_view text, size_t at, description_text_t &description,
+                             text_fault_t &fault)
+{
+    description.text = text;
+    description.tokens.clear();
+    reader_t reader = {description, fault, {}, at};
+    return read_tokens(reader, false);
+}
+
+size_t text_skip_blanks(std::string_view text, size_t at)
+{
+    return std::min(text.find_first_not_of(" \t\n", at), text.size());
 }
 
 std::string_view text_token_bytes(const description_text_t &description, size_t token)

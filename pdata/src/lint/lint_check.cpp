@@ -1,0 +1,124 @@
+#include "lint_check.h"
+
+#include <algorithm>
+#include <tuple>
+
+#include "json_tools.h"
+#include "lint_build.h"
+#include "lint_resolve.h"
+#include "lint_rules.h"
+#include "lint_shape.h"
+#include "lint_text.h"
+#include "lint_values.h"
+
+namespace
+{
+
+/// A check on its way through the files.
+struct lint_run_t {
+    lint_config_t &config;
+    lint_result_t &result;
+    lint_matchers_t matchers;
+};
+
+/// Tells whether any of the findings from `first` on is an error.
+bool any_error(const std::vector<finding_t> &findings, size_t first)
+{
+    return std::any_of(findings.begin() + static_cast<ptrdiff_t>(first), findings.end(),
+                       [](const finding_t &finding) {
+                           return finding_kind(finding.id).level == FINDING_LEVEL_ERROR;
+                       });
+}
+
+void look_at(std::span<const lint_row_t> rows, const lint_look_t &look)
+{
+    for (const lint_row_t &row : rows)
+        row.look(look);
+}
+
+/// Judges the values of a rule whose attributes are known.
+void judge_values(lint_run_t &run, const lint_look_t &rule)
+{
+    lint_each_attribute(rule, [&](const lint_look_t &attribute) {
+        if (attribute.attribute->matched == nullptr)
+            return;
+        lint_each_value(attribute,
+                        [&](const lint_look_t &value) { lint_judge_value(run.matchers, value); });
+    });
+}
+
+/// Judges a protocol alone: what the compiler refuses, then what is most likely a slip.
+void judge_protocol(lint_run_t &run, lint_protocol_t &protocol)
+{
+    lint_resolve(run.config, protocol);
+    const lint_look_t look = {run.result.model, run.config, run.result.findings, &protocol};
+    look_at(lint_protocol_rows(), look);
+    lint_each_rule(look, [&](const lint_look_t &rule) {
+        const size_t first = run.result.findings.size();
+        look_at(lint_refusal_rows(), rule);
+        judge_values(run, rule);
+        look_at(lint_rule_rows(), rule);
+        protocol.rules[rule.rule->number - 1].faultless = !any_error(run.result.findings, first);
+    });
+}
+
+/// Gives a finding of the shape its protocol, and the rule that it stands in.
+void name_owner(const lint_protocol_t &protocol, finding_t &finding)
+{
+    if (protocol.name)
+        finding.protocol = protocol.name->raw;
+    const auto behind =
+        std::ranges::upper_bound(protocol.rules, finding.place.begin, {},
+                                 [](const lint_rule_t &rule) { return rule.place.begin; });
+    if (behind != protocol.rules.begin() && finding.place.begin < (behind - 1)->place.end)
+        finding.rule = (behind - 1)->number;
+}
+
+void take_protocol(lint_run_t &run, uint32_t file, const description_text_t &tokens)
+{
+    std::vector<finding_t> &findings = run.result.findings;
+    const size_t first = findings.size();
+    lint_shape_check(*run.config.shape.semantic, tokens, file, findings);
+    lint_build_protocol(tokens, file, run.result.model, findings);
+    lint_protocol_t &protocol = run.result.model.protocols.back();
+    for (finding_t &finding : std::span(findings).subspan(first))
+        name_owner(protocol, finding);
+    judge_protocol(run, protocol);
+    protocol.faultless = !any_error(findings, first);
+    string_list_clean();
+}
+
+void sort_findings(std::vector<finding_t> &findings)
+{
+    std::ranges::stable_sort(findings, {}, [](const finding_t &finding) {
+        return std::tuple(finding.place.file, finding.place.begin, finding.place.end);
+    });
+}
+
+} // namespace
+
+lint_result_t lint_check(std::vector<lint_file_t> files, lint_config_t &config,
+                         const lint_progress_t &progress)
+{
+    lint_result_t result;
+    result.model.files = std::move(files);
+    result.model.aliases = config.aliases;
+    result.mended.resize(result.model.files.size());
+    lint_run_t run = {config, result, {}};
+    size_t all = 0;
+    size_t done = 0;
+    for (const lint_file_t &file : result.model.files)
+        all += file.text.size();
+    for (uint32_t i = 0; i < result.model.files.size(); ++i) {
+        const auto take = [&](const description_text_t &tokens) {
+            take_protocol(run, i, tokens);
+            if (progress)
+                progress(done + tokens.tokens.back().end, all);
+        };
+        const std::string_view text = result.model.files[i].text;
+        (void)lint_read_text(text, i, result.mended[i], take, result.findings);
+        done += text.size();
+    }
+    sort_findings(result.findings);
+    return result;
+}

@@ -1,0 +1,57 @@
+#include "lint_places.h"
+
+#include <algorithm>
+
+namespace
+{
+
+void note(lint_places_t &places, const finding_place_t &place)
+{
+    places.files[place.file].push_back({place.begin, {}});
+    places.files[place.file].push_back({place.end, {}});
+}
+
+bool begins_character(char c)
+{
+    return (c & '\xc0') != '\x80';
+}
+
+/// Counts lines and characters from byte to byte.
+void sweep(std::string_view text, std::vector<lint_places_t::byte_t> &bytes)
+{
+    text_place_t place;
+    size_t at = 0;
+    for (lint_places_t::byte_t &byte : bytes) {
+        for (const size_t end = std::min<size_t>(byte.offset, text.size()); at < end; ++at)
+            if (text[at] == '\n')
+                place = {place.line + 1, 1};
+            else
+                place.column += begins_character(text[at]) ? 1 : 0;
+        byte.place = place;
+    }
+}
+
+} // namespace
+
+lint_places_t lint_places(std::span<const lint_file_t> files, std::span<const finding_t> findings)
+{
+    lint_places_t places;
+    places.files.resize(files.size());
+    for (const finding_t &finding : findings) {
+        note(places, finding.place);
+        if (finding.related)
+            note(places, finding.related->place);
+    }
+    for (size_t i = 0; i < files.size(); ++i) {
+        std::ranges::sort(places.files[i], {}, &lint_places_t::byte_t::offset);
+        sweep(files[i].text, places.files[i]);
+    }
+    return places;
+}
+
+text_place_t lint_place_of(const lint_places_t &places, uint32_t file, uint32_t offset)
+{
+    const auto &bytes = places.files[file];
+    const auto found = std::ranges::lower_bound(bytes, offset, {}, &lint_places_t::byte_t::offset);
+    return found == bytes.end() ? text_place_t{} : found->place;
+}

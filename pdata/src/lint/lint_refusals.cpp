@@ -1,0 +1,311 @@
+#include <algorithm>
+
+#include "lint_resolve.h"
+#include "lint_rules.h"
+#include "lint_words.h"
+#include "pdata_error.h"
+#include "pdb_rule_priority.h"
+#include "scope_words.h"
+
+namespace
+{
+
+bool has_attributes(const lint_sub_rule_t &sub_rule)
+{
+    return !sub_rule.attributes.empty();
+}
+
+/// Tells whether what a rule says of itself is read: it is taken from its first sub-rule.
+bool is_read(const lint_rule_t &rule)
+{
+    return !rule.sub_rules.empty() && has_attributes(rule.sub_rules.front());
+}
+
+bool any_attributes(const lint_rule_t &rule)
+{
+    return std::ranges::any_of(rule.sub_rules, has_attributes);
+}
+
+void look_order(const lint_look_t &look)
+{
+    const auto &order = look.rule->order;
+    uint32_t range = 0;
+    uint32_t number = 0;
+    uint32_t priority = 0;
+    if (!order || !is_read(*look.rule))
+        return;
+    if (!lint_read_order(order->decoded, range, number)) {
+        lint_report_at(look, order->place, FINDING_ORDER_COLON, "an order without a colon",
+                       lint_joined({"write \"", order->raw, ":0\", a range and an order"}))
+            .value = order->raw;
+    } else if (pdb_rule_get_priority(range, number, &priority) != PDATA_SUCCESS) {
+        lint_report_at(look, order->place, FINDING_ORDER_RANGE, pdata_status_msg_get(),
+                       "write a range of 0 to 255 and an order of 0 to 16777215")
+            .value = order->raw;
+    }
+}
+
+void look_scope(const lint_look_t &look)
+{
+    constexpr uint32_t dns = 0x20;
+    const lint_rule_t &rule = *look.rule;
+    if (!any_attributes(rule))
+        return;
+    for (const lint_text_t &word : rule.scope) {
+        const uint32_t bit = scope_bit(word.decoded);
+        if (bit == 0)
+            lint_report_at(look, word.place, FINDING_SCOPE_WORD,
+                           "there is no scope " + lint_quoted(word.raw),
+                           "write one of all, http, ssl, stun, ip, dns, sip, rtsp, facebook, quic, "
+                           "http2, http_proxy, spdy")
+                .value = word.raw;
+        const auto on_ip = [](const lint_sub_rule_t &sub_rule) {
+            return has_attributes(sub_rule) && lint_bottom(sub_rule) == "ip";
+        };
+        if (bit == dns && std::ranges::any_of(rule.sub_rules, on_ip))
+            lint_report_at(look, word.place, FINDING_SCOPE_WORD,
+                           "a rule that tests ip may not have dns in its scope", "leave it out")
+                .value = word.raw;
+    }
+}
+
+void look_path(const lint_look_t &look)
+{
+    const auto &path = look.rule->path;
+    if (path.empty() || !is_read(*look.rule) || !look.protocol->name)
+        return;
+    const std::string &name = look.protocol->name->decoded;
+    if (path.size() == 1)
+        lint_report_at(look, path.front().place, FINDING_PATH_FORM,
+                       "a path of one protocol: it needs two at least",
+                       "write the protocol below in front of " + lint_quoted(name))
+            .value = path.front().raw;
+    else if (path.back().decoded != name)
+        lint_report_at(look, path.back().place, FINDING_PATH_FORM,
+                       "the last protocol of a path is not the protocol itself",
+                       "end the path with " + lint_json(name))
+            .value = path.back().raw;
+}
+
+void look_tags(const lint_look_t &look)
+{
+    if (!is_read(*look.rule))
+        return;
+    for (const lint_text_t &tag : look.rule->tags)
+        if (std::ranges::find(look.config.tags, tag.decoded) == look.config.tags.end()) {
+            const std::vector<std::string_view> known(look.config.tags.begin(),
+                                                      look.config.tags.end());
+            lint_report_at(look, tag.place, FINDING_UNKNOWN_RULE_TAG,
+                           "the tag table has no " + lint_quoted(tag.raw),
+                           lint_meant(tag.decoded, known))
+                .value = tag.raw;
+        }
+}
+
+/// The entries of a sub-rule, a key for each value, as the compiler counts them.
+std::vector<std::string_view> entries_of(const lint_sub_rule_t &sub_rule)
+{
+    std::vector<std::string_view> entries;
+    for (const lint_attribute_t &attribute : sub_rule.attributes)
+        entries.insert(entries.end(), attribute.values.size(), attribute.key.raw);
+    return entries;
+}
+
+/// Two entries of a preempt rule are one for each direction, or one is exactly "port".
+bool are_two_ways(const std::vector<std::string_view> &entries)
+{
+    int open_ways = 3;
+    for (const std::string_view key : entries) {
+        if (key == "port")
+            return true;
+        if (key.size() > 4 && key.starts_with("cts-"))
+            open_ways -= 2;
+        else if (key.size() > 4 && key.starts_with("stc-"))
+            open_ways -= 1;
+    }
+    return open_ways == 0;
+}
+
+void look_preempt(const lint_look_t &look)
+{
+    const lint_rule_t &rule = *look.rule;
+    if (!rule.preempt)
+        return;
+    for (const lint_sub_rule_t &sub_rule : rule.sub_rules) {
+        const std::vector<std::string_view> entries = entries_of(sub_rule);
+        if (entries.size() > 2)
+            lint_report_at(look, sub_rule.place, FINDING_PREEMPT_FORM,
+                           "a preempt rule of more than two values",
+                           "leave one value, or one for each direction");
+        else if (entries.size() == 2 && !are_two_ways(entries))
+            lint_report_at(look, sub_rule.place, FINDING_PREEMPT_FORM,
+                           "a preempt rule of two values that are not one for each direction",
+                           "write one with \"cts-\" and the same one with \"stc-\"");
+    }
+}
+
+void look_mixed(const lint_look_t &look)
+{
+    for (const lint_sub_rule_t &sub_rule : look.rule->sub_rules)
+        if (sub_rule.protocols.size() > 1 && has_attributes(sub_rule))
+            lint_report_at(look, sub_rule.place, FINDING_MIXED_SUB_RULE,
+                           "several protocols and attributes in one sub-rule",
+                           "write a rule for each of the protocols");
+}
+
+std::string attributes_of(std::string_view protocol)
+{
+    std::string names;
+    for (const pdb_attr_properties_t &row : pdb_attr_properties_table())
+        if (row.proper_proto != nullptr && row.proper_proto == protocol)
+            names += (names.empty() ? "write one of " : ", ") + std::string(row.proper_attr);
+    return names.empty() ? "no attribute of " + lint_quoted(protocol) + " can be tested" : names;
+}
+
+/// Says which attribute is meant, or which there are.
+std::string meant_attribute(const lint_look_t &look, std::string_view protocol)
+{
+    std::vector<std::string_view> names;
+    for (const pdb_attr_properties_t &row : pdb_attr_properties_table())
+        if (row.proper_proto != nullptr && row.proper_proto == protocol)
+            names.emplace_back(row.proper_attr);
+    const std::string_view nearest = lint_nearest(look.attribute->name, names);
+    return nearest.empty() ? attributes_of(protocol) : "write " + lint_quoted(nearest);
+}
+
+const char *way_prefix(csa_attr_way_t way)
+{
+    return way == ATTR_WAY_CTS ? "cts-" : "stc-";
+}
+
+void look_attribute(const lint_look_t &look)
+{
+    const lint_attribute_t &attribute = *look.attribute;
+    const std::string bottom(lint_bottom(*look.sub_rule));
+    if (attribute.key.raw.ends_with("stream_offset") && !attribute.offset)
+        return; // its shape is wrong
+    if (attribute.written == nullptr) {
+        lint_report(look, FINDING_UNKNOWN_ATTRIBUTE,
+                    bottom + " has no attribute " + lint_quoted(attribute.name),
+                    meant_attribute(look, bottom));
+        return;
+    }
+    const csa_attr_way_t allowed = attribute.written->proper_allowed_way;
+    if (attribute.written_way != ATTR_WAY_BOTH && allowed != ATTR_WAY_BOTH &&
+        attribute.written_way != allowed)
+        lint_report(look, FINDING_WRONG_DIRECTION,
+                    bottom + ":" + attribute.name + " is there in the other direction alone",
+                    lint_joined({"write \"", way_prefix(allowed), attribute.name, "\""}));
+    else if (attribute.matched == nullptr)
+        lint_report(
+            look, FINDING_UNKNOWN_ATTRIBUTE,
+            lint_joined({"an alias makes ", bottom, ":", attribute.name, " an attribute of ",
+                         attribute.matched_key.protocol, ", which has none of that name"}),
+            "write it into a rule of its own");
+}
+
+void look_attributes(const lint_look_t &look)
+{
+    lint_each_attribute(look, look_attribute);
+}
+
+/// An attribute that needs minimum data is tested in a direction that has none.
+void look_mindata(const lint_look_t &look)
+{
+    lint_each_attribute(look, [](const lint_look_t &at) {
+        if (at.attribute->matched == nullptr ||
+            at.attribute->matched->mindata_status != MINDATA_MANDATORY)
+            return;
+        for (const csa_attr_way_t way : {ATTR_WAY_CTS, ATTR_WAY_STC}) {
+            if (!lint_tests_way(*at.attribute, way) || lint_mindata(*at.rule, way) != 0)
+                continue;
+            const std::string key = lint_joined({"\"", way_prefix(way), "mindata\""});
+            lint_report(at, FINDING_MISSING_MINDATA,
+                        at.attribute->name + " needs minimum data, and there is no " + key,
+                        "write " + key + " with the bytes that its values need");
+        }
+    });
+}
+
+/// An attribute of one name and direction holds so many values, wherever they are written.
+void look_value_count(const lint_look_t &look)
+{
+    for (const lint_sub_rule_t &sub_rule : look.rule->sub_rules)
+        for (const lint_attribute_t &attribute : sub_rule.attributes) {
+            size_t nr = 0;
+            for (const lint_attribute_t &other : sub_rule.attributes)
+                if (other.name == attribute.name && other.written_way == attribute.written_way) {
+                    nr += other.values.size();
+                    if (&other == &attribute)
+                        break;
+                }
+            if (nr > PROTODESC_ATTR_VAL_MAX &&
+                nr - attribute.values.size() <= PROTODESC_ATTR_VAL_MAX)
+                lint_report_at(look, attribute.place, FINDING_TOO_MANY,
+                               "more than 8 values of one attribute", "leave 8 of them");
+        }
+}
+
+/// Counts the items that a value becomes: a text with commas is several.
+size_t items_of(const lint_attribute_t &attribute, const lint_text_t &value)
+{
+    if (attribute.matched == nullptr || attribute.matched->proper_type != MATCHER_TYPE_STREAM)
+        return 1;
+    size_t nr = 0;
+    char before = ',';
+    for (const char c : value.decoded) {
+        nr += before == ',' && c != ',' ? 1 : 0;
+        before = c;
+    }
+    return nr;
+}
+
+void look_items(const lint_look_t &look)
+{
+    size_t nr = 0;
+    for (const lint_sub_rule_t &sub_rule : look.rule->sub_rules)
+        for (const lint_attribute_t &attribute : sub_rule.attributes)
+            for (const lint_text_t &value : attribute.values)
+                nr += items_of(attribute, value);
+    if (nr > RULE_MAX_ITEM)
+        lint_report(look, FINDING_TOO_MANY,
+                    std::to_string(nr) + " items in a rule, where 16 may be",
+                    "leave 16 values; a text with commas counts once for each part");
+}
+
+void refuse_empty(const lint_look_t &look, const lint_text_t &text)
+{
+    if ((text.decoded.size() & 0xffff) == 0)
+        lint_report_at(look, text.place, FINDING_EMPTY_TEXT, "an empty text cannot be stored",
+                       "write something into it, or leave its key out");
+}
+
+void look_empty(const lint_look_t &look)
+{
+    for (const lint_sub_rule_t &sub_rule : look.rule->sub_rules) {
+        for (const lint_text_t &protocol : sub_rule.protocols)
+            refuse_empty(look, protocol);
+        for (const lint_attribute_t &attribute : sub_rule.attributes)
+            for (const lint_text_t &value : attribute.values)
+                refuse_empty(look, value);
+    }
+    if (!is_read(*look.rule))
+        return;
+    for (const lint_text_t &name : look.rule->path)
+        refuse_empty(look, name);
+    for (const lint_text_t &tag : look.rule->tags)
+        refuse_empty(look, tag);
+}
+
+constexpr lint_row_t rows[] = {
+    {look_order},       {look_scope}, {look_path},       {look_tags},
+    {look_preempt},     {look_mixed}, {look_attributes}, {look_mindata},
+    {look_value_count}, {look_items}, {look_empty},
+};
+
+} // namespace
+
+std::span<const lint_row_t> lint_refusal_rows()
+{
+    return rows;
+}

@@ -1,0 +1,114 @@
+#include "lint_resolve.h"
+
+#include "matcher_alias_serialize.h"
+#include "pdb_rule_priority.h"
+
+namespace
+{
+
+/// Splits a key into its direction and its name, as it is stored.
+void split_key(lint_attribute_t &attribute)
+{
+    std::string_view name = attribute.key.raw; // keys are compared as they are written
+    const bool at_offset = name.ends_with("stream_offset") && attribute.offset;
+    if (at_offset)
+        name.remove_suffix(7);
+    attribute.written_way = ATTR_WAY_BOTH;
+    if (name.size() > 4 && (name.starts_with("cts-") || name.starts_with("stc-"))) {
+        attribute.written_way = name.starts_with("cts-") ? ATTR_WAY_CTS : ATTR_WAY_STC;
+        name.remove_prefix(4);
+    }
+    attribute.name = name;
+}
+
+/// The direction that an attribute is stored with: a bare one of a single direction gets it.
+csa_attr_way_t stored_way(const lint_attribute_t &attribute)
+{
+    const bool forced = attribute.written != nullptr && attribute.written_way == ATTR_WAY_BOTH;
+    return forced ? attribute.written->proper_allowed_way : attribute.written_way;
+}
+
+void resolve_attribute(const lint_config_t &config, std::string_view bottom,
+                       lint_sub_rule_t &sub_rule, std::string &matched_bottom,
+                       lint_attribute_t &attribute)
+{
+    split_key(attribute);
+    attribute.written = pdb_get_attr_properties(csa_str(bottom), csa_str(attribute.name));
+    lint_key_t &key = attribute.matched_key;
+    key = {"", attribute.name, stored_way(attribute)};
+    const alias_pair_t *pair =
+        matcher_alias_has_proto(config.aliases, csa_str(bottom))
+            ? matcher_alias_find(config.aliases, csa_str(bottom), csa_str(attribute.name), key.way)
+            : nullptr;
+    if (pair == nullptr)
+        return;
+    const alias_elt_t &reference = pair->reference;
+    matched_bottom = csa_str_view(reference.proto_name);
+    matcher_alias_update_mindata(csa_str(key.attribute), reference.attr_name, key.way,
+                                 reference.way, &sub_rule.matched_stc_mindata,
+                                 &sub_rule.matched_cts_mindata);
+    key.attribute = csa_str_view(reference.attr_name);
+    key.way = reference.way;
+}
+
+uint32_t number_or(const std::optional<lint_number_t> &number, uint32_t otherwise)
+{
+    return number ? number->number : otherwise;
+}
+
+void resolve_sub_rule(const lint_config_t &config, lint_sub_rule_t &sub_rule)
+{
+    const std::string_view bottom = lint_bottom(sub_rule);
+    std::string matched_bottom(bottom);
+    const uint32_t both = number_or(sub_rule.mindata, 0);
+    sub_rule.matched_cts_mindata = number_or(sub_rule.cts_mindata, both);
+    sub_rule.matched_stc_mindata = number_or(sub_rule.stc_mindata, both);
+    for (lint_attribute_t &attribute : sub_rule.attributes)
+        resolve_attribute(config, bottom, sub_rule, matched_bottom, attribute);
+    for (lint_attribute_t &attribute : sub_rule.attributes) {
+        lint_key_t &key = attribute.matched_key;
+        key.protocol = matched_bottom;
+        attribute.matched = pdb_get_attr_properties(csa_str(key.protocol), csa_str(key.attribute));
+    }
+}
+
+/// The digits that a text begins with; larger numbers stay at the largest one.
+uint32_t digits_of(std::string_view text)
+{
+    uint64_t number = 0;
+    for (const char c : text) {
+        if (c < '0' || c > '9')
+            break;
+        number = std::min<uint64_t>(number * 10 + static_cast<uint64_t>(c - '0'), UINT32_MAX);
+    }
+    return static_cast<uint32_t>(number);
+}
+
+} // namespace
+
+void lint_resolve(const lint_config_t &config, lint_protocol_t &protocol)
+{
+    for (lint_rule_t &rule : protocol.rules) {
+        uint32_t range = 0;
+        uint32_t order = 0;
+        if (rule.order && lint_read_order(rule.order->decoded, range, order))
+            (void)pdb_rule_get_priority(range, order, &rule.priority); // a finding of its own
+        for (lint_sub_rule_t &sub_rule : rule.sub_rules)
+            resolve_sub_rule(config, sub_rule);
+    }
+}
+
+bool lint_tests_way(const lint_attribute_t &attribute, csa_attr_way_t way)
+{
+    return (attribute.matched_key.way & way) != 0;
+}
+
+bool lint_read_order(std::string_view order, uint32_t &range, uint32_t &number)
+{
+    const size_t colon = order.find(':');
+    if (colon == order.npos)
+        return false;
+    range = digits_of(order.substr(0, colon));
+    number = digits_of(order.substr(colon + 1));
+    return true;
+}

@@ -1,0 +1,16 @@
+/// What the compiler makes of a protocol, beside what is written: properties, directions, aliases,
+/// priorities, minimum data.
+#pragma once
+
+#include "lint_config.h"
+#include "lint_model.h"
+
+/// Fills in what the model keeps beside the text. Says nothing.
+void lint_resolve(const lint_config_t &config, lint_protocol_t &protocol);
+
+/// Tells whether an attribute is tested in a direction, ATTR_WAY_CTS or ATTR_WAY_STC.
+bool lint_tests_way(const lint_attribute_t &attribute, csa_attr_way_t way);
+
+/// Reads an order as the compiler does: the digits in front of its colon and those behind it. False
+/// without a colon.
+bool lint_read_order(std::string_view order, uint32_t &range, uint32_t &number);

@@ -1,0 +1,15 @@
+/// The tables of the check, one row a rule, by the place that a rule looks at.
+#pragma once
+
+#include <span>
+
+#include "lint_look.h"
+
+/// What is looked at in a protocol.
+std::span<const lint_row_t> lint_protocol_rows();
+
+/// What the compiler refuses in a rule, with its sub-rules and attributes.
+std::span<const lint_row_t> lint_refusal_rows();
+
+/// What is most likely a slip in a rule.
+std::span<const lint_row_t> lint_rule_rows();

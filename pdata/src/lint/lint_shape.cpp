@@ -1,0 +1,262 @@
+#include "lint_shape.h"
+
+#include <utility>
+
+#include "lint_vocabulary.h"
+#include "lint_words.h"
+
+namespace
+{
+
+/// An object or array that is open.
+struct shape_level_t {
+    size_t token;    ///< its bracket
+    uint32_t before; ///< the node in front of the member at hand and of its comma
+    bool first = true;
+};
+
+/// A check on its way through the tokens.
+struct shape_walk_t {
+    semantic_t &machine;
+    const description_text_t &tokens;
+    uint32_t file;
+    std::vector<finding_t> &findings;
+    uint32_t node = 0;
+    size_t at = 0;
+    std::vector<shape_level_t> open{};
+};
+
+const semantic_node_t &node_of(const shape_walk_t &walk)
+{
+    return walk.machine.nodes[walk.node];
+}
+
+std::string_view text_of(const shape_walk_t &walk, size_t token)
+{
+    const std::string_view bytes = text_token_bytes(walk.tokens, token);
+    return walk.tokens.tokens[token].kind == TEXT_STRING ? bytes.substr(1, bytes.size() - 2)
+                                                         : bytes;
+}
+
+void report(shape_walk_t &walk, finding_id_t id, size_t token, std::string message,
+            std::string hint)
+{
+    const text_token_t &it = walk.tokens.tokens[token];
+    finding_t finding;
+    finding.id = id;
+    finding.place = {walk.file, it.begin, it.end};
+    finding.message = std::move(message);
+    finding.hint = std::move(hint);
+    walk.findings.push_back(std::move(finding));
+}
+
+trans_type_t event_of(text_token_kind_t kind)
+{
+    switch (kind) {
+    case TEXT_OBJECT:
+        return TRANS_OBJECT_START;
+    case TEXT_OBJECT_END:
+        return TRANS_OBJECT_END;
+    case TEXT_ARRAY:
+        return TRANS_ARRAY_START;
+    case TEXT_ARRAY_END:
+        return TRANS_ARRAY_END;
+    case TEXT_COMMA:
+        return TRANS_COMMA;
+    case TEXT_STRING:
+        return TRANS_STRING;
+    case TEXT_NUMBER:
+        return TRANS_NUMBER;
+    default:
+        return TRANS_ATOM;
+    }
+}
+
+/// Takes the event of the token at hand. Returns false where the machine has no transition.
+bool take(shape_walk_t &walk)
+{
+    const text_token_kind_t kind = walk.tokens.tokens[walk.at].kind;
+    const std::string_view text = kind == TEXT_STRING ? text_of(walk, walk.at) : "";
+    const semantic_trans_t *trans = semantic_next_node_find(node_of(walk), event_of(kind), text);
+    if (trans == nullptr || trans->to == 0 || trans->to >= SEMANTIC_NODE_DIM)
+        return false;
+    walk.node = trans->to;
+    semantic_node_inc(&walk.machine, walk.node);
+    return true;
+}
+
+/// Goes on behind the member at hand, as if it were not there.
+void pass_over(shape_walk_t &walk, size_t end)
+{
+    if (walk.open.empty()) {
+        walk.at = walk.tokens.tokens.size();
+        return;
+    }
+    const shape_level_t &level = walk.open.back();
+    walk.node = level.before;
+    walk.at = end;
+    if (level.first && walk.tokens.tokens[end].kind == TEXT_COMMA)
+        ++walk.at;
+}
+
+bool is_key(const shape_walk_t &walk)
+{
+    return !walk.open.empty() && walk.tokens.tokens[walk.open.back().token].kind == TEXT_OBJECT &&
+           walk.tokens.tokens[walk.at + 1].kind == TEXT_COLON;
+}
+
+/// The labels that the node at hand has.
+std::vector<std::string_view> labels(const semantic_node_t &node)
+{
+    std::vector<std::string_view> words;
+    for (uint32_t i = 0; i < node.nr_trans; ++i)
+        if (node.trans[i].type == TRANS_STRING)
+            words.push_back(node.trans[i].trans);
+    return words;
+}
+
+void refuse_key(shape_walk_t &walk)
+{
+    const std::string_view key = text_of(walk, walk.at);
+    const std::vector<std::string_view> words = labels(node_of(walk));
+    const bool known = lint_is_key(key);
+    const std::string shown = lint_quoted(key);
+    if (words.empty() && known)
+        report(walk, FINDING_MISPLACED_KEY, walk.at, shown + " stands behind \"rule\"",
+               "write it in front of \"rule\", the last key of a rule");
+    else
+        report(walk, known ? FINDING_MISPLACED_KEY : FINDING_UNKNOWN_KEY, walk.at,
+               known ? shown + " may not stand here" : "there is no key " + shown,
+               lint_meant(key, words));
+    pass_over(walk, text_value_end(walk.tokens, walk.at + 2));
+}
+
+/// What a key takes, from the transitions behind it.
+std::string taken_by(const semantic_node_t &node)
+{
+    std::string text;
+    for (uint32_t i = 0; i < node.nr_trans; ++i) {
+        const trans_type_t type = node.trans[i].type;
+        const char *what = type == TRANS_OBJECT_START  ? "an object"
+                           : type == TRANS_ARRAY_START ? "an array"
+                           : type == TRANS_X           ? "a single value"
+                                                       : nullptr;
+        if (what != nullptr)
+            text += (text.empty() ? "" : " or ") + std::string(what);
+    }
+    return text.empty() ? "nothing" : text;
+}
+
+void refuse_value(shape_walk_t &walk)
+{
+    report(walk, FINDING_WRONG_KIND, walk.at, "a value of the wrong kind",
+           "write " + taken_by(node_of(walk)) + " here");
+    pass_over(walk, text_value_end(walk.tokens, walk.at));
+}
+
+/// Returns the token of the second key of that name in an object, or its bracket.
+size_t second_key(const shape_walk_t &walk, size_t object, std::string_view key)
+{
+    bool seen = false;
+    const auto &tokens = walk.tokens.tokens;
+    for (size_t at = object + 1; tokens[at].kind == TEXT_STRING;) {
+        if (text_of(walk, at) == key && std::exchange(seen, true))
+            return at;
+        at = text_value_end(walk.tokens, at + 2);
+        at += tokens[at].kind == TEXT_COMMA ? 1 : 0;
+    }
+    return object;
+}
+
+/// Returns the innermost object that is open, or the protocol.
+size_t innermost_object(const shape_walk_t &walk)
+{
+    for (size_t i = walk.open.size(); i-- > 0;)
+        if (walk.tokens.tokens[walk.open[i].token].kind == TEXT_OBJECT)
+            return walk.open[i].token;
+    return 0;
+}
+
+void refuse_count(shape_walk_t &walk, const semantic_node_t &node, uint32_t count)
+{
+    const semantic_trans_t *label = semantic_prev_string_node_find(walk.machine, node);
+    const std::string_view key = label == nullptr ? "" : label->trans;
+    const size_t object = innermost_object(walk);
+    if (count < node.min.value_or(0))
+        report(walk, FINDING_MISSING_KEY, object, lint_quoted(key) + " is missing",
+               "add " + lint_quoted(key));
+    else
+        report(walk, FINDING_REPEATED_KEY, second_key(walk, object, key),
+               lint_quoted(key) + " stands " + std::to_string(count) + " times", "write it once");
+}
+
+/// Checks every count that the end of an object or array checks.
+void check_counts(shape_walk_t &walk)
+{
+    for (const uint32_t index : node_of(walk).check) {
+        if (index >= SEMANTIC_NODE_DIM)
+            continue;
+        const semantic_node_t &node = walk.machine.nodes[index];
+        if (!node.min && !node.max)
+            return; // what the compiler does at a node without a range
+        uint32_t &count = walk.machine.count[index];
+        if (count < node.min.value_or(0) || count > node.max.value_or(UINT32_MAX))
+            refuse_count(walk, node, count);
+        count = 0;
+    }
+}
+
+void close(shape_walk_t &walk)
+{
+    const bool taken = take(walk);
+    const size_t bracket = walk.open.back().token;
+    if (taken) {
+        check_counts(walk);
+        semantic_node_reset(&walk.machine, walk.node);
+        walk.open.pop_back();
+        ++walk.at;
+        return;
+    }
+    report(walk, FINDING_WRONG_KIND, bracket, "this may not be empty", "write a value into it");
+    walk.open.pop_back();
+    pass_over(walk, walk.at + 1);
+}
+
+void step(shape_walk_t &walk)
+{
+    const text_token_kind_t kind = walk.tokens.tokens[walk.at].kind;
+    if (kind == TEXT_OBJECT_END || kind == TEXT_ARRAY_END)
+        return close(walk);
+    if (kind == TEXT_COMMA) {
+        walk.open.back().before = walk.node;
+        walk.open.back().first = false;
+    }
+    const bool key = kind == TEXT_STRING && is_key(walk);
+    if (kind != TEXT_COLON && !take(walk)) {
+        if (kind == TEXT_COMMA)
+            ++walk.at; // the member behind it is refused
+        else if (key)
+            refuse_key(walk);
+        else
+            refuse_value(walk);
+        return;
+    }
+    if (kind != TEXT_COLON)
+        semantic_node_reset(&walk.machine, walk.node);
+    if (kind == TEXT_OBJECT || kind == TEXT_ARRAY)
+        walk.open.push_back({walk.at, walk.node});
+    ++walk.at;
+}
+
+} // namespace
+
+bool lint_shape_check(semantic_t &machine, const description_text_t &tokens, uint32_t file,
+                      std::vector<finding_t> &findings)
+{
+    const size_t before = findings.size();
+    semantic_rewind(&machine);
+    shape_walk_t walk = {machine, tokens, file, findings};
+    while (walk.at < tokens.tokens.size())
+        step(walk);
+    return findings.size() == before;
+}

@@ -1,0 +1,105 @@
+#include "lint_text_mend.h"
+
+#include <algorithm>
+
+namespace
+{
+
+constexpr std::string_view MARK = "\xef\xbb\xbf";
+
+/// A text on its way through the search.
+struct mender_t {
+    std::string_view text;
+    uint32_t file;
+    std::unique_ptr<std::string> &mended;
+    finding_t mark;
+    finding_t returns;
+    finding_t comments;
+};
+
+/// Returns the byte behind the string that begins at `at`.
+size_t behind_string(std::string_view text, size_t at)
+{
+    for (++at; at < text.size() && text[at] != '"'; ++at)
+        if (text[at] == '\\')
+            ++at;
+    return std::min(at + 1, text.size());
+}
+
+/// Returns the byte behind the comment that begins at `at`, or `at` where none begins.
+size_t behind_comment(std::string_view text, size_t at)
+{
+    const std::string_view rest = text.substr(at);
+    if (rest.starts_with("//") || rest.starts_with('#'))
+        return std::min(text.find_first_of("\r\n", at), text.size());
+    if (!rest.starts_with("/*"))
+        return at;
+    const size_t end = text.find("*/", at + 2);
+    return end == std::string_view::npos ? at : end + 2;
+}
+
+/// Puts blanks in the place of bytes that are no token, and notes how to take them away.
+void pass_over(mender_t &mender, finding_t &finding, size_t begin, size_t end)
+{
+    const finding_place_t place = {mender.file, static_cast<uint32_t>(begin),
+                                   static_cast<uint32_t>(end)};
+    if (finding.edits.empty())
+        finding.place = place;
+    finding.edits.push_back({place, ""});
+    if (mender.mended == nullptr)
+        mender.mended = std::make_unique<std::string>(mender.text);
+    const std::string_view bytes = mender.text.substr(begin, end - begin);
+    std::ranges::transform(bytes, mender.mended->begin() + static_cast<ptrdiff_t>(begin),
+                           [](char c) { return c == '\n' ? '\n' : ' '; });
+}
+
+void search(mender_t &mender)
+{
+    const std::string_view text = mender.text;
+    for (size_t at = mender.text.find_first_of("\"\r/#"); at < text.size();
+         at = text.find_first_of("\"\r/#", at)) {
+        const size_t begin = at;
+        if (text[at] == '"') {
+            at = behind_string(text, at);
+        } else if (text[at] == '\r') {
+            pass_over(mender, mender.returns, begin, ++at);
+        } else {
+            at = behind_comment(text, at);
+            if (at != begin)
+                pass_over(mender, mender.comments, begin, at);
+            else
+                ++at;
+        }
+    }
+}
+
+void put(finding_t &finding, finding_id_t id, const char *message, const char *hint,
+         std::vector<finding_t> &findings)
+{
+    if (finding.edits.empty())
+        return;
+    finding.id = id;
+    finding.message = message;
+    finding.hint = hint;
+    findings.push_back(std::move(finding));
+}
+
+} // namespace
+
+std::string_view lint_mend_text(std::string_view text, uint32_t file,
+                                std::unique_ptr<std::string> &mended,
+                                std::vector<finding_t> &findings)
+{
+    mender_t mender = {text, file, mended, {}, {}, {}};
+    if (text.starts_with(MARK))
+        pass_over(mender, mender.mark, 0, MARK.size());
+    search(mender);
+    put(mender.mark, FINDING_BYTE_ORDER_MARK, "a byte order mark: the text begins behind it",
+        "save the file as UTF-8 without a mark", findings);
+    put(mender.returns, FINDING_CARRIAGE_RETURN,
+        "a carriage return: lines end in a line feed alone",
+        "save the file with the line ends of Unix", findings);
+    put(mender.comments, FINDING_COMMENT, "a comment: descriptions have none",
+        "take it away; \"description\" of a protocol holds text", findings);
+    return mended == nullptr ? text : std::string_view(*mended);
+}

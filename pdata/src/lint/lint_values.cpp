@@ -1,0 +1,224 @@
+#include "lint_values.h"
+
+#include <algorithm>
+
+#include "lint_expression.h"
+#include "lint_resolve.h"
+#include "lint_words.h"
+#include "rexpand.h"
+#include "tlv_description.h"
+
+namespace
+{
+
+/// A matcher begins anew when it has read so many bytes or has so many entries.
+constexpr uint64_t FRESH_BYTES = 1 << 20;
+constexpr size_t FRESH_ENTRIES = MATCHER_PRIVATE_MAX / 4;
+
+bool is_text(const pdb_attr_properties_t &properties)
+{
+    return properties.proper_type == MATCHER_TYPE_STREAM;
+}
+
+bool is_address(const pdb_attr_properties_t &properties)
+{
+    return properties.proper_type == MATCHER_TYPE_IP_4 ||
+           properties.proper_type == MATCHER_TYPE_IP_6;
+}
+
+void begin_matcher(const pdb_attr_properties_t &properties, matcher_build &matcher)
+{
+    matcher_desc_t desc;
+    desc.max_perm = MATCHER_PERMUTATION_MAX;
+    desc.max_prv_id = MATCHER_PRIVATE_MAX;
+    desc.start_item_id = 1;
+    desc.algo = properties.proper_algo;
+    if (is_text(properties)) {
+        desc.mindata_status = properties.mindata_status;
+        desc.em_dispatch = properties.em_dispatch;
+        desc.alpha_config = properties.icase | properties.sort;
+    }
+    matcher_build_clean(&matcher);
+    if (matcher_init(&matcher, properties.proper_type, 0, desc) != PDATA_SUCCESS)
+        throw std::bad_alloc();
+}
+
+/// Returns the matcher of an attribute, with room for a value.
+matcher_build &matcher_of(lint_matchers_t &matchers, const pdb_attr_properties_t &properties)
+{
+    const auto [found, is_new] = matchers.builds.try_emplace(&properties);
+    matcher_build &matcher = found->second;
+    if (is_new || matcher.budget.used > FRESH_BYTES || matcher.map.size() > FRESH_ENTRIES)
+        begin_matcher(properties, matcher);
+    return matcher;
+}
+
+/// Returns the minimum data that a value of a rule has in a direction; none where it is missing,
+/// which is a finding of its own.
+uint32_t mindata_of(const lint_look_t &look, csa_attr_way_t way)
+{
+    const uint32_t bytes = lint_mindata(*look.rule, way);
+    const bool missing = bytes == 0 && look.attribute->matched->mindata_status == MINDATA_MANDATORY;
+    return missing ? PATTERN_MINDATA_NONE : bytes;
+}
+
+pdata_status_t register_text(matcher_build &matcher, const lint_look_t &look, uint32_t mindata)
+{
+    pattern_info info{};
+    info.mindata = mindata;
+    info.priority = look.rule->priority;
+    info.preempt = look.rule->preempt ? 1 : 0;
+    matcher_data_t data;
+    data.pattern = csa_str_view(csa_str(look.value->decoded));
+    data.pattern_offset = look.attribute->offset ? look.attribute->offset->number : 0;
+    uint32_t item = 0;
+    return matcher_register(&matcher, data, &item, false, info, nullptr);
+}
+
+/// Hands a text to its matcher; one that a full matcher refuses gets a fresh one.
+pdata_status_t judge_text(lint_matchers_t &matchers, const lint_look_t &look, uint32_t mindata)
+{
+    const pdb_attr_properties_t &properties = *look.attribute->matched;
+    matcher_build &matcher = matcher_of(matchers, properties);
+    pdata_status_msg_set("");
+    const pdata_status_t status = register_text(matcher, look, mindata);
+    if (status != PDATA_ERR_OVERFLOW)
+        return status;
+    begin_matcher(properties, matcher);
+    return register_text(matcher, look, mindata);
+}
+
+void report_mindata(const lint_look_t &look, csa_attr_way_t way)
+{
+    const std::string key = way == ATTR_WAY_CTS ? "cts-mindata" : "stc-mindata";
+    const bool at_offset = look.attribute->offset && look.attribute->offset->number != 0;
+    lint_report(look, FINDING_SHORT_MINDATA,
+                "the minimum data, " + std::to_string(lint_mindata(*look.rule, way)) +
+                    " bytes, are less than the value needs",
+                at_offset ? "write \"" + key + "\" of the offset and the length of the pattern"
+                          : "write \"" + key + "\" of the longest piece of the value");
+}
+
+void report_expression(const lint_look_t &look, int code)
+{
+    const lint_expression_fault_t fault = lint_expression_fault(look.value->decoded, code);
+    lint_report(look, FINDING_BAD_EXPRESSION, fault.message, fault.hint);
+}
+
+/// Tells whether an expression cannot be expanded, after saying so.
+bool is_bad_expression(const lint_look_t &look)
+{
+    std::string_view text = csa_str_view(csa_str(look.value->decoded));
+    if (!text.empty() && text.back() == '\0')
+        text.remove_suffix(1);
+    rexpand_permutation_list list;
+    const int code = rexpand_process(text, MATCHER_PERMUTATION_MAX, nullptr, &list);
+    if (code != 0)
+        report_expression(look, code);
+    return code != 0;
+}
+
+/// Says why a text was refused.
+void report_text(const lint_look_t &look, csa_attr_way_t way, pdata_status_t status)
+{
+    const std::string_view message = pdata_status_msg_get();
+    const bool at_offset = look.attribute->offset && look.attribute->offset->number != 0;
+    if (message.find("escaped sequence") != message.npos)
+        lint_report(look, FINDING_BAD_EXPRESSION, "an escape that does not read",
+                    "write \"\\\\x\" with exactly two digits");
+    else if (message.starts_with("Invalid preempt"))
+        lint_report(look, FINDING_PREEMPT_FORM, "a preempt value of several pieces",
+                    "write one piece: nothing open between two texts");
+    else if (message.starts_with("Invalid mindata"))
+        report_mindata(look, way);
+    else if (!at_offset && status != PDATA_ERR_OVERFLOW && is_bad_expression(look))
+        return;
+    else if (status == PDATA_ERR_INVALID_OPERATION)
+        lint_report(look, FINDING_NO_END,
+                    "the value asks for the end of the data, which this attribute has not",
+                    "write \".*\" at its end");
+    else if (status == PDATA_ERR_REGEX)
+        report_mindata(look, way);
+    else if (status == PDATA_ERR_OVERFLOW)
+        lint_report(look, FINDING_TOO_MANY, "the value has more or longer pieces than a matcher",
+                    "write it shorter: a piece that may stand anywhere has 1024 bytes at most");
+    else
+        lint_report(look, FINDING_REFUSED, "the compiler refuses this value", "write it anew");
+}
+
+void judge_text_ways(lint_matchers_t &matchers, const lint_look_t &look)
+{
+    uint32_t judged = 0;
+    bool any = false;
+    for (const csa_attr_way_t way : {ATTR_WAY_CTS, ATTR_WAY_STC}) {
+        const uint32_t mindata = mindata_of(look, way);
+        if (!lint_tests_way(*look.attribute, way) || (any && mindata == judged))
+            continue;
+        judged = mindata;
+        any = true;
+        const pdata_status_t status = judge_text(matchers, look, mindata);
+        if (status != PDATA_SUCCESS)
+            return report_text(look, way, status);
+    }
+}
+
+std::string number_forms(const pdb_attr_properties_t &properties)
+{
+    switch (properties.proper_type) {
+    case MATCHER_TYPE_IP_4:
+        return "write 192.0.2.1, 192.0.2.0/24 or 192.0.2.1-192.0.2.9";
+    case MATCHER_TYPE_IP_6:
+        return "write 2001:db8::1 or 2001:db8::/32";
+    case MATCHER_TYPE_NUMBER_8:
+        return "write a number of 0 to 255, or two with '-' between them";
+    default:
+        return "write a number of 0 to 65535, or two with '-' between them";
+    }
+}
+
+/// Judges one part of a list of numbers or addresses.
+pdata_status_t judge_part(matcher_build *matcher, const pdb_attr_properties_t &properties,
+                          std::string_view part)
+{
+    matcher_data_t data;
+    data.pattern = part;
+    const int code =
+        properties.proper_ftrans(csa_str(part), INEQUATION_NONE, data.left, data.right);
+    if (code != 0)
+        return module_err2pdata_status(PDATA_MODULE_NUMBER, code);
+    uint32_t item = 0;
+    return matcher == nullptr ? PDATA_SUCCESS
+                              : matcher_register(matcher, data, &item, false, {}, nullptr);
+}
+
+void judge_numbers(lint_matchers_t &matchers, const lint_look_t &look)
+{
+    const pdb_attr_properties_t &properties = *look.attribute->matched;
+    // A number that reads is taken by its matcher; an address range may still run backwards.
+    matcher_build *matcher = is_address(properties) ? &matcher_of(matchers, properties) : nullptr;
+    std::string_view rest = csa_str_view(csa_str(look.value->decoded));
+    for (std::string_view part = lint_next_part(rest); !part.empty(); part = lint_next_part(rest))
+        if (judge_part(matcher, properties, part) != PDATA_SUCCESS)
+            lint_report(look, FINDING_BAD_NUMBER, lint_quoted(part) + " does not read",
+                        number_forms(properties));
+}
+
+} // namespace
+
+void lint_judge_value(lint_matchers_t &matchers, const lint_look_t &look)
+{
+    if ((look.value->decoded.size() & 0xffff) == 0)
+        return; // an empty text is a finding of its own
+    if (is_text(*look.attribute->matched))
+        judge_text_ways(matchers, look);
+    else
+        judge_numbers(matchers, look);
+}
+
+std::string_view lint_next_part(std::string_view &rest)
+{
+    rest.remove_prefix(std::min(rest.find_first_not_of(','), rest.size()));
+    const std::string_view part = rest.substr(0, rest.find(','));
+    rest.remove_prefix(part.size());
+    return part;
+}

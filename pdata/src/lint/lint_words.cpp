@@ -1,0 +1,107 @@
+#include "lint_words.h"
+
+#include <algorithm>
+#include <numeric>
+#include <utility>
+#include <vector>
+
+#include "csa_escape.h"
+
+namespace
+{
+
+/// Most bytes of a text in a message, and edits between a word and the one that is meant.
+constexpr size_t SHOWN_MAX = 60;
+constexpr size_t MEANT_MAX = 2;
+constexpr size_t WORD_MAX = 64;
+
+/// Most words that a hint lists.
+constexpr size_t LISTED_MAX = 16;
+
+/// Edits (a character more, less or other) between two words (Wagner and Fischer, 1974).
+size_t distance(std::string_view a, std::string_view b)
+{
+    std::vector<size_t> row(b.size() + 1);
+    std::iota(row.begin(), row.end(), size_t{0});
+    for (size_t i = 1; i <= a.size(); ++i) {
+        size_t diagonal = std::exchange(row[0], i);
+        for (size_t j = 1; j <= b.size(); ++j) {
+            const size_t replaced = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
+            diagonal = std::exchange(row[j], std::min({replaced, row[j] + 1, row[j - 1] + 1}));
+        }
+    }
+    return row.back();
+}
+
+} // namespace
+
+std::string lint_joined(std::initializer_list<std::string_view> texts)
+{
+    std::string joined;
+    for (const std::string_view text : texts)
+        joined += text;
+    return joined;
+}
+
+std::string lint_quoted(std::string_view text)
+{
+    std::string shown = "\"";
+    shown += text.substr(0, SHOWN_MAX);
+    return shown + (text.size() > SHOWN_MAX ? "...\"" : "\"");
+}
+
+std::string_view lint_nearest(std::string_view word, std::span<const std::string_view> words)
+{
+    std::string_view nearest;
+    size_t least = MEANT_MAX + 1;
+    for (const std::string_view candidate : words) {
+        if (word.size() > WORD_MAX || candidate.size() > word.size() + MEANT_MAX ||
+            word.size() > candidate.size() + MEANT_MAX)
+            continue;
+        const size_t edits = distance(word, candidate);
+        if (edits < least && edits < candidate.size()) {
+            least = edits;
+            nearest = candidate;
+        }
+    }
+    return nearest;
+}
+
+std::string lint_meant(std::string_view word, std::span<const std::string_view> words)
+{
+    const std::string_view nearest = lint_nearest(word, words);
+    if (!nearest.empty())
+        return "write " + lint_quoted(nearest);
+    std::string text;
+    for (const std::string_view known : words.first(std::min(words.size(), LISTED_MAX)))
+        text += (text.empty() ? "write one of " : ", ") + lint_quoted(known);
+    return text + (words.size() > LISTED_MAX ? ", ..." : "");
+}
+
+std::string lint_json(std::string_view text)
+{
+    constexpr std::string_view letters = "bfnrt";
+    std::string written = "\"";
+    for (const char c : text) {
+        const auto letter =
+            std::ranges::find_if(letters, [c](char l) { return char_escaped(l) == c; });
+        if (letter != letters.end())
+            written += {'\\', *letter};
+        else if (c == '"' || c == '\\')
+            written += {'\\', c};
+        else
+            written += c;
+    }
+    return written + '"';
+}
+
+std::string lint_decoded(std::string_view raw)
+{
+    std::string text;
+    text.reserve(raw.size());
+    for (size_t at = 0; at < raw.size(); ++at) {
+        const bool escaped = raw[at] == '\\' && at + 1 < raw.size();
+        text += escaped ? char_escaped(raw[++at]) : raw[at];
+    }
+    return text;
+}
