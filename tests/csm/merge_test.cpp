@@ -178,7 +178,7 @@ TEST_F(pdata_merge_test, a_pdb_merged_with_itself_has_no_more_rules)
 {
     for (uint32_t seed = 0; seed < 60; ++seed) {
         SCOPED_TRACE(seed);
-        const pdb_list_t pdb = make_pdb(random_text(seed).protocols(6, USER + 1));
+        const pdb_list_t pdb = make_random_pdb(seed, 6, USER + 1);
         ASSERT_EQ(merged_of(pdb, pdb), protocols_of(pdb));
     }
 }
@@ -187,9 +187,8 @@ TEST_F(pdata_merge_test, a_merge_holds_every_protocol_of_both)
 {
     for (uint32_t seed = 0; seed < 60; ++seed) {
         SCOPED_TRACE(seed);
-        random_text text(seed);
-        const pdb_list_t first = make_pdb(text.protocols(5, USER + 1));
-        const pdb_list_t second = make_pdb(text.protocols(5, USER + 2));
+        const pdb_list_t first = make_random_pdb(2 * seed, 5, USER + 1);
+        const pdb_list_t second = make_random_pdb(2 * seed + 1, 5, USER + 2);
         std::vector<protocol_model> expected = protocols_of(first);
         for (const protocol_model &protocol : protocols_of(second))
             expected.push_back(protocol);
@@ -197,16 +196,25 @@ TEST_F(pdata_merge_test, a_merge_holds_every_protocol_of_both)
     }
 }
 
+size_t nr_rules(const pdb_list_t &pdb)
+{
+    size_t nr = 0;
+    for (const protocol_model &protocol : protocols_of(pdb))
+        nr += protocol.rules.size();
+    return nr;
+}
+
 TEST_F(pdata_merge_test, merged_again_nothing_changes)
 {
+    size_t nr_equal = 0;
     for (uint32_t seed = 0; seed < 60; ++seed) {
         SCOPED_TRACE(seed);
-        random_text text(seed);
-        const pdb_list_t first = make_pdb(text.protocols(5, USER + 1));
-        const pdb_list_t second = make_pdb(text.protocols(5, USER + 1));
+        const pdb_list_t first = make_random_pdb(2 * seed, 5, USER + 1);
+        const pdb_list_t second = make_random_pdb(2 * seed + 1, 5, USER + 1);
         pdb_t merged;
         ASSERT_EQ(merge(first, second, &merged), "0");
         const pdb_list_t both = with(first, merged);
+        nr_equal += nr_rules(first) + nr_rules(second) - nr_rules(both);
         pdb_t again;
         ASSERT_EQ(merge(both, second, &again), "0");
         ASSERT_EQ(sorted(protocols_of(again, first)), sorted(protocols_of(both)));
@@ -214,6 +222,7 @@ TEST_F(pdata_merge_test, merged_again_nothing_changes)
         ASSERT_EQ(merge(first, second, &same), "0");
         ASSERT_EQ(bytes_of(same), bytes_of(merged));
     }
+    EXPECT_GT(nr_equal, 50U) << "rules of both pdbs that stand once in their merge";
 }
 
 /// Merges a damaged pdb into a sound one and the other way round.
@@ -237,11 +246,9 @@ void merge_damaged(const pdb_list_t &sound, const pdb_list_t &damaged)
 
 TEST_F(pdata_merge_test, damaged_pdbs)
 {
-    random_text text(7);
-    const pdb_list_t sound = make_pdb(text.protocols(3, USER + 1));
-    const pdb_list_t other = make_pdb(text.protocols(3, USER + 1));
-    for_each_damaged(other, text,
-                     [&](const pdb_list_t &damaged) { merge_damaged(sound, damaged); });
+    const pdb_list_t sound = make_random_pdb(1, 3, USER + 1);
+    const pdb_list_t other = make_random_pdb(2, 3, USER + 1);
+    for_each_damaged(other, 7, [&](const pdb_list_t &damaged) { merge_damaged(sound, damaged); });
 }
 
 } // namespace

@@ -12,6 +12,7 @@
 #include "description_reader.h"
 #include "outcome.h"
 #include "pdata_serialize.h"
+#include "random_description.h"
 
 /// A configuration without semantic checks whose tag table has these tags.
 inline pdata_cfg_t make_cfg(const std::string &tags)
@@ -29,12 +30,12 @@ inline pdata_cfg_t make_cfg(const std::string &tags)
     return cfg;
 }
 
+constexpr const char *COMMON_TAGS = "\"video\":1,\"audio\":2,\"zz\":3";
+
 /// The list that a file with the pdb of a description text is read into: protocol descriptions,
 /// tags, main strings.
-inline pdb_list_t make_pdb(const std::string &protocols,
-                           const std::string &tags = "\"video\":1,\"audio\":2,\"zz\":3")
+inline pdb_list_t make_pdb_of(const std::string &text, const std::string &tags = COMMON_TAGS)
 {
-    const std::string text = "{\"protocols\":[" + protocols + "]}";
     const pdata_cfg_t cfg = make_cfg(tags);
     pdd_t pdd;
     pdd.pdd_json.assign(text.begin(), text.end());
@@ -49,6 +50,12 @@ inline pdb_list_t make_pdb(const std::string &protocols,
         if (const pdb_t *part = pdata_pdb_type_find(made, type); part != nullptr)
             pdb[n++] = *part;
     return pdb;
+}
+
+/// The same of the protocols of a description, without what stands around them.
+inline pdb_list_t make_pdb(const std::string &protocols, const std::string &tags = COMMON_TAGS)
+{
+    return make_pdb_of("{\"protocols\":[" + protocols + "]}", tags);
 }
 
 /// A part over these bytes.
@@ -110,91 +117,19 @@ inline std::vector<protocol_model> sorted(std::vector<protocol_model> protocols)
     return protocols;
 }
 
-/// Random description texts. Every rule has attributes, so that it says its scope itself.
-struct random_text {
-    std::mt19937 random;
-
-    explicit random_text(uint32_t seed) : random(seed) {}
-
-    uint32_t below(uint32_t end) { return static_cast<uint32_t>(random() % end); }
-
-    /// Appends an element of a list.
-    static void append(std::string &text, const std::string &element)
-    {
-        if (!text.empty() && text.back() == '}')
-            text += ',';
-        text += element;
-    }
-
-    /// "%" stands for the next of these numbers; each is random below its own.
-    std::string fill(const std::string &form, std::initializer_list<uint32_t> ends)
-    {
-        std::string text;
-        const uint32_t *end = ends.begin();
-        for (const char c : form) {
-            if (c == '%')
-                text += std::to_string(below(*end++));
-            else
-                text += c;
-        }
-        return text;
-    }
-
-    std::string sub_rule()
-    {
-        if (below(2) == 0)
-            return fill(R"({"protocol":"http","server":["h%","g%"],"user_agent":"a%"})",
-                        {30, 30, 3});
-        if (below(2) == 0)
-            return fill(R"({"protocol":"tcp","cts-stream_offset":{"offset":%,"pattern":"p%"},)"
-                        R"("mindata":%})",
-                        {5, 9, 9});
-        return fill(R"({"protocol":"tcp","port":"%"})", {60});
-    }
-
-    std::string rule(const std::string &name)
-    {
-        std::string text = fill(R"({"order":"%:%",)", {4, 9});
-        if (below(3) == 0)
-            text += R"("fastpass":true,)";
-        if (below(3) == 0)
-            text += R"("scope":["ssl","http"],"path":["ip",")" + name + R"("],)";
-        if (below(3) == 0)
-            text += R"("rule-tags":["video","audio"],)";
-        text += R"("rule":[)" + sub_rule();
-        if (below(3) == 0)
-            text += fill(R"(,{"protocol":"ip","address":["10.0.0.%","10.1.0.%"]})", {9, 9});
-        return text + "]}";
-    }
-
-    std::string protocol(uint32_t id)
-    {
-        std::string name = "p";
-        name += std::to_string(id & 0xFFFFFF);
-        std::string text = R"({"name":")" + name + R"(","id":)" + std::to_string(id);
-        text += fill(R"(,"version":{"major":%,"minor":%},"tags":{"family":"f%"})", {3, 9, 3});
-        text += R"(,"altname":")" + name + R"(x","cacheable":)";
-        text += below(2) == 0 ? "true" : "false";
-        text += R"(,"rules":[)";
-        for (uint32_t nr = below(8); nr > 0; --nr)
-            append(text, rule(name));
-        return text + "]}";
-    }
-
-    std::string protocols(uint32_t nr, uint32_t first)
-    {
-        std::string text;
-        for (uint32_t i = 0; i < nr; ++i)
-            append(text, protocol(first + i * 41));
-        return text;
-    }
-};
+/// The pdb of a random description: as many protocols, with ids 41 apart from `first_id` on. Every
+/// rule says its scope itself, and rules of different pdbs are equal now and then.
+inline pdb_list_t make_random_pdb(uint32_t seed, uint32_t nr_protocol, uint32_t first_id)
+{
+    return make_pdb_of(make_random_description(seed, {}, {nr_protocol, first_id, true, true}).json);
+}
 
 /// Hands `use` copies of a pdb whose descriptions or strings are damaged: cut at every length, and
 /// with bits flipped.
 template <typename Use>
-void for_each_damaged(const pdb_list_t &pdb, random_text &text, const Use &use)
+void for_each_damaged(const pdb_list_t &pdb, uint32_t seed, const Use &use)
 {
+    std::mt19937 random(seed);
     for (const size_t part : {size_t{0}, size_t{2}}) {
         const std::vector<uint8_t> sound = bytes_of(pdb[part]);
         const auto hand_over = [&](const std::vector<uint8_t> &bytes) {
@@ -204,9 +139,9 @@ void for_each_damaged(const pdb_list_t &pdb, random_text &text, const Use &use)
             hand_over({sound.begin(), sound.begin() + static_cast<ptrdiff_t>(len)});
         for (int i = 0; i < 1500; ++i) {
             std::vector<uint8_t> bytes = sound;
-            for (uint32_t nr = 1 + text.below(4); nr > 0; --nr) {
-                const uint32_t at = text.below(static_cast<uint32_t>(bytes.size()));
-                bytes[at] ^= static_cast<uint8_t>(1U << text.below(8));
+            for (auto nr = 1 + random() % 4; nr > 0; --nr) {
+                const size_t at = random() % bytes.size();
+                bytes[at] ^= static_cast<uint8_t>(1U << random() % 8);
             }
             hand_over(bytes);
         }

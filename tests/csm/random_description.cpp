@@ -91,15 +91,15 @@ std::string object(const std::vector<std::string> &members)
 class generator
 {
 public:
-    generator(uint32_t seed, std::span<const alias_model> alias_list)
-        : random(seed), aliases(alias_list)
+    generator(uint32_t seed, std::span<const alias_model> alias_list, const random_shape &with)
+        : random(seed), aliases(alias_list), shape(with)
     {
     }
 
     random_description make()
     {
         std::vector<std::string> texts;
-        for (uint32_t n = 1 + below(6); n != 0; --n)
+        for (uint32_t n = shape.nr_protocol != 0 ? shape.nr_protocol : 1 + below(6); n != 0; --n)
             texts.push_back(make_protocol());
         description.json = std::string("{") + quoted("protocols") + ": [" + join(texts) + "]}\n";
         return description;
@@ -108,6 +108,7 @@ public:
 private:
     std::mt19937 random;
     std::span<const alias_model> aliases;
+    random_shape shape;
     random_description description;
     std::map<uint32_t, slot_memory> slots;
     std::map<std::string, bool> seen; ///< strings of the group's table
@@ -204,13 +205,34 @@ private:
         members.push_back(member("tags", object(tags)));
     }
 
+    /// The id of the next protocol in a row of ids.
+    uint32_t next_id() const
+    {
+        return shape.first_id + 41 * static_cast<uint32_t>(description.protocols.size());
+    }
+
+    std::string make_name()
+    {
+        if (shape.first_id != 0)
+            return "p" + std::to_string(next_id());
+        return chance(20) ? std::next(built_in.begin(), below(3))->first : word();
+    }
+
+    uint32_t make_id(std::vector<std::string> &members, const std::string &name)
+    {
+        if (shape.first_id != 0) {
+            members.push_back(member("id", std::to_string(next_id())));
+            return next_id();
+        }
+        const auto known = built_in.find(name);
+        return number_member(members, "id").value_or(known == built_in.end() ? 0 : known->second);
+    }
+
     void make_meta(std::vector<std::string> &members, protocol_model &model)
     {
-        model.name = chance(20) ? std::next(built_in.begin(), below(3))->first : word();
+        model.name = make_name();
         members.push_back(member("name", quoted(model.name)));
-        const auto known = built_in.find(model.name);
-        model.id =
-            number_member(members, "id").value_or(known == built_in.end() ? 0 : known->second);
+        model.id = make_id(members, model.name);
         model.ns = model.id >> 24 & 3;
         model.default_port = std::string(1, '\0');
         model.http_reclassify = atom_member(members, "http_reclassify").value_or(false);
@@ -268,10 +290,20 @@ private:
         sub_rule.members.push_back(member(key.c_str(), list_of(list)));
     }
 
+    /// Where pdbs meet, tags of the table that all of them have.
+    std::vector<std::string> make_rule_tags()
+    {
+        std::vector<std::string> tags = words(4);
+        if (shape.meeting)
+            for (std::string &tag : tags)
+                tag = tag < "a" ? "audio" : "video";
+        return tags;
+    }
+
     raw_sub_rule make_sub_rule(bool preempt)
     {
         raw_sub_rule sub_rule;
-        if (chance(75)) {
+        if (shape.plain || chance(75)) {
             sub_rule.protocols = {bottoms[below(std::size(bottoms))]};
             for (uint32_t n = preempt ? 1 : 1 + below(5); n != 0; --n)
                 make_attr(sub_rule, preempt);
@@ -317,7 +349,7 @@ private:
             rule.path.push_back(model.name);
             members.push_back(member("path", list_of(rule.path)));
         }
-        rule.tags = words(4);
+        rule.tags = make_rule_tags();
         if (!rule.tags.empty())
             members.push_back(member("rule-tags", list_of(rule.tags)));
         std::shuffle(members.begin(), members.end(), random);
@@ -328,6 +360,16 @@ private:
         }
         members.push_back(member("rule", std::string("[") + join(sub_texts) + "]"));
         texts.push_back(object(members));
+        return rule;
+    }
+
+    /// Makes one of twelve rules, the same for every seed.
+    raw_rule make_known_rule(const protocol_model &model, std::vector<std::string> &texts)
+    {
+        std::mt19937 own(below(12));
+        std::swap(random, own);
+        raw_rule rule = make_rule(model, texts);
+        std::swap(random, own);
         return rule;
     }
 
@@ -450,7 +492,8 @@ private:
         std::vector<raw_rule> rules;
         std::vector<std::string> texts;
         for (uint32_t n = below(6); n != 0; --n)
-            rules.push_back(make_rule(model, texts));
+            rules.push_back(shape.meeting ? make_known_rule(model, texts)
+                                          : make_rule(model, texts));
         members.push_back(member("rules", std::string("[") + join(texts) + "]"));
         std::shuffle(members.begin(), members.end(), random);
         split(rules);
@@ -463,27 +506,8 @@ private:
 
 } // namespace
 
-std::string json_quoted(const std::string &text, uint32_t choice)
+random_description make_random_description(uint32_t seed, std::span<const alias_model> aliases,
+                                           const random_shape &shape)
 {
-    static const std::map<char, char> controls = {
-        {'\b', 'b'}, {'\f', 'f'}, {'\n', 'n'}, {'\r', 'r'}, {'\t', 't'}};
-    std::string out = "\"";
-    for (size_t i = 0; i < text.size(); ++i) {
-        const char c = text[i];
-        const bool chosen = (choice >> i % 32 & 1) != 0;
-        const auto control = controls.find(c);
-        const bool letter = std::string_view("bfnrt").find(c) != std::string_view::npos;
-        if (control != controls.end() && chosen)
-            out.append(1, '\\').append(1, control->second);
-        else if (c == '"' || c == '\\' || (chosen && !letter))
-            out.append(1, '\\').append(1, c);
-        else
-            out += c;
-    }
-    return out += '"';
-}
-
-random_description make_random_description(uint32_t seed, std::span<const alias_model> aliases)
-{
-    return generator(seed, aliases).make();
+    return generator(seed, aliases, shape).make();
 }

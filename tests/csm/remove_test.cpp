@@ -106,10 +106,9 @@ TEST_F(pdata_remove_test, every_other_protocol_stays_as_it_was)
 {
     for (uint32_t seed = 0; seed < 60; ++seed) {
         SCOPED_TRACE(seed);
-        random_text text(seed);
-        const pdb_list_t pdb = make_pdb(text.protocols(6, USER + 1));
+        const pdb_list_t pdb = make_random_pdb(seed, 6, USER + 1);
         std::vector<protocol_model> expected = protocols_of(pdb);
-        protocol_model &victim = expected[text.below(6)];
+        protocol_model &victim = expected[seed % 6];
         pdb_t out;
         ASSERT_EQ(outcome(pdata_remove(pdb, victim.id, &out)), "0");
         victim.rules.clear();
@@ -137,7 +136,7 @@ TEST_F(pdata_remove_test, what_was_removed_can_be_merged_in_again)
     size_t nr_rules = 0;
     for (uint32_t seed = 0; seed < 30; ++seed) {
         SCOPED_TRACE(seed);
-        const pdb_list_t pdb = make_pdb(random_text(seed).protocols(4, USER + 1));
+        const pdb_list_t pdb = make_random_pdb(seed, 4, USER + 1);
         pdb_t out;
         ASSERT_EQ(outcome(pdata_remove(pdb, USER + 1, &out)), "0");
         const pdb_list_t removed = with(pdb, out);
@@ -156,12 +155,11 @@ TEST_F(pdata_remove_test, what_was_removed_can_be_merged_in_again)
 
 TEST_F(pdata_remove_test, damaged_pdbs)
 {
-    random_text text(9);
-    const pdb_list_t pdb = make_pdb(text.protocols(3, USER + 1));
+    const pdb_list_t pdb = make_random_pdb(3, 3, USER + 1);
     size_t nr_removed = 0;
     size_t nr_refused = 0;
     size_t nr_read = 0;
-    for_each_damaged(pdb, text, [&](const pdb_list_t &damaged) {
+    for_each_damaged(pdb, 9, [&](const pdb_list_t &damaged) {
         pdb_t out;
         pdata_status_t status = PDATA_SUCCESS;
         (void)stderr_of([&] { status = pdata_remove(damaged, USER + 1, &out); });

@@ -12,23 +12,6 @@
 namespace
 {
 
-const std::vector<alias_model> aliases = {
-    {{"http", "user_agent", ATTR_WAY_CTS}, {"quic", "user_agent", ATTR_WAY_BOTH}},
-    {{"tcp", "stream", ATTR_WAY_CTS}, {"udp", "stream", ATTR_WAY_STC}},
-    {{"ssl", "common_name", ATTR_WAY_BOTH}, {"ssl", "subject_alt_name", ATTR_WAY_STC}},
-    {{"http", "content", ATTR_WAY_STC}, {"quic", "content", ATTR_WAY_STC}},
-};
-
-constexpr const char *ALIASES = R"({"aliases": [
-    {"alias": {"protocol": "http", "attr": "user_agent", "way": "cts"},
-     "reference": {"protocol": "quic", "attr": "user_agent", "way": "both"}},
-    {"alias": {"protocol": "tcp", "attr": "stream", "way": "cts"},
-     "reference": {"protocol": "udp", "attr": "stream", "way": "stc"}},
-    {"alias": {"protocol": "ssl", "attr": "common_name", "way": "both"},
-     "reference": {"protocol": "ssl", "attr": "subject_alt_name", "way": "stc"}},
-    {"alias": {"protocol": "http", "attr": "content", "way": "stc"},
-     "reference": {"protocol": "quic", "attr": "content", "way": "stc"}}]})";
-
 class round_trip : public serialize_fixture
 {
 protected:
@@ -68,7 +51,8 @@ TEST_F(round_trip, random_descriptions_hold_everything)
 {
     std::map<std::string, size_t> met;
     for (uint32_t seed = 1001; seed <= 1300; ++seed) {
-        for (const protocol_model &protocol : make_random_description(seed, aliases).protocols) {
+        for (const protocol_model &protocol :
+             make_random_description(seed, random_aliases).protocols) {
             met["tags"] += protocol.tags.size();
             met["full tags"] += protocol.tags.size() == 11;
             met["full altnames"] += protocol.altnames.size() == 10;
@@ -102,10 +86,10 @@ TEST_F(round_trip, descriptions_without_aliases)
 
 TEST_F(round_trip, descriptions_with_aliases_and_tags)
 {
-    configure_aliases(ALIASES);
+    configure_aliases(random_aliases_json);
     configure_tags(R"({"tag_table": {"video": 1, "audio": 2, "http": 3}})");
     for (uint32_t seed = 1001; seed <= 1300 && !HasFailure(); ++seed)
-        check(seed, aliases,
+        check(seed, random_aliases,
               {"http", "user_agent", "quic", "tcp", "stream", "udp", "ssl", "common_name",
                "subject_alt_name", "content", "video", "audio"});
 }

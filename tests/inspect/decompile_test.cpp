@@ -11,23 +11,6 @@
 namespace
 {
 
-const std::vector<alias_model> aliases = {
-    {{"http", "user_agent", ATTR_WAY_CTS}, {"quic", "user_agent", ATTR_WAY_BOTH}},
-    {{"tcp", "stream", ATTR_WAY_CTS}, {"udp", "stream", ATTR_WAY_STC}},
-    {{"ssl", "common_name", ATTR_WAY_BOTH}, {"ssl", "subject_alt_name", ATTR_WAY_STC}},
-    {{"http", "content", ATTR_WAY_STC}, {"quic", "content", ATTR_WAY_STC}},
-};
-
-constexpr const char *ALIASES = R"({"aliases": [
-    {"alias": {"protocol": "http", "attr": "user_agent", "way": "cts"},
-     "reference": {"protocol": "quic", "attr": "user_agent", "way": "both"}},
-    {"alias": {"protocol": "tcp", "attr": "stream", "way": "cts"},
-     "reference": {"protocol": "udp", "attr": "stream", "way": "stc"}},
-    {"alias": {"protocol": "ssl", "attr": "common_name", "way": "both"},
-     "reference": {"protocol": "ssl", "attr": "subject_alt_name", "way": "stc"}},
-    {"alias": {"protocol": "http", "attr": "content", "way": "stc"},
-     "reference": {"protocol": "quic", "attr": "content", "way": "stc"}}]})";
-
 class decompile : public serialize_fixture
 {
 protected:
@@ -73,11 +56,11 @@ TEST_F(decompile, random_descriptions_without_aliases)
 
 TEST_F(decompile, random_descriptions_with_aliases_and_tags)
 {
-    configure_aliases(ALIASES);
+    configure_aliases(random_aliases_json);
     configure_tags(R"({"tag_table": {"video": 1, "audio": 2, "http": 3}})");
     for (uint32_t seed = 1001; seed <= 1300 && !HasFailure(); ++seed) {
         SCOPED_TRACE(seed);
-        check(make_random_description(seed, aliases).json);
+        check(make_random_description(seed, random_aliases).json);
     }
 }
 
