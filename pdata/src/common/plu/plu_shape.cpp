@@ -10,6 +10,8 @@ namespace
 enum key_kind_t : char { KEY_NAME, KEY_VALUES, KEY_FIRST_VALUE };
 
 constexpr uint32_t BITS = 64;
+/// Sets that are kept from one record to the next: at a bit a content, 128 bytes a content.
+constexpr size_t MAX_STEPS = 1024;
 
 void append_number(std::string &key, uint32_t number)
 {
@@ -65,49 +67,98 @@ void set_bit(plu_bits_t &bits, uint32_t position, bool on)
     bits[position / BITS] = on ? bits[position / BITS] | bit : bits[position / BITS] & ~bit;
 }
 
-/// Sets or clears the positions that a key leads to. Returns whether there are any.
-bool put_bearers(const plu_shape_t &shape, const std::string &key, plu_bits_t &bits, bool on)
+/// Sets or clears the positions that a key leads to.
+void put_bearers(const plu_shape_t &shape, const std::string &key, plu_bits_t &bits, bool on)
 {
     const auto found = shape.bearers.find(key);
     if (found == shape.bearers.end())
-        return false;
+        return;
     for (const uint32_t position : found->second.few)
         set_bit(bits, position, on);
     for (size_t i = 0; i < found->second.many.size(); ++i)
         bits[i] = on ? bits[i] | found->second.many[i] : bits[i] & ~found->second.many[i];
-    return true;
 }
 
-/// Takes from `equal` the rules that have a slot's attribute at `place`, but not its values.
-void compare_place(const plu_shape_t &shape, size_t place, const attrdesc_build_t &slot_attr,
+/// An attribute of a run of slots, and the attributes of the rules that it stands against.
+struct place_t {
+    const attrdesc_build_t &slot_attr;
+    size_t place;
+    uint32_t n_value; ///< of the slot's attribute, in split mode
+    bool split;
+};
+
+/// Calls `visit` for every place at which a rule of the shape has the name that the run has there.
+template <typename Visit>
+void for_each_place(const plu_shape_t &shape, const protodesc_build_t &pb, uint32_t start,
+                    const plu_rule_t &rule, const Visit &visit)
+{
+    for (size_t i = 0; i < rule.sub_rules.size(); ++i) {
+        const plu_sub_rule_t &sub_rule = rule.sub_rules[i];
+        const ruledesc_build_t &slot = pb.pb_rules[start + i];
+        const bool split = slot.rule_nr_attr != sub_rule.nr_attr;
+        for (uint32_t j = 0; j < sub_rule.nr_attr; ++j) {
+            const place_t at = {slot.rule_attr[split ? 0 : j], sub_rule.first_attr + j, j, split};
+            const std::string name = make_key(KEY_NAME, at.place, at.slot_attr.attr_name);
+            if (shape.bearers.contains(name))
+                visit(at, name);
+        }
+    }
+}
+
+csa_str_t split_value(const place_t &at)
+{
+    const std::vector<csa_str_t> &values = at.slot_attr.attr_val;
+    return at.n_value < values.size() ? values[at.n_value] : csa_str_t{};
+}
+
+/// Takes from `equal` the rules that have the run's name at a place, but not its values.
+void compare_place(const plu_shape_t &shape, const place_t &at, const std::string &name,
                    plu_bits_t &equal)
 {
     plu_bits_t unequal(equal.size());
-    if (!put_bearers(shape, make_key(KEY_NAME, place, slot_attr.attr_name), unequal, true))
-        return;
-    std::string values = make_key(KEY_VALUES, place, slot_attr.attr_name);
-    (void)put_bearers(shape, values, unequal, false); // those without a value
-    for (const csa_str_t &value : slot_attr.attr_val) {
-        append_text(values, value);
-        (void)put_bearers(shape, values, unequal, false);
+    put_bearers(shape, name, unequal, true);
+    std::string values =
+        make_key(at.split ? KEY_FIRST_VALUE : KEY_VALUES, at.place, at.slot_attr.attr_name);
+    if (at.split) {
+        append_text(values, split_value(at));
+        put_bearers(shape, values, unequal, false);
+    } else {
+        put_bearers(shape, values, unequal, false); // those without a value
+        for (const csa_str_t &value : at.slot_attr.attr_val) {
+            append_text(values, value);
+            put_bearers(shape, values, unequal, false);
+        }
     }
     for (size_t i = 0; i < equal.size(); ++i)
         equal[i] &= ~unequal[i];
 }
 
-/// The same where the attributes stand against the values of the slot's first one.
-void compare_split_place(const plu_shape_t &shape, size_t place, uint32_t n_attr,
-                         const attrdesc_build_t &slot_attr, plu_bits_t &equal)
+/// Says what a run is to a shape: runs of one key equal the same rules.
+std::string make_step(const plu_shape_t &shape, const protodesc_build_t &pb, uint32_t start,
+                      const plu_rule_t &rule, const plu_held_t *held)
 {
-    plu_bits_t unequal(equal.size());
-    if (!put_bearers(shape, make_key(KEY_NAME, place, slot_attr.attr_name), unequal, true))
-        return;
-    std::string value = make_key(KEY_FIRST_VALUE, place, slot_attr.attr_name);
-    append_text(value,
-                n_attr < slot_attr.attr_val.size() ? slot_attr.attr_val[n_attr] : csa_str_t{});
-    (void)put_bearers(shape, value, unequal, false);
-    for (size_t i = 0; i < equal.size(); ++i)
-        equal[i] &= ~unequal[i];
+    std::string key = std::to_string(held != nullptr ? held->number : 0);
+    for_each_place(shape, pb, start, rule, [&](const place_t &at, const std::string &name) {
+        key += at.split ? 's' : 'p';
+        key += name;
+        if (at.split)
+            append_text(key, split_value(at));
+        else
+            for (const csa_str_t &value : at.slot_attr.attr_val)
+                append_text(key, value);
+    });
+    return key;
+}
+
+uint32_t find_lacking(const plu_bits_t &bits, uint32_t at, uint32_t count)
+{
+    while (at < count) {
+        const uint64_t lacking = ~bits[at / BITS] >> at % BITS;
+        if (lacking != 0)
+            return std::min(at + static_cast<uint32_t>(std::countr_zero(lacking)), count);
+        at = (at / BITS + 1) * BITS;
+    }
+    return count;
 }
 
 } // namespace
@@ -127,37 +178,34 @@ void plu_shape_file(plu_shape_t &shape, const std::vector<const plu_rule_t *> &r
     }
 }
 
-void plu_shape_hold(const plu_shape_t &shape, const protodesc_build_t &pb, uint32_t start,
-                    const plu_rule_t &rule, plu_bits_t &held)
+const plu_held_t *plu_shape_hold(plu_shape_t &shape, const protodesc_build_t &pb, uint32_t start,
+                                 const plu_rule_t &rule, const plu_held_t *held)
 {
-    plu_bits_t equal(nr_words(shape), ~uint64_t{0});
-    for (size_t i = 0; i < rule.sub_rules.size(); ++i) {
-        const plu_sub_rule_t &sub_rule = rule.sub_rules[i];
-        const ruledesc_build_t &slot = pb.pb_rules[start + i];
-        const bool split = slot.rule_nr_attr != sub_rule.nr_attr;
-        for (uint32_t j = 0; j < sub_rule.nr_attr; ++j) {
-            const size_t place = sub_rule.first_attr + j;
-            if (split)
-                compare_split_place(shape, place, j, slot.rule_attr[0], equal);
-            else
-                compare_place(shape, place, slot.rule_attr[j], equal);
-        }
-    }
-    held.resize(equal.size());
-    for (size_t i = 0; i < held.size(); ++i)
-        held[i] |= equal[i];
+    const auto [step, is_new] = shape.steps.try_emplace(make_step(shape, pb, start, rule, held));
+    plu_held_t &sum = step->second;
+    if (!is_new)
+        return &sum;
+    sum.number = ++shape.nr_sets;
+    sum.bits.assign(nr_words(shape), ~uint64_t{0});
+    for_each_place(shape, pb, start, rule, [&](const place_t &at, const std::string &name) {
+        compare_place(shape, at, name, sum.bits);
+    });
+    for (size_t i = 0; held != nullptr && i < sum.bits.size(); ++i)
+        sum.bits[i] |= held->bits[i];
+    sum.first_lacking = find_lacking(sum.bits, 0, static_cast<uint32_t>(shape.contents.size()));
+    return &sum;
 }
 
-uint32_t plu_shape_next(const plu_shape_t &shape, const plu_bits_t &held, uint32_t at)
+void plu_shape_begin(plu_shape_t &shape)
 {
-    const auto count = static_cast<uint32_t>(shape.contents.size());
-    if (held.empty())
+    if (shape.steps.size() > MAX_STEPS)
+        shape.steps.clear();
+}
+
+uint32_t plu_shape_next(const plu_shape_t &shape, const plu_held_t *held, uint32_t at)
+{
+    if (held == nullptr)
         return at;
-    while (at < count) {
-        const uint64_t lacking = ~held[at / BITS] >> at % BITS;
-        if (lacking != 0)
-            return std::min(at + static_cast<uint32_t>(std::countr_zero(lacking)), count);
-        at = (at / BITS + 1) * BITS;
-    }
-    return count;
+    const auto count = static_cast<uint32_t>(shape.contents.size());
+    return at <= held->first_lacking ? held->first_lacking : find_lacking(held->bits, at, count);
 }

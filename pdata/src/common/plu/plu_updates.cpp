@@ -120,8 +120,8 @@ struct passage_t {
     plu_rule_index_t *known;
     uint32_t next; ///< updates in front of it are done
     uint32_t last;
-    std::vector<uint32_t> reached; ///< per shape, the contents that were looked up
-    std::vector<plu_bits_t> held;  ///< per shape, contents that need not be looked up
+    std::vector<uint32_t> reached;        ///< per shape, the contents that were looked up
+    std::vector<const plu_held_t *> held; ///< per shape, contents that need not be looked up
     std::priority_queue<due_t, std::vector<due_t>, std::greater<>> due; ///< nearest first
 };
 
@@ -157,7 +157,8 @@ void hold_alike(passage_t &passage, uint32_t n_shape, const plu_rule_t &rule, co
             rules.push_back(&passage.updates.contents[n_content].rule);
         plu_shape_file(shape, rules);
     }
-    plu_shape_hold(shape, *passage.pb, by.start, rule, passage.held[n_shape]);
+    const plu_held_t *&held = passage.held[n_shape];
+    held = plu_shape_hold(shape, *passage.pb, by.start, rule, held);
 }
 
 /// Looks the contents of a shape up, to the first that the record lacks and that is still to come
@@ -190,7 +191,9 @@ void look_up_all(passage_t &passage)
     passage.due.push({passage.last - 1, NO_CONTENT}); // its meta stays
     make_due(passage, passage.updates.unsettled, NO_CONTENT);
     passage.reached.assign(passage.updates.shapes.size(), 0);
-    passage.held.assign(passage.updates.shapes.size(), {});
+    passage.held.assign(passage.updates.shapes.size(), nullptr);
+    for (plu_shape_t &shape : passage.updates.shapes)
+        plu_shape_begin(shape);
     for (uint32_t i = 0; i < passage.updates.shapes.size(); ++i)
         look_up_shape(passage, i);
 }
