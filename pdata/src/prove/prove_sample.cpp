@@ -105,15 +105,37 @@ bool is_used(const sampling_t &sampling, uint32_t at)
     return sampling.begins[at] != 0 && sampling.ends[at] != 0;
 }
 
+/// Returns the first or the last byte of a set, which is not empty.
+uint8_t first_byte(const prove_set_t &set)
+{
+    uint32_t word = 0;
+    while (set[word] == 0)
+        ++word;
+    return static_cast<uint8_t>(64 * word + static_cast<uint32_t>(std::countr_zero(set[word])));
+}
+
+uint8_t last_byte(const prove_set_t &set)
+{
+    uint32_t word = 3;
+    while (set[word] == 0)
+        --word;
+    return static_cast<uint8_t>(64 * word + 63 -
+                                static_cast<uint32_t>(std::countl_zero(set[word])));
+}
+
 /// Returns byte `turn` of a set: the first, the last, one that reads well, then those between.
 uint8_t byte_of(const prove_set_t &set, uint32_t size, uint32_t turn)
 {
     turn %= std::max(TURNS, std::min(size, 8U));
+    if (turn == 0 || size == 1)
+        return first_byte(set);
+    if (turn == 1)
+        return last_byte(set);
     if (turn == 2)
         for (const char c : {'x', '0', '.', '-', '/', ' ', 'q', '7', '_', 'Q'})
             if (prove_set_has(set, static_cast<uint8_t>(c)))
                 return static_cast<uint8_t>(c);
-    uint32_t skip = turn == 0 ? 0 : turn == 1 ? size - 1 : size * turn / 8 % size;
+    uint32_t skip = size * turn / 8 % size;
     uint32_t c = 0;
     while (!prove_set_has(set, c) || skip-- != 0)
         ++c;
