@@ -5,6 +5,7 @@
 
 #include "json_tools.h"
 #include "lint_build.h"
+#include "lint_proof.h"
 #include "lint_resolve.h"
 #include "lint_rules.h"
 #include "lint_shape.h"
@@ -119,6 +120,7 @@ lint_result_t lint_check(std::vector<lint_file_t> files, lint_config_t &config,
         (void)lint_read_text(text, i, result.mended[i], take, result.findings);
         done += text.size();
     }
+    lint_prove_values({result.model, config, result.findings});
     sort_findings(result.findings);
     return result;
 }

@@ -1,0 +1,123 @@
+#include "lint_proof.h"
+
+#include "format_loadable.h"
+#include "lint_resolve.h"
+#include "lint_words.h"
+#include "prove_value.h"
+
+namespace
+{
+
+/// Values to prove, and where each stands.
+struct gathered_t {
+    std::vector<prove_value_t> values;
+    std::vector<lint_look_t> places;
+};
+
+/// Returns the bytes that must have been seen before a value counts in a direction: only preempt
+/// rules hand theirs on to the engines.
+uint32_t min_size_of(const lint_look_t &value, csa_attr_way_t way)
+{
+    if (!value.rule->preempt || value.attribute->matched->mindata_status != MINDATA_MANDATORY)
+        return 0;
+    const uint32_t bytes = lint_mindata(*value.rule, way);
+    return bytes == PATTERN_MINDATA_NONE ? 0 : bytes;
+}
+
+/// Gathers a value once for each minimum that its directions have.
+void gather(const lint_look_t &value, gathered_t &gathered)
+{
+    prove_value_t proved;
+    proved.protocol = value.attribute->matched_key.protocol;
+    proved.attribute = value.attribute->matched_key.attribute;
+    proved.text = value.value->decoded;
+    proved.offset = value.attribute->offset ? value.attribute->offset->number : 0;
+    bool is_first = true;
+    for (const csa_attr_way_t way : {ATTR_WAY_CTS, ATTR_WAY_STC}) {
+        const uint32_t min_size = min_size_of(value, way);
+        if (!lint_tests_way(*value.attribute, way) || (!is_first && min_size == proved.min_size))
+            continue;
+        is_first = false;
+        proved.min_size = min_size;
+        gathered.values.push_back(proved);
+        gathered.places.push_back(value);
+    }
+}
+
+gathered_t gather_all(const lint_look_t &look)
+{
+    gathered_t gathered;
+    for (const lint_protocol_t &protocol : look.model.protocols) {
+        lint_look_t at = look;
+        at.protocol = &protocol;
+        lint_each_rule(at, [&](const lint_look_t &rule) {
+            if (!rule.rule->faultless)
+                return;
+            lint_each_attribute(rule, [&](const lint_look_t &attribute) {
+                if (attribute.attribute->matched == nullptr)
+                    return;
+                lint_each_value(attribute,
+                                [&](const lint_look_t &value) { gather(value, gathered); });
+            });
+        });
+    }
+    return gathered;
+}
+
+/// Returns what is lost, as a message shows it.
+std::string shown_lost(const lint_look_t &value, const prove_verdict_t &verdict)
+{
+    const bool is_text = value.attribute->matched->proper_type == MATCHER_TYPE_STREAM;
+    return is_text ? lint_quoted(verdict.lost) : verdict.lost;
+}
+
+void report_dead(const lint_look_t &value, const prove_value_t &proved,
+                 const prove_verdict_t &verdict)
+{
+    std::string message = "nothing that this describes is found";
+    std::string hint = "write what is meant without ranges and optional parts in front of open "
+                       "data, or as several values";
+    if (!verdict.lost.empty())
+        message = lint_joined({message, ", as ", shown_lost(value, verdict), " is not"});
+    if (verdict.lost.empty() && proved.min_size != 0) {
+        message = lint_joined({"nothing that this describes is as long as the minimum data, ",
+                               std::to_string(proved.min_size), " bytes"});
+        hint = "write less minimum data, or let any data follow";
+    }
+    lint_report(value, FINDING_DEAD_VALUE, message, hint).sample = verdict.lost;
+}
+
+void report(const lint_look_t &value, const prove_value_t &proved, const prove_verdict_t &verdict)
+{
+    switch (verdict.outcome) {
+    case PROVE_DEAD:
+        report_dead(value, proved, verdict);
+        return;
+    case PROVE_LOSSY:
+        lint_report(
+            value, FINDING_LOSSY_VALUE,
+            lint_joined({"this describes ", shown_lost(value, verdict), ", which is not found"}),
+            "write what is lost as a value of its own, or without the part that loses it")
+            .sample = verdict.lost;
+        return;
+    case PROVE_WHOLE_VALUE:
+        if (!verdict.is_decided)
+            lint_report(value, FINDING_NOT_PROVED,
+                        lint_joined({"too large for a proof; ", std::to_string(verdict.nr_sample),
+                                     " samples of it are found"}),
+                        "");
+        return;
+    case PROVE_REFUSED:
+        return;
+    }
+}
+
+} // namespace
+
+void lint_prove_values(const lint_look_t &look)
+{
+    const gathered_t gathered = gather_all(look);
+    const std::vector<prove_verdict_t> verdicts = prove_values(gathered.values);
+    for (size_t i = 0; i < verdicts.size(); ++i)
+        report(gathered.places[i], gathered.values[i], verdicts[i]);
+}
