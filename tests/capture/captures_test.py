@@ -118,6 +118,14 @@ class Traps(unittest.TestCase):
         self.assertEqual(flow["initiator"]["port"], 4005)
         self.assertEqual(values(flow, "dns:query"), ['"WWW.YouTube.COM"'])
 
+    def test_agents_and_pages_that_stand_in_no_field_of_their_own(self):
+        flow, = self.flows("rtsp")
+        self.assertEqual(values(flow, "rtsp:server"), ['"cam.example"'])
+        self.assertEqual(values(flow, "rtsp:user_agent"), ['"Player \\xff 1"'])
+        self.assertEqual(values(flow, "rtsp:server_agent", "stc"), ['"Streamer/2"'])
+        flow, = self.flows("rtmp")
+        self.assertEqual(values(flow, "rtmp:page_url"), ['"http://page.example/watch"'])
+
     def test_a_five_tuple_used_again(self):
         first, second = self.flows("generations")
         self.assertEqual((first["generation"], second["generation"]), (0, 1))

@@ -72,6 +72,24 @@ TEST(fields_test, headers)
     EXPECT_EQ(transformed("line", "A: b\r\n"), "\"A: b\"");
 }
 
+TEST(fields_test, headers_of_a_payload)
+{
+    // "A: b\r\nServer: x \r\n\r\nServer: y\r\n"
+    const std::string payload = "413a20620d0a5365727665723a207820"
+                                "0d0a0d0a5365727665723a20790d0a";
+    EXPECT_EQ(transformed("payload_header:server", payload), "\"x\"");
+    EXPECT_EQ(transformed("payload_header:serve", payload), "");
+    EXPECT_EQ(transformed("payload_header:server", payload.substr(0, 30)), "\"x\" !");
+    EXPECT_EQ(transformed("payload_header:server", "zz"), "");
+}
+
+TEST(fields_test, urls)
+{
+    EXPECT_EQ(transformed("sized_url:x", "http://a/", "", 9), "\"http://a/\"");
+    EXPECT_EQ(transformed("sized_url:x", "http://a/", "", 10), "\"http://a/\" !");
+    EXPECT_EQ(transformed("sized_url:x", "objectEncoding", "", 14), "");
+}
+
 TEST(fields_test, what_was_cut_or_replaced_is_incomplete)
 {
     EXPECT_EQ(transformed("host_header:host", "Host: ab"), "\"ab\" !");

@@ -148,8 +148,43 @@ def late_word():
                                     sent(4007, 1301, ACK | PSH, payload[300:], 4444)]
 
 
+def rtsp():
+    """A request and its answer, with agents that tshark has no fields for."""
+    request = (b"OPTIONS rtsp://cam.example:554/live RTSP/1.0\r\nCSeq: 1\r\n"
+               b"User-Agent: Player \xff 1\r\n\r\n")
+    answer = b"RTSP/1.0 200 OK\r\nCSeq: 1\r\nserver:Streamer/2 \r\n\r\n"
+    return handshake(4008, 554) + [sent(4008, 1001, ACK | PSH, request, 554),
+                                   answered(4008, 5001, ACK | PSH, answer, 554)]
+
+
+def amf_string(text):
+    return struct.pack("!H", len(text)) + text
+
+
+def rtmp():
+    """A connection that says on which page the player stands."""
+    number = b"\x00" + struct.pack("!d", 1)
+    properties = b"".join(amf_string(name) + b"\x02" + amf_string(value) for name, value in
+                          ((b"app", b"pageUrl"), (b"pageUrl", b"http://page.example/watch")))
+    command = b"\x02" + amf_string(b"connect") + number + b"\x03" + properties + b"\0\0\x09"
+    chunk = (b"\x03" + bytes(3) + struct.pack("!I", len(command))[1:] + b"\x14" + bytes(4)
+             + command)
+    greeting = b"\x03" + bytes(1536)
+    packets = handshake(4009, 1935)
+    client, server = 1001, 5001
+    for flags, is_client, payload in ((ACK, True, greeting), (ACK, False, greeting + bytes(1536)),
+                                      (ACK | PSH, True, bytes(1536)), (ACK | PSH, True, chunk)):
+        if is_client:
+            packets.append(sent(4009, client, flags, payload, 1935))
+            client += len(payload)
+        else:
+            packets.append(answered(4009, server, flags, payload, 1935))
+            server += len(payload)
+    return packets
+
+
 TRAPS = [tunnel, icmp_error, split_hello, retransmission, hop_by_hop, two_requests, capitals,
-         generations, late_word]
+         generations, late_word, rtsp, rtmp]
 
 
 def main():

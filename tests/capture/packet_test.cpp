@@ -19,7 +19,7 @@ const std::string packet_line =
     R"(ethertype:ipv6:ipv6.hopopts:tcp:tls"],"frame_len":["90"],"ip_src":["10.0.0.1"],)"
     R"("ip_dst":["10.0.0.2"],"ipv6_src":["2001:db8::1"],"ipv6_dst":["2001:db8::2"],)"
     R"("tcp_srcport":["4000"],"tcp_dstport":["443"],"udp_srcport":["1"],"udp_dstport":["4789"],)"
-    R"("tcp_flags":["0x0018"],"tcp_seq":["4294967295"],"tcp_len":["3"],"tcp_payload":["160301"],)"
+    R"("tcp_flags":["0x0018"],"tcp_seq_raw":["4294967295"],"tcp_len":["3"],"tcp_payload":["160301"],)"
     R"("vxlan_vni":["7"],"tls_handshake_type":["1"],)"
     R"("tls_handshake_extensions_server_name":["a.example"],)"
     R"("tls_handshake_extensions_server_name_len":["9"],"tls_handshake_certificate":["3003:zz"]}})";

@@ -46,6 +46,14 @@ std::vector<capture_condition_t> read_conditions(std::string_view source, std::s
     return conditions;
 }
 
+/// Returns the field that says how long a value is, as in "sized:FIELD"; empty for none.
+std::string_view size_field_of(std::string_view transformation)
+{
+    const size_t colon = transformation.find(':');
+    return transformation.starts_with("sized") ? transformation.substr(colon + 1)
+                                               : std::string_view();
+}
+
 /// Tells whether a row of a source is one that its fields are run through.
 bool is_rule(const capture_field_t &row, std::string_view source)
 {
@@ -82,7 +90,7 @@ void add_value(const capture_rule_t &rule, const field_bag_t &bag, size_t occurr
 {
     const std::vector<std::string> &sizes = field_bag_all(bag, rule.size_field);
     field_text_t text = {field_bag_all(bag, rule.field)[occurrence], context.payload, -1};
-    if (std::string_view(rule.row->transformation).starts_with("sized:"))
+    if (!size_field_of(rule.row->transformation).empty())
         text.size = occurrence < sizes.size() ? field_number(sizes[occurrence], -1) : -1;
     flow_seen_t seen;
     seen.side = context.side;
@@ -101,19 +109,37 @@ void add_value(const capture_rule_t &rule, const field_bag_t &bag, size_t occurr
     }
 }
 
+/// Values by their indexes, the end excluded.
+struct range_t {
+    size_t begin;
+    size_t end;
+};
+
+/// The values that a row takes: "first", "last", "all", or with "after:TEXT" the last one that
+/// stands behind a value TEXT.
+range_t occurrences(std::string_view which, const std::vector<std::string> &values)
+{
+    constexpr std::string_view after = "after:";
+    const size_t count = values.size();
+    if (!which.starts_with(after))
+        return {which == "last" ? count - 1 : 0, which == "first" ? 1 : count};
+    for (size_t i = count; i-- > 1;)
+        if (values[i - 1] == which.substr(after.size()))
+            return {i, i + 1};
+    return {0, 0};
+}
+
 void apply(const capture_rule_t &rule, const field_bag_t &bag, const capture_context_t &context,
            flow_record_t &record)
 {
     const auto held = [&](const capture_condition_t &condition) {
         return holds(condition, bag, context);
     };
-    const size_t count = field_bag_all(bag, rule.field).size();
-    if (count == 0 || !std::ranges::all_of(rule.conditions, held))
+    const std::vector<std::string> &values = field_bag_all(bag, rule.field);
+    if (values.empty() || !std::ranges::all_of(rule.conditions, held))
         return;
-    const std::string_view which = rule.row->occurrence;
-    const size_t begin = which == "last" ? count - 1 : 0;
-    const size_t end = which == "first" ? 1 : count;
-    for (size_t i = begin; i < end; ++i)
+    const range_t range = occurrences(rule.row->occurrence, values);
+    for (size_t i = range.begin; i < range.end; ++i)
         add_value(rule, bag, i, context, record);
 }
 
@@ -143,10 +169,9 @@ std::vector<std::string> capture_rules_fields(std::string_view source)
     for (const capture_field_t &row : fields) {
         if (!is_rule(row, source))
             continue;
-        const std::string_view transformation = row.transformation;
         add(row.field);
-        if (transformation.starts_with("sized:"))
-            add(transformation.substr(6));
+        if (const std::string_view size = size_field_of(row.transformation); !size.empty())
+            add(size);
         field_bag_t conditions;
         (void)read_conditions({}, row.condition, conditions);
         for (const auto &[name, number] : conditions.numbers)
@@ -161,12 +186,11 @@ capture_rules_t capture_rules(std::string_view source, field_bag_t &bag)
     for (const capture_field_t &row : fields) {
         if (!is_rule(row, source))
             continue;
-        const std::string_view transformation = row.transformation;
+        const std::string_view size = size_field_of(row.transformation);
         capture_rule_t rule = {&row, field_bag_ask(bag, capture_field_name(source, row.field)), 0,
                                read_conditions(source, row.condition, bag)};
-        if (transformation.starts_with("sized:"))
-            rule.size_field =
-                field_bag_ask(bag, capture_field_name(source, transformation.substr(6)));
+        if (!size.empty())
+            rule.size_field = field_bag_ask(bag, capture_field_name(source, size));
         rules.by_field.resize(std::max(rules.by_field.size(), size_t{rule.field} + 1));
         rules.by_field[rule.field].push_back(static_cast<uint32_t>(rules.rules.size()));
         rules.rules.push_back(std::move(rule));

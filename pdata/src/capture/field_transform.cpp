@@ -59,6 +59,11 @@ values_t as_text(const field_text_t &text, std::string_view)
     return {bytes_value(proved.text, proved.incomplete)};
 }
 
+values_t as_url(const field_text_t &text, std::string_view)
+{
+    return text.text.find("://") == std::string_view::npos ? values_t() : as_text(text, {});
+}
+
 values_t as_open(const field_text_t &text, std::string_view)
 {
     return {bytes_value(without_replaced(text.text).text, true)};
@@ -152,6 +157,13 @@ bool same_but_case(char a, char b)
     return (a >= 'A' && a <= 'Z' ? a - 'A' + 'a' : a) == b;
 }
 
+/// Returns a header's value without what stands around it.
+std::string_view without_blanks(std::string_view value)
+{
+    value.remove_prefix(std::min(value.find_first_not_of(" \t\r"), value.size()));
+    return value.substr(0, value.find_last_not_of(" \t\r") + 1);
+}
+
 /// What stands behind "name:" of a header line.
 values_t as_header(const field_text_t &text, std::string_view name)
 {
@@ -160,10 +172,24 @@ values_t as_header(const field_text_t &text, std::string_view name)
     if (colon == std::string_view::npos ||
         !std::ranges::equal(proved.text.substr(0, colon), name, same_but_case))
         return {};
-    std::string_view value = proved.text.substr(colon + 1);
-    value.remove_prefix(std::min(value.find_first_not_of(" \t"), value.size()));
-    value = value.substr(0, value.find_last_not_of(" \t") + 1);
-    return {bytes_value(value, proved.incomplete)};
+    return {bytes_value(without_blanks(proved.text.substr(colon + 1)), proved.incomplete)};
+}
+
+/// The value of a header among the lines of a frame's payload, which is given in hexadecimal.
+values_t as_payload_header(const field_text_t &text, std::string_view name)
+{
+    const std::string payload = hex_bytes(text.text);
+    for (std::string_view rest = payload; !rest.empty() && !rest.starts_with("\r\n");) {
+        const std::string_view line = rest.substr(0, rest.find('\n'));
+        rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+        const size_t colon = line.find(':');
+        if (colon == std::string_view::npos ||
+            !std::ranges::equal(line.substr(0, colon), name, same_but_case))
+            continue;
+        const bool ends = line.data() + line.size() < payload.data() + payload.size();
+        return {bytes_value(without_blanks(line.substr(colon + 1)), !ends)};
+    }
+    return {};
 }
 
 values_t as_host_header(const field_text_t &text, std::string_view name)
@@ -225,6 +251,7 @@ struct transformation_t {
 constexpr std::array transformations = {
     transformation_t{"text", as_text},
     transformation_t{"sized", as_text},
+    transformation_t{"sized_url", as_url},
     transformation_t{"open", as_open},
     transformation_t{"number", as_number},
     transformation_t{"host", as_host},
@@ -236,6 +263,7 @@ constexpr std::array transformations = {
     transformation_t{"line", as_line},
     transformation_t{"header", as_header},
     transformation_t{"host_header", as_host_header},
+    transformation_t{"payload_header", as_payload_header},
     transformation_t{"common_name", as_common_name},
     transformation_t{"organization", as_organization},
     transformation_t{"der_common_name", as_der_common_name},

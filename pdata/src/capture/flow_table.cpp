@@ -15,7 +15,7 @@ struct layer_name_t {
 constexpr std::array layer_names = {
     layer_name_t{"tls", "ssl"},           layer_name_t{"bt-dht", "bittorrent"},
     layer_name_t{"ftp-data", "ftp_data"}, layer_name_t{"smb2", "smb"},
-    layer_name_t{"isakmp", "ike"},
+    layer_name_t{"isakmp", "ike"},        layer_name_t{"rtmpt", "rtmp"},
 };
 
 /// Layers that are no protocols of their own.

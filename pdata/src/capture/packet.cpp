@@ -53,7 +53,7 @@ void ask_names(packet_reader_t &reader)
                     .tcp_from = name("tcp.srcport"),
                     .tcp_to = name("tcp.dstport"),
                     .tcp_flags = name("tcp.flags"),
-                    .tcp_sequence = name("tcp.seq"),
+                    .tcp_sequence = name("tcp.seq_raw"),
                     .tcp_length = name("tcp.len"),
                     .tcp_payload = name("tcp.payload"),
                     .udp_from = name("udp.srcport"),

@@ -229,12 +229,11 @@ std::string tshark_ask(std::unordered_set<std::string> &fields)
 
 std::string tshark_start(const std::vector<std::string> &fields, tshark_child_t &child)
 {
-    std::vector<std::string> arguments = {"tshark", "-n",
-                                          "-l",     "-Q",
-                                          "-r",     "-",
-                                          "-T",     "ek",
-                                          "-o",     "tcp.reassemble_out_of_order:TRUE",
-                                          "-o",     "tcp.relative_sequence_numbers:FALSE"};
+    // Sequence numbers stay relative, since the dissector of RTMP relies on it: the absolute ones
+    // are a field of their own, tcp.seq_raw.
+    std::vector<std::string> arguments = {
+        "tshark", "-n", "-l", "-Q", "-r", "-", "-T", "ek", "-o", "tcp.reassemble_out_of_order:TRUE",
+    };
     for (const std::string &field : fields) {
         arguments.emplace_back("-e");
         arguments.push_back(field);
