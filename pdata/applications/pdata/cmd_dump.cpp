@@ -1,6 +1,7 @@
 #include <memory>
 
 #include "commands.h"
+#include "dump_graph.h"
 #include "dump_print.h"
 #include "open_file.h"
 
@@ -11,6 +12,7 @@ struct dump_options_t {
     std::string file;
     std::string section;
     size_t from = 0;
+    dump_graph_options_t graph;
 };
 
 void put_text(void *context, const dump_range_t &range)
@@ -46,6 +48,8 @@ exit_status_t dump_run(const dump_options_t &options, console_t &console)
     input_file_t file;
     if (!open_file(console, options.file, file))
         return EXIT_STATUS_FILE;
+    if (!options.graph.matcher.empty())
+        return dump_graph(console, file, options.graph);
     const bool json = console.format == OUTPUT_JSON;
     const dump_totals_t totals =
         dump_walk(input_file_bytes(file), choice, {json ? put_json : put_text, &console});
@@ -64,5 +68,17 @@ command_run_t dump_declare(CLI::App &app)
         ->type_name("OFFSET");
     app.add_option("--section", options->section, "Records of one kind alone, with what is in them")
         ->type_name("SECTION");
+    CLI::Option *const dot =
+        app.add_option("--dot", options->graph.matcher,
+                       "An automaton or tree of a matcher as a graph for Graphviz; the matcher is "
+                       "protocol:attribute, with a blank and cts or stc where both are there")
+            ->type_name("MATCHER");
+    app.add_option("--engine", options->graph.engine, "Which of the matcher's engines is drawn")
+        ->check(CLI::IsMember(
+            {"automaton", "offset-automaton", "prefix-tree", "suffix-tree", "dot-prefix"}))
+        ->needs(dot);
+    app.add_option("--around", options->graph.around, "Only what is on the way of a text, and near")
+        ->type_name("TEXT")
+        ->needs(dot);
     return [options](console_t &console) { return dump_run(*options, console); };
 }

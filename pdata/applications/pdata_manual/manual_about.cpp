@@ -37,7 +37,8 @@ constexpr about_row_t about_rows[] = {
     {"list", "Shows what is in a pdb: its parts, its matchers with their engines, and on demand "
              "its protocols, rules and values by name."},
     {"dump", "Shows every byte of a pdb once: where it stands, the field that it belongs to, its "
-             "value and what that means. Damage is shown where it is, and the rest goes on."},
+             "value and what that means. Damage is shown where it is, and the rest goes on. With "
+             "--dot it draws an automaton or a tree of a matcher for Graphviz."},
     {"verify", "Says of each pdb nothing and ends with status 0, or names each fault with its "
                "offset, its record and what was expected there."},
     {"flows", "Prints the flows of captures and logs as lines that match and test read. Captures "

@@ -1,0 +1,281 @@
+#include "graph.h"
+
+#include <algorithm>
+
+#include "graph_engine.h"
+
+namespace
+{
+
+constexpr uint32_t none = UINT32_MAX;
+
+/// Steps from the end of a text that still count as near it.
+constexpr uint32_t near_steps = 2;
+
+/// How a state was reached first.
+struct reached_t {
+    uint32_t from = none;
+    uint32_t step = 0; ///< index among the steps from there
+    bool seen = false;
+};
+
+/// An engine and the way to each of its states.
+struct walk_t {
+    const view_matcher_t &matcher;
+    const graph_engine_row_t &row;
+    std::vector<reached_t> reached; ///< by state
+    std::vector<uint32_t> order;    ///< states, breadth first
+
+    std::vector<graph_step_t> steps(uint32_t state) const
+    {
+        std::vector<graph_step_t> found;
+        row.steps(matcher.pattern, state, found);
+        return found;
+    }
+};
+
+/// Finds every state from the start on, the nearest first.
+void search(walk_t &walk)
+{
+    walk.order = {0};
+    walk.reached[0].seen = true;
+    for (size_t i = 0; i < walk.order.size(); ++i) {
+        const std::vector<graph_step_t> steps = walk.steps(walk.order[i]);
+        for (uint32_t step = 0; step < steps.size(); ++step) {
+            reached_t &reached = walk.reached[steps[step].to];
+            if (reached.seen)
+                continue;
+            reached = {walk.order[i], step, true};
+            walk.order.push_back(steps[step].to);
+        }
+    }
+}
+
+/// Adds the states that are reached through the last of `states`, near_steps further at most.
+void add_near(const walk_t &walk, size_t limit, std::vector<uint32_t> &states)
+{
+    size_t begin = states.size() - 1;
+    for (uint32_t distance = 0; distance < near_steps; ++distance) {
+        const size_t end = states.size();
+        for (; begin < end; ++begin)
+            for (const graph_step_t &step : walk.steps(states[begin]))
+                if (walk.reached[step.to].from == states[begin] && states.size() < limit &&
+                    std::ranges::find(states, step.to) == states.end())
+                    states.push_back(step.to);
+    }
+}
+
+/// The byte that stands for several: a small letter where case does not matter.
+uint8_t speaking_byte(const graph_bytes_t &bytes)
+{
+    for (size_t byte = 'a'; byte <= 'z'; ++byte)
+        if (bytes.test(byte))
+            return static_cast<uint8_t>(byte);
+    for (size_t byte = 0; byte < bytes.size(); ++byte)
+        if (bytes.test(byte))
+            return static_cast<uint8_t>(byte);
+    return '.';
+}
+
+std::string step_text(const graph_step_t &step)
+{
+    if (step.kind == GRAPH_PROPAGATION)
+        return "";
+    std::string text(1, step.kind == GRAPH_WILDCARD ? '.' : char(speaking_byte(step.bytes)));
+    return text.append(step.chain.begin(), step.chain.end());
+}
+
+/// The text that leads to a state, in the order of the data.
+std::string text_of(const walk_t &walk, uint32_t state)
+{
+    std::vector<std::string> parts;
+    for (; walk.reached[state].from != none; state = walk.reached[state].from)
+        parts.push_back(step_text(walk.steps(walk.reached[state].from)[walk.reached[state].step]));
+    std::string text;
+    for (auto part = parts.rbegin(); part != parts.rend(); ++part)
+        text += *part;
+    if (walk.row.backward)
+        std::ranges::reverse(text);
+    return text;
+}
+
+/// Tells whether a step goes along `text`, or as far as there is text. Takes what it goes along.
+bool goes_along(const graph_step_t &step, std::string_view &text)
+{
+    const auto byte = [](char c) { return static_cast<uint8_t>(c); };
+    if (step.kind == GRAPH_PROPAGATION ||
+        (step.kind == GRAPH_STEP && !step.bytes.test(byte(text.front()))))
+        return false;
+    const size_t size = std::min(step.chain.size() + 1, text.size());
+    for (size_t i = 1; i < size; ++i)
+        if (step.chain[i - 1] != byte(text[i]))
+            return false;
+    text.remove_prefix(size);
+    return true;
+}
+
+/// The states on the way of a text, as far as it leads; the start alone where it leads nowhere.
+std::vector<uint32_t> way_of(const walk_t &walk, std::string_view text)
+{
+    std::string data(text);
+    if (walk.row.backward)
+        std::ranges::reverse(data);
+    std::vector<uint32_t> way = {0};
+    for (std::string_view rest = data; !rest.empty();) {
+        const std::vector<graph_step_t> steps = walk.steps(way.back());
+        const auto step = std::ranges::find_if(
+            steps, [&rest](const graph_step_t &found) { return goes_along(found, rest); });
+        if (step == steps.end())
+            break;
+        way.push_back(step->to);
+    }
+    return way;
+}
+
+/// The states that a choice takes, the nearest to the start first.
+std::vector<uint32_t> chosen_states(const walk_t &walk, const graph_choice_t &choice)
+{
+    if (!choice.has_around)
+        return {walk.order.begin(), walk.order.begin() + static_cast<ptrdiff_t>(std::min(
+                                                             choice.limit, walk.order.size()))};
+    std::vector<uint32_t> states = way_of(walk, choice.around);
+    if (states.size() == 1 && !choice.around.empty())
+        return {};
+    add_near(walk, choice.limit, states);
+    return states;
+}
+
+/// One byte as people write it.
+std::string byte_text(size_t byte)
+{
+    constexpr const char *digits = "0123456789abcdef";
+    if (byte > 0x20 && byte < 0x7F)
+        return std::string(1, static_cast<char>(byte));
+    return {'\\', 'x', digits[byte >> 4], digits[byte & 15]};
+}
+
+/// A set of bytes as people write it; a letter that stands in both cases is the small one.
+std::string bytes_text(graph_bytes_t bytes)
+{
+    for (size_t byte = 'a'; byte <= 'z'; ++byte)
+        if (bytes.test(byte))
+            bytes.reset(byte - 'a' + 'A');
+    std::string text;
+    for (size_t byte = 0; byte < bytes.size(); ++byte) {
+        if (!bytes.test(byte))
+            continue;
+        size_t last = byte;
+        while (last + 1 < bytes.size() && bytes.test(last + 1))
+            ++last;
+        text += byte_text(byte);
+        if (last > byte + 1)
+            text += '-';
+        if (last > byte)
+            text += byte_text(last);
+        byte = last;
+    }
+    return bytes.count() == 1 ? text : '[' + text + ']';
+}
+
+std::string label_of(const walk_t &walk, const graph_step_t &step)
+{
+    if (step.kind == GRAPH_PROPAGATION)
+        return "also";
+    if (step.kind == GRAPH_WILDCARD)
+        return "any byte";
+    std::string label = bytes_text(step.bytes);
+    std::string chain;
+    for (const uint8_t byte : step.chain)
+        chain = walk.row.backward ? byte_text(byte) + chain : chain + byte_text(byte);
+    return walk.row.backward ? chain + label : label + chain;
+}
+
+std::vector<uint32_t> items_of(const walk_t &walk, uint32_t state)
+{
+    const view_item_record_t record = walk.row.items(walk.matcher.pattern, state);
+    std::vector<uint32_t> items;
+    for (uint32_t i = 0; i < record.count; ++i) {
+        const uint32_t id = view_item_id(record, i);
+        items.push_back(id < MATCHER_PRIVATE_ID
+                            ? id
+                            : view_matcher_entry(walk.matcher, id & MATCHER_PRIVATE_INDEX).pub_id);
+    }
+    std::ranges::sort(items);
+    items.erase(std::ranges::unique(items).begin(), items.end());
+    return items;
+}
+
+/// Tells whether a step leads where the start leads on the same bytes: as if nothing had been seen.
+bool begins_anew(const std::vector<graph_step_t> &start, const graph_step_t &step)
+{
+    return std::ranges::any_of(start, [&step](const graph_step_t &first) {
+        return first.to == step.to && (step.bytes & ~first.bytes).none();
+    });
+}
+
+/// Adds a state with the edges that lead from it to states that are taken.
+void take_state(const walk_t &walk, const std::vector<graph_step_t> &start, uint32_t state,
+                const std::vector<bool> &taken, graph_t &graph)
+{
+    graph_state_t made = {state, text_of(walk, state), items_of(walk, state), false};
+    const std::vector<graph_step_t> steps = walk.steps(state);
+    for (uint32_t i = 0; i < steps.size(); ++i) {
+        const reached_t &reached = walk.reached[steps[i].to];
+        const bool first_way = reached.from == state && reached.step == i;
+        if (!taken[steps[i].to]) {
+            made.goes_on = made.goes_on || first_way;
+            continue;
+        }
+        const bool fallback = steps[i].kind == GRAPH_STEP && !first_way;
+        if (fallback && begins_anew(start, steps[i]))
+            continue;
+        graph.edges.push_back({state, steps[i].to, fallback ? GRAPH_FALLBACK : steps[i].kind,
+                               label_of(walk, steps[i])});
+    }
+    graph.states.push_back(std::move(made));
+}
+
+} // namespace
+
+graph_engine_t graph_first_engine(const view_matcher_t &matcher)
+{
+    for (const graph_engine_row_t &row : graph_engines())
+        if (row.nr_row(matcher.pattern) != 0)
+            return row.engine;
+    return GRAPH_ENGINE_NONE;
+}
+
+const char *graph_engine_name(graph_engine_t engine)
+{
+    return graph_engines()[engine].name;
+}
+
+graph_engine_t graph_engine_find(std::string_view name)
+{
+    for (const graph_engine_row_t &row : graph_engines())
+        if (row.name == name)
+            return row.engine;
+    return GRAPH_ENGINE_NONE;
+}
+
+bool graph_take(const view_matcher_t &matcher, graph_engine_t engine, const graph_choice_t &choice,
+                graph_t &graph)
+{
+    const graph_engine_row_t &row = graph_engines()[engine];
+    const uint32_t nr_row = row.nr_row(matcher.pattern);
+    if (nr_row == 0)
+        return false;
+    walk_t walk = {matcher, row, std::vector<reached_t>(nr_row), {}};
+    search(walk);
+    std::vector<uint32_t> states = chosen_states(walk, choice);
+    if (states.empty())
+        return false;
+    std::vector<bool> taken(nr_row);
+    for (const uint32_t state : states)
+        taken[state] = true;
+    graph = {engine, walk.order.size(), {}, {}};
+    const std::vector<graph_step_t> start = walk.steps(0);
+    for (const uint32_t state : states)
+        take_state(walk, start, state, taken, graph);
+    return true;
+}
