@@ -5,6 +5,10 @@ add_library(pdata_flags INTERFACE)
 target_compile_features(pdata_flags INTERFACE cxx_std_20)
 target_compile_options(pdata_flags INTERFACE -Wall -Wextra -Wconversion -Wshadow
     $<$<BOOL:${PDATA_WERROR}>:-Werror>)
+if(CMAKE_UNITY_BUILD)
+    # Names of one source may hide those of another: the ordinary build is where this is looked at.
+    target_compile_options(pdata_flags INTERFACE -Wno-shadow)
+endif()
 if(PDATA_SANITIZE)
     set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g1") # as much as a report needs, at half the time of a build
     target_compile_options(pdata_flags INTERFACE -fsanitize=address,undefined
@@ -46,6 +50,38 @@ if(NOT PDATA_SANITIZE AND NOT PDATA_SANITIZE_THREADS AND NOT PDATA_FUZZ)
         $<$<AND:$<CONFIG:Release>,$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>>:-pie>)
 endif()
 
+# pdata_together(TARGET): readies the sources of a target for being compiled together
+# (CMAKE_UNITY_BUILD, as scripts/test does to save time). A source that names something as one
+# before it does, each for itself, is compiled alone; names are looked for where they are in a
+# formatted source, at the starts of lines.
+set(pdata_named "\n(#define |[a-z][^\n;=(){}]*[ *&>])([A-Za-z_0-9]+)(\\(| = | \\{|\\[|\\{|;)")
+function(pdata_together name)
+    if(NOT CMAKE_UNITY_BUILD)
+        return()
+    endif()
+    get_target_property(sources ${name} SOURCES)
+    set(known "")
+    foreach(source IN LISTS sources)
+        if(NOT source MATCHES "\\.cpp$")
+            continue()
+        endif()
+        file(READ ${source} text)
+        string(REPLACE ";" "\n" text "${text}")
+        string(REGEX MATCHALL "${pdata_named}" found "${text}")
+        list(TRANSFORM found REPLACE "${pdata_named}" "\\2")
+        set(others ${known})
+        list(REMOVE_ITEM others "" ${found})
+        list(LENGTH known before)
+        list(LENGTH others after)
+        if(before EQUAL after)
+            list(APPEND known ${found})
+            list(REMOVE_DUPLICATES known)
+        else()
+            set_source_files_properties(${source} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+        endif()
+    endforeach()
+endfunction()
+
 # pdata_module(NAME DIR folder SOURCES file... [INCLUDES subfolder...] [DEPENDS module...])
 #
 # One module of a floor: a static library whose include root is its own folder. Because a
@@ -56,6 +92,7 @@ function(pdata_module name)
     list(TRANSFORM ARG_SOURCES PREPEND "${ARG_DIR}/")
     list(TRANSFORM ARG_INCLUDES PREPEND "${ARG_DIR}/")
     add_library(${name} STATIC ${ARG_SOURCES})
+    pdata_together(${name})
     target_include_directories(${name} PUBLIC ${ARG_DIR} ${ARG_INCLUDES})
     target_compile_options(${name} PRIVATE
         ${pdata_lto} $<$<BOOL:${pdata_lto}>:-ffat-lto-objects> ${pdata_hardened_code}
@@ -67,6 +104,7 @@ endfunction()
 function(pdata_program name)
     cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
+    pdata_together(${name})
     target_compile_options(${name} PRIVATE ${pdata_hardened_code} ${pdata_hardened_program})
     target_link_libraries(${name} PRIVATE ${ARG_DEPENDS} pdata_program_flags)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)

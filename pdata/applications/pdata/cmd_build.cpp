@@ -63,8 +63,8 @@ bool read_descriptions(build_run_t &run)
 }
 
 /// Says what the compiler said: its status, and each line of its message.
-exit_status_t refuse(build_run_t &run, const std::string &file, const char *step,
-                     pdata_status_t status)
+exit_status_t refuse_build(build_run_t &run, const std::string &file, const char *step,
+                           pdata_status_t status)
 {
     const std::string_view message = pdata_status_msg_get();
     console_error(run.console, "{}: cannot {}: ({}:{})", file, step, static_cast<uint32_t>(status),
@@ -92,7 +92,7 @@ exit_status_t compile(build_run_t &run)
     if (status == PDATA_SUCCESS)
         return EXIT_STATUS_FINE;
     const size_t at = std::min(run.built.nr_input, options.files.size() - 1);
-    return refuse(run, options.files[at], run.built.step, status);
+    return refuse_build(run, options.files[at], run.built.step, status);
 }
 
 std::vector<uint8_t> joined(const std::vector<std::span<const uint8_t>> &parts)
@@ -149,7 +149,7 @@ exit_status_t test(build_run_t &run)
             return EXIT_STATUS_FILE;
     const pdata_status_t status = pdata_build_loadable(run.built);
     if (status != PDATA_SUCCESS)
-        return refuse(run, run.options.files.front(), run.built.step, status);
+        return refuse_build(run, run.options.files.front(), run.built.step, status);
     test_runner_t runner;
     runner.loadable.file.name = run.options.output;
     runner.loadable.file.buffer = joined(pdata_build_bytes(run.built, true));
@@ -166,8 +166,8 @@ exit_status_t make_sources(build_run_t &run)
         return EXIT_STATUS_FINE;
     const pdata_status_t status = pdata_build_sources(*run.cfg.cfg, run.sources);
     if (status != PDATA_SUCCESS)
-        return refuse(run, run.options.cfg.empty() ? "configuration" : run.options.cfg,
-                      "generate sources", status);
+        return refuse_build(run, run.options.cfg.empty() ? "configuration" : run.options.cfg,
+                            "generate sources", status);
     for (const pdata_source_t &source : run.sources)
         run.files.push_back({folder + '/' + source.name, {bytes_of(source.text.c_str())}});
     return EXIT_STATUS_FINE;

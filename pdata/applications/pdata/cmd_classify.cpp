@@ -99,7 +99,7 @@ void count(classify_run_t &run, const flow_record_t &record, std::string_view pr
     total->second.bytes += record.bytes[0] + record.bytes[1];
 }
 
-void take_flow(classify_run_t &run, const flow_record_t &record)
+void classify_flow(classify_run_t &run, const flow_record_t &record)
 {
     const classified_t classified = classify(run.classifier, record);
     const bool known = classified.rule != 0;
@@ -170,7 +170,7 @@ exit_status_t classify_run(const classify_options_t &options, console_t &console
     flow_input_options_t input = options.input;
     input.payload = classify_payload_bytes(run.loadable.db.get());
     const exit_status_t status = flow_input_run(
-        input, console, totals, [&run](flow_record_t &record) { take_flow(run, record); });
+        input, console, totals, [&run](flow_record_t &record) { classify_flow(run, record); });
     if (console.format == OUTPUT_JSON)
         print_summary_json(run, totals);
     else if (options.summary)

@@ -116,7 +116,7 @@ bool match_input(match_run_t &run)
     return true;
 }
 
-void print_summary(match_run_t &run)
+void print_match_summary(match_run_t &run)
 {
     if (run.console.format != OUTPUT_JSON)
         return;
@@ -138,7 +138,7 @@ exit_status_t match_run(const match_options_t &options, console_t &console)
             match_flow(run, flow, false);
         else if (!match_input(run))
             return EXIT_STATUS_FILE;
-    print_summary(run);
+    print_match_summary(run);
     return run.refused == 0 ? EXIT_STATUS_FINE : EXIT_STATUS_USAGE;
 }
 

@@ -32,6 +32,8 @@ std::span<const command_t> command_table()
         {"import", authors, "Lists of domains, hosts, addresses or ports as a description",
          text_only, "  pdata import domains list.txt --name mine --category web -o mine.pdd",
          import_declare},
+        {"schema", authors, "JSON Schema of a kind of document, for editors", text_only,
+         "  pdata schema pdd -o pdd.schema.json", schema_declare},
         {"list", operators, "What is in a pdb: parts, protocols, matchers, rules", text_json,
          "  pdata list example.pdb", list_declare},
         {"dump", operators, "Every byte of a pdb: where it stands, what it is, what it means",

@@ -16,3 +16,4 @@ command_run_t import_declare(CLI::App &app);
 command_run_t decompile_declare(CLI::App &app);
 command_run_t diff_declare(CLI::App &app);
 command_run_t build_declare(CLI::App &app);
+command_run_t schema_declare(CLI::App &app);

@@ -132,7 +132,7 @@ json_document_t item_document(const match_item_t &item)
     return document;
 }
 
-json_document_t rule_document(const loadable_t &loadable, const match_rule_t &rule)
+json_document_t match_rule_document(const loadable_t &loadable, const match_rule_t &rule)
 {
     json_document_t document = {{"protocol", json_text(match_protocol(loadable, rule))},
                                 {"rule", rule.rule},
@@ -208,7 +208,7 @@ void match_fill(json_document_t &document, const loadable_t &loadable, const mat
 {
     document["matches"] = json_document_t::array();
     for (size_t i = 0; i < answer.rules.size(); ++i) {
-        json_document_t rule = rule_document(loadable, answer.rules[i]);
+        json_document_t rule = match_rule_document(loadable, answer.rules[i]);
         if (i + 1 < answer.rules.size())
             rule["before_next_by"] = precedence_texts[answer.rules[i].beats_next];
         document["matches"].push_back(std::move(rule));
@@ -217,7 +217,7 @@ void match_fill(json_document_t &document, const loadable_t &loadable, const mat
         return;
     document["near"] = json_document_t::array();
     for (const match_rule_t &rule : answer.near) {
-        json_document_t row = rule_document(loadable, rule);
+        json_document_t row = match_rule_document(loadable, rule);
         row["missing_item"] = rule.missing_item;
         if (rule.missing_protocol != 0)
             row["missing_protocol"] = json_text(

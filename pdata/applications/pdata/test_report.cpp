@@ -143,7 +143,7 @@ void print_summary_json(test_report_t &report, const test_coverage_t *coverage)
 }
 
 /// Prints the summary behind `mark`, which makes it a comment of TAP.
-void print_summary(test_report_t &report, const test_coverage_t *coverage, const char *mark)
+void print_test_summary(test_report_t &report, const test_coverage_t *coverage, const char *mark)
 {
     console_t &console = report.console;
     if (coverage != nullptr) {
@@ -197,9 +197,9 @@ void test_report_end(test_report_t &report, const test_coverage_t *coverage)
         console_print(report.console, "</testsuite>\n");
         break;
     case OUTPUT_TAP:
-        print_summary(report, coverage, "# ");
+        print_test_summary(report, coverage, "# ");
         break;
     default:
-        print_summary(report, coverage, "");
+        print_test_summary(report, coverage, "");
     }
 }

@@ -5,7 +5,7 @@
 namespace
 {
 
-void run_flow(test_runner_t &runner, const suite_case_t &one, test_outcome_t &outcome)
+void run_test_flow(test_runner_t &runner, const suite_case_t &one, test_outcome_t &outcome)
 {
     flow_refusal_t refusal;
     if (!flow_runner_run(runner.flows, one.values, refusal)) {
@@ -69,7 +69,7 @@ test_done_t test_case_run(test_runner_t &runner, const suite_t &suite, const sui
 {
     test_done_t done = {{&one, suite.file, false, {}, {}, {}, {}}, {}};
     if (one.capture.empty())
-        run_flow(runner, one, done.outcome);
+        run_test_flow(runner, one, done.outcome);
     else
         run_capture(runner, one, path, console, done);
     return done;

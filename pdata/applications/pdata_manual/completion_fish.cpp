@@ -8,7 +8,7 @@ namespace
 {
 
 /// Returns `text` as one word of the shell.
-std::string quoted(std::string_view text)
+std::string quoted_fish(std::string_view text)
 {
     std::string made = "'";
     for (const char byte : text.substr(0, text.find('\n'))) {
@@ -45,12 +45,12 @@ std::string command_of(const manual_command_t &command)
     const std::string begin =
         fmt::format("complete -c pdata -n '__fish_seen_subcommand_from {}'", command.name);
     std::string text = fmt::format("complete -c pdata -n __fish_use_subcommand -f -a {} -d {}\n",
-                                   command.name, quoted(command.summary));
+                                   command.name, quoted_fish(command.summary));
     for (const manual_option_t &option : command.options)
         text +=
             fmt::format("{} -l {}{}{} -d {}\n", begin, option.long_name,
                         option.short_name.empty() ? "" : fmt::format(" -s {}", option.short_name),
-                        action_of(option), quoted(option.text));
+                        action_of(option), quoted_fish(option.text));
     if (!command.positionals.empty() && command.positionals.front().word == MANUAL_WORD_CHOICE)
         text +=
             fmt::format("{} -a '{}'\n", begin, fmt::join(command.positionals.front().choices, " "));

@@ -8,7 +8,7 @@ namespace
 {
 
 /// Returns `text` so that neither zsh nor _arguments takes a byte of it for its own.
-std::string quoted(std::string_view text)
+std::string quoted_zsh(std::string_view text)
 {
     std::string made;
     for (const char byte : text.substr(0, text.find('\n'))) {
@@ -46,19 +46,19 @@ std::string option_of(const manual_option_t &option)
     std::string argument;
     if (option.word != MANUAL_WORD_NONE)
         argument = fmt::format("{}{}:{}", option.may_stand_alone ? "::" : ":",
-                               quoted(option.argument), action_of(option));
-    std::string lines =
-        fmt::format("            '*--{}[{}]{}'\n", option.long_name, quoted(option.text), argument);
+                               quoted_zsh(option.argument), action_of(option));
+    std::string lines = fmt::format("            '*--{}[{}]{}'\n", option.long_name,
+                                    quoted_zsh(option.text), argument);
     if (!option.short_name.empty())
-        lines += fmt::format("            '*-{}[{}]{}'\n", option.short_name, quoted(option.text),
-                             argument);
+        lines += fmt::format("            '*-{}[{}]{}'\n", option.short_name,
+                             quoted_zsh(option.text), argument);
     return lines;
 }
 
 std::string positional_of(const manual_option_t &option)
 {
     return fmt::format("            '{}:{}:{}'\n", option.repeats ? "*" : "",
-                       quoted(option.argument), action_of(option));
+                       quoted_zsh(option.argument), action_of(option));
 }
 
 std::string command_of(const manual_command_t &command)
@@ -81,7 +81,7 @@ void completion_zsh(std::string &text)
     std::string names;
     std::string arguments;
     for (const manual_command_t &command : manual_commands()) {
-        names += fmt::format("        '{}:{}'\n", command.name, quoted(command.summary));
+        names += fmt::format("        '{}:{}'\n", command.name, quoted_zsh(command.summary));
         arguments += command_of(command);
     }
     completion_fill(text, "@COMMANDS@", names);

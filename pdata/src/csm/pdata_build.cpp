@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "json_error.h"
 #include "pdata_compile.h"
 #include "pdata_merge.h"
 #include "pdata_serialize_ipbt.h"
@@ -16,6 +17,7 @@ pdata_status_t compile(const pdd_t &description, const pdata_cfg_t &cfg, pdb_lis
     pdata_pdb_version_set(PDB_VERSION);
     pdata_status_code_set(PDATA_SUCCESS);
     pdata_status_msg_set("");
+    pragmar_err_clear();
     pdb_header_end(&pdb[0]);
     return pdata_serialize(&description, &pdb, &cfg, nullptr, PDATA_TYPE_PROTOCOL);
 }
