@@ -18,7 +18,7 @@ struct model_reading_t {
 
 bool text_of(model_reading_t &reading, uint32_t offset, const char *what, std::string_view &text)
 {
-    return model_text(reading.strings, offset, what, text, reading.error);
+    return view_pool_require(reading.strings, offset, what, text, reading.error);
 }
 
 bool read_texts(model_reading_t &reading, const view_area_t &area, const char *what,
@@ -84,7 +84,8 @@ bool read_rule_tags(model_reading_t &reading, const view_area_t &area, model_rul
     }
     rule.tags.resize(view_words(area));
     for (size_t i = 0; i < rule.tags.size(); ++i)
-        if (!model_text(reading.main, view_word(area, i), "rule tag", rule.tags[i], reading.error))
+        if (!view_pool_require(reading.main, view_word(area, i), "rule tag", rule.tags[i],
+                               reading.error))
             return false;
     return true;
 }
@@ -164,15 +165,6 @@ bool read_group(model_reading_t &reading, const view_record_t &record, descripti
 }
 
 } // namespace
-
-bool model_text(const view_pool_t &pool, uint32_t offset, const char *what, std::string_view &text,
-                view_error_t &error)
-{
-    if (view_pool_get(pool, offset, text))
-        return true;
-    return view_fail(error, VIEW_REFERENCE, pool.area.offset + offset, "%s: no text begins here",
-                     what);
-}
 
 bool description_model_read(const pdb_view_t &pdb, description_model_t &model, view_error_t &error)
 try {

@@ -101,7 +101,3 @@ struct description_model_t {
 /// std::bad_alloc.
 [[nodiscard]] bool description_model_parts(const pdb_view_t &pdb, description_model_t &model,
                                            view_error_t &error);
-
-/// Gives the text of a pool at `offset`. Returns false with `error`, in which `what` names it.
-[[nodiscard]] bool model_text(const view_pool_t &pool, uint32_t offset, const char *what,
-                              std::string_view &text, view_error_t &error);

@@ -8,8 +8,8 @@ bool read_side(const view_pool_t &strings, const view_alias_side_t &view, model_
                view_error_t &error)
 {
     side.way = view.way;
-    return model_text(strings, view.protocol, "alias protocol", side.protocol, error) &&
-           model_text(strings, view.attribute, "alias attribute", side.attribute, error);
+    return view_pool_require(strings, view.protocol, "alias protocol", side.protocol, error) &&
+           view_pool_require(strings, view.attribute, "alias attribute", side.attribute, error);
 }
 
 bool read_aliases(const pdb_view_t &pdb, description_model_t &model, view_error_t &error)
@@ -33,7 +33,7 @@ bool read_tag_table(const pdb_view_t &pdb, description_model_t &model, view_erro
     for (uint32_t i = 0; i < view_tag_count(area); ++i) {
         const view_tag_t view = view_tag_at(area, i, least_first);
         std::string_view name;
-        if (!model_text(pdb_view_main_strings(pdb), view.name, "name", name, error))
+        if (!view_pool_require(pdb_view_main_strings(pdb), view.name, "name", name, error))
             return view_within(error, "tag %u", i);
         model.tag_table.emplace_back(name, view.number);
     }

@@ -6,12 +6,6 @@
 namespace
 {
 
-bool text_at(const view_pool_t &pool, uint32_t offset, std::string_view &text, view_error_t &error)
-{
-    return view_pool_get(pool, offset, text) ||
-           view_fail(error, VIEW_REFERENCE, pool.area.offset, "no string at %u", offset);
-}
-
 bool count_values(view_catalog_rule_t &rule, view_error_t &error)
 {
     for (uint32_t i = 0; i < view_list_count(rule.fields.sub_rules); ++i) {
@@ -32,7 +26,7 @@ bool read_path(const view_pool_t &pool, view_catalog_rule_t &rule, view_error_t 
 {
     for (size_t i = 0; i < view_words(rule.fields.path); ++i) {
         std::string_view name;
-        if (!text_at(pool, view_word(rule.fields.path, i), name, error))
+        if (!view_pool_require(pool, view_word(rule.fields.path, i), "path", name, error))
             return false;
         rule.path.push_back(name);
     }
@@ -44,7 +38,7 @@ bool walk_protocol(const view_pool_t &pool, const view_area_t &value,
 {
     view_catalog_protocol_t protocol;
     if (!view_protocol_open(value, protocol.fields, error) ||
-        !text_at(pool, protocol.fields.name, protocol.name, error))
+        !view_pool_require(pool, protocol.fields.name, "name", protocol.name, error))
         return false;
     sink.put_protocol(sink.context, protocol);
     for (uint32_t i = 0; i < view_list_count(protocol.fields.rules); ++i) {

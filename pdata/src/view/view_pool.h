@@ -41,6 +41,10 @@ struct view_pool_t {
            text.size() == csa_get_be16(pool.area.data + offset);
 }
 
+/// The same, with an error that names `what` where there is no such text.
+[[nodiscard]] bool view_pool_require(const view_pool_t &pool, uint32_t offset, const char *what,
+                                     std::string_view &text, view_error_t &error);
+
 /// One entry of a pool.
 struct view_pool_entry_t {
     uint32_t offset = 0;

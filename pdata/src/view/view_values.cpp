@@ -15,21 +15,15 @@ struct value_walk_t {
     view_stored_value_t next; ///< what is known of the value to come
 };
 
-bool text_at(value_walk_t &walk, uint32_t offset, const char *what, std::string_view &text)
-{
-    if (view_pool_get(walk.strings, offset, text))
-        return true;
-    return view_fail(walk.error, VIEW_REFERENCE, walk.strings.area.offset + offset,
-                     "%s: no text begins here", what);
-}
-
 bool walk_attribute(value_walk_t &walk, const view_attribute_t &attribute)
 {
     walk.next.way = view_attribute_way(attribute);
-    if (!text_at(walk, attribute.name, "attribute name", walk.next.attribute))
+    if (!view_pool_require(walk.strings, attribute.name, "attribute name", walk.next.attribute,
+                           walk.error))
         return false;
     for (size_t i = 0; i < view_words(attribute.values); ++i) {
-        if (!text_at(walk, view_word(attribute.values, i), "value", walk.next.text))
+        if (!view_pool_require(walk.strings, view_word(attribute.values, i), "value",
+                               walk.next.text, walk.error))
             return false;
         walk.values.push_back(walk.next);
     }
@@ -38,7 +32,8 @@ bool walk_attribute(value_walk_t &walk, const view_attribute_t &attribute)
 
 bool walk_sub_rule(value_walk_t &walk, const view_sub_rule_t &sub_rule)
 {
-    if (!text_at(walk, sub_rule.protocol, "bottom protocol", walk.next.bottom))
+    if (!view_pool_require(walk.strings, sub_rule.protocol, "bottom protocol", walk.next.bottom,
+                           walk.error))
         return false;
     for (uint32_t i = 0; i < view_list_count(sub_rule.attributes); ++i) {
         view_attribute_t attribute;
@@ -64,7 +59,7 @@ bool walk_protocol(value_walk_t &walk, const view_record_t &record)
 {
     view_protocol_t protocol;
     if (!view_protocol_open(record.value, protocol, walk.error) ||
-        !text_at(walk, protocol.name, "name", walk.next.protocol))
+        !view_pool_require(walk.strings, protocol.name, "name", walk.next.protocol, walk.error))
         return false;
     for (uint32_t i = 0; i < view_list_count(protocol.rules); ++i) {
         view_rule_t rule;
