@@ -74,10 +74,8 @@ void ask(capture_setup_t &setup)
 {
     packet_reader_t reader;
     packet_reader_open(reader);
-    std::unordered_set<std::string> known;
-    setup.fault = tshark_ask(known);
-    for (const std::string &field : reader.fields)
-        (known.contains(field) ? setup.fields : setup.lacking).push_back(field);
+    setup.fields = std::move(reader.fields);
+    setup.fault = tshark_ask(setup.fields, setup.lacking);
 }
 
 } // namespace

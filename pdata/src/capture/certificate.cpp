@@ -1,5 +1,6 @@
 #include "certificate.h"
 
+#include <array>
 #include <cstdint>
 
 namespace
@@ -123,12 +124,22 @@ void read_extensions(std::string_view extensions, certificate_t &certificate)
     }
 }
 
-int digit_value(char digit)
+constexpr uint8_t no_digit = 0xFF;
+
+/// Values of hexadecimal digits by their characters.
+constexpr std::array<uint8_t, 256> digit_values = [] {
+    std::array<uint8_t, 256> values = {};
+    values.fill(no_digit);
+    for (uint8_t i = 0; i < 16; ++i)
+        values[static_cast<uint8_t>("0123456789abcdef"[i])] = i;
+    for (uint8_t i = 10; i < 16; ++i)
+        values[static_cast<uint8_t>("ABCDEF"[i - 10])] = i;
+    return values;
+}();
+
+uint8_t digit_value(char digit)
 {
-    if (digit >= '0' && digit <= '9')
-        return digit - '0';
-    const char lower = static_cast<char>(digit | 0x20);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+    return digit_values[static_cast<uint8_t>(digit)];
 }
 
 } // namespace
@@ -160,17 +171,19 @@ certificate_t certificate_read(std::string_view der)
 
 std::string hex_bytes(std::string_view digits)
 {
-    std::string bytes;
+    std::string bytes(digits.size() / 2, '\0');
+    size_t filled = 0;
     for (size_t i = 0; i < digits.size(); i += 2) {
-        if (digits[i] == ':' && !bytes.empty())
+        if (digits[i] == ':' && filled > 0)
             ++i;
         if (i + 1 >= digits.size())
             return {};
-        const int high = digit_value(digits[i]);
-        const int low = digit_value(digits[i + 1]);
-        if (high < 0 || low < 0)
+        const uint8_t high = digit_value(digits[i]);
+        const uint8_t low = digit_value(digits[i + 1]);
+        if ((high | low) == no_digit)
             return {};
-        bytes += static_cast<char>(high << 4 | low);
+        bytes[filled++] = static_cast<char>(high << 4 | low);
     }
+    bytes.resize(filled);
     return bytes;
 }

@@ -3,10 +3,14 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
+#include <iterator>
+#include <thread>
+#include <unordered_map>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -22,6 +26,10 @@ namespace
 constexpr size_t feed_step = size_t{1} << 16;
 /// Longest line of output that is taken, in bytes.
 constexpr size_t line_max = size_t{16} << 20;
+
+/// How long lines may wait to be read together, and the room that they have meanwhile, in bytes.
+constexpr std::chrono::milliseconds rest(1);
+constexpr int output_room = 1 << 20;
 
 constexpr const char *missing =
     "captures are read with tshark, which is not there; Debian has it in the package tshark";
@@ -95,6 +103,7 @@ int open_files(tshark_child_t &child, child_files_t &files)
         return errno;
     child.output = out[0];
     files.output = out[1];
+    (void)fcntl(child.output, F_SETPIPE_SZ, output_room); // the system may allow less
     return fcntl(child.input, F_SETFL, O_NONBLOCK) == 0 ? 0 : errno;
 }
 
@@ -130,14 +139,18 @@ void take_lines(tshark_child_t &child, const tshark_sink_t &sink)
         child.in.clear();
 }
 
-/// Reads once. Returns false at the end.
+/// Reads once, where something is to be read or will be. Returns false at the end. The child prints
+/// line by line: a reader that is not behind rests a little, lest it wakes up for every line.
 bool read_some(tshark_child_t &child, const tshark_sink_t &sink)
 {
     std::array<char, size_t{1} << 16> bytes;
+    if (child.last < bytes.size() / 4)
+        std::this_thread::sleep_for(rest);
     const ssize_t count = read(child.output, bytes.data(), bytes.size());
     if (count < 0)
         return errno == EINTR || errno == EAGAIN;
-    child.in.append(bytes.data(), static_cast<size_t>(count));
+    child.last = static_cast<size_t>(count);
+    child.in.append(bytes.data(), child.last);
     take_lines(child, sink);
     return count > 0;
 }
@@ -213,18 +226,28 @@ std::string how_it_ended(int messages, int status)
 
 } // namespace
 
-std::string tshark_ask(std::unordered_set<std::string> &fields)
+std::string tshark_ask(std::vector<std::string> &fields, std::vector<std::string> &lacking)
 {
     tshark_child_t child;
     const std::string fault = start({"tshark", "-G", "fields"}, child);
     if (!fault.empty())
         return fault;
-    return tshark_finish(child, [&fields](std::string_view line) {
+    std::unordered_map<std::string_view, bool> has;
+    for (const std::string &field : fields)
+        has[field] = false;
+    const std::string ended = tshark_finish(child, [&has](std::string_view line) {
         if (!line.starts_with("F\t"))
             return;
         const size_t begin = line.find('\t', 2) + 1;
-        fields.emplace(line.substr(begin, line.find('\t', begin) - begin));
+        const auto found = has.find(line.substr(begin, line.find('\t', begin) - begin));
+        if (found != has.end())
+            found->second = true;
     });
+    std::ranges::copy_if(fields, std::back_inserter(lacking),
+                         [&has](const std::string &field) { return !has[field]; });
+    for (const std::string &field : lacking)
+        std::erase(fields, field);
+    return ended;
 }
 
 std::string tshark_start(const std::vector<std::string> &fields, tshark_child_t &child)

@@ -7,7 +7,6 @@
 #include <functional>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 #include <vector>
 
 #include <sys/types.h>
@@ -22,11 +21,14 @@ struct tshark_child_t {
     int output = -1;
     std::string out;   ///< bytes that the child does not have yet
     std::string in;    ///< the beginning of a line
+    size_t last = 0;   ///< bytes of the last read
     int messages = -1; ///< a file in memory for what it writes to standard error
 };
 
-/// Asks the tshark of this machine which fields it has. Returns what is wrong, empty for nothing.
-[[nodiscard]] std::string tshark_ask(std::unordered_set<std::string> &fields);
+/// Asks the tshark of this machine which of these fields it has; the others become `lacking`.
+/// Returns what is wrong, empty for nothing.
+[[nodiscard]] std::string tshark_ask(std::vector<std::string> &fields,
+                                     std::vector<std::string> &lacking);
 
 /// Starts a child that prints `fields` of each packet. Returns what is wrong, empty for nothing.
 [[nodiscard]] std::string tshark_start(const std::vector<std::string> &fields,
