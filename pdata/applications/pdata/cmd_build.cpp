@@ -2,6 +2,7 @@
 #include <memory>
 #include <utility>
 
+#include "check_print.h"
 #include "commands.h"
 #include "depfile.h"
 #include "escape.h"
@@ -35,6 +36,7 @@ struct build_run_t {
     const build_options_t &options;
     console_t &console;
     std::vector<pdd_t> descriptions = {};
+    std::vector<std::string> names = {}; ///< of the descriptions, as messages show them
     open_cfg_t cfg = {};
     pdata_built_t built = {};
     std::array<pdata_source_t, 5> sources = {};
@@ -57,9 +59,20 @@ bool read_descriptions(build_run_t &run)
             return false;
         const std::span<const uint8_t> bytes = input_file_bytes(file);
         run.descriptions.push_back({{bytes.begin(), bytes.end()}});
+        run.names.push_back(file.name);
         run.document["inputs"].push_back(json_text(path));
     }
     return true;
+}
+
+/// Returns a console whose data are messages, for people.
+console_t messages_of(const console_t &console)
+{
+    console_t messages = console;
+    messages.out = console.err;
+    messages.out_colour = console.err_colour;
+    messages.format = OUTPUT_TEXT;
+    return messages;
 }
 
 /// Says what the compiler said: its status, and each line of its message.
@@ -84,6 +97,27 @@ exit_status_t refuse_build(build_run_t &run, const std::string &file, const char
     return EXIT_STATUS_FINDINGS;
 }
 
+/// Judges the descriptions. What is found is shown on standard error; errors end the build.
+exit_status_t check(build_run_t &run)
+{
+    lint_config_t config;
+    if (const std::string wrong = lint_config_read(*run.cfg.cfg, config); !wrong.empty()) {
+        console_message(run.console, wrong);
+        return EXIT_STATUS_FILE;
+    }
+    std::vector<lint_file_t> files;
+    for (size_t i = 0; i < run.descriptions.size(); ++i) {
+        const csa_buf_t &text = run.descriptions[i].pdd_json;
+        files.push_back(
+            {run.options.files[i], {reinterpret_cast<const char *>(text.data()), text.size()}});
+    }
+    console_t shown = messages_of(run.console);
+    const lint_result_t result = lint_check(std::move(files), config, {});
+    const check_count_t count = check_print(shown, result, finding_policy());
+    run.document["check"] = {{"errors", count.errors}, {"warnings", count.warnings}};
+    return count.errors == 0 ? EXIT_STATUS_FINE : EXIT_STATUS_FINDINGS;
+}
+
 exit_status_t compile(build_run_t &run)
 {
     const build_options_t &options = run.options;
@@ -91,8 +125,8 @@ exit_status_t compile(build_run_t &run)
         pdata_build(run.descriptions, *run.cfg.cfg, options.loadable, run.built);
     if (status == PDATA_SUCCESS)
         return EXIT_STATUS_FINE;
-    const size_t at = std::min(run.built.nr_input, options.files.size() - 1);
-    return refuse_build(run, options.files[at], run.built.step, status);
+    const size_t at = std::min(run.built.nr_input, run.names.size() - 1);
+    return refuse_build(run, run.names[at], run.built.step, status);
 }
 
 std::vector<uint8_t> joined(const std::vector<std::span<const uint8_t>> &parts)
@@ -118,10 +152,7 @@ exit_status_t verify(build_run_t &run)
 /// Runs the cases of all suites. What fails is shown on standard error.
 exit_status_t run_cases(build_run_t &run, test_runner_t &runner, const std::vector<suite_t> &suites)
 {
-    console_t shown = run.console;
-    shown.out = run.console.err;
-    shown.out_colour = run.console.err_colour;
-    shown.format = OUTPUT_TEXT;
+    console_t shown = messages_of(run.console);
     test_report_t report = {shown};
     exit_status_t status = EXIT_STATUS_FINE;
     for (size_t i = 0; i < suites.size(); ++i)
@@ -149,7 +180,7 @@ exit_status_t test(build_run_t &run)
             return EXIT_STATUS_FILE;
     const pdata_status_t status = pdata_build_loadable(run.built);
     if (status != PDATA_SUCCESS)
-        return refuse_build(run, run.options.files.front(), run.built.step, status);
+        return refuse_build(run, run.names.front(), run.built.step, status);
     test_runner_t runner;
     runner.loadable.file.name = run.options.output;
     runner.loadable.file.buffer = joined(pdata_build_bytes(run.built, true));
@@ -222,7 +253,7 @@ exit_status_t build(build_run_t &run)
 {
     if (!read_descriptions(run) || !open_cfg(run.console, run.options.cfg, run.cfg))
         return EXIT_STATUS_FILE;
-    for (const auto step : {compile, verify, test, make_sources})
+    for (const auto step : {check, compile, verify, test, make_sources})
         if (const exit_status_t status = step(run); status != EXIT_STATUS_FINE)
             return status;
     make_depfile(run);

@@ -3,7 +3,7 @@
 namespace
 {
 
-std::string escaped(std::string_view name)
+std::string make_name(std::string_view name)
 {
     std::string text;
     size_t slashes = 0; // directly in front: they escape what make would take specially
@@ -22,9 +22,9 @@ std::string escaped(std::string_view name)
 
 std::string depfile_text(std::string_view target, std::span<const std::string> inputs)
 {
-    std::string text = escaped(target) + ':';
+    std::string text = make_name(target) + ':';
     for (const std::string &input : inputs)
         if (input.find('\n') == std::string::npos)
-            text += " \\\n  " + escaped(input);
+            text += " \\\n  " + make_name(input);
     return text + '\n';
 }
