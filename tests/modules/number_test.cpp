@@ -163,10 +163,6 @@ TEST(interval, two_32_bit_intervals)
                     "00000001 00000002"
                     "00000001 00000002"
                     "00000000"));
-    const list_number_item &at_200 = build.interval.it_endpoints[2].it_l_item;
-    ASSERT_EQ(at_200.size(), 2U);
-    EXPECT_EQ(at_200[0].type, NUMBER_ITEM_END);
-    EXPECT_EQ(at_200[1].type, NUMBER_ITEM_COVER);
 }
 
 TEST(interval, values_of_64_bits_are_written_low_half_first)
@@ -490,21 +486,22 @@ TEST(number, many_values_cost_no_search)
 }
 
 struct endpoint {
-    list_number_item items;
+    number_record record;
 };
 
 // Three nested intervals: their six endpoints take 4, 2 and 0 covers.
 TEST(number, takes_covers_up_to_a_bound)
 {
-    const std::vector<endpoint> nested = {{{{1, NUMBER_ITEM_START}}}, {{{2, NUMBER_ITEM_START}}},
-                                          {{{3, NUMBER_ITEM_START}}}, {{{3, NUMBER_ITEM_END}}},
-                                          {{{2, NUMBER_ITEM_END}}},   {{{1, NUMBER_ITEM_END}}}};
+    const std::vector<endpoint> nested = {
+        {{{{1, NUMBER_ITEM_START}}}}, {{{{2, NUMBER_ITEM_START}}}}, {{{{3, NUMBER_ITEM_START}}}},
+        {{{{3, NUMBER_ITEM_END}}}},   {{{{2, NUMBER_ITEM_END}}}},   {{{{1, NUMBER_ITEM_END}}}}};
     std::vector<endpoint> taken = nested;
-    EXPECT_EQ(number_propagate(taken, &endpoint::items, 6), 0);
-    EXPECT_EQ(taken[2].items.size(), 3U);
+    std::vector<number_span> spans;
+    EXPECT_EQ(number_propagate(taken, &endpoint::record, spans, 6), 0);
+    EXPECT_EQ(taken[2].record.nr_covers, 2U);
     std::vector<endpoint> refused = nested;
-    EXPECT_EQ(number_propagate(refused, &endpoint::items, 5), MODULE_ERR_NO_MEMORY);
-    EXPECT_EQ(refused[2].items.size(), 1U);
+    EXPECT_EQ(number_propagate(refused, &endpoint::record, spans, 5), MODULE_ERR_NO_MEMORY);
+    EXPECT_EQ(refused[2].record.nr_covers, 0U);
 }
 
 // 12,000 nested intervals would add 12,000 * 11,999 / 2 * 3 covers.

@@ -34,7 +34,7 @@ uint8_t most_significant_byte(const it_value &value, uint32_t data_size)
 
 void add_endpoint(interval_build &build, const it_value &value, list_number_item items)
 {
-    build.it_endpoints.push_back({value, std::move(items)});
+    build.it_endpoints.push_back({value, {std::move(items)}});
     ++build.it_nr;
 }
 
@@ -62,8 +62,9 @@ void merge_equal_endpoints(interval_build &build)
     for (size_t i = 1; i < endpoints.size(); ++i) {
         it_endpoint &last = endpoints[kept];
         if (last.it_data == endpoints[i].it_data) {
-            const list_number_item &later = endpoints[i].it_l_item;
-            last.it_l_item.insert(last.it_l_item.end(), later.begin(), later.end());
+            const list_number_item &later = endpoints[i].it_record.items;
+            list_number_item &items = last.it_record.items;
+            items.insert(items.end(), later.begin(), later.end());
         } else if (++kept != i) {
             endpoints[kept] = std::move(endpoints[i]);
         }
@@ -111,5 +112,5 @@ int interval_finalize(interval_build &build)
 
 int interval_propagate(interval_build &build)
 {
-    return number_propagate(build.it_endpoints, &it_endpoint::it_l_item);
+    return number_propagate(build.it_endpoints, &it_endpoint::it_record, build.it_spans);
 }

@@ -28,15 +28,16 @@ struct it_value {
 /// A value at which the set of matching ids changes.
 struct it_endpoint {
     it_value it_data;
-    list_number_item it_l_item;
+    number_record it_record;
 };
 
 struct interval_build {
     /// Newest last until finalized, then by value. The list that this array stands for is filled
     /// at its front, so equal values are ordered newest first.
     std::vector<it_endpoint> it_endpoints;
-    uint32_t it_nr = 0;        ///< number of endpoints
-    uint32_t it_data_size = 0; ///< bytes of a value: 4, 8 or 16
+    std::vector<number_span> it_spans; ///< of a finalized matcher
+    uint32_t it_nr = 0;                ///< number of endpoints
+    uint32_t it_data_size = 0;         ///< bytes of a value: 4, 8 or 16
     std::array<uint8_t, INTERVAL_MSB_COUNT> it_msb_endpoint{};
 };
 
@@ -54,7 +55,7 @@ void interval_init(interval_build &build, uint32_t data_size);
 /// once, after the last registration. Returns 0, or what interval_propagate returns.
 [[nodiscard]] int interval_finalize(interval_build &build);
 
-/// Gives the ids of every interval to the endpoints that it covers. Returns 0, or what
+/// Finds which intervals cover which endpoints. Returns 0, or what
 /// number_propagate returns; throws std::bad_alloc.
 [[nodiscard]] int interval_propagate(interval_build &build);
 

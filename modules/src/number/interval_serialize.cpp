@@ -51,7 +51,7 @@ void emit_endpoints(const interval_build &build, tlv_sink_t &sink)
     uint32_t index = 0;
     for (const it_endpoint &endpoint : build.it_endpoints) {
         tlv_sink_put(sink, index, 4);
-        index += static_cast<uint32_t>(endpoint.it_l_item.size()) + 1;
+        index += static_cast<uint32_t>(number_record_size(endpoint.it_record)) + 1;
     }
     tlv_sink_close_blob(sink, offsets);
 }
@@ -59,8 +59,7 @@ void emit_endpoints(const interval_build &build, tlv_sink_t &sink)
 void emit_items(const interval_build &build, tlv_sink_t &sink)
 {
     const size_t items = tlv_sink_open_blob(sink, INTERVAL_TLV_ITEMS);
-    for (const it_endpoint &endpoint : build.it_endpoints)
-        number_emit_items(endpoint.it_l_item, sink);
+    number_emit_records(build.it_endpoints, &it_endpoint::it_record, build.it_spans, true, sink);
     tlv_sink_close_blob(sink, items);
 }
 

@@ -13,7 +13,7 @@ list_number_item &items_at(mapper_build &build, uint32_t value)
         build.mp_endpoints.push_back({static_cast<uint16_t>(value), {}});
         place = static_cast<uint32_t>(build.mp_endpoints.size());
     }
-    return build.mp_endpoints[place - 1].mp_l_item;
+    return build.mp_endpoints[place - 1].mp_record.items;
 }
 
 bool ends_something(const list_number_item &items)
@@ -30,7 +30,7 @@ void add_endpoints_behind(mapper_build &build)
     const size_t registered = build.mp_endpoints.size();
     for (size_t i = 0; i < registered; ++i) {
         const uint32_t behind = build.mp_endpoints[i].mp_data + 1U;
-        if (behind != build.mp_nr && ends_something(build.mp_endpoints[i].mp_l_item))
+        if (behind != build.mp_nr && ends_something(build.mp_endpoints[i].mp_record.items))
             (void)items_at(build, behind); // stays empty
     }
 }
@@ -69,5 +69,5 @@ int mapper_finalize(mapper_build &build)
 
 int mapper_propagate(mapper_build &build)
 {
-    return number_propagate(build.mp_endpoints, &mp_endpoint::mp_l_item);
+    return number_propagate(build.mp_endpoints, &mp_endpoint::mp_record, build.mp_spans);
 }

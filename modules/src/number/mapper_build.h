@@ -15,13 +15,14 @@
 
 /// A value at which the set of matching ids changes.
 struct mp_endpoint {
-    uint16_t mp_data;           ///< the value
-    list_number_item mp_l_item; ///< ids in the order of registration, then the covering ones
+    uint16_t mp_data; ///< the value
+    number_record mp_record;
 };
 
 struct mapper_build {
     std::vector<mp_endpoint> mp_endpoints; ///< by creation; by value once finalized
     std::vector<uint32_t> mp_index;        ///< per value, 1 + its place in `mp_endpoints`, or 0
+    std::vector<number_span> mp_spans;     ///< of a finalized mapper
     uint32_t mp_nr = 0;                    ///< size of the value space: 256 or 65536
 };
 
@@ -38,7 +39,7 @@ void mapper_init(mapper_build &build, uint32_t mp_nr);
 /// mapper_propagate returns.
 [[nodiscard]] int mapper_finalize(mapper_build &build);
 
-/// Gives the ids of every interval to the endpoints that it covers. Returns 0, or what
+/// Finds which intervals cover which endpoints. Returns 0, or what
 /// number_propagate returns; throws std::bad_alloc.
 [[nodiscard]] int mapper_propagate(mapper_build &build);
 

@@ -8,18 +8,17 @@ namespace
 {
 
 /// Tells whether nothing matches behind this endpoint: it holds only ends of intervals, or nothing.
-bool closes_all(const list_number_item &items)
+bool closes_all(const number_record &record)
 {
-    return std::all_of(items.begin(), items.end(),
+    return record.nr_covers == 0 &&
+           std::all_of(record.items.begin(), record.items.end(),
                        [](const number_item &item) { return item.type == NUMBER_ITEM_END; });
 }
 
 void emit_items(const mapper_build &build, tlv_sink_t &sink)
 {
     tlv_sink_put(sink, 0, 4); // index 0 stands for no match
-    for (const mp_endpoint &endpoint : build.mp_endpoints)
-        if (!endpoint.mp_l_item.empty())
-            number_emit_items(endpoint.mp_l_item, sink);
+    number_emit_records(build.mp_endpoints, &mp_endpoint::mp_record, build.mp_spans, false, sink);
 }
 
 } // namespace
@@ -29,14 +28,14 @@ void mapper_serialize_endpoints(const mapper_build &build, uint8_t *words)
     size_t cursor = 1;
     for (size_t i = 0; i < build.mp_endpoints.size(); ++i) {
         const mp_endpoint &endpoint = build.mp_endpoints[i];
-        if (endpoint.mp_l_item.empty())
+        if (number_record_size(endpoint.mp_record) == 0)
             continue;
         const bool is_last = i + 1 == build.mp_endpoints.size();
         const uint32_t next = is_last ? build.mp_nr : build.mp_endpoints[i + 1].mp_data;
-        const uint32_t end = closes_all(endpoint.mp_l_item) ? endpoint.mp_data + 1U : next;
+        const uint32_t end = closes_all(endpoint.mp_record) ? endpoint.mp_data + 1U : next;
         for (uint32_t value = endpoint.mp_data; value < end; ++value)
             csa_set_be16(words + 2 * size_t{value}, static_cast<uint16_t>(cursor));
-        cursor += endpoint.mp_l_item.size() + 1;
+        cursor += number_record_size(endpoint.mp_record) + 1;
     }
 }
 

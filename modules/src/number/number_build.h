@@ -46,11 +46,11 @@ struct number_build {
 [[nodiscard]] int number_register(number_build &build, const number_info &info);
 
 /// Brings the matcher into the form that is written. Returns 0, MODULE_ERR_INVALID for a bad type,
-/// or MODULE_ERR_NO_MEMORY, also when overlapping intervals would take over 1 GiB.
+/// or MODULE_ERR_NO_MEMORY, also when intervals cover over 2^27 endpoints in all.
 [[nodiscard]] int number_finalize(number_build &build);
 
-/// Emits the number blob (number_tlv.h). One of a bad type ends behind an inner header whose blob
-/// never comes.
+/// Emits the number blob (number_tlv.h); throws std::bad_alloc where it is written. One of a bad
+/// type ends behind an inner header whose blob never comes.
 void number_emit(const number_build &build, tlv_sink_t &sink);
 
 /// Returns the size of the blob in bytes, a multiple of 4; 20 for a bad type.
@@ -58,7 +58,7 @@ size_t number_get_size(const number_build &build);
 
 /// Writes the number blob into the zero-filled `buf` and returns the position
 /// behind it. Returns null when the blob does not fit, and for a bad type, behind whose type
-/// record nothing follows.
+/// record nothing follows. Throws std::bad_alloc.
 [[nodiscard]] uint8_t *number_serialize(const number_build &build, std::span<uint8_t> buf);
 
 /// Empties the matcher; number_init must come before the next use.
