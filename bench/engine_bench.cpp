@@ -1,7 +1,9 @@
 // Every engine at three sizes: build, finalize and serialize, per state and per byte written.
 //
 // "--once engine patterns" performs one run and nothing else, for a counter of instructions; with
-// the engine "none" it makes the input only.
+// the engine "none" it makes the input only. With the name of a shape of input that repeats itself
+// it prints the bytes of input and output as well.
+#include <cstdio>
 #include <cstdlib>
 #include <map>
 #include <string_view>
@@ -14,6 +16,8 @@
 #include "number_build.h"
 #include "pattern_build.h"
 #include "random_words.h"
+
+#include <malloc.h>
 
 namespace
 {
@@ -180,7 +184,8 @@ constexpr engine_t engines[] = {
 /// Input that an engine has to compare, or that multiplies in its output, by number of patterns.
 struct shape_t {
     const char *name;
-    size_t few; ///< patterns of the smaller of two runs; the larger has twice as many
+    size_t
+        few; ///< patterns, or their length, of the smaller of two runs; the larger has twice that
     size_t (*input)(size_t patterns, input_t &input); ///< fills the input, returns its bytes
     output_t (*run)(const input_t &input);
 };
@@ -210,6 +215,17 @@ size_t dense_repeats(size_t patterns, input_t &input)
 {
     for (size_t i = 0; i < patterns; ++i)
         add_host(input, std::string(100, 'a'), i);
+    return input.host_bytes;
+}
+
+/// Words at the first eleven offsets, nearly the same, that become longer.
+size_t long_words(size_t length, input_t &input)
+{
+    for (uint32_t i = 0; i < 11; ++i) {
+        std::string word(length, 'a');
+        word[length - 1 - length * i / 11] = 'b';
+        add_host(input, std::move(word), i);
+    }
     return input.host_bytes;
 }
 
@@ -247,7 +263,14 @@ constexpr shape_t shapes[] = {
     {"dot_prefix, a word at every offset", 400, dense_repeats, run_dot_prefix},
     {"aho_corasick, a repeated string", 20000, same_string,
      [](const input_t &in) { return run_aho_corasick(in, 0); }},
-    {"interval_ip4, nested", 400, nested_intervals, run_ip4},
+    {"dot_prefix, long words at 11 offsets", 4000, long_words, run_dot_prefix},
+    {"aho_corasick_offset, a word at every offset", 400, dense_repeats,
+     [](const input_t &in) { return run_aho_corasick(in, 1); }},
+    {"aho_corasick_offset, words at 11 offsets", 4000, dense_words,
+     [](const input_t &in) { return run_aho_corasick(in, 1); }},
+    {"radix_prefix, long words", 4000, long_words,
+     [](const input_t &in) { return run_radix_tree(in, PATTERN_PREFIX); }},
+    {"interval_ip4, nested", 2000, nested_intervals, run_ip4},
     {"interval_ip4, adjacent", 20000, adjacent_intervals, run_ip4},
 };
 
@@ -327,6 +350,13 @@ void report()
 
 void run_once(std::string_view name, uint32_t patterns)
 {
+    for (const shape_t &shape : shapes)
+        if (shape.name == name) {
+            input_t input;
+            const size_t bytes = shape.input(patterns, input);
+            std::printf("%zu\n", bytes + shape.run(input).bytes);
+            return;
+        }
     const input_t input = make_input(patterns);
     for (const engine_t &engine : engines)
         if (engine.name == name)
@@ -337,6 +367,9 @@ void run_once(std::string_view name, uint32_t patterns)
 
 int main(int argc, char **argv)
 {
+    // As pdata_compiler does: what is freed is given back, so that runs of any size touch new
+    // pages.
+    mallopt(M_MMAP_THRESHOLD, 128 << 10);
     if (argc == 4 && argv[1] == std::string_view("--once")) {
         run_once(argv[2], static_cast<uint32_t>(std::strtoul(argv[3], nullptr, 10)));
         return 0;
