@@ -61,6 +61,20 @@ struct builder_run_t {
     const pdb_build_tlv_t &sections() const { return context.pdb_build.pdb_build_tlv; }
 };
 
+/// What the table of matchers or that of rules prints.
+inline std::string printed(const pdb_matcher_tab_t &table)
+{
+    memory_log_t log;
+    pdb_matcher_tab_print(table, log.file);
+    return log.str();
+}
+inline std::string printed(const pdb_rule_tab_t &table)
+{
+    memory_log_t log;
+    pdb_rule_tab_print(table, log.file);
+    return log.str();
+}
+
 /// A diagnostic line of an error as mask_lines leaves it.
 inline std::string error_line(std::string_view function, std::string_view message)
 {

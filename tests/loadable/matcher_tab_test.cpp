@@ -25,6 +25,15 @@ struct table_t {
         return outcome(
             pdb_matcher_tab_add(&tab, key, {{1, 2}, csa_str(val), min_data, 1, pattern_offset}));
     }
+    /// The list of a key, which must be there.
+    const pdb_matcher_list_t &list(const matcher_key_t &key) const
+    {
+        return *pdb_matcher_tab_find(tab, key);
+    }
+    const pdb_matcher_elt &oldest(const matcher_key_t &key) const
+    {
+        return list(key).matcher_elts.front();
+    }
     /// The values of a list as they are built: newest first.
     std::string values(const matcher_key_t &key)
     {
@@ -43,14 +52,10 @@ TEST(matcher_tab, values_of_one_key_share_a_list)
     table_t table;
     EXPECT_EQ(table.add(key_of("tcp", "port", ATTR_WAY_CTS), "80"), "0");
     EXPECT_EQ(table.add(key_of("tcp", "port", ATTR_WAY_CTS), "443"), "0");
-    EXPECT_EQ(table.tab.matcher_lists.size(), 1U);
-    EXPECT_EQ(table.values(key_of("tcp", "port", ATTR_WAY_CTS)), "443 80 ");
-    EXPECT_EQ(pdb_matcher_tab_get_nr(table.tab.matcher_lists[0]), 2U);
-    memory_log_t log;
-    pdb_matcher_tab_print(table.tab, log.file);
-    EXPECT_EQ(log.str(), "tcp port 1\n"
-                         "  1:2 443\n"
-                         "  1:2 80\n");
+    EXPECT_EQ(pdb_matcher_tab_get_nr(table.list(key_of("tcp", "port", ATTR_WAY_CTS))), 2U);
+    EXPECT_EQ(printed(table.tab), "tcp port 1\n"
+                                  "  1:2 443\n"
+                                  "  1:2 80\n");
 }
 
 TEST(matcher_tab, directions_attributes_and_protocols_have_lists_of_their_own)
@@ -60,7 +65,10 @@ TEST(matcher_tab, directions_attributes_and_protocols_have_lists_of_their_own)
     EXPECT_EQ(table.add(key_of("tcp", "port", ATTR_WAY_STC), "2"), "0");
     EXPECT_EQ(table.add(key_of("udp", "port", ATTR_WAY_CTS), "3"), "0");
     EXPECT_EQ(table.add(key_of("tcp", "payload_len", ATTR_WAY_CTS), "4"), "0");
-    EXPECT_EQ(table.tab.matcher_lists.size(), 4U);
+    EXPECT_EQ(printed(table.tab), "tcp payload_len 1\n  1:2 4\n"
+                                  "udp port 1\n  1:2 3\n"
+                                  "tcp port 2\n  1:2 2\n"
+                                  "tcp port 1\n  1:2 1\n");
     EXPECT_EQ(table.values(key_of("tcp", "port", ATTR_WAY_STC)), "2 ");
     // Only together do the names differ here.
     EXPECT_EQ(table.values(key_of("tcpp", "ort", ATTR_WAY_CTS)), "no list");
@@ -70,12 +78,11 @@ TEST(matcher_tab, a_value_of_both_directions_is_filed_twice_and_its_copies_know_
 {
     table_t table;
     EXPECT_EQ(table.add(key_of("tcp", "port", ATTR_WAY_BOTH), "80"), "0");
-    ASSERT_EQ(table.tab.matcher_lists.size(), 2U);
     // The list of the client's direction is the older one: it is built second.
-    EXPECT_EQ(table.tab.matcher_lists[0].matcher_list_key.key_way, ATTR_WAY_CTS);
-    EXPECT_EQ(table.tab.matcher_lists[1].matcher_list_key.key_way, ATTR_WAY_STC);
-    const pdb_matcher_elt &cts = table.tab.matcher_lists[0].matcher_elts[0];
-    const pdb_matcher_elt &stc = table.tab.matcher_lists[1].matcher_elts[0];
+    EXPECT_EQ(printed(table.tab), "tcp port 2\n  1:2 80\n"
+                                  "tcp port 1\n  1:2 80\n");
+    const pdb_matcher_elt &cts = table.oldest(key_of("tcp", "port", ATTR_WAY_CTS));
+    const pdb_matcher_elt &stc = table.oldest(key_of("tcp", "port", ATTR_WAY_STC));
     EXPECT_EQ(cts.matcher_elt_force, &stc);
     EXPECT_EQ(stc.matcher_elt_force, &cts);
     EXPECT_EQ(cts.matcher_elt_force_id, 0U);
@@ -86,7 +93,7 @@ TEST(matcher_tab, a_value_of_one_direction_has_no_twin)
 {
     table_t table;
     EXPECT_EQ(table.add(key_of("tcp", "port", ATTR_WAY_STC), "80"), "0");
-    const pdb_matcher_elt &elt = table.tab.matcher_lists[0].matcher_elts[0];
+    const pdb_matcher_elt &elt = table.oldest(key_of("tcp", "port", ATTR_WAY_STC));
     EXPECT_EQ(elt.matcher_elt_force, nullptr);
     EXPECT_EQ(elt.matcher_elt_idx.item_proto_idx, 1U);
     EXPECT_EQ(elt.matcher_elt_idx.item_rule_idx, 2U);
@@ -98,7 +105,7 @@ TEST(matcher_tab, another_direction_files_nothing_and_succeeds)
     table_t table;
     EXPECT_EQ(table.add(key_of("tcp", "port", ATTR_WAY_UNKNOWN), "80"), "0");
     EXPECT_EQ(table.add(key_of("tcp", "port", 4), "80"), "0");
-    EXPECT_TRUE(table.tab.matcher_lists.empty());
+    EXPECT_EQ(printed(table.tab), "");
 }
 
 TEST(matcher_tab, the_largest_minimum_and_the_largest_offset_are_kept)
@@ -108,11 +115,13 @@ TEST(matcher_tab, the_largest_minimum_and_the_largest_offset_are_kept)
     EXPECT_EQ(table.add(both, "a", 10, 3), "0");
     EXPECT_EQ(table.add(key_of("tcp", "stream", ATTR_WAY_CTS), "b", 40, 1), "0");
     EXPECT_EQ(table.add(both, "c", 20, 7), "0");
-    EXPECT_EQ(table.tab.matcher_lists[0].matcher_list_min_data, 40U);
-    EXPECT_EQ(table.tab.matcher_lists[0].matcher_list_offset, 7U);
-    EXPECT_EQ(table.tab.matcher_lists[1].matcher_list_min_data, 20U);
-    EXPECT_EQ(table.tab.matcher_lists[1].matcher_list_offset, 7U);
-    EXPECT_EQ(table.tab.matcher_lists[0].matcher_elts[1].matcher_elt_pattern_offset, 1U);
+    const pdb_matcher_list_t &cts = table.list(key_of("tcp", "stream", ATTR_WAY_CTS));
+    const pdb_matcher_list_t &stc = table.list(key_of("tcp", "stream", ATTR_WAY_STC));
+    EXPECT_EQ(cts.matcher_list_min_data, 40U);
+    EXPECT_EQ(cts.matcher_list_offset, 7U);
+    EXPECT_EQ(stc.matcher_list_min_data, 20U);
+    EXPECT_EQ(stc.matcher_list_offset, 7U);
+    EXPECT_EQ(cts.matcher_elts[1].matcher_elt_pattern_offset, 1U);
 }
 
 TEST(matcher_tab, names_are_compared_by_length_and_then_up_to_a_zero_byte)
@@ -123,7 +132,9 @@ TEST(matcher_tab, names_are_compared_by_length_and_then_up_to_a_zero_byte)
     EXPECT_EQ(table.add(key_of("t\0cd"sv, "port", ATTR_WAY_CTS), "2"), "0");
     EXPECT_EQ(table.add(key_of("t\0c"sv, "port", ATTR_WAY_CTS), "3"), "0");
     EXPECT_EQ(table.add(key_of("T\0cd"sv, "port", ATTR_WAY_CTS), "4"), "0");
-    EXPECT_EQ(table.tab.matcher_lists.size(), 3U);
+    EXPECT_EQ(printed(table.tab), "T port 1\n  1:2 4\n"
+                                  "t port 1\n  1:2 3\n"
+                                  "t port 1\n  1:2 2\n  1:2 1\n");
     EXPECT_EQ(table.values(key_of("t\0xx"sv, "port", ATTR_WAY_CTS)), "2 1 ");
 }
 
@@ -160,8 +171,8 @@ TEST(matcher_tab, a_build_counts_the_values_that_it_files)
     EXPECT_EQ(outcome(pdb_matcher_register(&build, key_of("tcp", "port", 9), value)), "0");
     EXPECT_EQ(pdb_matcher_get_nr(build), 2U); // one value, although filed twice, and one not filed
     pdb_clean(&build);
-    EXPECT_TRUE(build.pdb_build_matcher_tab.matcher_lists.empty());
-    EXPECT_TRUE(build.pdb_build_rule_tab.rt_tab.empty());
+    EXPECT_EQ(printed(build.pdb_build_matcher_tab), "");
+    EXPECT_EQ(printed(build.pdb_build_rule_tab), "");
 }
 
 TEST(matcher_tab, a_build_without_memory_is_a_status)

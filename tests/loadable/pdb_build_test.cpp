@@ -85,8 +85,8 @@ TEST(pdb_builder, all_sections_come_out)
     EXPECT_FALSE(run.sections().rules_tlv.empty());
     EXPECT_EQ(run.context.proto_pdb.data(), run.list[0].pdb_tlv->data());
     // The tables of the build are released.
-    EXPECT_TRUE(run.context.pdb_build.pdb_build_matcher_tab.matcher_lists.empty());
-    EXPECT_TRUE(run.context.pdb_build.pdb_build_rule_tab.rt_elts.empty());
+    EXPECT_EQ(printed(run.context.pdb_build.pdb_build_matcher_tab), "");
+    EXPECT_EQ(printed(run.context.pdb_build.pdb_build_rule_tab), "");
     pdb_builder_clean(&run.context);
     EXPECT_TRUE(run.sections().rules_tlv.empty());
 }

@@ -52,15 +52,13 @@ TEST(rule_builder, rule_ids_count_from_one_and_carry_the_flags)
 TEST(rule_builder, items_of_the_first_sub_rule_get_the_low_bits)
 {
     builder_t builder;
-    EXPECT_EQ(builder.add({11, 12, 13, 14}, {0, 0, 0, 0}, {1, 0, 1, 0}), "0");
-    const rule_builder_entry &entry = builder.rules.rules[0];
-    EXPECT_EQ(entry.bitset_full, 15U);
-    EXPECT_EQ(builder.rules.items[entry.first_item + 1].id, 12U);
-    EXPECT_EQ(builder.rules.items[entry.first_item + 1].bitset_pos, 0U);
-    EXPECT_EQ(builder.rules.items[entry.first_item + 3].bitset_pos, 1U);
-    EXPECT_EQ(builder.rules.items[entry.first_item + 0].id, 11U);
-    EXPECT_EQ(builder.rules.items[entry.first_item + 0].bitset_pos, 2U);
-    EXPECT_EQ(builder.rules.items[entry.first_item + 2].bitset_pos, 3U);
+    EXPECT_EQ(builder.add({1, 2, 3, 4}, {0, 0, 0, 0}, {1, 0, 1, 0}), "0");
+    EXPECT_EQ(builder.table(), bytes("01 000014"
+                                     "00000000 00000000 00000000 00000000"
+                                     "00000001 00000000 00000000 0002000F"
+                                     "00000001 00000000 00000000 0000000F"
+                                     "00000001 00000000 00000000 0003000F"
+                                     "00000001 00000000 00000000 0001000F"));
 }
 
 TEST(rule_builder, a_referer_among_several_items_sets_the_top_bit)
@@ -92,12 +90,12 @@ TEST(rule_builder, an_item_without_an_id_or_of_a_third_sub_rule_gets_no_bit)
 {
     builder_t builder;
     EXPECT_EQ(builder.add({0, 2, 3}, {1, 0, 1}, {0, 2, 0}), "0");
-    const rule_builder_entry &entry = builder.rules.rules[0];
-    EXPECT_EQ(entry.bitset_full, 0x80000001U);
-    EXPECT_EQ(entry.nb_items, 3U);
-    EXPECT_EQ(builder.rules.items[entry.first_item + 0].id, 0U);
-    EXPECT_EQ(builder.rules.items[entry.first_item + 1].id, 0U);
-    EXPECT_EQ(builder.rules.items[entry.first_item + 2].id, 3U);
+    EXPECT_EQ(builder.rules.rules[0].nb_items, 3U);
+    EXPECT_EQ(builder.table(), bytes("01 000010"
+                                     "00000000 00000000 00000000 00000000"
+                                     "00000000 00000000 00000000 00000000"
+                                     "00000000 00000000 00000000 00000000"
+                                     "00000001 00000000 00000000 80000001"));
 }
 
 TEST(rule_builder, the_table_has_a_slot_of_four_words_for_every_item_id)

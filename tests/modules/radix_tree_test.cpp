@@ -55,6 +55,15 @@ std::vector<pattern_hit_t> matched(const std::vector<uint8_t> &blob, std::string
     return hits;
 }
 
+/// The compressed edges of a tree.
+std::vector<uint8_t> c_edges_of(const std::vector<uint8_t> &blob)
+{
+    radix_tree_reader_t reader;
+    std::string error;
+    EXPECT_TRUE(radix_tree_reader_open(blob, false, reader, error)) << error;
+    return {reader.c_edges.begin(), reader.c_edges.end()};
+}
+
 using hit_list = std::vector<pattern_hit_t>;
 
 TEST(radix_tree, abcde)
@@ -127,13 +136,10 @@ TEST(radix_tree, chains_are_numbered_in_the_order_of_their_first_nodes)
     tree.add(make_info("xya", 1, PATTERN_PREFIX));    // 1 x, 2 y, 3 a
     tree.add(make_info("zabc", 2, PATTERN_PREFIX));   // 4 z, [5 a, 6 b], 7 c
     tree.add(make_info("xyabcd", 3, PATTERN_PREFIX)); // 3 a, [8 b, 9 c], 10 d
-    EXPECT_EQ(radix_tree_finalize(tree.build), 0);
-    ASSERT_EQ(tree.build.rt_l_c_edges.size(), 2U);
-    EXPECT_EQ(tree.build.rt_l_c_edges[0].ce_first, 5U);
-    EXPECT_EQ(tree.build.rt_l_c_edges[1].ce_first, 8U);
-    EXPECT_EQ(tree.build.rt_l_state[5].rt_id, 1U);
-    EXPECT_EQ(tree.build.rt_l_state[8].rt_id, 3U);
-    EXPECT_EQ(matched(blob_of(tree.build), "xyabcd"), (hit_list{{1, 3}, {3, 6}}));
+    const std::vector<uint8_t> blob = tree.blob();
+    // Chains take 1 and 3; x y a z c d are 2 4 5 6 7 8.
+    EXPECT_EQ(c_edges_of(blob), bytes("00000000 0007 02 'b 'c 000000 0008 02 'c 'd 000000"));
+    EXPECT_EQ(matched(blob, "xyabcd"), (hit_list{{1, 3}, {3, 6}}));
 }
 
 TEST(radix_tree, a_terminal_node_ends_a_chain)
@@ -142,11 +148,8 @@ TEST(radix_tree, a_terminal_node_ends_a_chain)
     tree.add(make_info("abcdefgh", 1, PATTERN_PREFIX));
     tree.add(make_info("abcd", 2, PATTERN_PREFIX));
     const std::vector<uint8_t> blob = tree.blob();
-    ASSERT_EQ(tree.build.rt_l_c_edges.size(), 2U);
-    EXPECT_EQ(tree.build.rt_l_c_edges[0].ce_endstate, 4U);
-    EXPECT_EQ(tree.build.rt_l_c_edges[0].ce_len, 2U);
-    EXPECT_EQ(tree.build.rt_l_c_edges[0].ce_char, 'b');
-    EXPECT_EQ(tree.build.rt_l_c_edges[1].ce_endstate, 8U);
+    // a [b c] d [e f g] h: chains take 1 and 3; a d h are 2 4 5.
+    EXPECT_EQ(c_edges_of(blob), bytes("00000000 0004 02 'c 'd 000000 0005 03 'f 'g 'h 0000"));
     EXPECT_EQ(matched(blob, "abcdefgh"), (hit_list{{2, 4}, {1, 8}}));
     EXPECT_EQ(matched(blob, "abcdefg"), (hit_list{{2, 4}}));
 }
@@ -157,9 +160,8 @@ TEST(radix_tree, a_chain_that_enters_a_branch_ends_before_it)
     tree.add(make_info("abcdx", 1, PATTERN_PREFIX));
     tree.add(make_info("abcdy", 2, PATTERN_PREFIX));
     const std::vector<uint8_t> blob = tree.blob();
-    ASSERT_EQ(tree.build.rt_l_c_edges.size(), 1U);
-    EXPECT_EQ(tree.build.rt_l_c_edges[0].ce_len, 2U);
-    EXPECT_EQ(tree.build.rt_l_c_edges[0].ce_endstate, 4U);
+    // a [b c] d, then x and y: the chain takes 1; a d x y are 2 4 5 6.
+    EXPECT_EQ(c_edges_of(blob), bytes("00000000 0004 02 'c 'd 000000"));
     EXPECT_EQ(matched(blob, "abcdy"), (hit_list{{2, 5}}));
 }
 
@@ -298,12 +300,10 @@ TEST(radix_tree, the_last_pattern_of_a_node_decides_its_mindata)
     tree.add(make_preempt("b", 7, 20, PATTERN_PREFIX));
     tree.add(plain);
     tree.add(make_preempt("b", 8, 65536, PATTERN_PREFIX));
-    EXPECT_EQ(radix_tree_finalize(tree.build), 0);
+    const std::vector<uint8_t> blob = tree.blob();
     // The first preempt was raised to the mindata of its equal and came in before it.
-    EXPECT_EQ(tree.build.rt_l_state[1].rt_mindata, 65536U);
     EXPECT_EQ(tree.build.rt_nr_item_max, 3U);
-    EXPECT_EQ(matched(blob_of(tree.build), "b"),
-              (hit_list{{1, 1, 65536}, {7, 1, 65536}, {8, 1, 65536}}));
+    EXPECT_EQ(matched(blob, "b"), (hit_list{{1, 1, 65536}, {7, 1, 65536}, {8, 1, 65536}}));
 }
 
 TEST(radix_tree, a_preempt_inside_a_would_be_chain_ends_it)
