@@ -120,7 +120,7 @@ lint_result_t lint_check(std::vector<lint_file_t> files, lint_config_t &config,
         (void)lint_read_text(text, i, result.mended[i], take, result.findings);
         done += text.size();
     }
-    lint_prove_values({result.model, config, result.findings});
+    lint_prove({result.model, config, result.findings});
     sort_findings(result.findings);
     return result;
 }

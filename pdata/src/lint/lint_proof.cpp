@@ -27,20 +27,16 @@ uint32_t min_size_of(const lint_look_t &value, csa_attr_way_t way)
 /// Gathers a value once for each minimum that its directions have.
 void gather(const lint_look_t &value, gathered_t &gathered)
 {
-    prove_value_t proved;
-    proved.protocol = value.attribute->matched_key.protocol;
-    proved.attribute = value.attribute->matched_key.attribute;
-    proved.text = value.value->decoded;
-    proved.offset = value.attribute->offset ? value.attribute->offset->number : 0;
-    bool is_first = true;
+    const prove_value_t *before = nullptr;
     for (const csa_attr_way_t way : {ATTR_WAY_CTS, ATTR_WAY_STC}) {
-        const uint32_t min_size = min_size_of(value, way);
-        if (!lint_tests_way(*value.attribute, way) || (!is_first && min_size == proved.min_size))
+        if (!lint_tests_way(*value.attribute, way))
             continue;
-        is_first = false;
-        proved.min_size = min_size;
+        const prove_value_t proved = lint_proved_value(value, way);
+        if (before != nullptr && before->min_size == proved.min_size)
+            continue;
         gathered.values.push_back(proved);
         gathered.places.push_back(value);
+        before = &gathered.values.back();
     }
 }
 
@@ -114,10 +110,25 @@ void report(const lint_look_t &value, const prove_value_t &proved, const prove_v
 
 } // namespace
 
-void lint_prove_values(const lint_look_t &look)
+prove_value_t lint_proved_value(const lint_look_t &value, csa_attr_way_t way)
+{
+    prove_value_t proved;
+    proved.protocol = value.attribute->matched_key.protocol;
+    proved.attribute = value.attribute->matched_key.attribute;
+    proved.text = value.value->decoded;
+    proved.offset = value.attribute->offset ? value.attribute->offset->number : 0;
+    proved.min_size = min_size_of(value, way);
+    return proved;
+}
+
+void lint_prove(const lint_look_t &look)
 {
     const gathered_t gathered = gather_all(look);
     const std::vector<prove_verdict_t> verdicts = prove_values(gathered.values);
-    for (size_t i = 0; i < verdicts.size(); ++i)
+    lint_proved_t proved;
+    for (size_t i = 0; i < verdicts.size(); ++i) {
         report(gathered.places[i], gathered.values[i], verdicts[i]);
+        proved.emplace(gathered.places[i].value, verdicts[i]);
+    }
+    lint_prove_rules(look, proved);
 }

@@ -1,8 +1,21 @@
-/// What is proved of the values of a model (prove_value.h), as findings.
+/// What is proved of the values and rules of a model (prove_value.h, prove_rule.h), as findings.
 #pragma once
 
-#include "lint_look.h"
+#include <unordered_map>
 
-/// Proves the values of all rules without a fault, of all protocols together. The place of `look`
-/// is the whole model. Takes time and memory linear in the values.
-void lint_prove_values(const lint_look_t &look);
+#include "lint_look.h"
+#include "prove_value.h"
+
+/// Proves the values of all rules without a fault, then these rules, against one pdb of all
+/// protocols without a fault. The place of `look` is the whole model. Takes time and memory linear
+/// in the texts.
+void lint_prove(const lint_look_t &look);
+
+/// Proofs by value of the model.
+using lint_proved_t = std::unordered_map<const lint_text_t *, prove_verdict_t>;
+
+/// Returns what is to be proved of a value, in a direction that it is tested in.
+prove_value_t lint_proved_value(const lint_look_t &value, csa_attr_way_t way);
+
+/// Proves the rules, whose values were.
+void lint_prove_rules(const lint_look_t &look, const lint_proved_t &proved);

@@ -46,3 +46,8 @@ struct prove_batch_t {
 [[nodiscard]] bool prove_batch_finds(prove_batch_t &batch, size_t index, std::string_view data);
 [[nodiscard]] bool prove_batch_finds(prove_batch_t &batch, size_t index,
                                      const prove_number_t &number);
+
+/// Feeds an attribute with data, or with a number or address, whichever it takes; attribute 0 with
+/// nothing. std::bad_alloc passes.
+void prove_feed(pdata_db *db, pdata_flow *flow, pdata_attribute attribute, std::string_view data,
+                const prove_number_t &number);

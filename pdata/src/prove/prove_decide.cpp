@@ -77,7 +77,8 @@ bool is_never_registered(std::string_view text)
     return text.find_first_not_of(',') == text.npos;
 }
 
-void make_text(prove_case_t &at)
+/// With `decides`, also holds the text against its form.
+void make_text(prove_case_t &at, bool decides)
 {
     const prove_value_t &value = *at.value;
     const bool icase = at.properties->icase != 0;
@@ -93,6 +94,8 @@ void make_text(prove_case_t &at)
     at.samples = prove_samples(automaton);
     std::erase_if(at.samples,
                   [&](const std::string &sample) { return sample.size() < value.min_size; });
+    if (!decides)
+        return;
     if (is_never_registered(text))
         at.comparison = {true, false, true, std::string(text)};
     else if (formed == PROVE_FORMED && !at.samples.empty() && prove_spelled(text, form))
@@ -125,6 +128,9 @@ prove_verdict_t close_numbers(const prove_case_t &at)
         verdict.outcome = PROVE_DEAD;
     else if (verdict.nr_missed != 0)
         verdict.outcome = PROVE_LOSSY;
+    const auto found = std::find_if_not(at.parts.begin(), at.parts.end(), is_lost);
+    if (found != at.parts.end())
+        verdict.found.number = found->range.from;
     if (first != at.parts.end())
         verdict.lost = prove_range_text(first->range, at.properties->proper_type);
     return verdict;
@@ -158,6 +164,9 @@ prove_verdict_t close_text(const prove_case_t &at)
         verdict.outcome = PROVE_DEAD;
     else
         verdict.outcome = says_lost || missed != nullptr ? PROVE_LOSSY : PROVE_WHOLE_VALUE;
+    const auto found = std::find(at.is_found.begin(), at.is_found.end(), 1);
+    if (found != at.is_found.end())
+        verdict.found.bytes = at.samples[static_cast<size_t>(found - at.is_found.begin())];
     if (says_lost)
         verdict.lost = at.comparison.lost;
     else if (missed != nullptr)
@@ -165,9 +174,7 @@ prove_verdict_t close_text(const prove_case_t &at)
     return verdict;
 }
 
-} // namespace
-
-prove_case_t prove_case_make(const prove_value_t &value)
+prove_case_t make_case(const prove_value_t &value, bool decides)
 {
     prove_case_t at;
     at.value = &value;
@@ -179,9 +186,31 @@ prove_case_t prove_case_make(const prove_value_t &value)
     else if (value.offset != 0)
         make_offset_samples(at);
     else
-        make_text(at);
+        make_text(at, decides);
     at.is_found.assign(at.samples.size(), 0);
     return at;
+}
+
+} // namespace
+
+prove_case_t prove_case_make(const prove_value_t &value)
+{
+    return make_case(value, true);
+}
+
+std::vector<prove_datum_t> prove_data(const prove_value_t &value)
+{
+    std::vector<prove_datum_t> data;
+    prove_case_t at = make_case(value, false);
+    if (at.is_refused)
+        return data;
+    for (std::string &sample : at.samples)
+        data.push_back({std::move(sample), {}});
+    for (const prove_part_t &part : at.parts)
+        for (const prove_number_t &number :
+             {part.range.from, prove_range_middle(part.range), part.range.to})
+            data.push_back({{}, number});
+    return data;
 }
 
 prove_verdict_t prove_case_close(const prove_case_t &at)

@@ -33,5 +33,9 @@ struct prove_case_t {
 /// passes.
 prove_case_t prove_case_make(const prove_value_t &value);
 
+/// Returns everything that is to be tried of a value, without deciding anything; none of one that
+/// the compiler refuses. std::bad_alloc passes.
+std::vector<prove_datum_t> prove_data(const prove_value_t &value);
+
 /// Reaches the verdict when everything was tried.
 prove_verdict_t prove_case_close(const prove_case_t &at);

@@ -48,7 +48,7 @@ struct prove_form_t {
 /// How the making of a form ended.
 enum prove_formed_t : uint8_t {
     PROVE_FORMED = 0,
-    PROVE_NO_FORM,    ///< the compiler refuses the value
+    PROVE_NO_FORM,    ///< the compiler refuses the value, or has not the memory for it
     PROVE_FORM_LARGE, ///< it has too many pieces to follow
 };
 

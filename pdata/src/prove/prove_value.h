@@ -15,6 +15,14 @@
 #include <string_view>
 #include <vector>
 
+#include "prove_number.h"
+
+/// Data of a text, or a number or address.
+struct prove_datum_t {
+    std::string bytes;
+    prove_number_t number;
+};
+
 /// A value of a description. Texts must live as long as it does.
 struct prove_value_t {
     std::string_view protocol;  ///< whose attribute it is
@@ -43,6 +51,7 @@ struct prove_verdict_t {
     /// What is lost: the shortest text that is, as bytes; of numbers and addresses the first range,
     /// as it would be written. Empty where nothing is lost, or nothing is described.
     std::string lost;
+    prove_datum_t found;    ///< a sample that leads to the value; of a dead one none
     uint32_t nr_sample = 0; ///< samples that were run
     uint32_t nr_missed = 0; ///< of these, not found
     /// Samples contradict what was decided, and were followed: what the compiler wrote does not

@@ -3,8 +3,27 @@
 #include <cstdarg>
 #include <cstdio>
 
+namespace
+{
+
+uint32_t silences = 0; // that live
+
+} // namespace
+
+pdata_diag_silence_t::pdata_diag_silence_t()
+{
+    ++silences;
+}
+
+pdata_diag_silence_t::~pdata_diag_silence_t()
+{
+    --silences;
+}
+
 void pdata_diag_write(const char *level, pdata_diag_t row, uint32_t line, ...)
 {
+    if (silences != 0)
+        return;
     const pdata_diag_row_t &shown = pdata_diag_rows[row];
     char msg[PDATA_MSG_SIZE];
     va_list args;

@@ -72,6 +72,15 @@ struct pdata_diag_site_t {
     uint32_t line;
 };
 
+/// While one of these lives, no diagnostic is written: for who compiles to learn whether it can be
+/// done.
+struct pdata_diag_silence_t {
+    pdata_diag_silence_t();
+    ~pdata_diag_silence_t();
+    pdata_diag_silence_t(const pdata_diag_silence_t &) = delete;
+    pdata_diag_silence_t &operator=(const pdata_diag_silence_t &) = delete;
+};
+
 /// Writes "[level  ][line][function] " and the text of a row on standard error.
 void pdata_diag_write(const char *level, pdata_diag_t row, uint32_t line, ...);
 

@@ -1,0 +1,234 @@
+#include <map>
+#include <unordered_set>
+
+#include "lint_proof.h"
+#include "lint_resolve.h"
+#include "lint_words.h"
+#include "prove_capacity.h"
+#include "prove_compile.h"
+#include "prove_rule.h"
+
+namespace
+{
+
+/// Rules to prove, and where each stands. A rule that the compiler splits is several.
+struct gathered_rules_t {
+    std::vector<prove_rule_t> rules;
+    std::vector<lint_look_t> places;
+    std::map<std::pair<std::string_view, uint32_t>, lint_look_t> by_name;
+};
+
+/// Returns the description of all protocols without a fault.
+std::string faultless_text(const lint_model_t &model)
+{
+    std::string text = "{\"protocols\":[";
+    for (const lint_protocol_t &protocol : model.protocols) {
+        if (!protocol.faultless)
+            continue;
+        if (text.back() != '[')
+            text += ',';
+        text += model.files[protocol.place.file].text.substr(
+            protocol.place.begin, protocol.place.end - protocol.place.begin);
+    }
+    return text + "]}";
+}
+
+/// Returns how many rules the compiler stores of one beside the first: one for every further
+/// protocol of its first sub-rule that has several.
+size_t copies_of(const lint_rule_t &rule)
+{
+    for (const lint_sub_rule_t &sub_rule : rule.sub_rules)
+        if (sub_rule.protocols.size() > 1)
+            return sub_rule.protocols.size() - 1;
+    return 0;
+}
+
+prove_item_t item_of(const lint_look_t &value, const lint_proved_t &proved)
+{
+    const lint_attribute_t &attribute = *value.attribute;
+    prove_item_t item;
+    item.value = lint_proved_value(value, lint_tests_way(attribute, ATTR_WAY_CTS) ? ATTR_WAY_CTS
+                                                                                  : ATTR_WAY_STC);
+    item.protocol = lint_bottom(*value.sub_rule);
+    item.attribute = attribute.name;
+    item.way = attribute.written_way;
+    if (attribute.written != nullptr && item.way == ATTR_WAY_BOTH)
+        item.way = attribute.written->proper_allowed_way;
+    if (const auto known = proved.find(value.value); known != proved.end())
+        item.known = known->second.found;
+    return item;
+}
+
+prove_rule_t rule_of(const lint_look_t &rule, const lint_proved_t &proved)
+{
+    prove_rule_t stored;
+    stored.protocol = rule.protocol->name->decoded;
+    lint_each_attribute(rule, [&](const lint_look_t &attribute) {
+        lint_each_value(attribute, [&](const lint_look_t &value) {
+            stored.items.push_back(item_of(value, proved));
+        });
+    });
+    return stored;
+}
+
+void add_rule(gathered_rules_t &gathered, const lint_look_t &rule, const lint_proved_t &proved,
+              uint32_t index)
+{
+    prove_rule_t stored = rule_of(rule, proved);
+    stored.index = index;
+    gathered.by_name.emplace(std::pair(stored.protocol, index), rule);
+    gathered.rules.push_back(std::move(stored));
+    gathered.places.push_back(rule);
+}
+
+/// Gathers the rules of a protocol in the order in which they are stored.
+void gather_protocol(gathered_rules_t &gathered, const lint_look_t &protocol,
+                     const lint_proved_t &proved)
+{
+    uint32_t index = 0;
+    lint_each_rule(protocol,
+                   [&](const lint_look_t &rule) { add_rule(gathered, rule, proved, index++); });
+    lint_each_rule(protocol, [&](const lint_look_t &rule) {
+        for (size_t i = copies_of(*rule.rule); i != 0; --i)
+            add_rule(gathered, rule, proved, index++);
+    });
+}
+
+/// Gathers the rules of all protocols without a fault; of a name that two have, none.
+gathered_rules_t gather_rules(const lint_look_t &look, const lint_proved_t &proved)
+{
+    gathered_rules_t gathered;
+    std::map<std::string_view, uint32_t> names;
+    for (const lint_protocol_t &protocol : look.model.protocols)
+        if (protocol.name)
+            ++names[protocol.name->decoded];
+    for (const lint_protocol_t &protocol : look.model.protocols) {
+        if (!protocol.faultless || !protocol.name || names[protocol.name->decoded] != 1)
+            continue;
+        lint_look_t at = look;
+        at.protocol = &protocol;
+        gather_protocol(gathered, at, proved);
+    }
+    return gathered;
+}
+
+/// Tells whether a value of a rule was called dead already.
+bool has_dead_value(const lint_look_t &rule, const lint_proved_t &proved)
+{
+    bool found = false;
+    lint_each_attribute(rule, [&](const lint_look_t &attribute) {
+        lint_each_value(attribute, [&](const lint_look_t &value) {
+            const auto known = proved.find(value.value);
+            found = found || (known != proved.end() && known->second.outcome == PROVE_DEAD);
+        });
+    });
+    return found;
+}
+
+void report_dead(const lint_look_t &rule, const prove_rule_t &stored, uint32_t item)
+{
+    if (stored.items.empty()) {
+        lint_report(rule, FINDING_DEAD_RULE,
+                    "no sub-rule tests an attribute, so nothing fires this",
+                    "write what is to be tested");
+        return;
+    }
+    lint_report(
+        rule, FINDING_DEAD_RULE,
+        lint_joined({"nothing fires this: its value ", lint_quoted(stored.items[item].value.text),
+                     " is not found where all protocols are compiled together"}),
+        "");
+}
+
+void report_shadowed(const lint_look_t &rule, const lint_look_t &winner)
+{
+    const std::string other = lint_joined({"rule ", std::to_string(winner.rule->number),
+                                           " of protocol ", winner.protocol->name->decoded});
+    finding_t &finding = lint_report(
+        rule, FINDING_SHADOWED_RULE,
+        lint_joined({"whatever fires this fires ", other, " as well, which goes before"}),
+        "give this rule a smaller order, or drop it");
+    finding.related = {winner.rule->place, "the other one stands here"};
+}
+
+/// Reports each rule once, however often it is stored.
+void report_rules(const gathered_rules_t &gathered, const lint_proved_t &proved,
+                  const std::vector<prove_rule_verdict_t> &verdicts)
+{
+    std::unordered_set<const lint_rule_t *> reported;
+    for (size_t i = 0; i < verdicts.size(); ++i) {
+        const lint_look_t &rule = gathered.places[i];
+        const prove_rule_verdict_t &verdict = verdicts[i];
+        const bool is_dead = verdict.outcome == PROVE_RULE_DEAD || gathered.rules[i].items.empty();
+        const auto winner = gathered.by_name.find({verdict.winner, verdict.winner_index});
+        const bool is_shadowed =
+            verdict.outcome == PROVE_RULE_SHADOWED && winner != gathered.by_name.end();
+        if ((!is_dead && !is_shadowed) || has_dead_value(rule, proved) ||
+            !reported.insert(rule.rule).second)
+            continue;
+        if (is_dead)
+            report_dead(rule, gathered.rules[i], verdict.item);
+        else
+            report_shadowed(rule, winner->second);
+    }
+}
+
+/// Makes `look` the first place that tests an attribute in a direction.
+void find_test(const gathered_rules_t &gathered, const prove_overfull_t &overfull,
+               lint_look_t &look)
+{
+    for (const lint_look_t &rule : gathered.places)
+        lint_each_attribute(rule, [&](const lint_look_t &attribute) {
+            const lint_key_t &key = attribute.attribute->matched_key;
+            if (look.attribute != nullptr || key.protocol != overfull.protocol ||
+                key.attribute != overfull.attribute || (key.way & overfull.way) == 0)
+                return;
+            look.protocol = attribute.protocol;
+            look.rule = attribute.rule;
+            look.attribute = attribute.attribute;
+        });
+}
+
+/// Reports matchers whose tables are too small for what is in them.
+void report_overfull(const gathered_rules_t &gathered, std::span<const uint8_t> pdb)
+{
+    for (const prove_overfull_t &overfull : prove_overfull(pdb)) {
+        lint_look_t look = gathered.places.front();
+        find_test(gathered, overfull, look);
+        lint_report(look, FINDING_TOO_MANY,
+                    lint_joined({"the values of ", overfull.protocol, ":", overfull.attribute,
+                                 " need ", std::to_string(overfull.nr), " ", overfull.table,
+                                 " and no more than ", std::to_string(overfull.nr_max),
+                                 " can be told apart: some are not found"}),
+                    "split the values over several pdbs, or write fewer short pieces");
+    }
+}
+
+/// Reports that protocols which are sound each alone are refused together.
+void report_refused(const gathered_rules_t &gathered, const prove_compiled_t &compiled)
+{
+    std::string message = compiled.message;
+    while (!message.empty() && message.back() == '\n')
+        message.pop_back();
+    lint_look_t look = gathered.places.front();
+    look.rule = nullptr;
+    lint_report(look, FINDING_REFUSED,
+                lint_joined({"the compiler refuses all protocols together: status ",
+                             std::to_string(compiled.status), ", ",
+                             message.empty() ? "without a message" : message}),
+                "");
+}
+
+} // namespace
+
+void lint_prove_rules(const lint_look_t &look, const lint_proved_t &proved)
+{
+    const gathered_rules_t gathered = gather_rules(look, proved);
+    if (gathered.rules.empty())
+        return;
+    const prove_compiled_t compiled = prove_compile(faultless_text(look.model), *look.config.cfg);
+    if (compiled.status != PDATA_SUCCESS)
+        report_refused(gathered, compiled);
+    report_overfull(gathered, compiled.bytes);
+    report_rules(gathered, proved, prove_rules(compiled.bytes, gathered.rules));
+}

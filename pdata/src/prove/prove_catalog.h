@@ -1,0 +1,39 @@
+/// A loadable pdb, open, with the way from its rules and items back to its descriptions.
+#pragma once
+
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "prove_batch.h"
+#include "view_values.h"
+
+/// A rule of the descriptions.
+struct prove_rule_name_t {
+    std::string_view protocol;
+    uint32_t index = 0; ///< of the rule in its protocol, from 0
+
+    bool operator==(const prove_rule_name_t &) const = default;
+};
+
+struct prove_rule_hash_t {
+    size_t operator()(const prove_rule_name_t &name) const
+    {
+        return std::hash<std::string_view>()(name.protocol) * 31 + name.index;
+    }
+};
+
+/// An open pdb. Everything points into its bytes.
+struct prove_catalog_t {
+    std::unique_ptr<pdata_db, prove_db_release_t> db;
+    std::unique_ptr<pdata_flow, prove_flow_free_t> flow;
+    std::vector<view_stored_value_t> values;      ///< of the descriptions
+    std::vector<uint32_t> rule_of;                ///< by value: its rule; 0 where it has none
+    std::vector<std::vector<uint32_t>> values_of; ///< by rule: its values, as they are stored
+    std::unordered_map<prove_rule_name_t, uint32_t, prove_rule_hash_t> rules; ///< 0: several
+    std::vector<uint32_t> value_of; ///< by item: its value, or VIEW_VALUE_NONE
+};
+
+/// Opens a pdb, whose bytes must outlive the catalog. Returns false for one that cannot be read.
+/// std::bad_alloc passes.
+[[nodiscard]] bool prove_catalog_open(std::span<const uint8_t> pdb, prove_catalog_t &catalog);

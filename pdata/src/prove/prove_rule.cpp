@@ -1,0 +1,285 @@
+#include "prove_rule.h"
+
+#include <algorithm>
+
+#include "csa_types.h"
+#include "prove_catalog.h"
+#include "prove_decide.h"
+
+namespace
+{
+
+/// An item of a rule at work.
+struct tried_item_t {
+    const prove_item_t *item = nullptr;
+    uint32_t value = 0;               ///< of the catalog
+    std::vector<prove_datum_t> found; ///< samples that lead to it
+};
+
+/// One run.
+struct trying_t {
+    prove_catalog_t catalog = {};
+    uint64_t left = 0; ///< work
+    std::vector<pdata_rule> rules = {};
+    std::vector<pdata_item> items = {};
+};
+
+/// A rule at work.
+struct tried_rule_t {
+    pdata_rule number = 0;
+    pdata_rule_info info{};
+    std::vector<tried_item_t> items;
+};
+
+/// Returns the direction of set `set`: both in turn where there are two.
+pdata_direction direction_of(const prove_item_t &item, size_t set)
+{
+    if (item.way == ATTR_WAY_BOTH)
+        return set % 2 == 0 ? PDATA_CTS : PDATA_STC;
+    return item.way == ATTR_WAY_STC ? PDATA_STC : PDATA_CTS;
+}
+
+void feed(trying_t &trying, const prove_item_t &item, const prove_datum_t &datum, size_t set)
+{
+    const pdata_attribute attribute =
+        pdata_db_attribute(trying.catalog.db.get(), std::string(item.protocol).c_str(),
+                           std::string(item.attribute).c_str(), direction_of(item, set));
+    prove_feed(trying.catalog.db.get(), trying.catalog.flow.get(), attribute, datum.bytes,
+               datum.number);
+}
+
+/// Says which protocols the flow has: those that the rule asks for, and no others.
+void feed_protocols(trying_t &trying, const tried_rule_t &rule)
+{
+    for (uint32_t i = 0; i < rule.info.nr_bottom; ++i)
+        (void)pdata_flow_add_protocol(trying.catalog.flow.get(), rule.info.real_bottom[i]);
+}
+
+/// Takes what a flow led to off the work that is left. Returns false when there is none.
+bool pay(trying_t &trying, size_t nr)
+{
+    const uint64_t used = 1 + nr;
+    trying.left -= std::min(used, trying.left);
+    return trying.left != 0;
+}
+
+/// Tells whether data leads to an item.
+bool is_found(trying_t &trying, const tried_item_t &tried, const prove_datum_t &datum, size_t set)
+{
+    pdata_flow *flow = trying.catalog.flow.get();
+    feed(trying, *tried.item, datum, set);
+    const size_t nr = pdata_flow_items(flow, trying.items.data(), trying.items.size());
+    (void)pay(trying, nr);
+    const bool found =
+        std::any_of(trying.items.begin(), trying.items.begin() + static_cast<ptrdiff_t>(nr),
+                    [&](pdata_item item) { return trying.catalog.value_of[item] == tried.value; });
+    pdata_flow_reset(flow);
+    return found;
+}
+
+/// Returns samples of a value. Where all are shorter than what counts, they are made longer, which
+/// open data takes.
+std::vector<prove_datum_t> long_data(const prove_value_t &value)
+{
+    std::vector<prove_datum_t> data = prove_data(value);
+    if (!data.empty() || value.min_size == 0)
+        return data;
+    prove_value_t any_size = value;
+    any_size.min_size = 0;
+    data = prove_data(any_size);
+    for (prove_datum_t &datum : data)
+        datum.bytes.resize(std::max<size_t>(datum.bytes.size(), value.min_size), 'x');
+    return data;
+}
+
+/// Tells whether there are samples that need not be made longer.
+bool is_described(const prove_value_t &value)
+{
+    return value.min_size == 0 || !prove_data(value).empty();
+}
+
+/// Finds up to `nr` samples that lead to an item: that which does so alone, then others.
+void find_data(trying_t &trying, tried_item_t &tried, size_t nr)
+{
+    tried.found.clear();
+    std::vector<prove_datum_t> data = {tried.item->known};
+    for (size_t i = 0; i < data.size() && tried.found.size() < nr && trying.left != 0; ++i) {
+        if (is_found(trying, tried, data[i], i))
+            tried.found.push_back(data[i]);
+        if (i == 0 && tried.found.size() < nr) {
+            std::vector<prove_datum_t> more = long_data(tried.item->value);
+            data.insert(data.end(), more.begin(), more.end());
+        }
+    }
+}
+
+/// Finds the rule in the pdb, value by value. False where it is another one, or none.
+bool find_rule(trying_t &trying, const prove_rule_t &rule, tried_rule_t &tried)
+{
+    const auto known = trying.catalog.rules.find({rule.protocol, rule.index});
+    if (known == trying.catalog.rules.end() || known->second == 0)
+        return false;
+    tried.number = known->second;
+    const std::vector<uint32_t> &values = trying.catalog.values_of[tried.number];
+    if (values.size() != rule.items.size() ||
+        pdata_db_rule(trying.catalog.db.get(), tried.number, &tried.info) != PDATA_R_OK)
+        return false;
+    for (size_t i = 0; i < values.size(); ++i) {
+        if (trying.catalog.values[values[i]].text != rule.items[i].value.text)
+            return false;
+        tried.items.push_back({&rule.items[i], values[i], {}});
+    }
+    return true;
+}
+
+/// Tells whether `other` says the same of a flow as `rule`.
+bool says_the_same(const trying_t &trying, const tried_rule_t &rule, pdata_rule other)
+{
+    const pdata_db *db = trying.catalog.db.get();
+    pdata_rule_info info{};
+    (void)pdata_db_rule(db, other, &info);
+    if (info.nr_path != rule.info.nr_path || info.nr_tag != rule.info.nr_tag ||
+        !std::equal(info.path, info.path + info.nr_path, rule.info.path))
+        return false;
+    for (uint32_t i = 0; i < info.nr_tag; ++i) {
+        uint32_t its = 0;
+        uint32_t mine = 0;
+        (void)pdata_db_rule_tag(db, other, i, &its, nullptr);
+        (void)pdata_db_rule_tag(db, rule.number, i, &mine, nullptr);
+        if (its != mine)
+            return false;
+    }
+    return true;
+}
+
+/// Tells whether `other` fires wherever the scope of `rule` lets that fire.
+bool reaches_as_far(const trying_t &trying, const tried_rule_t &rule, pdata_rule other)
+{
+    pdata_rule_info info{};
+    (void)pdata_db_rule(trying.catalog.db.get(), other, &info);
+    return (info.scope & PDATA_SCOPE_ALL) != 0 || (rule.info.scope & ~info.scope) == 0;
+}
+
+/// Gives the rules that go before a rule in a flow of set `set`; false where it does not fire.
+bool find_better(trying_t &trying, const tried_rule_t &rule, size_t set,
+                 std::vector<pdata_rule> &better)
+{
+    for (const tried_item_t &item : rule.items)
+        feed(trying, *item.item, item.found[set % item.found.size()], set);
+    feed_protocols(trying, rule);
+    const size_t nr =
+        pdata_flow_rules(trying.catalog.flow.get(), trying.rules.data(), trying.rules.size());
+    pdata_flow_reset(trying.catalog.flow.get());
+    (void)pay(trying, nr);
+    const auto end = trying.rules.begin() + static_cast<ptrdiff_t>(nr);
+    const auto mine = std::find(trying.rules.begin(), end, rule.number);
+    better.assign(trying.rules.begin(), mine);
+    return mine != end;
+}
+
+/// Returns how many sets there are to try.
+size_t sets_of(const tried_rule_t &rule)
+{
+    size_t nr = 1;
+    for (const tried_item_t &item : rule.items)
+        nr = std::max({nr, item.found.size(), size_t{item.item->way == ATTR_WAY_BOTH ? 2U : 1U}});
+    return std::min(nr, PROVE_RULE_SETS);
+}
+
+/// Finds the best rule that always goes before a rule; 0 for none. False where no set fires it.
+bool find_winner(trying_t &trying, const tried_rule_t &rule, pdata_rule &found)
+{
+    found = 0;
+    std::vector<pdata_rule> always;
+    std::vector<pdata_rule> better;
+    bool is_first = true;
+    for (size_t set = 0; set < sets_of(rule); ++set) {
+        if (!find_better(trying, rule, set, better))
+            continue; // of a list in both directions, one completes nothing
+        if (is_first)
+            always = better;
+        else
+            std::erase_if(always, [&](pdata_rule other) {
+                return std::find(better.begin(), better.end(), other) == better.end();
+            });
+        is_first = false;
+        if (always.empty())
+            return true;
+    }
+    const auto winner = std::find_if(always.begin(), always.end(), [&](pdata_rule other) {
+        return reaches_as_far(trying, rule, other);
+    });
+    if (winner != always.end() && !says_the_same(trying, rule, *winner))
+        found = *winner;
+    return !is_first;
+}
+
+/// Names the rule that wins.
+void name_winner(const trying_t &trying, pdata_rule winner, prove_rule_verdict_t &verdict)
+{
+    const std::vector<uint32_t> &values = trying.catalog.values_of[winner];
+    if (values.empty())
+        return;
+    const view_stored_value_t &value = trying.catalog.values[values.front()];
+    verdict.outcome = PROVE_RULE_SHADOWED;
+    verdict.winner = value.protocol;
+    verdict.winner_index = value.rule;
+}
+
+/// Finds up to `nr` samples of every item. Returns false with the index of one that has none.
+bool find_all_data(trying_t &trying, tried_rule_t &rule, size_t nr, uint32_t &item)
+{
+    for (item = 0; item < rule.items.size(); ++item) {
+        find_data(trying, rule.items[item], nr);
+        if (rule.items[item].found.empty())
+            return false;
+    }
+    return true;
+}
+
+prove_rule_verdict_t prove_rule(trying_t &trying, const prove_rule_t &rule)
+{
+    prove_rule_verdict_t verdict;
+    tried_rule_t tried;
+    std::vector<pdata_rule> better;
+    if (trying.left == 0 || !find_rule(trying, rule, tried))
+        return verdict;
+    const bool is_alive = find_all_data(trying, tried, 1, verdict.item);
+    if (trying.left == 0)
+        return verdict;
+    if (!is_alive) {
+        verdict.outcome =
+            is_described(rule.items[verdict.item].value) ? PROVE_RULE_DEAD : PROVE_RULE_UNKNOWN;
+        return verdict;
+    }
+    verdict.outcome = PROVE_RULE_WINS;
+    // Nearly all rules win at once.
+    if (find_better(trying, tried, 0, better) && better.empty())
+        return verdict;
+    (void)find_all_data(trying, tried, PROVE_RULE_SETS, verdict.item);
+    pdata_rule winner = 0;
+    if (!find_winner(trying, tried, winner) || trying.left == 0)
+        verdict.outcome = PROVE_RULE_UNKNOWN;
+    else if (winner != 0)
+        name_winner(trying, winner, verdict);
+    return verdict;
+}
+
+} // namespace
+
+std::vector<prove_rule_verdict_t> prove_rules(std::span<const uint8_t> pdb,
+                                              std::span<const prove_rule_t> rules)
+{
+    std::vector<prove_rule_verdict_t> verdicts(rules.size());
+    trying_t trying;
+    if (!prove_catalog_open(pdb, trying.catalog))
+        return verdicts;
+    pdata_db_info info;
+    pdata_db_describe(trying.catalog.db.get(), &info);
+    trying.rules.resize(info.nr_rule);
+    trying.items.resize(info.nr_item);
+    trying.left = PROVE_RULE_WORK * (rules.size() + 1);
+    for (size_t i = 0; i < rules.size(); ++i)
+        verdicts[i] = prove_rule(trying, rules[i]);
+    return verdicts;
+}
