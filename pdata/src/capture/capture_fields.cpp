@@ -80,7 +80,7 @@ bool holds(const capture_condition_t &condition, const field_bag_t &bag,
     case capture_condition_t::FIELD:
         break;
     }
-    const std::vector<std::string> &values = field_bag_all(bag, condition.field);
+    const std::vector<std::string_view> &values = field_bag_all(bag, condition.field);
     return condition.differs ? std::ranges::all_of(values, fits)
                              : std::ranges::any_of(values, fits);
 }
@@ -88,7 +88,7 @@ bool holds(const capture_condition_t &condition, const field_bag_t &bag,
 void add_value(const capture_rule_t &rule, const field_bag_t &bag, size_t occurrence,
                const capture_context_t &context, flow_record_t &record)
 {
-    const std::vector<std::string> &sizes = field_bag_all(bag, rule.size_field);
+    const std::vector<std::string_view> &sizes = field_bag_all(bag, rule.size_field);
     field_text_t text = {field_bag_all(bag, rule.field)[occurrence], context.payload, -1};
     if (!size_field_of(rule.row->transformation).empty())
         text.size = occurrence < sizes.size() ? field_number(sizes[occurrence], -1) : -1;
@@ -117,7 +117,7 @@ struct range_t {
 
 /// The values that a row takes: "first", "last", "all", or with "after:TEXT" the last one that
 /// stands behind a value TEXT.
-range_t occurrences(std::string_view which, const std::vector<std::string> &values)
+range_t occurrences(std::string_view which, const std::vector<std::string_view> &values)
 {
     constexpr std::string_view after = "after:";
     const size_t count = values.size();
@@ -135,7 +135,7 @@ void apply(const capture_rule_t &rule, const field_bag_t &bag, const capture_con
     const auto held = [&](const capture_condition_t &condition) {
         return holds(condition, bag, context);
     };
-    const std::vector<std::string> &values = field_bag_all(bag, rule.field);
+    const std::vector<std::string_view> &values = field_bag_all(bag, rule.field);
     if (values.empty() || !std::ranges::all_of(rule.conditions, held))
         return;
     const range_t range = occurrences(rule.row->occurrence, values);

@@ -1,22 +1,31 @@
 /// The fields of one record of a log, or of one frame: those that were asked for, by number.
 #pragma once
 
-#include <cstdint>
-#include <string>
-#include <string_view>
 #include <unordered_map>
-#include <vector>
+
+#include "field_names.h"
 
 struct field_hash_t {
     using is_transparent = void;
     size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
 };
 
-/// The names asked for, and what a record has of them. A field may stand several times.
+/// An object or array of JSON that is open.
+struct json_level_t {
+    field_member_t member; ///< what it is; the elements of an array are what that is
+    bool is_object;
+};
+
+/// The names asked for, and what a record has of them. A field may stand several times. Values are
+/// parts of the record that was read, or of `made`: they live as long as that does, and no longer
+/// than until the next one.
 struct field_bag_t {
     std::unordered_map<std::string, uint32_t, field_hash_t, std::equal_to<>> numbers;
-    std::vector<std::vector<std::string>> values; ///< by number
-    std::vector<uint32_t> touched;                ///< numbers that have values
+    field_names_t names;                               ///< the same, for objects within objects
+    std::vector<std::vector<std::string_view>> values; ///< by number
+    std::vector<uint32_t> touched;                     ///< numbers that have values
+    std::string made;                                  ///< texts that do not stand in the record so
+    std::vector<json_level_t> levels;                  ///< of the record that is being read
 };
 
 /// Occurrences of a field that are kept.
@@ -25,17 +34,17 @@ constexpr size_t FIELD_BAG_OCCURRENCES = 256;
 /// Asks for a field, once; returns its number.
 uint32_t field_bag_ask(field_bag_t &bag, std::string_view name);
 
-/// Forgets all values.
-void field_bag_clear(field_bag_t &bag);
+/// Forgets all values, and makes room in `made` for texts of `size` bytes in all.
+void field_bag_clear(field_bag_t &bag, size_t size);
 
-/// Adds a value of a field. Fields that were not asked for are let go.
-void field_bag_add(field_bag_t &bag, std::string_view name, std::string_view value);
+/// Adds a value of a field.
+void field_bag_put(field_bag_t &bag, uint32_t number, std::string_view value);
 
 /// Lets go of the values of a field beyond the first `count`.
 void field_bag_limit(field_bag_t &bag, uint32_t number, size_t count);
 
 /// Returns the values of a field.
-inline const std::vector<std::string> &field_bag_all(const field_bag_t &bag, uint32_t number)
+inline const std::vector<std::string_view> &field_bag_all(const field_bag_t &bag, uint32_t number)
 {
     return bag.values[number];
 }

@@ -17,6 +17,12 @@ constexpr size_t FLOW_WINDOW = 65536;
 /// Takes a finished flow.
 using flow_sink_t = std::function<void(flow_record_t &)>;
 
+/// A column of a Zeek log.
+struct log_column_t {
+    uint32_t number;      ///< of the field in a bag, FIELD_UNASKED for one that is not asked for
+    bool is_list = false; ///< a value is a set or a list
+};
+
 /// What the lines of an input said about those that follow: the header of a Zeek log.
 struct log_header_t {
     std::string separator = "\t";
@@ -24,7 +30,7 @@ struct log_header_t {
     std::string empty_field = "(empty)";
     std::string unset_field = "-";
     std::string log; ///< name of the log, from "#path" or the file's name
-    std::vector<std::string> fields;
+    std::vector<log_column_t> columns;
 };
 
 /// A flow of the window.

@@ -40,10 +40,9 @@ std::string_view log_of(std::string_view line, std::string_view said, std::strin
     return file;
 }
 
-/// Replaces "\xHH" by bytes.
-std::string unescaped(std::string_view text)
+/// Appends a text to `plain`, with bytes in place of "\xHH".
+void unescape(std::string_view text, std::string &plain)
 {
-    std::string plain;
     for (size_t i = 0; i < text.size(); ++i) {
         const bool escape = text.substr(i).starts_with("\\x");
         const std::string byte =
@@ -51,7 +50,18 @@ std::string unescaped(std::string_view text)
         plain += byte.size() == 1 ? byte.front() : text[i];
         i += byte.size() == 1 ? 3 : 0;
     }
-    return plain;
+}
+
+/// Adds a value to a bag, without its escapes.
+void put_unescaped(field_bag_t &bag, uint32_t number, std::string_view value)
+{
+    if (value.find('\\') == std::string_view::npos) {
+        field_bag_put(bag, number, value);
+        return;
+    }
+    const size_t begin = bag.made.size();
+    unescape(value, bag.made);
+    field_bag_put(bag, number, std::string_view(bag.made).substr(begin));
 }
 
 /// Takes the text in front of a separator off the front.
@@ -63,15 +73,22 @@ std::string_view take_part(std::string_view &text, std::string_view separator)
     return part;
 }
 
+/// Fields of which a value is a set or a list.
+bool is_list(std::string_view field)
+{
+    return field.ends_with("_mime_types");
+}
+
 /// Takes a line of the header, as in "#path<tab>conn".
-void read_header(log_header_t &header, std::string_view line)
+void read_header(const field_bag_t &bag, log_header_t &header, std::string_view line)
 {
     std::string_view rest = line;
     const bool first = line.starts_with("#separator ");
     const std::string_view key = take_part(rest, first ? " " : header.separator);
-    if (first)
-        header.separator = unescaped(rest);
-    else if (key == "#set_separator")
+    if (first) {
+        header.separator.clear();
+        unescape(rest, header.separator);
+    } else if (key == "#set_separator")
         header.set_separator = rest;
     else if (key == "#empty_field")
         header.empty_field = rest;
@@ -80,39 +97,44 @@ void read_header(log_header_t &header, std::string_view line)
     else if (key == "#path")
         header.log = rest;
     else if (key == "#fields") {
-        header.fields.clear();
-        while (!rest.empty())
-            header.fields.emplace_back(take_part(rest, header.separator));
+        header.columns.clear();
+        while (!rest.empty()) {
+            const std::string_view field = take_part(rest, header.separator);
+            const auto known = bag.numbers.find(field);
+            header.columns.push_back(
+                {known == bag.numbers.end() ? FIELD_UNASKED : known->second, is_list(field)});
+        }
     }
 }
 
-/// Fields of which a value is a set or a list.
-bool is_list(std::string_view field)
+/// Adds the value of a column, or the elements of a list.
+void add_column(log_reader_t &reader, const log_header_t &header, const log_column_t &column,
+                std::string_view value)
 {
-    return field.ends_with("_mime_types");
+    do
+        put_unescaped(reader.bag, column.number,
+                      column.is_list ? take_part(value, header.set_separator)
+                                     : std::exchange(value, {}));
+    while (!value.empty());
 }
 
 std::string read_columns(log_reader_t &reader, const log_header_t &header, std::string_view line)
 {
-    if (header.fields.empty())
+    if (header.columns.empty())
         return "neither JSON nor a record of a Zeek log with its header";
-    field_bag_clear(reader.bag);
-    size_t column = 0;
+    field_bag_clear(reader.bag, line.size());
+    size_t nr = 0;
     bool more = true;
-    for (; more && column < header.fields.size(); ++column) {
-        more = line.find(header.separator) != std::string_view::npos;
-        std::string_view value = take_part(line, header.separator);
-        if (value == header.unset_field || value == header.empty_field)
-            continue;
-        const std::string &field = header.fields[column];
-        do
-            field_bag_add(reader.bag, field,
-                          unescaped(is_list(field) ? take_part(value, header.set_separator)
-                                                   : std::exchange(value, {})));
-        while (!value.empty());
+    for (; more && nr < header.columns.size(); ++nr) {
+        const size_t left = line.size();
+        const std::string_view value = take_part(line, header.separator);
+        more = value.size() != left;
+        const log_column_t &column = header.columns[nr];
+        if (column.number != FIELD_UNASKED && value != header.unset_field &&
+            value != header.empty_field)
+            add_column(reader, header, column, value);
     }
-    return more || column != header.fields.size() ? "another number of columns than its log has"
-                                                  : "";
+    return more || nr != header.columns.size() ? "another number of columns than its log has" : "";
 }
 
 log_ends_t read_ends(const log_reader_t &reader)
@@ -191,7 +213,7 @@ std::string log_reader_line(log_reader_t &reader, log_header_t &header, std::str
     if (line.empty())
         return {};
     if (line.front() == '#') {
-        read_header(header, line);
+        read_header(reader.bag, header, line);
         return {};
     }
     if (line.front() != '{') {

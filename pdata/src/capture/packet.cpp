@@ -134,7 +134,7 @@ headers_t read_headers(std::string_view layers)
 /// Occurrence `count` (from 1) of a field, empty where there is none.
 std::string_view occurrence(const field_bag_t &bag, uint32_t field, size_t count)
 {
-    const std::vector<std::string> &values = field_bag_all(bag, field);
+    const std::vector<std::string_view> &values = field_bag_all(bag, field);
     return count == 0 || count > values.size() ? std::string_view() : values[count - 1];
 }
 
@@ -181,7 +181,7 @@ void read_tcp(const packet_reader_t &reader, size_t count, packet_t &packet)
     packet.tcp_flags = number_of(reader.bag, names.tcp_flags, count);
     packet.sequence = number_of(reader.bag, names.tcp_sequence, count);
     packet.payload_length = number_of(reader.bag, names.tcp_length, count);
-    const std::vector<std::string> &payloads = field_bag_all(reader.bag, names.tcp_payload);
+    const std::vector<std::string_view> &payloads = field_bag_all(reader.bag, names.tcp_payload);
     if (packet.payload_length > 0 && !payloads.empty())
         packet.payload = hex_bytes(payloads.back());
 }
@@ -236,7 +236,7 @@ std::string tunnel_of(const packet_reader_t &reader, const headers_t &headers)
     add_pairs(names.ip_from, names.ip_to, headers.ip - (headers.six ? 0 : 1));
     add_pairs(names.ip6_from, names.ip6_to, headers.ip6 - (headers.six ? 1 : 0));
     for (const uint32_t field : {names.network, names.key})
-        for (const std::string &value : field_bag_all(reader.bag, field))
+        for (const std::string_view value : field_bag_all(reader.bag, field))
             tunnel.append(" ").append(value);
     return tunnel;
 }
@@ -244,7 +244,7 @@ std::string tunnel_of(const packet_reader_t &reader, const headers_t &headers)
 bool is_request(const packet_reader_t &reader)
 {
     for (size_t i = 0; i < requests.size(); ++i)
-        for (const std::string &value : field_bag_all(reader.bag, reader.requests[i]))
+        for (const std::string_view value : field_bag_all(reader.bag, reader.requests[i]))
             if (requests[i].value.empty() || requests[i].value == value)
                 return true;
     return false;
