@@ -3,12 +3,12 @@
 #include <set>
 
 #include "captured.h"
+#include "document_test.h"
 #include "failing_alloc.h"
 #include "ipbt.h"
 #include "ipbt_container.h"
 #include "json_error.h"
 #include "json_tools.h"
-#include "outcome.h"
 #include "pdata_serialize_ipbt.h"
 
 namespace
@@ -60,20 +60,10 @@ constexpr const char *ARRAY_OF_7 = "#define IPBT_SERIALIZATION_SIZE (40)\n"
 constexpr const char *TABLE_OF_7 =
     R"({"rules": [{"values": [{"type": "protocol", "value": "7"}], "ips": ["0.0.0.0/0"]}]})";
 
-class ipbt_serialize : public testing::Test
+class ipbt_serialize : public document_test
 {
 protected:
-    void SetUp() override
-    {
-        clear_status_slot();
-        pragmar_err_clear();
-        cfg = *pdata_cfg_get(nullptr);
-    }
-    void TearDown() override
-    {
-        string_list_clean();
-        pragmar_err_clear();
-    }
+    ipbt_serialize() : cfg(*pdata_cfg_get(nullptr)) {}
 
     void configure(size_t row, std::string_view text)
     {

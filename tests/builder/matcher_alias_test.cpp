@@ -2,10 +2,10 @@
 
 #include "bytes.h"
 #include "captured.h"
+#include "document_test.h"
 #include "json_text.h"
 #include "json_tools.h"
 #include "matcher_alias_serialize.h"
-#include "outcome.h"
 #include "string_pool.h"
 #include "visitor_matcher_alias.h"
 
@@ -40,20 +40,9 @@ alias_pair_t pair_of(const char *alias, const char *reference)
             {csa_str(reference), csa_str("y"), ATTR_WAY_STC}};
 }
 
-class matcher_alias : public testing::Test
+class matcher_alias : public document_test
 {
 protected:
-    void SetUp() override
-    {
-        clear_status_slot();
-        pragmar_err_clear();
-    }
-    void TearDown() override
-    {
-        string_list_clean();
-        pragmar_err_clear();
-    }
-
     /// Reads a document into `set`; gives the outcome.
     std::string read(const std::string &text, std::string_view rules = {}, bool ignore_sem = false)
     {

@@ -4,28 +4,21 @@
 
 #include "bytes.h"
 #include "captured.h"
+#include "document_test.h"
 #include "json_error.h"
 #include "json_tools.h"
-#include "outcome.h"
 #include "protodesc_group.h"
 
 namespace
 {
 
-class protodesc_group : public testing::Test
+class protodesc_group : public document_test
 {
 protected:
     void SetUp() override
     {
-        clear_status_slot();
-        pragmar_err_clear();
         ASSERT_EQ(hstring_init(&main_strings, 0), 0);
         group.main_hstring = &main_strings;
-    }
-    void TearDown() override
-    {
-        string_list_clean();
-        pragmar_err_clear();
     }
 
     /// Sets the text, in memory of exactly its size, and sizes its group; gives the outcome.

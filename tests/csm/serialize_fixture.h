@@ -1,31 +1,20 @@
 /// A description on its way to a pdb, with a configuration that tests fill as they need it.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <string>
 #include <vector>
 
 #include "captured.h"
-#include "json_error.h"
-#include "json_tools.h"
-#include "outcome.h"
+#include "document_test.h"
 #include "pdata_serialize.h"
 
-class serialize_fixture : public testing::Test
+class serialize_fixture : public document_test
 {
 protected:
     /// The configuration holds the one document that every run needs, and nothing else.
     serialize_fixture() : cfg(*pdata_cfg_get(nullptr))
     {
-        clear_status_slot();
-        pragmar_err_clear();
         configure(PDATA_META_SEM, PDATA_TYPE_CSM, "hello");
-    }
-    ~serialize_fixture() override
-    {
-        string_list_clean();
-        pragmar_err_clear();
     }
 
     void configure(pdata_meta_t meta, pdata_type_t type, std::string_view text)

@@ -2,10 +2,10 @@
 
 #include "bytes.h"
 #include "captured.h"
+#include "document_test.h"
 #include "failing_alloc.h"
 #include "json_text.h"
 #include "json_tools.h"
-#include "outcome.h"
 #include "string_pool.h"
 #include "tag_table_serialize.h"
 #include "visitor_tag_table.h"
@@ -13,20 +13,9 @@
 namespace
 {
 
-class tag_table : public testing::Test
+class tag_table : public document_test
 {
 protected:
-    void SetUp() override
-    {
-        clear_status_slot();
-        pragmar_err_clear();
-    }
-    void TearDown() override
-    {
-        string_list_clean();
-        pragmar_err_clear();
-    }
-
     /// Reads a document; gives its tags as "name=id name=id", or "none" with what is recorded.
     std::string read(const std::string &text, std::string_view rules = {}, bool ignore_sem = false)
     {
