@@ -28,7 +28,7 @@ constexpr size_t feed_step = size_t{1} << 16;
 constexpr size_t line_max = size_t{16} << 20;
 
 /// How long lines may wait to be read together, and the room that they have meanwhile, in bytes.
-constexpr std::chrono::milliseconds rest(1);
+constexpr std::chrono::milliseconds reading_rest(1);
 constexpr int output_room = 1 << 20;
 
 constexpr const char *missing =
@@ -145,7 +145,7 @@ bool read_some(tshark_child_t &child, const tshark_sink_t &sink)
 {
     std::array<char, size_t{1} << 16> bytes;
     if (child.last < bytes.size() / 4)
-        std::this_thread::sleep_for(rest);
+        std::this_thread::sleep_for(reading_rest);
     const ssize_t count = read(child.output, bytes.data(), bytes.size());
     if (count < 0)
         return errno == EINTR || errno == EAGAIN;
