@@ -11,6 +11,7 @@
 #include "lint_shape.h"
 #include "lint_text.h"
 #include "lint_values.h"
+#include "lint_whole.h"
 
 namespace
 {
@@ -37,15 +38,36 @@ void look_at(std::span<const lint_row_t> rows, const lint_look_t &look)
         row.look(look);
 }
 
-/// Judges the values of a rule whose attributes are known.
-void judge_values(lint_run_t &run, const lint_look_t &rule)
+/// Looks for slips in a value of a known attribute.
+void look_at_value(const lint_look_t &look)
 {
-    lint_each_attribute(rule, [&](const lint_look_t &attribute) {
-        if (attribute.attribute->matched == nullptr)
-            return;
-        lint_each_value(attribute,
-                        [&](const lint_look_t &value) { lint_judge_value(run.matchers, value); });
-    });
+    const auto &offset = look.attribute->offset;
+    const bool at_offset = offset && offset->number != 0;
+    if (look.attribute->matched->proper_type != MATCHER_TYPE_STREAM)
+        return look_at(lint_number_rows(), look);
+    if (at_offset)
+        return look_at(lint_offset_rows(), look);
+    look_at(lint_text_rows(), look);
+    look_at(lint_choice_rows(), look);
+    look_at(lint_host_rows(look), look);
+}
+
+/// Judges the values of a rule whose attributes are known, and notes what they take of a matcher.
+void judge_values(lint_run_t &run, const lint_look_t &look, lint_rule_t &rule)
+{
+    for (lint_sub_rule_t &sub_rule : rule.sub_rules)
+        for (lint_attribute_t &attribute : sub_rule.attributes) {
+            if (attribute.matched == nullptr)
+                continue;
+            lint_look_t at = look;
+            at.sub_rule = &sub_rule;
+            at.attribute = &attribute;
+            for (lint_text_t &value : attribute.values) {
+                at.value = &value;
+                value.entries = lint_judge_value(run.matchers, at);
+                look_at_value(at);
+            }
+        }
 }
 
 /// Judges a protocol alone: what the compiler refuses, then what is most likely a slip.
@@ -57,7 +79,7 @@ void judge_protocol(lint_run_t &run, lint_protocol_t &protocol)
     lint_each_rule(look, [&](const lint_look_t &rule) {
         const size_t first = run.result.findings.size();
         look_at(lint_refusal_rows(), rule);
-        judge_values(run, rule);
+        judge_values(run, rule, protocol.rules[rule.rule->number - 1]);
         look_at(lint_rule_rows(), rule);
         protocol.rules[rule.rule->number - 1].faultless = !any_error(run.result.findings, first);
     });
@@ -79,6 +101,7 @@ void take_protocol(lint_run_t &run, uint32_t file, const description_text_t &tok
 {
     std::vector<finding_t> &findings = run.result.findings;
     const size_t first = findings.size();
+    const bool base = run.result.model.files[file].base;
     lint_shape_check(*run.config.shape.semantic, tokens, file, findings);
     lint_build_protocol(tokens, file, run.result.model, findings);
     lint_protocol_t &protocol = run.result.model.protocols.back();
@@ -86,6 +109,8 @@ void take_protocol(lint_run_t &run, uint32_t file, const description_text_t &tok
         name_owner(protocol, finding);
     judge_protocol(run, protocol);
     protocol.faultless = !any_error(findings, first);
+    if (base)
+        findings.resize(first);
     string_list_clean();
 }
 
@@ -120,6 +145,7 @@ lint_result_t lint_check(std::vector<lint_file_t> files, lint_config_t &config,
         (void)lint_read_text(text, i, result.mended[i], take, result.findings);
         done += text.size();
     }
+    lint_look_whole(result.model, config, result.findings);
     lint_prove({result.model, config, result.findings});
     sort_findings(result.findings);
     return result;

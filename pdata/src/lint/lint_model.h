@@ -26,6 +26,7 @@ struct lint_text_t {
     finding_place_t place; ///< with its quotes
     std::string_view raw;  ///< between the quotes, as it is written
     std::string decoded;   ///< the bytes that the compiler reads
+    uint32_t entries = 0;  ///< of a value: entries of the second level that its matcher has for it
 };
 
 /// A number of the text.
@@ -109,6 +110,7 @@ struct lint_protocol_t {
 struct lint_file_t {
     std::string name; ///< as messages show it
     std::string_view text;
+    bool base = false; ///< stands for a pdb that the others are merged with, and is not judged
 };
 
 /// Everything that is checked together.

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "lint_rules.h"
 #include "lint_words.h"
 
@@ -42,7 +44,42 @@ void look_split(const lint_look_t &look)
     }
 }
 
-constexpr lint_row_t rows[] = {{look_empty}, {look_split}};
+void look_id(const lint_look_t &look)
+{
+    const lint_protocol_t &protocol = *look.protocol;
+    const auto &written = protocol.id_written;
+    const bool long_enough = written && written->raw.size() > 9;
+    if (long_enough && std::to_string(protocol.id) !=
+                           written->raw.substr(std::min(written->raw.find_first_not_of('0'),
+                                                        written->raw.size()))) {
+        lint_report_at(
+            look, written->place, FINDING_WRAPPED_ID,
+            lint_joined({written->raw.substr(0, 20), " is read as ", std::to_string(protocol.id)}),
+            "write at most 4294967295")
+            .value = written->raw;
+    } else if (protocol.id == 0 && protocol.name) {
+        finding_t &finding = lint_report(
+            look, FINDING_ZERO_ID,
+            written ? "the id 0 is none" : "no built-in protocol has this name, so the id is 0",
+            "write an \"id\" of 16777216 or more, where the ids of users begin");
+        if (written)
+            finding.place = written->place;
+    }
+}
+
+void look_categories(const lint_look_t &look)
+{
+    const auto &tags = look.config.tags;
+    const std::vector<std::string_view> known(tags.begin(), tags.end());
+    for (const lint_text_t &category : look.protocol->categories)
+        if (!category.decoded.empty() && std::ranges::find(tags, category.decoded) == tags.end())
+            lint_report_at(look, category.place, FINDING_UNKNOWN_CATEGORY,
+                           "the tag table has no " + lint_quoted(category.raw),
+                           lint_meant(category.decoded, known))
+                .value = category.raw;
+}
+
+constexpr lint_row_t rows[] = {{look_empty}, {look_split}, {look_id}, {look_categories}};
 
 } // namespace
 

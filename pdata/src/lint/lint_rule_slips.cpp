@@ -1,6 +1,272 @@
+#include <algorithm>
+
+#include "lint_resolve.h"
 #include "lint_rules.h"
+#include "lint_words.h"
+#include "scope_words.h"
+
+namespace
+{
+
+bool is_digits(std::string_view text)
+{
+    return !text.empty() && text.find_first_not_of("0123456789") == text.npos;
+}
+
+/// Tells whether what a rule says of itself is read: it is taken from its first sub-rule.
+bool is_read(const lint_rule_t &rule)
+{
+    return !rule.sub_rules.empty() && !rule.sub_rules.front().attributes.empty();
+}
+
+void look_order_form(const lint_look_t &look)
+{
+    const auto &order = look.rule->order;
+    uint32_t range = 0;
+    uint32_t number = 0;
+    if (!order || !is_read(*look.rule) || !lint_read_order(order->decoded, range, number))
+        return;
+    const std::string_view text = order->decoded;
+    const size_t colon = text.find(':');
+    if (is_digits(text.substr(0, colon)) && is_digits(text.substr(colon + 1)))
+        return;
+    const std::string meant =
+        lint_joined({"\"", std::to_string(range), ":", std::to_string(number), "\""});
+    finding_t &finding = lint_report_at(look, order->place, FINDING_ORDER_FORM,
+                                        "the order is read as " + meant, "write " + meant);
+    finding.value = order->raw;
+    lint_mend(finding, meant);
+}
+
+void look_order_ignored(const lint_look_t &look)
+{
+    const lint_rule_t &rule = *look.rule;
+    if (is_read(rule) || !rule.order || rule.sub_rules.empty())
+        return;
+    const bool second = std::ranges::any_of(rule.sub_rules, [](const lint_sub_rule_t &sub_rule) {
+        return !sub_rule.attributes.empty();
+    });
+    lint_report_at(look, rule.order->place, FINDING_ORDER_IGNORED,
+                   "nothing reads the order: the first sub-rule has no attributes",
+                   second ? "write the sub-rule with attributes first" : "leave the order out")
+        .value = rule.order->raw;
+}
+
+/// Returns the bytes of a member and of the comma and the blanks behind it.
+finding_place_t with_comma(const lint_look_t &look, finding_place_t pair)
+{
+    const std::string_view text = look.model.files[pair.file].text;
+    const auto skip = [&](std::string_view bytes) {
+        pair.end =
+            static_cast<uint32_t>(std::min(text.find_first_not_of(bytes, pair.end), text.size()));
+    };
+    skip(" \t\n");
+    if (pair.end < text.size() && text[pair.end] == ',')
+        ++pair.end;
+    skip(" \t");
+    return pair;
+}
+
+void look_flag(const lint_look_t &look, const std::optional<lint_flag_t> &flag, const char *name)
+{
+    if (!flag || flag->value)
+        return;
+    finding_t &finding =
+        lint_report_at(look, flag->place, FINDING_FLAG_FALSE,
+                       lint_joined({"\"", name, "\" is set by its key, whatever it says"}),
+                       lint_joined({"leave \"", name, "\" out"}));
+    finding.value = name;
+    finding.edits.push_back({with_comma(look, flag->pair), ""});
+}
+
+void look_flags(const lint_look_t &look)
+{
+    look_flag(look, look.rule->fastpass, "fastpass");
+    look_flag(look, look.rule->preempt, "preempt");
+}
+
+void look_scope_prefix(const lint_look_t &look)
+{
+    for (const lint_text_t &word : look.rule->scope) {
+        const std::string_view meant = scope_word(scope_bit(word.decoded));
+        if (meant.empty() || meant == word.decoded)
+            continue;
+        finding_t &finding =
+            lint_report_at(look, word.place, FINDING_SCOPE_PREFIX,
+                           lint_joined({lint_quoted(word.raw), " is read as ", lint_quoted(meant)}),
+                           "write " + lint_quoted(meant));
+        finding.value = word.raw;
+        lint_mend(finding, lint_quoted(meant));
+    }
+}
+
+/// The direction that an attribute is stored with, before aliases: a bare one of a single direction
+/// gets it.
+uint32_t stored_way(const lint_attribute_t &attribute)
+{
+    const bool bare = attribute.written_way == ATTR_WAY_BOTH && attribute.written != nullptr;
+    return bare ? attribute.written->proper_allowed_way : attribute.written_way;
+}
+
+/// Minimum data of a direction that no attribute of the rule is tested in.
+void look_mindata_direction(const lint_look_t &look)
+{
+    const auto tested = [&](csa_attr_way_t way) {
+        for (const lint_sub_rule_t &sub_rule : look.rule->sub_rules)
+            for (const lint_attribute_t &attribute : sub_rule.attributes)
+                if ((stored_way(attribute) & way) != 0)
+                    return true;
+        return false;
+    };
+    for (const lint_sub_rule_t &sub_rule : look.rule->sub_rules)
+        for (const auto &[number, way, key] :
+             {std::tuple(sub_rule.cts_mindata, ATTR_WAY_CTS, "cts-mindata"),
+              std::tuple(sub_rule.stc_mindata, ATTR_WAY_STC, "stc-mindata")})
+            if (number && !tested(way))
+                lint_report_at(
+                    look, number->place, FINDING_MINDATA_DIRECTION,
+                    lint_joined({"\"", key, "\", and nothing is tested that way"}),
+                    lint_joined({"leave \"", key, "\" out, or name the other direction"}))
+                    .value = number->raw;
+}
+
+void look_preempt_parts(const lint_look_t &look)
+{
+    const lint_rule_t &rule = *look.rule;
+    if (!rule.preempt || rule.sub_rules.empty())
+        return;
+    const auto &attributes = rule.sub_rules.front().attributes;
+    if (rule.sub_rules.size() > 1)
+        lint_report(look, FINDING_PREEMPT_PARTS, "a preempt rule of several sub-rules",
+                    "leave the sub-rule with the signature alone");
+    else if (attributes.size() == 2 && attributes[0].name != attributes[1].name)
+        lint_report(look, FINDING_PREEMPT_PARTS, "a preempt rule of two attributes",
+                    "leave one of them, or one in both directions");
+}
+
+void look_one_way(const lint_look_t &look)
+{
+    const lint_attribute_t &attribute = *look.attribute;
+    if (attribute.written == nullptr || attribute.written_way != ATTR_WAY_BOTH ||
+        attribute.written->proper_allowed_way == ATTR_WAY_BOTH)
+        return;
+    const bool cts = attribute.written->proper_allowed_way == ATTR_WAY_CTS;
+    const std::string meant = lint_joined({"\"", cts ? "cts-" : "stc-", attribute.key.raw, "\""});
+    lint_mend(lint_report(look, FINDING_ONE_WAY_ATTRIBUTE,
+                          lint_joined({lint_quoted(attribute.name), " is there in one direction"}),
+                          "write " + meant),
+              meant);
+}
+
+/// Aliases for each single direction, and none for both at once.
+void look_alias(const lint_look_t &look)
+{
+    const lint_attribute_t &attribute = *look.attribute;
+    const auto has = [&](csa_attr_way_t way) {
+        return matcher_alias_find(look.config.aliases, csa_str(lint_bottom(*look.sub_rule)),
+                                  csa_str(attribute.name), way) != nullptr;
+    };
+    if (attribute.written == nullptr || stored_way(attribute) != ATTR_WAY_BOTH ||
+        has(ATTR_WAY_BOTH) || !has(ATTR_WAY_CTS) || !has(ATTR_WAY_STC))
+        return;
+    lint_report(
+        look, FINDING_ALIAS_DIRECTION,
+        lint_joined({"aliases take ", lint_quoted(attribute.name),
+                     " in each direction, and miss it in both at once"}),
+        lint_joined({"write \"cts-", attribute.name, "\" or \"stc-", attribute.name, "\""}));
+}
+
+/// A number beyond 32 bits, or an offset beyond 16, keeps its low bits.
+void look_wrapped(const lint_look_t &look, const std::optional<lint_number_t> &number, uint64_t max)
+{
+    if (!number || number->raw.size() < 5)
+        return;
+    const std::string_view digits =
+        number->raw.substr(std::min(number->raw.find_first_not_of('0'), number->raw.size()));
+    const bool beyond =
+        digits.size() > 10 || (!digits.empty() && std::stoull(std::string(digits)) > max);
+    if (!beyond)
+        return;
+    lint_report_at(
+        look, number->place, FINDING_WRAPPED_ID,
+        lint_joined({digits.substr(0, 20), " is read as ", std::to_string(number->number & max)}),
+        lint_joined({"write at most ", std::to_string(max)}))
+        .value = number->raw;
+}
+
+void look_offset(const lint_look_t &look)
+{
+    const auto &offset = look.attribute->offset;
+    look_wrapped(look, offset, UINT16_MAX);
+    if (offset && offset->number == 0)
+        lint_report_at(
+            look, offset->place, FINDING_OFFSET_ZERO,
+            "an offset of 0 is none: the pattern is an expression that is the whole data",
+            "write a \"stream\" that begins with the pattern and ends with \".*\"")
+            .value = offset->raw;
+}
+
+bool is_text(const lint_attribute_t &attribute)
+{
+    return attribute.matched->proper_type == MATCHER_TYPE_STREAM;
+}
+
+/// Tells whether two values can be there at once: of a number, an address or a name one alone is.
+bool is_single(const lint_attribute_t &attribute)
+{
+    if (!is_text(attribute))
+        return true;
+    const std::string_view name = attribute.name;
+    return (name == "server" || name == "server_name" || name == "query" ||
+            name == "common_name") &&
+           std::ranges::none_of(attribute.values, [](const lint_text_t &value) {
+               return value.decoded.ends_with(".*") || value.decoded.ends_with(".+");
+           });
+}
+
+void look_all(const lint_look_t &look)
+{
+    const lint_attribute_t &attribute = *look.attribute;
+    if (!attribute.array || attribute.values.size() < 2 || attribute.matched == nullptr ||
+        !is_single(attribute))
+        return;
+    const bool text = is_text(attribute);
+    std::string meant = text ? "(" : "";
+    for (const lint_text_t &value : attribute.values)
+        meant += (meant.size() < 2 ? "" : text ? "|" : ",") + value.decoded;
+    meant = lint_json(text ? meant + ")" : meant);
+    lint_report(look, FINDING_ALL_MUST_MATCH,
+                "all values of an array must match, and a flow has one of them", "write " + meant);
+}
+
+void look_attribute(const lint_look_t &look)
+{
+    look_one_way(look);
+    look_alias(look);
+    look_offset(look);
+    look_all(look);
+}
+
+void look_attributes(const lint_look_t &look)
+{
+    lint_each_attribute(look, look_attribute);
+}
+
+void look_numbers(const lint_look_t &look)
+{
+    for (const lint_sub_rule_t &sub_rule : look.rule->sub_rules)
+        for (const auto *number : {&sub_rule.mindata, &sub_rule.cts_mindata, &sub_rule.stc_mindata})
+            look_wrapped(look, *number, UINT32_MAX);
+}
+
+constexpr lint_row_t rows[] = {
+    {look_order_form}, {look_order_ignored},     {look_flags},         {look_scope_prefix},
+    {look_numbers},    {look_mindata_direction}, {look_preempt_parts}, {look_attributes},
+};
+
+} // namespace
 
 std::span<const lint_row_t> lint_rule_rows()
 {
-    return {};
+    return rows;
 }

@@ -13,3 +13,11 @@ std::span<const lint_row_t> lint_refusal_rows();
 
 /// What is most likely a slip in a rule.
 std::span<const lint_row_t> lint_rule_rows();
+
+/// What is most likely a slip in a value, by what the attribute holds: numbers and addresses,
+/// expressions, bytes at an offset, and expressions where names of hosts are.
+std::span<const lint_row_t> lint_number_rows();
+std::span<const lint_row_t> lint_text_rows();
+std::span<const lint_row_t> lint_choice_rows();
+std::span<const lint_row_t> lint_offset_rows();
+std::span<const lint_row_t> lint_host_rows(const lint_look_t &look);

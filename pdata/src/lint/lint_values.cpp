@@ -76,12 +76,15 @@ pdata_status_t register_text(matcher_build &matcher, const lint_look_t &look, ui
 }
 
 /// Hands a text to its matcher; one that a full matcher refuses gets a fresh one.
-pdata_status_t judge_text(lint_matchers_t &matchers, const lint_look_t &look, uint32_t mindata)
+pdata_status_t judge_text(lint_matchers_t &matchers, const lint_look_t &look, uint32_t mindata,
+                          uint32_t &entries)
 {
     const pdb_attr_properties_t &properties = *look.attribute->matched;
     matcher_build &matcher = matcher_of(matchers, properties);
+    const size_t before = matcher.map.size();
     pdata_status_msg_set("");
     const pdata_status_t status = register_text(matcher, look, mindata);
+    entries = static_cast<uint32_t>(matcher.map.size() - before);
     if (status != PDATA_ERR_OVERFLOW)
         return status;
     begin_matcher(properties, matcher);
@@ -146,8 +149,9 @@ void report_text(const lint_look_t &look, csa_attr_way_t way, pdata_status_t sta
         lint_report(look, FINDING_REFUSED, "the compiler refuses this value", "write it anew");
 }
 
-void judge_text_ways(lint_matchers_t &matchers, const lint_look_t &look)
+uint32_t judge_text_ways(lint_matchers_t &matchers, const lint_look_t &look)
 {
+    uint32_t entries = 0;
     uint32_t judged = 0;
     bool any = false;
     for (const csa_attr_way_t way : {ATTR_WAY_CTS, ATTR_WAY_STC}) {
@@ -156,10 +160,13 @@ void judge_text_ways(lint_matchers_t &matchers, const lint_look_t &look)
             continue;
         judged = mindata;
         any = true;
-        const pdata_status_t status = judge_text(matchers, look, mindata);
-        if (status != PDATA_SUCCESS)
-            return report_text(look, way, status);
+        const pdata_status_t status = judge_text(matchers, look, mindata, entries);
+        if (status != PDATA_SUCCESS) {
+            report_text(look, way, status);
+            return 0;
+        }
     }
+    return entries;
 }
 
 std::string number_forms(const pdb_attr_properties_t &properties)
@@ -205,14 +212,14 @@ void judge_numbers(lint_matchers_t &matchers, const lint_look_t &look)
 
 } // namespace
 
-void lint_judge_value(lint_matchers_t &matchers, const lint_look_t &look)
+uint32_t lint_judge_value(lint_matchers_t &matchers, const lint_look_t &look)
 {
     if ((look.value->decoded.size() & 0xffff) == 0)
-        return; // an empty text is a finding of its own
+        return 0; // an empty text is a finding of its own
     if (is_text(*look.attribute->matched))
-        judge_text_ways(matchers, look);
-    else
-        judge_numbers(matchers, look);
+        return judge_text_ways(matchers, look);
+    judge_numbers(matchers, look);
+    return 0;
 }
 
 std::string_view lint_next_part(std::string_view &rest)

@@ -15,8 +15,9 @@ struct lint_matchers_t {
     std::unordered_map<const pdb_attr_properties_t *, matcher_build> builds;
 };
 
-/// Judges the value of a look, whose attribute is known, and says why it is refused.
-void lint_judge_value(lint_matchers_t &matchers, const lint_look_t &look);
+/// Judges the value of a look, whose attribute is known, and says why it is refused. Returns how
+/// many entries of the second level a matcher has for it.
+uint32_t lint_judge_value(lint_matchers_t &matchers, const lint_look_t &look);
 
 /// Returns the next part of a list with commas and takes it from the front of `rest`; empty at the
 /// end.

@@ -1,0 +1,239 @@
+#include "lint_whole.h"
+
+#include <algorithm>
+#include <tuple>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "csa_protodef.h"
+#include "lint_words.h"
+
+namespace
+{
+
+/// Where something stood first.
+struct first_t {
+    const lint_protocol_t *protocol = nullptr;
+    finding_place_t place;
+};
+
+/// Everything that stood once.
+struct whole_t {
+    std::unordered_map<std::string, first_t> names;
+    std::unordered_map<uint32_t, first_t> ids;
+    std::unordered_map<std::string, first_t> rules;
+    std::unordered_set<std::string_view> known; ///< names of protocols, other names with them
+};
+
+finding_place_t name_place(const lint_protocol_t &protocol)
+{
+    return protocol.name ? protocol.name->place : protocol.place;
+}
+
+/// Says of a finding where the other one stands, if that is a text that is shown.
+void relate(const lint_look_t &look, finding_t &finding, const first_t &first)
+{
+    const lint_file_t &file = look.model.files[first.place.file];
+    if (file.base)
+        finding.message += ": the other one is that of " + file.name;
+    else
+        finding.related = {first.place, "the other one stands here"};
+}
+
+void look_names(const lint_look_t &look, whole_t &whole)
+{
+    const lint_protocol_t &protocol = *look.protocol;
+    if (!protocol.name)
+        return;
+    const first_t here = {&protocol, name_place(protocol)};
+    const auto [other, is_new] = whole.names.try_emplace(protocol.name->decoded, here);
+    // Protocols of one name and id in several files become one when the files are merged.
+    const bool merged = !is_new && other->second.place.file != here.place.file &&
+                        other->second.protocol->id == protocol.id;
+    if (!is_new && !merged)
+        relate(look,
+               lint_report(look, FINDING_DUPLICATE_NAME,
+                           "two protocols are named " + lint_quoted(protocol.name->raw),
+                           "write all rules into one of them, or give it another name"),
+               other->second);
+    if (protocol.id == 0)
+        return;
+    const auto [same, is_first] = whole.ids.try_emplace(protocol.id, here);
+    if (is_first || same->second.protocol->name->decoded == protocol.name->decoded)
+        return;
+    relate(look,
+           lint_report_at(look, protocol.id_written ? protocol.id_written->place : here.place,
+                          FINDING_DUPLICATE_ID,
+                          "two protocols have the id " + std::to_string(protocol.id),
+                          "write an \"id\" of its own"),
+           same->second);
+}
+
+void append(std::string &text, std::string_view part)
+{
+    text.append(std::to_string(part.size())).append(":").append(part);
+}
+
+/// Returns what a sub-rule asks for, the same for the same whatever the order it is written in.
+std::string asked_by(const lint_sub_rule_t &sub_rule)
+{
+    std::vector<std::string> values;
+    for (const lint_attribute_t &attribute : sub_rule.attributes)
+        for (const lint_text_t &value : attribute.values) {
+            std::string &text = values.emplace_back();
+            append(text, attribute.matched_key.attribute);
+            append(text, std::to_string(attribute.matched_key.way));
+            append(text, attribute.offset ? attribute.offset->raw : "");
+            append(text, value.decoded);
+        }
+    std::ranges::sort(values);
+    std::string asked;
+    for (const lint_text_t &protocol : sub_rule.protocols)
+        append(asked, protocol.decoded);
+    for (const std::string &value : values)
+        append(asked, value);
+    return asked;
+}
+
+std::string asked_by(const lint_rule_t &rule)
+{
+    std::string asked;
+    for (const lint_sub_rule_t &sub_rule : rule.sub_rules)
+        append(asked, asked_by(sub_rule));
+    return asked;
+}
+
+void look_rule(const lint_look_t &look, whole_t &whole)
+{
+    if (std::ranges::all_of(look.rule->sub_rules, [](const lint_sub_rule_t &sub_rule) {
+            return sub_rule.attributes.empty();
+        }))
+        return;
+    const first_t here = {look.protocol, look.rule->place};
+    const auto [other, is_new] = whole.rules.try_emplace(asked_by(*look.rule), here);
+    if (is_new)
+        return;
+    const bool own = other->second.protocol->name && look.protocol->name &&
+                     other->second.protocol->name->decoded == look.protocol->name->decoded;
+    if (own && other->second.place.file != here.place.file)
+        return; // a merge takes the later one
+    relate(look,
+           lint_report(look, FINDING_DUPLICATE_RULE,
+                       own ? std::string("another rule of the protocol asks for the same")
+                           : "a rule of " + lint_quoted(other->second.protocol->name->raw) +
+                                 " asks for the same",
+                       "leave one of them out"),
+           other->second);
+}
+
+bool is_known(const whole_t &whole, const lint_text_t &name)
+{
+    return whole.known.contains(name.decoded) || name.decoded.empty() ||
+           dpi_proto_get_id_by_name(name.decoded.c_str()) != 0;
+}
+
+void look_protocols(const lint_look_t &look, const whole_t &whole)
+{
+    const auto report = [&](const lint_text_t &name) {
+        const std::vector<std::string_view> known(whole.known.begin(), whole.known.end());
+        const std::string_view nearest =
+            known.size() < 1000 ? lint_nearest(name.decoded, known) : std::string_view();
+        lint_report_at(look, name.place, FINDING_UNKNOWN_PROTOCOL,
+                       "nothing defines a protocol " + lint_quoted(name.raw),
+                       nearest.empty() ? "write the name of a protocol, or add one of that name"
+                                       : "write " + lint_quoted(nearest))
+            .value = name.raw;
+    };
+    for (const lint_text_t &name : look.rule->path)
+        if (!is_known(whole, name))
+            report(name);
+    for (const lint_sub_rule_t &sub_rule : look.rule->sub_rules)
+        for (const lint_text_t &name : sub_rule.protocols)
+            if (!is_known(whole, name))
+                report(name);
+}
+
+void look_rules_full(const lint_look_t &look)
+{
+    constexpr size_t most = PROTOCOL_RULE_DIM - 1;
+    const size_t nr = look.protocol->rules.size();
+    if (nr * 5 >= most * 4)
+        lint_report(look, FINDING_NEARLY_FULL,
+                    lint_joined({std::to_string(nr), " rules of ", std::to_string(most)}),
+                    "begin another protocol for what is still to come");
+}
+
+/// A matcher, and how many entries of its second level are in use.
+using matcher_name_t = std::tuple<const pdb_attr_properties_t *, csa_attr_way_t>;
+struct matcher_name_hash_t {
+    size_t operator()(const matcher_name_t &name) const
+    {
+        return std::hash<const void *>()(std::get<0>(name)) ^ std::get<1>(name);
+    }
+};
+using entries_t = std::unordered_map<matcher_name_t, uint64_t, matcher_name_hash_t>;
+
+void report_entries(const lint_look_t &look, uint64_t before, uint64_t after)
+{
+    constexpr uint64_t nearly = uint64_t{MATCHER_PRIVATE_MAX} * 4 / 5;
+    const pdb_attr_properties_t &properties = *look.attribute->matched;
+    const std::string name = lint_joined({properties.proper_proto, ":", properties.proper_attr});
+    if (before < nearly && after >= nearly)
+        lint_report(look, FINDING_NEARLY_FULL,
+                    lint_joined({"with this value the matcher of ", name, " has ",
+                                 std::to_string(after), " of 32768 entries"}),
+                    "write names as alternatives, or as words that may stand anywhere");
+    if (before <= MATCHER_PRIVATE_MAX && after > MATCHER_PRIVATE_MAX)
+        lint_report(
+            look, FINDING_TOO_MANY,
+            lint_joined({"with this value the matcher of ", name, " has more than 32768 entries"}),
+            "write names as alternatives, or leave some out");
+}
+
+/// Counts the entries that the values of an attribute take in the matchers of its directions.
+void count_entries(const lint_look_t &look, entries_t &entries)
+{
+    for (const csa_attr_way_t way : {ATTR_WAY_CTS, ATTR_WAY_STC}) {
+        if ((look.attribute->matched_key.way & way) == 0)
+            continue;
+        uint64_t &nr = entries[{look.attribute->matched, way}];
+        lint_each_value(look, [&](const lint_look_t &at) {
+            const uint64_t before = nr;
+            nr += at.value->entries;
+            if (nr != before)
+                report_entries(at, before, nr);
+        });
+    }
+}
+
+} // namespace
+
+void lint_look_whole(const lint_model_t &model, const lint_config_t &config,
+                     std::vector<finding_t> &findings)
+{
+    whole_t whole;
+    entries_t entries;
+    for (const lint_protocol_t &protocol : model.protocols) {
+        if (protocol.name)
+            whole.known.insert(protocol.name->decoded);
+        for (const lint_text_t &altname : protocol.altnames)
+            whole.known.insert(altname.decoded);
+    }
+    std::vector<finding_t> unseen; // what is wrong with a base is not said
+    for (const bool base : {true, false})
+        for (const lint_protocol_t &protocol : model.protocols) {
+            if (model.files[protocol.place.file].base != base || !protocol.faultless ||
+                !protocol.name)
+                continue;
+            const lint_look_t look = {model, config, base ? unseen : findings, &protocol};
+            look_names(look, whole);
+            look_rules_full(look);
+            lint_each_rule(look, [&](const lint_look_t &rule) {
+                look_rule(rule, whole);
+                look_protocols(rule, whole);
+                lint_each_attribute(
+                    rule, [&](const lint_look_t &attribute) { count_entries(attribute, entries); });
+            });
+            unseen.clear();
+        }
+}
