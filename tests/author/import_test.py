@@ -3,7 +3,7 @@
 
     import_test.py BIN
 
-imports lists, compiles the descriptions and runs flows: every entry, names below and beside it, the
+imports lists, checks that "pdata check" finds nothing, compiles the descriptions and runs flows: every entry, names below and beside it, the
 ends of every range and their neighbours. What is expected is worked out from the lists by a reader
 of their own. Lists of a folder named by PDATA_DOMAIN_LISTS are tried as well, where it is set.
 """
@@ -19,6 +19,10 @@ import tempfile
 ROOT = os.path.normpath(os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", ".."))
 
 
+# What is true of a list, whatever is made of it: how much there is, and how much it describes.
+EXPLAINED = {"nearly-full", "broad-value"}
+
+
 class Import:
     """One import, compiled, with the flows that are tried on it."""
 
@@ -32,6 +36,10 @@ class Import:
         laid_out = subprocess.run([os.path.join(programs, "pdata"), "fmt", "--check", "mine.pdd"],
                                   check=False)
         assert laid_out.returncode == 0
+        checked = subprocess.run([os.path.join(programs, "pdata"), "check", "mine.pdd"],
+                                 capture_output=True, text=True, check=False)
+        found = re.findall(r" (?:error|warning|note): .* \[([a-z-]+)\]", checked.stdout)
+        assert checked.returncode == 0 and set(found) <= EXPLAINED, (checked.stdout[:2000], path)
         subprocess.run([os.path.join(programs, "pdata_compiler"), "--pdd", "mine.pdd",
                         "--cfg-path", os.path.join(ROOT, "examples", "cfg"), "--loadable",
                         "--pdb-out", "mine.pdb"], check=True, stdout=subprocess.DEVNULL)

@@ -27,6 +27,7 @@ struct import_run_t {
     number_import_t numbers;
     std::array<std::vector<import_value_t>, NUMBER_KINDS> values; ///< of names: the first
     std::vector<import_rule_t> rules;
+    std::vector<import_part_t> parts; ///< the protocols that were made
     std::vector<import_finding_t> findings;
 };
 
@@ -93,51 +94,104 @@ exit_status_t print_findings(const import_run_t &run)
     return run.findings.empty() ? EXIT_STATUS_FINE : EXIT_STATUS_FINDINGS;
 }
 
+/// Prints what was taken over, and what was not, as one object.
+void print_document(const import_run_t &run, bool written)
+{
+    json_document_t document = json_document("import");
+    document["output"] = json_text(run.options.output);
+    document["written"] = written;
+    document["protocols"] = json_document_t::array();
+    for (const import_part_t &part : run.parts)
+        document["protocols"].push_back(
+            {{"name", part.name}, {"id", part.id}, {"rules", part.nr_rule}});
+    document["findings"] = json_document_t::array();
+    for (const import_finding_t &finding : run.findings)
+        document["findings"].push_back({{"id", finding.id},
+                                        {"level", "error"},
+                                        {"file", json_text(finding.place.file)},
+                                        {"line", finding.place.line},
+                                        {"text", json_text(finding.text)}});
+    document["own_names"] = json_document_t::array();
+    for (const std::string &name : run.names.own_names)
+        document["own_names"].push_back(json_text(name));
+    console_document(run.console, document);
+}
+
 /// Reads the description to add to. Returns a status, fine where it can be added to.
 exit_status_t read_into(import_run_t &run, input_file_t &file, description_text_t &description)
 {
+    if (run.options.into.empty())
+        return EXIT_STATUS_FINE;
     if (!open_file(run.console, run.options.into, file))
         return EXIT_STATUS_FILE;
     text_fault_t fault;
     const std::string_view text = input_file_text(file);
-    if (!description_text_read(text, description, fault)) {
-        print_text_fault(run.console, file.name, text, fault, "syntax");
-        return EXIT_STATUS_FINDINGS;
-    }
-    if (!import_has_name(description, run.options.protocol.name))
+    if (description_text_read(text, description, fault))
         return EXIT_STATUS_FINE;
-    console_error(run.console, "{}: has a protocol \"{}\" already", file.name,
-                  run.options.protocol.name);
+    print_text_fault(run.console, file.name, text, fault, "syntax");
     return EXIT_STATUS_FINDINGS;
 }
 
-exit_status_t import_run(const import_options_t &options, console_t &console)
+/// Makes the description, alone or added to another one; empty, with why, where it cannot be made.
+std::string make_text(import_run_t &run, const description_text_t &into, std::string &why)
 {
-    import_run_t run = {options, console, {}, {}, {}, {}, {}};
-    input_file_t into_file;
-    description_text_t into;
-    if (!read_lists(run))
-        return EXIT_STATUS_FILE;
-    if (!options.into.empty())
-        if (const exit_status_t status = read_into(run, into_file, into); status != 0)
-            return status;
-    make_rules(run);
-    import_protocol_t protocol = options.protocol;
+    import_protocol_t protocol = run.options.protocol;
     if (protocol.id == 0)
         protocol.id = import_free_id(into);
     std::string text;
     if (!run.rules.empty())
-        text = import_description(protocol, run.rules, run.findings);
-    const exit_status_t status = print_findings(run);
-    if (text.empty()) {
-        console_error(console, "nothing to import");
-        return EXIT_STATUS_FINDINGS;
-    }
+        text = import_description(protocol, run.rules, run.parts, run.findings);
+    const std::string clash = import_clash(into, run.parts);
     description_text_t made;
     text_fault_t fault;
-    if (!options.into.empty() && description_text_read(text, made, fault))
-        text = import_insert(into, made);
-    return save_file(console, options.output, text) ? status : EXIT_STATUS_FILE;
+    if (!clash.empty()) {
+        why = run.options.into + ": has " + clash + " already";
+        return {};
+    }
+    if (text.empty())
+        why = "nothing to import";
+    else if (!run.options.into.empty() && description_text_read(text, made, fault))
+        return import_insert(into, made);
+    return text;
+}
+
+exit_status_t import_lists(import_run_t &run)
+{
+    input_file_t into_file;
+    description_text_t into;
+    if (!read_lists(run))
+        return EXIT_STATUS_FILE;
+    if (const exit_status_t status = read_into(run, into_file, into); status != EXIT_STATUS_FINE)
+        return status;
+    make_rules(run);
+    std::string why;
+    const std::string text = make_text(run, into, why);
+    const exit_status_t found = print_findings(run);
+    if (!why.empty())
+        console_message(run.console, why);
+    if (!text.empty() && !save_file(run.console, run.options.output, text))
+        return EXIT_STATUS_FILE;
+    if (run.console.format == OUTPUT_JSON)
+        print_document(run, !text.empty());
+    return text.empty() ? EXIT_STATUS_FINDINGS : found;
+}
+
+exit_status_t import_run(const import_options_t &options, console_t &console)
+{
+    if (console.format == OUTPUT_JSON && options.output == "-") {
+        console_message(console, "standard output can be the description or its report");
+        return EXIT_STATUS_USAGE;
+    }
+    import_run_t run = {options, console, {}, {}, {}, {}, {}, {}};
+    return import_lists(run);
+}
+
+std::string name_fault(const std::string &name)
+{
+    constexpr const char *bytes = "abcdefghijklmnopqrstuvwxyz0123456789_-.";
+    return name.empty() || name.find_first_not_of(bytes) != std::string::npos
+               ? "a name is small letters, digits, \"_\", \"-\" and \".\""
+               : "";
 }
 
 } // namespace
@@ -152,12 +206,7 @@ command_run_t import_declare(CLI::App &app)
     app.add_option("FILE", options->files, "Lists, - for standard input")->required();
     app.add_option("--name", options->protocol.name, "Name of the protocol")
         ->required()
-        ->check([](const std::string &name) {
-            constexpr const char *bytes = "abcdefghijklmnopqrstuvwxyz0123456789_-.";
-            return name.empty() || name.find_first_not_of(bytes) != std::string::npos
-                       ? std::string("a name is small letters, digits, \"_\", \"-\" and \".\"")
-                       : std::string();
-        });
+        ->check(name_fault);
     app.add_option("--id", options->protocol.id, "Its id; without it the first free one of users")
         ->check(CLI::Range(uint32_t{1}, uint32_t{0xffffffff}));
     app.add_option("--category", options->protocol.categories, "Its categories, up to 9")

@@ -119,6 +119,17 @@ void take_hosts(list_reader_t &reader, const std::vector<std::string_view> &word
 
 void read_list(list_reader_t &reader, const list_t &list, std::string_view text);
 
+/// Returns what makes an inclusion the same as an earlier one: the list and what is asked of it.
+std::string include_key(const list_t &list)
+{
+    std::string key = list.file;
+    for (const std::string &word : list.wanted)
+        key += " @" + word;
+    for (const std::string &word : list.unwanted)
+        key += " @-" + word;
+    return key;
+}
+
 void take_include(list_reader_t &reader, const list_t &list, std::string_view name,
                   std::span<const std::string_view> attributes, const import_place_t &place)
 {
@@ -128,23 +139,14 @@ void take_include(list_reader_t &reader, const list_t &list, std::string_view na
     for (const std::string_view attribute : attributes)
         (attribute.starts_with("@-") ? next.unwanted : next.wanted)
             .emplace_back(attribute.substr(attribute.starts_with("@-") ? 2 : 1));
-    std::string key = next.file;
-    for (const std::string &word : next.wanted)
-        key += " @" + word;
-    for (const std::string &word : next.unwanted)
-        key += " @-" + word;
-    if (!reader.included.insert(key).second)
+    if (!reader.included.insert(include_key(next)).second)
         return;
-    std::string text;
-    const bool plain = name.find('/') == std::string_view::npos;
-    if (plain && !reader.open(next.file, text)) {
-        next.file += ".txt";
-        if (!reader.open(next.file, text))
-            return report(reader, place, "no list \"" + std::string(name) + "\" beside this one",
-                          "no-list");
-    }
-    if (!plain)
+    if (name.find('/') != std::string_view::npos)
         return report(reader, place, "a list to include stands beside this one", "no-list");
+    std::string text;
+    if (!reader.open(next.file, text) && !reader.open(next.file += ".txt", text))
+        return report(reader, place, "no list \"" + std::string(name) + "\" beside this one",
+                      "no-list");
     read_list(reader, next, text);
 }
 
@@ -160,6 +162,22 @@ bool chosen(const list_t &list, std::span<const std::string_view> attributes)
     return std::ranges::all_of(list.wanted, there) && std::ranges::none_of(list.unwanted, there);
 }
 
+/// Takes what the word in front of a colon says.
+void take_typed(list_reader_t &reader, std::string_view type, std::string_view text,
+                const import_place_t &place)
+{
+    if (type == "domain")
+        add_name(reader, NAME_DOMAIN, text, place);
+    else if (type == "full")
+        add_name(reader, NAME_FULL, text, place);
+    else if (type == "keyword")
+        add_name(reader, NAME_KEYWORD, text, place);
+    else if (type == "regexp")
+        reader.names.entries.push_back({NAME_EXPRESSION, std::string(text), place});
+    else
+        report(reader, place, "no kind of entry: \"" + std::string(type) + '"', "not-an-entry");
+}
+
 void take_v2ray(list_reader_t &reader, const list_t &list,
                 const std::vector<std::string_view> &words, const import_place_t &place)
 {
@@ -168,27 +186,15 @@ void take_v2ray(list_reader_t &reader, const list_t &list,
         if (!attribute.starts_with('@') && !attribute.starts_with('&'))
             return report(reader, place, "expected \"@\" and an attribute", "not-an-entry");
     const size_t colon = words.front().find(':');
-    if (colon == std::string_view::npos) {
-        if (chosen(list, attributes))
-            add_domain(reader, words.front(), place);
-        return;
-    }
-    const std::string_view word = words.front().substr(0, colon);
-    const std::string_view rest = words.front().substr(colon + 1);
-    if (word == "include")
-        return take_include(reader, list, rest, attributes, place);
-    if (!chosen(list, attributes))
-        return;
-    if (word == "domain")
-        add_name(reader, NAME_DOMAIN, rest, place);
-    else if (word == "full")
-        add_name(reader, NAME_FULL, rest, place);
-    else if (word == "keyword")
-        add_name(reader, NAME_KEYWORD, rest, place);
-    else if (word == "regexp")
-        reader.names.entries.push_back({NAME_EXPRESSION, std::string(rest), place});
-    else
-        report(reader, place, "no kind of entry: \"" + std::string(word) + "\"", "not-an-entry");
+    const bool typed = colon != std::string_view::npos;
+    const std::string_view type = words.front().substr(0, colon);
+    const std::string_view rest = words.front().substr(typed ? colon + 1 : 0);
+    if (typed && type == "include")
+        take_include(reader, list, rest, attributes, place);
+    else if (typed && chosen(list, attributes))
+        take_typed(reader, type, rest, place);
+    else if (chosen(list, attributes))
+        add_domain(reader, rest, place);
 }
 
 void read_list(list_reader_t &reader, const list_t &list, std::string_view text)

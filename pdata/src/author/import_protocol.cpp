@@ -88,9 +88,22 @@ void each_protocol(const description_text_t &description, const Take &take)
         take(at);
 }
 
-std::string protocol_head(const import_protocol_t &protocol, const std::string &name, uint32_t id)
+/// Returns the id that a protocol says, or nothing.
+std::optional<uint64_t> id_of(const description_text_t &description, size_t protocol)
 {
-    std::string text = joined({R"({"name":)", import_json(name), R"(,"id":)", std::to_string(id)});
+    const auto id = value_of_key(description, protocol, "\"id\"");
+    if (!id || description.tokens[*id].kind != TEXT_NUMBER)
+        return std::nullopt;
+    uint64_t number = 0;
+    for (const char digit : text_token_bytes(description, *id).substr(0, 10))
+        number = number * 10 + static_cast<uint64_t>(digit - '0');
+    return number;
+}
+
+std::string protocol_head(const import_protocol_t &protocol, const import_part_t &part)
+{
+    std::string text =
+        joined({R"({"name":)", import_json(part.name), R"(,"id":)", std::to_string(part.id)});
     for (const std::string &category : protocol.categories) {
         text += &category == &protocol.categories.front() ? R"(,"tags":{"category":[)" : ",";
         text += import_json(category);
@@ -98,6 +111,21 @@ std::string protocol_head(const import_protocol_t &protocol, const std::string &
     text += protocol.categories.empty() ? "" : "]}";
     text += R"(,"rules":[)";
     return text;
+}
+
+/// Writes a protocol.
+std::string part_text(const import_protocol_t &protocol, const import_part_t &part,
+                      std::span<const import_rule_t> rules)
+{
+    std::string text = protocol_head(protocol, part);
+    for (const import_rule_t &it : rules) {
+        std::string rule = it.text;
+        if (const size_t mark = rule.find(IMPORT_NAME_MARK); mark != std::string::npos)
+            rule.replace(mark, 1, part.name);
+        text += &it == &rules.front() ? "" : ",";
+        text += rule;
+    }
+    return text + "]}";
 }
 
 /// Returns the end of the rules from `begin` that go into one protocol.
@@ -143,6 +171,7 @@ void import_number_rules(number_kind_t kind, const std::vector<import_value_t> &
 
 std::string import_description(const import_protocol_t &protocol,
                                const std::vector<import_rule_t> &rules,
+                               std::vector<import_part_t> &parts,
                                std::vector<import_finding_t> &findings)
 {
     std::string text = R"({"protocols":[)";
@@ -151,16 +180,9 @@ std::string import_description(const import_protocol_t &protocol,
         const std::string name =
             part == 0 ? protocol.name : protocol.name + '_' + std::to_string(part + 1);
         const size_t end = part_end(rules, begin);
+        parts.push_back({name, protocol.id + part, end - begin});
         text += part == 0 ? "" : ",";
-        text += protocol_head(protocol, name, protocol.id + part);
-        for (size_t i = begin; i < end; ++i) {
-            std::string rule = rules[i].text;
-            if (const size_t mark = rule.find(IMPORT_NAME_MARK); mark != std::string::npos)
-                rule.replace(mark, 1, name);
-            text += i == begin ? "" : ",";
-            text += rule;
-        }
-        text += "]}";
+        text += part_text(protocol, parts.back(), std::span(rules).subspan(begin, end - begin));
         begin = end;
     }
     for (size_t i = begin; i < rules.size(); ++i)
@@ -192,23 +214,25 @@ uint32_t import_free_id(const description_text_t &description)
 {
     uint64_t free = USER_IDS;
     each_protocol(description, [&](size_t protocol) {
-        const auto id = value_of_key(description, protocol, "\"id\"");
-        uint64_t number = 0;
-        if (id)
-            for (const char digit : text_token_bytes(description, *id).substr(0, 10))
-                number = number * 10 + static_cast<uint64_t>(digit - '0');
+        const uint64_t number = id_of(description, protocol).value_or(0);
         if (number < 2 * USER_IDS)
             free = std::max(free, number + 1);
     });
     return static_cast<uint32_t>(free);
 }
 
-bool import_has_name(const description_text_t &description, std::string_view name)
+std::string import_clash(const description_text_t &into, std::span<const import_part_t> parts)
 {
-    bool found = false;
-    each_protocol(description, [&](size_t protocol) {
-        const auto value = value_of_key(description, protocol, "\"name\"");
-        found = found || (value && text_token_bytes(description, *value) == import_json(name));
+    std::string clash;
+    each_protocol(into, [&](size_t protocol) {
+        const auto name = value_of_key(into, protocol, "\"name\"");
+        const std::optional<uint64_t> id = id_of(into, protocol);
+        for (const import_part_t &part : parts) {
+            if (name && text_token_bytes(into, *name) == import_json(part.name))
+                clash = "a protocol " + import_json(part.name);
+            else if (clash.empty() && id == part.id)
+                clash = "a protocol with the id " + std::to_string(part.id);
+        }
     });
-    return found;
+    return clash;
 }

@@ -1,6 +1,8 @@
 /// Values of lists as protocols of a description.
 #pragma once
 
+#include <span>
+
 #include "description_text.h"
 #include "import_numbers.h"
 
@@ -35,10 +37,18 @@ struct import_protocol_t {
     bool split = false; ///< into NAME, NAME_2, NAME_3, ... with ids one after the other
 };
 
-/// Returns protocols as the text of a description in canonical layout. Entries beyond the rules of
-/// one protocol are findings, unless they may be split.
+/// One of them.
+struct import_part_t {
+    std::string name;
+    uint32_t id = 0;
+    size_t nr_rule = 0;
+};
+
+/// Returns protocols as the text of a description in canonical layout, and which they are. Entries
+/// beyond the rules of one protocol are findings, unless they may be split.
 std::string import_description(const import_protocol_t &protocol,
                                const std::vector<import_rule_t> &rules,
+                               std::vector<import_part_t> &parts,
                                std::vector<import_finding_t> &findings);
 
 /// Returns the text of `into`, a description, with the protocols of `made`, another one, behind its
@@ -49,5 +59,6 @@ std::string import_insert(const description_text_t &into, const description_text
 /// its ids.
 uint32_t import_free_id(const description_text_t &description);
 
-/// Tells whether a description has a protocol of a name.
-bool import_has_name(const description_text_t &description, std::string_view name);
+/// Returns what a description has already of protocols that are to be added, "a protocol "mine"" or
+/// "a protocol with the id 16777216", or an empty text.
+std::string import_clash(const description_text_t &into, std::span<const import_part_t> parts);

@@ -55,6 +55,32 @@ bool is_literal(char c)
            c == '_';
 }
 
+bool is_repetition(char c)
+{
+    return c == '*' || c == '+' || c == '?';
+}
+
+/// Takes the first part of an expression into a value. Returns its bytes, or 0 for one that no
+/// value can say.
+size_t take_part(std::string_view rest, std::string &text, bool &literal)
+{
+    const char c = rest[0];
+    const char next = rest.size() > 1 ? rest[1] : '\0';
+    size_t taken = 2;
+    if (c == '\\' && next == '.') {
+        text += "\\.";
+    } else if (c == '.' && (next == '+' || next == '*')) {
+        text += next == '+' ? ".*." : ".*"; // ".+" and "..*" also fire on nothing there
+    } else if (is_literal(c)) {
+        text += c;
+        literal = true;
+        taken = 1;
+    } else {
+        return 0;
+    }
+    return rest.size() > taken && is_repetition(rest[taken]) ? 0 : taken;
+}
+
 } // namespace
 
 std::optional<std::string> import_expression(std::string_view expression)
@@ -63,30 +89,16 @@ std::optional<std::string> import_expression(std::string_view expression)
     const bool label = expression.starts_with(at_label);
     const bool open = !label && !expression.starts_with('^');
     expression.remove_prefix(label ? at_label.size() : open ? 0 : 1);
-    std::string text;
-    text += label ? "(.*\\.)?" : open ? ".*" : "";
     const bool closed = expression.ends_with('$');
     if (closed)
         expression.remove_suffix(1);
+    std::string text = label ? "(.*\\.)?" : open ? ".*" : "";
     bool literal = false;
-    for (size_t i = 0; i < expression.size(); ++i) {
-        const char c = expression[i];
-        const char next = i + 1 < expression.size() ? expression[i + 1] : '\0';
-        if (c == '\\' && next == '.') {
-            text += "\\.";
-            ++i;
-        } else if (c == '.' && (next == '+' || next == '*')) {
-            text += next == '+' ? ".*." : ".*"; // ".+" and "..*" also fire on nothing there
-            ++i;
-        } else if (is_literal(c)) {
-            text += c;
-        } else {
+    while (!expression.empty()) {
+        const size_t taken = take_part(expression, text, literal);
+        if (taken == 0)
             return std::nullopt;
-        }
-        literal = literal || is_literal(c);
-        const char behind = i + 1 < expression.size() ? expression[i + 1] : '\0';
-        if (behind == '*' || behind == '+' || behind == '?')
-            return std::nullopt;
+        expression.remove_prefix(taken);
     }
     if (!literal)
         return std::nullopt;
