@@ -116,6 +116,55 @@ TEST(packet_test, pieces_of_a_stream_in_any_order_lead_to_its_beginning)
     }
 }
 
+/// A packet of TCP from the smaller end.
+packet_t segment(double time, uint32_t flags)
+{
+    packet_t packet;
+    packet.time = time;
+    packet.from.kind = packet.to.kind = FLOW_IP4;
+    packet.to.address[0] = 1;
+    packet.protocol = 6;
+    packet.tcp_flags = flags;
+    return packet;
+}
+
+/// Flows that packets lead to, by their numbers of packets.
+std::vector<uint64_t> flows_of(const std::vector<packet_t> &packets, uint64_t &evicted)
+{
+    std::vector<uint64_t> flows;
+    flow_table_t table;
+    table.window = 2;
+    table.sink = [&flows](flow_record_t &record) {
+        flows.push_back(record.packets[0] + record.packets[1]);
+    };
+    uint8_t side = 0;
+    for (const packet_t &packet : packets)
+        (void)flow_table_add(table, packet, side);
+    flow_table_end(table);
+    evicted = table.evicted;
+    return flows;
+}
+
+TEST(packet_test, a_flow_ends_when_idle_when_reset_and_for_want_of_room)
+{
+    uint64_t evicted = 0;
+    using numbers = std::vector<uint64_t>;
+    const packet_t first = segment(0, TCP_ACK);
+    EXPECT_EQ(flows_of({first, segment(120, TCP_ACK)}, evicted), numbers{2});
+    EXPECT_EQ(flows_of({first, segment(120.5, TCP_ACK)}, evicted), (numbers{1, 1}));
+    const packet_t reset = segment(1, TCP_RST);
+    EXPECT_EQ(flows_of({first, reset, segment(2, TCP_ACK)}, evicted), numbers{3});
+    EXPECT_EQ(flows_of({first, reset, segment(2, TCP_SYN)}, evicted), (numbers{2, 1}));
+    EXPECT_EQ(evicted, 0U);
+    std::vector<packet_t> others = {first, first, reset};
+    for (uint16_t port = 1; port < 4; ++port) {
+        others.push_back(segment(2, TCP_ACK));
+        others.back().to.port = port;
+    }
+    EXPECT_EQ(flows_of(others, evicted), (numbers{3, 1, 1, 1}));
+    EXPECT_EQ(evicted, 1U); // the one that was reset makes room first, and counts for nothing
+}
+
 /// Reads bytes as a capture to its end.
 void read_capture(const std::string &bytes)
 {
