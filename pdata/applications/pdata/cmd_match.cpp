@@ -72,6 +72,16 @@ void answer_line(match_run_t &run, const match_answer_t *answer, const flow_erro
     (void)std::fflush(run.console.out); // the reader waits for it; console_close looks at it
 }
 
+/// Names the values that cannot lead to anything: slips of the pen most of the time.
+void print_untested(match_run_t &run, const flow_values_t &values)
+{
+    for (size_t i = 0; i < values.size(); ++i)
+        if (const flow_attr_t &value = values[i]; !flow_runner_tests(run.runner, value))
+            console_print(run.console, "  value {}: no rule tests {}:{} {}\n", i + 1,
+                          value.protocol, value.attribute,
+                          value.way == FLOW_WAY_STC ? "stc" : "cts");
+}
+
 void answer_text(match_run_t &run, const flow_values_t &values, const match_answer_t *answer,
                  const flow_error_t &error)
 {
@@ -81,6 +91,8 @@ void answer_text(match_run_t &run, const flow_values_t &values, const match_answ
     }
     console_print(run.console, "{}\n", flow_write(values));
     match_print(run.console, run.loadable, *answer);
+    if (run.options.near)
+        print_untested(run, values);
 }
 
 void match_flow(match_run_t &run, std::string_view line, bool filter)
@@ -153,6 +165,7 @@ command_run_t match_declare(CLI::App &app)
                    "- reads flows from standard input, one a line, and answers each at once")
         ->required();
     app.add_flag("--near", options->near,
-                 "Also the rules that miss one thing, and values whose check failed");
+                 "Also the rules that miss one thing, values whose check failed, and values that\n"
+                 "no rule tests; of flows from standard input only with --json");
     return [options](console_t &console) { return match_run(*options, console); };
 }

@@ -66,7 +66,7 @@ struct flow_error_t {
 
 /// Reads a line into `values`, which is emptied first. Returns false, with an `error`, for a line
 /// that is none: then `values` holds what stood in front of the mistake. An empty line is a flow
-/// without values.
+/// without values; a carriage return at the end is let go.
 [[nodiscard]] bool flow_read(std::string_view line, flow_values_t &values, flow_error_t &error);
 
 /// Returns a flow as a line, without a line end: printable ASCII as it is, every other byte as

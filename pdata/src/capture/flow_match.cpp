@@ -91,6 +91,11 @@ bool flow_runner_run(flow_runner_t &runner, std::span<const flow_attr_t> values,
     return taken;
 }
 
+bool flow_runner_tests(flow_runner_t &runner, const flow_attr_t &value)
+{
+    return value.kind == FLOW_PROTOCOL || find_attribute(runner, value) != 0;
+}
+
 std::string flow_refusal_text(std::span<const flow_attr_t> values, const flow_refusal_t &refusal)
 {
     const flow_attr_t &value = values[refusal.value];

@@ -38,5 +38,8 @@ struct flow_refusal_t {
 [[nodiscard]] bool flow_runner_run(flow_runner_t &runner, std::span<const flow_attr_t> values,
                                    flow_refusal_t &refusal);
 
+/// Tells whether any rule tests the attribute of a value; "has" is always of use.
+bool flow_runner_tests(flow_runner_t &runner, const flow_attr_t &value);
+
 /// Says what is wrong with the value that was refused.
 std::string flow_refusal_text(std::span<const flow_attr_t> values, const flow_refusal_t &refusal);

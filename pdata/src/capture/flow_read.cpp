@@ -226,6 +226,8 @@ bool flow_read_address(std::string_view text, flow_attr_t &value)
 bool flow_read(std::string_view line, flow_values_t &values, flow_error_t &error)
 {
     values.clear();
+    if (line.ends_with('\r'))
+        line.remove_suffix(1);
     line_t state = {line, 0, &error};
     for (skip_blanks(state); state.at < line.size(); skip_blanks(state)) {
         flow_attr_t value;
