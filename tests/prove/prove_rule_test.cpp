@@ -51,6 +51,7 @@ prove_item_t item(std::string_view protocol, std::string_view attribute, std::st
     made.attribute = attribute;
     made.way = way;
     made.known = prove_value(made.value).found;
+    made.has_known = true;
     return made;
 }
 

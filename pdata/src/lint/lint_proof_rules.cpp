@@ -1,4 +1,3 @@
-#include <map>
 #include <unordered_set>
 
 #include "lint_proof.h"
@@ -15,7 +14,8 @@ namespace
 struct gathered_rules_t {
     std::vector<prove_rule_t> rules;
     std::vector<lint_look_t> places;
-    std::map<std::pair<std::string_view, uint32_t>, lint_look_t> by_name;
+    /// By protocol: the index of its first rule; the others follow as they are stored.
+    std::unordered_map<std::string_view, size_t> first;
 };
 
 /// Returns the description of all protocols without a fault.
@@ -54,8 +54,10 @@ prove_item_t item_of(const lint_look_t &value, const lint_proved_t &proved)
     item.way = attribute.written_way;
     if (attribute.written != nullptr && item.way == ATTR_WAY_BOTH)
         item.way = attribute.written->proper_allowed_way;
-    if (const auto known = proved.find(value.value); known != proved.end())
+    if (const auto known = proved.find(value.value); known != proved.end()) {
         item.known = known->second.found;
+        item.has_known = known->second.nr_missed < known->second.nr_sample;
+    }
     return item;
 }
 
@@ -74,10 +76,8 @@ prove_rule_t rule_of(const lint_look_t &rule, const lint_proved_t &proved)
 void add_rule(gathered_rules_t &gathered, const lint_look_t &rule, const lint_proved_t &proved,
               uint32_t index)
 {
-    prove_rule_t stored = rule_of(rule, proved);
-    stored.index = index;
-    gathered.by_name.emplace(std::pair(stored.protocol, index), rule);
-    gathered.rules.push_back(std::move(stored));
+    gathered.rules.push_back(rule_of(rule, proved));
+    gathered.rules.back().index = index;
     gathered.places.push_back(rule);
 }
 
@@ -86,6 +86,7 @@ void gather_protocol(gathered_rules_t &gathered, const lint_look_t &protocol,
                      const lint_proved_t &proved)
 {
     uint32_t index = 0;
+    gathered.first.emplace(protocol.protocol->name->decoded, gathered.rules.size());
     lint_each_rule(protocol,
                    [&](const lint_look_t &rule) { add_rule(gathered, rule, proved, index++); });
     lint_each_rule(protocol, [&](const lint_look_t &rule) {
@@ -98,7 +99,7 @@ void gather_protocol(gathered_rules_t &gathered, const lint_look_t &protocol,
 gathered_rules_t gather_rules(const lint_look_t &look, const lint_proved_t &proved)
 {
     gathered_rules_t gathered;
-    std::map<std::string_view, uint32_t> names;
+    std::unordered_map<std::string_view, uint32_t> names;
     for (const lint_protocol_t &protocol : look.model.protocols)
         if (protocol.name)
             ++names[protocol.name->decoded];
@@ -151,6 +152,16 @@ void report_shadowed(const lint_look_t &rule, const lint_look_t &winner)
     finding.related = {winner.rule->place, "the other one stands here"};
 }
 
+/// Returns the rule that goes before another one, or null.
+const lint_look_t *winner_of(const gathered_rules_t &gathered, const prove_rule_verdict_t &verdict)
+{
+    const auto first = gathered.first.find(verdict.winner);
+    if (verdict.outcome != PROVE_RULE_SHADOWED || first == gathered.first.end())
+        return nullptr;
+    const size_t index = first->second + verdict.winner_index;
+    return index < gathered.places.size() ? &gathered.places[index] : nullptr;
+}
+
 /// Reports each rule once, however often it is stored.
 void report_rules(const gathered_rules_t &gathered, const lint_proved_t &proved,
                   const std::vector<prove_rule_verdict_t> &verdicts)
@@ -160,16 +171,14 @@ void report_rules(const gathered_rules_t &gathered, const lint_proved_t &proved,
         const lint_look_t &rule = gathered.places[i];
         const prove_rule_verdict_t &verdict = verdicts[i];
         const bool is_dead = verdict.outcome == PROVE_RULE_DEAD || gathered.rules[i].items.empty();
-        const auto winner = gathered.by_name.find({verdict.winner, verdict.winner_index});
-        const bool is_shadowed =
-            verdict.outcome == PROVE_RULE_SHADOWED && winner != gathered.by_name.end();
-        if ((!is_dead && !is_shadowed) || has_dead_value(rule, proved) ||
+        const lint_look_t *winner = winner_of(gathered, verdict);
+        if ((!is_dead && winner == nullptr) || has_dead_value(rule, proved) ||
             !reported.insert(rule.rule).second)
             continue;
         if (is_dead)
             report_dead(rule, gathered.rules[i], verdict.item);
         else
-            report_shadowed(rule, winner->second);
+            report_shadowed(rule, *winner);
     }
 }
 

@@ -25,6 +25,22 @@ bool open(std::span<const uint8_t> pdb, prove_catalog_t &catalog)
     return flow != nullptr;
 }
 
+/// Counts the values of each matcher that are tried on all data.
+void count_checks(const pdb_view_t &view, prove_catalog_t &catalog)
+{
+    catalog.checks.assign(1, 0);
+    view_error_t error;
+    view_cursor_t cursor = view_walk(view.matchers.list);
+    for (view_record_t record; view_next(cursor, record);) {
+        view_matcher_t matcher;
+        uint64_t nr = 0;
+        if (view_matcher_open(record, view.matchers.names, matcher, error))
+            for (uint32_t i = 0; i < view_matcher_nr_private(matcher); ++i)
+                nr += view_matcher_entry(matcher, i).kind == MATCHER_MAP_CATCH_ALL ? 1 : 0;
+        catalog.checks.push_back(nr);
+    }
+}
+
 bool read_values(std::span<const uint8_t> pdb, prove_catalog_t &catalog)
 {
     pdb_view_t view;
@@ -34,6 +50,8 @@ bool read_values(std::span<const uint8_t> pdb, prove_catalog_t &catalog)
                        view_values_origins(view, catalog.values, catalog.value_of, error);
     if (error.fault == VIEW_MEMORY)
         throw std::bad_alloc();
+    if (known)
+        count_checks(view, catalog);
     return known;
 }
 
@@ -71,4 +89,16 @@ bool prove_catalog_open(std::span<const uint8_t> pdb, prove_catalog_t &catalog)
         return false;
     name_rules(catalog);
     return true;
+}
+
+uint64_t prove_catalog_cost(const prove_catalog_t &catalog, pdata_attribute attribute)
+{
+    pdata_attribute_info info{};
+    if (pdata_db_attribute_info(catalog.db.get(), attribute, &info) != PDATA_R_OK)
+        return 0;
+    uint64_t cost = 0;
+    for (uint32_t i = 0; i < info.nr_matcher && i < 4; ++i)
+        if (info.matcher[i] < catalog.checks.size())
+            cost += catalog.checks[info.matcher[i]];
+    return cost;
 }

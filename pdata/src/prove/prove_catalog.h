@@ -32,8 +32,12 @@ struct prove_catalog_t {
     std::vector<std::vector<uint32_t>> values_of; ///< by rule: its values, as they are stored
     std::unordered_map<prove_rule_name_t, uint32_t, prove_rule_hash_t> rules; ///< 0: several
     std::vector<uint32_t> value_of; ///< by item: its value, or VIEW_VALUE_NONE
+    std::vector<uint64_t> checks;   ///< by matcher, from 1: values that are tried on all data
 };
 
 /// Opens a pdb, whose bytes must outlive the catalog. Returns false for one that cannot be read.
 /// std::bad_alloc passes.
 [[nodiscard]] bool prove_catalog_open(std::span<const uint8_t> pdb, prove_catalog_t &catalog);
+
+/// Returns how many values data of an attribute is tried on whatever it is.
+uint64_t prove_catalog_cost(const prove_catalog_t &catalog, pdata_attribute attribute);

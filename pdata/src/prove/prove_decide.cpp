@@ -77,6 +77,30 @@ bool is_never_registered(std::string_view text)
     return text.find_first_not_of(',') == text.npos;
 }
 
+/// Tells whether a set is one byte, or one letter in both cases.
+bool is_one_byte(const prove_set_t &set)
+{
+    for (uint32_t c = 0; c < 256; ++c)
+        if (prove_set_has(set, c))
+            return set == prove_byte_set(static_cast<uint8_t>(c), false) ||
+                   set == prove_byte_set(static_cast<uint8_t>(c), true);
+    return false;
+}
+
+/// Tells whether an automaton takes one text alone, in either case: its positions are a row.
+bool is_literal(const prove_automaton_t &automaton)
+{
+    const size_t nr = automaton.sets.size();
+    if (automaton.first.size() != 1 || automaton.takes_nothing ||
+        std::count(automaton.is_last.begin(), automaton.is_last.end(), 1) != 1 ||
+        automaton.followers.size() + 1 != nr)
+        return false;
+    for (uint32_t i = 0; i + 1 < nr; ++i)
+        if (automaton.followers[i] != i + 1 || automaton.follow_begin[i] != i)
+            return false;
+    return std::all_of(automaton.sets.begin(), automaton.sets.end(), is_one_byte);
+}
+
 /// With `decides`, also holds the text against its form.
 void make_text(prove_case_t &at, bool decides)
 {
@@ -91,6 +115,7 @@ void make_text(prove_case_t &at, bool decides)
     if (at.is_refused || made != PROVE_MADE)
         return;
     at.is_heavy = form.checks_all;
+    at.is_literal = is_literal(automaton);
     at.samples = prove_samples(automaton);
     std::erase_if(at.samples,
                   [&](const std::string &sample) { return sample.size() < value.min_size; });
@@ -160,7 +185,8 @@ prove_verdict_t close_text(const prove_case_t &at)
         at.lost_is_found || (can_be_dead && any_found) ||
         (at.comparison.is_complete && !at.comparison.is_lost && missed != nullptr);
     verdict.is_decided = !verdict.is_contradicted && at.comparison.is_complete;
-    if (can_be_dead && !any_found)
+    // Of one text alone the samples are all that there is.
+    if ((can_be_dead || (at.is_literal && verdict.nr_sample != 0)) && !any_found)
         verdict.outcome = PROVE_DEAD;
     else
         verdict.outcome = says_lost || missed != nullptr ? PROVE_LOSSY : PROVE_WHOLE_VALUE;

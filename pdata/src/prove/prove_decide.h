@@ -21,7 +21,8 @@ struct prove_case_t {
     const prove_value_t *value = nullptr;
     const pdb_attr_properties_t *properties = nullptr; ///< null for an unknown attribute
     bool is_refused = false;                           ///< by the compiler
-    bool is_heavy = false; ///< it is tried on all data, and so costs every sample of a batch time
+    bool is_heavy = false;   ///< it is tried on all data, and so costs every sample of a batch time
+    bool is_literal = false; ///< a text describes one text alone, in either case
     prove_comparison_t comparison;    ///< of a text
     std::vector<std::string> samples; ///< of a text
     std::vector<uint8_t> is_found;    ///< by sample

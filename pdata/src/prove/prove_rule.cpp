@@ -39,13 +39,21 @@ pdata_direction direction_of(const prove_item_t &item, size_t set)
     return item.way == ATTR_WAY_STC ? PDATA_STC : PDATA_CTS;
 }
 
+/// Takes work off what is left.
+void pay(trying_t &trying, uint64_t used)
+{
+    trying.left -= std::min(used, trying.left);
+}
+
 void feed(trying_t &trying, const prove_item_t &item, const prove_datum_t &datum, size_t set)
 {
+    pdata_db *db = trying.catalog.db.get();
     const pdata_attribute attribute =
-        pdata_db_attribute(trying.catalog.db.get(), std::string(item.protocol).c_str(),
+        pdata_db_attribute(db, std::string(item.protocol).c_str(),
                            std::string(item.attribute).c_str(), direction_of(item, set));
-    prove_feed(trying.catalog.db.get(), trying.catalog.flow.get(), attribute, datum.bytes,
-               datum.number);
+    pay(trying, 1 + datum.bytes.size() / PROVE_BYTES_PER_WORK +
+                    prove_catalog_cost(trying.catalog, attribute));
+    prove_feed(db, trying.catalog.flow.get(), attribute, datum.bytes, datum.number);
 }
 
 /// Says which protocols the flow has: those that the rule asks for, and no others.
@@ -55,21 +63,13 @@ void feed_protocols(trying_t &trying, const tried_rule_t &rule)
         (void)pdata_flow_add_protocol(trying.catalog.flow.get(), rule.info.real_bottom[i]);
 }
 
-/// Takes what a flow led to off the work that is left. Returns false when there is none.
-bool pay(trying_t &trying, size_t nr)
-{
-    const uint64_t used = 1 + nr;
-    trying.left -= std::min(used, trying.left);
-    return trying.left != 0;
-}
-
 /// Tells whether data leads to an item.
 bool is_found(trying_t &trying, const tried_item_t &tried, const prove_datum_t &datum, size_t set)
 {
     pdata_flow *flow = trying.catalog.flow.get();
     feed(trying, *tried.item, datum, set);
     const size_t nr = pdata_flow_items(flow, trying.items.data(), trying.items.size());
-    (void)pay(trying, nr);
+    pay(trying, nr);
     const bool found =
         std::any_of(trying.items.begin(), trying.items.begin() + static_cast<ptrdiff_t>(nr),
                     [&](pdata_item item) { return trying.catalog.value_of[item] == tried.value; });
@@ -90,12 +90,6 @@ std::vector<prove_datum_t> long_data(const prove_value_t &value)
     for (prove_datum_t &datum : data)
         datum.bytes.resize(std::max<size_t>(datum.bytes.size(), value.min_size), 'x');
     return data;
-}
-
-/// Tells whether there are samples that need not be made longer.
-bool is_described(const prove_value_t &value)
-{
-    return value.min_size == 0 || !prove_data(value).empty();
 }
 
 /// Finds up to `nr` samples that lead to an item: that which does so alone, then others.
@@ -170,7 +164,7 @@ bool find_better(trying_t &trying, const tried_rule_t &rule, size_t set,
     const size_t nr =
         pdata_flow_rules(trying.catalog.flow.get(), trying.rules.data(), trying.rules.size());
     pdata_flow_reset(trying.catalog.flow.get());
-    (void)pay(trying, nr);
+    pay(trying, nr);
     const auto end = trying.rules.begin() + static_cast<ptrdiff_t>(nr);
     const auto mine = std::find(trying.rules.begin(), end, rule.number);
     better.assign(trying.rules.begin(), mine);
@@ -237,30 +231,36 @@ bool find_all_data(trying_t &trying, tried_rule_t &rule, size_t nr, uint32_t &it
     return true;
 }
 
+/// Tells whether a rule goes before all others when it is fed with what is known to be found.
+/// Nearly all rules do.
+bool wins_at_once(trying_t &trying, tried_rule_t &rule)
+{
+    std::vector<pdata_rule> better;
+    for (tried_item_t &item : rule.items)
+        item.found = {item.item->known};
+    return find_better(trying, rule, 0, better) && better.empty();
+}
+
 prove_rule_verdict_t prove_rule(trying_t &trying, const prove_rule_t &rule)
 {
     prove_rule_verdict_t verdict;
     tried_rule_t tried;
-    std::vector<pdata_rule> better;
     if (trying.left == 0 || !find_rule(trying, rule, tried))
         return verdict;
-    const bool is_alive = find_all_data(trying, tried, 1, verdict.item);
-    if (trying.left == 0)
-        return verdict;
-    if (!is_alive) {
-        verdict.outcome =
-            is_described(rule.items[verdict.item].value) ? PROVE_RULE_DEAD : PROVE_RULE_UNKNOWN;
+    if (wins_at_once(trying, tried)) {
+        verdict.outcome = PROVE_RULE_WINS;
         return verdict;
     }
-    verdict.outcome = PROVE_RULE_WINS;
-    // Nearly all rules win at once.
-    if (find_better(trying, tried, 0, better) && better.empty())
-        return verdict;
-    (void)find_all_data(trying, tried, PROVE_RULE_SETS, verdict.item);
+    const bool is_alive = find_all_data(trying, tried, PROVE_RULE_SETS, verdict.item);
     pdata_rule winner = 0;
-    if (!find_winner(trying, tried, winner) || trying.left == 0)
-        verdict.outcome = PROVE_RULE_UNKNOWN;
-    else if (winner != 0)
+    if (trying.left == 0)
+        return verdict;
+    if (!is_alive && rule.items[verdict.item].has_known)
+        verdict.outcome = PROVE_RULE_DEAD;
+    if (!is_alive || !find_winner(trying, tried, winner) || trying.left == 0)
+        return verdict;
+    verdict.outcome = PROVE_RULE_WINS;
+    if (winner != 0)
         name_winner(trying, winner, verdict);
     return verdict;
 }

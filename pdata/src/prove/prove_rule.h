@@ -20,6 +20,7 @@ struct prove_item_t {
     std::string_view attribute; ///< the same, without its direction
     uint32_t way = 0;           ///< ATTR_WAY bits in which it is written
     prove_datum_t known;        ///< data that is found by it alone (prove_verdict_t)
+    bool has_known = false;     ///< there is such data
 };
 
 /// A rule of a description.
@@ -32,7 +33,7 @@ struct prove_rule_t {
 /// What a proof of a rule came to.
 enum prove_rule_outcome_t : uint8_t {
     PROVE_RULE_WINS = 0, ///< some samples lead to it
-    PROVE_RULE_DEAD,     ///< none fires it
+    PROVE_RULE_DEAD,     ///< a value that is found alone is not, so nothing fires it
     PROVE_RULE_SHADOWED, ///< all of them lead to another one
     PROVE_RULE_UNKNOWN,  ///< it is not known again in the pdb, or has no samples, or the budget
                          ///< ended
@@ -49,9 +50,11 @@ struct prove_rule_verdict_t {
 /// Sets of samples that a rule is tried with at most.
 constexpr size_t PROVE_RULE_SETS = 6;
 
-/// Work on each rule, in rules and items that samples lead to; a pdb in which every sample leads to
-/// most rules uses it up, and the rules behind stay unknown.
+/// Work on each rule: rules and items that samples lead to, values that are tried on all data, and
+/// bytes, of which PROVE_BYTES_PER_WORK count one. A pdb in which every sample leads to most rules
+/// uses it up, and the rules behind stay unknown.
 constexpr uint64_t PROVE_RULE_WORK = 4096;
+constexpr uint64_t PROVE_BYTES_PER_WORK = 16;
 
 /// Proves rules of a loadable pdb. The verdicts are in their order. std::bad_alloc passes.
 std::vector<prove_rule_verdict_t> prove_rules(std::span<const uint8_t> pdb,

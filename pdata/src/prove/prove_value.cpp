@@ -1,6 +1,7 @@
 #include "prove_value.h"
 
 #include <algorithm>
+#include <map>
 #include <tuple>
 
 #include "prove_batch.h"
@@ -18,19 +19,37 @@ using value_order_t = std::vector<uint32_t>;
 /// One run.
 struct proving_t {
     std::span<const prove_value_t> values;
+    std::vector<uint32_t> attributes = {}; ///< by value: a number for its attribute
     std::vector<prove_verdict_t> verdicts = {};
     std::vector<prove_case_t> cases = {}; ///< of a batch
     std::vector<uint32_t> places = {};    ///< by case: its value
 };
 
-auto key_of(const prove_value_t &value)
+/// Tells whether a value comes before another one: those of an attribute together, and alike ones.
+bool comes_before(const proving_t &proving, uint32_t a, uint32_t b)
 {
-    return std::tie(value.protocol, value.attribute, value.text, value.offset, value.min_size);
+    if (proving.attributes[a] != proving.attributes[b])
+        return proving.attributes[a] < proving.attributes[b];
+    const prove_value_t &one = proving.values[a];
+    const prove_value_t &other = proving.values[b];
+    return std::tie(one.text, one.offset, one.min_size) <
+           std::tie(other.text, other.offset, other.min_size);
 }
 
-bool same_attribute(const prove_value_t &a, const prove_value_t &b)
+bool are_alike(const proving_t &proving, uint32_t a, uint32_t b)
 {
-    return a.protocol == b.protocol && a.attribute == b.attribute;
+    return !comes_before(proving, a, b) && !comes_before(proving, b, a);
+}
+
+/// Numbers the attributes of the values.
+void number_attributes(proving_t &proving)
+{
+    std::map<std::pair<std::string_view, std::string_view>, uint32_t> numbers;
+    for (const prove_value_t &value : proving.values) {
+        const auto next = static_cast<uint32_t>(numbers.size());
+        const auto at = numbers.emplace(std::pair(value.protocol, value.attribute), next).first;
+        proving.attributes.push_back(at->second);
+    }
 }
 
 /// Tries a case of an open batch.
@@ -82,13 +101,13 @@ void finish_batch(proving_t &proving)
     proving.places.clear();
 }
 
-value_order_t order_of(std::span<const prove_value_t> values)
+value_order_t order_of(const proving_t &proving)
 {
-    value_order_t order(values.size());
+    value_order_t order(proving.values.size());
     for (uint32_t i = 0; i < order.size(); ++i)
         order[i] = i;
     std::sort(order.begin(), order.end(),
-              [&](uint32_t a, uint32_t b) { return key_of(values[a]) < key_of(values[b]); });
+              [&](uint32_t a, uint32_t b) { return comes_before(proving, a, b); });
     return order;
 }
 
@@ -98,23 +117,25 @@ std::vector<prove_verdict_t> prove_values(std::span<const prove_value_t> values)
 {
     proving_t proving{values};
     proving.verdicts.resize(values.size());
-    const value_order_t order = order_of(values);
+    number_attributes(proving);
+    const value_order_t order = order_of(proving);
     size_t weight = 0;
     for (size_t i = 0; i < order.size(); ++i) {
-        const prove_value_t &value = values[order[i]];
-        if (i != 0 && key_of(value) == key_of(values[order[i - 1]]))
+        const uint32_t before = order[i == 0 ? 0 : i - 1];
+        if (i != 0 && are_alike(proving, order[i], before))
             continue;
-        if (weight >= PROVE_BATCH_MAX || (i != 0 && !same_attribute(value, values[order[i - 1]]))) {
+        if (weight >= PROVE_BATCH_MAX ||
+            proving.attributes[order[i]] != proving.attributes[before]) {
             finish_batch(proving);
             weight = 0;
         }
-        proving.cases.push_back(prove_case_make(value));
+        proving.cases.push_back(prove_case_make(values[order[i]]));
         proving.places.push_back(order[i]);
         weight += proving.cases.back().is_heavy ? HEAVY : 1;
     }
     finish_batch(proving);
     for (size_t i = 1; i < order.size(); ++i)
-        if (key_of(values[order[i]]) == key_of(values[order[i - 1]]))
+        if (are_alike(proving, order[i], order[i - 1]))
             proving.verdicts[order[i]] = proving.verdicts[order[i - 1]];
     return std::move(proving.verdicts);
 }
