@@ -44,6 +44,7 @@ TEST(prove_value, what_cannot_be_found_at_all_is_dead)
 {
     EXPECT_EQ(proved("uri_decoded", "[b-c]..*"), "dead bx");
     EXPECT_EQ(proved("uri_decoded", ",,"), "dead ,,");
+    EXPECT_EQ(proved("uri_decoded", "a[^\\x00\\x-\\xff\\x].*"), "dead ");
 }
 
 TEST(prove_value, what_the_compiler_refuses_is_not_judged)
@@ -61,6 +62,9 @@ TEST(prove_value, minimum_data_of_a_preempt_rule)
     EXPECT_EQ(told(prove_value({"tcp", "stream", "CHTR/1", 0, 6})), "whole");
     EXPECT_EQ(told(prove_value({"tcp", "stream", "CHTR/1", 0, 7})), "dead ");
     EXPECT_EQ(told(prove_value({"tcp", "stream", "ab[c-d].*", 0, 5})), "dead abcxx");
+    EXPECT_EQ(told(prove_value({"tcp", "stream", "abc?d?", 0, 5})), "dead ");
+    EXPECT_EQ(told(prove_value({"tcp", "stream", "ab.*", 0, 60000})), "whole");
+    EXPECT_EQ(told(prove_value({"tcp", "stream", "ab[c-d].*", 0, 60000})), "whole?");
 }
 
 TEST(prove_value, texts_at_an_offset)

@@ -4,8 +4,6 @@
 
 #include "matcher_pieces.h"
 #include "prove_bytes.h"
-#include "prove_sample.h"
-#include "prove_spell.h"
 
 namespace
 {
@@ -59,75 +57,6 @@ void make_offset_samples(prove_case_t &at)
         at.samples.push_back(at.samples.back() + filler);
     }
     at.comparison = {true, true, false, {}};
-}
-
-/// Tells whether the engines of an attribute can look for a form: those of streams do not look for
-/// the end of the data.
-bool is_taken(const prove_case_t &at, const prove_form_t &form)
-{
-    const bool looks_for_ends = (at.properties->proper_algo & PATTERN_ALGO_ST) != 0;
-    return looks_for_ends ||
-           std::none_of(form.pieces.begin(), form.pieces.end(),
-                        [](const prove_piece_t &piece) { return piece.place == PROVE_AT_END; });
-}
-
-/// A text of commas alone is registered for each part between them, and there is none.
-bool is_never_registered(std::string_view text)
-{
-    return text.find_first_not_of(',') == text.npos;
-}
-
-/// Tells whether a set is one byte, or one letter in both cases.
-bool is_one_byte(const prove_set_t &set)
-{
-    for (uint32_t c = 0; c < 256; ++c)
-        if (prove_set_has(set, c))
-            return set == prove_byte_set(static_cast<uint8_t>(c), false) ||
-                   set == prove_byte_set(static_cast<uint8_t>(c), true);
-    return false;
-}
-
-/// Tells whether an automaton takes one text alone, in either case: its positions are a row.
-bool is_literal(const prove_automaton_t &automaton)
-{
-    const size_t nr = automaton.sets.size();
-    if (automaton.first.size() != 1 || automaton.takes_nothing ||
-        std::count(automaton.is_last.begin(), automaton.is_last.end(), 1) != 1 ||
-        automaton.followers.size() + 1 != nr)
-        return false;
-    for (uint32_t i = 0; i + 1 < nr; ++i)
-        if (automaton.followers[i] != i + 1 || automaton.follow_begin[i] != i)
-            return false;
-    return std::all_of(automaton.sets.begin(), automaton.sets.end(), is_one_byte);
-}
-
-/// With `decides`, also holds the text against its form.
-void make_text(prove_case_t &at, bool decides)
-{
-    const prove_value_t &value = *at.value;
-    const bool icase = at.properties->icase != 0;
-    const std::string_view text = matcher_without_final_zero(value.text);
-    prove_automaton_t automaton;
-    prove_form_t form;
-    const prove_made_t made = prove_automaton_make(text, icase, automaton);
-    const prove_formed_t formed = prove_form_make(text, icase, form);
-    at.is_refused = made == PROVE_NO_EXPRESSION || formed == PROVE_NO_FORM || !is_taken(at, form);
-    if (at.is_refused || made != PROVE_MADE)
-        return;
-    at.is_heavy = form.checks_all;
-    at.is_literal = is_literal(automaton);
-    at.samples = prove_samples(automaton);
-    std::erase_if(at.samples,
-                  [&](const std::string &sample) { return sample.size() < value.min_size; });
-    if (!decides)
-        return;
-    if (is_never_registered(text))
-        at.comparison = {true, false, true, std::string(text)};
-    else if (formed == PROVE_FORMED && !at.samples.empty() && prove_spelled(text, form))
-        at.comparison = {true, true, false, {}};
-    else if (formed == PROVE_FORMED)
-        at.comparison = prove_compare(automaton, form, value.min_size,
-                                      PROVE_STEPS_BASE + PROVE_STEPS_PER_BYTE * text.size());
 }
 
 void make_numbers(prove_case_t &at)
@@ -212,7 +141,7 @@ prove_case_t make_case(const prove_value_t &value, bool decides)
     else if (value.offset != 0)
         make_offset_samples(at);
     else
-        make_text(at, decides);
+        prove_case_text(at, decides);
     at.is_found.assign(at.samples.size(), 0);
     return at;
 }

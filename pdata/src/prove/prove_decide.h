@@ -23,6 +23,7 @@ struct prove_case_t {
     bool is_refused = false;                           ///< by the compiler
     bool is_heavy = false;   ///< it is tried on all data, and so costs every sample of a batch time
     bool is_literal = false; ///< a text describes one text alone, in either case
+    bool is_empty = false;   ///< a text describes no data
     prove_comparison_t comparison;    ///< of a text
     std::vector<std::string> samples; ///< of a text
     std::vector<uint8_t> is_found;    ///< by sample
@@ -33,6 +34,10 @@ struct prove_case_t {
 /// Begins a case: decides what can be decided, and makes what is to be tried. std::bad_alloc
 /// passes.
 prove_case_t prove_case_make(const prove_value_t &value);
+
+/// Makes the samples of a text, and with `decides` holds it against its form. std::bad_alloc
+/// passes.
+void prove_case_text(prove_case_t &at, bool decides);
 
 /// Returns everything that is to be tried of a value, without deciding anything; none of one that
 /// the compiler refuses. std::bad_alloc passes.

@@ -53,7 +53,7 @@ constexpr size_t PROVE_RULE_SETS = 6;
 /// Work on each rule: rules and items that samples lead to, values that are tried on all data, and
 /// bytes, of which PROVE_BYTES_PER_WORK count one. A pdb in which every sample leads to most rules
 /// uses it up, and the rules behind stay unknown.
-constexpr uint64_t PROVE_RULE_WORK = 4096;
+constexpr uint64_t PROVE_RULE_WORK = 1024;
 constexpr uint64_t PROVE_BYTES_PER_WORK = 16;
 
 /// Proves rules of a loadable pdb. The verdicts are in their order. std::bad_alloc passes.
