@@ -12,7 +12,7 @@ namespace
 
 namespace fs = std::filesystem;
 
-std::string little(uint32_t number, size_t size)
+std::string little(uint64_t number, size_t size)
 {
     std::string bytes;
     for (size_t i = 0; i < size; ++i)
@@ -20,7 +20,7 @@ std::string little(uint32_t number, size_t size)
     return bytes;
 }
 
-std::string big(uint32_t number, size_t size)
+std::string big(uint64_t number, size_t size)
 {
     const std::string bytes = little(number, size);
     return {bytes.rbegin(), bytes.rend()};
