@@ -1,5 +1,7 @@
 #include "match_bench_peers.h"
 
+#include <unordered_set>
+
 #include "bench_run.h"
 #ifdef PDATA_BENCH_RE2
 #include <re2/re2.h>
@@ -20,6 +22,25 @@ std::string escaped(const std::string &text)
     for (const char c : text)
         out += c == '.' ? std::string("\\.") : std::string(1, c);
     return out;
+}
+
+struct text_hash_t {
+    using is_transparent = void;
+    size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
+};
+
+/// A hash table that is asked for every end of a value.
+std::unique_ptr<bench_peer_t> table_peer(const texts_t &suffixes)
+{
+    using table_t = std::unordered_set<std::string, text_hash_t, std::equal_to<>>;
+    return std::make_unique<bench_peer_t>(bench_peer_t{
+        "hash_table", [table = table_t(suffixes.begin(), suffixes.end())](const texts_t &values) {
+            size_t nr = 0;
+            for (const std::string &value : values)
+                for (size_t at = 0; at < value.size(); ++at)
+                    nr += table.contains(std::string_view(value).substr(at)) ? 1 : 0;
+            return nr;
+        }});
 }
 
 /// Takes the escapes of JSON away, and the end of a run of hexadecimal bytes.
@@ -141,6 +162,7 @@ std::unique_ptr<bench_peer_t> hs_peer(const std::string &name, const texts_t &te
 bench_peers_t bench_suffix_peers(const texts_t &suffixes)
 {
     bench_peers_t peers;
+    peers.push_back(table_peer(suffixes));
     texts_t expressions;
     for (const std::string &suffix : suffixes)
         expressions.push_back(escaped(suffix) + "$");

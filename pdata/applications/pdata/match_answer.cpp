@@ -32,10 +32,10 @@ match_item_t item_of(const loadable_t &loadable, pdata_item item,
     return made;
 }
 
-match_rule_t rule_of(const loadable_t &loadable, pdata_rule rule,
+fired_rule_t rule_of(const loadable_t &loadable, pdata_rule rule,
                      const std::map<pdata_item, pdata_finding> &findings)
 {
-    match_rule_t made;
+    fired_rule_t made;
     made.rule = rule;
     (void)pdata_db_rule(loadable.db.get(), rule, &made.info);
     for (const pdata_item item : loadable.rule_items[rule])
@@ -59,7 +59,7 @@ void collect_near(const loadable_t &loadable, pdata_flow *flow,
         return pdata_flow_near(flow, near, capacity);
     });
     for (const pdata_near &near : nearly) {
-        match_rule_t rule = rule_of(loadable, near.rule, findings);
+        fired_rule_t rule = rule_of(loadable, near.rule, findings);
         rule.missing_item = near.item;
         rule.missing_protocol = near.protocol;
         if (std::ranges::any_of(rule.items, &match_item_t::found))
@@ -91,7 +91,7 @@ match_answer_t match_collect(const loadable_t &loadable, flow_runner_t &runner, 
     return answer;
 }
 
-std::string_view match_protocol(const loadable_t &loadable, const match_rule_t &rule)
+std::string_view match_protocol(const loadable_t &loadable, const fired_rule_t &rule)
 {
     if (rule.info.nr_path != 0)
         return loadable_text(

@@ -15,7 +15,7 @@ struct match_item_t {
 };
 
 /// A rule that fires, or that nearly does.
-struct match_rule_t {
+struct fired_rule_t {
     pdata_rule rule = 0;
     pdata_rule_info info = {};
     std::vector<match_item_t> items;
@@ -26,8 +26,8 @@ struct match_rule_t {
 
 /// The answer to a flow.
 struct match_answer_t {
-    std::vector<match_rule_t> rules;  ///< those that fire, the best first
-    std::vector<match_rule_t> near;   ///< those that miss one thing, the best first
+    std::vector<fired_rule_t> rules;  ///< those that fire, the best first
+    std::vector<fired_rule_t> near;   ///< those that miss one thing, the best first
     std::vector<match_item_t> failed; ///< values whose pieces were met, and that do not count
 };
 
@@ -37,13 +37,13 @@ match_answer_t match_collect(const loadable_t &loadable, flow_runner_t &runner, 
 
 /// Returns the protocol that a rule classifies: the last of its path, or the author's protocol
 /// where the path is empty.
-std::string_view match_protocol(const loadable_t &loadable, const match_rule_t &rule);
+std::string_view match_protocol(const loadable_t &loadable, const fired_rule_t &rule);
 
 /// Names a rule: its path and, where that is known, its place in its protocol's description.
 std::string match_rule_name(const loadable_t &loadable, pdata_rule rule);
 
 /// Says in one line what a rule that nearly fires misses.
-std::string match_near_text(const loadable_t &loadable, const match_rule_t &rule);
+std::string match_near_text(const loadable_t &loadable, const fired_rule_t &rule);
 
 /// Says in one line which value was met, and why it does not count.
 std::string match_failed_text(const match_item_t &item);

@@ -15,7 +15,7 @@ std::string quoted(std::string_view text)
     return '"' + escape_terminal(text) + '"';
 }
 
-std::string path_text(const loadable_t &loadable, const match_rule_t &rule)
+std::string path_text(const loadable_t &loadable, const fired_rule_t &rule)
 {
     std::string text;
     for (uint32_t i = 0; i < rule.info.nr_path; ++i)
@@ -64,7 +64,7 @@ const char *reason_text(pdata_outcome outcome)
 }
 
 /// Names the rule in its protocol's description, where that is known.
-std::string rule_text(const match_rule_t &rule)
+std::string rule_text(const fired_rule_t &rule)
 {
     if (rule.items.empty() || rule.items.front().value == nullptr)
         return fmt::format("rule {}", rule.rule);
@@ -72,7 +72,7 @@ std::string rule_text(const match_rule_t &rule)
     return fmt::format("rule {} of {}", value.rule + 1, escape_terminal(value.protocol));
 }
 
-void print_rule(console_t &console, const loadable_t &loadable, const match_rule_t &rule)
+void print_rule(console_t &console, const loadable_t &loadable, const fired_rule_t &rule)
 {
     console_print(console, "  {}  {}, {}, priority {}\n",
                   colour_text(console.out_colour, COLOUR_NAME,
@@ -81,7 +81,7 @@ void print_rule(console_t &console, const loadable_t &loadable, const match_rule
 }
 
 /// Says what a rule that nearly fires misses.
-std::string missing_text(const loadable_t &loadable, const match_rule_t &rule)
+std::string missing_text(const loadable_t &loadable, const fired_rule_t &rule)
 {
     for (const match_item_t &item : rule.items)
         if (item.item == rule.missing_item)
@@ -90,7 +90,7 @@ std::string missing_text(const loadable_t &loadable, const match_rule_t &rule)
                                     loadable.db.get(), rule.missing_protocol)));
 }
 
-void print_near(console_t &console, const loadable_t &loadable, const match_rule_t &rule)
+void print_near(console_t &console, const loadable_t &loadable, const fired_rule_t &rule)
 {
     print_rule(console, loadable, rule);
     for (const match_item_t &item : rule.items)
@@ -132,7 +132,7 @@ json_document_t item_document(const match_item_t &item)
     return document;
 }
 
-json_document_t match_rule_document(const loadable_t &loadable, const match_rule_t &rule)
+json_document_t match_rule_document(const loadable_t &loadable, const fired_rule_t &rule)
 {
     json_document_t document = {{"protocol", json_text(match_protocol(loadable, rule))},
                                 {"rule", rule.rule},
@@ -151,7 +151,7 @@ json_document_t match_rule_document(const loadable_t &loadable, const match_rule
 
 std::string match_rule_name(const loadable_t &loadable, pdata_rule rule)
 {
-    match_rule_t named;
+    fired_rule_t named;
     named.rule = rule;
     (void)pdata_db_rule(loadable.db.get(), rule, &named.info);
     for (const pdata_item item : loadable.rule_items[rule])
@@ -159,7 +159,7 @@ std::string match_rule_name(const loadable_t &loadable, pdata_rule rule)
     return fmt::format("{}, {}", path_text(loadable, named), rule_text(named));
 }
 
-std::string match_near_text(const loadable_t &loadable, const match_rule_t &rule)
+std::string match_near_text(const loadable_t &loadable, const fired_rule_t &rule)
 {
     return fmt::format("{} {}", rule_text(rule), missing_text(loadable, rule));
 }
@@ -173,7 +173,7 @@ std::string match_failed_text(const match_item_t &item)
 std::string match_nearest(const loadable_t &loadable, const match_answer_t &answer,
                           const std::function<bool(std::string_view)> &wanted)
 {
-    for (const match_rule_t &rule : answer.near)
+    for (const fired_rule_t &rule : answer.near)
         if (wanted(match_protocol(loadable, rule)))
             return match_near_text(loadable, rule);
     for (const match_item_t &item : answer.failed)
@@ -187,7 +187,7 @@ void match_print(console_t &console, const loadable_t &loadable, const match_ans
     if (answer.rules.empty())
         console_print(console, "  no rule fires\n");
     for (size_t i = 0; i < answer.rules.size(); ++i) {
-        const match_rule_t &rule = answer.rules[i];
+        const fired_rule_t &rule = answer.rules[i];
         print_rule(console, loadable, rule);
         for (const match_item_t &item : rule.items)
             console_print(console, "      {} {}\n", value_text(item), place_text(item.finding));
@@ -197,7 +197,7 @@ void match_print(console_t &console, const loadable_t &loadable, const match_ans
     }
     if (!answer.near.empty())
         console_print(console, "  nearly:\n");
-    for (const match_rule_t &rule : answer.near)
+    for (const fired_rule_t &rule : answer.near)
         print_near(console, loadable, rule);
     for (const match_item_t &item : answer.failed)
         console_print(console, "  {}\n", match_failed_text(item));
@@ -216,7 +216,7 @@ void match_fill(json_document_t &document, const loadable_t &loadable, const mat
     if (!near)
         return;
     document["near"] = json_document_t::array();
-    for (const match_rule_t &rule : answer.near) {
+    for (const fired_rule_t &rule : answer.near) {
         json_document_t row = match_rule_document(loadable, rule);
         row["missing_item"] = rule.missing_item;
         if (rule.missing_protocol != 0)

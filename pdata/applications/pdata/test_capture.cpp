@@ -19,7 +19,7 @@ void take_flow(capture_case_t &run, const flow_record_t &record)
     (void)flow_runner_run(run.runner, values, refusal); // what is refused leads to nothing
     const match_answer_t answer = match_collect(run.loadable, run.runner, false);
     std::string best = "-";
-    for (const match_rule_t &rule : answer.rules) {
+    for (const fired_rule_t &rule : answer.rules) {
         std::string protocol(match_protocol(run.loadable, rule));
         run.fired.insert(rule.rule);
         if (std::ranges::find(run.flows.fired, protocol) == run.flows.fired.end())

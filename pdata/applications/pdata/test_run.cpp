@@ -13,7 +13,7 @@ void run_test_flow(test_runner_t &runner, const suite_case_t &one, test_outcome_
         return;
     }
     const match_answer_t answer = match_collect(runner.loadable, runner.flows, true);
-    for (const match_rule_t &rule : answer.rules) {
+    for (const fired_rule_t &rule : answer.rules) {
         runner.fired.insert(rule.rule);
         outcome.got.emplace_back(match_protocol(runner.loadable, rule));
     }
