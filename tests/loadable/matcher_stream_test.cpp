@@ -59,19 +59,23 @@ std::string piece_entry(uint32_t kind, uint32_t permutation, uint32_t position, 
 }
 
 // Numbers of pieces and permutations have 8 bits each.
-TEST(matcher_stream, the_numbers_of_257_pieces_start_again)
+TEST(matcher_stream, the_numbers_of_pieces_start_again_at_256)
 {
-    matcher_desc_t desc = stream_desc();
-    desc.max_prv_id = 1000;
-    matcher_run_t run(desc);
-    std::string value = "a";
-    std::string expected = piece_entry(MATCHER_MAP_PREFIX, 1, 1, 257);
-    for (uint32_t i = 2; i <= 257; ++i) {
-        value += ".*a";
-        expected += piece_entry(i < 257 ? MATCHER_MAP_REGULAR : MATCHER_MAP_SUFFIX, 1, i, 257);
+    for (const uint32_t pieces : {255U, 256U, 257U}) {
+        matcher_desc_t desc = stream_desc();
+        desc.max_prv_id = 1000;
+        matcher_run_t run(desc);
+        std::string value = "a";
+        std::string expected = piece_entry(MATCHER_MAP_PREFIX, 1, 1, pieces);
+        for (uint32_t i = 2; i <= pieces; ++i) {
+            value += ".*a";
+            const bool is_last = i == pieces;
+            expected +=
+                piece_entry(is_last ? MATCHER_MAP_SUFFIX : MATCHER_MAP_REGULAR, 1, i, pieces);
+        }
+        EXPECT_EQ(run.add(value), "0");
+        EXPECT_EQ(run.entries(), expected) << pieces;
     }
-    EXPECT_EQ(run.add(value), "0");
-    EXPECT_EQ(run.entries(), expected);
 }
 
 TEST(matcher_stream, the_permutation_256_is_numbered_0)

@@ -7,20 +7,24 @@
 namespace
 {
 
+/// Reads a rule file into a machine, whose labels point into the tree.
+int read_rules(json_text &json, semantic_t &semantic)
+{
+    EXPECT_EQ(json.parse(), 0);
+    visitor_semantic_t visitor;
+    visitor_semantic_init(&visitor, &semantic);
+    const int code = json_visit(json.json, &visitor.visitor);
+    visitor_semantic_cleanup(&visitor);
+    return code;
+}
+
 /// A rule file read into a machine, with the tree that its labels point into.
 struct rule_text {
     json_text json;
     semantic_t semantic;
     int ret;
 
-    explicit rule_text(std::string_view text) : json(text)
-    {
-        EXPECT_EQ(json.parse(), 0);
-        visitor_semantic_t visitor;
-        visitor_semantic_init(&visitor, &semantic);
-        ret = json_visit(json.json, &visitor.visitor);
-        visitor_semantic_cleanup(&visitor);
-    }
+    explicit rule_text(std::string_view text) : json(text) { ret = read_rules(json, semantic); }
 };
 
 TEST(semantic_reader, a_node_takes_what_its_keys_say)
@@ -50,6 +54,25 @@ TEST(semantic_reader, a_node_takes_what_its_keys_say)
     EXPECT_EQ(nodes[2].max, 6U);
     EXPECT_EQ(nodes[3].key, 0U);
     EXPECT_EQ(nodes[3].reset.size() + nodes[3].check.size() + nodes[3].nr_trans, 0U);
+}
+
+TEST(semantic_reader, a_machine_that_was_used_starts_empty)
+{
+    rule_text used(R"({"nodes": [{"key": 1, "reset": [2]}, {"key": 3, "check": 4}],
+                       "transitions": [{"from": 0, "to": 1, "trans": "["}]})");
+    semantic_t &semantic = used.semantic;
+    ASSERT_EQ(semantic.nr_node, 2U);
+    semantic.count.fill(7);
+    semantic.nr_history = 2;
+    semantic.rangeless.push_back(1);
+    json_text next(R"({"nodes": [{"key": 5}]})");
+    ASSERT_EQ(read_rules(next, semantic), 0);
+    ASSERT_EQ(semantic.nr_node, 1U);
+    EXPECT_EQ(semantic.nodes[0].key, 5U);
+    EXPECT_EQ(semantic.nodes[0].reset.size() + semantic.nodes[0].nr_trans, 0U);
+    EXPECT_EQ(semantic.count, semantic_t().count);
+    EXPECT_EQ(semantic.nr_history, 0U);
+    EXPECT_TRUE(semantic.rangeless.empty());
 }
 
 TEST(semantic_reader, a_list_may_be_one_number_or_come_twice)

@@ -256,6 +256,11 @@ TEST(semantic, a_target_before_the_source_goes_to_the_node_before)
         rule_file({node(), node(), node()}, {trans(0, 1, "["), R"({"to":2,"from":1,"trans":"]"})"});
     EXPECT_EQ(check("[]", rules), "Bad semantic.\nContext: [ ] \nUnexpected type ']'.\n"
                                   "Expected:\n\t+ type ']'.\n");
+    // The next transition of node 0 finds the target there.
+    const string next = rule_file({node(), node(), node(), node()},
+                                  {trans(0, 1, "["), R"({"to":2,"from":1,"trans":"]"})",
+                                   R"({"from":0,"trans":"{"})", trans(2, 3, "}")});
+    EXPECT_EQ(check("{}", next), "");
 }
 
 TEST(semantic, unknown_keys_of_a_rule_file_are_ignored)
