@@ -9,6 +9,8 @@
 #include <map>
 #include <vector>
 
+#include <malloc.h>
+
 namespace
 {
 
@@ -137,6 +139,9 @@ void bench_peak(const std::string &what, size_t peak, size_t allowed)
 
 int bench_main(int argc, char **argv, void (*report)())
 {
+    // As pdata_compiler does: what is freed is given back, so that runs of any size touch new
+    // pages.
+    mallopt(M_MMAP_THRESHOLD, 128 << 10);
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 1;

@@ -17,8 +17,6 @@
 #include "pattern_build.h"
 #include "random_words.h"
 
-#include <malloc.h>
-
 namespace
 {
 
@@ -367,9 +365,6 @@ void run_once(std::string_view name, uint32_t patterns)
 
 int main(int argc, char **argv)
 {
-    // As pdata_compiler does: what is freed is given back, so that runs of any size touch new
-    // pages.
-    mallopt(M_MMAP_THRESHOLD, 128 << 10);
     if (argc == 4 && argv[1] == std::string_view("--once")) {
         run_once(argv[2], static_cast<uint32_t>(std::strtoul(argv[3], nullptr, 10)));
         return 0;

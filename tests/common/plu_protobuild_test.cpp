@@ -44,9 +44,9 @@ TEST(plu_protobuild, a_first_copy_takes_everything)
     protocol.version = {1, 2, 3};
     protocol.implicit_bottom_layer = 4;
     protocol.tags = {{"category", "web"}, {"family", "x"}};
-    protocol.descs = {{"en", "text"}};
+    protocol.descs = {{"en", "text"}, {"fr", "texte"}};
     protocol.compat = {"c1", "c2"};
-    protocol.altnames = {"a1"};
+    protocol.altnames = {"a1", "a2"};
     record_run run;
     EXPECT_EQ(run.copy(protocol), "0");
     const protodesc_build_t &pb = run.pb;
@@ -59,9 +59,9 @@ TEST(plu_protobuild, a_first_copy_takes_everything)
     EXPECT_EQ(pb.pb_implicit_bottom_layer, 4U);
     EXPECT_EQ(pb.pb_version, (std::array<uint32_t, 3>{1, 2, 3}));
     EXPECT_EQ(pairs_of(pb.pb_tags), "category=web family=x ");
-    EXPECT_EQ(pairs_of(pb.pb_desc), "en=text ");
+    EXPECT_EQ(pairs_of(pb.pb_desc), "en=text fr=texte ");
     EXPECT_EQ(texts_of(pb.pb_compat.v_val, pb.pb_compat.v_nr), "c1 c2 ");
-    EXPECT_EQ(texts_of(pb.pb_altname.v_val, pb.pb_altname.v_nr), "a1 ");
+    EXPECT_EQ(texts_of(pb.pb_altname.v_val, pb.pb_altname.v_nr), "a1 a2 ");
     EXPECT_EQ(pb.pb_nr_sub_rule, 0U);
     EXPECT_EQ(run.nr_rules, 0U);
 }
