@@ -14,16 +14,6 @@ colour_t colour_of(finding_level_t level)
     return level == FINDING_LEVEL_WARNING ? COLOUR_WARNING : COLOUR_NOTE;
 }
 
-void count(check_count_t &counts, finding_level_t level)
-{
-    if (level == FINDING_LEVEL_ERROR)
-        ++counts.errors;
-    else if (level == FINDING_LEVEL_WARNING)
-        ++counts.warnings;
-    else
-        ++counts.notes;
-}
-
 /// One finding while it is printed.
 struct check_line_t {
     console_t &console;
@@ -83,18 +73,25 @@ void print_counts(console_t &console, const check_count_t &counts)
 
 } // namespace
 
-check_count_t check_print(console_t &console, const lint_result_t &result,
-                          const finding_policy_t &policy)
+void check_count(check_count_t &counts, finding_level_t level)
 {
+    if (level == FINDING_LEVEL_ERROR)
+        ++counts.errors;
+    else if (level == FINDING_LEVEL_WARNING)
+        ++counts.warnings;
+    else
+        ++counts.notes;
+}
+
+check_count_t check_print(console_t &console, const check_shown_t &shown)
+{
+    const lint_result_t &result = shown.result;
     const lint_places_t places = lint_places(result.model.files, result.findings);
-    check_count_t counts;
-    for (const finding_t &finding : result.findings) {
-        const finding_level_t level = policy.levels[finding.id];
-        if (level == FINDING_LEVEL_OFF)
-            continue;
-        count(counts, level);
-        print_finding({console, result, places}, finding, level);
-    }
+    const check_count_t counts = check_each(shown, [&](size_t i, finding_level_t level) {
+        print_finding({console, result, places}, result.findings[i], level);
+    });
+    for (const std::string &stale : shown.stale)
+        console_error(console, "the baseline has what is not found any more: {}", stale);
     print_counts(console, counts);
     return counts;
 }

@@ -113,7 +113,8 @@ exit_status_t check(build_run_t &run)
     }
     console_t shown = messages_of(run.console);
     const lint_result_t result = lint_check(std::move(files), config, {});
-    const check_count_t count = check_print(shown, result, finding_policy());
+    const finding_policy_t policy = finding_policy();
+    const check_count_t count = check_print(shown, {result, policy});
     run.document["check"] = {{"errors", count.errors}, {"warnings", count.warnings}};
     return count.errors == 0 ? EXIT_STATUS_FINE : EXIT_STATUS_FINDINGS;
 }

@@ -11,6 +11,7 @@ constexpr const char *operators = "For operators who ship pdbs";
 
 constexpr output_format_t text_json[] = {OUTPUT_TEXT, OUTPUT_JSON};
 constexpr output_format_t test_formats[] = {OUTPUT_TEXT, OUTPUT_JSON, OUTPUT_TAP, OUTPUT_JUNIT};
+constexpr output_format_t check_formats[] = {OUTPUT_TEXT, OUTPUT_JSON, OUTPUT_SARIF};
 constexpr output_format_t text_only[] = {OUTPUT_TEXT};
 
 } // namespace
@@ -18,7 +19,7 @@ constexpr output_format_t text_only[] = {OUTPUT_TEXT};
 std::span<const command_t> command_table()
 {
     static constexpr command_t table[] = {
-        {"check", authors, "Every fault of a description at once, where it stands", text_only,
+        {"check", authors, "Every fault of a description at once, where it stands", check_formats,
          "  pdata check protocols.pdd --cfg cfg", check_declare},
         {"build", authors, "Descriptions to a pdb in one step: compiled, verified, tested, written",
          text_json, "  pdata build protocols.pdd -o loadable.pdb --loadable --tests traffic.tsv",

@@ -101,7 +101,6 @@ void take_protocol(lint_run_t &run, uint32_t file, const description_text_t &tok
 {
     std::vector<finding_t> &findings = run.result.findings;
     const size_t first = findings.size();
-    const bool base = run.result.model.files[file].base;
     lint_shape_check(*run.config.shape.semantic, tokens, file, findings);
     lint_build_protocol(tokens, file, run.result.model, findings);
     lint_protocol_t &protocol = run.result.model.protocols.back();
@@ -109,9 +108,19 @@ void take_protocol(lint_run_t &run, uint32_t file, const description_text_t &tok
         name_owner(protocol, finding);
     judge_protocol(run, protocol);
     protocol.faultless = !any_error(findings, first);
-    if (base)
-        findings.resize(first);
     string_list_clean();
+}
+
+/// Says nothing of the texts that stand for pdbs: they are nobody's to mend, and have no lines.
+void leave_bases_out(const lint_model_t &model, std::vector<finding_t> &findings)
+{
+    std::erase_if(findings,
+                  [&](const finding_t &finding) { return model.files[finding.place.file].base; });
+    for (finding_t &finding : findings)
+        if (finding.related && model.files[finding.related->place.file].base) {
+            finding.message += " (in " + model.files[finding.related->place.file].name + ")";
+            finding.related.reset();
+        }
 }
 
 void sort_findings(std::vector<finding_t> &findings)
@@ -147,6 +156,7 @@ lint_result_t lint_check(std::vector<lint_file_t> files, lint_config_t &config,
     }
     lint_look_whole(result.model, config, result.findings);
     lint_prove({result.model, config, result.findings});
+    leave_bases_out(result.model, result.findings);
     sort_findings(result.findings);
     return result;
 }

@@ -30,14 +30,10 @@ finding_place_t name_place(const lint_protocol_t &protocol)
     return protocol.name ? protocol.name->place : protocol.place;
 }
 
-/// Says of a finding where the other one stands, if that is a text that is shown.
-void relate(const lint_look_t &look, finding_t &finding, const first_t &first)
+/// Says of a finding where the other one stands.
+void relate(finding_t &finding, const first_t &first)
 {
-    const lint_file_t &file = look.model.files[first.place.file];
-    if (file.base)
-        finding.message += ": the other one is that of " + file.name;
-    else
-        finding.related = {first.place, "the other one stands here"};
+    finding.related = {first.place, "the other one stands here"};
 }
 
 void look_names(const lint_look_t &look, whole_t &whole)
@@ -51,8 +47,7 @@ void look_names(const lint_look_t &look, whole_t &whole)
     const bool merged = !is_new && other->second.place.file != here.place.file &&
                         other->second.protocol->id == protocol.id;
     if (!is_new && !merged)
-        relate(look,
-               lint_report(look, FINDING_DUPLICATE_NAME,
+        relate(lint_report(look, FINDING_DUPLICATE_NAME,
                            "two protocols are named " + lint_quoted(protocol.name->raw),
                            "write all rules into one of them, or give it another name"),
                other->second);
@@ -61,8 +56,7 @@ void look_names(const lint_look_t &look, whole_t &whole)
     const auto [same, is_first] = whole.ids.try_emplace(protocol.id, here);
     if (is_first || same->second.protocol->name->decoded == protocol.name->decoded)
         return;
-    relate(look,
-           lint_report_at(look, protocol.id_written ? protocol.id_written->place : here.place,
+    relate(lint_report_at(look, protocol.id_written ? protocol.id_written->place : here.place,
                           FINDING_DUPLICATE_ID,
                           "two protocols have the id " + std::to_string(protocol.id),
                           "write an \"id\" of its own"),
@@ -117,8 +111,7 @@ void look_rule(const lint_look_t &look, whole_t &whole)
                      other->second.protocol->name->decoded == look.protocol->name->decoded;
     if (own && other->second.place.file != here.place.file)
         return; // a merge takes the later one
-    relate(look,
-           lint_report(look, FINDING_DUPLICATE_RULE,
+    relate(lint_report(look, FINDING_DUPLICATE_RULE,
                        own ? std::string("another rule of the protocol asks for the same")
                            : "a rule of " + lint_quoted(other->second.protocol->name->raw) +
                                  " asks for the same",
@@ -219,13 +212,12 @@ void lint_look_whole(const lint_model_t &model, const lint_config_t &config,
         for (const lint_text_t &altname : protocol.altnames)
             whole.known.insert(altname.decoded);
     }
-    std::vector<finding_t> unseen; // what is wrong with a base is not said
     for (const bool base : {true, false})
         for (const lint_protocol_t &protocol : model.protocols) {
             if (model.files[protocol.place.file].base != base || !protocol.faultless ||
                 !protocol.name)
                 continue;
-            const lint_look_t look = {model, config, base ? unseen : findings, &protocol};
+            const lint_look_t look = {model, config, findings, &protocol};
             look_names(look, whole);
             look_rules_full(look);
             lint_each_rule(look, [&](const lint_look_t &rule) {
@@ -234,6 +226,5 @@ void lint_look_whole(const lint_model_t &model, const lint_config_t &config,
                 lint_each_attribute(
                     rule, [&](const lint_look_t &attribute) { count_entries(attribute, entries); });
             });
-            unseen.clear();
         }
 }
