@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <memory>
+#include <new>
 #include <utility>
 
 #include "check_print.h"
@@ -79,6 +80,8 @@ console_t messages_of(const console_t &console)
 exit_status_t refuse_build(build_run_t &run, const std::string &file, const char *step,
                            pdata_status_t status)
 {
+    if (status == PDATA_ERR_NO_MEMORY) // what else it stands for, a damaged table, is found before
+        throw std::bad_alloc();
     const std::string_view message = pdata_status_msg_get();
     console_error(run.console, "{}: cannot {}: ({}:{})", file, step, static_cast<uint32_t>(status),
                   pdata_status_code2str(status));
