@@ -7,6 +7,7 @@
 #include "commands.h"
 #include "depfile.h"
 #include "escape.h"
+#include "json_error.h"
 #include "open_cfg.h"
 #include "output_file.h"
 #include "pdata_build.h"
@@ -80,9 +81,10 @@ console_t messages_of(const console_t &console)
 exit_status_t refuse_build(build_run_t &run, const std::string &file, const char *step,
                            pdata_status_t status)
 {
-    if (status == PDATA_ERR_NO_MEMORY) // what else it stands for, a damaged table, is found before
-        throw std::bad_alloc();
     const std::string_view message = pdata_status_msg_get();
+    // A damaged table, which has the status of no memory as well, is found before.
+    if (status == PDATA_ERR_NO_MEMORY || pragmar_err_is_memory(message))
+        throw std::bad_alloc();
     console_error(run.console, "{}: cannot {}: ({}:{})", file, step, static_cast<uint32_t>(status),
                   pdata_status_code2str(status));
     std::string shown(message);
