@@ -14,7 +14,7 @@
 #include <vector>
 
 /// Bytes of pieces that a form may have, beyond PROVE_PIECES_PER_BYTE for every byte of its value.
-constexpr size_t PROVE_PIECES_BASE = 4096;
+constexpr size_t PROVE_PIECES_BASE = 16384;
 constexpr size_t PROVE_PIECES_PER_BYTE = 64;
 
 /// Where a piece must stand.
