@@ -72,6 +72,7 @@ TEST(prove_value, texts_at_an_offset)
     EXPECT_EQ(told(prove_value({"tcp", "stream", "\\x21\\x12\\xa4B", 4})), "whole");
     EXPECT_EQ(told(prove_value({"udp", "stream", ".*", 40})), "whole");
     EXPECT_EQ(told(prove_value({"udp", "stream", "a\\x4", 40})), "refused");
+    EXPECT_EQ(told(prove_value({"http", "server", "a", 40})), "refused");
 }
 
 TEST(prove_value, what_is_too_large_is_not_decided)

@@ -66,6 +66,9 @@ void make_numbers(prove_case_t &at)
                                        at.properties->proper_type, ranges);
     for (const prove_range_t &part : prove_ranges_cut(ranges))
         at.parts.push_back({part, false});
+    at.is_plain = ranges.size() == 1 && ranges[0].from == ranges[0].to;
+    if (at.is_plain)
+        at.parts[0].is_found = true;
 }
 
 prove_verdict_t close_numbers(const prove_case_t &at)
@@ -134,7 +137,8 @@ prove_case_t make_case(const prove_value_t &value, bool decides)
     prove_case_t at;
     at.value = &value;
     at.properties = pdb_get_attr_properties(csa_str(value.protocol), csa_str(value.attribute));
-    if (at.properties == nullptr || value.text.empty())
+    if (at.properties == nullptr || value.text.empty() ||
+        (value.offset != 0 && value.attribute != "stream")) // no other attribute has offsets
         at.is_refused = true;
     else if (!is_text(at))
         make_numbers(at);

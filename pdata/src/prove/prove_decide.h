@@ -29,6 +29,7 @@ struct prove_case_t {
     std::vector<uint8_t> is_found;    ///< by sample
     bool lost_is_found = false;       ///< what the comparison says is lost
     std::vector<prove_part_t> parts;  ///< of numbers
+    bool is_plain = false;            ///< one number, of which nothing can be lost: it is not tried
 };
 
 /// Begins a case: decides what can be decided, and makes what is to be tried. std::bad_alloc

@@ -32,13 +32,18 @@ bool comes_before(const proving_t &proving, uint32_t a, uint32_t b)
         return proving.attributes[a] < proving.attributes[b];
     const prove_value_t &one = proving.values[a];
     const prove_value_t &other = proving.values[b];
+    if (one.text.size() != other.text.size()) // which tells most values apart
+        return one.text.size() < other.text.size();
     return std::tie(one.text, one.offset, one.min_size) <
            std::tie(other.text, other.offset, other.min_size);
 }
 
 bool are_alike(const proving_t &proving, uint32_t a, uint32_t b)
 {
-    return !comes_before(proving, a, b) && !comes_before(proving, b, a);
+    const prove_value_t &one = proving.values[a];
+    const prove_value_t &other = proving.values[b];
+    return proving.attributes[a] == proving.attributes[b] && one.text == other.text &&
+           one.offset == other.offset && one.min_size == other.min_size;
 }
 
 /// Numbers the attributes of the values.
@@ -92,7 +97,7 @@ void finish_batch(proving_t &proving)
 {
     std::vector<prove_case_t *> open;
     for (prove_case_t &at : proving.cases)
-        if (!at.is_refused)
+        if (!at.is_refused && !at.is_plain)
             open.push_back(&at);
     try_cases(open);
     for (size_t i = 0; i < proving.cases.size(); ++i)

@@ -3,7 +3,8 @@
 /// A text is decided where it can be: its automaton is held against its compiled form
 /// (prove_product.h). Samples of it are made (prove_sample.h) and run through the compiled matcher
 /// by libpdata, which is the last word. A number or an address is decided by the ends and the
-/// middle of every range, and of every part of it that others cut out.
+/// middle of every range, and of every part of it that others cut out; one number alone is not
+/// tried, as nothing of it can be lost.
 ///
 /// Values are compiled in batches, those of an attribute together, by the compiler's own flow in
 /// this process. Time and memory are linear in the bytes of the values, whatever they say.
