@@ -49,6 +49,9 @@ std::span<const command_t> command_table()
          text_only, "  pdata decompile loadable.pdb -o protocols.pdd", decompile_declare},
         {"diff", operators, "What two pdbs say differently: protocols, rules, values", text_json,
          "  pdata diff --stat released.pdb new.pdb", diff_declare},
+        {"report", operators,
+         "One page about a pdb: what needs action, what is in it, how full it is", text_only,
+         "  pdata report loadable.pdb -o report.html --tests traffic.tsv", report_declare},
     };
     return table;
 }

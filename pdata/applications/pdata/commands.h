@@ -17,3 +17,4 @@ command_run_t decompile_declare(CLI::App &app);
 command_run_t diff_declare(CLI::App &app);
 command_run_t build_declare(CLI::App &app);
 command_run_t schema_declare(CLI::App &app);
+command_run_t report_declare(CLI::App &app);

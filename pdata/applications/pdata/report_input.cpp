@@ -1,0 +1,92 @@
+#include "report_input.h"
+
+#include <new>
+
+#include "open_file.h"
+#include "pdb_verify.h"
+#include "test_run.h"
+
+namespace
+{
+
+void take_fault(void *context, const view_error_t &fault)
+{
+    report_input_t &input = *static_cast<report_input_t *>(context);
+    if (fault.fault == VIEW_MEMORY)
+        throw std::bad_alloc(); // it says nothing about the file
+    input.shown.actions.push_back(
+        {fault.grade == VIEW_UNSAFE ? REPORT_BAD : REPORT_WARNING,
+         fault.grade == VIEW_UNSAFE ? "unsafe" : "unsound",
+         fmt::format("byte {}: {}: {}", fault.offset, view_fault_name(fault.fault), fault.text)});
+}
+
+bool read_model(console_t &console, report_input_t &input)
+{
+    pdb_view_t pdb;
+    view_error_t error;
+    if (pdb_view_open(input_file_bytes(input.file), pdb, error) &&
+        description_model_read(pdb, input.model, error) &&
+        view_inventory_take(input_file_bytes(input.file), input.inventory, error))
+        return true;
+    print_fault(console, input.file.name, error);
+    return false;
+}
+
+/// Runs a suite, and adds the cases that fail.
+void run_suite(test_runner_t &runner, const suite_t &suite, const std::string &path,
+               report_input_t &input, console_t &console)
+{
+    for (const suite_case_t &one : suite.cases) {
+        const test_done_t done = test_case_run(runner, suite, one, path, console);
+        if (!done.outcome.passed)
+            input.shown.actions.push_back({REPORT_BAD, "test failed", one.name});
+    }
+}
+
+void take_missed_rules(const test_runner_t &runner, report_input_t &input)
+{
+    pdata_db_info info = {};
+    pdata_db_describe(runner.loadable.db.get(), &info);
+    for (pdata_rule rule = 1; rule <= info.nr_rule; ++rule)
+        if (!runner.fired.contains(rule))
+            input.shown.actions.push_back(
+                {REPORT_NOTE, "no test fires", match_rule_name(runner.loadable, rule)});
+}
+
+} // namespace
+
+bool report_input_open(console_t &console, const std::string &path, report_input_t &input)
+{
+    if (!open_file(console, path, input.file))
+        return false;
+    const pdb_verdict_t verdict = pdb_verify(input_file_bytes(input.file), {take_fault, &input});
+    if (verdict.nr_unsafe != 0) {
+        console_error(console, "{}: is unsafe to read: {}", input.file.name,
+                      input.shown.actions.front().text);
+        return false;
+    }
+    if (!read_model(console, input))
+        return false;
+    input.shown.name = input.file.name;
+    input.shown.size = input_file_bytes(input.file).size();
+    input.shown.inventory = &input.inventory;
+    input.shown.model = &input.model;
+    return true;
+}
+
+exit_status_t report_input_test(console_t &console, const std::string &path,
+                                const std::vector<std::string> &suites, report_input_t &input)
+{
+    test_runner_t runner;
+    if (!loadable_open(console, path, runner.loadable))
+        return EXIT_STATUS_FILE;
+    test_runner_start(runner);
+    for (const std::string &file : suites) {
+        suite_t suite;
+        if (!test_suite_open(console, file, suite))
+            return EXIT_STATUS_FILE;
+        run_suite(runner, suite, file, input, console);
+    }
+    take_missed_rules(runner, input);
+    return EXIT_STATUS_FINE;
+}

@@ -1,0 +1,55 @@
+/// One page of HTML about a pdb, or about two and what is different between them.
+///
+/// The page needs nothing else: no network, no script but for its search box. What needs action
+/// stands first, then totals, protocols with their rules and values, matchers by size, limits, and
+/// the difference. Everything that comes from a file is escaped; a name that would be HTML is a
+/// name.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "pdb_difference.h"
+#include "view_inventory.h"
+
+/// How bad a finding is.
+enum report_grade_t { REPORT_BAD, REPORT_WARNING, REPORT_NOTE };
+
+/// Something that needs action.
+struct report_action_t {
+    report_grade_t grade = REPORT_NOTE;
+    std::string what; ///< in a few words
+    std::string text; ///< where, and what to do
+};
+
+/// How full a limit of the format is.
+struct report_limit_t {
+    std::string subject; ///< the matcher, map or pool
+    std::string name;    ///< what is counted
+    uint64_t used = 0;
+    uint64_t limit = 0;
+};
+
+/// A pdb. What it points to must outlive the report.
+struct report_file_t {
+    std::string name;
+    size_t size = 0; ///< bytes
+    const view_inventory_t *inventory = nullptr;
+    const description_model_t *model = nullptr; ///< null where the descriptions do not read
+    std::vector<report_action_t> actions;
+    std::vector<report_limit_t> limits; ///< the fullest first
+};
+
+/// What a page is made from.
+struct report_t {
+    std::vector<report_file_t> files;             ///< one, or two: before and after
+    const pdb_difference_t *difference = nullptr; ///< of two
+};
+
+/// Most bytes of a page, nearly: rules and values that would go beyond are left out, and the page
+/// says so.
+constexpr size_t REPORT_PAGE_MAX = 9 << 20;
+
+/// Returns the page. Throws std::bad_alloc.
+std::string report_page(const report_t &report);
