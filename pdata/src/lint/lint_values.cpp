@@ -75,7 +75,17 @@ pdata_status_t register_text(matcher_build &matcher, const lint_look_t &look, ui
     return matcher_register(&matcher, data, &item, false, info, nullptr);
 }
 
-/// Hands a text to its matcher; one that a full matcher refuses gets a fresh one.
+/// Judges a text in a matcher of its own, to the end: a piece that is too long for an automaton is
+/// refused when it is finished.
+pdata_status_t judge_alone(const lint_look_t &look, uint32_t mindata)
+{
+    matcher_build matcher;
+    begin_matcher(*look.attribute->matched, matcher);
+    const pdata_status_t status = register_text(matcher, look, mindata);
+    return status == PDATA_SUCCESS ? matcher_finalize(&matcher) : status;
+}
+
+/// Hands a text to its matcher; one that a full matcher refuses, or that is long, gets one alone.
 pdata_status_t judge_text(lint_matchers_t &matchers, const lint_look_t &look, uint32_t mindata,
                           uint32_t &entries)
 {
@@ -85,10 +95,10 @@ pdata_status_t judge_text(lint_matchers_t &matchers, const lint_look_t &look, ui
     pdata_status_msg_set("");
     const pdata_status_t status = register_text(matcher, look, mindata);
     entries = static_cast<uint32_t>(matcher.map.size() - before);
-    if (status != PDATA_ERR_OVERFLOW)
-        return status;
-    begin_matcher(properties, matcher);
-    return register_text(matcher, look, mindata);
+    const bool long_text = look.value->decoded.size() > AC_DEPTH_MAX;
+    if (status == PDATA_ERR_OVERFLOW || (status == PDATA_SUCCESS && long_text))
+        return judge_alone(look, mindata);
+    return status;
 }
 
 void report_mindata(const lint_look_t &look, csa_attr_way_t way)
