@@ -73,6 +73,22 @@ TEST(matcher_budget, a_text_may_be_used_over_and_over)
     EXPECT_EQ(compile(model_of_uses(1000)).outcome, "0");
 }
 
+// Of the 32 permutations of a value, those of one value at a time are in memory.
+TEST(matcher_budget, a_thousand_values_of_many_permutations_are_taken)
+{
+    const std::string value = "(a|b)(a|b)(a|b)(a|b)(a|b)" + std::string(900, 'x');
+    const rule_model rule = simple_rule("http", {stream_attr("uri_decoded", {value})});
+    const pdb_model model = {{protocol_of(1, "web", std::vector<rule_model>(1000, rule))}, {}};
+    EXPECT_EQ(compile(model).outcome, "0");
+}
+
+TEST(matcher_budget, a_value_of_many_nested_groups_is_taken)
+{
+    const std::string value = std::string(26000, '(') + "a" + std::string(26000, ')');
+    const rule_model rule = simple_rule("http", {stream_attr("uri_decoded", {value})});
+    EXPECT_EQ(compile({{protocol_of(1, "web", {rule})}, {}}).outcome, "0");
+}
+
 // A value is a word of the file, and all values are filed under the long name.
 TEST(matcher_budget, long_names_are_refused_before_they_are_filed)
 {
