@@ -44,6 +44,7 @@ TEST(prove_value, what_cannot_be_found_at_all_is_dead)
 {
     EXPECT_EQ(proved("uri_decoded", "[b-c]..*"), "dead bx");
     EXPECT_EQ(proved("uri_decoded", ",,"), "dead ,,");
+    EXPECT_EQ(proved("uri_decoded", std::string_view(",,\0", 3)), "whole");
     EXPECT_EQ(proved("uri_decoded", "a[^\\x00\\x-\\xff\\x].*"), "dead ");
 }
 

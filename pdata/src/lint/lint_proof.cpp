@@ -44,6 +44,8 @@ gathered_t gather_all(const lint_look_t &look)
 {
     gathered_t gathered;
     for (const lint_protocol_t &protocol : look.model.protocols) {
+        if (look.model.files[protocol.place.file].base)
+            continue;
         lint_look_t at = look;
         at.protocol = &protocol;
         lint_each_rule(at, [&](const lint_look_t &rule) {

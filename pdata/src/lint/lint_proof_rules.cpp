@@ -16,6 +16,7 @@ namespace
 struct gathered_rules_t {
     std::vector<prove_rule_t> rules;
     std::vector<lint_look_t> places;
+    std::vector<lint_look_t> stored; ///< all rules as they are stored, those of bases as well
     /// By protocol: the index of its first rule; the others follow as they are stored.
     std::unordered_map<std::string_view, size_t> first;
 };
@@ -78,6 +79,9 @@ prove_rule_t rule_of(const lint_look_t &rule, const lint_proved_t &proved)
 void add_rule(gathered_rules_t &gathered, const lint_look_t &rule, const lint_proved_t &proved,
               uint32_t index)
 {
+    gathered.stored.push_back(rule);
+    if (rule.model.files[rule.protocol->place.file].base)
+        return;
     gathered.rules.push_back(rule_of(rule, proved));
     gathered.rules.back().index = index;
     gathered.places.push_back(rule);
@@ -88,7 +92,7 @@ void gather_protocol(gathered_rules_t &gathered, const lint_look_t &protocol,
                      const lint_proved_t &proved)
 {
     uint32_t index = 0;
-    gathered.first.emplace(protocol.protocol->name->decoded, gathered.rules.size());
+    gathered.first.emplace(protocol.protocol->name->decoded, gathered.stored.size());
     lint_each_rule(protocol,
                    [&](const lint_look_t &rule) { add_rule(gathered, rule, proved, index++); });
     lint_each_rule(protocol, [&](const lint_look_t &rule) {
@@ -161,7 +165,7 @@ const lint_look_t *winner_of(const gathered_rules_t &gathered, const prove_rule_
     if (verdict.outcome != PROVE_RULE_SHADOWED || first == gathered.first.end())
         return nullptr;
     const size_t index = first->second + verdict.winner_index;
-    return index < gathered.places.size() ? &gathered.places[index] : nullptr;
+    return index < gathered.stored.size() ? &gathered.stored[index] : nullptr;
 }
 
 /// Reports each rule once, however often it is stored.

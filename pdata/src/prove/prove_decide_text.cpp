@@ -79,7 +79,7 @@ void decide(prove_case_t &at, std::string_view text, const prove_automaton_t &au
 {
     const uint32_t min_size = at.value->min_size;
     const size_t size = longest(automaton);
-    if (is_never_registered(text))
+    if (is_never_registered(at.value->text))
         at.comparison = {true, false, true, std::string(text)};
     else if (size < min_size)
         at.comparison = {true, false, false, {}};
