@@ -152,7 +152,7 @@ def tests_and_damage(folder):
     read = Page(report(folder, pdb, "--tests", folder / "t.tsv", status=1))
     visible = " ".join(read.text)
     expect(re.search(r"test failed\s+wrong", visible), "the failed test is not named")
-    expect(re.search(r"no test fires\s+/two", visible), "the rule without a test is not named")
+    expect(re.search(r"rule without a test\s+/two", visible), "the rule without a test is not named")
     damaged = folder / "damaged.pdb"
     damaged.write_bytes(pdb.read_bytes()[:-8])
     (folder / "report.html").unlink()

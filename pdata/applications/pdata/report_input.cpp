@@ -50,7 +50,7 @@ void take_missed_rules(const test_runner_t &runner, report_input_t &input)
     for (pdata_rule rule = 1; rule <= info.nr_rule; ++rule)
         if (!runner.fired.contains(rule))
             input.shown.actions.push_back(
-                {REPORT_NOTE, "no test fires", match_rule_name(runner.loadable, rule)});
+                {REPORT_NOTE, "rule without a test", match_rule_name(runner.loadable, rule)});
 }
 
 } // namespace
