@@ -58,12 +58,26 @@ void put_hex(std::string &out, uint8_t byte)
     out += digits[byte & 15];
 }
 
+/// Returns how many bytes at the front are printable ASCII and no backslash.
+size_t plain_run(std::string_view text)
+{
+    size_t run = 0;
+    while (run < text.size() && text[run] >= ' ' && text[run] <= '~' && text[run] != '\\')
+        ++run;
+    return run;
+}
+
 /// Escapes what no terminal should see; a backslash becomes `backslash`.
 std::string escape(std::string_view text, std::string_view backslash)
 {
     std::string out;
     out.reserve(text.size());
-    while (!text.empty()) {
+    for (;;) {
+        const size_t run = plain_run(text);
+        out += text.substr(0, run);
+        text.remove_prefix(run);
+        if (text.empty())
+            return out;
         const size_t length = utf8_length(text);
         const size_t taken = length == 0 ? 1 : length;
         if (text.front() == '\\')
@@ -77,7 +91,6 @@ std::string escape(std::string_view text, std::string_view backslash)
             }
         text.remove_prefix(taken);
     }
-    return out;
 }
 
 } // namespace

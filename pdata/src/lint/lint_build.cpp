@@ -18,6 +18,7 @@ struct lint_build_t {
     std::vector<finding_t> &findings;
     lint_protocol_t &protocol;
     lint_attribute_t *attribute = nullptr; ///< the "stream_offset" at hand
+    size_t nr_value = 0;                   ///< values of the sub-rule at hand
 };
 
 /// A member of an object: the tokens of its key and of its value.
@@ -213,19 +214,15 @@ lint_rule_t &rule_of(lint_build_t &build)
     return build.protocol.rules.back();
 }
 
-size_t values_in(const lint_sub_rule_t &sub_rule)
-{
-    size_t nr = 0;
-    for (const lint_attribute_t &attribute : sub_rule.attributes)
-        nr += attribute.values.size();
-    return nr;
-}
-
+/// Takes a sub-rule, and the first one too many; further ones are not looked into.
 void take_sub_rule(lint_build_t &build, size_t object)
 {
     auto &sub_rules = rule_of(build).sub_rules;
+    if (sub_rules.size() > PROTOCOL_SUB_RULE_DIM)
+        return;
     if (sub_rules.size() == PROTOCOL_SUB_RULE_DIM)
         report_many(build, object, "sub-rules", PROTOCOL_SUB_RULE_DIM);
+    build.nr_value = 0;
     sub_rules.emplace_back().place = place_of(build, object, token_of(build, object).mate);
     take_members(build, object, LINT_SUB_RULE);
 }
@@ -244,30 +241,39 @@ lint_attribute_t &add_attribute(lint_build_t &build, const lint_member_t &member
     return attribute;
 }
 
-/// Counts the values of a sub-rule; one at an offset must leave room for another one.
-void count_values(lint_build_t &build, size_t token, bool offset)
+/// Values of a sub-rule that are looked into; so many more than there may be say nothing new.
+constexpr size_t VALUES_MAX = 4 * PROTOCOL_ATTR_DIM;
+
+/// Counts a value of a sub-rule; one at an offset must leave room for another one.
+void count_value(lint_build_t &build, size_t token, bool offset)
 {
     const size_t most = PROTOCOL_ATTR_DIM - (offset ? 1 : 0);
-    if (values_in(sub_rule_of(build)) == most + 1)
+    if (++build.nr_value == most + 1)
         report_many(build, token, "values in a sub-rule", most);
 }
 
 void take_attribute(lint_build_t &build, const lint_member_t &member)
 {
     const std::vector<size_t> values = values_of(build, member);
+    if (build.nr_value >= VALUES_MAX)
+        return;
     add_attribute(build, member);
     for (const size_t token : values) {
+        if (build.nr_value >= VALUES_MAX)
+            return;
         sub_rule_of(build).attributes.back().values.push_back(text_of(build, token));
-        count_values(build, token, false);
+        count_value(build, token, false);
     }
 }
 
 void take_stream_offset(lint_build_t &build, const lint_member_t &member)
 {
+    if (build.nr_value >= VALUES_MAX)
+        return;
     build.attribute = &add_attribute(build, member);
     take_members(build, member.value, LINT_STREAM_OFFSET);
     if (!build.attribute->values.empty())
-        count_values(build, member.key, true);
+        count_value(build, member.key, true);
     build.attribute = nullptr;
 }
 
@@ -337,6 +343,7 @@ void take_protocol_member(lint_build_t &build, const lint_member_t &member)
     case LINT_KEY_NAME:
         return take_text(build, member, protocol.name);
     case LINT_KEY_ID:
+        protocol.has_id = true;
         return take_number(build, member, protocol.id_written);
     case LINT_KEY_VIRTUAL_ID:
         return take_number(build, member, protocol.virtual_id);

@@ -123,11 +123,21 @@ void leave_bases_out(const lint_model_t &model, std::vector<finding_t> &findings
         }
 }
 
+/// Sorts by file and place. Findings are large, so each is moved once.
 void sort_findings(std::vector<finding_t> &findings)
 {
-    std::ranges::stable_sort(findings, {}, [](const finding_t &finding) {
-        return std::tuple(finding.place.file, finding.place.begin, finding.place.end);
-    });
+    using order_t = std::tuple<uint32_t, uint32_t, uint32_t, size_t>;
+    std::vector<order_t> order;
+    order.reserve(findings.size());
+    for (const finding_t &finding : findings)
+        order.emplace_back(finding.place.file, finding.place.begin, finding.place.end,
+                           order.size());
+    std::ranges::sort(order);
+    std::vector<finding_t> sorted;
+    sorted.reserve(findings.size());
+    for (const order_t &it : order)
+        sorted.push_back(std::move(findings[std::get<3>(it)]));
+    findings = std::move(sorted);
 }
 
 } // namespace

@@ -97,6 +97,7 @@ struct lint_protocol_t {
     finding_place_t place;
     bool faultless = true; ///< no error was found in it
     std::optional<lint_text_t> name;
+    bool has_id = false; ///< there is a key, whatever its value
     std::optional<lint_number_t> id_written;
     uint32_t id = 0; ///< as written, or the built-in one of that name, or 0
     std::optional<lint_number_t> virtual_id;

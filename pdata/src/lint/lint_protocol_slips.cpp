@@ -57,7 +57,7 @@ void look_id(const lint_look_t &look)
             lint_joined({written->raw.substr(0, 20), " is read as ", std::to_string(protocol.id)}),
             "write at most 4294967295")
             .value = written->raw;
-    } else if (protocol.id == 0 && protocol.name) {
+    } else if (protocol.id == 0 && protocol.name && (written || !protocol.has_id)) {
         finding_t &finding = lint_report(
             look, FINDING_ZERO_ID,
             written ? "the id 0 is none" : "no built-in protocol has this name, so the id is 0",

@@ -11,6 +11,9 @@
 namespace
 {
 
+/// Most names that are looked through for the one that is meant.
+constexpr size_t LISTED_MAX = 64;
+
 /// Where something stood first.
 struct first_t {
     const lint_protocol_t *protocol = nullptr;
@@ -23,6 +26,7 @@ struct whole_t {
     std::unordered_map<uint32_t, first_t> ids;
     std::unordered_map<std::string, first_t> rules;
     std::unordered_set<std::string_view> known; ///< names of protocols, other names with them
+    std::vector<std::string_view> listed;       ///< some of them, for hints
 };
 
 finding_place_t name_place(const lint_protocol_t &protocol)
@@ -128,9 +132,7 @@ bool is_known(const whole_t &whole, const lint_text_t &name)
 void look_protocols(const lint_look_t &look, const whole_t &whole)
 {
     const auto report = [&](const lint_text_t &name) {
-        const std::vector<std::string_view> known(whole.known.begin(), whole.known.end());
-        const std::string_view nearest =
-            known.size() < 1000 ? lint_nearest(name.decoded, known) : std::string_view();
+        const std::string_view nearest = lint_nearest(name.decoded, whole.listed);
         lint_report_at(look, name.place, FINDING_UNKNOWN_PROTOCOL,
                        "nothing defines a protocol " + lint_quoted(name.raw),
                        nearest.empty() ? "write the name of a protocol, or add one of that name"
@@ -212,6 +214,9 @@ void lint_look_whole(const lint_model_t &model, const lint_config_t &config,
         for (const lint_text_t &altname : protocol.altnames)
             whole.known.insert(altname.decoded);
     }
+    for (auto name = whole.known.begin();
+         name != whole.known.end() && whole.listed.size() < LISTED_MAX; ++name)
+        whole.listed.push_back(*name);
     for (const bool base : {true, false})
         for (const lint_protocol_t &protocol : model.protocols) {
             if (model.files[protocol.place.file].base != base || !protocol.faultless ||
