@@ -33,10 +33,10 @@ std::string_view finding_level_name(finding_level_t level)
 
 std::string finding_fingerprint(const finding_t &finding)
 {
+    const std::string rule = std::to_string(finding.rule);
     uint64_t hash = hash_text(FNV_BASIS, finding_kind(finding.id).id);
     for (const std::string_view text :
-         {finding.protocol, std::string_view(std::to_string(finding.rule)), finding.attribute,
-          finding.value})
+         {finding.protocol, std::string_view(rule), finding.attribute, finding.value})
         hash = hash_text(hash, text);
     std::string digits(16, '0');
     for (char &digit : digits) {
