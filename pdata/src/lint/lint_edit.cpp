@@ -72,7 +72,8 @@ diff_t changes_of(std::string_view text, std::span<const finding_edit_t> edits)
         size_t end = begin + diff.old[line].size();
         const size_t first_edit = i;
         for (; i < edits.size() && edits[i].place.begin < end; ++i)
-            while (end < edits[i].place.end) {
+            // An edit up to the end of a line may join it with the next one.
+            while (end <= edits[i].place.end && line + 1 < diff.old.size()) {
                 begin = end;
                 end += diff.old[++line].size();
             }

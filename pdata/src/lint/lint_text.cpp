@@ -115,7 +115,25 @@ void report_open(lint_reader_t &reader, size_t next)
                                       std::string("opened here, and not closed")};
 }
 
-/// Reads the protocol at byte `at`. Returns where to go on: behind it, or at what comes next.
+/// Tells whether a protocol begins within the one that was read.
+bool holds_protocol(const description_text_t &tokens)
+{
+    for (size_t at = 1; at < tokens.tokens.size(); ++at)
+        if (is_protocol(tokens, at))
+            return true;
+    return false;
+}
+
+/// Reports the protocol at byte `at`, which another one begins in, and goes on there.
+void split_protocol(lint_reader_t &reader, size_t at, size_t next)
+{
+    text_fault_t fault;
+    (void)description_object_read(reader.text.substr(0, next), at, reader.tokens, fault);
+    report_open(reader, next);
+}
+
+/// Reads the protocol at byte `at`, and gives where to go on: behind it, or at what comes next.
+/// Returns whether it was taken.
 bool read_protocol(lint_reader_t &reader, size_t at, size_t &next)
 {
     while (!reader.inner.empty() && reader.inner.back() <= at)
@@ -123,23 +141,18 @@ bool read_protocol(lint_reader_t &reader, size_t at, size_t &next)
     const bool bounded = !reader.inner.empty() && at < reader.failed_at;
     const size_t end = bounded ? reader.inner.back() : reader.text.size();
     text_fault_t fault;
-    if (description_object_read(reader.text.substr(0, end), at, reader.tokens, fault)) {
-        reader.take(reader.tokens);
+    const bool read = description_object_read(reader.text.substr(0, end), at, reader.tokens, fault);
+    if (read && !holds_protocol(reader.tokens)) {
         next = reader.tokens.tokens.back().end;
+        reader.take(reader.tokens);
         return true;
     }
-    if (bounded && fault.offset == end) {
-        report_open(reader, end);
-        next = end;
-        return false;
-    }
-    next = recover(reader, fault.offset);
-    if (next <= fault.offset && !reader.inner.empty()) {
-        (void)description_object_read(reader.text.substr(0, next), at, reader.tokens, fault);
-        report_open(reader, next);
-    } else {
-        report_syntax(reader, fault.offset, fault.text);
-    }
+    const size_t failed = read ? reader.tokens.tokens.back().end : fault.offset;
+    next = bounded && failed == end ? end : recover(reader, failed);
+    if (!reader.inner.empty() && next <= failed)
+        split_protocol(reader, at, next);
+    else
+        report_syntax(reader, failed, fault.text);
     return false;
 }
 
