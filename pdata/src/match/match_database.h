@@ -52,6 +52,19 @@ struct match_matcher_t {
     bool forwards = false; ///< it has an engine that goes from the front
 };
 
+/// What a state of an automaton stands for: a prefix of patterns.
+struct match_prefix_t {
+    uint16_t length = 0; ///< bytes, fewer than states
+    uint16_t behind = 0; ///< state of the longest other prefix that it ends with
+};
+
+/// What tells where the patterns of a matcher begin.
+struct match_begins_t {
+    std::vector<match_prefix_t> plain;   ///< by state of the plain automaton
+    std::vector<match_prefix_t> offsets; ///< by state of the offset-aware one
+    std::vector<uint16_t> dots;          ///< by node of the dot-prefix matcher: the place itself
+};
+
 /// An attribute under which values are handed over.
 struct match_attribute_t {
     std::string_view protocol;
@@ -99,6 +112,8 @@ struct pdata_db {
     uint32_t nr_node = 0;                      ///< most nodes of a dot-prefix matcher
     std::once_flag owners_made;
     std::vector<uint32_t> owners; ///< by item: the first matcher that has it
+    std::once_flag begins_made;
+    std::vector<match_begins_t> begins; ///< by matcher; made for the first flow that explains
     std::atomic<uint32_t> holds{1};
 };
 
@@ -126,6 +141,15 @@ std::vector<uint32_t> match_items_of(const match_matcher_t &matcher);
 
 /// Gives, for every item, the index of the first matcher that has it, or UINT32_MAX.
 std::vector<uint32_t> match_item_owners(const pdata_db &db);
+
+/// Tells of every matcher where its patterns begin, in linear time. std::bad_alloc passes.
+std::vector<match_begins_t> match_make_begins(const pdata_db &db);
+
+/// Returns where a pattern begins that an automaton found at `state` to end at `end`: of several of
+/// one id, the shortest.
+[[nodiscard]] uint32_t match_begin_of(const match_begins_t &begins,
+                                      const view_aho_corasick_t &engine, uint32_t state,
+                                      uint32_t id, uint32_t end);
 
 /// Returns the number of a protocol by its name, 0 for none.
 [[nodiscard]] pdata_protocol match_find_protocol(const pdata_db &db, std::string_view name);

@@ -64,8 +64,9 @@ void list_near(pdata_flow &flow)
 
 } // namespace
 
-std::unique_ptr<match_findings_t> match_findings_make(const pdata_db &db)
+std::unique_ptr<match_findings_t> match_findings_make(pdata_db &db)
 {
+    std::call_once(db.begins_made, [&] { db.begins = match_make_begins(db); });
     auto made = std::make_unique<match_findings_t>();
     made->findings.reserve(db.view.rules.nr_slot + FINDINGS_MORE);
     size_t nr_piece = 0;

@@ -74,7 +74,7 @@ void take_piece(pdata_flow &flow, const match_value_t &value, uint32_t role, uin
 
 } // namespace
 
-void match_room_make(const pdata_db &db, uint32_t flags, match_room_t &room)
+void match_room_make(pdata_db &db, uint32_t flags, match_room_t &room)
 {
     const uint32_t nr_slot = db.view.rules.nr_slot;
     const size_t nr_rule = db.rules.size();

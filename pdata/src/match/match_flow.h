@@ -69,11 +69,12 @@ inline bool match_is_ordinary(const match_value_t &value)
     return !value.more || value.data.size() >= value.matcher.view.min_data;
 }
 
-/// Makes room for the findings of a flow of a database. std::bad_alloc passes.
-std::unique_ptr<match_findings_t> match_findings_make(const pdata_db &db);
+/// Makes room for the findings of a flow of a database, and of that what they are told from.
+/// std::bad_alloc passes.
+std::unique_ptr<match_findings_t> match_findings_make(pdata_db &db);
 
 /// Makes the room that flows of a database need. std::bad_alloc passes.
-void match_room_make(const pdata_db &db, uint32_t flags, match_room_t &room);
+void match_room_make(pdata_db &db, uint32_t flags, match_room_t &room);
 
 /// Forgets all that was found.
 void match_room_reset(match_room_t &room);

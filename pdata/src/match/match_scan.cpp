@@ -12,6 +12,15 @@ bool counts(const match_value_t &value, uint32_t mindata)
                                            : value.data.size() >= mindata;
 }
 
+/// Returns what tells where the patterns of the matcher at work begin, null unless the flow
+/// explains.
+const match_begins_t *begins_of(const pdata_flow &flow, const match_value_t &value)
+{
+    return flow.room.explained == nullptr
+               ? nullptr
+               : &flow.db->begins[static_cast<size_t>(&value.matcher - flow.db->matchers.data())];
+}
+
 /// Reports the items of an automaton's state that may end at `end`.
 void report_state(pdata_flow &flow, const match_value_t &value, const view_aho_corasick_t &engine,
                   uint32_t state, uint32_t end)
@@ -21,8 +30,13 @@ void report_state(pdata_flow &flow, const match_value_t &value, const view_aho_c
         return;
     for (uint32_t i = 0; i < record.count; ++i) {
         const uint32_t offset = view_item_end(record, i);
-        if (offset == PATTERN_NO_OFFSET || offset == end)
-            match_found(flow, value, view_item_id(record, i), {end, end});
+        if (offset != PATTERN_NO_OFFSET && offset != end)
+            continue;
+        const uint32_t id = view_item_id(record, i);
+        const match_begins_t *begins = begins_of(flow, value);
+        const uint32_t begin =
+            begins == nullptr ? end : match_begin_of(*begins, engine, state, id, end);
+        match_found(flow, value, id, {begin, end});
     }
 }
 
@@ -178,10 +192,12 @@ void pass_byte(pdata_flow &flow, const match_value_t &value, uint32_t at)
     for (const uint32_t node : room.nodes[1])
         if (const uint32_t next = view_dot_prefix_next(engine, node, value.data[at]); next != 0)
             enter(room, engine, next, room.nodes[0]);
+    const match_begins_t *begins = begins_of(flow, value);
     for (const uint32_t node : room.nodes[0]) {
         const view_item_record_t record = view_dot_prefix_items(engine, node);
+        const uint32_t begin = begins == nullptr ? at + 1 : begins->dots[node];
         for (uint32_t i = 0; i < record.count && counts(value, record.mindata); ++i)
-            match_found(flow, value, view_item_id(record, i), {at + 1, at + 1});
+            match_found(flow, value, view_item_id(record, i), {begin, at + 1});
     }
 }
 

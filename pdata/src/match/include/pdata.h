@@ -178,7 +178,9 @@ typedef struct pdata_flow pdata_flow;
 
 /* Flags of a flow. */
 enum {
-    PDATA_FLOW_EXPLAIN = 1 /* findings are kept: pdata_flow_finding_at, pdata_flow_near */
+    PDATA_FLOW_EXPLAIN = 1 /* findings are kept: pdata_flow_finding_at, pdata_flow_near. The first
+                              such flow of a database goes over all its automata, for which the
+                              database then keeps 4 bytes for each of their states. */
 };
 
 /* Flags of a value. */
@@ -385,8 +387,8 @@ typedef enum pdata_outcome {
 /* Pieces that a finding tells of; there may be more. */
 enum { PDATA_PIECE_MAX = 8 };
 
-/* Where a piece stood in the data. The engines know where pieces end; `begin` is the end where
- * the length of a piece is not known. */
+/* Where a piece stood in the data. Of several texts of one value that end together (".*(b|ab).*")
+ * it is the shortest. */
 typedef struct pdata_piece {
     uint32_t begin;
     uint32_t end; /* behind the last byte */
