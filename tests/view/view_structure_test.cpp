@@ -1,4 +1,5 @@
 // Engine blobs whose parts are missing, of another size, or followed by others.
+#include "failing_alloc.h"
 #include "view_aho_corasick.h"
 #include "view_blobs.h"
 #include "view_dot_prefix.h"
@@ -71,6 +72,7 @@ TEST(ViewStructure, OfAMapper)
     expect_fault(check_number, mapper(blob(13, word_list(127)), items), VIEW_LENGTH, 5);
     expect_fault(check_number, mapper(values, join({items, stray})), VIEW_UNKNOWN, 138);
     expect_fault(check_number, join({blob(15, {3}), blob(16, {})}), VIEW_ABSENT, 5);
+    expect_fault(check_number, join({mapper(values, items), stray}), VIEW_UNKNOWN, 138);
 }
 
 /// Intervals of IPv4: 5 words in front of the parts.
@@ -168,6 +170,29 @@ TEST(ViewStructure, OfADotPrefixMatcher)
     is({codes, transitions, items, stray}, VIEW_UNKNOWN, 79);
     is({codes, blob(39, {}), items}, VIEW_COUNT, 73);
     is({codes, blob(39, {0}), items}, VIEW_LENGTH, 73);
+}
+
+// The index of the items that a blob refers to is all that a check allocates.
+TEST(ViewStructure, SaysWhenMemoryRunsOut)
+{
+    const auto is = [](check_t check, const word_list &words, size_t items) {
+        const std::vector<uint8_t> bytes = stored(words);
+        view_error_t error;
+        failing_alloc_arm(1);
+        EXPECT_FALSE(check({bytes.data(), bytes.size(), BLOB_PLACE}, error));
+        EXPECT_TRUE(failing_alloc_disarm());
+        EXPECT_EQ(error.fault, VIEW_MEMORY) << error.text;
+        EXPECT_EQ(error.offset, BLOB_PLACE + items * 4) << error.text;
+    };
+    is(check_number, mapper(blob(13, word_list(128)), blob(14, {0})), 137);
+    is(check_aho_corasick, automaton(alphabet(37, 2, {}), blob(36, {0, 2})), 5);
+    is(check_radix_tree,
+       join({blob(29, {}), blob(27, {0}), blob(30, {1, 9}), blob(31, {0, 0}), blob(28, {0, 0}),
+             alphabet(33, 1, {}), blob(32, {1})}),
+       7);
+    is(check_dot_prefix,
+       join({alphabet(41, 4, {}), blob(39, {0x0000FFFF, 0xFFFF0000}), blob(40, {0xFFFFFFFF, 0})}),
+       77);
 }
 
 } // namespace
