@@ -101,7 +101,7 @@ TEST(prove_random, what_is_decided_is_so)
 {
     random_expression_t random{std::mt19937(5)};
     tally_t tally;
-    while (tally.decided < rounds(240) && !HasFailure()) {
+    while (tally.decided < rounds(160) && !HasFailure()) {
         const tried_t &where = TRIED[random.below(2)];
         const std::string text = make_expression(random);
         const prove_verdict_t verdict = prove_value({where.protocol, where.attribute, text});

@@ -17,8 +17,8 @@ struct prove_compiled_t {
     std::vector<uint8_t> bytes; ///< of the loadable pdb
 };
 
-/// Compiles a description into a loadable pdb. A value that is too costly to expand is told as
-/// memory that runs out (PDATA_ERR_NO_MEMORY), as the compiler tells it. std::bad_alloc passes.
+/// Compiles a description into a loadable pdb. Throws std::bad_alloc when memory runs out, and for
+/// a value that is too costly to expand, as the compiler tells that no other way.
 prove_compiled_t prove_compile(std::string_view text, const pdata_cfg_t &cfg);
 
 /// Returns a configuration of nothing but what no description can do without.

@@ -1,6 +1,7 @@
 #include "prove_form.h"
 
 #include <algorithm>
+#include <new>
 
 #include "format_limits.h"
 #include "matcher_pieces.h"
@@ -73,7 +74,10 @@ prove_formed_t prove_form_make(std::string_view text, bool icase, prove_form_t &
     form = {};
     form.icase = icase;
     rexpand_permutation_list list;
-    if (rexpand_process(text, MATCHER_PERMUTATION_MAX, nullptr, &list) != MODULE_SUCCESS)
+    const int expanded = rexpand_process(text, MATCHER_PERMUTATION_MAX, nullptr, &list);
+    if (expanded == MODULE_ERR_NO_MEMORY)
+        throw std::bad_alloc();
+    if (expanded != MODULE_SUCCESS)
         return PROVE_NO_FORM;
     form.checks_all = std::any_of(list.begin(), list.end(), asks_nothing);
     if (form.checks_all)
