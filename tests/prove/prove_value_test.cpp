@@ -76,14 +76,15 @@ TEST(prove_value, texts_at_an_offset)
     EXPECT_EQ(told(prove_value({"http", "server", "a", 40})), "refused");
 }
 
-TEST(prove_value, what_is_too_large_is_not_decided)
+TEST(prove_value, of_what_is_too_large_samples_decide)
 {
     std::string optional;
     for (uint32_t i = 0; i < 1000; ++i)
         optional += "a?";
-    const prove_verdict_t verdict = prove_value({"http", "uri_decoded", optional});
+    const prove_verdict_t verdict = prove_value({"http", "uri_decoded", "word" + optional});
     EXPECT_FALSE(verdict.is_decided);
     EXPECT_EQ(verdict.outcome, PROVE_WHOLE_VALUE);
+    EXPECT_NE(verdict.nr_sample, 0U);
 }
 
 TEST(prove_value, a_choice_is_not_one_text)

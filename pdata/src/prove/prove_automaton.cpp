@@ -24,7 +24,7 @@ struct edge_t {
     auto operator<=>(const edge_t &) const = default;
 };
 
-/// One construction.
+/// One construction. The operations on it return false for what nests too deeply.
 struct making_t {
     const rexpand_tree &tree;
     prove_automaton_t &out;
@@ -39,9 +39,12 @@ struct making_t {
     }
 };
 
+/// Takes room for entries of lists. Without it ways are left out, and those that stay are still
+/// ways of the expression.
 bool take(making_t &making, size_t nr)
 {
     making.used += nr;
+    making.out.is_partial = making.out.is_partial || making.used > making.limit;
     return making.used <= making.limit;
 }
 
@@ -53,54 +56,49 @@ part_t make_position(making_t &making, const prove_set_t &set)
 }
 
 /// Every position of `from` may be followed by every one of `to`.
-bool connect(making_t &making, const std::vector<uint32_t> &from, const std::vector<uint32_t> &to)
+void connect(making_t &making, const std::vector<uint32_t> &from, const std::vector<uint32_t> &to)
 {
-    if (!take(making, from.size() * to.size()))
-        return false;
+    if (from.empty() || to.empty())
+        return;
+    if (!take(making, from.size() * to.size())) {
+        making.edges.push_back({from.back(), to.front()});
+        return;
+    }
     for (const uint32_t one : from)
         for (const uint32_t other : to)
             making.edges.push_back({one, other});
-    return true;
 }
 
-void add(std::vector<uint32_t> &to, const std::vector<uint32_t> &more)
+void add(making_t &making, std::vector<uint32_t> &to, const std::vector<uint32_t> &more)
 {
-    to.insert(to.end(), more.begin(), more.end());
+    if (to.empty() || take(making, more.size()))
+        to.insert(to.end(), more.begin(), more.end());
 }
 
 /// Puts `next` behind `part`.
-bool append(making_t &making, part_t &part, part_t next)
+void append(making_t &making, part_t &part, part_t next)
 {
-    if (!connect(making, part.last, next.first) || !take(making, next.first.size()))
-        return false;
+    connect(making, part.last, next.first);
     if (part.may_be_empty)
-        add(part.first, next.first);
-    if (next.may_be_empty) {
-        if (!take(making, part.last.size()))
-            return false;
-        add(next.last, part.last);
-    }
+        add(making, part.first, next.first);
+    if (next.may_be_empty)
+        add(making, next.last, part.last);
     part.last = std::move(next.last);
     part.may_be_empty = part.may_be_empty && next.may_be_empty;
-    return true;
 }
 
 /// Makes `part` a choice between itself and `other`.
-bool choose(making_t &making, part_t &part, const part_t &other)
+void choose(making_t &making, part_t &part, const part_t &other)
 {
-    add(part.first, other.first);
-    add(part.last, other.last);
+    add(making, part.first, other.first);
+    add(making, part.last, other.last);
     part.may_be_empty = part.may_be_empty || other.may_be_empty;
-    return take(making, other.first.size() + other.last.size());
 }
 
-bool make_literal(making_t &making, std::string_view bytes, bool icase, part_t &part)
+void make_literal(making_t &making, std::string_view bytes, bool icase, part_t &part)
 {
     for (const char c : bytes)
-        if (!append(making, part,
-                    make_position(making, prove_byte_set(static_cast<uint8_t>(c), icase))))
-            return false;
-    return true;
+        append(making, part, make_position(making, prove_byte_set(static_cast<uint8_t>(c), icase)));
 }
 
 prove_set_t range_set(const making_t &making, const rexpand_node &range, bool icase)
@@ -152,8 +150,9 @@ bool make_sequence(making_t &making, const rexpand_node &parent, bool icase, uin
     for (uint32_t child = parent.first_child; child != REXPAND_NO_NODE;
          child = making.node(child).next) {
         part_t next;
-        if (!make(making, child, icase, depth + 1, next) || !append(making, part, std::move(next)))
+        if (!make(making, child, icase, depth + 1, next))
             return false;
+        append(making, part, std::move(next));
     }
     return true;
 }
@@ -165,8 +164,9 @@ bool make_choice(making_t &making, const rexpand_node &parent, bool icase, uint3
     for (uint32_t child = parent.first_child; child != REXPAND_NO_NODE;
          child = making.node(child).next) {
         part_t branch;
-        if (!make(making, child, icase, depth + 1, branch) || !choose(making, part, branch))
+        if (!make(making, child, icase, depth + 1, branch))
             return false;
+        choose(making, part, branch);
     }
     return true;
 }
@@ -198,7 +198,9 @@ bool make_postfix(making_t &making, const rexpand_node &parent, bool icase, uint
         return false;
     if (parent.kind != REXPAND_AST_REPETITION_ONCE_NODE)
         part.may_be_empty = true;
-    return parent.kind == REXPAND_AST_OPTIONAL_NODE || connect(making, part.last, part.first);
+    if (parent.kind != REXPAND_AST_OPTIONAL_NODE)
+        connect(making, part.last, part.first);
+    return true;
 }
 
 bool make(making_t &making, uint32_t index, bool icase, uint32_t depth, part_t &part)
@@ -213,12 +215,15 @@ bool make(making_t &making, uint32_t index, bool icase, uint32_t depth, part_t &
     case REXPAND_AST_INSENSITIVE_NODE:
         return make_sequence(making, at, true, depth, part);
     case REXPAND_AST_BOL_NODE:
-        return make_literal(making, "^", icase, part);
+        make_literal(making, "^", icase, part);
+        return true;
     case REXPAND_AST_EOL_NODE:
-        return make_literal(making, "$", icase, part);
+        make_literal(making, "$", icase, part);
+        return true;
     case REXPAND_AST_WORD_NODE:
     case REXPAND_AST_NUMBER_NODE:
-        return make_literal(making, making.literal(index), icase, part);
+        make_literal(making, making.literal(index), icase, part);
+        return true;
     case REXPAND_AST_REPETITION_NODE:
     case REXPAND_AST_REPETITION_ONCE_NODE:
     case REXPAND_AST_OPTIONAL_NODE:
@@ -272,7 +277,7 @@ prove_made_t prove_automaton_make(std::string_view text, bool icase, prove_autom
     making_t making{tree, automaton, PROVE_FOLLOWERS_BASE + PROVE_FOLLOWERS_PER_BYTE * text.size()};
     part_t whole;
     if (!make(making, tree.root, icase, 1, whole))
-        return PROVE_TOO_LARGE;
+        return PROVE_TOO_DEEP;
     settle(making, whole);
     return PROVE_MADE;
 }

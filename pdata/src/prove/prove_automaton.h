@@ -20,8 +20,8 @@
 /// The deepest nesting of an expression that is looked into.
 constexpr uint32_t PROVE_DEPTH_MAX = 1000;
 
-/// Followers that an automaton may have in all, beyond PROVE_FOLLOWERS_PER_BYTE for every byte of
-/// its expression: nested repetitions of many choices have a square of them.
+/// Followers that an automaton has at most in all, beyond PROVE_FOLLOWERS_PER_BYTE for every byte
+/// of its expression: nested repetitions of many choices have a square of them.
 constexpr size_t PROVE_FOLLOWERS_BASE = 4096;
 constexpr size_t PROVE_FOLLOWERS_PER_BYTE = 64;
 
@@ -46,6 +46,7 @@ struct prove_automaton_t {
     std::vector<uint32_t> followers;    ///< those of position 0, then of 1, each ascending
     std::vector<uint32_t> follow_begin; ///< by position: where its followers begin; and the end
     bool takes_nothing = false;         ///< data without a byte is described as well
+    bool is_partial = false;            ///< some ways are left out for want of room: it takes less
 };
 
 /// Returns the positions that may follow a position.
@@ -59,7 +60,7 @@ inline std::span<const uint32_t> prove_followers(const prove_automaton_t &automa
 enum prove_made_t : uint8_t {
     PROVE_MADE = 0,
     PROVE_NO_EXPRESSION, ///< the text is no expression
-    PROVE_TOO_LARGE,     ///< it nests deeper than PROVE_DEPTH_MAX, or has too many followers
+    PROVE_TOO_DEEP,      ///< it nests deeper than PROVE_DEPTH_MAX
 };
 
 /// Makes the automaton of `text`; the case of ASCII letters does not matter when `icase` is set.

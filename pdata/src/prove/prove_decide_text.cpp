@@ -81,7 +81,7 @@ void decide(prove_case_t &at, std::string_view text, const prove_automaton_t &au
     const size_t size = longest(automaton);
     if (is_never_registered(at.value->text))
         at.comparison = {true, false, true, std::string(text)};
-    else if (size < min_size)
+    else if (size < min_size && !automaton.is_partial)
         at.comparison = {true, false, false, {}};
     else if (form == nullptr)
         at.comparison = {};

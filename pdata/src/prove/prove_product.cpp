@@ -117,6 +117,6 @@ prove_comparison_t prove_compare(const prove_automaton_t &automaton, const prove
         if (!is_spent(comparing, pair))
             goes_on = expand(comparing, prove_followers(automaton, pair.position), pair.state, at);
     }
-    comparing.result.is_complete = goes_on;
+    comparing.result.is_complete = goes_on && !automaton.is_partial;
     return comparing.result;
 }
