@@ -23,8 +23,9 @@ def main():
         paper = file.read()
     with tempfile.TemporaryDirectory() as folder:
         prefix = os.path.join(folder, "installed")
-        subprocess.run([cmake, "--install", build, "--component", "libpdata", "--prefix", prefix],
-                       check=True, capture_output=True)
+        for component in ("runtime", "development"):
+            subprocess.run([cmake, "--install", build, "--component", component,
+                            "--prefix", prefix], check=True, capture_output=True)
         source = os.path.join(folder, "hosts.c")
         with open(source, "w", encoding="ascii") as file:
             file.write(block(paper, "c"))
