@@ -49,7 +49,8 @@ struct match_room_t {
     std::unique_ptr<match_findings_t> explained; ///< null unless the flow explains
 };
 
-struct pdata_flow {
+/// Flows of different threads share no cache line, whoever made them.
+struct alignas(64) pdata_flow {
     pdata_db *db = nullptr; ///< held
     uint32_t flags = 0;
     match_room_t room;
