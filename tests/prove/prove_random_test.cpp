@@ -116,7 +116,7 @@ TEST(prove_random, what_is_decided_is_so)
     }
     EXPECT_GT(tally.described, rounds(tally.decided * SAMPLES) / 2);
     EXPECT_GT(tally.lost, 100U);
-    EXPECT_GT(tally.outcomes[PROVE_LOSSY], 5U);
+    EXPECT_GT(tally.outcomes[PROVE_LOSSY], rounds(5));
 }
 
 TEST(prove_random, dead_values_never_fire)
