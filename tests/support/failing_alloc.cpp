@@ -22,6 +22,14 @@ void *allocate(size_t size)
     return std::malloc(size == 0 ? 1 : size);
 }
 
+/// Tells the handler, as the operator new of the library does.
+[[noreturn]] void run_out()
+{
+    if (const std::new_handler handler = std::get_new_handler(); handler != nullptr)
+        handler();
+    throw std::bad_alloc();
+}
+
 } // namespace
 
 void failing_alloc_arm(size_t nth)
@@ -40,7 +48,7 @@ void *operator new(size_t size)
 {
     void *memory = fails_now() ? nullptr : allocate(size);
     if (memory == nullptr)
-        throw std::bad_alloc();
+        run_out();
     return memory;
 }
 
@@ -55,7 +63,7 @@ void *operator new(size_t size, std::align_val_t alignment)
     void *memory =
         fails_now() ? nullptr : std::aligned_alloc(align, (size + align - 1) / align * align);
     if (memory == nullptr)
-        throw std::bad_alloc();
+        run_out();
     return memory;
 }
 

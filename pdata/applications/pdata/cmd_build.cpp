@@ -1,16 +1,15 @@
 #include <algorithm>
 #include <memory>
-#include <new>
 #include <utility>
 
 #include "check_print.h"
 #include "commands.h"
 #include "depfile.h"
 #include "escape.h"
-#include "json_error.h"
 #include "open_cfg.h"
 #include "output_file.h"
 #include "pdata_build.h"
+#include "pdata_memory_watch.h"
 #include "pdb_verify.h"
 #include "test_run.h"
 
@@ -37,6 +36,7 @@ struct build_file_t {
 struct build_run_t {
     const build_options_t &options;
     console_t &console;
+    pdata_memory_watch_t memory = {};
     std::vector<pdd_t> descriptions = {};
     std::vector<std::string> names = {}; ///< of the descriptions, as messages show them
     open_cfg_t cfg = {};
@@ -82,9 +82,7 @@ exit_status_t refuse_build(build_run_t &run, const std::string &file, const char
                            pdata_status_t status)
 {
     const std::string_view message = pdata_status_msg_get();
-    // A damaged table, which has the status of no memory as well, is found before.
-    if (status == PDATA_ERR_NO_MEMORY || pragmar_err_is_memory(message))
-        throw std::bad_alloc();
+    pdata_memory_watch_expect(run.memory);
     console_error(run.console, "{}: cannot {}: ({}:{})", file, step, static_cast<uint32_t>(status),
                   pdata_status_code2str(status));
     std::string shown(message);
@@ -150,6 +148,7 @@ exit_status_t verify(build_run_t &run)
     view_error_t error;
     if (pdb_verify_open(bytes, view, error))
         return EXIT_STATUS_FINE;
+    pdata_memory_watch_expect(run.memory);
     print_fault(run.console, run.options.output, error);
     run.document["fault"] = fault_document(error);
     return EXIT_STATUS_FINDINGS;
@@ -262,6 +261,7 @@ exit_status_t build(build_run_t &run)
     for (const auto step : {check, compile, verify, test, make_sources})
         if (const exit_status_t status = step(run); status != EXIT_STATUS_FINE)
             return status;
+    pdata_memory_watch_expect(run.memory);
     make_depfile(run);
     return put_in_place(run);
 }

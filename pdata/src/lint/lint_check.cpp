@@ -12,6 +12,7 @@
 #include "lint_text.h"
 #include "lint_values.h"
 #include "lint_whole.h"
+#include "pdata_memory_watch.h"
 
 namespace
 {
@@ -145,6 +146,7 @@ void sort_findings(std::vector<finding_t> &findings)
 lint_result_t lint_check(std::vector<lint_file_t> files, lint_config_t &config,
                          const lint_progress_t &progress)
 {
+    const pdata_memory_watch_t memory;
     lint_result_t result;
     result.model.files = std::move(files);
     result.model.aliases = config.aliases;
@@ -168,5 +170,6 @@ lint_result_t lint_check(std::vector<lint_file_t> files, lint_config_t &config,
     lint_prove({result.model, config, result.findings});
     leave_bases_out(result.model, result.findings);
     sort_findings(result.findings);
+    pdata_memory_watch_expect(memory);
     return result;
 }

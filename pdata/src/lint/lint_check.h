@@ -22,6 +22,7 @@ struct lint_result_t {
 /// Told of how far a check is: bytes read of all bytes. May be empty.
 using lint_progress_t = std::function<void(size_t done, size_t all)>;
 
-/// Checks the files together.
+/// Checks the files together. Memory that runs out is std::bad_alloc, also where the compiler's
+/// operations have a status for it.
 lint_result_t lint_check(std::vector<lint_file_t> files, lint_config_t &config,
                          const lint_progress_t &progress);

@@ -5,6 +5,7 @@
 #include "json_error.h"
 #include "json_tools.h"
 #include "matcher_alias_serialize.h"
+#include "pdata_memory_watch.h"
 #include "tag_table_serialize.h"
 
 namespace
@@ -76,6 +77,7 @@ std::string read_shape(lint_config_t &config)
 
 std::string lint_config_read(const pdata_cfg_t &cfg, lint_config_t &config)
 {
+    const pdata_memory_watch_t memory;
     config.cfg = &cfg;
     std::string wrong = read_shape(config);
     if (wrong.empty())
@@ -83,5 +85,6 @@ std::string lint_config_read(const pdata_cfg_t &cfg, lint_config_t &config)
     if (wrong.empty())
         wrong = read_tags(config);
     string_list_clean();
+    pdata_memory_watch_expect(memory);
     return wrong;
 }

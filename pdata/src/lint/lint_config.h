@@ -23,5 +23,6 @@ struct lint_config_t {
 };
 
 /// Reads what matters to descriptions out of a loaded configuration, which must outlive `config`.
-/// Returns an empty text, or what is wrong with a file: "tag_table.json: ...".
+/// Returns an empty text, or what is wrong with a file: "tag_table.json: ...". Memory that runs out
+/// is std::bad_alloc.
 [[nodiscard]] std::string lint_config_read(const pdata_cfg_t &cfg, lint_config_t &config);

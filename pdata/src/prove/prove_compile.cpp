@@ -1,9 +1,8 @@
 #include "prove_compile.h"
 
-#include <new>
-
 #include "pdata_compile.h"
 #include "pdata_diag.h"
+#include "pdata_memory_watch.h"
 #include "pdata_serialize.h"
 
 namespace
@@ -47,17 +46,12 @@ prove_compiled_t prove_compile(std::string_view text, const pdata_cfg_t &cfg)
 {
     const kept_status_t kept;
     const pdata_diag_silence_t silence;
+    const pdata_memory_watch_t memory;
     prove_compiled_t compiled;
-    // Memory that runs out is told by more statuses than one; a refusal is what happens twice.
-    for (uint32_t i = 0; i < 2; ++i) {
-        pdata_status_code_set(PDATA_SUCCESS);
-        pdata_status_msg_set("");
-        compiled.status = compile(text, cfg, compiled.bytes);
-        if (compiled.status == PDATA_ERR_NO_MEMORY)
-            throw std::bad_alloc();
-        if (compiled.status == PDATA_SUCCESS)
-            break;
-    }
+    pdata_status_code_set(PDATA_SUCCESS);
+    pdata_status_msg_set("");
+    compiled.status = compile(text, cfg, compiled.bytes);
+    pdata_memory_watch_expect(memory);
     compiled.message = pdata_status_msg_get();
     return compiled;
 }

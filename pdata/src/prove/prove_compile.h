@@ -17,8 +17,9 @@ struct prove_compiled_t {
     std::vector<uint8_t> bytes; ///< of the loadable pdb
 };
 
-/// Compiles a description into a loadable pdb. Throws std::bad_alloc when memory runs out, and for
-/// a value that is too costly to expand, as the compiler tells that no other way.
+/// Compiles a description into a loadable pdb. A value that is too costly to expand has the status
+/// PDATA_ERR_NO_MEMORY, as in the compiler. Memory that runs out is std::bad_alloc, also where the
+/// compiler has a status for it.
 prove_compiled_t prove_compile(std::string_view text, const pdata_cfg_t &cfg);
 
 /// Returns a configuration of nothing but what no description can do without.

@@ -1,10 +1,10 @@
 #include "prove_form.h"
 
 #include <algorithm>
-#include <new>
 
 #include "format_limits.h"
 #include "matcher_pieces.h"
+#include "pdata_memory_watch.h"
 #include "prove_bytes.h"
 #include "rexpand.h"
 
@@ -74,9 +74,9 @@ prove_formed_t prove_form_make(std::string_view text, bool icase, prove_form_t &
     form = {};
     form.icase = icase;
     rexpand_permutation_list list;
+    const pdata_memory_watch_t memory;
     const int expanded = rexpand_process(text, MATCHER_PERMUTATION_MAX, nullptr, &list);
-    if (expanded == MODULE_ERR_NO_MEMORY)
-        throw std::bad_alloc();
+    pdata_memory_watch_expect(memory);
     if (expanded != MODULE_SUCCESS)
         return PROVE_NO_FORM;
     form.checks_all = std::any_of(list.begin(), list.end(), asks_nothing);

@@ -48,11 +48,10 @@ struct prove_form_t {
 /// How the making of a form ended.
 enum prove_formed_t : uint8_t {
     PROVE_FORMED = 0,
-    PROVE_NO_FORM,    ///< the compiler refuses the value
+    PROVE_NO_FORM,    ///< the compiler refuses the value, or finds it too costly
     PROVE_FORM_LARGE, ///< it has too many pieces to follow
 };
 
 /// Makes the form that the compiler gives the value `text` of an attribute whose case does not
-/// matter when `icase` is set. Throws std::bad_alloc when memory runs out, and for a value that is
-/// too costly to expand, as the compiler tells that no other way.
+/// matter when `icase` is set. std::bad_alloc passes.
 [[nodiscard]] prove_formed_t prove_form_make(std::string_view text, bool icase, prove_form_t &form);

@@ -61,8 +61,7 @@ struct prove_verdict_t {
 };
 
 /// Proves values. The verdicts are in their order. Leaves the status slot of the compiler as it
-/// finds it. Throws std::bad_alloc when memory runs out, and for a value that is too costly to
-/// expand.
+/// finds it. std::bad_alloc passes.
 std::vector<prove_verdict_t> prove_values(std::span<const prove_value_t> values);
 
 /// Proves one value.

@@ -51,11 +51,6 @@ const char *pragmar_err_get()
     return err;
 }
 
-bool pragmar_err_is_memory(std::string_view report)
-{
-    return report.starts_with("pool failure");
-}
-
 void pragmar_err_clear()
 {
     err_len = 0;

@@ -9,8 +9,6 @@
 /// checker passes upward.
 #pragma once
 
-#include <string_view>
-
 #include "container_semantic.h"
 #include "json.h"
 
@@ -38,9 +36,6 @@ const char *trans_type2str(trans_type_t type);
 
 /// Returns the error text, terminated.
 const char *pragmar_err_get();
-
-/// Tells whether a report says that memory ran out, which the statuses of a caller may not.
-bool pragmar_err_is_memory(std::string_view report);
 
 /// Empties the error text and forgets the protocol's name, for a process that runs several jobs.
 void pragmar_err_clear();
