@@ -42,6 +42,11 @@ TEMPORARY = ".pdata-new"
 LISTING = "signature_coverage.data"
 OLD = b"what stood here before\n"
 HANG_SECONDS = 60
+ADDED = (b'{"protocols":[{"name":"added","id":16777230,"rules":[{"order":"1:1","rule":['
+         b'{"protocol":"ssl","common_name":"added"}]}]}]}\n')
+SLIPS = (b'{"protocols":[{"name":"slips","id":16777231,"rules":[{"order":"1:1","rule":['
+         b'{"protocol":"http","cts-server":["a.b","(x|y)z","(x|.*y.*)z"]},'
+         b'{"protocol":"tcp","port":"7-3"}]}]}]}\n')
 DOMAINS = b"# a list\nexample.com\nwww.example.org\n"
 EVE = (b'{"timestamp":"2026-01-05T10:00:00.000000+0000","flow_id":1,"event_type":"tls",'
        b'"src_ip":"10.0.0.1","src_port":50001,"dest_ip":"192.0.2.7","dest_port":443,'
@@ -109,6 +114,18 @@ FLOWS = {
                      DOMAINS),
     "pdata import --into": (COMPANION, ["import", "addresses", "addresses.txt", "--name", "mine",
                                         "--into", "more.pdd", "-o", "out"], ["out"], b""),
+    "pdata check": (COMPANION, ["check", "in.pdd", "more.pdd"], [], b""),
+    "pdata check --json": (COMPANION, ["check", "--json", "--cfg", "cfg", "-"], [], SLIPS),
+    "pdata check --fix": (COMPANION, ["check", "--fix", "--with", "in.pdb", "out"], ["out"], b""),
+    "pdata build": (COMPANION, ["build", "more.pdd", "-o", "out", "--cfg", "cfg", "--sources", ".",
+                                "--depfile", "dep"], ["out", "dep", *SOURCES], b""),
+    "pdata build, refused": (COMPANION, ["build", "in.pdd", "-o", "out"], ["out"], b""),
+    "pdata build, merge": (COMPANION, ["build", "more.pdd", "-", "-o", "out", "--loadable",
+                                       "--tests", "hosts.tsv"], ["out"], ADDED),
+    "pdata dump --dot": (COMPANION, ["dump", "loadable.pdb", "--dot", "http:server cts"], [], b""),
+    "pdata report": (COMPANION, ["report", "more.pdb", "loadable.pdb", "--tests",
+                                "cases.tsv", "-o", "out"],
+                     ["out"], b""),
     "pdata schema": (COMPANION, ["schema", "pdd", "--cfg", "cfg", "-o", "out"], ["out"], b""),
     "pdata import --json": (COMPANION, ["import", "domains", "-", "--name", "mine", "-o", "out",
                                         "--json"], ["out"], DOMAINS),
@@ -126,6 +143,7 @@ FLOWS = {
 # What stands in an output that is an input as well; OLD in all others.
 REWRITTEN = {
     "pdata test --update": b"net\t" + FLOW_TEXT.splitlines()[1] + b"\n",
+    "pdata check --fix": SLIPS,
     "pdata fmt --write": b'{"protocols":[{"name":"web","id":1000,"rules":[]}]}',
 }
 
@@ -155,6 +173,7 @@ class Folder:
         self.put("addresses.txt", b"192.0.2.0/24\n198.51.100.7\n")
         self.put("bin/tshark", TSHARK)
         os.chmod(self.file("bin/tshark"), 0o755)
+        self.put("hosts.tsv", b'web\thttp:server cts "a.example"\n')
         self.put("cases.tsv", b"web\t" + FLOW_TEXT.splitlines()[1] + b"\n")
         self.make("--pdb-in", "in.pdb", "--loadable", "--pdb-out", "loadable.pdb")
         for name in SOURCES:
