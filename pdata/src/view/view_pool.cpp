@@ -51,9 +51,11 @@ bool view_pool_next(view_pool_cursor_t &cursor, view_pool_entry_t &entry)
 bool view_pool_require(const view_pool_t &pool, uint32_t offset, const char *what,
                        std::string_view &text, view_error_t &error)
 {
-    return view_pool_get(pool, offset, text) ||
-           view_fail(error, VIEW_REFERENCE, pool.area.offset + offset, "%s: no text begins here",
-                     what);
+    if (view_pool_get(pool, offset, text))
+        return true;
+    // A reference beyond the pool is placed at its end.
+    const size_t place = pool.area.offset + std::min<size_t>(offset, pool.area.size);
+    return view_fail(error, VIEW_REFERENCE, place, "%s: no text begins here", what);
 }
 
 uint32_t view_pool_count(const view_pool_t &pool)
