@@ -1,9 +1,10 @@
+#include <algorithm>
 #include <memory>
+#include <new>
 
 #include "commands.h"
-#include "escape.h"
-#include "open_file.h"
-#include "pdb_difference.h"
+#include "diff_flows.h"
+#include "diff_print.h"
 
 namespace
 {
@@ -12,10 +13,9 @@ struct diff_options_t {
     std::string before;
     std::string after;
     bool stat = false;
+    std::vector<std::string> flows;
+    std::string allow;
 };
-
-constexpr const char *kind_names[] = {"added", "removed", "changed"};
-constexpr const char *kind_marks[] = {"+", "-", "~"};
 
 bool open_model(console_t &console, const std::string &path, input_file_t &file,
                 description_model_t &model)
@@ -31,120 +31,80 @@ bool open_model(console_t &console, const std::string &path, input_file_t &file,
     return false;
 }
 
-void print_fields(console_t &console, const char *indent,
-                  const std::vector<field_difference_t> &fields)
+/// A run: both pdbs, and what was found. The models are let go once they are compared.
+struct diff_run_t {
+    const diff_options_t &options;
+    console_t &console;
+    loadable_t before = {};
+    loadable_t after = {};
+    pdb_difference_t difference = {};
+    diff_flows_t flows = {};
+};
+
+bool compare(diff_run_t &run)
 {
-    for (const field_difference_t &field : fields)
-        console_print(console, "{}{}: {} -> {}\n", indent, field.name,
-                      field.before.empty() ? "none" : escape_terminal(field.before),
-                      field.after.empty() ? "none" : escape_terminal(field.after));
+    description_model_t before;
+    description_model_t after;
+    if (!open_model(run.console, run.options.before, run.before.file, before) ||
+        !open_model(run.console, run.options.after, run.after.file, after))
+        return false;
+    run.difference = pdb_difference(before, after);
+    return true;
 }
 
-void print_rule(console_t &console, const rule_difference_t &rule)
+/// Replays the flows. What changed in what the pdbs say is then no finding by itself.
+exit_status_t replay(diff_run_t &run)
 {
-    console_print(console, "  {} rule {}\n", kind_marks[rule.kind], rule.order);
-    print_fields(console, "      ", rule.fields);
-    for (const std::string &value : rule.removed)
-        console_print(console, "    - {}\n", escape_terminal(value));
-    for (const std::string &value : rule.added)
-        console_print(console, "    + {}\n", escape_terminal(value));
+    const std::string &allow = run.options.allow;
+    if ((!allow.empty() && !diff_flows_allow(run.console, allow, run.flows)) ||
+        !loadable_start(run.console, run.before) || !loadable_start(run.console, run.after))
+        return EXIT_STATUS_FILE;
+    if (flow_replay_open(run.before.db.get(), run.after.db.get(), run.flows.replay) != PDATA_R_OK)
+        throw std::bad_alloc();
+    return diff_flows_run(run.console, run.options.flows, run.flows);
 }
 
-void print_totals(console_t &console, const char *what, const size_t (&totals)[3])
+void print_run(diff_run_t &run)
 {
-    console_print(console, "{}: {} added, {} removed, {} changed\n", what, totals[0], totals[1],
-                  totals[2]);
-}
-
-void print_text(console_t &console, const pdb_difference_t &difference, bool stat)
-{
-    if (stat) {
-        print_totals(console, "protocols", difference.totals.protocols);
-        print_totals(console, "rules", difference.totals.rules);
-        print_totals(console, "values", difference.totals.values);
+    const bool stat = run.options.stat;
+    const bool replayed = !run.options.flows.empty();
+    if (run.console.format != OUTPUT_JSON) {
+        diff_print(run.console, run.difference, stat);
+        if (replayed)
+            diff_flows_print(run.console, run.flows, stat);
         return;
     }
-    for (const protocol_difference_t &protocol : difference.protocols) {
-        console_print(console, "{} protocol {} (id {})\n", kind_marks[protocol.kind],
-                      escape_terminal(protocol.name), protocol.id);
-        print_fields(console, "    ", protocol.fields);
-        for (const rule_difference_t &rule : protocol.rules)
-            print_rule(console, rule);
-    }
-}
-
-json_document_t totals_document(const size_t (&totals)[3])
-{
-    return {{"added", totals[0]}, {"removed", totals[1]}, {"changed", totals[2]}};
-}
-
-json_document_t fields_document(const std::vector<field_difference_t> &fields)
-{
-    json_document_t list = json_document_t::array();
-    for (const field_difference_t &field : fields)
-        list.push_back({{"name", field.name},
-                        {"before", json_text(field.before)},
-                        {"after", json_text(field.after)}});
-    return list;
-}
-
-json_document_t texts_document(const std::vector<std::string> &texts)
-{
-    json_document_t list = json_document_t::array();
-    for (const std::string &text : texts)
-        list.push_back(json_text(text));
-    return list;
-}
-
-json_document_t protocol_document(const protocol_difference_t &protocol)
-{
-    json_document_t document = {{"change", kind_names[protocol.kind]},
-                                {"id", protocol.id},
-                                {"name", json_text(protocol.name)},
-                                {"fields", fields_document(protocol.fields)},
-                                {"rules", json_document_t::array()}};
-    for (const rule_difference_t &rule : protocol.rules)
-        document["rules"].push_back({{"change", kind_names[rule.kind]},
-                                     {"order", rule.order},
-                                     {"fields", fields_document(rule.fields)},
-                                     {"removed", texts_document(rule.removed)},
-                                     {"added", texts_document(rule.added)}});
-    return document;
-}
-
-json_document_t diff_document(const input_file_t &before, const input_file_t &after,
-                              const pdb_difference_t &difference, bool stat)
-{
     json_document_t document = json_document("diff");
-    document["before"] = json_text(before.name);
-    document["after"] = json_text(after.name);
-    document["equal"] = difference.protocols.empty();
-    document["totals"] = {{"protocols", totals_document(difference.totals.protocols)},
-                          {"rules", totals_document(difference.totals.rules)},
-                          {"values", totals_document(difference.totals.values)}};
-    if (stat)
-        return document;
-    document["protocols"] = json_document_t::array();
-    for (const protocol_difference_t &protocol : difference.protocols)
-        document["protocols"].push_back(protocol_document(protocol));
-    return document;
+    document["before"] = json_text(run.before.file.name);
+    document["after"] = json_text(run.after.file.name);
+    diff_fill(document, run.difference, stat);
+    if (replayed)
+        document["flows"] = diff_flows_document(run.flows, stat);
+    console_document(run.console, document);
+}
+
+bool reads_input_twice(const diff_options_t &options)
+{
+    const auto flows = std::ranges::count(options.flows, "-");
+    return flows + (options.before == "-") + (options.after == "-") + (options.allow == "-") > 1;
 }
 
 exit_status_t diff_run(const diff_options_t &options, console_t &console)
 {
-    input_file_t before_file;
-    input_file_t after_file;
-    description_model_t before;
-    description_model_t after;
-    if (!open_model(console, options.before, before_file, before) ||
-        !open_model(console, options.after, after_file, after))
+    if (reads_input_twice(options)) {
+        console_error(console, "standard input can be read once");
+        return EXIT_STATUS_USAGE;
+    }
+    diff_run_t run = {options, console};
+    if (!compare(run))
         return EXIT_STATUS_FILE;
-    const pdb_difference_t difference = pdb_difference(before, after);
-    if (console.format == OUTPUT_JSON)
-        console_document(console, diff_document(before_file, after_file, difference, options.stat));
-    else
-        print_text(console, difference, options.stat);
-    return difference.protocols.empty() ? EXIT_STATUS_FINE : EXIT_STATUS_FINDINGS;
+    exit_status_t status = run.difference.is_empty() ? EXIT_STATUS_FINE : EXIT_STATUS_FINDINGS;
+    if (!options.flows.empty())
+        status = replay(run);
+    if (run.flows.replay.before.flow != nullptr || options.flows.empty())
+        print_run(run);
+    diff_flows_name_stale(console, run.flows);
+    return status;
 }
 
 } // namespace
@@ -155,5 +115,16 @@ command_run_t diff_declare(CLI::App &app)
     app.add_option("BEFORE", options->before, "A pdb, - for standard input")->required();
     app.add_option("AFTER", options->after, "A pdb to hold against it")->required();
     app.add_flag("--stat", options->stat, "Print totals only");
+    CLI::Option *flows =
+        app.add_option("--flows", options->flows,
+                       "Flow lines, as \"pdata flows\" prints them: run them through both pdbs,\n"
+                       "which must be loadable, and list those that are classified otherwise;\n"
+                       "may be given again, - is standard input")
+            ->type_name("FILE")
+            ->allow_extra_args(false);
+    app.add_option("--allow", options->allow,
+                   "Lines \"before -> after\" of protocols: such changes are no findings")
+        ->type_name("FILE")
+        ->needs(flows);
     return [options](console_t &console) { return diff_run(*options, console); };
 }

@@ -1,12 +1,14 @@
 #include "pdb_difference.h"
 
 #include <algorithm>
-#include <functional>
+#include <bit>
 #include <iterator>
-#include <unordered_map>
+#include <span>
 
-#include "csa_types.h"
 #include "format_values.h"
+#include "pairing.h"
+#include "rule_row.h"
+#include "scope_words.h"
 
 namespace
 {
@@ -47,13 +49,33 @@ std::string flags_of(const model_rule_t &rule)
     return flags;
 }
 
+/// Returns the words of a scope; a bit without a word is shown by its number.
+std::string scope_of(const model_rule_t &rule)
+{
+    std::string words;
+    for (uint32_t left = rule.scope; left != 0; left &= left - 1) {
+        const uint32_t bit = left & (~left + 1);
+        const std::string_view word = scope_word(bit);
+        words.append(words.empty() ? "" : ", ");
+        words.append(word.empty() ? "bit " + std::to_string(std::countr_zero(bit))
+                                  : std::string(word));
+    }
+    return words;
+}
+
+std::string tags_of(const model_rule_t &rule)
+{
+    return rule.nameless_tags == 0 ? joined(rule.tags)
+                                   : std::to_string(rule.nameless_tags) + " without names";
+}
+
 std::vector<field_difference_t> fields_of(const model_rule_t &rule)
 {
     return {{"order", order_of(rule), {}},
-            {"scope", std::to_string(rule.scope), {}},
+            {"scope", scope_of(rule), {}},
             {"flags", flags_of(rule), {}},
             {"path", joined(rule.path), {}},
-            {"rule-tags", joined(rule.tags), {}},
+            {"rule-tags", tags_of(rule), {}},
             {"virtual_id", rule.vid == MODEL_VID_NONE ? "" : std::to_string(rule.vid), {}}};
 }
 
@@ -84,29 +106,6 @@ std::vector<field_difference_t> differing_fields(const Record &before, const Rec
     return fields;
 }
 
-/// Lists the values of a rule, sorted; minimum data and a sub-rule without attributes are listed
-/// like values.
-std::vector<std::string> values_of(const model_rule_t &rule)
-{
-    constexpr const char *ways[] = {"unknown", "cts", "stc", "both"};
-    std::vector<std::string> values;
-    for (size_t i = 0; i < rule.sub_rules.size(); ++i) {
-        const model_sub_rule_t &sub_rule = rule.sub_rules[i];
-        const std::string front = (i == 0 ? "" : "and ") + std::string(sub_rule.protocol);
-        if (sub_rule.attributes.empty() || sub_rule.cts_mindata != 0 || sub_rule.stc_mindata != 0)
-            values.push_back(front + " mindata " + std::to_string(sub_rule.cts_mindata) + '/' +
-                             std::to_string(sub_rule.stc_mindata));
-        for (const model_attribute_t &attribute : sub_rule.attributes)
-            for (const model_value_t &value : attribute.values)
-                values.push_back(front + ':' + std::string(attribute.name) + ' ' +
-                                 ways[attribute.way & 3] +
-                                 (value.offset == 0 ? "" : " at " + std::to_string(value.offset)) +
-                                 ' ' + std::string(value.text));
-    }
-    std::sort(values.begin(), values.end());
-    return values;
-}
-
 std::string keys_text(const model_rule_t &rule)
 {
     std::string text;
@@ -115,132 +114,134 @@ std::string keys_text(const model_rule_t &rule)
     return text;
 }
 
-std::string values_text(const model_rule_t &rule)
-{
-    std::string text;
-    for (const std::string &value : values_of(rule))
-        text += counted(value);
-    return text;
-}
-
-std::string all_text(const model_rule_t &rule)
-{
-    return keys_text(rule) + values_text(rule);
-}
-
-/// The keys of a rule and what it tests, without the values.
-std::string shape_text(const model_rule_t &rule)
-{
-    std::string text = keys_text(rule);
-    for (const model_sub_rule_t &sub_rule : rule.sub_rules) {
-        text += '{' + counted(sub_rule.protocol);
-        for (const model_attribute_t &attribute : sub_rule.attributes)
-            text += counted(attribute.name) + std::to_string(attribute.way);
-    }
-    return text;
-}
-
-/// Records of two sides that are still to be paired, and the pairs.
-template <typename Record>
-struct pairing_t {
-    std::vector<const Record *> before;
-    std::vector<const Record *> after;
-    std::vector<std::pair<const Record *, const Record *>> pairs;
+/// One comparison.
+struct comparison_t {
+    pdb_difference_t out;
+    text_numbers_t texts;
+    size_t shown = 0; ///< bytes of values that are listed
 };
 
-/// Pairs what has the same text; equal ones in their order.
-template <typename Record, typename Text>
-void pair_by(pairing_t<Record> &pairing, Text text_of)
+/// Lists values of a rule, sorted.
+std::vector<std::string> shown_values(comparison_t &comparison, const model_rule_t &rule,
+                                      std::span<const rule_value_t> values)
 {
-    std::unordered_map<std::string, std::vector<const Record *>> waiting;
-    for (auto it = pairing.after.rbegin(); it != pairing.after.rend(); ++it)
-        waiting[text_of(**it)].push_back(*it);
-    std::vector<const Record *> left;
-    for (const Record *record : pairing.before) {
-        const auto found = waiting.find(text_of(*record));
-        if (found == waiting.end() || found->second.empty()) {
-            left.push_back(record);
+    std::vector<std::string> texts;
+    for (const rule_value_t &value : values) {
+        if (comparison.shown > DIFFERENCE_SHOWN_MAX) {
+            ++comparison.out.nr_unlisted;
             continue;
         }
-        pairing.pairs.emplace_back(record, found->second.back());
-        found->second.pop_back();
+        texts.push_back(rule_value_text(rule, value));
+        comparison.shown += texts.back().size();
     }
-    std::vector<const Record *> open;
-    for (auto &entry : waiting)
-        open.insert(open.end(), entry.second.begin(), entry.second.end());
-    std::sort(open.begin(), open.end(), std::less<>());
-    pairing.before = std::move(left);
-    pairing.after = std::move(open);
+    std::sort(texts.begin(), texts.end());
+    return texts;
 }
 
-template <typename Record>
-pairing_t<Record> pairing_of(const std::vector<Record> &before, const std::vector<Record> &after)
+/// Returns the values of a rule that another one lacks.
+std::vector<rule_value_t> values_beyond(const rule_row_t &row, const rule_row_t &other)
 {
-    pairing_t<Record> pairing;
-    for (const Record &record : before)
-        pairing.before.push_back(&record);
-    for (const Record &record : after)
-        pairing.after.push_back(&record);
-    return pairing;
+    std::vector<rule_value_t> beyond;
+    std::set_difference(
+        row.values.begin(), row.values.end(), other.values.begin(), other.values.end(),
+        std::back_inserter(beyond),
+        [](const rule_value_t &one, const rule_value_t &next) { return one.key < next.key; });
+    return beyond;
 }
 
-void add_rule(pdb_difference_t &out, protocol_difference_t &protocol, rule_difference_t rule)
+/// Adds a rule with the values that were removed from `before` and added to `after`.
+void add_rule(comparison_t &comparison, protocol_difference_t &protocol, rule_difference_t rule,
+              std::pair<const rule_row_t *, std::span<const rule_value_t>> removed,
+              std::pair<const rule_row_t *, std::span<const rule_value_t>> added)
 {
-    ++out.totals.rules[rule.kind];
-    out.totals.values[DIFFERENCE_ADDED] += rule.added.size();
-    out.totals.values[DIFFERENCE_REMOVED] += rule.removed.size();
+    difference_totals_t &totals = comparison.out.totals;
+    ++totals.rules[rule.kind];
+    totals.values[DIFFERENCE_REMOVED] += removed.second.size();
+    totals.values[DIFFERENCE_ADDED] += added.second.size();
+    if (removed.first != nullptr)
+        rule.removed = shown_values(comparison, *removed.first->rule, removed.second);
+    if (added.first != nullptr)
+        rule.added = shown_values(comparison, *added.first->rule, added.second);
     protocol.rules.push_back(std::move(rule));
 }
 
-void add_pair(pdb_difference_t &out, protocol_difference_t &protocol, const model_rule_t &before,
-              const model_rule_t &after)
+void add_pair(comparison_t &comparison, protocol_difference_t &protocol, const rule_row_t &before,
+              const rule_row_t &after)
 {
-    rule_difference_t rule = {
-        DIFFERENCE_CHANGED, order_of(after), differing_fields(before, after), {}, {}};
-    const std::vector<std::string> old = values_of(before);
-    const std::vector<std::string> now = values_of(after);
-    std::set_difference(old.begin(), old.end(), now.begin(), now.end(),
-                        std::back_inserter(rule.removed));
-    std::set_difference(now.begin(), now.end(), old.begin(), old.end(),
-                        std::back_inserter(rule.added));
-    if (!rule.fields.empty() || !rule.removed.empty() || !rule.added.empty())
-        add_rule(out, protocol, std::move(rule));
+    rule_difference_t rule = {DIFFERENCE_CHANGED,
+                              order_of(*after.rule),
+                              differing_fields(*before.rule, *after.rule),
+                              {},
+                              {}};
+    const std::vector<rule_value_t> removed = values_beyond(before, after);
+    const std::vector<rule_value_t> added = values_beyond(after, before);
+    if (!rule.fields.empty() || !removed.empty() || !added.empty())
+        add_rule(comparison, protocol, std::move(rule), {&before, removed}, {&after, added});
 }
 
-void compare_rules(pdb_difference_t &out, protocol_difference_t &protocol,
+std::vector<rule_row_t> rows_of(comparison_t &comparison, const std::vector<model_rule_t> &rules)
+{
+    std::vector<rule_row_t> rows;
+    rows.reserve(rules.size());
+    for (const model_rule_t &rule : rules)
+        rows.push_back(rule_row(comparison.texts, rule, keys_text(rule)));
+    return rows;
+}
+
+/// Replaces the rows that are still to be paired by what they compile to.
+std::vector<rule_row_t> compile_rows(comparison_t &comparison,
+                                     std::vector<const rule_row_t *> &waiting)
+{
+    std::vector<rule_row_t> rows;
+    rows.reserve(waiting.size());
+    for (const rule_row_t *&row : waiting) {
+        rows.push_back(*row);
+        rule_row_compile(comparison.texts, rows.back());
+        row = &rows.back();
+    }
+    return rows;
+}
+
+void compare_rules(comparison_t &comparison, protocol_difference_t &protocol,
                    const std::vector<model_rule_t> &before, const std::vector<model_rule_t> &after)
 {
-    pairing_t<model_rule_t> pairing = pairing_of(before, after);
-    pair_by(pairing, all_text);
+    const std::vector<rule_row_t> rows_before = rows_of(comparison, before);
+    const std::vector<rule_row_t> rows_after = rows_of(comparison, after);
+    pairing_t<rule_row_t> pairing = pairing_of(rows_before, rows_after);
+    pair_by(pairing, rule_row_all);
+    const std::vector<rule_row_t> compiled_before = compile_rows(comparison, pairing.before);
+    const std::vector<rule_row_t> compiled_after = compile_rows(comparison, pairing.after);
+    pair_by(pairing, rule_row_all);
     pairing.pairs.clear();
-    pair_by(pairing, values_text);
-    pair_by(pairing, shape_text);
+    pair_by(pairing, rule_row_values);
+    pair_by(pairing, rule_row_shape);
     for (const auto &[old, now] : pairing.pairs)
-        add_pair(out, protocol, *old, *now);
-    for (const model_rule_t *rule : pairing.before)
-        add_rule(out, protocol, {DIFFERENCE_REMOVED, order_of(*rule), {}, values_of(*rule), {}});
-    for (const model_rule_t *rule : pairing.after)
-        add_rule(out, protocol, {DIFFERENCE_ADDED, order_of(*rule), {}, {}, values_of(*rule)});
+        add_pair(comparison, protocol, *old, *now);
+    for (const rule_row_t *row : pairing.before)
+        add_rule(comparison, protocol, {DIFFERENCE_REMOVED, order_of(*row->rule), {}, {}, {}},
+                 {row, row->values}, {});
+    for (const rule_row_t *row : pairing.after)
+        add_rule(comparison, protocol, {DIFFERENCE_ADDED, order_of(*row->rule), {}, {}, {}}, {},
+                 {row, row->values});
 }
 
 /// Compares two protocols; one that is not there is `nothing`.
-void compare_protocols(pdb_difference_t &out, difference_kind_t kind,
+void compare_protocols(comparison_t &comparison, difference_kind_t kind,
                        const model_protocol_t &before, const model_protocol_t &after)
 {
     const model_protocol_t &shown = kind == DIFFERENCE_REMOVED ? before : after;
     protocol_difference_t protocol = {kind, shown.id, shown.name, {}, {}};
     if (kind == DIFFERENCE_CHANGED)
         protocol.fields = differing_fields(before, after);
-    compare_rules(out, protocol, before.rules, after.rules);
+    compare_rules(comparison, protocol, before.rules, after.rules);
     if (kind == DIFFERENCE_CHANGED && protocol.fields.empty() && protocol.rules.empty())
         return;
-    ++out.totals.protocols[kind];
-    out.protocols.push_back(std::move(protocol));
+    ++comparison.out.totals.protocols[kind];
+    comparison.out.protocols.push_back(std::move(protocol));
 }
 
-} // namespace
-
-pdb_difference_t pdb_difference(const description_model_t &before, const description_model_t &after)
+void compare_protocols(comparison_t &comparison, const description_model_t &before,
+                       const description_model_t &after)
 {
     pairing_t<model_protocol_t> pairing = pairing_of(before.protocols, after.protocols);
     const auto id = [](const model_protocol_t &one) { return std::to_string(one.id); };
@@ -248,13 +249,52 @@ pdb_difference_t pdb_difference(const description_model_t &before, const descrip
     pair_by(pairing, [&](const model_protocol_t &one) { return id(one) + ' ' + name(one); });
     pair_by(pairing, name);
     pair_by(pairing, id);
-    pdb_difference_t out;
     const model_protocol_t nothing;
     for (const model_protocol_t *one : pairing.before)
-        compare_protocols(out, DIFFERENCE_REMOVED, *one, nothing);
+        compare_protocols(comparison, DIFFERENCE_REMOVED, *one, nothing);
     for (const auto &[old, now] : pairing.pairs)
-        compare_protocols(out, DIFFERENCE_CHANGED, *old, *now);
+        compare_protocols(comparison, DIFFERENCE_CHANGED, *old, *now);
     for (const model_protocol_t *one : pairing.after)
-        compare_protocols(out, DIFFERENCE_ADDED, nothing, *one);
-    return out;
+        compare_protocols(comparison, DIFFERENCE_ADDED, nothing, *one);
+}
+
+std::string side_text(const model_alias_side_t &side)
+{
+    return std::string(side.protocol)
+        .append(":")
+        .append(side.attribute)
+        .append(" ")
+        .append(way_word(side.way));
+}
+
+/// Lists the aliases of a pdb, sorted.
+std::vector<std::string> aliases_of(const description_model_t &model)
+{
+    std::vector<std::string> aliases;
+    for (const model_alias_t &alias : model.aliases)
+        aliases.push_back(side_text(alias.alias) + " as " + side_text(alias.reference));
+    std::sort(aliases.begin(), aliases.end());
+    return aliases;
+}
+
+void compare_aliases(comparison_t &comparison, const description_model_t &before,
+                     const description_model_t &after)
+{
+    const std::vector<std::string> old = aliases_of(before);
+    const std::vector<std::string> now = aliases_of(after);
+    alias_difference_t &aliases = comparison.out.aliases;
+    std::set_difference(old.begin(), old.end(), now.begin(), now.end(),
+                        std::back_inserter(aliases.removed));
+    std::set_difference(now.begin(), now.end(), old.begin(), old.end(),
+                        std::back_inserter(aliases.added));
+}
+
+} // namespace
+
+pdb_difference_t pdb_difference(const description_model_t &before, const description_model_t &after)
+{
+    comparison_t comparison;
+    compare_protocols(comparison, before, after);
+    compare_aliases(comparison, before, after);
+    return std::move(comparison.out);
 }

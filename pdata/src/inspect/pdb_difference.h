@@ -1,10 +1,11 @@
 /// Two pdbs held against each other, by protocol, rule and value.
 ///
 /// Protocols are paired by id and name, then by name, then by id. Rules of paired protocols are
-/// paired by what they say, so that a rule that moved is no change; then by their values, so that
-/// what is left has other keys; then by keys and attributes, so that what is left has other values.
-/// How strings and records are laid out counts for nothing. Linear time, but for the sorting of the
-/// values of a rule.
+/// paired by what they say, so that a rule that moved is no change; then by what they compile to
+/// (value_form.h); then by their values, so that what is left has other keys; then by keys and
+/// attributes, so that what is left has other values. How strings and records are laid out counts
+/// for nothing. Linear time, but for the sorting of the values of a rule. Memory beside the models:
+/// that of different texts, and of one protocol at a time.
 #pragma once
 
 #include <string>
@@ -26,7 +27,7 @@ struct rule_difference_t {
     difference_kind_t kind = DIFFERENCE_CHANGED;
     std::string order; ///< "range:order", as it is afterwards
     std::vector<field_difference_t> fields;
-    std::vector<std::string> removed; ///< "protocol:attribute direction value"
+    std::vector<std::string> removed; ///< "protocol:attribute direction value", long ones cut
     std::vector<std::string> added;
 };
 
@@ -45,9 +46,26 @@ struct difference_totals_t {
     size_t values[3] = {}; ///< a value is added or removed, never changed
 };
 
+/// A pair of matcher aliases that only one side has: "quic:server_name cts as ssl:common_name cts".
+struct alias_difference_t {
+    std::vector<std::string> removed;
+    std::vector<std::string> added;
+};
+
+/// Bytes of values that a difference holds; further ones are counted and not listed.
+constexpr size_t DIFFERENCE_SHOWN_MAX = size_t{64} << 20;
+
 struct pdb_difference_t {
     std::vector<protocol_difference_t> protocols; ///< removed and changed ones first
+    alias_difference_t aliases;
     difference_totals_t totals;
+    size_t nr_unlisted = 0; ///< values beyond DIFFERENCE_SHOWN_MAX
+
+    /// Tells whether both pdbs are equal for traffic.
+    bool is_empty() const
+    {
+        return protocols.empty() && aliases.removed.empty() && aliases.added.empty();
+    }
 };
 
 /// Compares what two pdbs say. Throws std::bad_alloc.

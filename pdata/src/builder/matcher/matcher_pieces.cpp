@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "csa_escape.h"
+
 namespace
 {
 
@@ -10,6 +12,15 @@ bool is_mandatory(const rexpand_pattern_t &piece)
 {
     return piece.str.size() > 3 ||
            std::any_of(piece.str.begin(), piece.str.end(), [](char c) { return c != '\0'; });
+}
+
+int hex_digit(char c)
+{
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    if ((c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'))
+        return (c | 0x20) - 'a' + 10;
+    return -1;
 }
 
 } // namespace
@@ -35,4 +46,28 @@ const rexpand_pattern_t *matcher_longest_piece(const rexpand_permutation &permut
             (longest == nullptr || piece.str.size() > longest->str.size()))
             longest = &piece;
     return longest;
+}
+
+bool matcher_unescape(std::string_view value, std::string &bytes, std::string_view &fault)
+{
+    for (size_t i = 0; i < value.size(); ++i) {
+        if (value[i] != '\\') {
+            bytes.push_back(value[i]);
+            continue;
+        }
+        const std::string_view rest = value.substr(i + 1);
+        const int high = rest.size() > 2 ? hex_digit(rest[1]) : -1;
+        const int low = rest.size() > 2 ? hex_digit(rest[2]) : -1;
+        fault = rest;
+        if (rest.empty() || (rest[0] == 'x' && (high < 0 || low < 0)))
+            return false;
+        if (rest[0] == 'x') {
+            bytes.push_back(static_cast<char>(high * 16 + low));
+            i += 3;
+        } else {
+            bytes.push_back(char_escaped(rest[0]));
+            i += 1;
+        }
+    }
+    return true;
 }

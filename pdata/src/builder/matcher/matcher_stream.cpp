@@ -2,7 +2,6 @@
 
 #include <string>
 
-#include "csa_escape.h"
 #include "hstring_record.h"
 #include "matcher_pieces.h"
 #include "rexpand.h"
@@ -165,42 +164,6 @@ pdata_status_t register_permutations(matcher_build *matcher, const rexpand_permu
     return PDATA_SUCCESS;
 }
 
-int hex_digit(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if ((c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'))
-        return (c | 0x20) - 'a' + 10;
-    return -1;
-}
-
-/// Replaces the escapes of a value by their bytes. Oddity O144.
-pdata_status_t unescape(std::string_view value, std::string *bytes)
-{
-    for (size_t i = 0; i < value.size(); ++i) {
-        if (value[i] != '\\') {
-            bytes->push_back(value[i]);
-            continue;
-        }
-        const std::string_view rest = value.substr(i + 1);
-        const int high = rest.size() > 2 ? hex_digit(rest[1]) : -1;
-        const int low = rest.size() > 2 ? hex_digit(rest[2]) : -1;
-        if (rest.empty() || (rest[0] == 'x' && (high < 0 || low < 0)))
-            return pdata_fail(PDATA_ERR_INVALID_ARGUMENT,
-                              "INTERFACE_BUILDER_STREAM :Pattern \"%.*s\" contains an invalid "
-                              "escaped sequence.\n",
-                              static_cast<int>(rest.size()), rest.data());
-        if (rest[0] == 'x') {
-            bytes->push_back(static_cast<char>(high * 16 + low));
-            i += 3;
-        } else {
-            bytes->push_back(char_escaped(rest[0]));
-            i += 1;
-        }
-    }
-    return PDATA_SUCCESS;
-}
-
 pdata_status_t matcher_serialize_pattern(const matcher_build &matcher, tlv_sink_t &sink)
 {
     const size_t header = tlv_open_record(sink);
@@ -250,7 +213,12 @@ pdata_status_t matcher_register_stream_offset(matcher_build *matcher, const matc
     if (value.empty())
         return PDATA_ERR_INVALID_ARGUMENT;
     std::string bytes;
-    PDATA_TRY(unescape(value, &bytes));
+    std::string_view fault;
+    if (!matcher_unescape(value, bytes, fault))
+        return pdata_fail(PDATA_ERR_INVALID_ARGUMENT,
+                          "INTERFACE_BUILDER_STREAM :Pattern \"%.*s\" contains an invalid "
+                          "escaped sequence.\n",
+                          static_cast<int>(fault.size()), fault.data());
     info.type = PATTERN_OFFSET;
     info.offset = static_cast<type_offset>(data.pattern_offset);
     // Here equality is refused, which a value without an offset may have. Oddity O134.

@@ -1,0 +1,196 @@
+#include "diff_flows.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "byte_source.h"
+#include "escape.h"
+
+namespace
+{
+
+/// Bad lines of a file that are named; the rest are counted.
+constexpr uint64_t bad_lines_named = 10;
+
+struct flow_lines_t {
+    console_t &console;
+    diff_flows_t &flows;
+    std::string name;
+    uint64_t number = 0;
+    uint64_t bad = 0;
+};
+
+void refuse_line(flow_lines_t &lines, const std::string &text)
+{
+    if (++lines.bad <= bad_lines_named)
+        console_error(lines.console, "{}:{}", lines.name, text);
+}
+
+void replay_line(flow_lines_t &lines, std::string_view line)
+{
+    flow_error_t error;
+    const std::string place = fmt::format("{}:{}", lines.name, lines.number);
+    if (!flow_replay_line(lines.flows.replay, line, place, error))
+        refuse_line(lines, fmt::format("{}:{}: {}", lines.number, error.column, error.text));
+}
+
+/// Replays the lines of an open file. Returns EXIT_STATUS_FINE when all were read.
+exit_status_t replay_lines(flow_lines_t &lines, int fd)
+{
+    byte_source_t source = {fd};
+    std::string_view line;
+    for (line_result_t read; (read = byte_source_line(source, line)) != LINE_NONE;) {
+        ++lines.number;
+        if (read == LINE_READ)
+            replay_line(lines, line);
+        else
+            refuse_line(lines, fmt::format("{}: a line of more than 16 MiB", lines.number));
+    }
+    if (lines.bad > bad_lines_named)
+        console_error(lines.console, "{}: {} bad lines in all", lines.name, lines.bad);
+    if (source.system_error != 0)
+        console_error(lines.console, "{}: {}", lines.name, std::strerror(source.system_error));
+    lines.flows.bad_lines += lines.bad;
+    return lines.bad == 0 && source.system_error == 0 ? EXIT_STATUS_FINE : EXIT_STATUS_FILE;
+}
+
+exit_status_t replay_file(console_t &console, const std::string &path, diff_flows_t &flows)
+{
+    if (path == "-") {
+        flow_lines_t lines = {console, flows, "standard input"};
+        return replay_lines(lines, STDIN_FILENO);
+    }
+    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        console_error(console, "{}: {}", path, std::strerror(errno));
+        return EXIT_STATUS_FILE;
+    }
+    flow_lines_t lines = {console, flows, path};
+    const exit_status_t status = replay_lines(lines, fd);
+    close(fd);
+    return status;
+}
+
+const allowed_pair_t *find_allowed(const diff_flows_t &flows, const replay_pair_t &pair)
+{
+    const auto found = std::ranges::find_if(flows.allowed, [&pair](const allowed_pair_t &one) {
+        return replay_pair_allows(one.pair, pair);
+    });
+    return found == flows.allowed.end() ? nullptr : &*found;
+}
+
+void mark_allowed(diff_flows_t &flows)
+{
+    for (const auto &[pair, change] : flows.replay.changes) {
+        bool accepted = false;
+        for (allowed_pair_t &one : flows.allowed)
+            if (replay_pair_allows(one.pair, pair))
+                accepted = one.occurred = true;
+        flows.nr_allowed += accepted ? change.flows : 0;
+    }
+}
+
+bool allow_line(console_t &console, std::string_view line, const std::string &place,
+                diff_flows_t &flows)
+{
+    replay_pair_t pair;
+    if (!replay_pair_read(line, pair)) {
+        console_error(console, "{}: not \"before -> after\"", place);
+        return false;
+    }
+    if (!pair.first.empty())
+        flows.allowed.push_back({std::move(pair), place});
+    return true;
+}
+
+json_document_t change_document(const diff_flows_t &flows, const replay_pair_t &pair,
+                                const replay_change_t &change, bool stat)
+{
+    json_document_t document = {{"before", json_text(pair.first)},
+                                {"after", json_text(pair.second)},
+                                {"flows", change.flows},
+                                {"allowed", find_allowed(flows, pair) != nullptr}};
+    if (stat)
+        return document;
+    document["place"] = json_text(change.place);
+    if (!change.example.empty())
+        document["example"] = json_text(change.example);
+    return document;
+}
+
+} // namespace
+
+bool diff_flows_allow(console_t &console, const std::string &path, diff_flows_t &flows)
+{
+    input_file_t file;
+    if (!open_file(console, path, file))
+        return false;
+    std::string_view rest = input_file_text(file);
+    bool good = true;
+    for (size_t number = 1; !rest.empty(); ++number) {
+        const std::string_view line = rest.substr(0, rest.find('\n'));
+        rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+        good = allow_line(console, line, fmt::format("{}:{}", file.name, number), flows) && good;
+    }
+    return good;
+}
+
+exit_status_t diff_flows_run(console_t &console, const std::vector<std::string> &paths,
+                             diff_flows_t &flows)
+{
+    exit_status_t status = EXIT_STATUS_FINE;
+    for (const std::string &path : paths)
+        if (replay_file(console, path, flows) != EXIT_STATUS_FINE)
+            status = EXIT_STATUS_FILE;
+    mark_allowed(flows);
+    if (flows.replay.refused != 0)
+        console_error(console, "{} flows with values of another kind than their attribute's",
+                      flows.replay.refused);
+    if (status == EXIT_STATUS_FINE && flows.replay.changed != flows.nr_allowed)
+        status = EXIT_STATUS_FINDINGS;
+    return status;
+}
+
+void diff_flows_print(console_t &console, const diff_flows_t &flows, bool stat)
+{
+    const std::string allowed =
+        flows.nr_allowed == 0 ? "" : fmt::format(", {} of them allowed", flows.nr_allowed);
+    console_print(console, "flows: {}, {} changed{}\n", flows.replay.flows, flows.replay.changed,
+                  allowed);
+    for (const auto &[pair, change] : flow_replay_changes(flows.replay)) {
+        console_print(console, "{} -> {} {}{}\n", escape_terminal(pair->first),
+                      escape_terminal(pair->second), change->flows,
+                      find_allowed(flows, *pair) == nullptr ? "" : " allowed");
+        if (!stat)
+            console_print(console, "    {}{}{}\n", escape_line(change->place),
+                          change->example.empty() ? "" : ": ", escape_line(change->example));
+    }
+}
+
+json_document_t diff_flows_document(const diff_flows_t &flows, bool stat)
+{
+    json_document_t document = {
+        {"flows", flows.replay.flows},      {"changed", flows.replay.changed},
+        {"allowed", flows.nr_allowed},      {"refused", flows.replay.refused},
+        {"bad_lines", flows.bad_lines},     {"changes", json_document_t::array()},
+        {"stale", json_document_t::array()}};
+    for (const auto &[pair, change] : flow_replay_changes(flows.replay))
+        document["changes"].push_back(change_document(flows, *pair, *change, stat));
+    for (const allowed_pair_t &one : flows.allowed)
+        if (!one.occurred)
+            document["stale"].push_back(
+                {{"before", json_text(one.pair.first)}, {"after", json_text(one.pair.second)}});
+    return document;
+}
+
+void diff_flows_name_stale(console_t &console, const diff_flows_t &flows)
+{
+    for (const allowed_pair_t &one : flows.allowed)
+        if (!one.occurred)
+            console_error(console, "{}: {} -> {} did not occur", one.place, one.pair.first,
+                          one.pair.second);
+}

@@ -1,0 +1,163 @@
+// What two pdbs say differently, and which texts of values are equal for traffic.
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "description_generator.h"
+#include "pdb_difference.h"
+#include "random_description.h"
+#include "serialize_fixture.h"
+#include "value_form.h"
+
+namespace
+{
+
+class difference : public serialize_fixture
+{
+protected:
+    std::vector<uint8_t> compile(const std::string &text)
+    {
+        std::string came_to;
+        (void)stderr_of([&] { came_to = run(text); }); // warnings of directions
+        EXPECT_EQ(came_to, "0") << text;
+        std::vector<uint8_t> file;
+        for (const pdb_t &one : pdb) {
+            if (one.pdb_type == PDB_TYPE_END)
+                break;
+            file.insert(file.end(), one.pdb_tlv->begin(), one.pdb_tlv->end());
+        }
+        return file;
+    }
+
+    static bool read(const std::vector<uint8_t> &file, description_model_t &model)
+    {
+        pdb_view_t view;
+        view_error_t error;
+        return pdb_view_open(file, view, error) && description_model_read(view, model, error);
+    }
+
+    pdb_difference_t compare(const std::string &before, const std::string &after)
+    {
+        const std::vector<uint8_t> old_file = compile(before);
+        const std::vector<uint8_t> new_file = compile(after);
+        description_model_t old_model;
+        description_model_t new_model;
+        EXPECT_TRUE(read(old_file, old_model) && read(new_file, new_model));
+        pdb_difference_t out = pdb_difference(old_model, new_model);
+        for (protocol_difference_t &protocol : out.protocols)
+            protocol.name = {}; // it points into a file that is gone
+        return out;
+    }
+
+    void expect_equal_to_itself(const std::string &text)
+    {
+        const pdb_difference_t out = compare(text, text);
+        EXPECT_TRUE(out.is_empty()) << text;
+        for (const auto &totals : {out.totals.protocols, out.totals.rules, out.totals.values})
+            EXPECT_EQ(totals[0] + totals[1] + totals[2], 0U);
+    }
+};
+
+TEST_F(difference, random_descriptions_are_equal_to_themselves)
+{
+    for (uint32_t seed = 1; seed <= 300 && !HasFailure(); ++seed) {
+        SCOPED_TRACE(seed);
+        expect_equal_to_itself(make_random_description(seed, {}).json);
+    }
+}
+
+TEST_F(difference, random_descriptions_with_aliases_are_equal_to_themselves)
+{
+    configure_aliases(random_aliases_json);
+    for (uint32_t seed = 1001; seed <= 1200 && !HasFailure(); ++seed) {
+        SCOPED_TRACE(seed);
+        expect_equal_to_itself(make_random_description(seed, random_aliases).json);
+    }
+}
+
+TEST_F(difference, large_descriptions_of_different_seeds_lose_all_and_gain_all)
+{
+    description_shape_t shape;
+    shape.protocols = 200;
+    shape.rules = 1000;
+    const std::string before = generate_description(shape);
+    shape.first_protocol = 5000;
+    shape.seed += 1;
+    const std::string after = generate_description(shape);
+    expect_equal_to_itself(before);
+    const pdb_difference_t out = compare(before, after);
+    EXPECT_EQ(out.totals.protocols[DIFFERENCE_ADDED], 200U);
+    EXPECT_EQ(out.totals.protocols[DIFFERENCE_REMOVED], 200U);
+}
+
+/// Whatever is changed in a file, comparing it ends: it is refused, or says something.
+TEST_F(difference, damaged_files_are_compared_without_harm)
+{
+    std::mt19937 random(7);
+    const std::vector<uint8_t> file = compile(make_random_description(14, {}).json);
+    description_model_t model;
+    ASSERT_TRUE(read(file, model));
+    for (int round = 0; round < 500; ++round) {
+        std::vector<uint8_t> damaged = file;
+        for (auto n = 1 + random() % 4; n != 0; --n)
+            damaged[random() % damaged.size()] ^= static_cast<uint8_t>(1U << random() % 8);
+        description_model_t other;
+        if (!read(damaged, other))
+            continue;
+        EXPECT_EQ(pdb_difference(model, other).is_empty(), pdb_difference(other, model).is_empty());
+        EXPECT_TRUE(pdb_difference(other, other).is_empty());
+    }
+}
+
+TEST_F(difference, aliases_of_one_side_are_named)
+{
+    const std::string text = R"({"p": [{"name": "a", "id": 1, "rules": []}]})";
+    const std::vector<uint8_t> plain = compile(text);
+    configure_aliases(random_aliases_json);
+    const std::vector<uint8_t> aliased = compile(text);
+    description_model_t before;
+    description_model_t after;
+    ASSERT_TRUE(read(plain, before) && read(aliased, after));
+    const pdb_difference_t out = pdb_difference(before, after);
+    EXPECT_FALSE(out.is_empty());
+    EXPECT_EQ(out.aliases.removed.size(), 0U);
+    EXPECT_EQ(out.aliases.added.size(), after.aliases.size());
+}
+
+/// Texts of an attribute that find the same data, and others that look alike and do not.
+TEST(value_forms, are_what_texts_compile_to)
+{
+    const auto form = [](const char *protocol, const char *attribute, std::string_view text) {
+        return value_form(protocol, attribute, false, text);
+    };
+    EXPECT_EQ(form("tcp", "stream", "aq"), form("tcp", "stream", "\\x61q"));
+    EXPECT_EQ(form("tcp", "stream", "a(b|c)"), form("tcp", "stream", "a[cb]"));
+    EXPECT_EQ(form("tcp", "stream", "(ab|ab)"), form("tcp", "stream", "ab"));
+    EXPECT_NE(form("tcp", "stream", "ab"), form("tcp", "stream", "Ab"));
+    EXPECT_NE(form("tcp", "stream", "ab"), form("tcp", "stream", "ab.*"));
+    EXPECT_NE(form("tcp", "stream", "ab.*cd"), form("tcp", "stream", "abcd"));
+    EXPECT_EQ(form("ssl", "common_name", "Example"), form("ssl", "common_name", "eXAMPLE"));
+    EXPECT_EQ(form("tcp", "port", "80,443"), form("tcp", "port", "443,0080-80"));
+    EXPECT_NE(form("tcp", "port", "80,443"), form("tcp", "port", "80-443"));
+    EXPECT_EQ(form("ip", "address", "10.0.0.0/8"),
+              form("ip", "address", "10.0.0.0-10.255.255.255"));
+    EXPECT_NE(form("ip", "address", "10.0.0.0/8"), form("ip", "address", "10.0.0.0/9"));
+    EXPECT_EQ(form("ip6", "address", "fd00::/16"), form("ip6", "address", "fd00:0::/16"));
+    EXPECT_EQ(value_form("tcp", "stream", true, "\\x41."), value_form("tcp", "stream", true, "A."));
+    EXPECT_NE(value_form("tcp", "stream", true, "A."), value_form("tcp", "stream", true, "AB"));
+    EXPECT_NE(form("no", "attribute", "80"), form("no", "attribute", "080"));
+}
+
+/// An order that is left out is made of the lengths of texts: a text of another length is another.
+TEST_F(difference, equal_forms_are_no_difference_where_the_order_is_written)
+{
+    const auto text = [](const char *order, const char *value) {
+        return std::string(R"({"p": [{"name": "a", "id": 1, "rules": [{"order": ")") + order +
+               R"(", "rule": [{"protocol": "tcp", "cts-mindata": 4, "cts-stream": ")" + value +
+               R"(.*"}]}]}]})";
+    };
+    EXPECT_TRUE(compare(text("1:1", "aq"), text("1:1", "\\\\x61q")).is_empty());
+    EXPECT_FALSE(compare(text("1:0", "aq"), text("1:0", "\\\\x61q")).is_empty());
+}
+
+} // namespace
