@@ -5,13 +5,15 @@ namespace
 
 pdata_attribute find_attribute(flow_runner_t &runner, const flow_attr_t &value)
 {
-    const auto [found, is_new] =
-        runner.attributes.try_emplace({value.protocol, value.attribute, value.way}, 0);
-    if (is_new)
-        found->second =
-            pdata_db_attribute(pdata_flow_db(runner.flow.get()), value.protocol.c_str(),
-                               value.attribute.c_str(), static_cast<pdata_direction>(value.way));
-    return found->second;
+    const auto key = std::tie(value.protocol, value.attribute, value.way);
+    const auto found = runner.attributes.find(key); // most are known, and need no key of their own
+    if (found != runner.attributes.end())
+        return found->second;
+    const pdata_attribute attribute =
+        pdata_db_attribute(pdata_flow_db(runner.flow.get()), value.protocol.c_str(),
+                           value.attribute.c_str(), static_cast<pdata_direction>(value.way));
+    runner.attributes.emplace(key, attribute);
+    return attribute;
 }
 
 pdata_protocol find_protocol(flow_runner_t &runner, const std::string &name)

@@ -18,7 +18,8 @@ struct pdata_flow_delete {
 /// A flow object and what it has looked up. The database must outlive nothing: it is held.
 struct flow_runner_t {
     std::unique_ptr<pdata_flow, pdata_flow_delete> flow;
-    std::map<std::tuple<std::string, std::string, flow_way_t>, pdata_attribute> attributes;
+    std::map<std::tuple<std::string, std::string, flow_way_t>, pdata_attribute, std::less<>>
+        attributes;
     std::map<std::string, pdata_protocol> protocols;
 };
 
