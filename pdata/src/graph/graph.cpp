@@ -201,7 +201,7 @@ std::vector<uint32_t> items_of(const walk_t &walk, uint32_t state)
                             : view_matcher_entry(walk.matcher, id & MATCHER_PRIVATE_INDEX).pub_id);
     }
     std::ranges::sort(items);
-    items.erase(std::ranges::unique(items).begin(), items.end());
+    items.erase(std::unique(items.begin(), items.end()), items.end());
     return items;
 }
 
