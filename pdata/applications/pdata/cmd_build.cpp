@@ -99,6 +99,7 @@ command_run_t build_declare(CLI::App &app)
     auto options = std::make_shared<build_options_t>();
     app.add_option("FILE", options->files, "Descriptions, - for standard input")->required();
     app.add_option("-o,--output", options->output, "Where the pdb goes, - for standard output")
+        ->type_name("FILE")
         ->required();
     app.add_flag("--loadable", options->loadable,
                  "Make it loadable; several descriptions are merged");
@@ -106,7 +107,8 @@ command_run_t build_declare(CLI::App &app)
         ->type_name("DIR");
     app.add_option("--sources", options->sources, "Write the generated sources into this folder")
         ->type_name("DIR");
-    app.add_option("--depfile", options->depfile, "Write what the pdb was made from, for make");
+    app.add_option("--depfile", options->depfile, "Write what the pdb was made from, for make")
+        ->type_name("FILE");
     app.add_option("--tests", options->tests, "Cases of \"pdata test\" that must hold")
         ->type_name("FILE")
         ->expected(1)

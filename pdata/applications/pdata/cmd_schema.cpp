@@ -53,6 +53,6 @@ command_run_t schema_declare(CLI::App &app)
     app.add_option("--cfg", options->cfg,
                    "Configuration directory with the rule files; without it the built-in one")
         ->type_name("DIR");
-    app.add_option("-o,--output", options->output, "Where the schema goes");
+    app.add_option("-o,--output", options->output, "Where the schema goes")->type_name("FILE");
     return [options](console_t &console) { return schema_run(*options, console); };
 }

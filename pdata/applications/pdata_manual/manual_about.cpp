@@ -21,19 +21,25 @@ constexpr about_row_t about_rows[] = {
              "fails shows what was expected, what fired, and the rule that missed it most "
              "narrowly. Text, TAP, JUnit XML and JSON come out; the share of rules that a case "
              "fires is shown on demand, and can be demanded."},
-    {"check", "Finds every fault of descriptions in one run, at the place where it stands, with "
-              "its protocol and rule: what the compiler refuses, what can never fire, what loses a "
-              "part of what was described, and what is most likely a slip. Each finding has an id, "
-              "a level and a hint."},
+    {"check",
+     "Finds every fault of descriptions in one run, at the place where it stands, with "
+     "its protocol and rule: what the compiler refuses, what can never fire, what loses a "
+     "part of what was described, and what is most likely a slip. Each finding has an id, "
+     "a level and a hint. What others have found before can be hidden, and what is safe to "
+     "mend is mended on demand. Nothing is written otherwise."},
     {"build", "Checks descriptions, compiles them, verifies what was made, runs the tests given, "
-              "and only then puts the outputs in place, whole or not at all."},
+              "and only then puts the outputs in place, whole or not at all: a description that is "
+              "refused or a test that fails leaves the old files as they were. Rules for make and "
+              "ninja name every file that was read."},
     {"fmt", "Prints descriptions in one canonical layout. The records that they compile to stay "
             "the same."},
     {"import", "Makes a description of lists of domains, hosts, addresses or ports. What the "
                "format cannot say is listed and ends with status 1; nothing is left out in "
                "silence."},
     {"schema", "Prints a JSON Schema of a kind of document, made from the rules that the compiler "
-               "checks it with, for editors that complete and check while one types."},
+               "checks it with, for editors that complete and check while one types. The kinds are "
+               "descriptions (pdd), tag tables (tags), matcher aliases (aliases), and the pattern "
+               "and address tables of a configuration (psa, ipbt)."},
     {"list", "Shows what is in a pdb: its parts, its matchers with their engines, and on demand "
              "its protocols, rules and values by name."},
     {"dump", "Shows every byte of a pdb once: where it stands, the field that it belongs to, its "
@@ -51,8 +57,10 @@ constexpr about_row_t about_rows[] = {
                   "enough for that, the text says so in place."},
     {"diff", "Says what two pdbs say differently, by protocol, rule and value. Rules are paired by "
              "what is in them, so that one that has moved is no difference."},
-    {"report", "Writes one page of HTML about one or two pdbs that needs nothing else: what needs "
-               "action first, then totals, protocols, rules, values, matchers and limits."},
+    {"report",
+     "Writes one page of HTML about one or two pdbs: what needs action first, then totals, "
+     "protocols, rules, values, matchers and limits. The page needs no other file and no "
+     "network. Of two pdbs it also says what the second says differently."},
 };
 
 } // namespace
