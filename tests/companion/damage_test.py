@@ -27,10 +27,11 @@ COMMANDS = {
              "import ports @ --name mine --split"],
     "log": ["flows @", "classify loadable @ --json"],
     "suite": ["test loadable @"],
-    "flows": ["match loadable @", "match --json loadable @"],
+    "flows": ["match loadable @", "match --json loadable @", "diff loadable loadable --flows @",
+              "diff loadable loadable --flows flows --allow @"],
     "pdb": ["list @", "dump --json @", "verify @", "decompile @", "diff pdb @"],
     "loadable": ["list --json @", "dump @", "verify --json @", "decompile @ --aliases aliases",
-                 "diff @ loadable", "match @ flows"],
+                 "diff @ loadable", "diff loadable @ --flows flows", "match @ flows"],
 }
 
 

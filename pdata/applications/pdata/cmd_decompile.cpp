@@ -3,6 +3,7 @@
 #include "commands.h"
 #include "decompile.h"
 #include "open_file.h"
+#include "pdb_verify.h"
 #include "save_file.h"
 
 namespace
@@ -45,7 +46,7 @@ exit_status_t decompile_run(const decompile_options_t &options, console_t &conso
     pdb_view_t pdb;
     decompiled_t out;
     view_error_t error;
-    if (!pdb_view_open(input_file_bytes(file), pdb, error) || !decompile_pdb(pdb, out, error)) {
+    if (!pdb_verify_open(input_file_bytes(file), pdb, error) || !decompile_pdb(pdb, out, error)) {
         print_fault(console, file.name, error);
         return EXIT_STATUS_FILE;
     }

@@ -5,6 +5,7 @@
 #include "commands.h"
 #include "diff_flows.h"
 #include "diff_print.h"
+#include "pdb_verify.h"
 
 namespace
 {
@@ -24,7 +25,7 @@ bool open_model(console_t &console, const std::string &path, input_file_t &file,
     view_error_t error;
     if (!open_file(console, path, file))
         return false;
-    if (pdb_view_open(input_file_bytes(file), pdb, error) &&
+    if (pdb_verify_open(input_file_bytes(file), pdb, error) &&
         description_model_read(pdb, model, error))
         return true;
     print_fault(console, file.name, error);
