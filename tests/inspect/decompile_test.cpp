@@ -100,6 +100,11 @@ TEST_F(decompile, what_has_no_name_is_listed)
               std::vector<std::string>({"protocol a: rule 1: its tags, which no main string "
                                         "names"}));
     EXPECT_EQ(out.text.find("rule-tags"), std::string::npos);
+    EXPECT_NE(
+        out.text.find("\"description\": {\"en\": \"not in this text: rule 1: its tags, which no "
+                      "main string names\"}"),
+        std::string::npos)
+        << out.text;
 }
 
 } // namespace

@@ -71,7 +71,7 @@ bool lay_out(decompiled_t &out, view_error_t &error)
 bool decompile_model(const description_model_t &model, decompiled_t &out, view_error_t &error)
 {
     check_model(model, out.lost);
-    const std::vector<protocol_keys_t> keys = slot_memory_keys(model, out.lost);
+    const std::vector<protocol_keys_t> keys = slot_memory_keys(model);
     out.text = "{\"protocols\":[";
     for (size_t i = 0; i < model.protocols.size(); ++i) {
         if (i != 0)

@@ -16,6 +16,9 @@ constexpr std::string_view SUPPORTED_VERSION = "See atlas for details";
 /// Most values of a sub-rule; an offset cannot be the last of so many.
 constexpr size_t VALUES_MAX = 16;
 
+/// Cases that are said of a protocol in the text; all are told beside it.
+constexpr size_t LOST_SAID_MAX = 10;
+
 /// A protocol on its way into the text.
 struct protocol_writing_t {
     const description_model_t &model;
@@ -241,6 +244,24 @@ void put_meta(protocol_writing_t &writing, const protocol_keys_t &keys)
     }
 }
 
+/// Says in the text what is not in it, of the cases from `first` on.
+void put_lost(protocol_writing_t &writing, size_t first)
+{
+    const std::vector<std::string> &lost = writing.lost;
+    if (first == lost.size())
+        return;
+    const size_t front = lost_protocol(writing.protocol, "").size();
+    std::string said = "not in this text: ";
+    for (size_t i = first; i < lost.size() && i - first < LOST_SAID_MAX; ++i)
+        said.append(i == first ? "" : "; ").append(lost[i].substr(front));
+    if (lost.size() - first > LOST_SAID_MAX)
+        said += "; and " + std::to_string(lost.size() - first - LOST_SAID_MAX) + " more";
+    put_key(writing.text, "description");
+    writing.text += '{';
+    put_member(writing.text, "en", said);
+    writing.text += '}';
+}
+
 } // namespace
 
 void decompile_protocol(const description_model_t &model, const model_protocol_t &protocol,
@@ -248,6 +269,8 @@ void decompile_protocol(const description_model_t &model, const model_protocol_t
                         std::vector<std::string> &lost)
 {
     protocol_writing_t writing = {model, protocol, text, lost, 0};
+    const size_t first = lost.size();
+    lost.insert(lost.end(), keys.lost.begin(), keys.lost.end());
     check_protocol(writing);
     text += '{';
     put_meta(writing, keys);
@@ -255,5 +278,7 @@ void decompile_protocol(const description_model_t &model, const model_protocol_t
     text += '[';
     for (; writing.rule < protocol.rules.size() && text.size() < DECOMPILE_TEXT_MAX; ++writing.rule)
         put_rule(writing, protocol.rules[writing.rule], keys.rules[writing.rule]);
-    text += "]}";
+    text += ']';
+    put_lost(writing, first);
+    text += '}';
 }

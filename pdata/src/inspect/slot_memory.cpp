@@ -109,21 +109,20 @@ slot_t written_slot(const model_rule_t &rule, size_t sub_rule, const protocol_ke
             protocol.vid.value_or(MODEL_VID_NONE)};
 }
 
-void check_stored(const description_model_t &model, const std::vector<protocol_keys_t> &keys,
-                  std::vector<std::string> &lost)
+void check_stored(const description_model_t &model, std::vector<protocol_keys_t> &keys)
 {
     for (size_t i = 0; i < model.protocols.size(); ++i)
         for (size_t j = 0; j < keys[i].rules.size(); ++j) {
             const model_rule_t &rule = model.protocols[i].rules[j];
             if (says_itself(rule) &&
                 written_slot(rule, 0, keys[i], keys[i].rules[j]) != stored_slot(rule))
-                lost.push_back(lost_rule(model.protocols[i], j,
-                                         "its scope or virtual id has no key that gives it"));
+                keys[i].lost.push_back(lost_rule(
+                    model.protocols[i], j, "its scope or virtual id has no key that gives it"));
         }
 }
 
 void check_shown(const description_model_t &model, const slots_t &slots,
-                 const std::vector<protocol_keys_t> &keys, std::vector<std::string> &lost)
+                 std::vector<protocol_keys_t> &keys)
 {
     for (const reader_t &reader : slots.readers) {
         slot_t slot;
@@ -135,16 +134,16 @@ void check_shown(const description_model_t &model, const slots_t &slots,
         }
         const model_protocol_t &protocol = model.protocols[reader.protocol];
         if (slot != stored_slot(protocol.rules[reader.rule]))
-            lost.push_back(lost_rule(protocol, reader.rule,
-                                     "its first sub-rule has no attributes, and its flags, scope "
-                                     "or virtual id come from a protocol that is not there"));
+            keys[reader.protocol].lost.push_back(
+                lost_rule(protocol, reader.rule,
+                          "its first sub-rule has no attributes, and its flags, scope "
+                          "or virtual id come from a protocol that is not there"));
     }
 }
 
 } // namespace
 
-std::vector<protocol_keys_t> slot_memory_keys(const description_model_t &model,
-                                              std::vector<std::string> &lost)
+std::vector<protocol_keys_t> slot_memory_keys(const description_model_t &model)
 {
     const slots_t slots = pass_slots(model);
     std::vector<protocol_keys_t> keys(model.protocols.size());
@@ -162,7 +161,7 @@ std::vector<protocol_keys_t> slot_memory_keys(const description_model_t &model,
                        slots.sub_rules[i], keys[writer.protocol],
                        keys[writer.protocol].rules[writer.rule]);
     }
-    check_stored(model, keys, lost);
-    check_shown(model, slots, keys, lost);
+    check_stored(model, keys);
+    check_shown(model, slots, keys);
     return keys;
 }

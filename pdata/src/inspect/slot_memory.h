@@ -23,9 +23,8 @@ struct rule_keys_t {
 struct protocol_keys_t {
     std::optional<uint32_t> vid; ///< none to write where it is empty
     std::vector<rule_keys_t> rules;
+    std::vector<std::string> lost; ///< what no text gives
 };
 
-/// Works out the keys of all rules, by protocol. What no text gives is added to `lost`. Throws
-/// std::bad_alloc; linear time.
-std::vector<protocol_keys_t> slot_memory_keys(const description_model_t &model,
-                                              std::vector<std::string> &lost);
+/// Works out the keys of all rules, by protocol. Throws std::bad_alloc; linear time.
+std::vector<protocol_keys_t> slot_memory_keys(const description_model_t &model);
