@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <chrono>
 #include <deque>
 #include <memory>
 
@@ -11,6 +10,7 @@
 #include "lint_edit.h"
 #include "open_cfg.h"
 #include "open_file.h"
+#include "progress.h"
 #include "save_file.h"
 
 namespace
@@ -100,46 +100,26 @@ bool open_base(check_run_t &run)
     return true;
 }
 
-/// Shows on a terminal how far a check is that takes more than a second.
-class check_progress_t
+/// Returns how far a check is, for people.
+std::string progress_text(lint_step_t step, size_t done, size_t all)
 {
-public:
-    explicit check_progress_t(console_t &to) : console(to) {}
-    ~check_progress_t()
-    {
-        if (shown)
-            show("\r\x1b[K");
-    }
-    check_progress_t(const check_progress_t &) = delete;
-    check_progress_t &operator=(const check_progress_t &) = delete;
-
-    void operator()(size_t done, size_t all)
-    {
-        const auto now = std::chrono::steady_clock::now();
-        if (!console.progress || now < next)
-            return;
-        next = now + std::chrono::milliseconds(200);
-        shown = true;
-        show(fmt::format("\rchecked {} of {} KiB", done >> 10, all >> 10));
-    }
-
-private:
-    void show(std::string_view text)
-    {
-        (void)std::fwrite(text.data(), 1, text.size(), console.err);
-        (void)std::fflush(console.err);
-    }
-
-    console_t &console;
-    bool shown = false;
-    std::chrono::steady_clock::time_point next =
-        std::chrono::steady_clock::now() + std::chrono::seconds(1);
-};
+    if (step == LINT_STEP_READ)
+        return fmt::format("read {} of {} KiB", done >> 10, all >> 10);
+    return fmt::format("proved {} of {} {}", done, all,
+                       step == LINT_STEP_PROVE_VALUES ? "values" : "rules");
+}
 
 lint_result_t check(check_run_t &run, lint_config_t &config)
 {
-    check_progress_t progress(run.console);
-    return lint_check(run.files, config, [&](size_t done, size_t all) { progress(done, all); });
+    progress_t progress = progress_begin(run.console, progress_clock_t::now());
+    const auto show = [&](lint_step_t step, size_t done, size_t all) {
+        const auto now = progress_clock_t::now();
+        if (progress_is_due(progress, now))
+            progress_show(progress, progress_text(step, done, all), now);
+    };
+    lint_result_t result = lint_check(run.files, config, show);
+    progress_end(progress);
+    return result;
 }
 
 std::vector<finding_edit_t> edits_of(const check_run_t &run, const lint_result_t &result,

@@ -160,14 +160,14 @@ lint_result_t lint_check(std::vector<lint_file_t> files, lint_config_t &config,
         const auto take = [&](const description_text_t &tokens) {
             take_protocol(run, i, tokens);
             if (progress)
-                progress(done + tokens.tokens.back().end, all);
+                progress(LINT_STEP_READ, done + tokens.tokens.back().end, all);
         };
         const std::string_view text = result.model.files[i].text;
         (void)lint_read_text(text, i, result.mended[i], take, result.findings);
         done += text.size();
     }
     lint_look_whole(result.model, config, result.findings);
-    lint_prove({result.model, config, result.findings});
+    lint_prove({result.model, config, result.findings}, progress);
     leave_bases_out(result.model, result.findings);
     sort_findings(result.findings);
     pdata_memory_watch_expect(memory);

@@ -6,11 +6,11 @@
 /// in the texts. Uses the process-wide state of the compiler: one check at a time.
 #pragma once
 
-#include <functional>
 #include <memory>
 
 #include "lint_config.h"
 #include "lint_model.h"
+#include "lint_progress.h"
 
 /// What a check found. It moves, and the findings' views stay valid.
 struct lint_result_t {
@@ -18,9 +18,6 @@ struct lint_result_t {
     std::vector<finding_t> findings;                  ///< by file and place
     std::vector<std::unique_ptr<std::string>> mended; ///< texts with blanks for what was read over
 };
-
-/// Told of how far a check is: bytes read of all bytes. May be empty.
-using lint_progress_t = std::function<void(size_t done, size_t all)>;
 
 /// Checks the files together. Memory that runs out is std::bad_alloc, also where the compiler's
 /// operations have a status for it.

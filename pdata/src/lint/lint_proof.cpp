@@ -112,6 +112,13 @@ void report(const lint_look_t &value, const prove_value_t &proved, const prove_v
 
 } // namespace
 
+prove_progress_t lint_step_progress(const lint_progress_t &progress, lint_step_t step, size_t all)
+{
+    if (!progress)
+        return {};
+    return [&progress, step, all](size_t done) { progress(step, done, all); };
+}
+
 prove_value_t lint_proved_value(const lint_look_t &value, csa_attr_way_t way)
 {
     prove_value_t proved;
@@ -123,14 +130,16 @@ prove_value_t lint_proved_value(const lint_look_t &value, csa_attr_way_t way)
     return proved;
 }
 
-void lint_prove(const lint_look_t &look)
+void lint_prove(const lint_look_t &look, const lint_progress_t &progress)
 {
     const gathered_t gathered = gather_all(look);
-    const std::vector<prove_verdict_t> verdicts = prove_values(gathered.values);
+    const std::vector<prove_verdict_t> verdicts =
+        prove_values(gathered.values,
+                     lint_step_progress(progress, LINT_STEP_PROVE_VALUES, gathered.values.size()));
     lint_proved_t proved;
     for (size_t i = 0; i < verdicts.size(); ++i) {
         report(gathered.places[i], gathered.values[i], verdicts[i]);
         proved.emplace(gathered.places[i].value, verdicts[i]);
     }
-    lint_prove_rules(look, proved);
+    lint_prove_rules(look, proved, progress);
 }

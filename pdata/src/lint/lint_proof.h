@@ -4,18 +4,24 @@
 #include <unordered_map>
 
 #include "lint_look.h"
+#include "lint_progress.h"
 #include "prove_value.h"
 
 /// Proves the values of all rules without a fault, then these rules, against one pdb of all
 /// protocols without a fault. The place of `look` is the whole model. Takes time and memory linear
 /// in the texts.
-void lint_prove(const lint_look_t &look);
+void lint_prove(const lint_look_t &look, const lint_progress_t &progress);
 
 /// Proofs by value of the model.
 using lint_proved_t = std::unordered_map<const lint_text_t *, prove_verdict_t>;
+
+/// Returns what the proofs of a step with `all` values or rules tell how many are done; empty where
+/// `progress` is, which must outlive it.
+prove_progress_t lint_step_progress(const lint_progress_t &progress, lint_step_t step, size_t all);
 
 /// Returns what is to be proved of a value, in a direction that it is tested in.
 prove_value_t lint_proved_value(const lint_look_t &value, csa_attr_way_t way);
 
 /// Proves the rules, whose values were.
-void lint_prove_rules(const lint_look_t &look, const lint_proved_t &proved);
+void lint_prove_rules(const lint_look_t &look, const lint_proved_t &proved,
+                      const lint_progress_t &progress);

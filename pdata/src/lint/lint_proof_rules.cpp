@@ -234,7 +234,8 @@ void report_refused(const gathered_rules_t &gathered, const prove_compiled_t &co
 
 } // namespace
 
-void lint_prove_rules(const lint_look_t &look, const lint_proved_t &proved)
+void lint_prove_rules(const lint_look_t &look, const lint_proved_t &proved,
+                      const lint_progress_t &progress)
 {
     const gathered_rules_t gathered = gather_rules(look, proved);
     if (gathered.rules.empty())
@@ -243,5 +244,8 @@ void lint_prove_rules(const lint_look_t &look, const lint_proved_t &proved)
     if (compiled.status != PDATA_SUCCESS)
         report_refused(gathered, compiled);
     report_overfull(gathered, compiled.bytes);
-    report_rules(gathered, proved, prove_rules(compiled.bytes, gathered.rules));
+    report_rules(
+        gathered, proved,
+        prove_rules(compiled.bytes, gathered.rules,
+                    lint_step_progress(progress, LINT_STEP_PROVE_RULES, gathered.rules.size())));
 }

@@ -268,7 +268,8 @@ prove_rule_verdict_t prove_rule(trying_t &trying, const prove_rule_t &rule)
 } // namespace
 
 std::vector<prove_rule_verdict_t> prove_rules(std::span<const uint8_t> pdb,
-                                              std::span<const prove_rule_t> rules)
+                                              std::span<const prove_rule_t> rules,
+                                              const prove_progress_t &progress)
 {
     std::vector<prove_rule_verdict_t> verdicts(rules.size());
     trying_t trying;
@@ -279,7 +280,10 @@ std::vector<prove_rule_verdict_t> prove_rules(std::span<const uint8_t> pdb,
     trying.rules.resize(info.nr_rule);
     trying.items.resize(info.nr_item);
     trying.left = PROVE_RULE_WORK * (rules.size() + 1);
-    for (size_t i = 0; i < rules.size(); ++i)
+    for (size_t i = 0; i < rules.size(); ++i) {
         verdicts[i] = prove_rule(trying, rules[i]);
+        if (progress)
+            progress(i + 1);
+    }
     return verdicts;
 }

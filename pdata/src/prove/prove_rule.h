@@ -58,4 +58,5 @@ constexpr uint64_t PROVE_BYTES_PER_WORK = 16;
 
 /// Proves rules of a loadable pdb. The verdicts are in their order. std::bad_alloc passes.
 std::vector<prove_rule_verdict_t> prove_rules(std::span<const uint8_t> pdb,
-                                              std::span<const prove_rule_t> rules);
+                                              std::span<const prove_rule_t> rules,
+                                              const prove_progress_t &progress = {});

@@ -118,7 +118,8 @@ value_order_t order_of(const proving_t &proving)
 
 } // namespace
 
-std::vector<prove_verdict_t> prove_values(std::span<const prove_value_t> values)
+std::vector<prove_verdict_t> prove_values(std::span<const prove_value_t> values,
+                                          const prove_progress_t &progress)
 {
     proving_t proving{values};
     proving.verdicts.resize(values.size());
@@ -133,6 +134,8 @@ std::vector<prove_verdict_t> prove_values(std::span<const prove_value_t> values)
             proving.attributes[order[i]] != proving.attributes[before]) {
             finish_batch(proving);
             weight = 0;
+            if (progress)
+                progress(i);
         }
         proving.cases.push_back(prove_case_make(values[order[i]]));
         proving.places.push_back(order[i]);

@@ -11,6 +11,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -60,9 +61,13 @@ struct prove_verdict_t {
     bool is_contradicted = false;
 };
 
+/// Told of how many values, or rules, are proved so far. May be empty.
+using prove_progress_t = std::function<void(size_t done)>;
+
 /// Proves values. The verdicts are in their order. Leaves the status slot of the compiler as it
 /// finds it. std::bad_alloc passes.
-std::vector<prove_verdict_t> prove_values(std::span<const prove_value_t> values);
+std::vector<prove_verdict_t> prove_values(std::span<const prove_value_t> values,
+                                          const prove_progress_t &progress = {});
 
 /// Proves one value.
 prove_verdict_t prove_value(const prove_value_t &value);
