@@ -3,6 +3,7 @@
 #include "commands.h"
 #include "open_file.h"
 #include "pdata_cfg_builtin.h"
+#include "pdata_memory_watch.h"
 #include "save_file.h"
 #include "schema.h"
 
@@ -27,8 +28,10 @@ exit_status_t schema_run(const schema_options_t &options, console_t &console)
             return EXIT_STATUS_FILE;
         rules = input_file_text(file);
     }
+    const pdata_memory_watch_t memory;
     std::string text;
     if (!schema_text(kind, rules, text)) {
+        pdata_memory_watch_expect(memory);
         console_error(console, "{}: {}", file.name, text);
         return EXIT_STATUS_FINDINGS;
     }

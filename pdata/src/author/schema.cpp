@@ -171,8 +171,10 @@ schema_json_t of_rules(const document_t &document, std::string_view rules,
     schema_json_t schema = schema_of_machine(*loaded->semantic, words, definitions);
     if (document.of_protocols)
         schema = of_protocols(std::move(schema));
-    if (!definitions.empty())
+    if (!definitions.empty()) {
+        schema.emplace("$defs", schema_json_t::object());
         schema["$defs"].update(definitions);
+    }
     return schema;
 }
 

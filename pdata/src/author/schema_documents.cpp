@@ -43,13 +43,13 @@ schema_json_t schema_of_psa(const schema_vocabulary_t &vocabulary)
                                  {"maxProperties", 1},
                                  {"propertyNames", {{"minLength", 1}, {"maxLength", 254}}},
                                  {"additionalProperties", {{"type", "string"}, {"minLength", 1}}}};
-    schema_json_t schema = {{"type", "object"}};
+    schema_json_t properties = schema_json_t::object();
     for (const char *key : {"prefix", "suffix", "regular"}) {
         schema_json_t table = array_of(entry, 0);
         table["maxItems"] = 128;
-        schema["properties"][key] = keyed(vocabulary, "", key, table);
+        properties[key] = keyed(vocabulary, "", key, table);
     }
-    return schema;
+    return {{"type", "object"}, {"properties", properties}};
 }
 
 schema_json_t schema_of_ipbt(const schema_vocabulary_t &vocabulary)

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <string>
+#include <utility>
 
 #include "schema_nodes.h"
 
@@ -73,6 +74,7 @@ void add_required(const schema_writer_t &writer, const node_set_t &starts,
                   const std::map<size_t, std::vector<std::string_view>> &names,
                   schema_json_t &schema)
 {
+    schema_json_t required = schema_json_t::array();
     schema_json_t choices = schema_json_t::array();
     for (const auto &[target, keys] : names) {
         if (!schema_requires(writer.nodes, starts, target))
@@ -81,10 +83,12 @@ void add_required(const schema_writer_t &writer, const node_set_t &starts,
         for (const std::string_view key : keys)
             choice.push_back({{"required", {key}}});
         if (keys.size() == 1)
-            schema["required"].push_back(keys.front());
+            required.push_back(keys.front());
         else
             choices.push_back({{"anyOf", choice}});
     }
+    if (!required.empty())
+        schema["required"] = std::move(required);
     if (!choices.empty())
         schema["allOf"] = choices;
 }
@@ -96,12 +100,15 @@ void add_members(schema_writer_t &writer, const node_set_t &starts, const std::s
     node_set_t keys;
     each_node(starts, [&](size_t start) { keys |= writer.nodes.object_keys[start]; });
     std::map<size_t, std::vector<std::string_view>> names;
+    // A member that is made by being asked for is half made when memory runs out.
+    schema_json_t properties = schema_json_t::object();
     for (const std::string_view name : names_of(semantic, keys)) {
         const node_set_t values = values_of(semantic, keys, name);
-        schema["properties"][std::string(name)] =
-            key_schema(writer, values, holder, std::string(name));
+        properties[std::string(name)] = key_schema(writer, values, holder, std::string(name));
         each_node(values, [&](size_t target) { names[target].push_back(name); });
     }
+    if (!properties.empty())
+        schema["properties"] = std::move(properties);
     add_required(writer, starts, names, schema);
     node_set_t others;
     each_node(keys, [&](size_t node) { others |= schema_step_any(semantic, node); });
