@@ -147,8 +147,10 @@ bool read_some(tshark_child_t &child, const tshark_sink_t &sink)
     if (child.last < bytes.size() / 4)
         std::this_thread::sleep_for(reading_rest);
     const ssize_t count = read(child.output, bytes.data(), bytes.size());
+    if (count < 0 && errno != EINTR && errno != EAGAIN)
+        child.fault = errno;
     if (count < 0)
-        return errno == EINTR || errno == EAGAIN;
+        return child.fault == 0;
     child.last = static_cast<size_t>(count);
     child.in.append(bytes.data(), child.last);
     take_lines(child, sink);
@@ -282,7 +284,9 @@ std::string tshark_finish(tshark_child_t &child, const tshark_sink_t &sink)
     int status = 0;
     while (waitpid(child.pid, &status, 0) < 0 && errno == EINTR)
         ;
-    const std::string fault = how_it_ended(child.messages, status);
+    const std::string fault = child.fault != 0
+                                  ? std::string("tshark: ") + std::strerror(child.fault)
+                                  : how_it_ended(child.messages, status);
     close(child.messages);
     child = {};
     return fault;

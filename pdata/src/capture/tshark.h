@@ -22,6 +22,7 @@ struct tshark_child_t {
     std::string out;   ///< bytes that the child does not have yet
     std::string in;    ///< the beginning of a line
     size_t last = 0;   ///< bytes of the last read
+    int fault = 0;     ///< why what it prints could not be read, an errno
     int messages = -1; ///< a file in memory for what it writes to standard error
 };
 
