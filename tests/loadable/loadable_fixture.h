@@ -125,6 +125,7 @@ struct compiled_t {
     std::string outcome;          ///< "0", or the status and its message
     std::vector<uint8_t> bytes;   ///< the loadable pdb
     std::string diagnostics = {}; ///< lines on standard error, their line numbers masked
+    std::string unsound = {};     ///< what was lost in silence, as unsound_text says it
 };
 
 /// Compiles a part list. A loadable pdb that comes out is read whole and checked.
@@ -146,6 +147,7 @@ inline compiled_t compile(const pdb_list_t &list, uint32_t network_endian = 1,
         EXPECT_EQ(verify_text(bytes, origin == LOADABLE_FOREIGN), "");
         EXPECT_EQ(origin == LOADABLE_FOREIGN ? dump_cover(bytes).fault : dump_fault(bytes), "");
         EXPECT_EQ(out.pdb_type, PDB_TYPE_LOAD);
+        compiled.unsound = unsound_text(bytes);
     }
     return compiled;
 }
@@ -155,7 +157,7 @@ inline compiled_t compile(const pdb_model &model)
     return compile(make_pdb(model));
 }
 
-/// A loadable pdb, open; its bytes live as long as it does.
+/// A loadable pdb of which nothing was lost, open; its bytes live as long as it does.
 struct loaded_t {
     compiled_t compiled;
     loadable_pdb_t pdb;
@@ -167,6 +169,7 @@ struct loaded_t {
         // A success may leave a warning in the slot: "0 (recorded ...".
         EXPECT_EQ(compiled.outcome.substr(0, 1), "0") << compiled.outcome << compiled.diagnostics;
         EXPECT_TRUE(loadable_open(compiled.bytes, pdb, error)) << error;
+        EXPECT_EQ(compiled.unsound, "");
     }
     loaded_t(const loaded_t &) = delete;
     loaded_t &operator=(const loaded_t &) = delete;

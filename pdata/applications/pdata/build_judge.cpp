@@ -1,5 +1,6 @@
 // What may stop a build: a finding, a fault of the pdb, a case that does not hold.
 #include <algorithm>
+#include <new>
 
 #include "build_run.h"
 #include "check_print.h"
@@ -47,6 +48,23 @@ exit_status_t run_cases(build_run_t &run, test_runner_t &runner)
     return std::max(status, EXIT_STATUS_FINDINGS);
 }
 
+/// Takes what the verification finds: a fault that ends the build, or a warning.
+void put_built_fault(void *context, const view_error_t &fault)
+{
+    build_run_t &run = *static_cast<build_run_t *>(context);
+    if (fault.fault == VIEW_MEMORY)
+        throw std::bad_alloc(); // it says nothing about the file
+    if (fault.grade == VIEW_UNSAFE) {
+        pdata_memory_watch_expect(run.memory);
+        print_fault(run.console, run.options.output, fault);
+        run.document["fault"] = fault_document(fault);
+        return;
+    }
+    console_error(run.console, "{}: warning: lost in silence: byte {}: {}", run.options.output,
+                  fault.offset, fault.text);
+    run.document["lost"].push_back(fault_document(fault));
+}
+
 } // namespace
 
 exit_status_t build_check(build_run_t &run)
@@ -73,14 +91,8 @@ exit_status_t build_check(build_run_t &run)
 exit_status_t build_verify(build_run_t &run)
 {
     const std::vector<uint8_t> bytes = joined(pdata_build_bytes(run.built, run.options.loadable));
-    pdb_view_t view;
-    view_error_t error;
-    if (pdb_verify_open(bytes, view, error))
-        return EXIT_STATUS_FINE;
-    pdata_memory_watch_expect(run.memory);
-    print_fault(run.console, run.options.output, error);
-    run.document["fault"] = fault_document(error);
-    return EXIT_STATUS_FINDINGS;
+    return pdb_verify(bytes, {put_built_fault, &run}).nr_unsafe == 0 ? EXIT_STATUS_FINE
+                                                                     : EXIT_STATUS_FINDINGS;
 }
 
 exit_status_t build_test(build_run_t &run)

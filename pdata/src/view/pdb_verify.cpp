@@ -2,6 +2,7 @@
 
 #include "csa_endian.h"
 #include "verify_description.h"
+#include "verify_sound.h"
 #include "view_take.h"
 
 namespace
@@ -19,6 +20,12 @@ void report(verify_t &verify, const view_error_t &fault)
 {
     ++(fault.grade == VIEW_UNSAFE ? verify.verdict.nr_unsafe : verify.verdict.nr_unsound);
     verify.sink.put(verify.sink.context, fault);
+}
+
+/// The same for those who hand faults to a sink.
+void take_report(void *context, const view_error_t &fault)
+{
+    report(*static_cast<verify_t *>(context), fault);
 }
 
 /// Reports the fault of a part that was found at fault.
@@ -88,11 +95,8 @@ void check_configuration(verify_t &verify)
 
 void check_descriptions(verify_t &verify)
 {
-    const pdb_fault_sink_t sink = {[](void *context, const view_error_t &fault) {
-                                       report(*static_cast<verify_t *>(context), fault);
-                                   },
-                                   &verify};
-    verify_descriptions(pdb_view_root(verify.view, TLV_TYPE_ROOT_PROTODESCS), verify.main, sink);
+    verify_descriptions(pdb_view_root(verify.view, TLV_TYPE_ROOT_PROTODESCS), verify.main,
+                        {take_report, &verify});
 }
 
 /// Checks that the names of an open matcher are entries of the pool; its meta comes first.
@@ -147,7 +151,7 @@ void check_rules(verify_t &verify)
     judge(verify, view_rules_check(verify.view.rules, error), "rules", error);
 }
 
-pdb_verdict_t verify_view(const pdb_view_t &view, const pdb_fault_sink_t &sink)
+pdb_verdict_t verify_view(const pdb_view_t &view, const pdb_fault_sink_t &sink, bool with_sound)
 {
     verify_t verify = {view, sink, {}, {}};
     check_main_strings(verify);
@@ -159,6 +163,8 @@ pdb_verdict_t verify_view(const pdb_view_t &view, const pdb_fault_sink_t &sink)
         check_matchers(verify);
         check_rules(verify);
     }
+    if (with_sound && view.compiled && verify.verdict.nr_unsafe == 0)
+        verify_sound(view, {take_report, &verify});
     return verify.verdict;
 }
 
@@ -169,7 +175,7 @@ pdb_verdict_t pdb_verify(std::span<const uint8_t> file, const pdb_fault_sink_t &
     pdb_view_t view;
     view_error_t error;
     if (pdb_view_open(file, view, error))
-        return verify_view(view, sink);
+        return verify_view(view, sink, true);
     sink.put(sink.context, error);
     return {1, 0};
 }
@@ -186,5 +192,5 @@ bool pdb_verify_open(std::span<const uint8_t> file, pdb_view_t &view, view_error
         },
         &error};
     error = {};
-    return verify_view(view, keep_first).nr_unsafe == 0;
+    return verify_view(view, keep_first, false).nr_unsafe == 0;
 }

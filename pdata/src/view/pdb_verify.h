@@ -4,12 +4,14 @@
 /// without further checks: each reference, count, length, state, alphabet code, id, offset, slot
 /// and string of the file leads somewhere within it.
 ///
-/// Time is linear in the size of the file. Memory is at most a sixteenth of it, for the index of a
-/// string pool or of an item table at a time. Nothing is kept or printed.
+/// A pdb that is safe may be unsound: its parts do not fit together, or some were lost when it was
+/// made. A compile that passes a limit of the format in silence writes such a file. Every reader is
+/// safe with it, but some of its rules never fire.
 ///
-/// Verification says whether a file is safe to read, not whether it makes sense: what a compile
-/// writes when it passes a limit in silence is accepted as long as it stays within the file. Items
-/// of matchers may lie behind the slots of the rule engine, where no rule owns them.
+/// Time is linear in the size of the file. Memory is at most its size: an index of a string pool or
+/// of an item table at a time, marks of states, rows, items and entries, 8 bytes a rule. Nothing is
+/// kept or printed. Items of matchers may lie behind the slots of the rule engine, where no rule
+/// owns them.
 #pragma once
 
 #include <span>
@@ -30,7 +32,8 @@ struct pdb_verdict_t {
 
 /// Verifies a loadable pdb or one of descriptions. Hands the first fault of each part to `sink`: a
 /// part is a matcher, a protocol, a pool, a table. Faults of parts that hold others end the
-/// verification, since what lies inside cannot be found.
+/// verification, since what lies inside cannot be found. Faults of grade VIEW_UNSOUND are looked
+/// for in a compiled pdb without any of the other.
 pdb_verdict_t pdb_verify(std::span<const uint8_t> file, const pdb_fault_sink_t &sink);
 
 /// Tells whether a pdb has no fault of grade VIEW_UNSAFE, and makes `view` its view. Otherwise

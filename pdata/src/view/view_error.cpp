@@ -27,6 +27,10 @@ const char *view_fault_name(view_fault_t fault)
         return "dangling reference";
     case VIEW_VALUE:
         return "wrong value";
+    case VIEW_LOST:
+        return "lost part";
+    case VIEW_ORDER:
+        return "wrong order";
     case VIEW_MEMORY:
         return "out of memory";
     }

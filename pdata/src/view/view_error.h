@@ -21,6 +21,8 @@ enum view_fault_t : uint32_t {
     VIEW_COUNT,     ///< a count that exceeds what is there
     VIEW_REFERENCE, ///< an offset, index or id that leads nowhere
     VIEW_VALUE,     ///< a field whose value the format does not have
+    VIEW_LOST,      ///< a part that nothing leads to, or that was cut when the file was made
+    VIEW_ORDER,     ///< parts that do not follow one another as they must
     VIEW_MEMORY,    ///< memory ran out; says nothing about the file
 };
 

@@ -35,35 +35,46 @@ bool find_range(const view_items_t &items, size_t index, item_range_t &range, vi
     return range.count <= room || fail_cut(items, index, error);
 }
 
-/// Checks ids while marked records are passed in ascending order.
+/// The places of ids, each once, while marked records are passed in ascending order.
 struct item_sweep_t {
-    const view_items_t &items;
-    uint32_t nr_private;
-    size_t seen[2] = {0, 0}; ///< words in front of which ids were checked, by the parity of words
+    size_t step;
+    size_t seen[2] = {0, 0}; ///< words in front of which ids were passed, by the parity of words
 
-    bool check_id(size_t at, view_error_t &error) const
+    /// Hands the places of the items in `range` to `take`, until it returns false.
+    template <typename take_t>
+    bool pass(const item_range_t &range, take_t take)
     {
-        const uint32_t id = view_word(items.area, at);
-        return view_item_id_known(id, nr_private) ||
-               view_fail(error, VIEW_REFERENCE, items.area.offset + at * 4,
-                         "items: no entry for id 0x%08x of %u private ones", id, nr_private);
-    }
-
-    bool check_ids(const item_range_t &range, view_error_t &error)
-    {
-        const size_t step = view_item_words(items.layout);
-        size_t &checked = seen[step == 1 ? 0 : range.first % 2];
+        size_t &passed = seen[step == 1 ? 0 : range.first % 2];
         const size_t end = range.first + range.count * step;
         // Behind a mindata word, the items of a record may begin one word behind those of the next.
-        if (range.count != 0 && !check_id(range.first, error))
+        if (range.count != 0 && !take(range.first))
             return false;
-        for (size_t at = std::max(range.first, checked); at < end; at += step)
-            if (!check_id(at, error))
+        for (size_t at = std::max(range.first, passed); at < end; at += step)
+            if (!take(at))
                 return false;
-        checked = std::max(checked, end);
+        passed = std::max(passed, end);
         return true;
     }
 };
+
+/// Hands the word of every mark to `take`, until it returns false.
+template <typename take_t>
+bool each_mark(const view_item_marks_t &marks, take_t take)
+{
+    for (size_t block = 0; block < marks.bits.size(); ++block)
+        for (uint64_t left = marks.bits[block]; left != 0; left &= left - 1)
+            if (!take(block * 64 + static_cast<size_t>(std::countr_zero(left))))
+                return false;
+    return true;
+}
+
+bool check_id(const view_items_t &items, size_t at, uint32_t nr_private, view_error_t &error)
+{
+    const uint32_t id = view_word(items.area, at);
+    return view_item_id_known(id, nr_private) ||
+           view_fail(error, VIEW_REFERENCE, items.area.offset + at * 4,
+                     "items: no entry for id 0x%08x of %u private ones", id, nr_private);
+}
 
 } // namespace
 
@@ -77,17 +88,36 @@ bool view_item_marks_init(view_item_marks_t &marks, const view_items_t &items, v
     return true;
 }
 
+size_t view_items_behind(const view_items_t &items, size_t index)
+{
+    item_range_t range;
+    view_error_t error;
+    if (!find_range(items, index, range, error))
+        return view_words(items.area);
+    return range.first + range.count * view_item_words(items.layout);
+}
+
+void view_items_each(const view_items_t &items, const view_item_marks_t &marks,
+                     void (*take)(void *context, uint32_t id), void *context)
+{
+    item_sweep_t sweep{view_item_words(items.layout)};
+    (void)each_mark(marks, [&](size_t index) { // a checked table has no fault
+        item_range_t range;
+        view_error_t error;
+        return find_range(items, index, range, error) && sweep.pass(range, [&](size_t at) {
+            take(context, view_word(items.area, at));
+            return true;
+        });
+    });
+}
+
 bool view_items_check(const view_items_t &items, const view_item_marks_t &marks,
                       uint32_t nr_private, view_error_t &error)
 {
-    item_sweep_t sweep{items, nr_private};
-    for (size_t block = 0; block < marks.bits.size(); ++block) {
-        for (uint64_t left = marks.bits[block]; left != 0; left &= left - 1) {
-            const size_t index = block * 64 + static_cast<size_t>(std::countr_zero(left));
-            item_range_t range;
-            if (!find_range(items, index, range, error) || !sweep.check_ids(range, error))
-                return false;
-        }
-    }
-    return true;
+    item_sweep_t sweep{view_item_words(items.layout)};
+    return each_mark(marks, [&](size_t index) {
+        item_range_t range;
+        return find_range(items, index, range, error) &&
+               sweep.pass(range, [&](size_t at) { return check_id(items, at, nr_private, error); });
+    });
 }

@@ -95,6 +95,14 @@ inline bool view_item_mark(view_item_marks_t &marks, const view_items_t &items, 
     return true;
 }
 
+/// Returns the word behind the record at word `index`, of a table that was checked with it.
+[[nodiscard]] size_t view_items_behind(const view_items_t &items, size_t index);
+
+/// Hands the ids of the marked records of a checked table to `take`, each word twice at most,
+/// however records overlap.
+void view_items_each(const view_items_t &items, const view_item_marks_t &marks,
+                     void (*take)(void *context, uint32_t id), void *context);
+
 /// Checks that every marked record lies within the table and that each of its ids is known. Looks
 /// at each word twice at most, however records overlap.
 [[nodiscard]] bool view_items_check(const view_items_t &items, const view_item_marks_t &marks,
