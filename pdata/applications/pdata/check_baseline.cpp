@@ -19,7 +19,7 @@ std::string text_of(const json_document_t &document, const char *key)
     return found != document.end() && found->is_string() ? found->get<std::string>() : "";
 }
 
-std::string name_of(const json_document_t &document, const std::string &fingerprint)
+std::string finding_name(const json_document_t &document, const std::string &fingerprint)
 {
     std::string name = fmt::format("{} [{}]", fingerprint, text_of(document, "id"));
     if (const std::string protocol = text_of(document, "protocol"); !protocol.empty())
@@ -40,7 +40,7 @@ bool take_line(std::string_view line, std::map<std::string, known_t> &known)
         return document.contains("summary");
     known_t &it = known[fingerprint];
     ++it.nr;
-    it.name = name_of(document, fingerprint);
+    it.name = finding_name(document, fingerprint);
     return true;
 }
 

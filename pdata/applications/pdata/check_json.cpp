@@ -56,7 +56,7 @@ json_document_t edits_document(const finding_t &finding)
     return edits;
 }
 
-json_document_t finding_document(const json_run_t &run, size_t index, finding_level_t level)
+json_document_t finding_line(const json_run_t &run, size_t index, finding_level_t level)
 {
     const finding_t &finding = run.result.findings[index];
     json_document_t document = json_document("check");
@@ -86,7 +86,7 @@ check_count_t check_print_json(console_t &console, const check_shown_t &shown)
 {
     const json_run_t run = run_of(shown.result);
     const check_count_t counts = check_each(shown, [&](size_t i, finding_level_t level) {
-        console_record(console, finding_document(run, i, level));
+        console_record(console, finding_line(run, i, level));
     });
     json_document_t document = json_document("check");
     document["summary"] = {{"errors", counts.errors},

@@ -109,7 +109,7 @@ std::string progress_text(lint_step_t step, size_t done, size_t all)
                        step == LINT_STEP_PROVE_VALUES ? "values" : "rules");
 }
 
-lint_result_t check(check_run_t &run, lint_config_t &config)
+lint_result_t check_input(check_run_t &run, lint_config_t &config)
 {
     progress_t progress = progress_begin(run.console, progress_clock_t::now());
     const auto show = [&](lint_step_t step, size_t done, size_t all) {
@@ -158,7 +158,7 @@ constexpr int FIX_ROUNDS = 4;
 bool fix_files(check_run_t &run, lint_config_t &config, lint_result_t &result)
 {
     for (int round = 0; round < FIX_ROUNDS && apply_edits(run, result); ++round)
-        result = check(run, config);
+        result = check_input(run, config);
     for (size_t i = 0; i < run.options.files.size(); ++i)
         if (run.files[i].text != input_file_text(run.inputs[i]) &&
             !save_file(run.console, run.options.files[i], run.files[i].text))
@@ -201,7 +201,7 @@ exit_status_t check_run(const check_options_t &options, console_t &console)
         console_message(console, wrong);
         return EXIT_STATUS_FILE;
     }
-    lint_result_t result = check(run, config);
+    lint_result_t result = check_input(run, config);
     if (options.fix && !fix_files(run, config, result))
         return EXIT_STATUS_FILE;
     return report(run, result);

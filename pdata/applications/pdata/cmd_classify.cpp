@@ -46,8 +46,8 @@ std::string_view protocol_of(const classify_run_t &run, const classified_t &clas
     return value == nullptr ? classified.protocol : value->protocol;
 }
 
-void print_json(classify_run_t &run, const flow_record_t &record, const classified_t &classified,
-                std::string_view protocol)
+void print_flow_json(classify_run_t &run, const flow_record_t &record,
+                     const classified_t &classified, std::string_view protocol)
 {
     json_document_t document = json_document("classify");
     flow_fill(document, record);
@@ -65,7 +65,7 @@ void print_json(classify_run_t &run, const flow_record_t &record, const classifi
     console_record(run.console, document);
 }
 
-std::string path_text(const classified_t &classified)
+std::string classified_path(const classified_t &classified)
 {
     std::string text;
     for (const std::string_view name : classified.path)
@@ -74,8 +74,8 @@ std::string path_text(const classified_t &classified)
 }
 
 /// Prints a flow as words that stand apart by tabs; "-" is a word that there is none for.
-void print_text(classify_run_t &run, const flow_record_t &record, const classified_t &classified,
-                std::string_view protocol)
+void print_flow_text(classify_run_t &run, const flow_record_t &record,
+                     const classified_t &classified, std::string_view protocol)
 {
     const bool known = classified.rule != 0;
     for (const size_t side : {size_t{record.client}, size_t{1} - record.client}) {
@@ -84,7 +84,7 @@ void print_text(classify_run_t &run, const flow_record_t &record, const classifi
                       record.has_ports ? std::to_string(end.port) : "-");
     }
     console_print(run.console, "{}\t{}\t{}\t{}\t{}\n", ip_protocol_name(record.protocol),
-                  path_text(classified), known ? escape_terminal(protocol) : "-",
+                  classified_path(classified), known ? escape_terminal(protocol) : "-",
                   known ? std::to_string(classified.rule) : "-",
                   known ? classify_basis_name(classified.basis) : "-");
 }
@@ -111,9 +111,9 @@ void classify_flow(classify_run_t &run, const flow_record_t &record)
         (!run.options.only.empty() && known != (run.options.only == "known")))
         return;
     if (run.console.format == OUTPUT_JSON)
-        print_json(run, record, classified, protocol);
+        print_flow_json(run, record, classified, protocol);
     else
-        print_text(run, record, classified, protocol);
+        print_flow_text(run, record, classified, protocol);
 }
 
 double share(uint64_t part, uint64_t whole)
@@ -121,7 +121,7 @@ double share(uint64_t part, uint64_t whole)
     return whole == 0 ? 0 : 100.0 * static_cast<double>(part) / static_cast<double>(whole);
 }
 
-void print_summary_json(classify_run_t &run, const flow_totals_t &totals)
+void print_totals_json(classify_run_t &run, const flow_totals_t &totals)
 {
     json_document_t document = json_document("classify");
     document["summary"] = flow_totals_document(totals);
@@ -172,7 +172,7 @@ exit_status_t classify_run(const classify_options_t &options, console_t &console
     const exit_status_t status = flow_input_run(
         input, console, totals, [&run](flow_record_t &record) { classify_flow(run, record); });
     if (console.format == OUTPUT_JSON)
-        print_summary_json(run, totals);
+        print_totals_json(run, totals);
     else if (options.summary)
         print_summary_text(run, totals);
     return status == EXIT_STATUS_FINE && run.failed ? EXIT_STATUS_FINDINGS : status;

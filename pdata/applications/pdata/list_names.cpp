@@ -122,7 +122,7 @@ bool walk(listing_t &listing, const pdb_view_t &view, view_error_t &error)
     return sound;
 }
 
-void print_document(listing_t &listing, const std::string &name)
+void print_listing(listing_t &listing, const std::string &name)
 {
     json_document_t document = json_document("list");
     document["file"] = json_text(name);
@@ -147,6 +147,6 @@ exit_status_t list_names(console_t &console, const input_file_t &file, const lis
     if (!sound)
         print_fault(console, file.name, error);
     if (listing.json())
-        print_document(listing, file.name);
+        print_listing(listing, file.name);
     return sound ? EXIT_STATUS_FINE : EXIT_STATUS_FILE;
 }

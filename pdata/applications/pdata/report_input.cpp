@@ -33,8 +33,8 @@ bool read_model(console_t &console, report_input_t &input)
 }
 
 /// Runs a suite, and adds the cases that fail.
-void run_suite(test_runner_t &runner, const suite_t &suite, const std::string &path,
-               report_input_t &input, console_t &console)
+void report_suite(test_runner_t &runner, const suite_t &suite, const std::string &path,
+                  report_input_t &input, console_t &console)
 {
     for (const suite_case_t &one : suite.cases) {
         const test_done_t done = test_case_run(runner, suite, one, path, console);
@@ -85,7 +85,7 @@ exit_status_t report_input_test(console_t &console, const std::string &path,
         suite_t suite;
         if (!test_suite_open(console, file, suite))
             return EXIT_STATUS_FILE;
-        run_suite(runner, suite, file, input, console);
+        report_suite(runner, suite, file, input, console);
     }
     take_missed_rules(runner, input);
     return EXIT_STATUS_FINE;
