@@ -7,7 +7,8 @@ the schema lists.
 writes every schema with "pdata schema" and compares it with the shipped file; then random documents,
 most of them with a few faults, go through python3-jsonschema and through "pdata_compiler". A rule
 file with counts that keys share is tried too. How many documents were refused for each reason is
-printed; each reason that a schema lists must be met, and no other one.
+printed; each reason that a schema lists must be met (unless ROUNDS is less than usual), and no
+other one.
 """
 
 import collections
@@ -31,6 +32,7 @@ try:
 except ImportError:
     jsonschema = None
 
+ROUNDS = 100
 NO_PROTOCOL = '{"protocols": [{"name": "none", "id": 16777300}]}\n'
 SCALARS = ("", "x", "protocol", "80", 0, 1, 7, 1.5, -1, 1e30, True, False, None)
 WORDS = ("name", "rule", "order", "rules", "protocol", "scope", "tags", "offset", "values", "ips",
@@ -341,7 +343,7 @@ def check_kind(programs, kind, rounds):
     special_documents(documents)
     listed = listed_reasons(schema) - {"shared-count", "lost-tag", "odd-id"}
     met = set(documents.counts) - {"documents", "accepted", "refused by both"}
-    assert met == listed, (kind, met ^ listed)
+    assert met <= listed and (met == listed or rounds < ROUNDS), (kind, met ^ listed)
     assert documents.counts["accepted"] > rounds / 6 and documents.counts["refused by both"] > 0
     print(kind, dict(documents.counts))
     return validator
@@ -454,7 +456,7 @@ def main():
         print("python3-jsonschema is not installed")
         return 0
     programs = os.path.abspath(sys.argv[1])
-    rounds = int(sys.argv[2]) if len(sys.argv) > 2 else 100
+    rounds = int(sys.argv[2]) if len(sys.argv) > 2 else ROUNDS
     with tempfile.TemporaryDirectory() as folder:
         os.chdir(folder)
         validators = {kind: check_kind(programs, kind, rounds) for kind in KINDS}

@@ -42,7 +42,7 @@ class Parallel(unittest.TestCase):
         self.assertEqual(len(self.commands), 3)
 
     def run_line(self, line):
-        environment = {"PATH": PROGRAMS + ":/usr/bin:/bin", "HOME": self.folder,
+        environment = {"PATH": PROGRAMS + ":" + os.environ["PATH"], "HOME": self.folder,
                        "LC_ALL": "C.UTF-8"}
         done = subprocess.run(["bash", "-c", line], cwd=self.folder, env=environment, check=True,
                               capture_output=True)
