@@ -28,7 +28,7 @@ std::vector<protocol_model> sorted(std::vector<protocol_model> protocols)
 
 TEST(plu_random, a_merge_is_what_the_reference_says)
 {
-    for (uint32_t seed = 0; seed < rounds(1500); ++seed) {
+    for (uint32_t seed = 0; seed < dear_rounds(1500); ++seed) {
         SCOPED_TRACE(seed);
         random_protocols make(seed);
         const std::vector<protocol_model> base = make.any(1 + make.below(4));
@@ -41,7 +41,7 @@ TEST(plu_random, a_merge_is_what_the_reference_says)
 
 TEST(plu_random, repeated_ids_are_what_the_reference_says)
 {
-    for (uint32_t seed = 0; seed < rounds(600); ++seed) {
+    for (uint32_t seed = 0; seed < dear_rounds(600); ++seed) {
         SCOPED_TRACE(seed);
         random_protocols make(seed, {seed % 2 == 0, seed % 5, 1 + seed % 4});
         const auto repeated = [&](uint32_t nr) {
@@ -79,7 +79,7 @@ protocol_model rules_of_one_shape(random_protocols &make, uint32_t nr_rules, uin
 
 TEST(plu_random, many_rules_that_are_partly_equal_are_what_the_reference_says)
 {
-    for (uint32_t seed = 0; seed < rounds(600); ++seed) {
+    for (uint32_t seed = 0; seed < dear_rounds(600); ++seed) {
         SCOPED_TRACE(seed);
         random_protocols make(seed, {seed % 2 == 0, 0, 1 + seed % 7});
         const uint32_t nr_attrs = 1 + seed % 3;
@@ -97,7 +97,7 @@ TEST(plu_random, many_rules_that_are_partly_equal_are_what_the_reference_says)
 
 TEST(plu_random, the_index_finds_what_a_walk_finds)
 {
-    for (uint32_t seed = 0; seed < rounds(400); ++seed) {
+    for (uint32_t seed = 0; seed < dear_rounds(400); ++seed) {
         SCOPED_TRACE(seed);
         random_protocols make(seed, {seed % 2 == 0, 12, 2 + seed % 5});
         record_run run;
@@ -122,7 +122,7 @@ TEST(plu_random, the_index_finds_what_a_walk_finds)
 
 TEST(plu_random, a_pdb_merged_with_itself_has_no_more_rules)
 {
-    for (uint32_t seed = 0; seed < 200; ++seed) {
+    for (uint32_t seed = 0; seed < dear_rounds(200); ++seed) {
         SCOPED_TRACE(seed);
         random_protocols make(seed, {false, 8, 4});
         const std::vector<protocol_model> pdb = rewritten(make.different(5, USER));
@@ -134,7 +134,7 @@ TEST(plu_random, a_pdb_merged_with_itself_has_no_more_rules)
 
 TEST(plu_random, a_merge_of_different_protocols_holds_all_of_both)
 {
-    for (uint32_t seed = 0; seed < 200; ++seed) {
+    for (uint32_t seed = 0; seed < dear_rounds(200); ++seed) {
         SCOPED_TRACE(seed);
         random_protocols make(seed, {false, 8, 4});
         const std::vector<protocol_model> a = make.different(4, USER);
@@ -148,7 +148,7 @@ TEST(plu_random, a_merge_of_different_protocols_holds_all_of_both)
 
 TEST(plu_random, a_merge_holds_every_rule_of_both_once)
 {
-    for (uint32_t seed = 0; seed < 200; ++seed) {
+    for (uint32_t seed = 0; seed < dear_rounds(200); ++seed) {
         SCOPED_TRACE(seed);
         random_protocols make(seed, {false, 8, 4});
         // Each rule has an order of its own: it equals no rule but itself.
@@ -182,7 +182,7 @@ TEST(plu_random, a_merge_holds_every_rule_of_both_once)
 
 TEST(plu_random, a_removal_leaves_every_other_protocol_as_it_was)
 {
-    for (uint32_t seed = 0; seed < 200; ++seed) {
+    for (uint32_t seed = 0; seed < dear_rounds(200); ++seed) {
         SCOPED_TRACE(seed);
         random_protocols make(seed, {false, 8, 4});
         std::vector<protocol_model> pdb = rewritten(make.different(6, USER));
@@ -198,7 +198,7 @@ TEST(plu_random, a_removal_leaves_every_other_protocol_as_it_was)
 
 TEST(plu_random, the_same_inputs_give_the_same_bytes)
 {
-    for (uint32_t seed = 0; seed < 50; ++seed) {
+    for (uint32_t seed = 0; seed < dear_rounds(50); ++seed) {
         SCOPED_TRACE(seed);
         random_protocols make(seed);
         const std::vector<protocol_model> base = make.any(3);
@@ -307,7 +307,7 @@ TEST(plu_damage, bytes_flipped)
 {
     std::mt19937 random(5);
     (void)stderr_of([&] {
-        for (uint32_t seed = 0; seed < rounds(4000); ++seed) {
+        for (uint32_t seed = 0; seed < dear_rounds(4000); ++seed) {
             damaged_run run(seed % 40);
             std::vector<uint8_t> *const parts[] = {&run.base, &run.incoming, &run.strings};
             std::vector<uint8_t> &victim = *parts[random() % 3];
@@ -323,7 +323,7 @@ TEST(plu_damage, words_replaced)
     // Small numbers make lists and offsets that lead somewhere else.
     std::mt19937 random(6);
     (void)stderr_of([&] {
-        for (uint32_t seed = 0; seed < rounds(4000); ++seed) {
+        for (uint32_t seed = 0; seed < dear_rounds(4000); ++seed) {
             damaged_run run(seed % 40);
             std::vector<uint8_t> &victim = seed % 2 == 0 ? run.base : run.incoming;
             for (uint32_t nr = 1 + static_cast<uint32_t>(random() % 3); nr > 0; --nr) {

@@ -5,6 +5,7 @@
 #include "pdata_serialize_ipbt.h"
 #include "pdata_serialize_psa.h"
 #include "protodesc_builder.h"
+#include "rounds.h"
 
 namespace
 {
@@ -101,7 +102,7 @@ TEST(damaged_description, cut_at_some_lengths)
 {
     const pdata_cfg_t cfg = configuration(false);
     std::mt19937 random(2);
-    for (int i = 0; i < 200; ++i)
+    for (uint32_t i = 0; i < dear_rounds(200); ++i)
         run_description(string_view(example()).substr(0, random() % example().size()), cfg);
     for (size_t behind = 0; behind < 12; ++behind)
         run_description(string_view(example()).substr(0, example().size() - behind), cfg);
@@ -123,7 +124,7 @@ TEST(damaged_description, with_bytes_changed)
         run_description(damaged(example(), random), cfg);
     cfg = configuration(true);
     cfg.ignore_sem = 1;
-    for (int i = 0; i < 3000; ++i)
+    for (uint32_t i = 0; i < dear_rounds(3000); ++i)
         run_description(damaged(SMALL_DESCRIPTION, random), cfg);
 }
 
@@ -177,7 +178,7 @@ TEST(damaged_configuration, with_bytes_changed)
 {
     std::mt19937 random(4);
     for_each_file([&](pdata_cfg_t &cfg, pdata_cfg_meta_t &meta, const string &text) {
-        for (int i = 0; i < 200; ++i)
+        for (uint32_t i = 0; i < dear_rounds(200); ++i)
             run_configuration_file(cfg, meta, damaged(text, random));
     });
 }

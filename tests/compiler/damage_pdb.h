@@ -4,6 +4,7 @@
 #include "damage.h"
 #include "description_reader.h"
 #include "pdata_compiler_files.h"
+#include "rounds.h"
 #include "tlv_description.h"
 
 /// A pdb in the form of a file.
@@ -112,7 +113,7 @@ void for_each_shortened(const std::string &whole, Operation &&operation)
 template <typename Operation>
 void for_each_byte_changed(const std::string &whole, Operation &&operation)
 {
-    for (size_t at = 0; at < whole.size(); ++at) {
+    for (size_t at = 0; at < whole.size(); at += ROUNDS_STEP) {
         for (const int change : {0x01, 0x80, 0xFF}) {
             std::string file = whole;
             file[at] = static_cast<char>(file[at] ^ change);

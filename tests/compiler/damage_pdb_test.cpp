@@ -1,4 +1,5 @@
 #include "damage_compile.h"
+#include "rounds.h"
 
 namespace
 {
@@ -27,11 +28,11 @@ TEST(damaged_pdb, with_bytes_changed)
 {
     std::mt19937 random(5);
     const string small = pdb_of(SMALL_DESCRIPTION);
-    for (int i = 0; i < 3000; ++i)
+    for (uint32_t i = 0; i < dear_rounds(3000); ++i)
         compile_pdb(damaged(small, random));
     const string file = file_text(GOLDEN_PDB);
     pdb_list_t pdb;
-    for (int i = 0; i < 200; ++i)
+    for (uint32_t i = 0; i < dear_rounds(200); ++i)
         read_pdb(damaged(file, random), &pdb);
     for (int i = 0; i < 20; ++i)
         compile_pdb(damaged(file, random));

@@ -5,6 +5,7 @@
 #include "pdata_merge.h"
 #include "pdb_fixtures.h"
 #include "plu.h"
+#include "rounds.h"
 
 namespace
 {
@@ -176,7 +177,7 @@ TEST_F(pdata_merge_test, pdbs_without_protocols_make_a_zero_filled_record)
 
 TEST_F(pdata_merge_test, a_pdb_merged_with_itself_has_no_more_rules)
 {
-    for (uint32_t seed = 0; seed < 60; ++seed) {
+    for (uint32_t seed = 0; seed < dear_rounds(60); ++seed) {
         SCOPED_TRACE(seed);
         const pdb_list_t pdb = make_random_pdb(seed, 6, USER + 1);
         ASSERT_EQ(merged_of(pdb, pdb), protocols_of(pdb));
@@ -185,7 +186,7 @@ TEST_F(pdata_merge_test, a_pdb_merged_with_itself_has_no_more_rules)
 
 TEST_F(pdata_merge_test, a_merge_holds_every_protocol_of_both)
 {
-    for (uint32_t seed = 0; seed < 60; ++seed) {
+    for (uint32_t seed = 0; seed < dear_rounds(60); ++seed) {
         SCOPED_TRACE(seed);
         const pdb_list_t first = make_random_pdb(2 * seed, 5, USER + 1);
         const pdb_list_t second = make_random_pdb(2 * seed + 1, 5, USER + 2);
@@ -207,7 +208,7 @@ size_t nr_rules(const pdb_list_t &pdb)
 TEST_F(pdata_merge_test, merged_again_nothing_changes)
 {
     size_t nr_equal = 0;
-    for (uint32_t seed = 0; seed < 60; ++seed) {
+    for (uint32_t seed = 0; seed < dear_rounds(60); ++seed) {
         SCOPED_TRACE(seed);
         const pdb_list_t first = make_random_pdb(2 * seed, 5, USER + 1);
         const pdb_list_t second = make_random_pdb(2 * seed + 1, 5, USER + 1);
@@ -222,7 +223,7 @@ TEST_F(pdata_merge_test, merged_again_nothing_changes)
         ASSERT_EQ(merge(first, second, &same), "0");
         ASSERT_EQ(bytes_of(same), bytes_of(merged));
     }
-    EXPECT_GT(nr_equal, 50U) << "rules of both pdbs that stand once in their merge";
+    EXPECT_GT(nr_equal, dear_rounds(50)) << "rules of both pdbs that stand once in their merge";
 }
 
 /// Merges a damaged pdb into a sound one and the other way round.

@@ -4,6 +4,7 @@
 #include "pdata_merge.h"
 #include "pdata_remove.h"
 #include "pdb_fixtures.h"
+#include "rounds.h"
 
 namespace
 {
@@ -104,7 +105,7 @@ TEST_F(pdata_remove_test, a_result_that_cannot_be_serialized_is_a_success_withou
 
 TEST_F(pdata_remove_test, every_other_protocol_stays_as_it_was)
 {
-    for (uint32_t seed = 0; seed < 60; ++seed) {
+    for (uint32_t seed = 0; seed < dear_rounds(60); ++seed) {
         SCOPED_TRACE(seed);
         const pdb_list_t pdb = make_random_pdb(seed, 6, USER + 1);
         std::vector<protocol_model> expected = protocols_of(pdb);

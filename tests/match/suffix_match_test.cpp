@@ -5,6 +5,7 @@
 
 #include "match_run.h"
 #include "random_pdb.h"
+#include "rounds.h"
 
 namespace
 {
@@ -97,9 +98,9 @@ void compare(uint32_t seed, uint32_t shortest)
     const pdata::database db = pdata::database::open_memory(bytes.data(), bytes.size());
     pdata::flow flow(db);
     size_t found = 0;
-    for (uint32_t i = 0; i < 4000 && !::testing::Test::HasFailure(); ++i)
+    for (uint32_t i = 0; i < dear_rounds(4000) && !::testing::Test::HasFailure(); ++i)
         found += compare_one(db, flow, suffixes, make_host(random, suffixes));
-    EXPECT_GT(found, 1000);
+    EXPECT_GT(found, dear_rounds(1000));
 }
 
 TEST(suffix_match, long_suffixes_agree_with_plain_comparison)

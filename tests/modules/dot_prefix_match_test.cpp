@@ -73,7 +73,7 @@ TEST(dot_prefix_match, every_set_of_up_to_four_short_patterns_at_small_offsets)
     for (size_t i = 0; i < all.size(); ++i)
         for (size_t k = i; k < all.size(); ++k)
             for (size_t m = k; m < all.size(); ++m)
-                for (size_t n = m; n < all.size(); ++n)
+                for (size_t n = m; n < all.size(); n += ROUNDS_STEP)
                     expect_naive({all[i], all[k], all[m], all[n]}, texts);
 }
 

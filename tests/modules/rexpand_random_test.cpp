@@ -157,7 +157,7 @@ TEST(rexpand_random, spells_out_the_language_of_an_expression)
 {
     speller expressions(29);
     uint32_t compared = 0;
-    for (uint32_t round = 0; round < rounds(20000); ++round) {
+    for (uint32_t round = 0; round < dear_rounds(20000); ++round) {
         spelled one = expressions.alternatives(3);
         if (one.expression.empty())
             continue;
@@ -174,7 +174,7 @@ TEST(rexpand_random, spells_out_the_language_of_an_expression)
         ASSERT_EQ(spelled_out, one.language) << one.expression;
         ++compared;
     }
-    EXPECT_GT(compared, rounds(10000));
+    EXPECT_GT(compared, dear_rounds(10000));
 }
 
 // With a small limit parts are left out, but what stays unmarked in one piece still spells a
@@ -182,7 +182,7 @@ TEST(rexpand_random, spells_out_the_language_of_an_expression)
 TEST(rexpand_random, unmarked_permutations_spell_the_language_at_any_limit)
 {
     speller expressions(31);
-    for (uint32_t round = 0; round < rounds(20000); ++round) {
+    for (uint32_t round = 0; round < dear_rounds(20000); ++round) {
         spelled one = expressions.alternatives(3);
         if (one.expression.empty())
             continue;
