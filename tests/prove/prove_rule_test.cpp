@@ -55,7 +55,7 @@ prove_item_t item(std::string_view protocol, std::string_view attribute, std::st
     return made;
 }
 
-std::string protocol_of(const std::string &name, const std::string &rules)
+std::string protocol_text(const std::string &name, const std::string &rules)
 {
     return R"({"name":")" + name + R"(","id":1,"rules":[)" + rules + "]}";
 }
@@ -69,9 +69,9 @@ std::string uri_rule(const std::string &order, const std::string &value,
 
 TEST(prove_rule, the_smaller_order_wins)
 {
-    tried_rules_t tried(protocol_of("one", uri_rule("50:1", "/video/.*")) + "," +
-                        protocol_of("two", uri_rule("50:2", "/video/live/.*")) + "," +
-                        protocol_of("three", uri_rule("50:3", "/vid.*")));
+    tried_rules_t tried(protocol_text("one", uri_rule("50:1", "/video/.*")) + "," +
+                        protocol_text("two", uri_rule("50:2", "/video/live/.*")) + "," +
+                        protocol_text("three", uri_rule("50:3", "/vid.*")));
     tried.add("one", 0, {item("http", "uri_decoded", "/video/.*")});
     tried.add("two", 0, {item("http", "uri_decoded", "/video/live/.*")});
     tried.add("three", 0, {item("http", "uri_decoded", "/vid.*")});
@@ -80,8 +80,8 @@ TEST(prove_rule, the_smaller_order_wins)
 
 TEST(prove_rule, of_equal_orders_one_is_shadowed)
 {
-    tried_rules_t tried(protocol_of("one", uri_rule("50:1", "same")) + "," +
-                        protocol_of("two", uri_rule("50:1", "same")));
+    tried_rules_t tried(protocol_text("one", uri_rule("50:1", "same")) + "," +
+                        protocol_text("two", uri_rule("50:1", "same")));
     tried.add("one", 0, {item("http", "uri_decoded", "same")});
     tried.add("two", 0, {item("http", "uri_decoded", "same")});
     const std::string told = tried.told();
@@ -92,15 +92,15 @@ TEST(prove_rule, rules_that_say_the_same_shadow_nothing)
 {
     const std::string path = R"("path":["http","one"],)";
     tried_rules_t tried(
-        protocol_of("one", uri_rule("50:1", "a.*", path) + "," + uri_rule("50:2", "ab.*", path)));
+        protocol_text("one", uri_rule("50:1", "a.*", path) + "," + uri_rule("50:2", "ab.*", path)));
     tried.add("one", 1, {item("http", "uri_decoded", "ab.*")});
     EXPECT_EQ(tried.told(), "wins");
 }
 
 TEST(prove_rule, a_wider_scope_is_not_shadowed)
 {
-    tried_rules_t tried(protocol_of("one", uri_rule("50:1", "a.*")) + "," +
-                        protocol_of("two", uri_rule("50:2", "ab.*", R"("scope":["quic"],)")));
+    tried_rules_t tried(protocol_text("one", uri_rule("50:1", "a.*")) + "," +
+                        protocol_text("two", uri_rule("50:2", "ab.*", R"("scope":["quic"],)")));
     tried.add("two", 0, {item("http", "uri_decoded", "ab.*")});
     EXPECT_EQ(tried.told(), "wins");
 }
@@ -113,7 +113,7 @@ TEST(prove_rule, protocols_that_a_rule_does_not_ask_for_are_not_there)
     std::string second = R"({"order":"50:2",)" + rule;
     first.replace(first.find('%'), 1, "udp");
     second.replace(second.find('%'), 1, "tcp");
-    tried_rules_t tried(protocol_of("one", first) + "," + protocol_of("two", second));
+    tried_rules_t tried(protocol_text("one", first) + "," + protocol_text("two", second));
     tried.add("two", 0, {item("ip", "address", "192.0.2.1", ATTR_WAY_BOTH)});
     EXPECT_EQ(tried.told(), "wins");
 }
@@ -122,14 +122,14 @@ TEST(prove_rule, every_item_must_be_found)
 {
     const std::string rule =
         R"({"order":"50:1","rule":[{"protocol":"http","cts-uri_decoded":["a.*",",,"]}]})";
-    tried_rules_t tried(protocol_of("one", rule));
+    tried_rules_t tried(protocol_text("one", rule));
     tried.add("one", 0, {item("http", "uri_decoded", "a.*"), item("http", "uri_decoded", ",,")});
     EXPECT_EQ(tried.told(), "unknown"); // the second value is no item
 }
 
 TEST(prove_rule, data_under_a_name_that_leads_nowhere_is_dead)
 {
-    tried_rules_t tried(protocol_of("one", uri_rule("50:1", "a.*")));
+    tried_rules_t tried(protocol_text("one", uri_rule("50:1", "a.*")));
     tried.add("one", 0, {item("http", "uri_decoded", "a.*")});
     tried.add("one", 0, {item("http", "uri_decoded", "a.*")});
     tried.rules[1].items[0].attribute = "uri_path_decoded";
@@ -138,7 +138,7 @@ TEST(prove_rule, data_under_a_name_that_leads_nowhere_is_dead)
 
 TEST(prove_rule, rules_that_are_not_there_are_unknown)
 {
-    tried_rules_t tried(protocol_of("one", uri_rule("50:1", "a.*")));
+    tried_rules_t tried(protocol_text("one", uri_rule("50:1", "a.*")));
     tried.add("one", 0, {item("http", "uri_decoded", "b.*")});
     tried.add("one", 1, {item("http", "uri_decoded", "a.*")});
     tried.add("two", 0, {item("http", "uri_decoded", "a.*")});
@@ -155,7 +155,7 @@ TEST(prove_rule, rules_that_all_samples_lead_to_end_the_work)
         values.push_back(".*a.*b" + std::to_string(i) + "?.*");
     for (uint32_t i = 0; i < values.size(); ++i)
         rules += (i == 0 ? "" : ",") + uri_rule("50:" + std::to_string(i + 1), values[i]);
-    tried_rules_t tried(protocol_of("one", rules));
+    tried_rules_t tried(protocol_text("one", rules));
     for (uint32_t i = 0; i < values.size(); ++i)
         tried.add("one", i, {item("http", "uri_decoded", values[i])});
     EXPECT_EQ(prove_rules(tried.pdb, tried.rules).size(), values.size());
@@ -167,14 +167,14 @@ TEST(prove_capacity, tables_beyond_16_bits_are_named)
     std::string rules;
     for (uint32_t i = 0; i < 300; ++i)
         rules += (i == 0 ? "" : ",") + uri_rule("50:1", ".*" + std::string(i + 1, 'a') + ".*");
-    const tried_rules_t overfull(protocol_of("one", rules));
+    const tried_rules_t overfull(protocol_text("one", rules));
     const std::vector<prove_overfull_t> found = prove_overfull(overfull.pdb);
     ASSERT_EQ(found.size(), 1U);
     EXPECT_EQ(found[0].attribute, "uri_decoded");
     EXPECT_EQ(found[0].table, "items");
     EXPECT_GT(found[0].nr, found[0].nr_max);
     EXPECT_TRUE(
-        prove_overfull(tried_rules_t(protocol_of("one", uri_rule("1:1", "a"))).pdb).empty());
+        prove_overfull(tried_rules_t(protocol_text("one", uri_rule("1:1", "a"))).pdb).empty());
     EXPECT_TRUE(prove_overfull({}).empty());
 }
 
