@@ -169,8 +169,9 @@ struct loaded_t {
         // A success may leave a warning in the slot: "0 (recorded ...".
         EXPECT_EQ(compiled.outcome.substr(0, 1), "0") << compiled.outcome << compiled.diagnostics;
         EXPECT_TRUE(loadable_open(compiled.bytes, pdb, error)) << error;
-        if (compiled.diagnostics.empty()) // else rules may be missing, and it was said
+        if (compiled.diagnostics.empty()) { // else rules may be missing, and it was said
             EXPECT_EQ(compiled.unsound, "");
+        }
     }
     loaded_t(const loaded_t &) = delete;
     loaded_t &operator=(const loaded_t &) = delete;
