@@ -2,6 +2,7 @@
 
 #include "commands.h"
 #include "escape.h"
+#include "list_limits.h"
 #include "list_names.h"
 #include "open_file.h"
 #include "view_inventory.h"
@@ -12,6 +13,7 @@ namespace
 struct list_options_t {
     std::string file;
     bool protocols = false;
+    bool limits = false;
     std::string rules_of;
     std::string values_of;
     CLI::Option *rules = nullptr;
@@ -116,6 +118,8 @@ exit_status_t list_run(const list_options_t &options, console_t &console)
     view_error_t error;
     if (!open_file(console, options.file, file))
         return EXIT_STATUS_FILE;
+    if (options.limits)
+        return list_limits(console, file);
     const list_names_t chosen = names_of(options);
     if (chosen.protocols || chosen.rules || chosen.values)
         return list_names(console, file, chosen);
@@ -136,6 +140,8 @@ command_run_t list_declare(CLI::App &app)
     auto options = std::make_shared<list_options_t>();
     app.add_option("FILE", options->file, "A pdb, - for standard input")->required();
     app.add_flag("--protocols", options->protocols, "List its protocols");
+    app.add_flag("--limits", options->limits, "List how full the limits of the format are")
+        ->excludes("--protocols");
     options->rules = app.add_option("--rules", options->rules_of, "List its rules, of one protocol")
                          ->expected(0, 1)
                          ->type_name("PROTOCOL");

@@ -1,0 +1,54 @@
+#include "list_limits.h"
+
+#include "escape.h"
+#include "open_file.h"
+#include "pdb_verify.h"
+#include "view_limits.h"
+
+namespace
+{
+
+void print_limit(console_t &console, const view_limit_t &limit)
+{
+    console_print(console, "{:6.1f} %  {:<24} {}: {} of {}\n",
+                  100.0 * static_cast<double>(limit.used) / static_cast<double>(limit.limit),
+                  escape_terminal(limit.subject), limit.name, limit.used, limit.limit);
+    if (view_limit_passed(limit))
+        console_print(console, "          passed, lost: {}\n", limit.lost);
+}
+
+json_document_t limit_document(const view_limit_t &limit)
+{
+    return {{"subject", json_text(limit.subject)},
+            {"name", limit.name},
+            {"used", limit.used},
+            {"limit", limit.limit},
+            {"passed", view_limit_passed(limit)},
+            {"lost", view_limit_passed(limit) ? limit.lost : ""}};
+}
+
+} // namespace
+
+exit_status_t list_limits(console_t &console, const input_file_t &file)
+{
+    pdb_view_t pdb;
+    view_error_t error;
+    if (!pdb_verify_open(input_file_bytes(file), pdb, error)) {
+        print_fault(console, file.name, error);
+        return EXIT_STATUS_FINDINGS;
+    }
+    exit_status_t status = EXIT_STATUS_FINE;
+    json_document_t document = json_document("list");
+    document["file"] = json_text(file.name);
+    document["limits"] = json_document_t::array();
+    for (const view_limit_t &limit : view_limits_take(pdb)) {
+        status = view_limit_passed(limit) ? EXIT_STATUS_FINDINGS : status;
+        if (console.format == OUTPUT_JSON)
+            document["limits"].push_back(limit_document(limit));
+        else
+            print_limit(console, limit);
+    }
+    if (console.format == OUTPUT_JSON)
+        console_document(console, document);
+    return status;
+}
