@@ -140,8 +140,9 @@ command_run_t list_declare(CLI::App &app)
     auto options = std::make_shared<list_options_t>();
     app.add_option("FILE", options->file, "A pdb, - for standard input")->required();
     app.add_flag("--protocols", options->protocols, "List its protocols");
-    app.add_flag("--limits", options->limits, "List how full the limits of the format are")
-        ->excludes("--protocols");
+    CLI::Option *const limits =
+        app.add_flag("--limits", options->limits, "List how full the limits of the format are")
+            ->excludes("--protocols");
     options->rules = app.add_option("--rules", options->rules_of, "List its rules, of one protocol")
                          ->expected(0, 1)
                          ->type_name("PROTOCOL");
@@ -149,5 +150,6 @@ command_run_t list_declare(CLI::App &app)
         app.add_option("--values", options->values_of, "List its values, those of one protocol")
             ->expected(0, 1)
             ->type_name("PROTOCOL");
+    limits->excludes(options->rules)->excludes(options->values);
     return [options](console_t &console) { return list_run(*options, console); };
 }

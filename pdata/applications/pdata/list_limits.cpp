@@ -35,7 +35,7 @@ exit_status_t list_limits(console_t &console, const input_file_t &file)
     view_error_t error;
     if (!pdb_verify_open(input_file_bytes(file), pdb, error)) {
         print_fault(console, file.name, error);
-        return EXIT_STATUS_FINDINGS;
+        return EXIT_STATUS_FILE;
     }
     exit_status_t status = EXIT_STATUS_FINE;
     json_document_t document = json_document("list");

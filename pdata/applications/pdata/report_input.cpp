@@ -5,6 +5,7 @@
 #include "open_file.h"
 #include "pdb_verify.h"
 #include "test_run.h"
+#include "view_limits.h"
 
 namespace
 {
@@ -20,14 +21,34 @@ void take_fault(void *context, const view_error_t &fault)
          fmt::format("byte {}: {}: {}", fault.offset, view_fault_name(fault.fault), fault.text)});
 }
 
+/// Limits that are as full as this, in percent, are to be known.
+constexpr uint64_t nearly_full = 80;
+
+/// Adds how full each limit is, and those that were passed or nearly are as actions.
+void take_limits(const pdb_view_t &pdb, report_input_t &input)
+{
+    for (const view_limit_t &limit : view_limits_take(pdb)) {
+        input.shown.limits.push_back({limit.subject, limit.name, limit.used, limit.limit});
+        const std::string text =
+            fmt::format("{}: {}, {} of {}", limit.subject, limit.name, limit.used, limit.limit);
+        if (view_limit_passed(limit))
+            input.shown.actions.push_back(
+                {REPORT_WARNING, "limit passed", fmt::format("{}; lost: {}", text, limit.lost)});
+        else if (limit.used * 100 >= limit.limit * nearly_full)
+            input.shown.actions.push_back({REPORT_NOTE, "limit nearly full", text});
+    }
+}
+
 bool read_model(console_t &console, report_input_t &input)
 {
     pdb_view_t pdb;
     view_error_t error;
     if (pdb_view_open(input_file_bytes(input.file), pdb, error) &&
         description_model_read(pdb, input.model, error) &&
-        view_inventory_take(input_file_bytes(input.file), input.inventory, error))
+        view_inventory_take(input_file_bytes(input.file), input.inventory, error)) {
+        take_limits(pdb, input);
         return true;
+    }
     print_fault(console, input.file.name, error);
     return false;
 }
