@@ -275,7 +275,7 @@ TEST_F(output_file, is_not_found_behind_links_without_an_end)
 TEST_F(output_file, keeps_the_mode_of_the_old_one)
 {
     const mode_t usual = umask(027);
-    for (const mode_t mode : {0600, 0640, 0666, 0777, 0200, 04755}) {
+    for (const mode_t mode : {0600U, 0640U, 0666U, 0777U, 0200U, 04755U}) {
         put_file("out", "old");
         ASSERT_EQ(chmod("out", mode), 0);
         ASSERT_TRUE(put("out", "new"));

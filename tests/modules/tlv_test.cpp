@@ -108,7 +108,7 @@ TEST(tlv_sink, fails_where_the_buffer_ends)
 
 TEST(tlv_sink, grows_with_the_output)
 {
-    for (size_t expected : {0, 1, 15, 16, 100}) {
+    for (size_t expected : {0U, 1U, 15U, 16U, 100U}) {
         csa_buf_t buf = {1, 2, 3};
         tlv_sink_t growing = tlv_sink_growing(buf, expected);
         csa_buf_t ten_samples;

@@ -22,7 +22,7 @@ std::vector<std::string> captures_of(const build_run_t &run)
             if (!one.capture.empty())
                 captures.push_back(suite_capture_path(run.options.tests[i], one));
     std::ranges::sort(captures);
-    captures.erase(std::ranges::unique(captures).begin(), captures.end());
+    captures.erase(std::unique(captures.begin(), captures.end()), captures.end());
     return captures;
 }
 
