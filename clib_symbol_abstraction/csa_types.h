@@ -14,3 +14,10 @@ enum csa_attr_way_t : uint32_t {
     ATTR_WAY_STC = 2, ///< server to client
     ATTR_WAY_BOTH = 3,
 };
+
+/// Returns the word of a direction: "unknown", "cts", "stc", "both", or "attr way error".
+constexpr const char *attr_way2str(uint32_t way)
+{
+    constexpr const char *words[] = {"unknown", "cts", "stc", "both"};
+    return way <= ATTR_WAY_BOTH ? words[way] : "attr way error";
+}

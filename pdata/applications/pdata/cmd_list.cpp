@@ -31,18 +31,12 @@ list_names_t names_of(const list_options_t &options)
     return chosen;
 }
 
-const char *matcher_direction(uint32_t way)
-{
-    constexpr const char *names[] = {"unknown", "cts", "stc", "both"};
-    return way < std::size(names) ? names[way] : "attr way error";
-}
-
 void print_matcher(console_t &console, const view_inventory_matcher_t &matcher)
 {
     const std::string name =
         escape_terminal(matcher.protocol) + ':' + escape_terminal(matcher.attribute);
-    console_print(console, "  {:<24} {} {:5} values, {:7} bytes", name,
-                  matcher_direction(matcher.way), matcher.values, matcher.size);
+    console_print(console, "  {:<24} {} {:5} values, {:7} bytes", name, attr_way2str(matcher.way),
+                  matcher.values, matcher.size);
     const char *before = ": ";
     for (const view_inventory_piece_t &piece : matcher.pieces) {
         console_print(console, "{}{} {}", before, piece.name, piece.size);
@@ -75,7 +69,7 @@ json_document_t matcher_document(const view_inventory_matcher_t &matcher)
 {
     json_document_t document = {{"protocol", json_text(matcher.protocol)},
                                 {"attribute", json_text(matcher.attribute)},
-                                {"direction", matcher_direction(matcher.way)},
+                                {"direction", attr_way2str(matcher.way)},
                                 {"values", matcher.values},
                                 {"offset", matcher.offset},
                                 {"bytes", matcher.size},

@@ -9,14 +9,9 @@
 namespace
 {
 
-std::string shown_way(uint32_t way)
-{
-    return way == ATTR_WAY_CTS ? "cts" : "stc";
-}
-
 std::string name_of(const view_matcher_t &matcher)
 {
-    return fmt::format("{}:{} {}", matcher.protocol, matcher.attribute, shown_way(matcher.way));
+    return fmt::format("{}:{} {}", matcher.protocol, matcher.attribute, attr_way2str(matcher.way));
 }
 
 /// Tells whether a matcher is the one that is meant, with or without its direction.

@@ -1,6 +1,7 @@
 #include "list_names.h"
 
 #include "escape.h"
+#include "format_scope.h"
 #include "format_types.h"
 #include "format_values.h"
 #include "open_file.h"
@@ -25,20 +26,6 @@ struct listing_t {
 bool is_of(const std::string &name, std::string_view protocol)
 {
     return name.empty() || name == protocol;
-}
-
-const char *way_name(uint32_t way)
-{
-    return way == ATTR_WAY_CTS ? "cts" : way == ATTR_WAY_STC ? "stc" : "both";
-}
-
-std::vector<std::string> scope_words(uint32_t scope)
-{
-    std::vector<std::string> words;
-    for (const format_value_t &value : format_values)
-        if (value.unit == FORMAT_UNIT_SCOPE && (scope & value.mask) == value.number)
-            words.emplace_back(value.what);
-    return words;
 }
 
 void put_protocol(void *context, const view_catalog_protocol_t &protocol)
@@ -69,7 +56,7 @@ json_document_t rule_document(const view_catalog_rule_t &rule)
             {"rule", rule.number},
             {"path", path},
             {"priority", rule.fields.priority},
-            {"scope", scope_words(rule.fields.scope)},
+            {"scope", format_scope_words(rule.fields.scope)},
             {"preempt", rule.fields.preempt != 0},
             {"values", rule.values}};
 }
@@ -87,7 +74,7 @@ void put_rule(void *context, const view_catalog_rule_t &rule)
     console_print(listing.console, "{}priority {}:{}, scope {}{}, {} values\n",
                   rule.path.empty() ? "" : ", ", format_priority_range(rule.fields.priority),
                   format_priority_order(rule.fields.priority),
-                  fmt::join(scope_words(rule.fields.scope), " "),
+                  fmt::join(format_scope_words(rule.fields.scope), " "),
                   rule.fields.preempt != 0 ? ", preempt" : "", rule.values);
 }
 
@@ -98,11 +85,11 @@ void put_value(listing_t &listing, const view_stored_value_t &value)
                                          {"rule", value.rule + 1},
                                          {"attribute_protocol", json_text(value.bottom)},
                                          {"attribute", json_text(value.attribute)},
-                                         {"direction", way_name(value.way)},
+                                         {"direction", attr_way2str(value.way)},
                                          {"value", json_text(value.text)}});
     console_print(listing.console, "{}:{} {} \"{}\"  rule {} of {}\n",
                   escape_terminal(value.bottom), escape_terminal(value.attribute),
-                  way_name(value.way), escape_terminal(value.text), value.rule + 1,
+                  attr_way2str(value.way), escape_terminal(value.text), value.rule + 1,
                   escape_terminal(value.protocol));
 }
 

@@ -3,9 +3,9 @@
 #include "alias_undo.h"
 #include "csa_types.h"
 #include "decompile_text.h"
+#include "format_scope.h"
 #include "format_values.h"
 #include "lost_text.h"
-#include "scope_words.h"
 
 namespace
 {
@@ -119,11 +119,7 @@ void put_sub_rule(protocol_writing_t &writing, const model_sub_rule_t &sub_rule)
 
 void put_scope(std::string &text, uint32_t scope)
 {
-    std::vector<std::string_view> words;
-    for (uint32_t bit = 1; bit != 0; bit <<= 1)
-        if ((scope & bit) != 0 && !scope_word(bit).empty())
-            words.push_back(scope_word(bit));
-    put_list(text, "scope", words);
+    put_list(text, "scope", format_scope_words(scope));
 }
 
 void check_rule(protocol_writing_t &writing, const model_rule_t &rule)

@@ -5,10 +5,10 @@
 #include <iterator>
 #include <span>
 
+#include "format_scope.h"
 #include "format_values.h"
 #include "pairing.h"
 #include "rule_row.h"
-#include "scope_words.h"
 
 namespace
 {
@@ -55,7 +55,7 @@ std::string scope_of(const model_rule_t &rule)
     std::string words;
     for (uint32_t left = rule.scope; left != 0; left &= left - 1) {
         const uint32_t bit = left & (~left + 1);
-        const std::string_view word = scope_word(bit);
+        const std::string_view word = format_scope_word(bit);
         words.append(words.empty() ? "" : ", ");
         words.append(word.empty() ? "bit " + std::to_string(std::countr_zero(bit))
                                   : std::string(word));
@@ -264,7 +264,7 @@ std::string side_text(const model_alias_side_t &side)
         .append(":")
         .append(side.attribute)
         .append(" ")
-        .append(way_word(side.way));
+        .append(attr_way2str(side.way));
 }
 
 /// Lists the aliases of a pdb, sorted.

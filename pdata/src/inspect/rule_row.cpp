@@ -28,7 +28,7 @@ std::string sub_rule_front(const model_rule_t &rule, const model_sub_rule_t &sub
 std::string attribute_front(const std::string &front, const model_attribute_t &attribute,
                             uint32_t offset)
 {
-    return front + ':' + std::string(attribute.name) + ' ' + way_word(attribute.way) +
+    return front + ':' + std::string(attribute.name) + ' ' + attr_way2str(attribute.way) +
            (offset == 0 ? "" : " at " + std::to_string(offset)) + ' ';
 }
 
@@ -99,12 +99,6 @@ void rule_row_compile(text_numbers_t &texts, rule_row_t &row)
             value.key = value_key(static_cast<uint32_t>(value.key >> 32),
                                   form_number(texts, value, value.key | mark));
     sort_values(row);
-}
-
-const char *way_word(uint32_t way)
-{
-    constexpr const char *words[] = {"unknown", "cts", "stc", "both"};
-    return words[way & 3];
 }
 
 std::string rule_value_text(const model_rule_t &rule, const rule_value_t &value)

@@ -27,9 +27,6 @@ rule_row_t rule_row(text_numbers_t &texts, const model_rule_t &rule, std::string
 /// Replaces the texts of a row's values by what they compile to. Throws std::bad_alloc.
 void rule_row_compile(text_numbers_t &texts, rule_row_t &row);
 
-/// Returns the word of a direction, csa_attr_way_t.
-const char *way_word(uint32_t way);
-
 /// Returns a value of a rule in words: "and " for one behind the first sub-rule, the protocol (as
 /// it was written, and behind aliases), the attribute and so on. Of a long text the front is shown.
 std::string rule_value_text(const model_rule_t &rule, const rule_value_t &value);

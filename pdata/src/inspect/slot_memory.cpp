@@ -1,7 +1,7 @@
 #include "slot_memory.h"
 
+#include "format_scope.h"
 #include "lost_text.h"
-#include "scope_words.h"
 
 namespace
 {
@@ -80,7 +80,7 @@ bool says_itself(const model_rule_t &rule)
 /// The keys that a rule is stored with.
 void take_stored(const model_rule_t &rule, protocol_keys_t &protocol, rule_keys_t &keys)
 {
-    const uint32_t implied = SCOPE_ALWAYS | scope_bit(rule.sub_rules[0].bottom);
+    const uint32_t implied = FORMAT_SCOPE_ALWAYS | format_scope_bit(rule.sub_rules[0].bottom);
     keys = {rule.fastpass, rule.preempt, rule.scope & ~implied};
     if (rule.vid != MODEL_VID_NONE)
         protocol.vid = rule.vid;
@@ -90,9 +90,10 @@ void take_stored(const model_rule_t &rule, protocol_keys_t &protocol, rule_keys_
 void take_shown(const model_rule_t &rule, const slot_t &shown, size_t sub_rule,
                 protocol_keys_t &protocol, rule_keys_t &keys)
 {
-    const uint32_t implied = SCOPE_ALWAYS | scope_bit(rule.sub_rules[sub_rule].bottom);
+    const uint32_t implied =
+        FORMAT_SCOPE_ALWAYS | format_scope_bit(rule.sub_rules[sub_rule].bottom);
     if (says_itself(rule)) {
-        keys.scope |= shown.scope & scope_bit(rule.sub_rules[0].bottom) & ~implied;
+        keys.scope |= shown.scope & format_scope_bit(rule.sub_rules[0].bottom) & ~implied;
         return;
     }
     keys = {shown.fastpass, shown.preempt, shown.scope & ~implied};
@@ -105,7 +106,7 @@ slot_t written_slot(const model_rule_t &rule, size_t sub_rule, const protocol_ke
                     const rule_keys_t &keys)
 {
     return {keys.fastpass, keys.preempt,
-            keys.scope | SCOPE_ALWAYS | scope_bit(rule.sub_rules[sub_rule].bottom),
+            keys.scope | FORMAT_SCOPE_ALWAYS | format_scope_bit(rule.sub_rules[sub_rule].bottom),
             protocol.vid.value_or(MODEL_VID_NONE)};
 }
 

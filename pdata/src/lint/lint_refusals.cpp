@@ -1,11 +1,11 @@
 #include <algorithm>
 
+#include "format_scope.h"
 #include "lint_resolve.h"
 #include "lint_rules.h"
 #include "lint_words.h"
 #include "pdata_error.h"
 #include "pdb_rule_priority.h"
-#include "scope_words.h"
 
 namespace
 {
@@ -52,7 +52,7 @@ void look_scope(const lint_look_t &look)
     if (!any_attributes(rule))
         return;
     for (const lint_text_t &word : rule.scope) {
-        const uint32_t bit = scope_bit(word.decoded);
+        const uint32_t bit = format_scope_bit(word.decoded);
         if (bit == 0)
             lint_report_at(look, word.place, FINDING_SCOPE_WORD,
                            "there is no scope " + lint_quoted(word.raw),

@@ -1,9 +1,9 @@
 #include <algorithm>
 
+#include "format_scope.h"
 #include "lint_resolve.h"
 #include "lint_rules.h"
 #include "lint_words.h"
-#include "scope_words.h"
 
 namespace
 {
@@ -88,7 +88,7 @@ void look_flags(const lint_look_t &look)
 void look_scope_prefix(const lint_look_t &look)
 {
     for (const lint_text_t &word : look.rule->scope) {
-        const std::string_view meant = scope_word(scope_bit(word.decoded));
+        const std::string_view meant = format_scope_word(format_scope_bit(word.decoded));
         if (meant.empty() || meant == word.decoded)
             continue;
         finding_t &finding =

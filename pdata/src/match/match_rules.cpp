@@ -1,14 +1,10 @@
 #include <algorithm>
 
+#include "format_scope.h"
 #include "match_database.h"
 
 namespace
 {
-
-/// The words of scopes, by bit.
-constexpr std::string_view scope_words[] = {"all",   "http",       "ssl",  "stun",     "ip",
-                                            "dns",   "sip",        "rtsp", "facebook", "quic",
-                                            "http2", "http_proxy", "spdy"};
 
 /// Every protocol that rules and matchers name, each once, in byte order.
 void collect_protocols(pdata_db &db)
@@ -124,11 +120,8 @@ pdata_protocol match_find_protocol(const pdata_db &db, std::string_view name)
 
 uint32_t match_scope_of(std::string_view protocol)
 {
-    uint32_t bits = PDATA_SCOPE_ALL;
-    for (uint32_t i = 1; i < std::size(scope_words); ++i)
-        if (scope_words[i] == protocol)
-            bits |= 1U << i;
-    return bits;
+    const uint32_t bit = format_scope_bit(protocol);
+    return PDATA_SCOPE_ALL | (format_scope_word(bit) == protocol ? bit : 0);
 }
 
 bool match_index_rules(pdata_db &db, view_error_t &error)

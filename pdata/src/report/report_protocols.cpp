@@ -1,6 +1,6 @@
+#include "format_scope.h"
 #include "format_values.h"
 #include "report_html.h"
-#include "scope_words.h"
 
 namespace
 {
@@ -8,15 +8,6 @@ namespace
 const char *way_of(uint32_t way)
 {
     return way == ATTR_WAY_CTS ? "cts-" : way == ATTR_WAY_STC ? "stc-" : "";
-}
-
-std::string scope_of(uint32_t scope)
-{
-    std::string text;
-    for (uint32_t bit = 1; bit != 0; bit <<= 1)
-        if ((scope & bit & ~SCOPE_ALWAYS) != 0)
-            text += fmt::format("{}{}", text.empty() ? "" : " ", scope_word(bit));
-    return text;
 }
 
 void put_attribute(const model_sub_rule_t &sub_rule, const model_attribute_t &attribute,
@@ -37,8 +28,8 @@ void put_rule(const model_rule_t &rule, std::string &page)
              format_priority_order(rule.priority));
     for (const std::string_view name : rule.path)
         html_put(page, "{}{}", name == rule.path.front() ? " /" : "/", html_text(name));
-    if (const std::string scope = scope_of(rule.scope); !scope.empty())
-        html_put(page, " <small>{}</small>", scope);
+    for (const std::string_view word : format_scope_words(rule.scope & ~FORMAT_SCOPE_ALWAYS))
+        html_put(page, " <small>{}</small>", word);
     if (rule.preempt)
         page += " <small>preempt</small>";
     if (rule.fastpass)

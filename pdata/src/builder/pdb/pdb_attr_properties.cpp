@@ -180,9 +180,3 @@ uint8_t pdb_matcher_get_sort(csa_str_t proto, csa_str_t attr)
 {
     return property_of(proto, attr, &pdb_attr_properties_t::sort, uint8_t{0});
 }
-
-const char *attr_way2str(uint32_t way)
-{
-    static const char *const words[] = {"unknown", "cts", "stc", "both"};
-    return way <= ATTR_WAY_BOTH ? words[way] : "attr way error";
-}

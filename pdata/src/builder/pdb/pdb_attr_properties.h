@@ -43,6 +43,3 @@ mindata_status_t pdb_matcher_get_mindata_status(csa_str_t proto, csa_str_t attr)
 exact_match_dispatch_t pdb_matcher_get_em_dispatch(csa_str_t proto, csa_str_t attr);
 uint8_t pdb_matcher_get_icase(csa_str_t proto, csa_str_t attr);
 uint8_t pdb_matcher_get_sort(csa_str_t proto, csa_str_t attr);
-
-/// Returns the word of a direction: "unknown", "cts", "stc", "both", or "attr way error".
-const char *attr_way2str(uint32_t way);

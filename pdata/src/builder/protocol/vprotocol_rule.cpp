@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "format_scope.h"
 #include "json_error.h"
 #include "json_tools.h"
 #include "pdb_rule_priority.h"
@@ -9,20 +10,6 @@
 
 namespace
 {
-
-/// The words of a scope, in the order in which they are tried.
-struct scope_row {
-    std::string_view word;
-    uint32_t bit;
-};
-
-constexpr scope_row scope_words[] = {
-    {"all", RULE_SCOPE_ALL},   {"http", RULE_SCOPE_HTTP},   {"ssl", RULE_SCOPE_SSL},
-    {"stun", RULE_SCOPE_STUN}, {"ip", RULE_SCOPE_IP},       {"dns", RULE_SCOPE_DNS},
-    {"sip", RULE_SCOPE_SIP},   {"rtsp", RULE_SCOPE_RTSP},   {"facebook", RULE_SCOPE_FACEBOOK},
-    {"quic", RULE_SCOPE_QUIC}, {"http2", RULE_SCOPE_HTTP2}, {"http_proxy", RULE_SCOPE_HTTP_PROXY},
-    {"spdy", RULE_SCOPE_SPDY},
-};
 
 pdata_status_t bad_semantic(const char *message)
 {
@@ -201,12 +188,7 @@ pdata_status_t vattrs_to_protodesc_attrs(protodesc_build_t *pb, uint32_t n_rule,
 
 pdata_status_t process_scop_field(ruledesc_build_t *rule, csa_str_t scope)
 {
-    const std::string_view text = csa_str_view(scope);
-    for (const scope_row &row : scope_words) {
-        if (row.word.substr(0, text.size()) == text) {
-            rule->rule_scope |= row.bit;
-            return PDATA_SUCCESS;
-        }
-    }
-    return PDATA_ERR_INVALID_ARGUMENT;
+    const uint32_t bit = format_scope_bit(csa_str_view(scope));
+    rule->rule_scope |= bit;
+    return bit != 0 ? PDATA_SUCCESS : PDATA_ERR_INVALID_ARGUMENT;
 }
