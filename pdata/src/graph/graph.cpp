@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "escape.h"
 #include "graph_engine.h"
 
 namespace
@@ -16,6 +17,7 @@ constexpr uint32_t near_steps = 2;
 struct reached_t {
     uint32_t from = none;
     uint32_t step = 0; ///< index among the steps from there
+    std::string text;  ///< of that step, in the order of the walk
     bool seen = false;
 };
 
@@ -33,37 +35,6 @@ struct walk_t {
         return found;
     }
 };
-
-/// Finds every state from the start on, the nearest first.
-void search(walk_t &walk)
-{
-    walk.order = {0};
-    walk.reached[0].seen = true;
-    for (size_t i = 0; i < walk.order.size(); ++i) {
-        const std::vector<graph_step_t> steps = walk.steps(walk.order[i]);
-        for (uint32_t step = 0; step < steps.size(); ++step) {
-            reached_t &reached = walk.reached[steps[step].to];
-            if (reached.seen)
-                continue;
-            reached = {walk.order[i], step, true};
-            walk.order.push_back(steps[step].to);
-        }
-    }
-}
-
-/// Adds the states that are reached through the last of `states`, near_steps further at most.
-void add_near(const walk_t &walk, size_t limit, std::vector<uint32_t> &states)
-{
-    size_t begin = states.size() - 1;
-    for (uint32_t distance = 0; distance < near_steps; ++distance) {
-        const size_t end = states.size();
-        for (; begin < end; ++begin)
-            for (const graph_step_t &step : walk.steps(states[begin]))
-                if (walk.reached[step.to].from == states[begin] && states.size() < limit &&
-                    std::ranges::find(states, step.to) == states.end())
-                    states.push_back(step.to);
-    }
-}
 
 /// The byte that stands for several: a small letter where case does not matter.
 uint8_t speaking_byte(const graph_bytes_t &bytes)
@@ -85,18 +56,46 @@ std::string step_text(const graph_step_t &step)
     return text.append(step.chain.begin(), step.chain.end());
 }
 
+/// Finds every state from the start on, the nearest first.
+void search(walk_t &walk)
+{
+    walk.order = {0};
+    walk.reached[0].seen = true;
+    for (size_t i = 0; i < walk.order.size(); ++i) {
+        const std::vector<graph_step_t> steps = walk.steps(walk.order[i]);
+        for (uint32_t step = 0; step < steps.size(); ++step) {
+            reached_t &reached = walk.reached[steps[step].to];
+            if (reached.seen)
+                continue;
+            reached = {walk.order[i], step, step_text(steps[step]), true};
+            walk.order.push_back(steps[step].to);
+        }
+    }
+}
+
+/// Adds the states that are reached through the last of `states`, near_steps further at most.
+void add_near(const walk_t &walk, size_t limit, std::vector<uint32_t> &states)
+{
+    size_t begin = states.size() - 1;
+    for (uint32_t distance = 0; distance < near_steps; ++distance) {
+        const size_t end = states.size();
+        for (; begin < end; ++begin)
+            for (const graph_step_t &step : walk.steps(states[begin]))
+                if (walk.reached[step.to].from == states[begin] && states.size() < limit &&
+                    std::ranges::find(states, step.to) == states.end())
+                    states.push_back(step.to);
+    }
+}
+
 /// The text that leads to a state, in the order of the data.
 std::string text_of(const walk_t &walk, uint32_t state)
 {
-    std::vector<std::string> parts;
+    std::string reversed;
     for (; walk.reached[state].from != none; state = walk.reached[state].from)
-        parts.push_back(step_text(walk.steps(walk.reached[state].from)[walk.reached[state].step]));
-    std::string text;
-    for (auto part = parts.rbegin(); part != parts.rend(); ++part)
-        text += *part;
-    if (walk.row.backward)
-        std::ranges::reverse(text);
-    return text;
+        reversed.append(walk.reached[state].text.rbegin(), walk.reached[state].text.rend());
+    if (!walk.row.backward)
+        std::ranges::reverse(reversed);
+    return reversed;
 }
 
 /// Tells whether a step goes along `text`, or as far as there is text. Takes what it goes along.
@@ -148,10 +147,10 @@ std::vector<uint32_t> chosen_states(const walk_t &walk, const graph_choice_t &ch
 /// One byte as people write it.
 std::string byte_text(size_t byte)
 {
-    constexpr const char *digits = "0123456789abcdef";
-    if (byte > 0x20 && byte < 0x7F)
-        return std::string(1, static_cast<char>(byte));
-    return {'\\', 'x', digits[byte >> 4], digits[byte & 15]};
+    const char c = static_cast<char>(byte);
+    const std::string_view text(&c, 1);
+    return byte > 0x20 && byte < 0x7F ? std::string(text)
+                                      : std::string("\\x").append(escape_hex(text));
 }
 
 /// A set of bytes as people write it; a letter that stands in both cases is the small one.

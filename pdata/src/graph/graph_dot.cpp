@@ -1,12 +1,13 @@
 #include "graph.h"
 
+#include "escape.h"
+
 namespace
 {
 
 /// Returns text for a label: nothing of it is an escape of DOT, an entity of HTML or a control.
 std::string escaped(std::string_view text)
 {
-    constexpr const char *digits = "0123456789abcdef";
     std::string made;
     for (const char c : text) {
         const auto byte = static_cast<uint8_t>(c);
@@ -15,7 +16,7 @@ std::string escaped(std::string_view text)
         else if (c == '&')
             made += "&amp;";
         else if (byte < 0x20 || byte >= 0x7F)
-            made += {'\\', '\\', 'x', digits[byte >> 4], digits[byte & 15]};
+            made.append("\\\\x").append(escape_hex({&c, 1}));
         else
             made += c;
     }

@@ -1,55 +1,62 @@
 #include "graph_engine.h"
 
+#include <unordered_map>
+
 namespace
 {
 
-/// Adds a byte to the step that leads to a state without a chain, or makes it.
-void add_byte(std::vector<graph_step_t> &steps, uint32_t to, graph_edge_kind_t kind, size_t byte)
+/// The steps from a state, one for all bytes that lead to one place.
+struct grouped_steps_t {
+    std::vector<graph_step_t> &steps;
+    std::unordered_map<uint32_t, size_t> places; ///< in `steps`, by state or compressed edge
+};
+
+/// Adds a byte to the step of `key`, or makes it.
+void add_byte(grouped_steps_t &grouped, uint32_t key, size_t byte, const graph_step_t &step)
 {
-    for (graph_step_t &step : steps)
-        if (step.to == to && step.kind == kind && step.chain.empty()) {
-            step.bytes.set(byte);
-            return;
-        }
-    steps.push_back({to, kind, graph_bytes_t().set(byte), {}});
+    const auto [place, fresh] = grouped.places.try_emplace(key, grouped.steps.size());
+    if (fresh)
+        grouped.steps.push_back(step);
+    grouped.steps[place->second].bytes.set(byte);
+}
+
+void add_state(grouped_steps_t &grouped, uint32_t to, size_t byte)
+{
+    add_byte(grouped, to, byte, {to, GRAPH_STEP, {}, {}});
 }
 
 /// Adds what leads from a state of an automaton, but for the ways back to the start.
 void automaton_steps(const view_aho_corasick_t &view, uint32_t state,
                      std::vector<graph_step_t> &steps)
 {
+    grouped_steps_t grouped = {steps, {}};
     for (size_t byte = 0; byte < ALPHABET_MAP_COUNT; ++byte)
         if (const uint32_t word = view_aho_corasick_next(view, state, static_cast<uint8_t>(byte));
             word >> 1 != 0)
-            add_byte(steps, word >> 1, GRAPH_STEP, byte);
+            add_state(grouped, word >> 1, byte);
 }
 
 /// Adds a byte that leads along a compressed edge.
-void add_chain(const view_radix_t &view, uint32_t number, size_t byte,
-               std::vector<graph_step_t> &steps)
+void add_chain(const view_radix_t &view, uint32_t number, size_t byte, grouped_steps_t &grouped)
 {
     const view_radix_chain_t chain = view_radix_chain(view, number);
-    for (graph_step_t &step : steps)
-        if (!step.chain.empty() && step.chain.data() == chain.bytes.data()) {
-            step.bytes.set(byte);
-            return;
-        }
     if (chain.bytes.empty())
-        add_byte(steps, chain.end, GRAPH_STEP, byte);
+        add_state(grouped, chain.end, byte);
     else
-        steps.push_back({chain.end, GRAPH_STEP, graph_bytes_t().set(byte), chain.bytes});
+        add_byte(grouped, number, byte, {chain.end, GRAPH_STEP, {}, chain.bytes});
 }
 
 void tree_steps(const view_radix_t &view, uint32_t state, std::vector<graph_step_t> &steps)
 {
+    grouped_steps_t grouped = {steps, {}};
     for (size_t byte = 0; byte < ALPHABET_MAP_COUNT; ++byte) {
         const uint32_t number = view_radix_next(view, state, static_cast<uint8_t>(byte));
         if (number == 0)
             continue;
         if (view_radix_is_chain(view, number))
-            add_chain(view, number, byte, steps);
+            add_chain(view, number, byte, grouped);
         else
-            add_byte(steps, number, GRAPH_STEP, byte);
+            add_state(grouped, number, byte);
     }
 }
 
@@ -58,10 +65,11 @@ void dot_prefix_steps(const view_pattern_t &pattern, uint32_t state,
 {
     const view_dot_prefix_t &view = pattern.dot_prefix;
     const uint32_t wildcard = view_row_word(view.rows, state, DOT_PREFIX_WILDCARD_COLUMN);
+    grouped_steps_t grouped = {steps, {}};
     for (size_t byte = 0; byte < ALPHABET_MAP_COUNT; ++byte) {
         const uint32_t to = view_dot_prefix_next(view, state, static_cast<uint8_t>(byte));
         if (to != 0 && to != wildcard)
-            add_byte(steps, to, GRAPH_STEP, byte);
+            add_state(grouped, to, byte);
     }
     if (wildcard != 0)
         steps.push_back({wildcard, GRAPH_WILDCARD, {}, {}});
