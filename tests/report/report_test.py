@@ -153,6 +153,10 @@ def tests_and_damage(folder):
     visible = " ".join(read.text)
     expect(re.search(r"test failed\s+wrong", visible), "the failed test is not named")
     expect(re.search(r"rule without a test\s+/two", visible), "the rule without a test is not named")
+    with open(pdb, "rb") as piped:
+        done = subprocess.run([PDATA, "report", "-", "--tests", folder / "t.tsv", "-o", "-"],
+                              stdin=piped, capture_output=True)
+    expect(done.returncode == 1 and b"wrong" in done.stdout, done.stderr.decode())
     damaged = folder / "damaged.pdb"
     damaged.write_bytes(pdb.read_bytes()[:-8])
     (folder / "report.html").unlink()

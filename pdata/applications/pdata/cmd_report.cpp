@@ -29,8 +29,7 @@ exit_status_t report_run(const report_options_t &options, console_t &console)
             return EXIT_STATUS_FILE;
     report_input_t &last = inputs.back();
     if (!options.tests.empty())
-        if (const exit_status_t status =
-                report_input_test(console, options.files.back(), options.tests, last);
+        if (const exit_status_t status = report_input_test(console, options.tests, last);
             status != EXIT_STATUS_FINE)
             return status;
     report_t report;

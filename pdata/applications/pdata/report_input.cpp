@@ -74,6 +74,23 @@ void take_missed_rules(const test_runner_t &runner, report_input_t &input)
                 {REPORT_NOTE, "rule without a test", match_rule_name(runner.loadable, rule)});
 }
 
+/// Runs suites through the pdb whose bytes the runner has.
+exit_status_t run_suites(console_t &console, const std::vector<std::string> &suites,
+                         test_runner_t &runner, report_input_t &input)
+{
+    if (!loadable_start(console, runner.loadable))
+        return EXIT_STATUS_FILE;
+    test_runner_start(runner);
+    for (const std::string &file : suites) {
+        suite_t suite;
+        if (!test_suite_open(console, file, suite))
+            return EXIT_STATUS_FILE;
+        report_suite(runner, suite, file, input, console);
+    }
+    take_missed_rules(runner, input);
+    return EXIT_STATUS_FINE;
+}
+
 } // namespace
 
 bool report_input_open(console_t &console, const std::string &path, report_input_t &input)
@@ -95,19 +112,12 @@ bool report_input_open(console_t &console, const std::string &path, report_input
     return true;
 }
 
-exit_status_t report_input_test(console_t &console, const std::string &path,
-                                const std::vector<std::string> &suites, report_input_t &input)
+exit_status_t report_input_test(console_t &console, const std::vector<std::string> &suites,
+                                report_input_t &input)
 {
     test_runner_t runner;
-    if (!loadable_open(console, path, runner.loadable))
-        return EXIT_STATUS_FILE;
-    test_runner_start(runner);
-    for (const std::string &file : suites) {
-        suite_t suite;
-        if (!test_suite_open(console, file, suite))
-            return EXIT_STATUS_FILE;
-        report_suite(runner, suite, file, input, console);
-    }
-    take_missed_rules(runner, input);
-    return EXIT_STATUS_FINE;
+    runner.loadable.file = std::move(input.file);
+    const exit_status_t status = run_suites(console, suites, runner, input);
+    input.file = std::move(runner.loadable.file);
+    return status;
 }

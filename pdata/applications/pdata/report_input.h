@@ -19,9 +19,9 @@ struct report_input_t {
 [[nodiscard]] bool report_input_open(console_t &console, const std::string &path,
                                      report_input_t &input);
 
-/// Runs suites through the pdb at `path`, and adds what they come to as actions: cases that fail,
-/// and rules that no case fires. Returns EXIT_STATUS_FILE, after a message, for suites that cannot
-/// be read and a pdb that is not loadable.
-[[nodiscard]] exit_status_t report_input_test(console_t &console, const std::string &path,
+/// Runs suites through the pdb of `input`, which is open, and adds what they come to as actions:
+/// cases that fail, and rules that no case fires. Returns EXIT_STATUS_FILE, after a message, for
+/// suites that cannot be read and a pdb that is not loadable.
+[[nodiscard]] exit_status_t report_input_test(console_t &console,
                                               const std::vector<std::string> &suites,
                                               report_input_t &input);

@@ -1,4 +1,4 @@
-#include "view_sound.h"
+#include "sound_items.h"
 
 #include <new>
 
@@ -36,37 +36,13 @@ struct sound_walk_t {
     }
 };
 
-void give_marked(const view_items_t &items, const view_item_marks_t &marks, sound_given_t &given)
-{
-    view_items_each(
-        items, marks,
-        [](void *context, uint32_t id) { sound_give(*static_cast<sound_given_t *>(context), id); },
-        &given);
-}
-
-/// The item records, which stand in the order of their rows.
-struct sound_layout_t {
-    const view_items_t &items;
-    size_t due = 0; ///< word at which the next record begins
-};
-
+/// Passes the record of a row.
 bool pass_record(sound_layout_t &layout, const view_rows_t &rows, uint32_t row, uint32_t column,
                  view_error_t &error)
 {
-    const uint16_t word = view_row_word(rows, row, column);
-    if (word != layout.due)
-        return view_fail(error, VIEW_ORDER, view_row_offset(rows, row, column),
-                         "row %u: item record %u, where %zu follows", row, word, layout.due);
-    layout.due = view_items_behind(layout.items, word);
-    return true;
-}
-
-bool end_records(const sound_layout_t &layout, view_error_t &error)
-{
-    const size_t words = view_words(layout.items.area);
-    return layout.due == words ||
-           view_fail(error, VIEW_LOST, layout.items.area.offset + layout.due * 4,
-                     "items: records of rows take %zu of %zu words", layout.due, words);
+    return sound_pass_record(layout, view_row_word(rows, row, column),
+                             view_row_offset(rows, row, column), error) ||
+           view_within(error, "row %u", row);
 }
 
 /// Checks that some byte has each code that is not reserved.
@@ -86,24 +62,31 @@ bool check_codes_used(const view_alphabet_t &alphabet, uint32_t nr_reserved,
                      alphabet.size - nr_reserved);
 }
 
-/// Fails for the rows that should be reached and are not, if there are any.
-bool fail_unreached(const view_rows_t &rows, uint32_t first, size_t count, view_error_t &error)
+/// Tells whether a row has a number that was left out, and which no node has.
+bool is_hole(const view_radix_t &view, uint32_t row)
 {
-    return count == 0 || view_fail(error, VIEW_LOST, view_row_offset(rows, first, 0),
-                                   "row %u of %u: nothing leads to it, nor to %zu others", first,
-                                   rows.nr_row, count - 1);
+    if (view_radix_is_chain(view, row))
+        return true;
+    for (uint32_t column = 0; column < view.rows.width; ++column)
+        if (view_row_word(view.rows, row, column) != 0)
+            return false;
+    return true;
 }
 
-bool check_reached(const view_rows_t &rows, const sound_walk_t &walk, view_error_t &error)
+/// Checks that every row is reached. A tree, which is null for the other engines, may have holes.
+bool check_reached(const view_rows_t &rows, const view_radix_t *tree, const sound_walk_t &walk,
+                   view_error_t &error)
 {
     uint32_t first = 0;
     size_t count = 0;
     for (uint32_t row = rows.nr_row; row-- != 0;)
-        if (!walk.reached[row]) {
+        if (!walk.reached[row] && (tree == nullptr || !is_hole(*tree, row))) {
             first = row;
             ++count;
         }
-    return fail_unreached(rows, first, count, error);
+    return count == 0 || view_fail(error, VIEW_LOST, view_row_offset(rows, first, 0),
+                                   "row %u of %u: nothing leads to it, nor to %zu others", first,
+                                   rows.nr_row, count - 1);
 }
 
 /// Tells whether a transition says of its target what the target says: that patterns end there.
@@ -154,7 +137,7 @@ bool check_automaton_records(const view_aho_corasick_t &view, view_error_t &erro
             !pass_record(layout, view.rows, row, AHO_CORASICK_ITEM_COLUMN, error))
             return false;
     }
-    return end_records(layout, error);
+    return sound_end_records(layout, "rows", error);
 }
 
 bool automaton_fits(const view_aho_corasick_t &view, sound_given_t &given, view_error_t &error)
@@ -163,8 +146,9 @@ bool automaton_fits(const view_aho_corasick_t &view, sound_given_t &given, view_
     if (!view_item_marks_init(walk.marks, view.items, error))
         return false;
     const bool told = walk_automaton(view, walk, given, error);
-    give_marked(view.items, walk.marks, given);
-    return told && check_reached(view.rows, walk, error) && check_automaton_records(view, error) &&
+    sound_give_marked(view.items, walk.marks, given);
+    return told && check_reached(view.rows, nullptr, walk, error) &&
+           check_automaton_records(view, error) &&
            (view.rows.nr_row == 0 ||
             check_codes_used(view.alphabet, AHO_CORASICK_NR_META, view.rows, error));
 }
@@ -194,35 +178,15 @@ void walk_tree(const view_radix_t &view, sound_walk_t &walk, std::vector<bool> &
     }
 }
 
-/// Tells whether a row has a number that was left out, and which no node has.
-bool is_hole(const view_radix_t &view, uint32_t row)
-{
-    if (view_radix_is_chain(view, row))
-        return true;
-    for (uint32_t column = 0; column < view.rows.width; ++column)
-        if (view_row_word(view.rows, row, column) != 0)
-            return false;
-    return true;
-}
-
-bool check_tree_rows(const view_radix_t &view, const sound_walk_t &walk, view_error_t &error)
+bool check_tree_records(const view_radix_t &view, const sound_walk_t &walk, view_error_t &error)
 {
     sound_layout_t layout = {view.items};
-    uint32_t first = 0;
-    size_t count = 0;
-    for (uint32_t row = view.rows.nr_row; row-- != 0;)
-        if (!walk.reached[row] && !is_hole(view, row)) {
-            first = row;
-            ++count;
-        }
-    if (!fail_unreached(view.rows, first, count, error))
-        return false;
     for (uint32_t row = 0; row < view.rows.nr_row; ++row)
         if (walk.reached[row] &&
             view_row_word(view.rows, row, RADIX_ITEM_COLUMN) != PATTERN_NO_ITEM_WORD &&
             !pass_record(layout, view.rows, row, RADIX_ITEM_COLUMN, error))
             return false;
-    return end_records(layout, error);
+    return sound_end_records(layout, "rows", error);
 }
 
 /// Checks the compressed edges: back to back from word 1, and each with a row that leads to it.
@@ -256,8 +220,9 @@ bool tree_fits(const view_radix_t &view, sound_given_t &given, view_error_t &err
     if (!view_item_marks_init(walk.marks, view.items, error))
         return false;
     walk_tree(view, walk, chains);
-    give_marked(view.items, walk.marks, given);
-    return check_tree_chains(view, chains, error) && check_tree_rows(view, walk, error) &&
+    sound_give_marked(view.items, walk.marks, given);
+    return check_tree_chains(view, chains, error) && check_reached(view.rows, &view, walk, error) &&
+           check_tree_records(view, walk, error) &&
            (view.rows.nr_row == 0 ||
             check_codes_used(view.alphabet, RADIX_NR_META, view.rows, error));
 }
@@ -280,7 +245,7 @@ bool check_dot_prefix_records(const view_dot_prefix_t &view, view_error_t &error
         if (view_row_word(view.rows, row, DOT_PREFIX_ITEM_COLUMN) != PATTERN_NO_ITEM_WORD &&
             !pass_record(layout, view.rows, row, DOT_PREFIX_ITEM_COLUMN, error))
             return false;
-    return end_records(layout, error);
+    return sound_end_records(layout, "rows", error);
 }
 
 bool dot_prefix_fits(const view_dot_prefix_t &view, sound_given_t &given, view_error_t &error)
@@ -289,8 +254,9 @@ bool dot_prefix_fits(const view_dot_prefix_t &view, sound_given_t &given, view_e
     if (!view_item_marks_init(walk.marks, view.items, error))
         return false;
     walk_dot_prefix(view, walk);
-    give_marked(view.items, walk.marks, given);
-    return check_reached(view.rows, walk, error) && check_dot_prefix_records(view, error) &&
+    sound_give_marked(view.items, walk.marks, given);
+    return check_reached(view.rows, nullptr, walk, error) &&
+           check_dot_prefix_records(view, error) &&
            check_codes_used(view.alphabet, DOT_PREFIX_NR_META, view.rows, error);
 }
 

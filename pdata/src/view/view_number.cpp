@@ -95,14 +95,6 @@ bool mark_endpoints(const view_number_t &view, view_item_marks_t &marks, view_er
     return true;
 }
 
-/// The most significant byte of a value that the width of `view` can hold.
-uint8_t top_byte(const view_number_t &view, const view_value_t &value)
-{
-    if (view.data_size == 16)
-        return static_cast<uint8_t>(value.high >> 56);
-    return static_cast<uint8_t>(value.low >> (view.data_size * 8 - 8));
-}
-
 bool fits(const view_number_t &view, const view_value_t &value)
 {
     if (view.data_size == 16)
@@ -120,7 +112,7 @@ bool at_or_below(const view_value_t &endpoint, const view_value_t &value)
 
 view_item_record_t find_interval(const view_number_t &view, const view_value_t &value)
 {
-    if (view.msb[top_byte(view, value)] == 0)
+    if (view.msb[view_number_top_byte(view, value)] == 0)
         return {};
     uint32_t low = 0; // endpoints at or below the value
     uint32_t high = view.nr;

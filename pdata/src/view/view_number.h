@@ -51,6 +51,13 @@ inline view_item_record_t view_number_items(const view_number_t &view, uint32_t 
     return view_items_at(view.items, view_word(view.offsets, index));
 }
 
+/// Returns the most significant byte of a value, by which intervals have their flags.
+inline uint8_t view_number_top_byte(const view_number_t &view, const view_value_t &value)
+{
+    return static_cast<uint8_t>(view.data_size == 16 ? value.high >> 56
+                                                     : value.low >> (view.data_size * 8 - 8));
+}
+
 /// Returns the items of `value`; none for a value that the matcher's width cannot hold. Time is
 /// constant in a mapper, logarithmic in the number of endpoints otherwise.
 [[nodiscard]] view_item_record_t view_number_find(const view_number_t &view,
