@@ -2,29 +2,39 @@
 
 #include "escape.h"
 #include "open_file.h"
+#include "pdb_limits.h"
 #include "pdb_verify.h"
-#include "view_limits.h"
 
 namespace
 {
 
 void print_limit(console_t &console, const view_limit_t &limit)
 {
-    console_print(console, "{:6.1f} %  {:<24} {}: {} of {}\n",
-                  100.0 * static_cast<double>(limit.used) / static_cast<double>(limit.limit),
-                  escape_terminal(limit.subject), limit.name, limit.used, limit.limit);
+    std::string share = "passed";
+    std::string used = std::to_string(limit.used);
+    if (limit.limit != 0) {
+        share = fmt::format("{:.1f} %", 100.0 * static_cast<double>(limit.used) /
+                                            static_cast<double>(limit.limit));
+        used += " of " + std::to_string(limit.limit);
+    }
+    console_print(console, "{:>8}  {:<24} {}: {}\n", share, escape_terminal(limit.subject),
+                  limit.name, used);
     if (view_limit_passed(limit))
-        console_print(console, "          passed, lost: {}\n", limit.lost);
+        console_print(console, "          passed, lost: {}{}{}\n", limit.lost,
+                      limit.first.empty() ? "" : ", first ", escape_terminal(limit.first));
 }
 
 json_document_t limit_document(const view_limit_t &limit)
 {
-    return {{"subject", json_text(limit.subject)},
-            {"name", limit.name},
-            {"used", limit.used},
-            {"limit", limit.limit},
-            {"passed", view_limit_passed(limit)},
-            {"lost", view_limit_passed(limit) ? limit.lost : ""}};
+    json_document_t document = {{"subject", json_text(limit.subject)},
+                                {"name", limit.name},
+                                {"used", limit.used},
+                                {"limit", limit.limit},
+                                {"passed", view_limit_passed(limit)},
+                                {"lost", view_limit_passed(limit) ? limit.lost : ""}};
+    if (!limit.first.empty())
+        document["first"] = json_text(limit.first);
+    return document;
 }
 
 } // namespace
@@ -41,7 +51,7 @@ exit_status_t list_limits(console_t &console, const input_file_t &file)
     json_document_t document = json_document("list");
     document["file"] = json_text(file.name);
     document["limits"] = json_document_t::array();
-    for (const view_limit_t &limit : view_limits_take(pdb)) {
+    for (const view_limit_t &limit : pdb_limits_take(pdb)) {
         status = view_limit_passed(limit) ? EXIT_STATUS_FINDINGS : status;
         if (console.format == OUTPUT_JSON)
             document["limits"].push_back(limit_document(limit));

@@ -3,9 +3,9 @@
 #include <new>
 
 #include "open_file.h"
+#include "pdb_limits.h"
 #include "pdb_verify.h"
 #include "test_run.h"
-#include "view_limits.h"
 
 namespace
 {
@@ -27,13 +27,15 @@ constexpr uint64_t nearly_full = 80;
 /// Adds how full each limit is, and those that were passed or nearly are as actions.
 void take_limits(const pdb_view_t &pdb, report_input_t &input)
 {
-    for (const view_limit_t &limit : view_limits_take(pdb)) {
+    for (const view_limit_t &limit : pdb_limits_take(pdb)) {
         input.shown.limits.push_back({limit.subject, limit.name, limit.used, limit.limit});
         const std::string text =
             fmt::format("{}: {}, {} of {}", limit.subject, limit.name, limit.used, limit.limit);
         if (view_limit_passed(limit))
             input.shown.actions.push_back(
-                {REPORT_WARNING, "limit passed", fmt::format("{}; lost: {}", text, limit.lost)});
+                {REPORT_WARNING, "limit passed",
+                 fmt::format("{}; lost: {}{}{}", text, limit.lost,
+                             limit.first.empty() ? "" : ", first ", limit.first)});
         else if (limit.used * 100 >= limit.limit * nearly_full)
             input.shown.actions.push_back({REPORT_NOTE, "limit nearly full", text});
     }

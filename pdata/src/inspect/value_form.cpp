@@ -9,6 +9,7 @@
 #include "matcher_pieces.h"
 #include "pdb_attr_properties.h"
 #include "rexpand.h"
+#include "value_ranges.h"
 
 namespace
 {
@@ -17,14 +18,6 @@ namespace
 std::string text_form(std::string_view text)
 {
     return std::string("t").append(text);
-}
-
-std::string_view next_part(std::string_view &rest)
-{
-    rest.remove_prefix(std::min(rest.find_first_not_of(','), rest.size()));
-    const std::string_view part = rest.substr(0, rest.find(','));
-    rest.remove_prefix(part.size());
-    return part;
 }
 
 /// Both ends of a range, a word of 32 bits a part, the most significant first.
@@ -55,7 +48,7 @@ std::string number_form(const pdb_attr_properties_t &row, std::string_view text)
 {
     std::vector<range_words_t> ranges;
     std::string_view rest = text;
-    for (std::string_view part; !(part = next_part(rest)).empty();) {
+    for (std::string_view part; !(part = value_next_part(rest)).empty();) {
         transformer_value_t left;
         transformer_value_t right;
         if (row.proper_ftrans(csa_str(part), INEQUATION_NONE, left, right) != 0)

@@ -1,9 +1,9 @@
 #include <algorithm>
 
-#include "lint_numbers.h"
 #include "lint_rules.h"
 #include "lint_values.h"
 #include "lint_words.h"
+#include "value_ranges.h"
 
 namespace
 {
@@ -41,7 +41,8 @@ std::string with_commas(std::string_view text)
         c = c == ';' || c == ' ' || c == '/' || c == '|' || c == '\t' ? ',' : c;
     std::string plain;
     std::string_view rest = list;
-    for (std::string_view part = lint_next_part(rest); !part.empty(); part = lint_next_part(rest)) {
+    for (std::string_view part = value_next_part(rest); !part.empty();
+         part = value_next_part(rest)) {
         if (!is_plain(part))
             return "";
         plain.append(plain.empty() ? "" : ",").append(part);
@@ -69,15 +70,16 @@ void look_trailing(const lint_look_t &look)
     if (!is_number(look))
         return;
     std::string_view rest = look.value->decoded;
-    for (std::string_view part = lint_next_part(rest); !part.empty(); part = lint_next_part(rest)) {
-        const auto read = lint_intervals(*look.attribute->matched, part);
+    for (std::string_view part = value_next_part(rest); !part.empty();
+         part = value_next_part(rest)) {
+        const auto read = value_ranges(*look.attribute->matched, part);
         if (read.empty() || is_plain(part))
             continue;
         const std::string meant = meant_numbers(look.value->decoded);
         finding_t &finding = lint_report(
             look, FINDING_TRAILING_NUMBER_TEXT,
             lint_joined({lint_quoted(part), " is read as ",
-                         lint_interval_text(type_of(look), read[0].low, read[0].high)}),
+                         value_range_text(type_of(look), read[0].low, read[0].high)}),
             meant.empty() ? "write numbers with commas between them" : "write " + lint_json(meant));
         if (!meant.empty())
             lint_mend(finding, lint_json(meant));
@@ -86,16 +88,16 @@ void look_trailing(const lint_look_t &look)
 }
 
 /// Returns the intervals that a list covers, each once and as few as may be, by their begin.
-std::vector<lint_interval_t> merged(std::vector<lint_interval_t> parts)
+std::vector<value_range_t> merged(std::vector<value_range_t> parts)
 {
-    std::ranges::stable_sort(parts, {}, &lint_interval_t::low);
-    std::vector<lint_interval_t> all;
-    for (const lint_interval_t &part : parts) {
+    std::ranges::stable_sort(parts, {}, &value_range_t::low);
+    std::vector<value_range_t> all;
+    for (const value_range_t &part : parts) {
         if (all.empty() || part.low > all.back().high) {
             all.push_back(part);
             continue;
         }
-        lint_interval_t &last = all.back();
+        value_range_t &last = all.back();
         const bool wider = part.low == last.low && part.high >= last.high;
         if (wider)
             last.text = part.text;
@@ -106,61 +108,28 @@ std::vector<lint_interval_t> merged(std::vector<lint_interval_t> parts)
     return all;
 }
 
-/// The first interval that a list covers and its matcher does not: behind the end of one range,
-/// inside of another one. A number alone neither opens nor closes one.
-struct lost_t {
-    bool any = false;
-    lint_point_t low = 0;
-    lint_point_t high = 0;
-};
-
-lost_t first_lost(const std::vector<lint_interval_t> &parts)
+std::string overlap_text(const lint_look_t &look, const value_range_t &lost)
 {
-    std::vector<lint_point_t> points;
-    for (const lint_interval_t &part : parts)
-        points.insert(points.end(), {part.low, part.high});
-    std::ranges::sort(points);
-    points.erase(std::unique(points.begin(), points.end()), points.end());
-    bool open = false;
-    for (size_t i = 0; i + 1 < points.size(); ++i) {
-        bool inside = false;
-        bool begins = false;
-        bool ends = false;
-        for (const lint_interval_t &part : parts) {
-            if (part.low == part.high)
-                continue;
-            begins |= part.low == points[i];
-            ends |= part.high == points[i];
-            inside |= part.low <= points[i] && part.high > points[i];
-        }
-        open = begins || (open && !ends);
-        if (inside && !open && points[i] + 1 < points[i + 1])
-            return {true, points[i] + 1, points[i + 1] - 1};
-    }
-    return {};
+    return lint_joined({"parts of the list overlap, and ",
+                        value_range_text(type_of(look), lost.low, lost.high),
+                        lost.low == lost.high ? " is lost" : " are lost"});
 }
-
-/// Most parts whose overlaps are looked for one by one; longer lists are only merged.
-constexpr size_t PARTS_MAX = 64;
 
 void look_overlap(const lint_look_t &look)
 {
-    const auto parts = lint_intervals(*look.attribute->matched, look.value->decoded);
+    const auto parts = value_ranges(*look.attribute->matched, look.value->decoded);
     const auto all = merged(parts);
     if (all.size() == parts.size())
         return;
     std::string list;
-    for (const lint_interval_t &part : all)
+    for (const value_range_t &part : all)
         list.append(list.empty() ? "" : ",")
-            .append(part.text.empty() ? lint_interval_text(type_of(look), part.low, part.high)
+            .append(part.text.empty() ? value_range_text(type_of(look), part.low, part.high)
                                       : std::string(part.text));
-    const lost_t lost = parts.size() > PARTS_MAX ? lost_t{} : first_lost(parts);
+    const auto lost = value_ranges_lost(parts);
     finding_t &finding =
         lint_report(look, FINDING_OVERLAPPING_RANGES,
-                    lost.any ? lint_joined({"parts of the list overlap, and ",
-                                            lint_interval_text(type_of(look), lost.low, lost.high),
-                                            lost.low == lost.high ? " is lost" : " are lost"})
-                             : "parts of the list overlap",
+                    lost.empty() ? "parts of the list overlap" : overlap_text(look, lost.front()),
                     "write " + lint_json(list));
     lint_mend(finding, lint_json(list));
 }
@@ -169,8 +138,7 @@ void look_zero_prefix(const lint_look_t &look)
 {
     if (type_of(look) != MATCHER_TYPE_IP_4)
         return;
-    for (const lint_interval_t &part :
-         lint_intervals(*look.attribute->matched, look.value->decoded)) {
+    for (const value_range_t &part : value_ranges(*look.attribute->matched, look.value->decoded)) {
         const size_t slash = part.text.find('/');
         if (slash == part.text.npos ||
             part.text.substr(slash).find_first_not_of("/0") != part.text.npos)
@@ -185,14 +153,13 @@ void look_zero_prefix(const lint_look_t &look)
 
 void look_broad(const lint_look_t &look)
 {
-    constexpr lint_point_t one = 1;
+    constexpr value_point_t one = 1;
     const matcher_type_t type = type_of(look);
     const unsigned bits = type == MATCHER_TYPE_NUMBER_8    ? 8
                           : type == MATCHER_TYPE_NUMBER_16 ? 16
                           : type == MATCHER_TYPE_IP_4      ? 32
                                                            : 128;
-    for (const lint_interval_t &part :
-         lint_intervals(*look.attribute->matched, look.value->decoded))
+    for (const value_range_t &part : value_ranges(*look.attribute->matched, look.value->decoded))
         if (part.high - part.low >= one << (bits - 1)) {
             lint_report(look, FINDING_BROAD_VALUE,
                         lint_quoted(part.text) + " is more than half of all there are",

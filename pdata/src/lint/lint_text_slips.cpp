@@ -4,6 +4,7 @@
 #include "lint_rules.h"
 #include "lint_values.h"
 #include "lint_words.h"
+#include "value_ranges.h"
 
 namespace
 {
@@ -157,9 +158,9 @@ std::string without_commas(std::string_view value, bool at_offset)
 void look_comma(const lint_look_t &look)
 {
     std::string_view rest = look.value->decoded;
-    const std::string_view first = lint_next_part(rest);
+    const std::string_view first = value_next_part(rest);
     if (look.attribute->matched_key.way != ATTR_WAY_BOTH || first.empty() ||
-        lint_next_part(rest).empty())
+        value_next_part(rest).empty())
         return;
     const bool at_offset = look.attribute->offset && look.attribute->offset->number != 0;
     const std::string meant = lint_json(without_commas(look.value->decoded, at_offset));

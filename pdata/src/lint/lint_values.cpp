@@ -7,6 +7,7 @@
 #include "lint_words.h"
 #include "rexpand.h"
 #include "tlv_description.h"
+#include "value_ranges.h"
 
 namespace
 {
@@ -214,7 +215,7 @@ void judge_numbers(lint_matchers_t &matchers, const lint_look_t &look)
     // A number that reads is taken by its matcher; an address range may still run backwards.
     matcher_build *matcher = is_address(properties) ? &matcher_of(matchers, properties) : nullptr;
     std::string_view rest = csa_str_view(csa_str(look.value->decoded));
-    for (std::string_view part = lint_next_part(rest); !part.empty(); part = lint_next_part(rest))
+    for (std::string_view part = value_next_part(rest); !part.empty(); part = value_next_part(rest))
         if (judge_part(matcher, properties, part) != PDATA_SUCCESS)
             lint_report(look, FINDING_BAD_NUMBER, lint_quoted(part) + " does not read",
                         number_forms(properties));
@@ -230,12 +231,4 @@ uint32_t lint_judge_value(lint_matchers_t &matchers, const lint_look_t &look)
         return judge_text_ways(matchers, look);
     judge_numbers(matchers, look);
     return 0;
-}
-
-std::string_view lint_next_part(std::string_view &rest)
-{
-    rest.remove_prefix(std::min(rest.find_first_not_of(','), rest.size()));
-    const std::string_view part = rest.substr(0, rest.find(','));
-    rest.remove_prefix(part.size());
-    return part;
 }

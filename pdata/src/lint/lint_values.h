@@ -18,7 +18,3 @@ struct lint_matchers_t {
 /// Judges the value of a look, whose attribute is known, and says why it is refused. Returns how
 /// many entries of the second level a matcher has for it.
 uint32_t lint_judge_value(lint_matchers_t &matchers, const lint_look_t &look);
-
-/// Returns the next part of a list with commas and takes it from the front of `rest`; empty at the
-/// end.
-std::string_view lint_next_part(std::string_view &rest);

@@ -58,6 +58,30 @@ void put_legend(std::string &page)
     page += "</p>\n";
 }
 
+/// Adds the row of a limit; one of 0 is for what is lost whenever there is any.
+void put_limit(const report_limit_t &limit, std::string &page)
+{
+    const double share = limit.limit == 0 ? 100
+                                          : 100.0 * static_cast<double>(limit.used) /
+                                                static_cast<double>(limit.limit);
+    const bool passed = limit.used > limit.limit;
+    html_put(page,
+             "<tr><th scope=\"row\">{} <small>{}</small></th><td class=\"bar\"><span>"
+             "<i class=\"{}\" style=\"width:{:.2f}%\"></i></span></td>",
+             html_text(limit.subject), html_text(limit.name),
+             passed        ? "passed"
+             : share >= 80 ? "full"
+                           : "free",
+             std::min(share, 100.0));
+    if (limit.limit == 0)
+        html_put(page, "<td class=\"number\">lost</td><td class=\"number\">{}</td></tr>\n",
+                 html_number(limit.used));
+    else
+        html_put(page,
+                 "<td class=\"number\">{:.1f} %</td><td class=\"number\">{} of {}</td></tr>\n",
+                 share, html_number(limit.used), html_number(limit.limit));
+}
+
 } // namespace
 
 void report_matchers(const report_file_t &file, std::string &page)
@@ -85,28 +109,22 @@ void report_matchers(const report_file_t &file, std::string &page)
 void report_limits(const report_file_t &file, std::string &page)
 {
     constexpr size_t limits_shown = 15;
+    constexpr size_t limits_most = 500;
     if (file.limits.empty())
         return;
     page += "<section id=\"limits\"><h2>Limits</h2>\n<p>How full each limit of the format is, the "
             "fullest first.</p>\n<table class=\"bars\">\n";
-    for (size_t i = 0; i < file.limits.size(); ++i) {
-        const report_limit_t &limit = file.limits[i];
-        const double share = limit.limit == 0 ? 0
-                                              : 100.0 * static_cast<double>(limit.used) /
-                                                    static_cast<double>(limit.limit);
-        const char *grade = share > 100 ? "passed" : share >= 80 ? "full" : "free";
+    const size_t rows = std::min(file.limits.size(), limits_most);
+    for (size_t i = 0; i < rows; ++i) {
         if (i == limits_shown)
             html_put(page,
                      "</table>\n<details><summary>{} emptier ones</summary>\n"
                      "<table class=\"bars\">\n",
                      file.limits.size() - i);
-        html_put(page,
-                 "<tr><th scope=\"row\">{} <small>{}</small></th><td class=\"bar\"><span>"
-                 "<i class=\"{}\" style=\"width:{:.2f}%\"></i></span></td>"
-                 "<td class=\"number\">{:.1f} %</td><td class=\"number\">{} of {}</td></tr>\n",
-                 html_text(limit.subject), html_text(limit.name), grade, std::min(share, 100.0),
-                 share, html_number(limit.used), html_number(limit.limit));
+        put_limit(file.limits[i], page);
     }
     page += "</table>\n";
+    if (rows < file.limits.size())
+        html_put(page, "<p>{} others are no fuller.</p>\n", file.limits.size() - rows);
     page += file.limits.size() > limits_shown ? "</details></section>\n" : "</section>\n";
 }

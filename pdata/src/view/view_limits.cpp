@@ -2,25 +2,22 @@
 
 #include <algorithm>
 
+#include "limit_list.h"
+
 namespace
 {
+
+/// States of an automaton that transitions, of 15 bits and a mark, can name.
+constexpr uint32_t AUTOMATON_STATES = 0x8000;
 
 constexpr const char *lost_states = "the states beyond, which no transition can name";
 constexpr const char *lost_records = "the items of records beyond, which no state can name";
 constexpr const char *lost_bytes = "patterns with the bytes beyond, which have no code";
 constexpr const char *lost_chains = "patterns with longer runs, whose compressed edge is cut";
+constexpr const char *lost_inline = "the piece of that id, whose state reads as one without items";
 
-/// The limits of one matcher, as they are gathered.
-struct limit_list_t {
-    std::vector<view_limit_t> &limits;
-    std::string subject;
-
-    void add(const char *name, uint64_t used, uint64_t limit, const char *lost)
-    {
-        if (used != 0)
-            limits.push_back({subject, name, used, limit, lost});
-    }
-};
+/// Private ids whose item word, written inline, says that there is no item.
+constexpr uint32_t lost_private_index = 16383;
 
 /// Words of an item table up to the first one of its last record, which is the highest index that
 /// is named. Records lie back to back from word `at` on.
@@ -39,10 +36,24 @@ uint32_t alphabet_bytes(const view_alphabet_t &alphabet, uint32_t nr_reserved)
     return alphabet.size < nr_reserved ? 0 : alphabet.size - nr_reserved;
 }
 
+/// States that transitions call accepting and that have no item, as theirs is that private id.
+uint64_t inline_losses(const view_aho_corasick_t &view)
+{
+    std::vector<bool> lost(view.rows.nr_row);
+    for (uint32_t row = 0; row < view.rows.nr_row; ++row)
+        for (uint32_t column = AHO_CORASICK_NR_META; column < view.rows.width; ++column) {
+            const uint16_t word = view_row_word(view.rows, row, column);
+            if ((word & 1) != 0 && view_row_word(view.rows, word >> 1, AHO_CORASICK_ITEM_COLUMN) ==
+                                       PATTERN_NO_ITEM_WORD)
+                lost[word >> 1] = true;
+        }
+    return static_cast<uint64_t>(std::ranges::count(lost, true));
+}
+
 void add_automaton(limit_list_t &list, const view_aho_corasick_t &view)
 {
     list.add(view.ahoff ? "states of the automaton with offsets" : "states of the automaton",
-             view.rows.nr_row, 0x8000, lost_states);
+             view.rows.nr_row, AUTOMATON_STATES, lost_states);
     // An index from 32768 on reads as an item that stands inline.
     list.add(view.ahoff ? "item words of the automaton with offsets"
                         : "item words of the automaton",
@@ -119,8 +130,14 @@ void add_stream(limit_list_t &list, const view_matcher_t &matcher)
     add_tree(list, matcher.pattern.prefix_tree, prefix_names);
     add_tree(list, matcher.pattern.suffix_tree, suffix_names);
     add_dot_prefix(list, matcher.pattern.dot_prefix);
-    list.add("entries of the second level", view_matcher_nr_private(matcher), MATCHER_PRIVATE_MAX,
-             "nothing: more are refused");
+    const uint32_t nr_private = view_matcher_nr_private(matcher);
+    list.add("private ids, entries of the second level", nr_private, MATCHER_PRIVATE_MAX,
+             lost_nothing);
+    if (nr_private > lost_private_index &&
+        matcher.pattern.aho_corasick.rows.nr_row <= AUTOMATON_STATES)
+        list.add("states of private id 16383 written inline",
+                 inline_losses(matcher.pattern.aho_corasick), 0, lost_inline);
+    limit_list_pool(list.limits, list.subject + " values", matcher.values);
 }
 
 void add_matchers(const pdb_view_t &pdb, std::vector<view_limit_t> &limits)
@@ -150,18 +167,29 @@ bool is_fuller(const view_limit_t &a, const view_limit_t &b)
     return a.used * b.limit > b.used * a.limit;
 }
 
+void add_rules(const pdb_view_t &pdb, std::vector<view_limit_t> &limits)
+{
+    limit_list_t rules = {limits, "rules"};
+    rules.add("item ids", pdb.rules.nr_slot, MATCHER_PUBLIC_ID_LIMIT, lost_nothing);
+    rules.add("bytes of names of the protocol map", pdb.rules.names.area.size,
+              PDB_PROTOCOL_MAP_STRINGS_MAX, lost_nothing);
+}
+
 } // namespace
 
 std::vector<view_limit_t> view_limits_take(const pdb_view_t &pdb)
 {
     std::vector<view_limit_t> limits;
+    limit_list_records(pdb, limits);
     if (!pdb.compiled)
         return limits;
     add_matchers(pdb, limits);
-    limit_list_t rules = {limits, "rules"};
-    rules.add("item ids", pdb.rules.nr_slot, MATCHER_PUBLIC_ID_LIMIT, "nothing: more are refused");
-    rules.add("bytes of names of the protocol map", pdb.rules.names.area.size,
-              PDB_PROTOCOL_MAP_STRINGS_MAX, "nothing: more are refused");
-    std::ranges::stable_sort(limits, is_fuller);
+    limit_list_pool(limits, "names of matchers", pdb.matchers.names);
+    add_rules(pdb, limits);
     return limits;
+}
+
+void view_limits_sort(std::vector<view_limit_t> &limits)
+{
+    std::ranges::stable_sort(limits, is_fuller);
 }

@@ -10,7 +10,7 @@ namespace
 /// A walk over the values, and where it stands.
 struct value_walk_t {
     view_pool_t strings; ///< of the group
-    std::vector<view_stored_value_t> &values;
+    const view_value_sink_t &sink;
     view_error_t &error;
     view_stored_value_t next; ///< what is known of the value to come
 };
@@ -25,7 +25,8 @@ bool walk_attribute(value_walk_t &walk, const view_attribute_t &attribute)
         if (!view_pool_require(walk.strings, view_word(attribute.values, i), "value",
                                walk.next.text, walk.error))
             return false;
-        walk.values.push_back(walk.next);
+        walk.next.offset = i < view_words(attribute.offsets) ? view_word(attribute.offsets, i) : 0;
+        walk.sink.put(walk.sink.context, walk.next);
     }
     return true;
 }
@@ -46,6 +47,7 @@ bool walk_sub_rule(value_walk_t &walk, const view_sub_rule_t &sub_rule)
 
 bool walk_rule(value_walk_t &walk, const view_rule_t &rule)
 {
+    walk.next.preempt = rule.preempt != 0;
     for (uint32_t i = 0; i < view_list_count(rule.sub_rules); ++i) {
         view_sub_rule_t sub_rule;
         walk.next.sub_rule = i;
@@ -87,16 +89,24 @@ bool walk_group(value_walk_t &walk, const view_area_t &group)
 
 } // namespace
 
-bool view_values_read(const pdb_view_t &pdb, std::vector<view_stored_value_t> &values,
-                      view_error_t &error)
-try {
-    values.clear();
-    value_walk_t walk = {{}, values, error, {}};
+bool view_values_walk(const pdb_view_t &pdb, const view_value_sink_t &sink, view_error_t &error)
+{
+    value_walk_t walk = {{}, sink, error, {}};
     view_cursor_t cursor = view_walk(pdb_view_root(pdb, TLV_TYPE_ROOT_PROTODESCS));
     for (view_record_t record; view_next(cursor, record);)
         if (record.type == TLV_TYPE_PROTOGROUP && !walk_group(walk, record.value))
             return false;
     return view_walk_sound(cursor, error);
+}
+
+bool view_values_read(const pdb_view_t &pdb, std::vector<view_stored_value_t> &values,
+                      view_error_t &error)
+try {
+    values.clear();
+    const auto put = [](void *context, const view_stored_value_t &value) {
+        static_cast<std::vector<view_stored_value_t> *>(context)->push_back(value);
+    };
+    return view_values_walk(pdb, {put, &values}, error);
 } catch (const std::bad_alloc &) {
     return view_fail(error, VIEW_MEMORY, 0, "out of memory");
 }

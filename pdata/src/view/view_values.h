@@ -23,11 +23,24 @@ struct view_stored_value_t {
     std::string_view attribute;
     uint32_t way = 0; ///< as in memory: ATTR_WAY_CTS, ATTR_WAY_STC or ATTR_WAY_BOTH
     std::string_view text;
+    uint32_t offset = 0;  ///< place of a stream's pattern; 0 for none
+    bool preempt = false; ///< of a preempt rule
 };
 
-/// Reads all values of the protocol descriptions of an open pdb, in the order in which they are
-/// stored. Returns false with `error` for descriptions that are damaged, and with VIEW_MEMORY when
-/// memory runs out; `values` then holds what stood in front of it.
+/// Who takes values one after another. They live as long as the call.
+struct view_value_sink_t {
+    void (*put)(void *context, const view_stored_value_t &value);
+    void *context;
+};
+
+/// Hands out all values of the protocol descriptions of an open pdb, in the order in which they
+/// are stored. Returns false with `error` for descriptions that are damaged; what stood in front
+/// was handed out.
+[[nodiscard]] bool view_values_walk(const pdb_view_t &pdb, const view_value_sink_t &sink,
+                                    view_error_t &error);
+
+/// Reads all these values. Returns false with `error` for descriptions that are damaged, and with
+/// VIEW_MEMORY when memory runs out; `values` then holds what stood in front of it.
 [[nodiscard]] bool view_values_read(const pdb_view_t &pdb, std::vector<view_stored_value_t> &values,
                                     view_error_t &error);
 
