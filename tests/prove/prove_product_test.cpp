@@ -14,12 +14,16 @@ namespace
 struct compared_t {
     prove_automaton_t automaton;
     prove_form_t form;
+    rexpand_tree tree;
 
     explicit compared_t(const std::string &text, bool icase = false)
     {
+        EXPECT_TRUE(prove_parse(text, tree)) << text;
         EXPECT_EQ(prove_automaton_make(text, icase, automaton), PROVE_MADE) << text;
-        EXPECT_EQ(prove_form_make(text, icase, form), PROVE_FORMED) << text;
+        EXPECT_EQ(prove_form_make(tree, text.size(), icase, form), PROVE_FORMED) << text;
     }
+
+    bool is_spelled() const { return prove_spelled(tree, form); }
 
     /// Replaces the form by one way of pieces.
     void set_way(const std::vector<prove_piece_t> &pieces)
@@ -112,8 +116,11 @@ TEST(prove_spell, says_nothing_that_the_comparison_does_not)
         const bool icase = random.one_in(2);
         prove_automaton_t automaton;
         prove_form_t form;
-        if (prove_automaton_make(text, icase, automaton) != PROVE_MADE ||
-            prove_form_make(text, icase, form) != PROVE_FORMED || !prove_spelled(text, form))
+        rexpand_tree tree;
+        if (!prove_parse(text, tree) ||
+            prove_automaton_make(tree, text.size(), icase, automaton) != PROVE_MADE ||
+            prove_form_make(tree, text.size(), icase, form) != PROVE_FORMED ||
+            !prove_spelled(tree, form))
             continue;
         ++spelled;
         const prove_comparison_t result = prove_compare(automaton, form, 0, 100000);
@@ -125,9 +132,9 @@ TEST(prove_spell, says_nothing_that_the_comparison_does_not)
 TEST(prove_spell, rows_are_told_apart)
 {
     for (const char *text : {"word", ".*word.*", "(.*\\.)?a\\.b", "(GET|POST) .*", "[ab]c.*"})
-        EXPECT_TRUE(prove_spelled(text, compared_t(text).form)) << text;
+        EXPECT_TRUE(compared_t(text).is_spelled()) << text;
     for (const char *text : {"a[b-c].*", "\\x05\\x.*"})
-        EXPECT_FALSE(prove_spelled(text, compared_t(text).form)) << text;
+        EXPECT_FALSE(compared_t(text).is_spelled()) << text;
 }
 
 } // namespace

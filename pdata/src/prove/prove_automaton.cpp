@@ -1,6 +1,8 @@
 #include "prove_automaton.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <memory_resource>
 #include <new>
 
 #include "prove_bytes.h"
@@ -9,10 +11,17 @@
 namespace
 {
 
+/// Bytes of lists that nearly every expression makes do with; more come from the heap.
+constexpr size_t ROOM_OF_A_VALUE = 8192;
+
+using numbers_t = std::pmr::vector<uint32_t>;
+
 /// What a part of an expression shows of itself to its neighbours.
 struct part_t {
-    std::vector<uint32_t> first;
-    std::vector<uint32_t> last;
+    explicit part_t(std::pmr::memory_resource *room) : first(room), last(room) {}
+
+    numbers_t first;
+    numbers_t last;
     bool may_be_empty = true;
 };
 
@@ -29,8 +38,9 @@ struct making_t {
     const rexpand_tree &tree;
     prove_automaton_t &out;
     size_t limit; ///< of edges, and of the entries of the lists that parts show
+    std::pmr::memory_resource *room;
     size_t used = 0;
-    std::vector<edge_t> edges = {};
+    std::pmr::vector<edge_t> edges{room};
 
     const rexpand_node &node(uint32_t index) const { return tree.nodes[index]; }
     std::string_view literal(uint32_t index) const
@@ -48,15 +58,23 @@ bool take(making_t &making, size_t nr)
     return making.used <= making.limit;
 }
 
+uint32_t add_position(making_t &making, const prove_set_t &set)
+{
+    making.out.sets.push_back(set);
+    return static_cast<uint32_t>(making.out.sets.size() - 1);
+}
+
 part_t make_position(making_t &making, const prove_set_t &set)
 {
-    const auto at = static_cast<uint32_t>(making.out.sets.size());
-    making.out.sets.push_back(set);
-    return {{at}, {at}, false};
+    part_t part(making.room);
+    part.first.push_back(add_position(making, set));
+    part.last = part.first;
+    part.may_be_empty = false;
+    return part;
 }
 
 /// Every position of `from` may be followed by every one of `to`.
-void connect(making_t &making, const std::vector<uint32_t> &from, const std::vector<uint32_t> &to)
+void connect(making_t &making, const numbers_t &from, const numbers_t &to)
 {
     if (from.empty() || to.empty())
         return;
@@ -69,7 +87,7 @@ void connect(making_t &making, const std::vector<uint32_t> &from, const std::vec
             making.edges.push_back({one, other});
 }
 
-void add(making_t &making, std::vector<uint32_t> &to, const std::vector<uint32_t> &more)
+void add(making_t &making, numbers_t &to, const numbers_t &more)
 {
     if (to.empty() || take(making, more.size()))
         to.insert(to.end(), more.begin(), more.end());
@@ -78,6 +96,10 @@ void add(making_t &making, std::vector<uint32_t> &to, const std::vector<uint32_t
 /// Puts `next` behind `part`.
 void append(making_t &making, part_t &part, part_t next)
 {
+    if (part.first.empty() && part.may_be_empty) {
+        part = std::move(next);
+        return;
+    }
     connect(making, part.last, next.first);
     if (part.may_be_empty)
         add(making, part.first, next.first);
@@ -95,10 +117,20 @@ void choose(making_t &making, part_t &part, const part_t &other)
     part.may_be_empty = part.may_be_empty || other.may_be_empty;
 }
 
+/// A row of positions.
 void make_literal(making_t &making, std::string_view bytes, bool icase, part_t &part)
 {
-    for (const char c : bytes)
-        append(making, part, make_position(making, prove_byte_set(static_cast<uint8_t>(c), icase)));
+    for (const char c : bytes) {
+        const prove_set_t set = prove_byte_set(static_cast<uint8_t>(c), icase);
+        if (part.last.empty()) {
+            part = make_position(making, set);
+            continue;
+        }
+        (void)take(making, 1); // as connect() does, which a single follower never exceeds
+        const uint32_t next = add_position(making, set);
+        making.edges.push_back({part.last.front(), next});
+        part.last.front() = next;
+    }
 }
 
 prove_set_t range_set(const making_t &making, const rexpand_node &range, bool icase)
@@ -149,7 +181,7 @@ bool make_sequence(making_t &making, const rexpand_node &parent, bool icase, uin
 {
     for (uint32_t child = parent.first_child; child != REXPAND_NO_NODE;
          child = making.node(child).next) {
-        part_t next;
+        part_t next(making.room);
         if (!make(making, child, icase, depth + 1, next))
             return false;
         append(making, part, std::move(next));
@@ -163,7 +195,7 @@ bool make_choice(making_t &making, const rexpand_node &parent, bool icase, uint3
     part.may_be_empty = false;
     for (uint32_t child = parent.first_child; child != REXPAND_NO_NODE;
          child = making.node(child).next) {
-        part_t branch;
+        part_t branch(making.room);
         if (!make(making, child, icase, depth + 1, branch))
             return false;
         choose(making, part, branch);
@@ -245,17 +277,19 @@ bool make(making_t &making, uint32_t index, bool icase, uint32_t depth, part_t &
 void settle(making_t &making, const part_t &whole)
 {
     prove_automaton_t &out = making.out;
-    std::sort(making.edges.begin(), making.edges.end());
+    if (!std::is_sorted(making.edges.begin(), making.edges.end()))
+        std::sort(making.edges.begin(), making.edges.end());
     const auto end = std::unique(making.edges.begin(), making.edges.end());
     making.edges.erase(end, making.edges.end());
     out.follow_begin.assign(out.sets.size() + 1, 0);
+    out.followers.reserve(making.edges.size());
     for (const edge_t &edge : making.edges) {
         out.followers.push_back(edge.to);
         ++out.follow_begin[edge.from + 1];
     }
     for (size_t at = 1; at < out.follow_begin.size(); ++at)
         out.follow_begin[at] += out.follow_begin[at - 1];
-    out.first = whole.first;
+    out.first.assign(whole.first.begin(), whole.first.end());
     std::sort(out.first.begin(), out.first.end());
     out.is_last.assign(out.sets.size(), 0);
     for (const uint32_t at : whole.last)
@@ -265,19 +299,33 @@ void settle(making_t &making, const part_t &whole)
 
 } // namespace
 
-prove_made_t prove_automaton_make(std::string_view text, bool icase, prove_automaton_t &automaton)
+bool prove_parse(std::string_view text, rexpand_tree &tree)
 {
-    automaton = {};
-    rexpand_tree tree;
     const int parsed = rexpand_parse(text, &tree);
     if (parsed == MODULE_ERR_NO_MEMORY)
         throw std::bad_alloc();
-    if (parsed != MODULE_SUCCESS)
-        return PROVE_NO_EXPRESSION;
-    making_t making{tree, automaton, PROVE_FOLLOWERS_BASE + PROVE_FOLLOWERS_PER_BYTE * text.size()};
-    part_t whole;
+    return parsed == MODULE_SUCCESS;
+}
+
+prove_made_t prove_automaton_make(const rexpand_tree &tree, size_t size, bool icase,
+                                  prove_automaton_t &automaton)
+{
+    automaton = {};
+    alignas(std::max_align_t) std::byte bytes[ROOM_OF_A_VALUE];
+    std::pmr::monotonic_buffer_resource room(bytes, sizeof bytes);
+    making_t making{tree, automaton, PROVE_FOLLOWERS_BASE + PROVE_FOLLOWERS_PER_BYTE * size, &room};
+    part_t whole(&room);
+    automaton.sets.reserve(size);
     if (!make(making, tree.root, icase, 1, whole))
         return PROVE_TOO_DEEP;
     settle(making, whole);
     return PROVE_MADE;
+}
+
+prove_made_t prove_automaton_make(std::string_view text, bool icase, prove_automaton_t &automaton)
+{
+    automaton = {};
+    rexpand_tree tree;
+    return prove_parse(text, tree) ? prove_automaton_make(tree, text.size(), icase, automaton)
+                                   : PROVE_NO_EXPRESSION;
 }

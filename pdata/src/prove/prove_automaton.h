@@ -17,6 +17,8 @@
 #include <string_view>
 #include <vector>
 
+#include "rexpand_ast.h"
+
 /// The deepest nesting of an expression that is looked into.
 constexpr uint32_t PROVE_DEPTH_MAX = 1000;
 
@@ -63,7 +65,15 @@ enum prove_made_t : uint8_t {
     PROVE_TOO_DEEP,      ///< it nests deeper than PROVE_DEPTH_MAX
 };
 
-/// Makes the automaton of `text`; the case of ASCII letters does not matter when `icase` is set.
-/// Time and memory are linear in the text, by the bound on followers. std::bad_alloc passes.
+/// Reads an expression. Returns false for a text that is none. std::bad_alloc passes.
+[[nodiscard]] bool prove_parse(std::string_view text, rexpand_tree &tree);
+
+/// Makes the automaton of an expression of `size` bytes; the case of ASCII letters does not matter
+/// when `icase` is set. Time and memory are linear in the expression, by the bound on followers.
+/// std::bad_alloc passes.
+[[nodiscard]] prove_made_t prove_automaton_make(const rexpand_tree &tree, size_t size, bool icase,
+                                                prove_automaton_t &automaton);
+
+/// The same of a text.
 [[nodiscard]] prove_made_t prove_automaton_make(std::string_view text, bool icase,
                                                 prove_automaton_t &automaton);

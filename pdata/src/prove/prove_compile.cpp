@@ -35,8 +35,7 @@ pdata_status_t compile(std::string_view text, const pdata_cfg_t &cfg, std::vecto
     pdb_t loadable;
     PDATA_TRY(pdata_serialize(&pdd, &list, &cfg, nullptr, PDATA_TYPE_PROTOCOL));
     PDATA_TRY(pdata_compile(&list, &loadable, nullptr, {}, 1));
-    const std::span<const uint8_t> made = pdb_header_bytes(loadable);
-    bytes.assign(made.begin(), made.end());
+    bytes = std::move(*loadable.pdb_tlv);
     return PDATA_SUCCESS;
 }
 

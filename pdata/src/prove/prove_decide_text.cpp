@@ -12,6 +12,12 @@ namespace
 /// Minimum data up to which the length of data is followed; that of more is left to samples.
 constexpr uint32_t FOLLOWED_SIZE_MAX = 256;
 
+/// An expression, as text and as it was read.
+struct expression_t {
+    std::string_view text;
+    const rexpand_tree &tree;
+};
+
 /// Tells whether the engines of an attribute can look for a form: those of streams do not look for
 /// the end of the data.
 bool is_taken(const prove_case_t &at, const prove_form_t &form)
@@ -74,9 +80,10 @@ size_t longest(const prove_automaton_t &automaton)
 }
 
 /// Decides what can be decided. No form: it is too large.
-void decide(prove_case_t &at, std::string_view text, const prove_automaton_t &automaton,
+void decide(prove_case_t &at, const expression_t &expression, const prove_automaton_t &automaton,
             const prove_form_t *form)
 {
+    const auto [text, tree] = expression;
     const uint32_t min_size = at.value->min_size;
     const size_t size = longest(automaton);
     if (is_never_registered(at.value->text))
@@ -86,7 +93,7 @@ void decide(prove_case_t &at, std::string_view text, const prove_automaton_t &au
     else if (form == nullptr)
         at.comparison = {};
     else if (!at.is_empty && (!at.samples.empty() || size == SIZE_MAX) &&
-             prove_spelled(text, *form))
+             prove_spelled(tree, *form))
         at.comparison = {true, true, false, {}};
     else if (min_size <= FOLLOWED_SIZE_MAX)
         at.comparison = prove_compare(automaton, *form, min_size,
@@ -100,11 +107,15 @@ void prove_case_text(prove_case_t &at, bool decides)
     const prove_value_t &value = *at.value;
     const bool icase = at.properties->icase != 0;
     const std::string_view text = matcher_without_final_zero(value.text);
+    rexpand_tree tree;
     prove_automaton_t automaton;
     prove_form_t form;
-    const prove_made_t made = prove_automaton_make(text, icase, automaton);
-    const prove_formed_t formed = prove_form_make(text, icase, form);
-    at.is_refused = made == PROVE_NO_EXPRESSION || formed == PROVE_NO_FORM || !is_taken(at, form);
+    at.is_refused = !prove_parse(text, tree);
+    if (at.is_refused)
+        return;
+    const prove_made_t made = prove_automaton_make(tree, text.size(), icase, automaton);
+    const prove_formed_t formed = prove_form_make(tree, text.size(), icase, form);
+    at.is_refused = formed == PROVE_NO_FORM || !is_taken(at, form);
     if (at.is_refused || made != PROVE_MADE)
         return;
     at.is_heavy = form.checks_all;
@@ -114,5 +125,5 @@ void prove_case_text(prove_case_t &at, bool decides)
     std::erase_if(at.samples,
                   [&](const std::string &sample) { return sample.size() < value.min_size; });
     if (decides)
-        decide(at, text, automaton, formed == PROVE_FORMED ? &form : nullptr);
+        decide(at, {text, tree}, automaton, formed == PROVE_FORMED ? &form : nullptr);
 }

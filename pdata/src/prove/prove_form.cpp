@@ -6,7 +6,7 @@
 #include "matcher_pieces.h"
 #include "pdata_memory_watch.h"
 #include "prove_bytes.h"
-#include "rexpand.h"
+#include "rexpand_expander.h"
 
 namespace
 {
@@ -69,20 +69,21 @@ bool asks_nothing(const rexpand_permutation &permutation)
 
 } // namespace
 
-prove_formed_t prove_form_make(std::string_view text, bool icase, prove_form_t &form)
+prove_formed_t prove_form_make(const rexpand_tree &tree, size_t size, bool icase,
+                               prove_form_t &form)
 {
     form = {};
     form.icase = icase;
     rexpand_permutation_list list;
     const pdata_memory_watch_t memory;
-    const int expanded = rexpand_process(text, MATCHER_PERMUTATION_MAX, nullptr, &list);
+    const int expanded = rexpand_expander_visit(tree, MATCHER_PERMUTATION_MAX, nullptr, &list);
     pdata_memory_watch_expect(memory);
     if (expanded != MODULE_SUCCESS)
         return PROVE_NO_FORM;
     form.checks_all = std::any_of(list.begin(), list.end(), asks_nothing);
     if (form.checks_all)
         return PROVE_FORMED;
-    forming_t forming{form, PROVE_PIECES_BASE + PROVE_PIECES_PER_BYTE * text.size()};
+    forming_t forming{form, PROVE_PIECES_BASE + PROVE_PIECES_PER_BYTE * size};
     for (const rexpand_permutation &permutation : list)
         if (!add_way(forming, permutation))
             return PROVE_FORM_LARGE;

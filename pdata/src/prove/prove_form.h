@@ -10,8 +10,9 @@
 
 #include <cstdint>
 #include <string>
-#include <string_view>
 #include <vector>
+
+#include "rexpand_ast.h"
 
 /// Bytes of pieces that a form may have, beyond PROVE_PIECES_PER_BYTE for every byte of its value.
 constexpr size_t PROVE_PIECES_BASE = 16384;
@@ -52,6 +53,7 @@ enum prove_formed_t : uint8_t {
     PROVE_FORM_LARGE, ///< it has too many pieces to follow
 };
 
-/// Makes the form that the compiler gives the value `text` of an attribute whose case does not
-/// matter when `icase` is set. std::bad_alloc passes.
-[[nodiscard]] prove_formed_t prove_form_make(std::string_view text, bool icase, prove_form_t &form);
+/// Makes the form that the compiler gives an expression of `size` bytes, of an attribute whose case
+/// does not matter when `icase` is set. std::bad_alloc passes.
+[[nodiscard]] prove_formed_t prove_form_make(const rexpand_tree &tree, size_t size, bool icase,
+                                             prove_form_t &form);

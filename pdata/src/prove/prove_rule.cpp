@@ -1,6 +1,8 @@
 #include "prove_rule.h"
 
 #include <algorithm>
+#include <map>
+#include <tuple>
 
 #include "csa_types.h"
 #include "prove_catalog.h"
@@ -12,14 +14,19 @@ namespace
 /// An item of a rule at work.
 struct tried_item_t {
     const prove_item_t *item = nullptr;
-    uint32_t value = 0;               ///< of the catalog
-    std::vector<prove_datum_t> found; ///< samples that lead to it
+    uint32_t value = 0;                 ///< of the catalog
+    pdata_attribute attributes[2] = {}; ///< that data is handed over for: of even sets, of odd ones
+    std::vector<prove_datum_t> found{}; ///< samples that lead to it
 };
+
+/// What data is handed over for: protocol, attribute, direction.
+using attribute_name_t = std::tuple<std::string_view, std::string_view, pdata_direction>;
 
 /// One run.
 struct trying_t {
     prove_catalog_t catalog = {};
-    uint64_t left = 0; ///< work
+    std::map<attribute_name_t, pdata_attribute> attributes = {}; ///< those that were asked for
+    uint64_t left = 0;                                           ///< work
     std::vector<pdata_rule> rules = {};
     std::vector<pdata_item> items = {};
 };
@@ -45,15 +52,13 @@ void pay(trying_t &trying, uint64_t used)
     trying.left -= std::min(used, trying.left);
 }
 
-void feed(trying_t &trying, const prove_item_t &item, const prove_datum_t &datum, size_t set)
+void feed(trying_t &trying, const tried_item_t &tried, const prove_datum_t &datum, size_t set)
 {
-    pdata_db *db = trying.catalog.db.get();
-    const pdata_attribute attribute =
-        pdata_db_attribute(db, std::string(item.protocol).c_str(),
-                           std::string(item.attribute).c_str(), direction_of(item, set));
+    const pdata_attribute attribute = tried.attributes[set % 2];
     pay(trying, 1 + datum.bytes.size() / PROVE_BYTES_PER_WORK +
                     prove_catalog_cost(trying.catalog, attribute));
-    prove_feed(db, trying.catalog.flow.get(), attribute, datum.bytes, datum.number);
+    prove_feed(trying.catalog.db.get(), trying.catalog.flow.get(), attribute, datum.bytes,
+               datum.number);
 }
 
 /// Says which protocols the flow has: those that the rule asks for, and no others.
@@ -67,7 +72,7 @@ void feed_protocols(trying_t &trying, const tried_rule_t &rule)
 bool is_found(trying_t &trying, const tried_item_t &tried, const prove_datum_t &datum, size_t set)
 {
     pdata_flow *flow = trying.catalog.flow.get();
-    feed(trying, *tried.item, datum, set);
+    feed(trying, tried, datum, set);
     const size_t nr = pdata_flow_items(flow, trying.items.data(), trying.items.size());
     pay(trying, nr);
     const bool found =
@@ -107,6 +112,27 @@ void find_data(trying_t &trying, tried_item_t &tried, size_t nr)
     }
 }
 
+/// Finds what an item's data is handed over for in set `set`.
+pdata_attribute attribute_of(trying_t &trying, const prove_item_t &item, size_t set)
+{
+    const pdata_direction direction = direction_of(item, set);
+    const auto [known, is_new] =
+        trying.attributes.try_emplace({item.protocol, item.attribute, direction});
+    if (is_new)
+        known->second =
+            pdata_db_attribute(trying.catalog.db.get(), std::string(item.protocol).c_str(),
+                               std::string(item.attribute).c_str(), direction);
+    return known->second;
+}
+
+/// Puts a value to work.
+tried_item_t tried_of(trying_t &trying, const prove_item_t &item, uint32_t value)
+{
+    const pdata_attribute even = attribute_of(trying, item, 0);
+    const bool is_both = item.way == ATTR_WAY_BOTH;
+    return {&item, value, {even, is_both ? attribute_of(trying, item, 1) : even}};
+}
+
 /// Finds the rule in the pdb, value by value. False where it is another one, or none.
 bool find_rule(trying_t &trying, const prove_rule_t &rule, tried_rule_t &tried)
 {
@@ -121,7 +147,7 @@ bool find_rule(trying_t &trying, const prove_rule_t &rule, tried_rule_t &tried)
     for (size_t i = 0; i < values.size(); ++i) {
         if (trying.catalog.values[values[i]].text != rule.items[i].value.text)
             return false;
-        tried.items.push_back({&rule.items[i], values[i], {}});
+        tried.items.push_back(tried_of(trying, rule.items[i], values[i]));
     }
     return true;
 }
@@ -159,7 +185,7 @@ bool find_better(trying_t &trying, const tried_rule_t &rule, size_t set,
                  std::vector<pdata_rule> &better)
 {
     for (const tried_item_t &item : rule.items)
-        feed(trying, *item.item, item.found[set % item.found.size()], set);
+        feed(trying, item, item.found[set % item.found.size()], set);
     feed_protocols(trying, rule);
     const size_t nr =
         pdata_flow_rules(trying.catalog.flow.get(), trying.rules.data(), trying.rules.size());

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstddef>
+#include <memory_resource>
 
 #include "prove_bytes.h"
 
@@ -14,19 +16,30 @@ constexpr uint32_t NONE = 0xFFFFFFFF;
 /// with one that reads well.
 constexpr uint32_t TURNS = 3;
 
+/// Bytes of lists that nearly every value makes do with; more come from the heap.
+constexpr size_t ROOM_OF_A_VALUE = 16384;
+
+using numbers_t = std::pmr::vector<uint32_t>;
+
+/// What is known of a position.
+struct place_t {
+    uint32_t size = 0;     ///< bytes of its set
+    uint32_t before = 0;   ///< the position before it on a shortest way
+    uint32_t after = 0;    ///< the position behind it on a shortest way on
+    uint32_t turns = 0;    ///< how often it was gone through
+    bool begins = false;   ///< data can lead to it
+    bool ends = false;     ///< data can go on from it to an end
+    bool straight = false; ///< it was on a shortest way
+    bool ended = false;    ///< a sample ended with it
+};
+
 /// One making.
 struct sampling_t {
     const prove_automaton_t &automaton;
-    std::vector<uint32_t> size = {};    ///< by position: bytes of its set
-    std::vector<uint32_t> before = {};  ///< by position: the one before it on a shortest way
-    std::vector<uint32_t> after = {};   ///< by position: the one behind it on a shortest way on
-    std::vector<uint8_t> begins = {};   ///< by position: data can lead to it
-    std::vector<uint8_t> ends = {};     ///< by position: data can go on from it to an end
-    std::vector<uint32_t> turns = {};   ///< by position: how often it was gone through
-    std::vector<uint8_t> straight = {}; ///< by position: it was on a shortest way
-    std::vector<uint8_t> ended = {};    ///< by position: a sample ended with it
-    std::vector<uint8_t> covered = {};  ///< by follower: the step was taken
-    std::vector<uint32_t> way = {};     ///< positions of the sample in the making
+    std::pmr::memory_resource *room;         ///< of all lists
+    std::pmr::vector<place_t> places{room};  ///< by position
+    std::pmr::vector<uint8_t> covered{room}; ///< by follower: the step was taken
+    numbers_t way{room};                     ///< positions of the sample in the making
     std::vector<std::string> samples = {};
     size_t left = 0; ///< bytes of further samples
 };
@@ -35,7 +48,8 @@ uint32_t bytes_of(const prove_set_t &set)
 {
     uint32_t nr = 0;
     for (const uint64_t word : set)
-        nr += static_cast<uint32_t>(std::popcount(word));
+        if (word != 0)
+            nr += static_cast<uint32_t>(std::popcount(word));
     return nr;
 }
 
@@ -43,12 +57,14 @@ uint32_t bytes_of(const prove_set_t &set)
 void find_begins(sampling_t &sampling)
 {
     const prove_automaton_t &automaton = sampling.automaton;
-    std::vector<uint32_t> queue;
+    numbers_t queue(sampling.room);
+    queue.reserve(sampling.places.size());
     const auto reach = [&](uint32_t at, uint32_t from) {
-        if (sampling.begins[at] != 0 || sampling.size[at] == 0)
+        place_t &place = sampling.places[at];
+        if (place.begins || place.size == 0)
             return;
-        sampling.begins[at] = 1;
-        sampling.before[at] = from;
+        place.begins = true;
+        place.before = from;
         queue.push_back(at);
     };
     for (const uint32_t at : automaton.first)
@@ -60,20 +76,20 @@ void find_begins(sampling_t &sampling)
 
 /// By position: those that it follows.
 struct reversed_t {
-    std::vector<uint32_t> begin;
-    std::vector<uint32_t> from;
+    numbers_t begin;
+    numbers_t from;
 };
 
-reversed_t reverse(const prove_automaton_t &automaton)
+reversed_t reverse(const prove_automaton_t &automaton, std::pmr::memory_resource *room)
 {
-    reversed_t reversed;
+    reversed_t reversed = {numbers_t(room), numbers_t(room)};
     reversed.begin.assign(automaton.sets.size() + 1, 0);
     for (const uint32_t to : automaton.followers)
         ++reversed.begin[to + 1];
     for (size_t at = 1; at < reversed.begin.size(); ++at)
         reversed.begin[at] += reversed.begin[at - 1];
     reversed.from.resize(automaton.followers.size());
-    std::vector<uint32_t> cursor = reversed.begin;
+    numbers_t cursor(reversed.begin, room);
     for (uint32_t at = 0; at < automaton.sets.size(); ++at)
         for (const uint32_t to : prove_followers(automaton, at))
             reversed.from[cursor[to]++] = at;
@@ -83,16 +99,18 @@ reversed_t reverse(const prove_automaton_t &automaton)
 /// Finds shortest ways to an end.
 void find_ends(sampling_t &sampling)
 {
-    const reversed_t reversed = reverse(sampling.automaton);
-    std::vector<uint32_t> queue;
+    const reversed_t reversed = reverse(sampling.automaton, sampling.room);
+    numbers_t queue(sampling.room);
+    queue.reserve(sampling.places.size());
     const auto reach = [&](uint32_t at, uint32_t next) {
-        if (sampling.ends[at] != 0 || sampling.size[at] == 0)
+        place_t &place = sampling.places[at];
+        if (place.ends || place.size == 0)
             return;
-        sampling.ends[at] = 1;
-        sampling.after[at] = next;
+        place.ends = true;
+        place.after = next;
         queue.push_back(at);
     };
-    for (uint32_t at = 0; at < sampling.size.size(); ++at)
+    for (uint32_t at = 0; at < sampling.places.size(); ++at)
         if (sampling.automaton.is_last[at] != 0)
             reach(at, NONE);
     for (size_t i = 0; i < queue.size(); ++i)
@@ -102,7 +120,7 @@ void find_ends(sampling_t &sampling)
 
 bool is_used(const sampling_t &sampling, uint32_t at)
 {
-    return sampling.begins[at] != 0 && sampling.ends[at] != 0;
+    return sampling.places[at].begins && sampling.places[at].ends;
 }
 
 /// Returns the first or the last byte of a set, which is not empty.
@@ -126,8 +144,10 @@ uint8_t last_byte(const prove_set_t &set)
 /// Returns byte `turn` of a set: the first, the last, one that reads well, then those between.
 uint8_t byte_of(const prove_set_t &set, uint32_t size, uint32_t turn)
 {
+    if (size == 1)
+        return first_byte(set);
     turn %= std::max(TURNS, std::min(size, 8U));
-    if (turn == 0 || size == 1)
+    if (turn == 0)
         return first_byte(set);
     if (turn == 1)
         return last_byte(set);
@@ -146,9 +166,19 @@ uint8_t byte_of(const prove_set_t &set, uint32_t size, uint32_t turn)
 void go_to(sampling_t &sampling, uint32_t at)
 {
     sampling.way.clear();
-    for (; at != NONE; at = sampling.before[at])
+    for (; at != NONE; at = sampling.places[at].before)
         sampling.way.push_back(at);
     std::reverse(sampling.way.begin(), sampling.way.end());
+}
+
+/// Notes that a step was taken.
+void cover(sampling_t &sampling, uint32_t from, uint32_t to)
+{
+    const std::vector<uint32_t> &followers = sampling.automaton.followers;
+    const uint32_t *begin = followers.data() + sampling.automaton.follow_begin[from];
+    const uint32_t *end = followers.data() + sampling.automaton.follow_begin[from + 1];
+    const uint32_t *step = end - begin == 1 ? begin : std::lower_bound(begin, end, to);
+    sampling.covered[static_cast<size_t>(step - followers.data())] = 1;
 }
 
 /// Notes the steps of the way, and writes it as a sample. Returns false when there are enough.
@@ -158,17 +188,15 @@ bool write(sampling_t &sampling)
     if (sampling.way.size() > sampling.left || sampling.samples.size() == PROVE_SAMPLES_MAX)
         return false;
     sampling.left -= sampling.way.size();
-    std::string text;
-    for (const uint32_t at : sampling.way)
-        text.push_back(static_cast<char>(
-            byte_of(automaton.sets[at], sampling.size[at], sampling.turns[at]++)));
-    for (size_t i = 0; i + 1 < sampling.way.size(); ++i) {
-        const auto followers = prove_followers(automaton, sampling.way[i]);
-        const auto step = std::lower_bound(followers.begin(), followers.end(), sampling.way[i + 1]);
-        sampling.covered[automaton.follow_begin[sampling.way[i]] +
-                         static_cast<size_t>(step - followers.begin())] = 1;
+    std::string text(sampling.way.size(), '\0');
+    for (size_t i = 0; i < sampling.way.size(); ++i) {
+        place_t &place = sampling.places[sampling.way[i]];
+        text[i] =
+            static_cast<char>(byte_of(automaton.sets[sampling.way[i]], place.size, place.turns++));
     }
-    sampling.ended[sampling.way.back()] = 1;
+    for (size_t i = 0; i + 1 < sampling.way.size(); ++i)
+        cover(sampling, sampling.way[i], sampling.way[i + 1]);
+    sampling.places[sampling.way.back()].ended = true;
     sampling.samples.push_back(std::move(text));
     return true;
 }
@@ -176,8 +204,8 @@ bool write(sampling_t &sampling)
 /// Goes on to an end by the shortest way.
 void go_on(sampling_t &sampling)
 {
-    while (sampling.after[sampling.way.back()] != NONE)
-        sampling.way.push_back(sampling.after[sampling.way.back()]);
+    while (sampling.places[sampling.way.back()].after != NONE)
+        sampling.way.push_back(sampling.places[sampling.way.back()].after);
 }
 
 /// Goes from a position over steps that were not taken yet, then to an end.
@@ -205,7 +233,7 @@ bool sample_through(sampling_t &sampling, uint32_t at)
     go_to(sampling, at);
     go_on(sampling);
     for (const uint32_t passed : sampling.way)
-        sampling.straight[passed] = 1;
+        sampling.places[passed].straight = true;
     return write(sampling);
 }
 
@@ -216,8 +244,8 @@ bool sample_straight(sampling_t &sampling)
     for (const uint32_t at : sampling.automaton.first)
         if (is_used(sampling, at) && !sample_through(sampling, at))
             return false;
-    for (uint32_t at = 0; at < sampling.size.size(); ++at)
-        if (is_used(sampling, at) && sampling.straight[at] == 0 && !sample_through(sampling, at))
+    for (uint32_t at = 0; at < sampling.places.size(); ++at)
+        if (is_used(sampling, at) && !sampling.places[at].straight && !sample_through(sampling, at))
             return false;
     return true;
 }
@@ -226,7 +254,7 @@ bool sample_straight(sampling_t &sampling)
 bool sample_steps(sampling_t &sampling)
 {
     const prove_automaton_t &automaton = sampling.automaton;
-    for (uint32_t at = 0; at < sampling.size.size(); ++at) {
+    for (uint32_t at = 0; at < sampling.places.size(); ++at) {
         for (uint32_t edge = automaton.follow_begin[at]; edge < automaton.follow_begin[at + 1];
              ++edge) {
             const uint32_t to = automaton.followers[edge];
@@ -246,11 +274,11 @@ bool sample_steps(sampling_t &sampling)
 /// All places to end, and the ends of every set.
 bool sample_ends(sampling_t &sampling)
 {
-    for (uint32_t at = 0; at < sampling.size.size(); ++at) {
-        const uint32_t wanted = std::min(sampling.size[at], TURNS);
-        const bool ends_here = sampling.automaton.is_last[at] != 0 && sampling.ended[at] == 0;
+    for (uint32_t at = 0; at < sampling.places.size(); ++at) {
+        const uint32_t wanted = std::min(sampling.places[at].size, TURNS);
+        const bool ends_here = sampling.automaton.is_last[at] != 0 && !sampling.places[at].ended;
         while (is_used(sampling, at) &&
-               (sampling.turns[at] < wanted || (ends_here && sampling.ended[at] == 0))) {
+               (sampling.places[at].turns < wanted || (ends_here && !sampling.places[at].ended))) {
             if (!sample_through(sampling, at))
                 return false;
         }
@@ -263,14 +291,12 @@ bool sample_ends(sampling_t &sampling)
 std::vector<std::string> prove_samples(const prove_automaton_t &automaton)
 {
     const size_t nr = automaton.sets.size();
-    sampling_t sampling{automaton};
-    for (const prove_set_t &set : automaton.sets)
-        sampling.size.push_back(bytes_of(set));
-    for (std::vector<uint8_t> *flags :
-         {&sampling.begins, &sampling.ends, &sampling.straight, &sampling.ended})
-        flags->assign(nr, 0);
-    for (std::vector<uint32_t> *numbers : {&sampling.before, &sampling.after, &sampling.turns})
-        numbers->assign(nr, 0);
+    alignas(std::max_align_t) std::byte bytes[ROOM_OF_A_VALUE];
+    std::pmr::monotonic_buffer_resource room(bytes, sizeof bytes);
+    sampling_t sampling{automaton, &room};
+    sampling.places.resize(nr);
+    for (size_t i = 0; i < nr; ++i)
+        sampling.places[i].size = bytes_of(automaton.sets[i]);
     sampling.covered.assign(automaton.followers.size(), 0);
     sampling.left = PROVE_SAMPLE_BYTES_BASE + PROVE_SAMPLE_BYTES_PER_BYTE * nr;
     find_begins(sampling);

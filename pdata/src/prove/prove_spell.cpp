@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "prove_bytes.h"
-#include "rexpand_parser.h"
 
 namespace
 {
@@ -197,13 +196,10 @@ bool is_found(const row_t &row, const prove_form_t &form, const prove_way_t &way
 
 } // namespace
 
-bool prove_spelled(std::string_view text, const prove_form_t &form)
+bool prove_spelled(const rexpand_tree &tree, const prove_form_t &form)
 {
     if (form.checks_all)
         return true;
-    rexpand_tree tree;
-    if (rexpand_parse(text, &tree) != MODULE_SUCCESS)
-        return false;
     spelling_t spelling{tree, form.icase};
     spelling.rows.resize(1);
     if (!spell(spelling, tree.root, 1))

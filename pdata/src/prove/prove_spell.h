@@ -7,13 +7,12 @@
 /// comparison of automata (prove_product.h), which takes ten times as long.
 #pragma once
 
-#include <string_view>
-
 #include "prove_form.h"
+#include "rexpand_ast.h"
 
 /// Rows that a value is spelled out into at most, and their parts.
 constexpr size_t PROVE_ROWS_MAX = 64;
 constexpr size_t PROVE_ROW_PARTS_MAX = 1024;
 
-/// Tells whether every row of `text` is found by a way of its form. std::bad_alloc passes.
-[[nodiscard]] bool prove_spelled(std::string_view text, const prove_form_t &form);
+/// Tells whether every row of an expression is found by a way of its form. std::bad_alloc passes.
+[[nodiscard]] bool prove_spelled(const rexpand_tree &tree, const prove_form_t &form);

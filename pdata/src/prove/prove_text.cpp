@@ -15,7 +15,8 @@ void put_string(std::string &text, std::string_view bytes)
 {
     text += '"';
     for (const char c : bytes) {
-        const size_t guarded = GUARDED.find(c);
+        const bool is_plain = c != '"' && c != '\\' && (c < 0 || c >= ' ');
+        const size_t guarded = is_plain ? GUARDED.npos : GUARDED.find(c);
         if (guarded != GUARDED.npos)
             text += '\\';
         text += guarded != GUARDED.npos ? GUARDED_AS[guarded] : c;
