@@ -77,7 +77,7 @@ bool token_end(reader_t &reader, text_token_kind_t &kind, size_t &end)
     const char c = rest.front();
     end = reader.at + 1;
     kind = static_cast<text_token_kind_t>(c);
-    if (std::string_view("{}[]:,").find(c) != std::string_view::npos)
+    if (c == ',' || c == ':' || c == '[' || c == ']' || c == '{' || c == '}')
         return true;
     if (c == '"')
         return string_end(reader, end);
@@ -219,7 +219,9 @@ bool description_object_read(std::string_view text, size_t at, description_text_
 
 size_t text_skip_blanks(std::string_view text, size_t at)
 {
-    return std::min(text.find_first_not_of(" \t\n", at), text.size());
+    while (at < text.size() && (text[at] == ' ' || text[at] == '\t' || text[at] == '\n'))
+        ++at;
+    return std::min(at, text.size());
 }
 
 std::string_view text_token_bytes(const description_text_t &description, size_t token)

@@ -53,11 +53,19 @@ void pass_over(mender_t &mender, finding_t &finding, size_t begin, size_t end)
                            [](char c) { return c == '\n' ? '\n' : ' '; });
 }
 
+/// Returns the next byte from `at` on at which something begins that is looked at, or the end.
+size_t next_mark(std::string_view text, size_t at)
+{
+    while (at < text.size() && text[at] != '"' && text[at] != '\r' && text[at] != '/' &&
+           text[at] != '#')
+        ++at;
+    return at;
+}
+
 void search(mender_t &mender)
 {
     const std::string_view text = mender.text;
-    for (size_t at = mender.text.find_first_of("\"\r/#"); at < text.size();
-         at = text.find_first_of("\"\r/#", at)) {
+    for (size_t at = next_mark(text, 0); at < text.size(); at = next_mark(text, at)) {
         const size_t begin = at;
         if (text[at] == '"') {
             at = behind_string(text, at);

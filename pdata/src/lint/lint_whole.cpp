@@ -1,6 +1,7 @@
 #include "lint_whole.h"
 
 #include <algorithm>
+#include <charconv>
 #include <tuple>
 #include <unordered_map>
 #include <unordered_set>
@@ -67,9 +68,12 @@ void look_names(const lint_look_t &look, whole_t &whole)
            same->second);
 }
 
+/// Appends a part behind its size, so that no two rows of parts give the same text.
 void append(std::string &text, std::string_view part)
 {
-    text.append(std::to_string(part.size())).append(":").append(part);
+    char size[20];
+    char *const end = std::to_chars(size, size + sizeof size, part.size()).ptr;
+    text.append(size, static_cast<size_t>(end - size)).append(1, ':').append(part);
 }
 
 /// Returns what a sub-rule asks for, the same for the same whatever the order it is written in.
@@ -79,6 +83,7 @@ std::string asked_by(const lint_sub_rule_t &sub_rule)
     for (const lint_attribute_t &attribute : sub_rule.attributes)
         for (const lint_text_t &value : attribute.values) {
             std::string &text = values.emplace_back();
+            text.reserve(attribute.matched_key.attribute.size() + value.decoded.size() + 32);
             append(text, attribute.matched_key.attribute);
             append(text, std::to_string(attribute.matched_key.way));
             append(text, attribute.offset ? attribute.offset->raw : "");
