@@ -1,12 +1,16 @@
 #include "rexpand_expander.h"
 
 #include <array>
+#include <cstddef>
 
 namespace
 {
 
 /// Nodes in progress of nearly every expression; more are made room for as they come.
 constexpr size_t FRAMES_OF_A_VALUE = 8;
+
+/// Bytes of an expansion's own lists that those take; more come from the heap.
+constexpr size_t ROOM_OF_A_VALUE = 1024;
 
 using context_t = rexpand_expander_context_t;
 using frame_t = rexpand_frame;
@@ -284,6 +288,11 @@ int step(rexpand_expander &expander)
     return MODULE_SUCCESS;
 }
 
+rexpand_permutation_stack stack_in(std::pmr::memory_resource &room)
+{
+    return {{}, std::pmr::vector<uint8_t>(&room), std::pmr::vector<uint8_t>(&room)};
+}
+
 int expand(rexpand_expander &expander)
 {
     rexpand_permutation_list_init(expander.permutations);
@@ -313,7 +322,17 @@ int rexpand_expander_visit(const rexpand_tree &tree, uint32_t permutation_limit,
     if (nb != nullptr)
         *nb = 0;
     return module_guard([&]() -> int {
-        rexpand_expander expander{tree, permutation_limit, {}, {}, {}, REXPAND_NO_NODE, {}, {}, {}};
+        alignas(std::max_align_t) std::byte bytes[ROOM_OF_A_VALUE];
+        std::pmr::monotonic_buffer_resource room(bytes, sizeof bytes);
+        rexpand_expander expander{tree,
+                                  permutation_limit,
+                                  stack_in(room),
+                                  stack_in(room),
+                                  std::pmr::vector<rexpand_frame>(&room),
+                                  REXPAND_NO_NODE,
+                                  {},
+                                  {},
+                                  {}};
         const int error = expand(expander);
         if (error != MODULE_SUCCESS)
             return error;

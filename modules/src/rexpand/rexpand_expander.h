@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory_resource>
 #include <vector>
 
 #include "rexpand_ast.h"
@@ -38,7 +39,7 @@ struct rexpand_expander {
     uint64_t max_permutation_nb;            ///< the limit at which choices are left out
     rexpand_permutation_stack permutations; ///< the result so far
     rexpand_permutation_stack saved; ///< what the next branch of each open choice starts from
-    std::vector<rexpand_frame> frames;
+    std::pmr::vector<rexpand_frame> frames;
     uint32_t entered = REXPAND_NO_NODE;          ///< set by a visitor: the child to enter
     rexpand_expander_context_t entered_context;  ///< and the child's context
     rexpand_expander_context_t returned_context; ///< the context of the child that is done

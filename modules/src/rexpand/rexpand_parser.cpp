@@ -1,7 +1,9 @@
 #include "rexpand_parser.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <limits>
+#include <memory_resource>
 #include <vector>
 
 namespace
@@ -9,6 +11,9 @@ namespace
 
 /// Nodes that nearly every expression makes do with; more are made room for as they come.
 constexpr size_t NODES_OF_A_VALUE = 32;
+
+/// Bytes of open parts that nearly every expression makes do with; more come from the heap.
+constexpr size_t ROOM_OF_A_VALUE = 512;
 
 /// What opened the part of the expression that is being read.
 enum class opener { entry, group, insensitive, character_class };
@@ -26,7 +31,7 @@ struct open_part {
 struct parser {
     rexpand_token_list_t lexer;
     rexpand_tree &tree;
-    std::vector<open_part> parts;
+    std::pmr::vector<open_part> parts;
     uint32_t expression = REXPAND_NO_NODE; ///< the whole expression, once it has ended
 };
 
@@ -272,7 +277,9 @@ int rexpand_parse(std::string_view expression, rexpand_tree *tree)
         return MODULE_ERR_NO_MEMORY;
     const int error = module_guard([&] {
         tree->nodes.reserve(std::min(expression.size() + 3, NODES_OF_A_VALUE));
-        parser state{{expression, 0}, *tree, {}};
+        alignas(std::max_align_t) std::byte bytes[ROOM_OF_A_VALUE];
+        std::pmr::monotonic_buffer_resource room(bytes, sizeof bytes);
+        parser state{{expression, 0}, *tree, std::pmr::vector<open_part>(&room)};
         return parse_entry(state);
     });
     if (error != MODULE_SUCCESS)

@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory_resource>
 #include <string_view>
 #include <vector>
 
@@ -17,8 +18,8 @@
 /// A stack of permutations, one entry of each array per permutation.
 struct rexpand_permutation_stack {
     rexpand_permutation_list permutations; ///< their own `flag` is set by finalize alone
-    std::vector<uint8_t> flags;            ///< rexpand_flag_t
-    std::vector<uint8_t> broken; ///< 1: the piece under construction is a new one, still empty
+    std::pmr::vector<uint8_t> flags;       ///< rexpand_flag_t
+    std::pmr::vector<uint8_t> broken; ///< 1: the piece under construction is a new one, still empty
 };
 
 /// Bytes that an expansion has used up; the count never falls.
