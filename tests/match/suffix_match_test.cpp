@@ -136,4 +136,36 @@ TEST(suffix_match, zero_bytes_in_front_of_a_suffix_are_bytes_and_no_end_of_data)
     EXPECT_EQ(found, 2 * NR_SUFFIX);
 }
 
+/// What a flow that explains says of a host name: for every suffix, the place where it stands.
+TEST(suffix_match, explained_pieces_are_the_suffixes_that_end_the_data)
+{
+    random_match_t random{std::mt19937(25)};
+    const std::set<std::string> suffixes = make_suffixes(random, 3);
+    const std::vector<uint8_t> bytes = make_suffix_pdb(suffixes);
+    const pdata::database db = pdata::database::open_memory(bytes.data(), bytes.size());
+    const pdata_attribute attribute = db.attribute("http", "server", PDATA_CTS);
+    pdata::flow flow(db, PDATA_FLOW_EXPLAIN);
+    size_t found = 0;
+    for (uint32_t i = 0; i < dear_rounds(1000) && !::testing::Test::HasFailure(); ++i) {
+        const std::string host = lower(make_host(random, suffixes));
+        flow.reset();
+        (void)pdata_flow_add_bytes(flow.get(), attribute, host.data(), host.size(), 0);
+        std::set<std::string> pieces;
+        for (size_t at = 0; at < pdata_flow_nr_finding(flow.get()); ++at) {
+            pdata_finding finding;
+            ASSERT_EQ(pdata_flow_finding_at(flow.get(), at, &finding), PDATA_R_OK);
+            ASSERT_EQ(finding.nr_piece, 1U);
+            EXPECT_EQ(finding.piece[0].end, host.size()) << host;
+            pieces.insert(host.substr(finding.piece[0].begin));
+        }
+        std::set<std::string> expected;
+        for (const std::string &suffix : suffixes)
+            if (host.ends_with(suffix))
+                expected.insert(suffix);
+        EXPECT_EQ(pieces, expected) << host;
+        found += pieces.size();
+    }
+    EXPECT_GT(found, dear_rounds(250));
+}
+
 } // namespace

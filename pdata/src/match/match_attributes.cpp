@@ -142,13 +142,16 @@ std::vector<lead_t> find_leads(const pdata_db &db)
 void match_index_attributes(pdata_db &db)
 {
     for (const lead_t &lead : find_leads(db)) {
-        const auto at = static_cast<uint32_t>(db.attribute_matchers.size());
+        const auto at = static_cast<uint32_t>(db.leads.size());
         if (db.attributes.empty() || db.attributes.back().protocol != lead.protocol ||
             db.attributes.back().name != lead.name || db.attributes.back().way != lead.way)
             db.attributes.push_back(
                 {lead.protocol, lead.name, lead.way, match_scope_of(lead.protocol),
                  match_find_protocol(db, lead.protocol), db.matchers[lead.matcher].kind, at, 0});
-        db.attribute_matchers.push_back(lead.matcher);
+        db.leads.push_back(&db.matchers[lead.matcher]);
         ++db.attributes.back().nr;
     }
+    for (match_attribute_t &attribute : db.attributes)
+        if (attribute.nr == 1 && db.leads[attribute.first]->is_suffix_tree)
+            attribute.suffix_tree = db.leads[attribute.first];
 }

@@ -49,7 +49,8 @@ struct match_matcher_t {
     std::vector<uint8_t>
         skips[2]; ///< of the plain and the offset-aware automaton, see MATCH_SKIP_TABLE
     pdata_kind kind = PDATA_BYTES;
-    bool forwards = false; ///< it has an engine that goes from the front
+    bool forwards = false;       ///< it has an engine that goes from the front
+    bool is_suffix_tree = false; ///< without anything else, pieces or second checks
 };
 
 /// What a state of an automaton stands for: a prefix of patterns.
@@ -73,8 +74,9 @@ struct match_attribute_t {
     uint32_t scope = 0;            ///< bits of scopes that admit its protocol
     pdata_protocol number = 0;     ///< of its protocol
     pdata_kind kind = PDATA_BYTES; ///< of its first matcher
-    uint32_t first = 0;            ///< of its matchers in `attribute_matchers`
+    uint32_t first = 0;            ///< of its matchers in `leads`
     uint32_t nr = 0;
+    const match_matcher_t *suffix_tree = nullptr; ///< the only matcher, if it is one
 };
 
 /// Marks of the words of match_rule_t.
@@ -102,14 +104,14 @@ struct match_bytes_t {
 struct pdata_db {
     match_bytes_t bytes;
     pdb_view_t view;
-    std::vector<match_matcher_t> matchers;     ///< in the order of the file
-    std::vector<match_attribute_t> attributes; ///< by protocol, name and direction
-    std::vector<uint32_t> attribute_matchers;  ///< indexes of `matchers`
-    std::vector<std::string_view> protocols;   ///< by number - 1, in byte order
-    std::vector<match_rule_t> rules;           ///< by rule id - 1
-    uint32_t nr_complete = 0;                  ///< most rules that a flow can complete
-    uint32_t nr_progress = 0;                  ///< most groups and checks of a matcher
-    uint32_t nr_node = 0;                      ///< most nodes of a dot-prefix matcher
+    std::vector<match_matcher_t> matchers;      ///< in the order of the file
+    std::vector<match_attribute_t> attributes;  ///< by protocol, name and direction
+    std::vector<const match_matcher_t *> leads; ///< matchers that attributes lead to
+    std::vector<std::string_view> protocols;    ///< by number - 1, in byte order
+    std::vector<match_rule_t> rules;            ///< by rule id - 1
+    uint32_t nr_complete = 0;                   ///< most rules that a flow can complete
+    uint32_t nr_progress = 0;                   ///< most groups and checks of a matcher
+    uint32_t nr_node = 0;                       ///< most nodes of a dot-prefix matcher
     std::once_flag owners_made;
     std::vector<uint32_t> owners; ///< by item: the first matcher that has it
     std::once_flag begins_made;
@@ -150,6 +152,12 @@ std::vector<match_begins_t> match_make_begins(const pdata_db &db);
 [[nodiscard]] uint32_t match_begin_of(const match_begins_t &begins,
                                       const view_aho_corasick_t &engine, uint32_t state,
                                       uint32_t id, uint32_t end);
+
+/// Returns the place of a matcher among those of its database.
+inline uint32_t match_number_of(const pdata_db &db, const match_matcher_t &matcher)
+{
+    return static_cast<uint32_t>(&matcher - db.matchers.data());
+}
 
 /// Returns the number of a protocol by its name, 0 for none.
 [[nodiscard]] pdata_protocol match_find_protocol(const pdata_db &db, std::string_view name);

@@ -227,7 +227,7 @@ pdata_result pdata_db_attribute_info(const pdata_db *db, pdata_attribute number,
     info->number = attribute.number;
     info->nr_matcher = attribute.nr;
     for (uint32_t i = 0; i < std::min<size_t>(attribute.nr, std::size(info->matcher)); ++i)
-        info->matcher[i] = db->attribute_matchers[attribute.first + i] + 1;
+        info->matcher[i] = match_number_of(*db, *db->leads[attribute.first + i]) + 1;
     return PDATA_R_OK;
 }
 

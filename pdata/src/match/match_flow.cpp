@@ -84,8 +84,7 @@ void match_room_make(pdata_db &db, uint32_t flags, match_room_t &room)
     room.begun.reserve(nr_rule);
     room.complete.reserve(db.nr_complete);
     room.sorted.reserve(nr_rule + db.nr_complete);
-    room.protocols.resize(db.protocols.size() / 64 + 1);
-    room.noted.reserve(db.protocols.size());
+    room.protocols.resize(db.protocols.size() + 1);
     room.progress.resize(db.nr_progress);
     for (std::vector<uint32_t> &nodes : room.nodes)
         nodes.reserve(db.nr_node);
@@ -106,17 +105,19 @@ void match_room_reset(match_room_t &room)
     room.items.clear();
     room.begun.clear();
     room.complete.clear();
-    for (const uint32_t protocol : room.noted.all())
-        room.protocols[protocol / 64] = 0;
-    room.noted.clear();
     room.protocols_said = false;
+    if (++room.flow_serial == 0) {
+        std::fill(room.protocols.begin(), room.protocols.end(), 0);
+        room.flow_serial = 1;
+    }
     if (room.explained != nullptr) {
         room.explained->findings.clear();
         room.explained->nr_value = 0;
     }
 }
 
-pdata_outcome match_count(pdata_flow &flow, const match_attribute_t &attribute, uint32_t item)
+[[gnu::flatten]] pdata_outcome match_count(pdata_flow &flow, const match_attribute_t &attribute,
+                                           uint32_t item)
 {
     match_room_t &room = flow.room;
     const view_slot_t slot = view_rules_slot(flow.db->view.rules, item);
@@ -190,7 +191,7 @@ uint32_t match_missing_bottoms(const pdata_flow &flow, uint32_t rule, pdata_prot
     for (const uint32_t bottom : flow.db->rules[rule - 1].real_bottom) {
         const uint32_t protocol = bottom & ~MATCH_RULE_MARK;
         if ((bottom & MATCH_RULE_MARK) == 0 ||
-            (flow.room.protocols[protocol / 64] >> (protocol % 64) & 1) != 0)
+            flow.room.protocols[protocol] == flow.room.flow_serial)
             continue;
         *last = protocol;
         ++nr;

@@ -37,9 +37,9 @@ struct match_room_t {
     match_list_t<uint32_t> begun;            ///< rules of several items that have bits
     match_list_t<match_complete_t> complete; ///< rules all of whose items count
     std::vector<uint32_t> sorted;            ///< rules, for answers
-    std::vector<uint64_t> protocols;         ///< bit by protocol: the flow has it
-    match_list_t<uint32_t> noted;            ///< those protocols
-    bool protocols_said = false;             ///< these are all, so that a missing one counts
+    std::vector<uint32_t> protocols;         ///< by protocol: the last flow that had it
+    uint32_t flow_serial = 1;                ///< of the flow, counted by resets
+    bool protocols_said = false;             ///< its protocols are known: a missing one counts
     std::vector<match_progress_t> progress;  ///< of the matcher at work: groups, then checks
     std::vector<uint32_t> nodes[2];          ///< of a dot-prefix matcher at work
     std::vector<uint32_t> node_serial;       ///< by node: the step in which it became current
@@ -70,6 +70,13 @@ inline bool match_is_ordinary(const match_value_t &value)
     return !value.more || value.data.size() >= value.matcher.view.min_data;
 }
 
+/// Tells whether a pattern with a minimum of its own, or none, counts.
+inline bool match_counts_at(const match_value_t &value, uint32_t mindata)
+{
+    return mindata == PATTERN_MINDATA_NONE ? match_is_ordinary(value)
+                                           : value.data.size() >= mindata;
+}
+
 /// Makes room for the findings of a flow of a database, and of that what they are told from.
 /// std::bad_alloc passes.
 std::unique_ptr<match_findings_t> match_findings_make(pdata_db &db);
@@ -83,14 +90,14 @@ void match_room_reset(match_room_t &room);
 /// Runs the engines of a stream matcher over a value.
 void match_scan(pdata_flow &flow, const match_value_t &value);
 
-/// Takes an id that an engine found where `piece` says: an item, or what a private id stands for.
-/// Of the pieces of one value, those that end first come first.
-void match_found(pdata_flow &flow, const match_value_t &value, uint32_t id,
-                 const pdata_piece &piece);
+/// Runs the suffix tree of a stream matcher over a value whose end is known.
+void match_suffixes(pdata_flow &flow, const match_value_t &value);
 
-/// Makes a second check, once for each value. `piece` led to it; null for one that is always made.
-void match_check(pdata_flow &flow, const match_value_t &value, uint32_t check,
-                 const pdata_piece *piece);
+/// Notes that the flow has a protocol; 0 is none.
+inline void match_set_protocol(match_room_t &room, pdata_protocol protocol)
+{
+    room.protocols[protocol] = room.flow_serial;
+}
 
 /// Counts an item, if a rule owns it and admits the protocol of the attribute.
 pdata_outcome match_count(pdata_flow &flow, const match_attribute_t &attribute, uint32_t item);
@@ -99,6 +106,15 @@ pdata_outcome match_count(pdata_flow &flow, const match_attribute_t &attribute, 
 void match_note(pdata_flow &flow, const match_attribute_t &attribute, uint32_t item,
                 pdata_outcome outcome, std::span<const pdata_piece> pieces,
                 std::string_view expression);
+
+/// Takes an id that an engine found where `piece` says: an item, or what a private id stands for.
+/// Of the pieces of one value, those that end first come first.
+void match_found(pdata_flow &flow, const match_value_t &value, uint32_t id,
+                 const pdata_piece &piece);
+
+/// Makes a second check, once for each value. `piece` led to it; null for one that is always made.
+void match_check(pdata_flow &flow, const match_value_t &value, uint32_t check,
+                 const pdata_piece *piece);
 
 /// Returns how many protocols a rule asks for, without testing them, that the flow does not have;
 /// the last one in `*last`.

@@ -61,8 +61,8 @@ struct match_jump_t {
     uint32_t short_lengths = 0; ///< bit by length: there are shorter keys of it
     uint32_t shift = 0;         ///< of a hash, to a bucket
     uint32_t nr_place = 0;      ///< of entries, free ones included
-    uint64_t salt = 0;          ///< of the hash
-    bool icase = false;         ///< keys are folded
+    uint64_t factor = 0;        ///< of the hash, odd
+    uint64_t letters = 0;       ///< MATCH_JUMP_LETTERS where keys are folded
     std::vector<uint8_t> displacements;
     std::vector<match_jump_entry_t> entries;
 };
@@ -88,11 +88,11 @@ void match_jump_make(const view_radix_t &tree, bool icase, std::span<const uint3
 /// Returns how many entries a table of `room` bytes has.
 [[nodiscard]] size_t match_jump_most(size_t room);
 
-/// Returns the hash of a key.
+/// Returns the hash of a key, which leaves the low bytes free for the length unless it is a whole
+/// word.
 inline uint64_t match_jump_hash(const match_jump_t &jump, uint64_t key, uint32_t length)
 {
-    constexpr uint64_t golden = 0x9E3779B97F4A7C15ULL; // D. E. Knuth, multiplicative hashing
-    const uint64_t hash = (key ^ (jump.salt + length) * golden) * golden;
+    const uint64_t hash = (key ^ length) * jump.factor; // D. E. Knuth, multiplicative hashing
     return hash ^ hash >> 32;
 }
 

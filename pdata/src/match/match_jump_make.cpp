@@ -68,7 +68,7 @@ void match_jump_make(const view_radix_t &tree, bool icase, std::span<const uint3
                      size_t room, match_jump_t &jump)
 {
     jump = {};
-    jump.icase = icase;
+    jump.letters = icase ? MATCH_JUMP_LETTERS : 0;
     if (tree.rows.nr_row < SMALL_TREE || (icase && !codes_fold(tree)) ||
         view_row_word(tree.rows, 0, RADIX_ITEM_COLUMN) != PATTERN_NO_ITEM_WORD)
         return;

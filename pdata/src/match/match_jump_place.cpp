@@ -9,7 +9,11 @@ namespace
 
 constexpr uint32_t KEYS_OF_BUCKET = 2; ///< in the mean, at most
 constexpr uint32_t BUCKET_MAX = 32;    ///< keys of the fullest bucket that is tried
-constexpr uint32_t NR_SALT = 4;        ///< tries
+
+/// Factors of the hash, in the order in which they are tried: the golden ratio, and those of the
+/// generator "splitmix64" (G. Steele, D. Lea, C. Flood, 2014).
+constexpr uint64_t FACTORS[] = {0x9E3779B97F4A7C15ULL, 0xBF58476D1CE4E5B9ULL,
+                                0x94D049BB133111EBULL};
 
 /// Bytes of an entry with its share of free ones, an eighth, and of displacements.
 constexpr size_t ENTRY_BYTES = sizeof(match_jump_entry_t) * 8 / 7 + 2;
@@ -96,8 +100,8 @@ bool match_jump_place(std::span<const match_jump_entry_t> entries, match_jump_t 
     jump.shift = 32 - static_cast<uint32_t>(std::countr_zero(nr_bucket));
     jump.nr_place = static_cast<uint32_t>(entries.size() * 8 / 7 + 1);
     jump.displacements.resize(nr_bucket);
-    for (uint32_t salt = 0; salt < NR_SALT; ++salt) {
-        jump.salt = uint64_t{salt} << 32;
+    for (const uint64_t factor : FACTORS) {
+        jump.factor = factor;
         jump.entries.assign(jump.nr_place, {});
         if (place_buckets(entries, jump))
             return true;

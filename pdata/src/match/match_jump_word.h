@@ -4,7 +4,6 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
-#include <span>
 
 /// Bytes of a word.
 constexpr uint32_t MATCH_JUMP_WORD = 8;
@@ -16,17 +15,26 @@ inline uint64_t match_jump_byte(uint8_t byte, uint32_t depth)
     return uint64_t{byte} << (top_shift - 8 * depth);
 }
 
-/// Folds the capitals among eight bytes at once. Most names have none, and not even a byte without
-/// the bit that tells them from small letters.
-inline uint64_t match_jump_folded(uint64_t word)
+/// The bit that tells small letters from capitals, in all bytes of a word.
+constexpr uint64_t MATCH_JUMP_LETTERS = 0x2020202020202020ULL;
+
+/// Folds the capitals among eight bytes at once, where `letters` is not 0 but MATCH_JUMP_LETTERS.
+/// Most names have none, and not even a byte without the bit that tells them from small letters.
+inline uint64_t match_jump_folded(uint64_t word, uint64_t letters)
 {
-    constexpr uint64_t ones = 0x0101010101010101ULL;
-    if ((~word & (0x20 * ones)) == 0)
+    if ((~word & letters) == 0)
         return word;
+    constexpr uint64_t ones = 0x0101010101010101ULL;
     const uint64_t low = word & (0x7F * ones);
     const uint64_t from_a = low + (0x80 - 'A') * ones;
     const uint64_t above_z = low + (0x80 - 'Z' - 1) * ones;
     return word | ((from_a & ~above_z & ~word & (0x80 * ones)) >> 2);
+}
+
+/// Returns the bits of the first `length` bytes of a word, at least one.
+inline uint64_t match_jump_mask(uint32_t length)
+{
+    return UINT64_MAX << (64 - 8 * length);
 }
 
 /// Returns eight bytes, the last one most significant.
@@ -35,18 +43,4 @@ inline uint64_t match_jump_load(const uint8_t *data)
     uint64_t word = 0;
     std::memcpy(&word, data, sizeof word);
     return std::endian::native == std::endian::little ? word : __builtin_bswap64(word);
-}
-
-/// Returns the bytes of the data in front of `end`, not 0, from the back: eight, or zeros for those
-/// that the data does not have.
-inline uint64_t match_jump_word_before(std::span<const uint8_t> data, size_t end)
-{
-    if (data.size() >= MATCH_JUMP_WORD) {
-        const size_t begin = end < MATCH_JUMP_WORD ? 0 : end - MATCH_JUMP_WORD;
-        return match_jump_load(data.data() + begin) << 8 * (begin + MATCH_JUMP_WORD - end);
-    }
-    uint64_t word = 0;
-    for (uint32_t i = 0; i < end; ++i)
-        word |= match_jump_byte(data[end - 1 - i], i);
-    return word;
 }

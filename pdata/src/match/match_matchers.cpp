@@ -89,6 +89,7 @@ void index_stream(match_matcher_t &matcher, size_t &room)
     match_index_second_level(matcher);
     match_jump_make(pattern.suffix_tree, (pattern.algo & PATTERN_ALGO_ICASE) != 0, matcher.roles,
                     room, matcher.suffix_jump);
+    matcher.is_suffix_tree = !matcher.forwards && matcher.groups.empty() && matcher.checks.empty();
     room -= match_jump_bytes(matcher.suffix_jump);
     matcher.skips[0] = make_skips(pattern.aho_corasick);
     matcher.skips[1] = make_skips(pattern.ahoff_corasick);
@@ -134,7 +135,7 @@ bool match_index_matchers(pdata_db &db, view_error_t &error)
 size_t match_index_bytes(const pdata_db &db)
 {
     size_t bytes = sizeof(db) + bytes_of(db.matchers) + bytes_of(db.attributes) +
-                   bytes_of(db.attribute_matchers) + bytes_of(db.protocols) + bytes_of(db.rules);
+                   bytes_of(db.leads) + bytes_of(db.protocols) + bytes_of(db.rules);
     for (const match_matcher_t &matcher : db.matchers)
         bytes += bytes_of(matcher.roles) + bytes_of(matcher.groups) + bytes_of(matcher.checks) +
                  bytes_of(matcher.always) + match_jump_bytes(matcher.suffix_jump) +

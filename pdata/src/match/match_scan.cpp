@@ -1,16 +1,9 @@
 #include <algorithm>
 
-#include "match_flow.h"
+#include "match_walk.h"
 
 namespace
 {
-
-/// Tells whether a pattern with a minimum of its own, or none, counts.
-bool counts(const match_value_t &value, uint32_t mindata)
-{
-    return mindata == PATTERN_MINDATA_NONE ? match_is_ordinary(value)
-                                           : value.data.size() >= mindata;
-}
 
 /// Returns what tells where the patterns of the matcher at work begin, null unless the flow
 /// explains.
@@ -18,7 +11,7 @@ const match_begins_t *begins_of(const pdata_flow &flow, const match_value_t &val
 {
     return flow.room.explained == nullptr
                ? nullptr
-               : &flow.db->begins[static_cast<size_t>(&value.matcher - flow.db->matchers.data())];
+               : &flow.db->begins[match_number_of(*flow.db, value.matcher)];
 }
 
 /// Reports the items of an automaton's state that may end at `end`.
@@ -26,7 +19,7 @@ void report_state(pdata_flow &flow, const match_value_t &value, const view_aho_c
                   uint32_t state, uint32_t end)
 {
     const view_item_record_t record = view_aho_corasick_items(engine, state);
-    if (!counts(value, record.mindata))
+    if (!match_counts_at(value, record.mindata))
         return;
     for (uint32_t i = 0; i < record.count; ++i) {
         const uint32_t offset = view_item_end(record, i);
@@ -95,73 +88,6 @@ void go_on(pdata_flow &flow, const match_value_t &value, automaton_run_t &run, u
     run.at = until;
 }
 
-uint8_t folded(uint8_t c, bool icase)
-{
-    return icase && c >= 'A' && c <= 'Z' ? static_cast<uint8_t>(c | 0x20) : c;
-}
-
-/// A walk through a radix tree, from the front of the data or from its back.
-struct radix_run_t {
-    const view_radix_t &tree;
-    bool backwards;
-    bool icase;
-    uint32_t row = 0;
-    uint32_t at = 0; ///< bytes passed
-};
-
-uint8_t byte_at(const match_value_t &value, const radix_run_t &run, size_t i)
-{
-    return value.data[run.backwards ? value.data.size() - 1 - i : i];
-}
-
-bool pass_chain(const match_value_t &value, radix_run_t &run, uint32_t number)
-{
-    const view_radix_chain_t chain = view_radix_chain(run.tree, number);
-    if (value.data.size() - run.at < chain.bytes.size())
-        return false;
-    for (size_t i = 0; i < chain.bytes.size(); ++i)
-        if (folded(byte_at(value, run, run.at + i), run.icase) != chain.bytes[i])
-            return false;
-    run.at += static_cast<uint32_t>(chain.bytes.size());
-    run.row = chain.end;
-    return true;
-}
-
-/// Passes one edge; false where no pattern goes on.
-bool step(const match_value_t &value, radix_run_t &run)
-{
-    if (run.tree.rows.nr_row == 0 || run.at == value.data.size())
-        return false;
-    const uint32_t number = view_radix_next(run.tree, run.row, byte_at(value, run, run.at));
-    if (number == 0)
-        return false;
-    ++run.at;
-    if (view_radix_is_chain(run.tree, number))
-        return pass_chain(value, run, number);
-    run.row = number;
-    return true;
-}
-
-/// Reports the items of the row where a walk stands. What must match the whole data counts at its
-/// end, and not before that is known.
-void report_row(pdata_flow &flow, const match_value_t &value, const radix_run_t &run)
-{
-    if (run.tree.rows.nr_row == 0)
-        return;
-    const view_item_record_t record = view_radix_items(run.tree, run.row);
-    if (record.count == 0 || !counts(value, record.mindata))
-        return;
-    const bool whole = run.at == value.data.size() && !value.more;
-    const auto size = static_cast<uint32_t>(value.data.size());
-    const pdata_piece piece =
-        run.backwards ? pdata_piece{size - run.at, size} : pdata_piece{0, run.at};
-    for (uint32_t i = 0; i < record.count; ++i) {
-        const uint32_t id = view_item_id(record, i);
-        if (whole || !view_radix_is_exact(run.tree, id))
-            match_found(flow, value, id, piece);
-    }
-}
-
 /// Makes a node of a dot-prefix matcher current, and those from which matching also continues.
 void enter(match_room_t &room, const view_dot_prefix_t &engine, uint32_t node,
            std::vector<uint32_t> &current)
@@ -196,7 +122,7 @@ void pass_byte(pdata_flow &flow, const match_value_t &value, uint32_t at)
     for (const uint32_t node : room.nodes[0]) {
         const view_item_record_t record = view_dot_prefix_items(engine, node);
         const uint32_t begin = begins == nullptr ? at + 1 : begins->dots[node];
-        for (uint32_t i = 0; i < record.count && counts(value, record.mindata); ++i)
+        for (uint32_t i = 0; i < record.count && match_counts_at(value, record.mindata); ++i)
             match_found(flow, value, view_item_id(record, i), {begin, at + 1});
     }
 }
@@ -209,7 +135,7 @@ void scan_forwards(pdata_flow &flow, const match_value_t &value)
     const auto size = static_cast<uint32_t>(value.data.size());
     automaton_run_t plain{pattern.aho_corasick, value.matcher.skips[0]};
     automaton_run_t offsets{pattern.ahoff_corasick, value.matcher.skips[1]};
-    radix_run_t prefix{pattern.prefix_tree, false, (pattern.algo & PATTERN_ALGO_ICASE) != 0};
+    match_walk_t prefix{pattern.prefix_tree, false, (pattern.algo & PATTERN_ALGO_ICASE) != 0};
     const bool dots = pattern.dot_prefix.rows.nr_row != 0;
     if (dots) {
         begin_nodes(flow.room);
@@ -217,8 +143,8 @@ void scan_forwards(pdata_flow &flow, const match_value_t &value)
     }
     begin(flow, value, plain);
     begin(flow, value, offsets);
-    report_row(flow, value, prefix);
-    bool walking = step(value, prefix);
+    match_walk_report(flow, value, prefix);
+    bool walking = match_walk_step(value, prefix);
     for (uint32_t at = 0; at < size;) {
         const bool alone = plain.engine.rows.nr_row == 0 || offsets.engine.rows.nr_row == 0;
         const uint32_t until = walking ? prefix.at : size;
@@ -229,42 +155,10 @@ void scan_forwards(pdata_flow &flow, const match_value_t &value)
             pass_byte(flow, value, at);
         at = next;
         if (walking && at == prefix.at) {
-            report_row(flow, value, prefix);
-            walking = step(value, prefix);
+            match_walk_report(flow, value, prefix);
+            walking = match_walk_step(value, prefix);
         }
     }
-}
-
-/// Walks from the back, from a row of the suffix tree that `at` bytes lead to, to where no pattern
-/// goes on. What ends at the first row is reported only if `reports_first`.
-void walk_backwards(pdata_flow &flow, const match_value_t &value, uint32_t row, uint32_t at,
-                    bool reports_first)
-{
-    const view_pattern_t &pattern = value.matcher.view.pattern;
-    radix_run_t suffix{pattern.suffix_tree, true, (pattern.algo & PATTERN_ALGO_ICASE) != 0, row,
-                       at};
-    if (reports_first)
-        report_row(flow, value, suffix);
-    while (step(value, suffix))
-        report_row(flow, value, suffix);
-}
-
-/// The same by the short way, for a tree that has one.
-void jump_backwards(pdata_flow &flow, const match_value_t &value, const match_jump_t &jump)
-{
-    const view_radix_t &tree = value.matcher.view.pattern.suffix_tree;
-    const match_jump_entry_t *entry = match_jump_find(jump, tree, value.data);
-    if (entry == nullptr)
-        return;
-    const uint32_t end = entry->end;
-    const uint32_t at = match_jump_depth(*entry);
-    if (match_end_is_item(end)) {
-        const auto size = static_cast<uint32_t>(value.data.size());
-        match_found(flow, value, end & MATCH_END_ITEM, {size - at, size});
-        if ((end & MATCH_END_LEAF) != 0)
-            return;
-    }
-    walk_backwards(flow, value, entry->row, at, end == MATCH_END_RECORD);
 }
 
 } // namespace
@@ -278,11 +172,8 @@ void match_scan(pdata_flow &flow, const match_value_t &value)
     }
     if (value.matcher.forwards)
         scan_forwards(flow, value);
-    const match_jump_t &jump = value.matcher.suffix_jump;
-    if (!value.more && jump.length != 0)
-        jump_backwards(flow, value, jump);
-    else if (!value.more)
-        walk_backwards(flow, value, 0, 0, true);
+    if (!value.more)
+        match_suffixes(flow, value);
     for (const uint32_t check : value.matcher.always)
         if (match_is_ordinary(value))
             match_check(flow, value, check, nullptr);

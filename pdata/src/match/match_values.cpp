@@ -17,23 +17,13 @@ pdata_result find_attribute(const pdata_flow *flow, pdata_attribute number, pdat
     return (*attribute)->kind == kind ? PDATA_R_OK : PDATA_R_KIND;
 }
 
-void set_protocol(pdata_flow &flow, pdata_protocol protocol)
-{
-    match_room_t &room = flow.room;
-    const uint64_t bit = uint64_t{1} << (protocol % 64);
-    if (protocol == 0 || (room.protocols[protocol / 64] & bit) != 0)
-        return;
-    room.protocols[protocol / 64] |= bit;
-    room.noted.add(protocol);
-}
-
 /// Begins a value: its number, and the protocol that it is one of.
 void begin_value(pdata_flow &flow, const match_attribute_t *attribute)
 {
     if (flow.room.explained != nullptr)
         ++flow.room.explained->nr_value;
     if (attribute != nullptr)
-        set_protocol(flow, attribute->number);
+        match_set_protocol(flow.room, attribute->number);
 }
 
 /// Calls `run` with every matcher of an attribute that holds values of its kind.
@@ -41,7 +31,7 @@ template <typename Run>
 void each_matcher(const pdata_db &db, const match_attribute_t &attribute, Run &&run)
 {
     for (uint32_t i = 0; i < attribute.nr; ++i) {
-        const match_matcher_t &matcher = db.matchers[db.attribute_matchers[attribute.first + i]];
+        const match_matcher_t &matcher = *db.leads[attribute.first + i];
         if (matcher.kind == attribute.kind)
             run(matcher);
     }
@@ -88,12 +78,14 @@ pdata_result pdata_flow_add_bytes(pdata_flow *flow, pdata_attribute number, cons
     begin_value(*flow, attribute);
     if (attribute == nullptr)
         return PDATA_R_OK;
-    each_matcher(*flow->db, *attribute, [=](const match_matcher_t &matcher) {
-        match_scan(*flow, {{static_cast<const uint8_t *>(data), size},
-                           *attribute,
-                           matcher,
-                           (flags & PDATA_MORE) != 0});
-    });
+    const std::span<const uint8_t> bytes(static_cast<const uint8_t *>(data), size);
+    const bool more = (flags & PDATA_MORE) != 0;
+    if (attribute->suffix_tree == nullptr)
+        each_matcher(*flow->db, *attribute, [=](const match_matcher_t &matcher) {
+            match_scan(*flow, {bytes, *attribute, matcher, more});
+        });
+    else if (!more)
+        match_suffixes(*flow, {bytes, *attribute, *attribute->suffix_tree});
     return PDATA_R_OK;
 }
 
@@ -122,7 +114,7 @@ pdata_result pdata_flow_add_protocol(pdata_flow *flow, pdata_protocol protocol)
 {
     if (flow == nullptr || protocol > flow->db->protocols.size())
         return PDATA_R_ARGUMENT;
-    set_protocol(*flow, protocol);
+    match_set_protocol(flow->room, protocol);
     flow->room.protocols_said = true;
     return PDATA_R_OK;
 }
