@@ -104,6 +104,18 @@ TEST(verify_sound, items_of_one_rule_that_disagree)
         "wrong value: rules: rule engine: item 2 of rule 1: not the rule of its other items\n");
 }
 
+TEST(verify_sound, items_of_one_rule_of_which_one_asks_for_a_referer)
+{
+    sound_pdb_t pdb({{protocol_of(7, "web",
+                                  {simple_rule("tcp", {number_attr("port", {"80"}),
+                                                       number_attr("port", {"25"})})})},
+                     {}});
+    pdb.put(pdb.slot(2) + 12, pdb.word(pdb.slot(2) + 12) ^ 0x80000000);
+    EXPECT_EQ(
+        pdb.faults(),
+        "wrong value: rules: rule engine: item 2 of rule 1: not the rule of its other items\n");
+}
+
 // Item 2 stands in the records of port 80 twice then; the slot of item 1 waits for ever.
 TEST(verify_sound, an_item_that_no_matcher_gives)
 {

@@ -132,6 +132,35 @@ TEST(Verify, FindsFaultsOfASubRuleAndItsAttributes)
     expect_fault(CTS_TCP, -1, 0x07000004, -4, in + "attribute 0: record of type 7");
 }
 
+// Their strings and positions are sound, and no view reads them.
+TEST(Verify, FindsRecordsThatHoldAWordMore)
+{
+    const auto group_of = [](const word_list &sub_rule_meta, const word_list &attribute) {
+        const word_list sub_rule =
+            record(2, join({sub_rule_meta, record(3, {0}), record(2, attribute)}));
+        const word_list rule = record(2, join({record(7, {PRIORITY, 0, 1, 0, 0, 1, 0, 1, 0}),
+                                               record(3, {0}), record(2, sub_rule)}));
+        return verify(descriptions(record(1, join({record(1, {ID, 0, 6, 8, 1, 0, 1, 2, 3, 0}),
+                                                   record(8, {0}), record(7, rule)}))));
+    };
+    const word_list meta = record(4, {0, 0, 0, CTS_MINDATA});
+    const word_list attribute = record(6, {CTS_TCP, 0, 0, 5});
+    EXPECT_EQ(group_of(meta, attribute), "");
+    EXPECT_EQ(group_of(record(4, {0, 0, 0, CTS_MINDATA, 0}), attribute),
+              "132: descriptions: protocol 0: rule 0: sub-rule 0: wrong length");
+    EXPECT_EQ(group_of(meta, record(6, {CTS_TCP, 0, 0, 5, 0})),
+              "164: descriptions: protocol 0: rule 0: sub-rule 0: attribute 0: wrong count");
+    EXPECT_EQ(verify(descriptions(record(1, record(1, {ID, 0, 6, 8, 1, 0, 1})))),
+              "16: descriptions: protocol 0: record of type 1, 7 words: wrong length");
+}
+
+TEST(Verify, FindsGroupsWithoutAPart)
+{
+    const auto group = [](const word_list &parts) { return verify(record(1, record(1, parts))); };
+    EXPECT_EQ(group(record(2, group_strings)), "4: descriptions: no protocols, or no strings");
+    EXPECT_EQ(group(record(1)), "4: descriptions: no protocols, or no strings");
+}
+
 TEST(Verify, GoesOnBehindAFault)
 {
     word_list broken = protocol_record();
@@ -191,6 +220,8 @@ TEST(Verify, ChecksTheConfigurationByItsOwnRule)
     EXPECT_EQ(with(38 << 24 | 1), "4: configuration: document: 1 bytes are not whole words");
     EXPECT_EQ(with(38 << 24 | 8),
               "4: configuration: document: record of type 38 claims 8 bytes, 4 bytes are left");
+    EXPECT_EQ(verify(join({record(11, {38 << 24 | 4, 0x7B7D0000, 0}), descriptions({})})),
+              "12: configuration: 4 bytes behind the last record");
 }
 
 TEST(Verify, OpensWhatItVerified)

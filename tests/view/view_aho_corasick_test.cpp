@@ -1,5 +1,7 @@
 #include "view_aho_corasick.h"
 
+#include <set>
+
 #include "format_types.h"
 #include "view_blobs.h"
 
@@ -157,6 +159,30 @@ TEST(ViewAhoCorasick, ChecksRecordsThatOverlap)
     EXPECT_FALSE(view_items_check(view, marks, 0, error));
     EXPECT_EQ(error.offset, BLOB_PLACE + 8);
     EXPECT_FALSE(view_item_mark(marks, view, 4));
+}
+
+// Records that nothing refers to may be cut; those that are passed over all the same end there.
+TEST(ViewAhoCorasick, EndsAtARecordThatIsCut)
+{
+    const word_list items = {1, 7, 2, 8, 0xFFFE0001};
+    const std::vector<uint8_t> bytes = stored(items);
+    const view_items_t view = {{bytes.data(), bytes.size(), BLOB_PLACE}, VIEW_ITEMS_MINDATA};
+    EXPECT_EQ(view_items_behind(view, 0), 2u);
+    EXPECT_EQ(view_items_behind(view, 2), 5u);
+    EXPECT_EQ(view_items_behind(view, 4), 5u) << "a mindata word, and nothing behind it";
+    view_error_t error;
+    view_item_marks_t marks;
+    ASSERT_TRUE(view_item_marks_init(marks, view, error));
+    ASSERT_TRUE(view_item_mark(marks, view, 0));
+    ASSERT_TRUE(view_item_mark(marks, view, 4));
+    EXPECT_FALSE(view_items_check(view, marks, 0, error));
+    EXPECT_EQ(error.offset, BLOB_PLACE + 16);
+    std::set<uint32_t> ids;
+    view_items_each(
+        view, marks,
+        [](void *context, uint32_t id) { static_cast<std::set<uint32_t> *>(context)->insert(id); },
+        &ids);
+    EXPECT_EQ(ids, std::set<uint32_t>{7});
 }
 
 // In a table with mindata behind the mark, the items of a record may begin in front of those of

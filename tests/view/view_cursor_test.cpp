@@ -230,6 +230,8 @@ TEST(ViewList, EndsBehindItsRecords)
     const bytes_t offsets = words({0});
     view_record_t record;
     EXPECT_EQ(view_list_at({view_file(bytes), view_file(offsets)}, 0, record), VIEW_WALK_OVERLONG);
+    const bytes_t behind = words({0, 9}); // the record in front claims 1 word, and has none
+    EXPECT_EQ(view_list_at({view_file(bytes), view_file(behind)}, 1, record), VIEW_WALK_OVERLAP);
 }
 
 } // namespace

@@ -92,6 +92,25 @@ TEST(ViewRadix, FindsEveryChangedWord)
     expect_cuts_refused(tree, 1, check);
 }
 
+// The number of a compressed edge is its word, which may lie behind all rows.
+TEST(ViewRadix, TakesChainsBehindTheRows)
+{
+    const word_list words = join({
+        blob(29, {0xFFFF0002, 0x0000FFFF, 0x00000000, 0xFFFF0000, 0x00060000, 0x00000000,
+                  0x00000000, 0x00000000}), // row 2 on b: to number 6 of 5 rows
+        blob(27, {0, 0, 0, 0, 0, 0, 0x00040363, 0x64650000}),
+        blob(30, {1, 9}),
+        blob(31, {9, 0x00020000}),
+        blob(28, {6, 0x40000000}),
+        alphabet(33, 3, {{'a', 1}, {'b', 2}}),
+        blob(32, {1}),
+    });
+    const std::vector<uint8_t> bytes = stored(words);
+    view_error_t error;
+    EXPECT_TRUE(check({bytes.data(), bytes.size(), 0}, error)) << error.text;
+    expect_faults(words, {{6, 0x00050000, VIEW_REFERENCE, 24}}, check); // number 5 is neither
+}
+
 TEST(ViewRadix, FindsChainsThatAreNotThere)
 {
     word_list words = tree;

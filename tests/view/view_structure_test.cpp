@@ -149,6 +149,12 @@ TEST(ViewStructure, OfATree)
     }
     expect_sound(check_radix_tree, words);
     expect_fault(check_radix_tree, join({words, stray}), VIEW_UNKNOWN, 91);
+    for (const size_t bitmap : {3, 4}) { // too short for their first word and one of bits
+        word_list short_one;
+        for (size_t i = 0; i < parts.size(); ++i)
+            short_one = join({short_one, i == bitmap ? blob(parts[i][0], {0}) : parts[i]});
+        expect_fault(check_radix_tree, short_one, VIEW_COUNT, bitmap == 3 ? 11 : 15);
+    }
     words[89] = 0; // the length of the meta
     words.resize(90);
     expect_fault(check_radix_tree, words, VIEW_LENGTH, 88);

@@ -184,13 +184,13 @@ bool pdb_verify_open(std::span<const uint8_t> file, pdb_view_t &view, view_error
 {
     if (!pdb_view_open(file, view, error))
         return false;
-    const pdb_fault_sink_t keep_first = {
-        [](void *context, const view_error_t &fault) {
-            view_error_t &kept = *static_cast<view_error_t *>(context);
-            if (fault.grade == VIEW_UNSAFE && kept.fault == VIEW_SOUND)
-                kept = fault;
-        },
-        &error};
+    const pdb_fault_sink_t keep_first = {[](void *context, const view_error_t &fault) {
+                                             view_error_t &kept =
+                                                 *static_cast<view_error_t *>(context);
+                                             if (kept.fault == VIEW_SOUND)
+                                                 kept = fault;
+                                         },
+                                         &error};
     error = {};
     return verify_view(view, keep_first, false).nr_unsafe == 0;
 }

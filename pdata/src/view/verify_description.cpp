@@ -90,6 +90,7 @@ struct list_form_t {
     format_level_t level;
     const char *what;
     check_record_t check;
+    bool (*read)(const view_record_t &record, view_error_t &error);
 };
 
 bool check_position(const view_area_t &offsets, const view_area_t &records, uint32_t index,
@@ -115,7 +116,7 @@ bool check_list(const level_set_t &set, const list_form_t &form, const verify_ta
             return view_fail(error, VIEW_UNKNOWN, record.offset, "%s %u: record of type %u",
                              form.what, index, record.type);
         if (!check_position(offsets, records, index, record, error) ||
-            !form.check(record, targets, error))
+            !form.check(record, targets, error) || !form.read(record, error))
             return view_within(error, "%s %u", form.what, index);
     }
     if (!view_walk_sound(cursor, error))
@@ -126,53 +127,59 @@ bool check_list(const level_set_t &set, const list_form_t &form, const verify_ta
 }
 
 /// A record whose strings and positions are sound may still be none that a view reads.
-bool check_read(view_fault_t fault, size_t at, view_error_t &error)
+template <typename view_t, view_fault_t (*READ)(const view_record_t &, view_t &, size_t *)>
+bool check_read(const view_record_t &record, view_error_t &error)
 {
+    view_t view;
+    size_t at = record.offset;
+    const view_fault_t fault = READ(record, view, &at);
     return fault == VIEW_SOUND || view_fail(error, fault, at, "%s", view_fault_name(fault));
 }
 
 bool check_attribute(const view_record_t &record, const verify_targets_t &targets,
                      view_error_t &error)
 {
-    size_t at = record.offset;
-    view_attribute_t attribute;
     return verify_fields(format_find(FORMAT_LEVEL_PROTO_ATTRS, record.type)->kind, record.value,
-                         targets, error) &&
-           check_read(view_attribute_read(record, attribute, &at), at, error);
+                         targets, error);
 }
 
 constexpr list_form_t attributes = {TLV_TYPE_PROTO_SUB_RULE_ATTRS_OFFSET,
-                                    TLV_TYPE_PROTO_SUB_RULE_ATTRS, FORMAT_LEVEL_PROTO_ATTRS,
-                                    "attribute", check_attribute};
+                                    TLV_TYPE_PROTO_SUB_RULE_ATTRS,
+                                    FORMAT_LEVEL_PROTO_ATTRS,
+                                    "attribute",
+                                    check_attribute,
+                                    check_read<view_attribute_t, view_attribute_read>};
 
 bool check_sub_rule(const view_record_t &record, const verify_targets_t &targets,
                     view_error_t &error)
 {
-    size_t at = record.offset;
-    view_sub_rule_t sub_rule;
     level_set_t set;
     return read_level(FORMAT_LEVEL_PROTO_SUB_RULE, record.value, set, error) &&
            check_level_fields(FORMAT_LEVEL_PROTO_SUB_RULE, set, targets, error) &&
-           check_read(view_sub_rule_read(record, sub_rule, &at), at, error) &&
            check_list(set, attributes, targets, error);
 }
 
-constexpr list_form_t sub_rules = {TLV_TYPE_PROTO_SUB_RULES_OFFSET, TLV_TYPE_PROTO_SUB_RULES,
-                                   FORMAT_LEVEL_PROTO_SUB_RULES, "sub-rule", check_sub_rule};
+constexpr list_form_t sub_rules = {TLV_TYPE_PROTO_SUB_RULES_OFFSET,
+                                   TLV_TYPE_PROTO_SUB_RULES,
+                                   FORMAT_LEVEL_PROTO_SUB_RULES,
+                                   "sub-rule",
+                                   check_sub_rule,
+                                   check_read<view_sub_rule_t, view_sub_rule_read>};
 
 bool check_rule(const view_record_t &record, const verify_targets_t &targets, view_error_t &error)
 {
-    size_t at = record.offset;
-    view_rule_t rule;
     level_set_t set;
     return read_level(FORMAT_LEVEL_PROTO_RULE, record.value, set, error) &&
            check_level_fields(FORMAT_LEVEL_PROTO_RULE, set, targets, error) &&
-           check_read(view_rule_read(record, rule, &at), at, error) &&
            check_list(set, sub_rules, targets, error);
 }
 
-constexpr list_form_t rules = {TLV_TYPE_PROTO_RULES_OFFSET, TLV_TYPE_PROTO_RULES,
-                               FORMAT_LEVEL_PROTO_RULES, "rule", check_rule};
+constexpr list_form_t rules = {TLV_TYPE_PROTO_RULES_OFFSET,
+                               TLV_TYPE_PROTO_RULES,
+                               FORMAT_LEVEL_PROTO_RULES,
+                               "rule",
+                               check_rule,
+                               check_read<view_rule_t, view_rule_read>};
 
 bool check_protocol(const view_record_t &record, const verify_targets_t &targets,
                     view_error_t &error)

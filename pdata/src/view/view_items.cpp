@@ -104,7 +104,9 @@ void view_items_each(const view_items_t &items, const view_item_marks_t &marks,
     (void)each_mark(marks, [&](size_t index) { // a checked table has no fault
         item_range_t range;
         view_error_t error;
-        return find_range(items, index, range, error) && sweep.pass(range, [&](size_t at) {
+        if (!find_range(items, index, range, error))
+            return false;
+        return sweep.pass(range, [&](size_t at) {
             take(context, view_word(items.area, at));
             return true;
         });
