@@ -47,6 +47,34 @@ TEST(hstring_build, stores_a_string_once)
     EXPECT_EQ(hstring_find_elt(table, csa_str("abd")), nullptr);
 }
 
+TEST(hstring_build, finds_nothing_without_a_text_or_a_table)
+{
+    hstring_build_t table;
+    EXPECT_EQ(hstring_find_elt(table, csa_str("abc")), nullptr) << "not initialised";
+    ASSERT_EQ(hstring_init(&table, 0), 0);
+    EXPECT_EQ(hstring_find_elt(table, csa_str("")), nullptr);
+    EXPECT_EQ(hstring_find_elt(table, csa_str_t{}), nullptr);
+}
+
+// How many lines a table has decides on speed alone.
+TEST(hstring_build, hands_out_the_same_offsets_in_any_number_of_lines)
+{
+    for (const uint32_t nr_line : {0U, 1U, 16U}) {
+        hstring_build_t table;
+        ASSERT_EQ(hstring_init(&table, nr_line), 0);
+        uint32_t due = 0;
+        for (int round = 0; round < 2; ++round)
+            for (int number = 10; number < 99; ++number) {
+                const std::string text = std::to_string(number);
+                uint32_t offset = 0;
+                ASSERT_EQ(hstring_get_offset(&table, csa_str(text), &offset), 0);
+                EXPECT_EQ(offset, static_cast<uint32_t>(number - 10) * 4) << text;
+                due = offset + 4;
+            }
+        EXPECT_EQ(hstring_get_size(table), due);
+    }
+}
+
 TEST(hstring_build, refuses_empty_and_absent_strings)
 {
     string_htable table = make_table();

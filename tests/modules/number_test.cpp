@@ -561,4 +561,36 @@ TEST(number_reader, survives_damaged_blobs)
     }
 }
 
+/// What `serialize` writes into a buffer with room for it; nothing into one that is a byte short.
+template <typename Serialize>
+std::vector<uint8_t> alone(Serialize &&serialize)
+{
+    std::vector<uint8_t> bytes(4096);
+    const uint8_t *end = serialize(std::span(bytes));
+    EXPECT_NE(end, nullptr);
+    bytes.resize(static_cast<size_t>(end - bytes.data()));
+    std::vector<uint8_t> cut(bytes.size() - 1);
+    EXPECT_EQ(serialize(std::span(cut)), nullptr);
+    return bytes;
+}
+
+// The matcher behind a type stands in the blob as it is written alone.
+TEST(number, a_matcher_alone_is_written_as_in_a_build)
+{
+    const auto expect_end = [](const number_build &build, const std::vector<uint8_t> &part) {
+        const std::vector<uint8_t> whole = blob_of(build);
+        ASSERT_LT(part.size(), whole.size());
+        EXPECT_TRUE(
+            std::equal(part.begin(), part.end(), whole.end() - static_cast<long>(part.size())));
+    };
+    const number_build mapped = finalized(MATCHER_TYPE_NUMBER_8, {{3, 5, 1}});
+    expect_end(mapped,
+               alone([&](std::span<uint8_t> buf) { return mapper_serialize(mapped.mapper, buf); }));
+    const number_build sorted = finalized(MATCHER_TYPE_IP_4, {{3, 5, 1}});
+    const std::vector<uint8_t> intervals =
+        alone([&](std::span<uint8_t> buf) { return interval_serialize(sorted.interval, buf); });
+    EXPECT_EQ(interval_get_size(sorted.interval), intervals.size());
+    expect_end(sorted, intervals);
+}
+
 } // namespace

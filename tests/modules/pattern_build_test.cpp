@@ -357,6 +357,61 @@ TEST(pattern_build, a_build_may_be_cleaned_and_initialised_again)
     }
 }
 
+/// Bytes that `serialize` writes into a buffer of `size`; none of a buffer that is shorter.
+template <typename Serialize>
+std::string serialized(size_t size, Serialize &&serialize)
+{
+    std::vector<uint8_t> blob(size);
+    EXPECT_EQ(serialize(std::span(blob)), blob.data() + size);
+    std::vector<uint8_t> cut(size - 1);
+    EXPECT_EQ(serialize(std::span(cut)), nullptr);
+    return {blob.begin(), blob.end()};
+}
+
+// A build holds its engines one behind another, each as it is written alone, and an engine its
+// alphabet.
+TEST(pattern_build, an_engine_alone_is_written_as_in_a_build)
+{
+    for (const uint32_t algo : {PATTERN_ALGO_CLASSIC, PATTERN_ALGO_OFFSET_V3}) {
+        pattern_build build;
+        ASSERT_EQ(pattern_init(&build, algo, 0), 0);
+        const bool classic = algo == PATTERN_ALGO_CLASSIC;
+        pattern_info infos[] = {make_info("regular", 1),
+                                make_info("front", 2, classic ? PATTERN_PREFIX : PATTERN_OFFSET),
+                                make_info("back", 3, classic ? PATTERN_SUFFIX : PATTERN_OFFSET)};
+        for (pattern_info &info : infos)
+            ASSERT_EQ(pattern_register(build, info, MINDATA_NOT_MANDATORY, EXACT_MATCH_DEFAULT), 0);
+        ASSERT_EQ(pattern_finalize(build), 0);
+        const auto expect_part = [](const std::string &whole, const std::string &part) {
+            EXPECT_NE(whole.find(part), whole.npos);
+        };
+        const std::string whole = serialized(pattern_get_size(build), [&](std::span<uint8_t> buf) {
+            return pattern_serialize(build, buf);
+        });
+        const ac_build_t &automaton = classic ? build.aho_corasick : build.ahoff_corasick;
+        const std::string automaton_alone =
+            serialized(aho_corasick_get_size(automaton, !classic), [&](std::span<uint8_t> buf) {
+                return aho_corasick_serialize(automaton, buf, !classic);
+            });
+        expect_part(whole, automaton_alone);
+        expect_part(automaton_alone,
+                    serialized(pattern_alphabet_get_size(), [&](std::span<uint8_t> buf) {
+                        return pattern_alphabet_serialize(automaton.ac_alphabet, buf);
+                    }));
+        for (const rt_build_t *tree : {&build.prefix_tree, &build.suffix_tree})
+            if (classic)
+                expect_part(whole,
+                            serialized(radix_tree_get_size(*tree), [&](std::span<uint8_t> buf) {
+                                return radix_tree_serialize(*tree, buf);
+                            }));
+        if (!classic)
+            expect_part(whole, serialized(dot_prefix_get_size(build.dot_prefix),
+                                          [&](std::span<uint8_t> buf) {
+                                              return dot_prefix_serialize(build.dot_prefix, buf);
+                                          }));
+    }
+}
+
 TEST(pattern_build, every_failed_allocation_is_reported)
 {
     for (const uint32_t algo : COMBINATIONS) {

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <random>
 
 #include "rexpand_parser.h"
@@ -209,17 +208,15 @@ std::string repeat(std::string_view text, size_t times)
     return out;
 }
 
-/// Expands a hostile expression with the usual limit and returns the number of permutations. The
-/// bound on the time is wide enough for the slowest build; a release takes well under a second.
+/// Expands a hostile expression with the usual limit and returns the number of permutations. One
+/// that took other than linear time would run into the time limit of the test.
 uint32_t expand(const std::string &expression, int expected = 0,
                 rexpand_permutation_list *out = nullptr)
 {
     EXPECT_LE(expression.size(), 65535U);
     rexpand_permutation_list list;
     uint32_t nb = 0;
-    const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(rexpand_process(expression, 32, &nb, &list), expected);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
     EXPECT_EQ(nb, list.size());
     if (out != nullptr)
         *out = std::move(list);
