@@ -5,65 +5,41 @@
     run_mutants.py --draw N [--seed S] [--under FOLDER]
                                          N mutants at random, of all lines of the product
 
-Works on a copy of the tree in build/mutants, and builds there only the test programs that contain
-the changed file: the smallest first, and at the end those that run the whole program. A mutant is
+Works on a copy of the tree in build/mutants, which is built once. Of a mutant the changed file is
+compiled, and the programs that contain it are linked with it, one after another, until a test
+notices: the smallest test programs first, at last whatever runs the shipped programs. A mutant is
 
     killed      where a test fails, crashes or takes too long;
     survived    where none does: a test is missing, or the change makes no difference;
-    no mutant   where it does not compile without a warning, or compiles to the same object (M.
-                Papadakis, Y. Jia, M. Harman and Y. Le Traon, "Trivial compiler equivalence", 2015).
+    refused     where it does not compile without a warning: no mutant;
+    same        where it compiles to the same object: none either (M. Papadakis, Y. Jia, M. Harman
+                and Y. Le Traon, "Trivial compiler equivalence", 2015).
+
+Verdicts are kept in build/mutants/results.jsonl, and a run goes on where one ended: what was killed
+stays so, and so do survivors unless --again is given. A run with --seconds 60 is quick, one with
+--again then shows which of its survivors some other test kills.
 
 Prints the survivors and the share that was killed. Exit code 1 if a mutant survived.
 """
 import argparse
-import hashlib
 import json
 import os
 import random
 import re
-import resource
 import shutil
-import subprocess
 import sys
+import threading
 import time
 from collections import Counter
 
+from mutant_build import SHIPPED, TOP, WORK, Build, output_of
+from mutant_tests import Tests, fresh_folder
 from mutation import mutants_of
 
-TOP = os.path.abspath(os.path.join(os.path.dirname(__file__), "..", ".."))
-WORK = os.path.join(TOP, "build", "mutants")
-SOURCE = os.path.join(WORK, "source")
-# Where an ordinary build of the copy would stand, so that a cache of the compiler serves both.
-BUILD = os.path.join(SOURCE, "build", "release")
-PRODUCT = ("clib_symbol_abstraction/", "modules/src/", "pragmar/src/", "pdata/")
-RUN_SECONDS = 120
-RUN_BYTES = 8 << 30
-
-
-def output_of(*command, cwd=TOP):
-    return subprocess.run(command, cwd=cwd, check=True, capture_output=True, text=True).stdout
-
-
-def copy_tree():
-    """Brings the copy up to date; what has not changed keeps its time."""
-    for name in output_of("git", "ls-files", "--cached", "--others", "--exclude-standard") \
-            .splitlines():
-        source, target = os.path.join(TOP, name), os.path.join(SOURCE, name)
-        if not os.path.isfile(source):
-            continue
-        os.makedirs(os.path.dirname(target), exist_ok=True)
-        if not os.path.exists(target) or read_bytes(source) != read_bytes(target):
-            shutil.copy(source, target)
-
-
-def read_bytes(path):
-    with open(path, "rb") as file:
-        return file.read()
-
-
-def write_text(path, text):
-    with open(path, "w", encoding="utf-8") as file:
-        file.write(text)
+# What is shipped; pages and completions are written by a program of the build.
+PRODUCT = ("clib_symbol_abstraction/", "modules/src/", "pragmar/src/", "pdata/src/",
+           "pdata/applications/pdata/", "pdata/applications/pdata_compiler/")
+RESULTS = os.path.join(WORK, "results.jsonl")
 
 
 def is_product(name):
@@ -108,102 +84,103 @@ def candidates(options):
     return [generator.choice(of_line) for of_line in found]
 
 
-class Build:
-    """The copy, its build, and which programs contain which file."""
+class Trial:
+    """Tries mutants, several at a time, and keeps their verdicts."""
 
-    def __init__(self):
-        copy_tree()
-        self.run_cmake()
-        with open(os.path.join(BUILD, "compile_commands.json"), encoding="utf-8") as file:
-            self.objects = {os.path.relpath(row["file"], SOURCE):
-                            re.search(r" -o (\S+)", row["command"]).group(1)
-                            for row in json.load(file)}
-        self.programs = self.find_programs()
+    def __init__(self, options):
+        self.build = Build(options.jobs)
+        self.tests = Tests(self.build, options.jobs, WORK)
+        self.most = options.draw or sys.maxsize
+        self.seconds = options.seconds or sys.maxsize
+        self.end = time.monotonic() + 60 * options.minutes if options.minutes else None
+        self.queue = iter(candidates(options))
+        self.lock = threading.Lock()
+        self.total = Counter()
+        self.known = {} if options.afresh else known_verdicts(options.again)
 
-    @staticmethod
-    def run_cmake():
-        subprocess.run(["cmake", "-S", SOURCE, "-B", BUILD, "-G", "Ninja",
-                        "-DCMAKE_BUILD_TYPE=Release", "-DPDATA_LTO=OFF", "-DCMAKE_CXX_FLAGS=",
-                        "-DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON",
-                        "-DCMAKE_EXE_LINKER_FLAGS=" +
-                        ("-fuse-ld=mold" if shutil.which("mold") else ""),
-                        "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON"],
-                       check=True, stdout=subprocess.DEVNULL)
+    def next(self):
+        """The next mutant that has no verdict; None when there are enough."""
+        with self.lock:
+            while not (self.end and time.monotonic() > self.end):
+                if self.total["killed"] + self.total["survived"] + self.total["tried"] >= self.most:
+                    return None
+                mutant = next(self.queue, None)
+                if mutant is None:
+                    return None
+                row = self.known.get(key_of(mutant))
+                if row is None:
+                    self.total["tried"] += 1
+                    return mutant
+                self.count(mutant, row)
+        return None
 
-    @staticmethod
-    def find_programs():
-        """Returns the sources of every test program, and of the programs that cases run."""
-        targets = output_of("ninja", "-t", "targets", "all", cwd=BUILD)
-        names = re.findall(r"^(tests/\S*_test): CXX_EXECUTABLE_LINKER", targets, re.M) + \
-            ["bin/pdata_compiler", "bin/pdata"]
-        return {name: frozenset(output_of("ninja", "-t", "inputs", name, cwd=BUILD).split())
-                for name in names}
+    def count(self, mutant, row):
+        self.total[row["verdict"]] += 1
+        if row["verdict"] == "survived":
+            print(f"{mutant.path}:{mutant.number}\n  - {mutant.before.strip()}\n"
+                  f"  + {mutant.after.strip()}", flush=True)
 
-    def programs_of(self, name):
-        """The programs that contain a file, the smallest first."""
-        path = os.path.join(SOURCE, name)
-        found = [program for program, inputs in self.programs.items() if path in inputs]
-        return sorted(found, key=lambda program: (program.startswith("bin/"),
-                                                  len(self.programs[program])))
+    def work(self, folder):
+        while (mutant := self.next()) is not None:
+            start = time.monotonic()
+            verdict, by = self.verdict_of(mutant, fresh_folder(folder))
+            row = dict(mutant._asdict(), verdict=verdict, by=by,
+                       seconds=round(time.monotonic() - start, 1))
+            with self.lock, open(RESULTS, "a", encoding="utf-8") as file:
+                file.write(json.dumps(row) + "\n")
+                self.total["tried"] -= 1
+                self.count(mutant, row)
+        shutil.rmtree(folder, ignore_errors=True)
 
-    def make(self, target):
-        return subprocess.run(["ninja", "-j2", target], cwd=BUILD, check=False,
-                              stdout=subprocess.DEVNULL).returncode == 0
+    def verdict_of(self, mutant, folder):
+        """Returns the verdict, and the test that killed it."""
+        lines = lines_of(mutant.path)
+        lines[mutant.number - 1] = mutant.after
+        programs = self.build.programs_of(mutant.path)
+        path = self.build.compile(mutant.path, "\n".join(lines), folder) if programs else None
+        if path is None:
+            return "refused", None
+        if self.build.same_object(mutant.path, path):
+            return "same", None
+        linked = self.link_shipped(mutant, path, folder)
+        left = self.seconds
+        for name in self.tests.of(mutant.path, programs):
+            left -= self.tests.seconds[name]
+            if left < 0:
+                break
+            if name in programs and name not in linked:
+                linked.add(name)
+                if not self.build.link(name, mutant.path, path, folder):
+                    continue
+            if not self.tests.passes(name, folder, fresh_folder(os.path.join(folder, "run"))):
+                with self.lock:
+                    self.tests.kills[os.path.dirname(mutant.path), name] += 1
+                return "killed", name
+        return "survived", None
 
-    def object_hash(self, name):
-        return hashlib.sha256(read_bytes(os.path.join(BUILD, self.objects[name]))).digest()
+    def link_shipped(self, mutant, path, folder):
+        """Fills folder/bin with the shipped programs, changed where they contain the file."""
+        programs = set(self.build.programs_of(mutant.path)) & set(SHIPPED)
+        os.makedirs(os.path.join(folder, "bin"))
+        for program in SHIPPED:
+            if program not in programs or \
+                    not self.build.link(program, mutant.path, path, folder):
+                os.symlink(self.build.path_of(program), os.path.join(folder, program))
+        return programs
 
 
-def limit_memory():
-    resource.setrlimit(resource.RLIMIT_AS, (RUN_BYTES, RUN_BYTES))
+def key_of(mutant):
+    return mutant.path, mutant.number, mutant.before, mutant.after
 
 
-def passes(program):
-    """Runs a test program, or the cases of a program."""
-    path = os.path.join(BUILD, program)
-    command = [path, "--gtest_brief=1"]
-    folder = os.path.dirname(path)
-    if program.startswith("bin/"):
-        kinds = "companion" if program == "bin/pdata" else "cases|golden"
-        command, folder = ["ctest", "-j2", "--timeout", str(RUN_SECONDS), "--stop-on-failure",
-                           "-R", f"^({kinds})\\."], BUILD
-    try:
-        return subprocess.run(command, cwd=folder, check=False, timeout=2 * RUN_SECONDS,
-                              preexec_fn=limit_memory, stdout=subprocess.DEVNULL,
-                              stderr=subprocess.DEVNULL).returncode == 0
-    except subprocess.TimeoutExpired:
-        return False
-
-
-def needs(build, program):
-    """What must be built to run a program's tests."""
-    extra = {"bin/pdata_compiler": ["loadable_verify"], "bin/pdata": ["pdata_compiler"]}
-    return all(build.make(target) for target in [program] + extra.get(program, []))
-
-
-def try_mutant(build, mutant, most):
-    """Returns "killed", "survived" or "no mutant"."""
-    programs = build.programs_of(mutant.path)
-    if not programs:
-        return "no mutant"
-    path = os.path.join(SOURCE, mutant.path)
-    text = read_bytes(path).decode()
-    if not build.make(build.objects[mutant.path]):
-        sys.exit(f"{mutant.path} does not compile unchanged")
-    before = build.object_hash(mutant.path)
-    lines = text.split("\n")
-    lines[mutant.number - 1] = mutant.after
-    try:
-        write_text(path, "\n".join(lines))
-        if not build.make(build.objects[mutant.path]) or \
-                build.object_hash(mutant.path) == before:
-            return "no mutant"
-        chosen = [program for program in programs if program.startswith("tests/")][:most] + \
-            [program for program in programs if program.startswith("bin/")]
-        survived = all(needs(build, program) and passes(program) for program in chosen)
-        return "survived" if survived else "killed"
-    finally:
-        write_text(path, text)
+def known_verdicts(again):
+    """The verdicts of earlier runs; with `again` without those that survived."""
+    if not os.path.exists(RESULTS):
+        return {}
+    with open(RESULTS, encoding="utf-8") as file:
+        rows = [json.loads(line) for line in file]
+    known = {(row["path"], row["number"], row["before"], row["after"]): row for row in rows}
+    return {key: row for key, row in known.items() if not again or row["verdict"] != "survived"}
 
 
 def arguments():
@@ -212,8 +189,12 @@ def arguments():
     parser.add_argument("--draw", type=int, default=0, help="as many mutants, at random")
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--under", default="", help="only files whose name begins so")
-    parser.add_argument("--programs", type=int, default=6, help="test programs a mutant, at most")
+    parser.add_argument("--jobs", type=int, default=2, help="mutants tried at a time")
     parser.add_argument("--minutes", type=float, default=0, help="ends early after so long")
+    parser.add_argument("--seconds", type=float, default=0,
+                        help="of tests a mutant, the likeliest to notice it; 0: all")
+    parser.add_argument("--again", action="store_true", help="tries known survivors once more")
+    parser.add_argument("--afresh", action="store_true", help="forgets all verdicts")
     options = parser.parse_args()
     if bool(options.commit) == bool(options.draw):
         parser.error("a commit, or --draw N")
@@ -222,23 +203,18 @@ def arguments():
 
 def main():
     options = arguments()
-    os.nice(15) # it runs for hours; others go first
-    build = Build()
-    start = time.monotonic()
-    total = Counter()
-    for mutant in candidates(options):
-        tried = total["killed"] + total["survived"]
-        if (options.draw and tried == options.draw) or \
-                (options.minutes and time.monotonic() - start > 60 * options.minutes):
-            break
-        verdict = try_mutant(build, mutant, options.programs)
-        total[verdict] += 1
-        if verdict == "survived":
-            print(f"{mutant.path}:{mutant.number}\n  - {mutant.before.strip()}\n"
-                  f"  + {mutant.after.strip()}", flush=True)
+    os.nice(19) # it runs for hours; others go first
+    trial = Trial(options)
+    workers = [threading.Thread(target=trial.work, args=(os.path.join(WORK, f"try{number}"),))
+               for number in range(options.jobs)]
+    for worker in workers:
+        worker.start()
+    for worker in workers:
+        worker.join()
+    total = trial.total
     tried = total["killed"] + total["survived"]
-    print(f"{tried} mutants, {total['killed']} killed, {total['survived']} survived, "
-          f"{total['no mutant']} were none")
+    print(f"{tried} mutants, {total['killed']} killed, {total['survived']} survived; "
+          f"{total['same']} compiled to the same object, {total['refused']} not without a warning")
     if tried:
         print(f"{100 * total['killed'] / tried:.1f} % killed")
     return 1 if total["survived"] else 0
