@@ -21,8 +21,9 @@ if(PDATA_SANITIZE_THREADS)
     target_link_options(pdata_flags INTERFACE -fsanitize=thread)
 endif()
 if(PDATA_COVERAGE)
+    # What modules and programs run is counted; tests/ empties this for its own code.
+    set(pdata_counted --coverage -fprofile-update=atomic)
     set(CMAKE_CXX_FLAGS_DEBUG "-O0 -g1")
-    target_compile_options(pdata_flags INTERFACE --coverage -fprofile-update=atomic)
     target_link_options(pdata_flags INTERFACE --coverage)
 endif()
 
@@ -105,7 +106,7 @@ function(pdata_module name)
     pdata_together(${name})
     target_include_directories(${name} PUBLIC ${ARG_DIR} ${ARG_INCLUDES})
     target_compile_options(${name} PRIVATE
-        ${pdata_lto} $<$<BOOL:${pdata_lto}>:-ffat-lto-objects> ${pdata_hardened_code}
+        ${pdata_counted} ${pdata_lto} $<$<BOOL:${pdata_lto}>:-ffat-lto-objects> ${pdata_hardened_code}
         $<$<NOT:$<BOOL:$<TARGET_PROPERTY:POSITION_INDEPENDENT_CODE>>>:${pdata_hardened_program}>)
     target_link_libraries(${name} PUBLIC ${ARG_DEPENDS} PRIVATE pdata_flags)
 endfunction()
@@ -115,7 +116,8 @@ function(pdata_program name)
     cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     pdata_together(${name})
-    target_compile_options(${name} PRIVATE ${pdata_hardened_code} ${pdata_hardened_program})
+    target_compile_options(${name} PRIVATE
+        ${pdata_counted} ${pdata_hardened_code} ${pdata_hardened_program})
     target_link_libraries(${name} PRIVATE ${ARG_DEPENDS} pdata_program_flags)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 endfunction()

@@ -9,7 +9,8 @@
  *     FAULT_NTH     which call of it, from 1; without them nothing fails
  *
  * Standard input and output go through the same calls as files do: the C library would bypass
- * them. Calls in front of main are never made to fail; allocations there are counted on their own.
+ * them. Calls in front of main, and allocations behind it, are never made to fail; allocations in
+ * front of it are counted on their own.
  */
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -56,12 +57,12 @@ static _Atomic uint64_t unread_counts[FAULT_DIM];
 static _Atomic uint64_t *counts = unread_counts;
 static uint64_t chosen_nth;
 static enum fault_kind chosen_kind = FAULT_KINDS;
-static enum { BEFORE_MAIN, STARTING, WITHIN_MAIN } stage;
+static enum { BEFORE_MAIN, STARTING, WITHIN_MAIN, BEHIND_MAIN } stage;
 
 /* Counts a call. Returns whether it is the one to fail. */
 static int is_due(enum fault_kind kind)
 {
-    if (stage != WITHIN_MAIN)
+    if (stage < WITHIN_MAIN)
         return 0;
     const uint64_t nth = atomic_fetch_add(&counts[kind], 1) + 1;
     if (kind != chosen_kind || nth != chosen_nth)
@@ -100,7 +101,7 @@ static int memory_fails(void)
 {
     if (stage == BEFORE_MAIN)
         atomic_fetch_add(&counts[FAULT_EARLY], 1);
-    if (!is_due(FAULT_MEMORY))
+    if (stage == BEHIND_MAIN || !is_due(FAULT_MEMORY))
         return 0;
     errno = ENOMEM;
     return 1;
@@ -139,8 +140,18 @@ int posix_memalign(void **block, size_t alignment, size_t size)
 /* The operation of this name that stands behind this library. */
 #define NEXT(name) ((__typeof__(&(name)))dlsym(RTLD_NEXT, #name))
 
+/* A program whose lines are counted (scripts/coverage) writes the counts at its end, which is no
+ * part of it. */
+static void leave_counting_of_lines(const char *path)
+{
+    const size_t length = strlen(path);
+    if (length > 5 && strcmp(path + length - 5, ".gcda") == 0)
+        stage = STARTING;
+}
+
 static int open_it(const char *path, int flags, mode_t mode)
 {
+    leave_counting_of_lines(path);
     return fails(FAULT_OPEN, EMFILE) ? -1 : (int)syscall(SYS_openat, AT_FDCWD, path, flags, mode);
 }
 
@@ -400,7 +411,9 @@ static int counted_main(int argc, char **argv, char **environment)
     choose_fault();
     replace_streams();
     stage = WITHIN_MAIN;
-    return program_main(argc, argv, environment);
+    const int status = program_main(argc, argv, environment);
+    stage = BEHIND_MAIN;
+    return status;
 }
 
 typedef int start_operation(int (*)(int, char **, char **), int, char **, void (*)(void),

@@ -1,12 +1,13 @@
 /// How often a random test repeats, and how many of all cases one takes that tries them all.
 ///
-/// The optimised build does every round and takes every case; under sanitizers, where a round takes
-/// many times as long and is there to be watched rather than to search, some of them suffice.
+/// The optimised build does every round and takes every case; under sanitizers and where lines are
+/// counted, where a round takes many times as long and is there to be watched rather than to
+/// search, some of them suffice.
 #pragma once
 
 #include <cstdint>
 
-#if defined(__SANITIZE_ADDRESS__)
+#ifdef PDATA_FEW_ROUNDS
 constexpr uint32_t ROUNDS_DIVISOR = 4;
 constexpr uint32_t ROUNDS_STEP = 11;
 #else
