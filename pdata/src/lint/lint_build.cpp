@@ -3,6 +3,7 @@
 #include "csa_protodef.h"
 #include "format_limits.h"
 #include "lint_take.h"
+#include "lint_words.h"
 
 namespace
 {
@@ -90,8 +91,22 @@ void count_value(lint_build_t &build, size_t token, bool offset)
         lint_report_many(build, token, "values in a sub-rule", most);
 }
 
+/// Takes a number whose key says minimum data with a slip. Returns false where that is not so.
+bool take_misspelt_mindata(lint_build_t &build, const lint_member_t &member)
+{
+    constexpr std::string_view keys[] = {"mindata", "cts-mindata", "stc-mindata"};
+    const std::string_view meant = lint_nearest(lint_token_raw(build, member.key), keys);
+    if (lint_token(build, member.value).kind != TEXT_NUMBER || meant.empty())
+        return false;
+    lint_report_key(build, member.key, meant);
+    take_member(build, {member.key, member.value, *lint_find_key(LINT_SUB_RULE, meant)});
+    return true;
+}
+
 void take_attribute(lint_build_t &build, const lint_member_t &member)
 {
+    if (take_misspelt_mindata(build, member))
+        return;
     const std::vector<size_t> values = lint_take_values(build, member);
     if (build.nr_value >= VALUES_MAX)
         return;

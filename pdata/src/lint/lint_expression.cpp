@@ -1,5 +1,8 @@
 #include "lint_expression.h"
 
+#include <cctype>
+
+#include "lint_words.h"
 #include "module_error.h"
 
 namespace
@@ -9,8 +12,11 @@ namespace
 struct lint_scan_t {
     int groups = 0;
     bool in_class = false;
-    bool begins = true; ///< no element stands in front that could be repeated
+    bool begins = true;   ///< no element stands in front that could be repeated
+    bool postfix = false; ///< what stands in front is repeated already
 };
+
+constexpr const char *TWICE = "one of '*', '+' and '?' alone may stand behind a part";
 
 /// Reads one byte, or two behind a backslash. Returns what is wrong with it, or null.
 const char *read_byte(lint_scan_t &scan, char c)
@@ -20,11 +26,16 @@ const char *read_byte(lint_scan_t &scan, char c)
         return nullptr;
     }
     const bool begins = scan.begins;
+    const bool postfix = scan.postfix;
     scan.begins = c == '(' || c == '|';
+    scan.postfix = false;
     scan.in_class = c == '[';
     scan.groups += c == '(' ? 1 : c == ')' ? -1 : 0;
     if (c == '*' || c == '+' || c == '?') {
         scan.begins = true; // one postfix alone may follow
+        scan.postfix = true;
+        if (postfix)
+            return TWICE;
         return begins ? "nothing in front of '*', '+' or '?' can be repeated" : nullptr;
     }
     if (scan.groups < 0)
@@ -32,14 +43,61 @@ const char *read_byte(lint_scan_t &scan, char c)
     return c == ']' ? "a ']' that closes nothing" : nullptr;
 }
 
+/// Forms of other expressions that are none here.
+struct foreign_t {
+    std::string_view form;
+    bool in_class;
+    lint_expression_fault_t fault;
+};
+
+const foreign_t foreign_forms[] = {
+    {"(?:", false, {"\"(?:\" is no group here", "write \"(\""}},
+    {"(?i)",
+     false,
+     {"\"(?i)\" is none here: the attribute says whether case matters", "leave it out"}},
+    {"(?", false, {"\"(?\" is no group here", "write what is meant as several values"}},
+    {"[:", true, {"a set has no classes by name", "write their bytes, [0-9] or [a-zA-Z]"}},
+};
+
+/// Returns what is wrong with the beginning of a text, or null.
+const lint_expression_fault_t *foreign_at(std::string_view text, const lint_scan_t &scan)
+{
+    for (const foreign_t &row : foreign_forms)
+        if (scan.in_class == row.in_class && text.starts_with(row.form))
+            return &row.fault;
+    return nullptr;
+}
+
+/// Returns a name with a wildcard in front of it, "*.example.com", as an expression; empty where an
+/// expression is no such name.
+std::string wildcard_name(std::string_view expression)
+{
+    if (!expression.starts_with("*.") || expression.size() < 3)
+        return "";
+    std::string name;
+    for (const char c : expression.substr(2)) {
+        if (c == '\\')
+            continue;
+        if (!(std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '-' || c == '.' || c == '_'))
+            return "";
+        name += c == '.' ? "\\." : std::string(1, c);
+    }
+    return "(.*\\.)?" + name;
+}
+
 lint_expression_fault_t fault_of(std::string_view expression)
 {
+    if (const std::string name = wildcard_name(expression); !name.empty())
+        return {"nothing in front of '*' can be repeated", "write " + lint_json(name)};
+
     lint_scan_t scan;
     for (size_t at = 0; at < expression.size(); ++at) {
+        if (const lint_expression_fault_t *foreign = foreign_at(expression.substr(at), scan))
+            return *foreign;
         if (expression[at] == '\\') {
             if (++at == expression.size())
                 return {"a backslash at the end", "write \"\\\\\\\\\" for a backslash"};
-            scan.begins = false;
+            scan.begins = scan.postfix = false;
             continue;
         }
         const bool anchor = !scan.in_class && (expression[at] == '^' || expression[at] == '$');
@@ -47,7 +105,8 @@ lint_expression_fault_t fault_of(std::string_view expression)
             return {"a '^' or '$': a value matches the whole of the data",
                     "leave it out, or write \"\\\\^\" or \"\\\\$\" for the byte"};
         if (const char *wrong = read_byte(scan, expression[at]))
-            return {wrong, "write a \"\\\\\" in front of it for the byte"};
+            return {wrong, wrong == TWICE ? "leave one of them"
+                                          : "write a \"\\\\\" in front of it for the byte"};
     }
     if (scan.in_class)
         return {"a '[' that is not closed", "write ']' behind the set, or \"\\\\[\" for the byte"};

@@ -145,9 +145,10 @@ std::string with_dots(std::string_view value)
 
 void look_dot(const lint_look_t &look)
 {
-    const std::string &value = look.value->decoded;
-    if (value.find('[') != value.npos)
-        return; // a dot of a set is a dot
+    // A dot whose backslash JSON took away is another finding.
+    const std::string value = lint_decoded(lint_with_backslashes(look.value->raw));
+    if (value.find('[') != value.npos || value.find("://") != value.npos || value.starts_with('*'))
+        return; // a dot of a set is a dot, and what is no name has other faults
     const std::string meant = with_dots(value);
     if (meant == value)
         return;
@@ -168,6 +169,32 @@ void look_port(const lint_look_t &look)
         return;
     lint_report(look, FINDING_HOST_WITH_PORT, "the name of a host comes without a port",
                 "write " + lint_json(value.substr(0, colon)));
+}
+
+/// Names on the wire are labels with dots between them: an address of a page, an end without a
+/// front and letters beyond ASCII are none. A certificate may say more of its owner than a name.
+void look_name(const lint_look_t &look)
+{
+    const std::string_view value = look.value->decoded;
+    const std::string_view attribute = look.attribute->name;
+    if (attribute == "common_name" || attribute == "subject_alt_name")
+        return;
+    const bool page = value.find('/') != value.npos;
+    const bool front = value.starts_with("\\.");
+    const bool back = value.size() > 2 && value.ends_with("\\.") && value[value.size() - 3] != '\\';
+    const bool letters = std::ranges::any_of(value, [](char c) { return c < 0; });
+    if (page)
+        lint_report(look, FINDING_NO_HOST_NAME, "the name of a host has no '/'",
+                    "write the name alone, and \"cts-uri\" for the path of http");
+    else if (front)
+        lint_report(look, FINDING_NO_HOST_NAME, "no name begins with a dot",
+                    "write " + lint_json(lint_joined({"(.*\\.)?", value.substr(2)})));
+    else if (back)
+        lint_report(look, FINDING_NO_HOST_NAME, "names come without a dot at their end",
+                    "write " + lint_json(value.substr(0, value.size() - 2)));
+    else if (letters)
+        lint_report(look, FINDING_NO_HOST_NAME, "a name has letters of ASCII alone",
+                    "write its labels as they are sent, \"xn--...\"");
 }
 
 void look_case(const lint_look_t &look)
@@ -196,8 +223,8 @@ void look_suffix(const lint_look_t &look)
                     "write one more label in front of it");
 }
 
-constexpr lint_row_t rows[] = {
-    {look_open_host}, {look_dot}, {look_port}, {look_case}, {look_suffix}};
+constexpr lint_row_t rows[] = {{look_open_host}, {look_dot},  {look_port},
+                               {look_name},      {look_case}, {look_suffix}};
 
 } // namespace
 

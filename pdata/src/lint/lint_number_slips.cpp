@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "lint_number_meant.h"
 #include "lint_rules.h"
 #include "lint_values.h"
 #include "lint_words.h"
@@ -62,6 +63,8 @@ std::string meant_numbers(std::string_view value)
     const std::string_view number = value.substr(0, value.find_first_not_of("0123456789-"));
     const std::string_view behind = value.substr(number.size());
     const bool transport = behind == "/tcp" || behind == "/udp";
+    if (const std::string range = lint_meant_range(value); !range.empty())
+        return range;
     return transport && is_plain(number) ? std::string(number) : with_commas(value);
 }
 

@@ -1,3 +1,4 @@
+#include <set>
 #include <unordered_set>
 
 #include "lint_proof.h"
@@ -166,17 +167,31 @@ const lint_look_t *winner_of(const gathered_rules_t &gathered, const prove_rule_
     return index < gathered.stored.size() ? &gathered.stored[index] : nullptr;
 }
 
+/// Returns where the rules stand that repeat another one: that they lose to it needs no word.
+std::set<std::pair<uint32_t, uint32_t>> repeated_rules(const gathered_rules_t &gathered)
+{
+    std::set<std::pair<uint32_t, uint32_t>> places;
+    if (!gathered.places.empty())
+        for (const finding_t &finding : gathered.places.front().findings)
+            if (finding.id == FINDING_DUPLICATE_RULE)
+                places.emplace(finding.place.file, finding.place.begin);
+    return places;
+}
+
 /// Reports each rule once, however often it is stored.
 void report_rules(const gathered_rules_t &gathered, const lint_proved_t &proved,
                   const std::vector<prove_rule_verdict_t> &verdicts)
 {
     std::unordered_set<const lint_rule_t *> reported;
+    const std::set<std::pair<uint32_t, uint32_t>> repeated = repeated_rules(gathered);
     for (size_t i = 0; i < verdicts.size(); ++i) {
         const lint_look_t &rule = gathered.places[i];
         const prove_rule_verdict_t &verdict = verdicts[i];
         const bool is_dead = verdict.outcome == PROVE_RULE_DEAD || gathered.rules[i].items.empty();
         const lint_look_t *winner = winner_of(gathered, verdict);
+        const finding_place_t &place = rule.rule->place;
         if ((!is_dead && winner == nullptr) || has_dead_value(rule, proved) ||
+            (!is_dead && repeated.contains({place.file, place.begin})) ||
             !reported.insert(rule.rule).second)
             continue;
         if (is_dead)

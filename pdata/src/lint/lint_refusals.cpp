@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "format_scope.h"
+#include "lint_attribute_meant.h"
 #include "lint_resolve.h"
 #include "lint_rules.h"
 #include "lint_words.h"
@@ -35,8 +36,9 @@ void look_order(const lint_look_t &look)
     if (!order || !is_read(*look.rule))
         return;
     if (!lint_read_order(order->decoded, range, number)) {
-        lint_report_at(look, order->place, FINDING_ORDER_COLON, "an order without a colon",
-                       lint_joined({"write \"", order->raw, ":0\", a range and an order"}))
+        lint_report_at(
+            look, order->place, FINDING_ORDER_COLON, "an order without a colon",
+            lint_joined({"write \"", lint_meant_order(order->raw), "\", a range and an order"}))
             .value = order->raw;
     } else if (pdb_rule_get_priority(range, number, &priority) != PDATA_SUCCESS) {
         lint_report_at(look, order->place, FINDING_ORDER_RANGE, pdata_status_msg_get(),
@@ -153,26 +155,6 @@ void look_mixed(const lint_look_t &look)
                            "write a rule for each of the protocols");
 }
 
-std::string attributes_of(std::string_view protocol)
-{
-    std::string names;
-    for (const pdb_attr_properties_t &row : pdb_attr_properties_table())
-        if (row.proper_proto != nullptr && row.proper_proto == protocol)
-            names += (names.empty() ? "write one of " : ", ") + std::string(row.proper_attr);
-    return names.empty() ? "no attribute of " + lint_quoted(protocol) + " can be tested" : names;
-}
-
-/// Says which attribute is meant, or which there are.
-std::string meant_attribute(const lint_look_t &look, std::string_view protocol)
-{
-    std::vector<std::string_view> names;
-    for (const pdb_attr_properties_t &row : pdb_attr_properties_table())
-        if (row.proper_proto != nullptr && row.proper_proto == protocol)
-            names.emplace_back(row.proper_attr);
-    const std::string_view nearest = lint_nearest(look.attribute->name, names);
-    return nearest.empty() ? attributes_of(protocol) : "write " + lint_quoted(nearest);
-}
-
 const char *way_prefix(csa_attr_way_t way)
 {
     return way == ATTR_WAY_CTS ? "cts-" : "stc-";
@@ -182,12 +164,12 @@ void look_attribute(const lint_look_t &look)
 {
     const lint_attribute_t &attribute = *look.attribute;
     const std::string bottom(lint_bottom(*look.sub_rule));
-    if (attribute.key.raw.ends_with("stream_offset") && !attribute.offset)
-        return; // its shape is wrong
+    if (bottom.empty() || (attribute.key.raw.ends_with("_offset") && attribute.values.empty()))
+        return; // its shape is wrong, which was said
     if (attribute.written == nullptr) {
         lint_report(look, FINDING_UNKNOWN_ATTRIBUTE,
                     bottom + " has no attribute " + lint_quoted(attribute.name),
-                    meant_attribute(look, bottom));
+                    lint_meant_attribute(bottom, attribute.key.raw));
         return;
     }
     const csa_attr_way_t allowed = attribute.written->proper_allowed_way;
@@ -216,14 +198,18 @@ void look_mindata(const lint_look_t &look)
         if (at.attribute->matched == nullptr ||
             at.attribute->matched->mindata_status != MINDATA_MANDATORY)
             return;
-        for (const csa_attr_way_t way : {ATTR_WAY_CTS, ATTR_WAY_STC}) {
-            if (!lint_tests_way(*at.attribute, way) || lint_mindata(*at.rule, way) != 0)
-                continue;
-            const std::string key = lint_joined({"\"", way_prefix(way), "mindata\""});
-            lint_report(at, FINDING_MISSING_MINDATA,
-                        at.attribute->name + " needs minimum data, and there is no " + key,
-                        "write " + key + " with the bytes that its values need");
-        }
+        const auto lacks = [&](csa_attr_way_t way) {
+            return lint_tests_way(*at.attribute, way) && lint_mindata(*at.rule, way) == 0;
+        };
+        const bool cts = lacks(ATTR_WAY_CTS);
+        const bool stc = lacks(ATTR_WAY_STC);
+        if (!cts && !stc)
+            return;
+        const char *prefix = cts && stc ? "" : way_prefix(cts ? ATTR_WAY_CTS : ATTR_WAY_STC);
+        const std::string key = lint_joined({"\"", prefix, "mindata\""});
+        lint_report(at, FINDING_MISSING_MINDATA,
+                    at.attribute->name + " needs minimum data, and there is no " + key,
+                    "write " + key + " with the bytes that its values need");
     });
 }
 

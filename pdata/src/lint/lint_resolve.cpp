@@ -1,5 +1,6 @@
 #include "lint_resolve.h"
 
+#include "lint_words.h"
 #include "matcher_alias_serialize.h"
 #include "pdb_rule_priority.h"
 
@@ -111,4 +112,19 @@ bool lint_read_order(std::string_view order, uint32_t &range, uint32_t &number)
     range = digits_of(order.substr(0, colon));
     number = digits_of(order.substr(colon + 1));
     return true;
+}
+
+std::string lint_meant_order(std::string_view text)
+{
+    constexpr std::string_view digits = "0123456789";
+    const size_t end = text.find_first_not_of(digits);
+    const std::string_view behind = end == text.npos ? "" : text.substr(end + 1);
+    const bool two = end != 0 && !behind.empty() && behind.find_first_not_of(digits) == text.npos;
+    return two ? lint_joined({text.substr(0, end), ":", behind}) : std::string(text) + ":0";
+}
+
+uint32_t lint_stored_way(const lint_attribute_t &attribute)
+{
+    const bool bare = attribute.written_way == ATTR_WAY_BOTH && attribute.written != nullptr;
+    return bare ? attribute.written->proper_allowed_way : attribute.written_way;
 }

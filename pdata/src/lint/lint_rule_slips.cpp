@@ -46,9 +46,11 @@ void look_order_ignored(const lint_look_t &look)
     const bool second = std::ranges::any_of(rule.sub_rules, [](const lint_sub_rule_t &sub_rule) {
         return !sub_rule.attributes.empty();
     });
+    if (!second)
+        return; // nothing fires the rule, which is another finding
     lint_report_at(look, rule.order->place, FINDING_ORDER_IGNORED,
                    "nothing reads the order: the first sub-rule has no attributes",
-                   second ? "write the sub-rule with attributes first" : "leave the order out")
+                   "write the sub-rule with attributes first")
         .value = rule.order->raw;
 }
 
@@ -100,21 +102,13 @@ void look_scope_prefix(const lint_look_t &look)
     }
 }
 
-/// The direction that an attribute is stored with, before aliases: a bare one of a single direction
-/// gets it.
-uint32_t stored_way(const lint_attribute_t &attribute)
-{
-    const bool bare = attribute.written_way == ATTR_WAY_BOTH && attribute.written != nullptr;
-    return bare ? attribute.written->proper_allowed_way : attribute.written_way;
-}
-
 /// Minimum data of a direction that no attribute of the rule is tested in.
 void look_mindata_direction(const lint_look_t &look)
 {
     const auto tested = [&](csa_attr_way_t way) {
         for (const lint_sub_rule_t &sub_rule : look.rule->sub_rules)
             for (const lint_attribute_t &attribute : sub_rule.attributes)
-                if ((stored_way(attribute) & way) != 0)
+                if ((lint_stored_way(attribute) & way) != 0)
                     return true;
         return false;
     };
@@ -142,38 +136,6 @@ void look_preempt_parts(const lint_look_t &look)
     else if (attributes.size() == 2 && attributes[0].name != attributes[1].name)
         lint_report(look, FINDING_PREEMPT_PARTS, "a preempt rule of two attributes",
                     "leave one of them, or one in both directions");
-}
-
-void look_one_way(const lint_look_t &look)
-{
-    const lint_attribute_t &attribute = *look.attribute;
-    if (attribute.written == nullptr || attribute.written_way != ATTR_WAY_BOTH ||
-        attribute.written->proper_allowed_way == ATTR_WAY_BOTH)
-        return;
-    const bool cts = attribute.written->proper_allowed_way == ATTR_WAY_CTS;
-    const std::string meant = lint_joined({"\"", cts ? "cts-" : "stc-", attribute.key.raw, "\""});
-    lint_mend(lint_report(look, FINDING_ONE_WAY_ATTRIBUTE,
-                          lint_joined({lint_quoted(attribute.name), " is there in one direction"}),
-                          "write " + meant),
-              meant);
-}
-
-/// Aliases for each single direction, and none for both at once.
-void look_alias(const lint_look_t &look)
-{
-    const lint_attribute_t &attribute = *look.attribute;
-    const auto has = [&](csa_attr_way_t way) {
-        return matcher_alias_find(look.config.aliases, csa_str(lint_bottom(*look.sub_rule)),
-                                  csa_str(attribute.name), way) != nullptr;
-    };
-    if (attribute.written == nullptr || stored_way(attribute) != ATTR_WAY_BOTH ||
-        has(ATTR_WAY_BOTH) || !has(ATTR_WAY_CTS) || !has(ATTR_WAY_STC))
-        return;
-    lint_report(
-        look, FINDING_ALIAS_DIRECTION,
-        lint_joined({"aliases take ", lint_quoted(attribute.name),
-                     " in each direction, and miss it in both at once"}),
-        lint_joined({"write \"cts-", attribute.name, "\" or \"stc-", attribute.name, "\""}));
 }
 
 /// A number beyond 32 bits, or an offset beyond 16, keeps its low bits.
@@ -206,50 +168,13 @@ void look_offset(const lint_look_t &look)
             .value = offset->raw;
 }
 
-bool is_text(const lint_attribute_t &attribute)
-{
-    return attribute.matched->proper_type == MATCHER_TYPE_STREAM;
-}
-
-/// Tells whether two values can be there at once: of a number, an address or a name one alone is.
-bool is_single(const lint_attribute_t &attribute)
-{
-    if (!is_text(attribute))
-        return true;
-    const std::string_view name = attribute.name;
-    return (name == "server" || name == "server_name" || name == "query" ||
-            name == "common_name") &&
-           std::ranges::none_of(attribute.values, [](const lint_text_t &value) {
-               return value.decoded.ends_with(".*") || value.decoded.ends_with(".+");
-           });
-}
-
-void look_all(const lint_look_t &look)
-{
-    const lint_attribute_t &attribute = *look.attribute;
-    if (!attribute.array || attribute.values.size() < 2 || attribute.matched == nullptr ||
-        !is_single(attribute))
-        return;
-    const bool text = is_text(attribute);
-    std::string meant = text ? "(" : "";
-    for (const lint_text_t &value : attribute.values)
-        meant += (meant.size() < 2 ? "" : text ? "|" : ",") + value.decoded;
-    meant = lint_json(text ? meant + ")" : meant);
-    lint_report(look, FINDING_ALL_MUST_MATCH,
-                "all values of an array must match, and a flow has one of them", "write " + meant);
-}
-
-void look_attribute(const lint_look_t &look)
-{
-    look_one_way(look);
-    look_alias(look);
-    look_offset(look);
-    look_all(look);
-}
-
 void look_attributes(const lint_look_t &look)
 {
-    lint_each_attribute(look, look_attribute);
+    lint_each_attribute(look, [](const lint_look_t &attribute) {
+        look_offset(attribute);
+        for (const lint_row_t &row : lint_attribute_rows())
+            row.look(attribute);
+    });
 }
 
 void look_numbers(const lint_look_t &look)

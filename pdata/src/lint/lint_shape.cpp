@@ -1,5 +1,6 @@
 #include "lint_shape.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "lint_vocabulary.h"
@@ -13,6 +14,7 @@ struct shape_level_t {
     size_t token;    ///< its bracket
     uint32_t before; ///< the node in front of the member at hand and of its comma
     bool first = true;
+    std::vector<std::string_view> meant{}; ///< keys that stand here under another name or too late
 };
 
 /// A check on its way through the tokens.
@@ -50,26 +52,27 @@ void report(shape_walk_t &walk, finding_id_t id, size_t token, std::string messa
     walk.findings.push_back(std::move(finding));
 }
 
-trans_type_t event_of(text_token_kind_t kind)
+/// What a token is to the machine, and how a message calls the value that it begins.
+struct token_row_t {
+    text_token_kind_t kind;
+    trans_type_t event;
+    const char *name;
+};
+
+constexpr token_row_t token_rows[] = {
+    {TEXT_OBJECT, TRANS_OBJECT_START, "an object"},
+    {TEXT_OBJECT_END, TRANS_OBJECT_END, ""},
+    {TEXT_ARRAY, TRANS_ARRAY_START, "an array"},
+    {TEXT_ARRAY_END, TRANS_ARRAY_END, ""},
+    {TEXT_COMMA, TRANS_COMMA, ""},
+    {TEXT_STRING, TRANS_STRING, "a text"},
+    {TEXT_NUMBER, TRANS_NUMBER, "a number"},
+    {TEXT_LITERAL, TRANS_ATOM, "a literal"},
+};
+
+const token_row_t &row_of(text_token_kind_t kind)
 {
-    switch (kind) {
-    case TEXT_OBJECT:
-        return TRANS_OBJECT_START;
-    case TEXT_OBJECT_END:
-        return TRANS_OBJECT_END;
-    case TEXT_ARRAY:
-        return TRANS_ARRAY_START;
-    case TEXT_ARRAY_END:
-        return TRANS_ARRAY_END;
-    case TEXT_COMMA:
-        return TRANS_COMMA;
-    case TEXT_STRING:
-        return TRANS_STRING;
-    case TEXT_NUMBER:
-        return TRANS_NUMBER;
-    default:
-        return TRANS_ATOM;
-    }
+    return *std::ranges::find(token_rows, kind, &token_row_t::kind);
 }
 
 /// Takes the event of the token at hand. Returns false where the machine has no transition.
@@ -77,7 +80,8 @@ bool take(shape_walk_t &walk)
 {
     const text_token_kind_t kind = walk.tokens.tokens[walk.at].kind;
     const std::string_view text = kind == TEXT_STRING ? text_of(walk, walk.at) : "";
-    const semantic_trans_t *trans = semantic_next_node_find(node_of(walk), event_of(kind), text);
+    const semantic_trans_t *trans =
+        semantic_next_node_find(node_of(walk), row_of(kind).event, text);
     if (trans == nullptr || trans->to == 0 || trans->to >= SEMANTIC_NODE_DIM)
         return false;
     walk.node = trans->to;
@@ -121,6 +125,7 @@ void refuse_key(shape_walk_t &walk)
     const std::vector<std::string_view> words = labels(node_of(walk));
     const bool known = lint_is_key(key);
     const std::string shown = lint_quoted(key);
+    walk.open.back().meant.push_back(words.empty() ? key : lint_nearest(key, words));
     if (words.empty() && known)
         report(walk, FINDING_MISPLACED_KEY, walk.at, shown + " stands behind \"rule\"",
                "write it in front of \"rule\", the last key of a rule");
@@ -131,36 +136,58 @@ void refuse_key(shape_walk_t &walk)
     pass_over(walk, text_value_end(walk.tokens, walk.at + 2));
 }
 
-/// What a key takes, from the transitions behind it.
-std::string taken_by(const semantic_node_t &node)
+/// Returns the key whose value, or one of whose values, is at hand.
+std::string_view key_of(const shape_walk_t &walk)
+{
+    const size_t array = walk.open.back().token;
+    const size_t value = walk.tokens.tokens[walk.at - 1].kind == TEXT_COLON ? walk.at : array;
+    return value < 2 ? "" : text_of(walk, value - 2);
+}
+
+/// Returns what an object that the machine takes here holds: `an object with "major", "minor"`.
+std::string object_text(const shape_walk_t &walk, uint32_t inside)
 {
     std::string text;
+    for (const std::string_view key : labels(walk.machine.nodes[inside]))
+        text += (text.empty() ? " with " : ", ") + lint_quoted(key);
+    return "an object" + text;
+}
+
+/// What a key takes, from the transitions behind it.
+std::string taken_by(const shape_walk_t &walk, std::string_view key)
+{
+    const semantic_node_t &node = node_of(walk);
+    std::string text;
     for (uint32_t i = 0; i < node.nr_trans; ++i) {
-        const trans_type_t type = node.trans[i].type;
-        const char *what = type == TRANS_OBJECT_START  ? "an object"
-                           : type == TRANS_ARRAY_START ? "an array"
-                           : type == TRANS_X           ? "a single value"
-                                                       : nullptr;
-        if (what != nullptr)
-            text += (text.empty() ? "" : " or ") + std::string(what);
+        const semantic_trans_t &trans = node.trans[i];
+        const std::string what = trans.type == TRANS_OBJECT_START  ? object_text(walk, trans.to)
+                                 : trans.type == TRANS_ARRAY_START ? "an array"
+                                 : trans.type == TRANS_X           ? lint_kind_name(key)
+                                                                   : "";
+        if (!what.empty())
+            text += (text.empty() ? "" : " or ") + what;
     }
     return text.empty() ? "nothing" : text;
 }
 
 void refuse_value(shape_walk_t &walk)
 {
-    report(walk, FINDING_WRONG_KIND, walk.at, "a value of the wrong kind",
-           "write " + taken_by(node_of(walk)) + " here");
+    const std::string_view key = key_of(walk);
+    const std::string taken = taken_by(walk, key);
+    const token_row_t &row = row_of(walk.tokens.tokens[walk.at].kind);
+    const bool offset = key.ends_with("_offset") && row.kind == TEXT_OBJECT;
+    report(walk, FINDING_WRONG_KIND, walk.at,
+           lint_joined({lint_quoted(key), " takes ", taken, ", and this is ", row.name}),
+           offset ? "write \"stream_offset\", which tcp and udp alone have" : "write " + taken);
     pass_over(walk, text_value_end(walk.tokens, walk.at));
 }
 
-/// Returns the token of the second key of that name in an object, or its bracket.
-size_t second_key(const shape_walk_t &walk, size_t object, std::string_view key)
+/// Returns the token of the key of that name that is number `nth` in an object, or its bracket.
+size_t find_key(const shape_walk_t &walk, size_t object, std::string_view key, uint32_t nth)
 {
-    bool seen = false;
     const auto &tokens = walk.tokens.tokens;
     for (size_t at = object + 1; tokens[at].kind == TEXT_STRING;) {
-        if (text_of(walk, at) == key && std::exchange(seen, true))
+        if (text_of(walk, at) == key && --nth == 0)
             return at;
         at = text_value_end(walk.tokens, at + 2);
         at += tokens[at].kind == TEXT_COMMA ? 1 : 0;
@@ -182,11 +209,16 @@ void refuse_count(shape_walk_t &walk, const semantic_node_t &node, uint32_t coun
     const semantic_trans_t *label = semantic_prev_string_node_find(walk.machine, node);
     const std::string_view key = label == nullptr ? "" : label->trans;
     const size_t object = innermost_object(walk);
+    const auto &meant = walk.open.back().meant;
+    const bool told =
+        std::ranges::find(meant, key) != meant.end() || find_key(walk, object, key, 1) != object;
+    if (count < node.min.value_or(0) && told)
+        return; // it is there, and what is wrong with it is another finding
     if (count < node.min.value_or(0))
         report(walk, FINDING_MISSING_KEY, object, lint_quoted(key) + " is missing",
                "add " + lint_quoted(key));
     else
-        report(walk, FINDING_REPEATED_KEY, second_key(walk, object, key),
+        report(walk, FINDING_REPEATED_KEY, find_key(walk, object, key, 2),
                lint_quoted(key) + " stands " + std::to_string(count) + " times", "write it once");
 }
 

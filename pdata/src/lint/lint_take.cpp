@@ -34,24 +34,30 @@ struct kind_row_t {
 
 kind_row_t kind_row(lint_kind_t kind)
 {
-    if (kind == LINT_NUMBER)
-        return {TEXT_NUMBER, "a number"};
-    return kind == LINT_LITERAL ? kind_row_t{TEXT_LITERAL, "true or false"}
-                                : kind_row_t{TEXT_STRING, "a text in quotes"};
+    const text_token_kind_t token = kind == LINT_NUMBER    ? TEXT_NUMBER
+                                    : kind == LINT_LITERAL ? TEXT_LITERAL
+                                                           : TEXT_STRING;
+    return {token, lint_kind_name(kind)};
+}
+
+bool is_digits(std::string_view text)
+{
+    return !text.empty() && text.find_first_not_of("0123456789") == text.npos;
 }
 
 /// Returns how a scalar of the wrong kind is written in the right one; empty where that is not
 /// told.
-std::string rewritten(const lint_build_t &build, size_t token, text_token_kind_t wanted)
+std::string rewritten(const lint_build_t &build, const lint_member_t &member, size_t token)
 {
     const std::string_view raw = lint_token_raw(build, token);
-    if (wanted == TEXT_STRING)
-        return lint_json(raw);
-    const bool digits = !raw.empty() && raw.find_first_not_of("0123456789") == raw.npos;
     const bool literal = raw == "true" || raw == "false";
-    return (wanted == TEXT_NUMBER && digits) || (wanted == TEXT_LITERAL && literal)
-               ? std::string(raw)
-               : "";
+    if (member.row.kind == LINT_NUMBER)
+        return is_digits(raw) ? std::string(raw) : "";
+    if (member.row.kind == LINT_LITERAL)
+        return literal ? std::string(raw) : "";
+    if (lint_token(build, token).kind == TEXT_LITERAL)
+        return "";
+    return lint_json(member.row.id == LINT_KEY_ORDER ? std::string(raw) + ":0" : std::string(raw));
 }
 
 } // namespace
@@ -82,7 +88,7 @@ bool lint_check_kind(lint_build_t &build, const lint_member_t &member, size_t to
     if (kind == TEXT_OBJECT || kind == TEXT_ARRAY)
         return false;
     const std::string key = lint_quoted(lint_token_raw(build, member.key));
-    const std::string text = rewritten(build, token, wanted.token);
+    const std::string text = rewritten(build, member, token);
     finding_t &finding =
         report(build, FINDING_WRONG_KIND, token, key + " takes " + wanted.name,
                text.empty() ? "write " + std::string(wanted.name) : "write " + text);
@@ -115,6 +121,13 @@ void lint_report_many(lint_build_t &build, size_t token, std::string_view what, 
            "leave " + std::to_string(most) + " of them");
 }
 
+void lint_report_key(lint_build_t &build, size_t key, std::string_view meant)
+{
+    const std::string shown = lint_quoted(lint_token_raw(build, key));
+    report(build, FINDING_UNKNOWN_KEY, key, "there is no key " + shown,
+           "write " + lint_quoted(meant));
+}
+
 void lint_take_texts(lint_build_t &build, const lint_member_t &member,
                      std::vector<lint_text_t> &texts)
 {
@@ -129,7 +142,9 @@ void lint_take_texts(lint_build_t &build, const lint_member_t &member,
 void lint_take_number(lint_build_t &build, const lint_member_t &member,
                       std::optional<lint_number_t> &number)
 {
-    if (lint_check_kind(build, member, member.value))
+    // A number in quotes is wrong and is there: what asks for it is not to blame as well.
+    if (lint_check_kind(build, member, member.value) ||
+        is_digits(lint_token_raw(build, member.value)))
         number = number_of(build, member.value);
 }
 

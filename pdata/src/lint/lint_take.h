@@ -48,6 +48,9 @@ std::vector<size_t> lint_take_values(lint_build_t &build, const lint_member_t &m
 /// many.
 void lint_report_many(lint_build_t &build, size_t token, std::string_view what, size_t most);
 
+/// Adds the finding that a key is none, and which is meant.
+void lint_report_key(lint_build_t &build, size_t key, std::string_view meant);
+
 /// Takes the value of a member where it is of the right kind; of texts, as many as there may be.
 void lint_take_texts(lint_build_t &build, const lint_member_t &member,
                      std::vector<lint_text_t> &texts);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "lint_text_hint.h"
 #include "lint_text_mend.h"
 
 namespace
@@ -152,7 +153,8 @@ bool read_protocol(lint_reader_t &reader, size_t at, size_t &next)
     if (!reader.inner.empty() && next <= failed)
         split_protocol(reader, at, next);
     else
-        report_syntax(reader, failed, fault.text);
+        report_syntax(reader, failed, fault.text,
+                      lint_syntax_hint(reader.text, failed, fault.text));
     return false;
 }
 
@@ -210,7 +212,8 @@ bool read_separator(lint_reader_t &reader, size_t &at)
         at = text_skip_blanks(reader.text, at + 1);
         return true;
     }
-    report_syntax(reader, at, "expected ',' or ']'");
+    report_syntax(reader, at, "expected ',' or ']'",
+                  lint_syntax_hint(reader.text, at, "expected ',' or ']'"));
     at = next_named_object(reader.text, at);
     return at < reader.text.size();
 }
@@ -219,7 +222,8 @@ void read_protocols(lint_reader_t &reader, size_t at)
 {
     while (at < reader.text.size()) {
         if (reader.text[at] != '{') {
-            report_syntax(reader, at, "expected a protocol, an object");
+            report_syntax(reader, at, "expected a protocol, an object",
+                          lint_syntax_hint(reader.text, at, "expected a value"));
             at = next_named_object(reader.text, at);
             continue;
         }

@@ -67,19 +67,21 @@ bool is_count(std::string_view text)
            inner.find_first_not_of("0123456789,") == inner.npos;
 }
 
-/// Operators of other expressions that are bytes here: \b, \B, \A, \z, \Z, \D, \S, \W, {n,m}.
+/// Operators of other expressions that are bytes here: \b, \B, \A, \z, \Z, \D, \S, \W, \1, {n,m}.
 void look_operator(const lint_look_t &look)
 {
     const std::string_view value = look.value->decoded;
     for (size_t at = 0; at + 1 < value.size(); ++at) {
         if (value[at] == '\\') {
             ++at;
-            if (std::string_view("bBAzZDSW").find(value[at]) == std::string_view::npos)
+            const bool digit = value[at] >= '1' && value[at] <= '9';
+            if (!digit && std::string_view("bBAzZDSW").find(value[at]) == std::string_view::npos)
                 continue;
             lint_report(look, FINDING_LITERAL_ANCHOR,
-                        lint_joined({"\"\\\\", value.substr(at, 1), "\" is the letter ",
-                                     value.substr(at, 1), " here"}),
-                        "write a set like [^0-9], or leave it out");
+                        lint_joined({"\"\\\\", value.substr(at, 1), "\" is the ",
+                                     digit ? "digit " : "letter ", value.substr(at, 1), " here"}),
+                        digit ? "write the part again, or the digit without a backslash"
+                              : "write a set like [^0-9], or leave it out");
             return;
         }
         if (value[at] == '{' && at != 0 && is_count(value.substr(at))) {
@@ -91,6 +93,18 @@ void look_operator(const lint_look_t &look)
     }
 }
 
+/// A pattern at an offset is bytes: what is open in an expression stands for itself in it.
+void look_offset_operator(const lint_look_t &look)
+{
+    const std::string_view value = look.value->decoded;
+    if (!value.ends_with(".*") && !value.ends_with(".+"))
+        return;
+    const std::string meant = lint_json(value.substr(0, value.size() - 2));
+    lint_report(look, FINDING_LITERAL_ANCHOR,
+                "a pattern at an offset is no expression: its end is looked for as it stands",
+                value.size() > 2 ? "write " + meant : "write the bytes that stand there");
+}
+
 /// Tells whether a letter behind a backslash keeps it in the bytes that JSON stands for, or is a
 /// control character that an expression may be meant to hold.
 bool is_json_escape(char letter)
@@ -98,24 +112,9 @@ bool is_json_escape(char letter)
     return std::string_view("\"\\/fnrt").find(letter) != std::string_view::npos;
 }
 
-/// Returns a raw text whose lost backslashes are doubled.
-std::string with_backslashes(std::string_view raw)
-{
-    std::string text;
-    for (size_t at = 0; at < raw.size(); ++at) {
-        const bool escape = raw[at] == '\\' && at + 1 < raw.size();
-        if (escape && !is_json_escape(raw[at + 1]))
-            text += '\\';
-        text += raw[at];
-        if (escape)
-            text += raw[++at];
-    }
-    return text;
-}
-
 void report_escape(const lint_look_t &look, std::string_view escape)
 {
-    const std::string meant = lint_joined({"\"", with_backslashes(look.value->raw), "\""});
+    const std::string meant = lint_joined({"\"", lint_with_backslashes(look.value->raw), "\""});
     const bool code = escape == "\\u";
     finding_t &finding =
         lint_report(look, FINDING_LOST_ESCAPE,
@@ -183,9 +182,24 @@ void look_long(const lint_look_t &look)
 constexpr lint_row_t rows[] = {{look_blank},  {look_anchor}, {look_operator},
                                {look_escape}, {look_comma},  {look_long}};
 
-constexpr lint_row_t offset_rows[] = {{look_escape}, {look_comma}, {look_long}};
+constexpr lint_row_t offset_rows[] = {
+    {look_offset_operator}, {look_escape}, {look_comma}, {look_long}};
 
 } // namespace
+
+std::string lint_with_backslashes(std::string_view raw)
+{
+    std::string text;
+    for (size_t at = 0; at < raw.size(); ++at) {
+        const bool escape = raw[at] == '\\' && at + 1 < raw.size();
+        if (escape && !is_json_escape(raw[at + 1]))
+            text += '\\';
+        text += raw[at];
+        if (escape)
+            text += raw[++at];
+    }
+    return text;
+}
 
 std::span<const lint_row_t> lint_text_rows()
 {

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "lint_expression.h"
+#include "lint_number_meant.h"
 #include "lint_resolve.h"
 #include "lint_words.h"
 #include "rexpand.h"
@@ -180,12 +181,16 @@ uint32_t judge_text_ways(lint_matchers_t &matchers, const lint_look_t &look)
     return entries;
 }
 
-std::string number_forms(const pdb_attr_properties_t &properties)
+std::string number_forms(const pdb_attr_properties_t &properties, std::string_view part)
 {
     switch (properties.proper_type) {
     case MATCHER_TYPE_IP_4:
+        if (part.find("::") != part.npos)
+            return "test it of the protocol \"ip6\"";
         return "write 192.0.2.1, 192.0.2.0/24 or 192.0.2.1-192.0.2.9";
     case MATCHER_TYPE_IP_6:
+        if (part.find(':') == part.npos && part.find('.') != part.npos)
+            return "test it of the protocol \"ip\"";
         return "write 2001:db8::1 or 2001:db8::/32";
     case MATCHER_TYPE_NUMBER_8:
         return "write a number of 0 to 255, or two with '-' between them";
@@ -209,6 +214,26 @@ pdata_status_t judge_part(matcher_build *matcher, const pdb_attr_properties_t &p
                               : matcher_register(matcher, data, &item, false, {}, nullptr);
 }
 
+/// Tells whether a list is meant as it is written, but for its blanks.
+bool has_blanks_alone(std::string_view list, const std::string &meant)
+{
+    std::string without(list);
+    std::erase_if(without, [](char c) { return c == ' ' || c == '\t' || c == '\n'; });
+    return without == meant;
+}
+
+void report_number(const lint_look_t &look, std::string_view part)
+{
+    const pdb_attr_properties_t &properties = *look.attribute->matched;
+    const std::string meant = lint_meant_numbers(properties, look.value->decoded);
+    const bool blanks = has_blanks_alone(look.value->decoded, meant);
+    finding_t &finding =
+        lint_report(look, FINDING_BAD_NUMBER, lint_quoted(part) + " does not read",
+                    meant.empty() ? number_forms(properties, part) : "write " + lint_json(meant));
+    if (blanks)
+        lint_mend(finding, lint_json(meant));
+}
+
 void judge_numbers(lint_matchers_t &matchers, const lint_look_t &look)
 {
     const pdb_attr_properties_t &properties = *look.attribute->matched;
@@ -217,8 +242,7 @@ void judge_numbers(lint_matchers_t &matchers, const lint_look_t &look)
     std::string_view rest = csa_str_view(csa_str(look.value->decoded));
     for (std::string_view part = value_next_part(rest); !part.empty(); part = value_next_part(rest))
         if (judge_part(matcher, properties, part) != PDATA_SUCCESS)
-            lint_report(look, FINDING_BAD_NUMBER, lint_quoted(part) + " does not read",
-                        number_forms(properties));
+            report_number(look, part);
 }
 
 } // namespace

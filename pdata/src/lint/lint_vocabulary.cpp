@@ -70,3 +70,16 @@ bool lint_is_key(std::string_view key)
     return std::ranges::any_of(vocabulary,
                                [key](const lint_key_row_t &row) { return row.key == key; });
 }
+
+const char *lint_kind_name(lint_kind_t kind)
+{
+    if (kind == LINT_NUMBER)
+        return "a number";
+    return kind == LINT_LITERAL ? "true or false" : "a text in quotes";
+}
+
+const char *lint_kind_name(std::string_view key)
+{
+    const auto row = std::ranges::find(vocabulary, key, &lint_key_row_t::key);
+    return lint_kind_name(row == std::end(vocabulary) ? LINT_STRINGS : row->kind);
+}

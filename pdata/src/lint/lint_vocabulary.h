@@ -76,3 +76,8 @@ const lint_key_row_t *lint_find_key(lint_object_t object, std::string_view key);
 
 /// Tells whether any object has a key of that name.
 bool lint_is_key(std::string_view key);
+
+/// Returns how a message calls what a scalar key takes: "a number". The key of no object is an
+/// attribute, which takes a text.
+const char *lint_kind_name(lint_kind_t kind);
+const char *lint_kind_name(std::string_view key);

@@ -1,0 +1,71 @@
+#include "lint_text_hint.h"
+
+namespace
+{
+
+bool is_letter(char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+}
+
+bool is_digit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+/// Returns the byte in front of a place, blanks passed over; 0 at the beginning.
+char byte_before(std::string_view text, size_t at)
+{
+    const size_t before = text.substr(0, at).find_last_not_of(" \t\n");
+    return before == text.npos ? '\0' : text[before];
+}
+
+/// Returns the word that begins at a place, its letters made small.
+std::string word_at(std::string_view text, size_t at)
+{
+    std::string word;
+    for (; at < text.size() && is_letter(text[at]); ++at)
+        word += static_cast<char>(text[at] | 0x20);
+    return word;
+}
+
+/// What is to be done about bytes that are no token.
+std::string token_hint(std::string_view text, size_t at)
+{
+    const std::string_view rest = text.substr(at);
+    for (const std::string_view mark :
+         {"'", "`", "\xe2\x80\x9c", "\xe2\x80\x9d", "\xe2\x80\x9e", "\xe2\x80\x98", "\xe2\x80\x99"})
+        if (rest.starts_with(mark))
+            return "write '\"' around a text";
+    if (!is_letter(rest.front()))
+        return "";
+    const std::string word = word_at(text, at);
+    if (word == "true" || word == "false")
+        return "write " + word;
+    if (at != 0 && is_digit(text[at - 1]))
+        return "write a number in digits alone";
+    return "write '\"' in front of the text and behind it";
+}
+
+} // namespace
+
+std::string lint_syntax_hint(std::string_view text, size_t at, std::string_view message)
+{
+    if (at >= text.size())
+        return "";
+    const char c = text[at];
+    const bool begins = c == '"' || c == '{' || c == '[' || is_digit(c) || is_letter(c);
+    if (message.starts_with("expected ',' or '}'") && c == ']')
+        return "write '}' in front of it";
+    if (message.starts_with("expected ',' or ']'") && c == '}')
+        return "write ']' in front of it";
+    if (message.starts_with("expected ','"))
+        return begins ? "write ',' in front of it" : "";
+    if (message.starts_with("expected ") && (c == '}' || c == ']') && byte_before(text, at) == ',')
+        return "leave the ',' in front of it out";
+    if (message.starts_with("a number is digits only"))
+        return "write a number in digits alone";
+    return message.starts_with("nothing begins") || message.starts_with("a word")
+               ? token_hint(text, at)
+               : "";
+}
