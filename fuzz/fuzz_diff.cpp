@@ -10,14 +10,23 @@
 namespace
 {
 
-bool read(std::span<const uint8_t> file, description_model_t &model)
+/// Ends with a fault that does not say what it is and where.
+void look_at(const view_error_t &error, size_t size)
 {
-    pdb_view_t pdb;
+    if (error.fault == VIEW_SOUND || error.offset > size || error.text[0] == '\0')
+        std::abort();
+}
+
+bool read(std::span<const uint8_t> file, pdb_view_t &pdb)
+{
     view_error_t error;
-    if (pdb_view_open(file, pdb, error) && description_model_read(pdb, model, error))
+    pdb_difference_t difference;
+    if (pdb_view_open(file, pdb, error) && pdb_difference(pdb, pdb, difference, error)) {
+        if (!difference.is_empty())
+            std::abort();
         return true;
-    if (error.fault == VIEW_SOUND || error.offset > file.size() || error.text[0] == '\0')
-        std::abort(); // a fault says what it is and where
+    }
+    look_at(error, file.size());
     return false;
 }
 
@@ -38,16 +47,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         return 0;
     const std::span<const uint8_t> files(data + 2, size - 2);
     const size_t first = std::min<size_t>(size_t{data[0]} << 8 | data[1], files.size());
-    description_model_t before;
-    description_model_t after;
+    pdb_view_t before;
+    pdb_view_t after;
     const bool reads = read(files.first(first), before);
-    if (reads && !pdb_difference(before, before).is_empty())
-        std::abort();
     if (!read(files.subspan(first), after) || !reads)
         return 0;
-    const pdb_difference_t there = pdb_difference(before, after);
-    const pdb_difference_t back = pdb_difference(after, before);
-    if (there.is_empty() != back.is_empty() ||
+    view_error_t error;
+    pdb_difference_t there;
+    pdb_difference_t back;
+    if (!pdb_difference(before, after, there, error) ||
+        !pdb_difference(after, before, back, error) || there.is_empty() != back.is_empty() ||
         listed(there) !=
             there.totals.values[DIFFERENCE_ADDED] + there.totals.values[DIFFERENCE_REMOVED])
         std::abort();

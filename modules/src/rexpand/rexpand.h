@@ -72,10 +72,11 @@ constexpr uint64_t REXPAND_MAX_BYTES = 1ULL << 30;
 ///
 /// Returns 0, or with an empty list:
 ///  MODULE_ERR_INVALID for a syntax error or an absent list,
-///  MODULE_ERR_NO_MEMORY when memory or REXPAND_MAX_BYTES does not suffice,
+///  MODULE_ERR_NO_MEMORY when memory or `max_bytes` does not suffice,
 ///  MODULE_ERR_RANGE for a range whose ends are not single bytes in ascending order.
 [[nodiscard]] int rexpand_process(std::string_view expression, uint32_t permutation_limit,
-                                  uint32_t *nb, rexpand_permutation_list *list);
+                                  uint32_t *nb, rexpand_permutation_list *list,
+                                  uint64_t max_bytes = REXPAND_MAX_BYTES);
 
 /// Empties `list` and gives its memory back.
 void rexpand_permutation_list_destroy(rexpand_permutation_list *list);

@@ -316,7 +316,7 @@ void rexpand_expander_enter(rexpand_expander &expander, uint32_t child,
 }
 
 int rexpand_expander_visit(const rexpand_tree &tree, uint32_t permutation_limit, uint32_t *nb,
-                           rexpand_permutation_list *list)
+                           rexpand_permutation_list *list, uint64_t max_bytes)
 {
     list->clear();
     if (nb != nullptr)
@@ -332,7 +332,7 @@ int rexpand_expander_visit(const rexpand_tree &tree, uint32_t permutation_limit,
                                   REXPAND_NO_NODE,
                                   {},
                                   {},
-                                  {}};
+                                  {0, max_bytes}};
         const int error = expand(expander);
         if (error != MODULE_SUCCESS)
             return error;

@@ -50,11 +50,12 @@ struct rexpand_expander {
 /// with the node, or a module code that ends the expansion.
 using rexpand_visit_fct = int (*)(rexpand_expander &expander, rexpand_frame &frame);
 
-/// Expands `tree` into `*list` with the limit of rexpand_process; `*nb`, when not null, receives
+/// Expands `tree` into `*list` with the limits of rexpand_process; `*nb`, when not null, receives
 /// the number of permutations. Returns 0, or with an empty list: MODULE_ERR_NO_MEMORY and
 /// MODULE_ERR_RANGE as rexpand_process, MODULE_ERR_OVERFLOW for a kind of node outside the table.
 [[nodiscard]] int rexpand_expander_visit(const rexpand_tree &tree, uint32_t permutation_limit,
-                                         uint32_t *nb, rexpand_permutation_list *list);
+                                         uint32_t *nb, rexpand_permutation_list *list,
+                                         uint64_t max_bytes = REXPAND_MAX_BYTES);
 
 /// Makes `child` the node that is visited next, with a copy of `context`.
 void rexpand_expander_enter(rexpand_expander &expander, uint32_t child,

@@ -18,39 +18,38 @@ struct diff_options_t {
     std::string allow;
 };
 
-bool open_model(console_t &console, const std::string &path, input_file_t &file,
-                description_model_t &model)
-{
-    pdb_view_t pdb;
-    view_error_t error;
-    if (!open_file(console, path, file))
-        return false;
-    if (pdb_verify_open(input_file_bytes(file), pdb, error) &&
-        description_model_read(pdb, model, error))
-        return true;
-    print_fault(console, file.name, error);
-    return false;
-}
-
-/// A run: both pdbs, and what was found. The models are let go once they are compared.
+/// A run: both pdbs, and what was found.
 struct diff_run_t {
     const diff_options_t &options;
     console_t &console;
     loadable_t before = {};
     loadable_t after = {};
+    pdb_view_t view_before = {};
+    pdb_view_t view_after = {};
     pdb_difference_t difference = {};
     diff_flows_t flows = {};
 };
 
-bool compare(diff_run_t &run)
+bool open_side(console_t &console, const std::string &path, input_file_t &file, pdb_view_t &pdb)
 {
-    description_model_t before;
-    description_model_t after;
-    if (!open_model(run.console, run.options.before, run.before.file, before) ||
-        !open_model(run.console, run.options.after, run.after.file, after))
+    view_error_t error;
+    if (!open_file(console, path, file))
         return false;
-    run.difference = pdb_difference(before, after);
-    return true;
+    if (pdb_verify_open(input_file_bytes(file), pdb, error))
+        return true;
+    print_fault(console, file.name, error);
+    return false;
+}
+
+/// Compares both pdbs; without a sink it counts.
+bool compare(diff_run_t &run, const difference_sink_t *sink)
+{
+    view_error_t error;
+    if (pdb_difference_walk(run.view_before, run.view_after, sink, run.difference, error))
+        return true;
+    const loadable_t &side = run.difference.fault_in_after ? run.after : run.before;
+    print_fault(run.console, side.file.name, error);
+    return false;
 }
 
 /// Replays the flows. What changed in what the pdbs say is then no finding by itself.
@@ -65,23 +64,54 @@ exit_status_t replay(diff_run_t &run)
     return diff_flows_run(run.console, run.options.flows, run.flows);
 }
 
-void print_run(diff_run_t &run)
+bool replays(const diff_run_t &run)
+{
+    return !run.options.flows.empty();
+}
+
+bool print_text(diff_run_t &run)
 {
     const bool stat = run.options.stat;
-    const bool replayed = !run.options.flows.empty();
-    if (run.console.format != OUTPUT_JSON) {
-        diff_print(run.console, run.difference, stat);
-        if (replayed)
-            diff_flows_print(run.console, run.flows, stat);
-        return;
-    }
+    const difference_sink_t sink = diff_text_sink(run.console);
+    if (!compare(run, stat ? nullptr : &sink))
+        return false;
+    if (stat)
+        diff_print_totals(run.console, run.difference);
+    else
+        diff_print_unlisted(run.console, run.difference);
+    if (replays(run))
+        diff_flows_print(run.console, run.flows, stat);
+    return true;
+}
+
+/// Prints the document. What it begins with is counted first, so that the protocols need not be
+/// kept until then.
+bool print_json(diff_run_t &run)
+{
+    const bool stat = run.options.stat;
+    if (!compare(run, nullptr))
+        return false;
     json_document_t document = json_document("diff");
     document["before"] = json_text(run.before.file.name);
     document["after"] = json_text(run.after.file.name);
-    diff_fill(document, run.difference, stat);
-    if (replayed)
+    diff_fill(document, run.difference);
+    json_document_t tail;
+    if (!stat) {
+        diff_json_t json = {run.console};
+        diff_json_begin(json, document);
+        const difference_sink_t sink = diff_json_sink(json);
+        if (!compare(run, &sink))
+            return false;
+        tail["unlisted"] = run.difference.nr_unlisted;
+        if (replays(run))
+            tail["flows"] = diff_flows_document(run.flows, stat);
+        diff_json_end(json, tail);
+        return true;
+    }
+    if (replays(run))
         document["flows"] = diff_flows_document(run.flows, stat);
     console_document(run.console, document);
+    return true;
 }
 
 bool reads_input_twice(const diff_options_t &options)
@@ -97,13 +127,18 @@ exit_status_t diff_run(const diff_options_t &options, console_t &console)
         return EXIT_STATUS_USAGE;
     }
     diff_run_t run = {options, console};
-    if (!compare(run))
+    if (!open_side(console, options.before, run.before.file, run.view_before) ||
+        !open_side(console, options.after, run.after.file, run.view_after))
         return EXIT_STATUS_FILE;
-    exit_status_t status = run.difference.is_empty() ? EXIT_STATUS_FINE : EXIT_STATUS_FINDINGS;
-    if (!options.flows.empty())
+    exit_status_t status = EXIT_STATUS_FINE;
+    if (replays(run))
         status = replay(run);
-    if (run.flows.replay.before.flow != nullptr || options.flows.empty())
-        print_run(run);
+    if (run.flows.replay.before.flow != nullptr || !replays(run)) {
+        if (!(console.format == OUTPUT_JSON ? print_json(run) : print_text(run)))
+            return EXIT_STATUS_FILE;
+        if (!replays(run) && !run.difference.is_empty())
+            status = EXIT_STATUS_FINDINGS;
+    }
     diff_flows_name_stale(console, run.flows);
     return status;
 }

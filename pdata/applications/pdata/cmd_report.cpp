@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "commands.h"
+#include "open_file.h"
 #include "report_input.h"
 #include "save_file.h"
 
@@ -37,7 +38,12 @@ exit_status_t report_run(const report_options_t &options, console_t &console)
     for (const report_input_t &input : inputs)
         report.files.push_back(input.shown);
     if (inputs.size() > 1) {
-        difference = pdb_difference(inputs.front().model, last.model);
+        view_error_t error;
+        if (!pdb_difference(inputs.front().pdb, last.pdb, difference, error)) {
+            const report_input_t &side = difference.fault_in_after ? last : inputs.front();
+            print_fault(console, side.file.name, error);
+            return EXIT_STATUS_FILE;
+        }
         report.difference = &difference;
     }
     if (!save_file(console, options.output, report_page(report)))

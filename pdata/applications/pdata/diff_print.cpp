@@ -38,8 +38,14 @@ void print_protocol(console_t &console, const protocol_difference_t &protocol)
     console_print(console, "{} protocol {} (id {})\n", kind_marks[protocol.kind],
                   escape_terminal(protocol.name), protocol.id);
     print_fields(console, "    ", protocol.fields);
-    for (const rule_difference_t &rule : protocol.rules)
-        print_rule(console, rule);
+}
+
+void print_aliases(console_t &console, const alias_difference_t &aliases)
+{
+    for (const std::string &alias : aliases.removed)
+        console_print(console, "- alias {}\n", escape_terminal(alias));
+    for (const std::string &alias : aliases.added)
+        console_print(console, "+ alias {}\n", escape_terminal(alias));
 }
 
 json_document_t totals_document(const size_t (&totals)[3])
@@ -67,42 +73,100 @@ json_document_t texts_document(const std::vector<std::string> &texts)
 
 json_document_t protocol_document(const protocol_difference_t &protocol)
 {
-    json_document_t document = {{"change", kind_names[protocol.kind]},
-                                {"id", protocol.id},
-                                {"name", json_text(protocol.name)},
-                                {"fields", fields_document(protocol.fields)},
-                                {"rules", json_document_t::array()}};
-    for (const rule_difference_t &rule : protocol.rules)
-        document["rules"].push_back({{"change", kind_names[rule.kind]},
-                                     {"order", rule.order},
-                                     {"fields", fields_document(rule.fields)},
-                                     {"removed", texts_document(rule.removed)},
-                                     {"added", texts_document(rule.added)}});
-    return document;
+    return {{"change", kind_names[protocol.kind]},
+            {"id", protocol.id},
+            {"name", json_text(protocol.name)},
+            {"fields", fields_document(protocol.fields)}};
+}
+
+json_document_t rule_document(const rule_difference_t &rule)
+{
+    return {{"change", kind_names[rule.kind]},
+            {"order", rule.order},
+            {"fields", fields_document(rule.fields)},
+            {"removed", texts_document(rule.removed)},
+            {"added", texts_document(rule.added)}};
+}
+
+/// Returns a document as it stands `depth` blanks further in, without its first brace and without
+/// the line of its last one.
+std::string members_of(const json_document_t &document, size_t depth)
+{
+    const std::string text = document.dump(2);
+    std::string members;
+    for (const char c : std::string_view(text).substr(1, text.size() - 3)) {
+        members += c;
+        if (c == '\n')
+            members.append(depth, ' ');
+    }
+    return members;
+}
+
+/// Ends the list of rules of the protocol that was begun, if there is one.
+void end_protocol(diff_json_t &json)
+{
+    if (json.any_protocol)
+        console_write(json.console, json.any_rule ? "\n      ]\n    }" : "]\n    }");
+    json.any_rule = false;
+}
+
+void add_protocol(diff_json_t &json, const protocol_difference_t &protocol)
+{
+    end_protocol(json);
+    console_write(json.console, json.any_protocol ? ",\n    {" : "\n    {");
+    console_write(json.console, members_of(protocol_document(protocol), 4));
+    console_write(json.console, ",\n      \"rules\": [");
+    json.any_protocol = true;
+}
+
+void add_rule(diff_json_t &json, const rule_difference_t &rule)
+{
+    console_write(json.console, json.any_rule ? ",\n        {" : "\n        {");
+    console_write(json.console, members_of(rule_document(rule), 8));
+    console_write(json.console, "\n        }");
+    json.any_rule = true;
+}
+
+console_t &console_of(void *context)
+{
+    return *static_cast<console_t *>(context);
+}
+
+diff_json_t &json_of(void *context)
+{
+    return *static_cast<diff_json_t *>(context);
 }
 
 } // namespace
 
-void diff_print(console_t &console, const pdb_difference_t &difference, bool stat)
+void diff_print_totals(console_t &console, const pdb_difference_t &difference)
 {
-    if (stat) {
-        print_totals(console, "protocols", difference.totals.protocols);
-        print_totals(console, "rules", difference.totals.rules);
-        print_totals(console, "values", difference.totals.values);
-    }
-    for (const std::string &alias : difference.aliases.removed)
-        console_print(console, "- alias {}\n", escape_terminal(alias));
-    for (const std::string &alias : difference.aliases.added)
-        console_print(console, "+ alias {}\n", escape_terminal(alias));
-    if (stat)
-        return;
-    for (const protocol_difference_t &protocol : difference.protocols)
-        print_protocol(console, protocol);
+    print_totals(console, "protocols", difference.totals.protocols);
+    print_totals(console, "rules", difference.totals.rules);
+    print_totals(console, "values", difference.totals.values);
+    print_aliases(console, difference.aliases);
+}
+
+difference_sink_t diff_text_sink(console_t &console)
+{
+    return {
+        [](void *context, const alias_difference_t &aliases) {
+            print_aliases(console_of(context), aliases);
+        },
+        [](void *context, const protocol_difference_t &protocol) {
+            print_protocol(console_of(context), protocol);
+        },
+        [](void *context, const rule_difference_t &rule) { print_rule(console_of(context), rule); },
+        &console};
+}
+
+void diff_print_unlisted(console_t &console, const pdb_difference_t &difference)
+{
     if (difference.nr_unlisted != 0)
         console_error(console, "{} more values that differ are not listed", difference.nr_unlisted);
 }
 
-void diff_fill(json_document_t &document, const pdb_difference_t &difference, bool stat)
+void diff_fill(json_document_t &document, const pdb_difference_t &difference)
 {
     document["equal"] = difference.is_empty();
     document["totals"] = {{"protocols", totals_document(difference.totals.protocols)},
@@ -110,10 +174,29 @@ void diff_fill(json_document_t &document, const pdb_difference_t &difference, bo
                           {"values", totals_document(difference.totals.values)}};
     document["aliases"] = {{"removed", texts_document(difference.aliases.removed)},
                            {"added", texts_document(difference.aliases.added)}};
-    if (stat)
-        return;
-    document["protocols"] = json_document_t::array();
-    for (const protocol_difference_t &protocol : difference.protocols)
-        document["protocols"].push_back(protocol_document(protocol));
-    document["unlisted"] = difference.nr_unlisted;
+}
+
+void diff_json_begin(diff_json_t &json, const json_document_t &head)
+{
+    console_write(json.console, "{");
+    console_write(json.console, members_of(head, 0));
+    console_write(json.console, ",\n  \"protocols\": [");
+}
+
+difference_sink_t diff_json_sink(diff_json_t &json)
+{
+    return {[](void *, const alias_difference_t &) {}, // they stand in the head
+            [](void *context, const protocol_difference_t &protocol) {
+                add_protocol(json_of(context), protocol);
+            },
+            [](void *context, const rule_difference_t &rule) { add_rule(json_of(context), rule); },
+            &json};
+}
+
+void diff_json_end(diff_json_t &json, const json_document_t &tail)
+{
+    end_protocol(json);
+    console_write(json.console, json.any_protocol ? "\n  ]," : "],");
+    console_write(json.console, members_of(tail, 0));
+    console_write(json.console, "\n}\n");
 }

@@ -43,12 +43,11 @@ void take_limits(const pdb_view_t &pdb, report_input_t &input)
 
 bool read_model(console_t &console, report_input_t &input)
 {
-    pdb_view_t pdb;
     view_error_t error;
-    if (pdb_view_open(input_file_bytes(input.file), pdb, error) &&
-        description_model_read(pdb, input.model, error) &&
+    if (pdb_view_open(input_file_bytes(input.file), input.pdb, error) &&
+        description_model_read(input.pdb, input.model, error) &&
         view_inventory_take(input_file_bytes(input.file), input.inventory, error)) {
-        take_limits(pdb, input);
+        take_limits(input.pdb, input);
         return true;
     }
     print_fault(console, input.file.name, error);

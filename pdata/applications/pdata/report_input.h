@@ -9,6 +9,7 @@
 /// A pdb as a report shows it. Everything points into `file`.
 struct report_input_t {
     input_file_t file;
+    pdb_view_t pdb;
     view_inventory_t inventory;
     description_model_t model;
     report_file_t shown;

@@ -2,23 +2,20 @@
 
 #include <new>
 
-#include "view_description.h"
-#include "view_parts.h"
+#include "description_source.h"
 
 namespace
 {
 
-/// What a reading of descriptions works with.
+/// A reading under way.
 struct model_reading_t {
-    view_pool_t strings; ///< of the group
-    view_pool_t main;
-    bool main_strings;
+    const model_strings_t &strings;
     view_error_t &error;
 };
 
 bool text_of(model_reading_t &reading, uint32_t offset, const char *what, std::string_view &text)
 {
-    return view_pool_require(reading.strings, offset, what, text, reading.error);
+    return view_pool_require(reading.strings.group, offset, what, text, reading.error);
 }
 
 bool read_texts(model_reading_t &reading, const view_area_t &area, const char *what,
@@ -78,13 +75,13 @@ bool read_sub_rule(model_reading_t &reading, const view_sub_rule_t &view,
 
 bool read_rule_tags(model_reading_t &reading, const view_area_t &area, model_rule_t &rule)
 {
-    if (!reading.main_strings) {
+    if (!reading.strings.has_main) {
         rule.nameless_tags = static_cast<uint32_t>(view_words(area));
         return true;
     }
     rule.tags.resize(view_words(area));
     for (size_t i = 0; i < rule.tags.size(); ++i)
-        if (!view_pool_require(reading.main, view_word(area, i), "rule tag", rule.tags[i],
+        if (!view_pool_require(reading.strings.main, view_word(area, i), "rule tag", rule.tags[i],
                                reading.error))
             return false;
     return true;
@@ -124,59 +121,66 @@ void read_numbers(const view_protocol_t &view, model_protocol_t &protocol)
     protocol.implicit_bottom_layer = view.implicit_bottom_layer;
 }
 
-bool read_protocol(model_reading_t &reading, const view_record_t &record,
+bool read_protocol(model_reading_t &reading, const view_protocol_t &view,
                    model_protocol_t &protocol)
 {
-    view_protocol_t view;
-    if (!view_protocol_open(record.value, view, reading.error))
-        return false;
     read_numbers(view, protocol);
-    if (!text_of(reading, view.name, "name", protocol.name) ||
-        !text_of(reading, view.default_port, "default port", protocol.default_port) ||
-        !read_pairs(reading, view.tags, "tag", protocol.tags) ||
-        !read_pairs(reading, view.descriptions, "description", protocol.descriptions) ||
-        !read_texts(reading, view.compat, "compatible version", protocol.compat) ||
-        !read_texts(reading, view.supported_versions, "supported version",
-                    protocol.supported_versions) ||
-        !read_texts(reading, view.altnames, "other name", protocol.altnames))
-        return false;
-    for (uint32_t i = 0; i < view_list_count(view.rules); ++i) {
-        view_rule_t rule;
-        if (!view_rule_at(view, i, rule, reading.error) ||
-            !read_rule(reading, rule, protocol.rules.emplace_back()))
-            return view_within(reading.error, "rule %u", i);
-    }
-    return true;
+    return text_of(reading, view.name, "name", protocol.name) &&
+           text_of(reading, view.default_port, "default port", protocol.default_port) &&
+           read_pairs(reading, view.tags, "tag", protocol.tags) &&
+           read_pairs(reading, view.descriptions, "description", protocol.descriptions) &&
+           read_texts(reading, view.compat, "compatible version", protocol.compat) &&
+           read_texts(reading, view.supported_versions, "supported version",
+                      protocol.supported_versions) &&
+           read_texts(reading, view.altnames, "other name", protocol.altnames);
 }
 
-bool read_group(model_reading_t &reading, const view_record_t &record, description_model_t &model)
+bool read_source(const description_source_t &source, const source_protocol_t &place,
+                 model_protocol_t &protocol, view_error_t &error)
 {
-    view_group_t group;
-    if (!view_group_open(record.value, group, reading.error))
+    view_protocol_t view;
+    if (!source_protocol_open(source, place, view, error))
         return false;
-    ++model.groups;
-    reading.strings = group.pool;
-    view_cursor_t cursor = view_walk(group.protocols);
-    for (view_record_t entry; view_next(cursor, entry);)
-        if (entry.type == TLV_TYPE_PROTO &&
-            !read_protocol(reading, entry, model.protocols.emplace_back()))
-            return view_within(reading.error, "protocol at offset %zu", entry.offset);
-    return view_walk_sound(cursor, reading.error);
+    const model_strings_t strings = source_strings(source, place);
+    if (!model_protocol_read(strings, view, protocol, error))
+        return false;
+    for (uint32_t i = 0; i < view_list_count(view.rules); ++i)
+        if (!model_rule_read(strings, view, i, protocol.rules.emplace_back(), error))
+            return false;
+    return true;
 }
 
 } // namespace
 
+bool model_protocol_read(const model_strings_t &strings, const view_protocol_t &view,
+                         model_protocol_t &protocol, view_error_t &error)
+{
+    protocol = {};
+    model_reading_t reading = {strings, error};
+    return read_protocol(reading, view, protocol);
+}
+
+bool model_rule_read(const model_strings_t &strings, const view_protocol_t &view, uint32_t index,
+                     model_rule_t &rule, view_error_t &error)
+{
+    rule = {};
+    view_rule_t rule_view;
+    model_reading_t reading = {strings, error};
+    return (view_rule_at(view, index, rule_view, error) && read_rule(reading, rule_view, rule)) ||
+           view_within(error, "rule %u", index);
+}
+
 bool description_model_read(const pdb_view_t &pdb, description_model_t &model, view_error_t &error)
 try {
     model = {};
-    if (!description_model_parts(pdb, model, error))
+    description_source_t source;
+    if (!description_model_parts(pdb, model, error) || !description_source_open(pdb, source, error))
         return false;
-    model_reading_t reading = {{}, pdb_view_main_strings(pdb), model.main_strings, error};
-    view_cursor_t cursor = view_walk(pdb_view_root(pdb, TLV_TYPE_ROOT_PROTODESCS));
-    for (view_record_t record; view_next(cursor, record);)
-        if (record.type == TLV_TYPE_PROTOGROUP && !read_group(reading, record, model))
-            return false;
-    return view_walk_sound(cursor, error);
+    model.groups = static_cast<uint32_t>(source.groups.size());
+    for (const source_protocol_t &place : source.protocols)
+        if (!read_source(source, place, model.protocols.emplace_back(), error))
+            return view_within(error, "protocol at offset %u", place.offset);
+    return true;
 } catch (const std::bad_alloc &) {
     return view_fail(error, VIEW_MEMORY, 0, "out of memory");
 }

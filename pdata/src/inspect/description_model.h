@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "pdb_view.h"
+#include "view_description.h"
 
 /// What a rule without a virtual id has in its place.
 constexpr uint32_t MODEL_VID_NONE = 0xFFFFFFFF;
@@ -91,6 +92,20 @@ struct description_model_t {
     bool nameless_aliases = false;
     bool nameless_tags = false;
 };
+
+/// What the references of a protocol lead to.
+struct model_strings_t {
+    view_pool_t group;
+    view_pool_t main;
+    bool has_main = false; ///< without main strings rule tags have no names
+};
+
+/// Reads a protocol but for its rules, or rule `index` of one, below their count, in place of what
+/// the model held. Return false with `error` for what is damaged. Throw std::bad_alloc.
+[[nodiscard]] bool model_protocol_read(const model_strings_t &strings, const view_protocol_t &view,
+                                       model_protocol_t &protocol, view_error_t &error);
+[[nodiscard]] bool model_rule_read(const model_strings_t &strings, const view_protocol_t &view,
+                                   uint32_t index, model_rule_t &rule, view_error_t &error);
 
 /// Reads the descriptions of an open pdb. Returns false with `error` for descriptions that are
 /// damaged, and with VIEW_MEMORY when memory runs out.

@@ -1,53 +1,50 @@
-/// Pairing of what two sides have, by texts: the surest first, then what is left by the next.
+/// Pairing of what two sides have, by keys: the surest first, then what is left by the next.
 #pragma once
 
 #include <algorithm>
-#include <functional>
-#include <string>
-#include <unordered_map>
+#include <cstdint>
 #include <utility>
 #include <vector>
 
-/// Records of two sides that are still to be paired, and the pairs.
-template <typename Record>
+/// Indexes of two sides that are still to be paired, ascending, and the pairs.
 struct pairing_t {
-    std::vector<const Record *> before;
-    std::vector<const Record *> after;
-    std::vector<std::pair<const Record *, const Record *>> pairs;
+    std::vector<uint32_t> before;
+    std::vector<uint32_t> after;
+    std::vector<std::pair<uint32_t, uint32_t>> pairs;
 };
 
-/// Pairs what has the same text; equal ones in their order.
-template <typename Record, typename Text>
-void pair_by(pairing_t<Record> &pairing, Text text_of)
-{
-    std::unordered_map<std::string, std::vector<const Record *>> waiting;
-    for (auto it = pairing.after.rbegin(); it != pairing.after.rend(); ++it)
-        waiting[text_of(**it)].push_back(*it);
-    std::vector<const Record *> left;
-    for (const Record *record : pairing.before) {
-        const auto found = waiting.find(text_of(*record));
-        if (found == waiting.end() || found->second.empty()) {
-            left.push_back(record);
-            continue;
-        }
-        pairing.pairs.emplace_back(record, found->second.back());
-        found->second.pop_back();
-    }
-    std::vector<const Record *> open;
-    for (auto &entry : waiting)
-        open.insert(open.end(), entry.second.begin(), entry.second.end());
-    std::sort(open.begin(), open.end(), std::less<>());
-    pairing.before = std::move(left);
-    pairing.after = std::move(open);
-}
+/// Returns the pairing of two sides of which nothing is paired yet.
+pairing_t pairing_of(size_t nr_before, size_t nr_after);
 
-template <typename Record>
-pairing_t<Record> pairing_of(const std::vector<Record> &before, const std::vector<Record> &after)
+/// Takes indexes out of a side.
+void pairing_drop(std::vector<uint32_t> &side, std::vector<uint32_t> &indexes);
+
+/// Pairs what has the same key; equal ones in their order. `before_key` and `after_key` give the
+/// key of an index. Time of sorting; no key is kept.
+template <typename BeforeKey, typename AfterKey>
+void pair_by(pairing_t &pairing, BeforeKey before_key, AfterKey after_key)
 {
-    pairing_t<Record> pairing;
-    for (const Record &record : before)
-        pairing.before.push_back(&record);
-    for (const Record &record : after)
-        pairing.after.push_back(&record);
-    return pairing;
+    std::vector<uint32_t> before = pairing.before;
+    std::vector<uint32_t> after = pairing.after;
+    std::ranges::stable_sort(before, {}, before_key);
+    std::ranges::stable_sort(after, {}, after_key);
+    std::vector<std::pair<uint32_t, uint32_t>> found;
+    for (size_t i = 0, j = 0; i < before.size() && j < after.size();) {
+        const auto one = before_key(before[i]);
+        const auto other = after_key(after[j]);
+        if (one == other)
+            found.emplace_back(before[i++], after[j++]);
+        else
+            ++(one < other ? i : j);
+    }
+    std::ranges::sort(found);
+    pairing.pairs.insert(pairing.pairs.end(), found.begin(), found.end());
+    std::vector<uint32_t> paired_before;
+    std::vector<uint32_t> paired_after;
+    for (const auto &[one, other] : found) {
+        paired_before.push_back(one);
+        paired_after.push_back(other);
+    }
+    pairing_drop(pairing.before, paired_before);
+    pairing_drop(pairing.after, paired_after);
 }

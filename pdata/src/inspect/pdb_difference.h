@@ -4,14 +4,15 @@
 /// paired by what they say, so that a rule that moved is no change; then by what they compile to
 /// (value_form.h); then by their values, so that what is left has other keys; then by keys and
 /// attributes, so that what is left has other values. How strings and records are laid out counts
-/// for nothing. Linear time, but for the sorting of the values of a rule. Memory beside the models:
-/// that of different texts, and of one protocol at a time.
+/// for nothing. Time of sorting; texts that compile to the same are found by hashes (text_hash.h).
+/// What differs is handed out as it is found: memory of some 40 bytes a protocol, 40 bytes a rule
+/// of one protocol, and one rule of each side.
 #pragma once
 
 #include <string>
 #include <vector>
 
-#include "description_model.h"
+#include "pdb_view.h"
 
 enum difference_kind_t { DIFFERENCE_ADDED, DIFFERENCE_REMOVED, DIFFERENCE_CHANGED };
 
@@ -34,9 +35,9 @@ struct rule_difference_t {
 struct protocol_difference_t {
     difference_kind_t kind = DIFFERENCE_CHANGED;
     uint32_t id = 0;
-    std::string_view name;
+    std::string_view name; ///< points into a file
     std::vector<field_difference_t> fields;
-    std::vector<rule_difference_t> rules;
+    std::vector<rule_difference_t> rules; ///< empty where rules are handed out one by one
 };
 
 /// Numbers of what was added, removed and changed, by difference_kind_t.
@@ -52,22 +53,45 @@ struct alias_difference_t {
     std::vector<std::string> added;
 };
 
-/// Bytes of values that a difference holds; further ones are counted and not listed.
+/// Bytes of values that a difference lists, and that one rule of it does; further ones are counted
+/// and not listed.
 constexpr size_t DIFFERENCE_SHOWN_MAX = size_t{64} << 20;
+constexpr size_t DIFFERENCE_RULE_SHOWN_MAX = size_t{2} << 20;
 
 struct pdb_difference_t {
     std::vector<protocol_difference_t> protocols; ///< removed and changed ones first
     alias_difference_t aliases;
     difference_totals_t totals;
-    size_t nr_unlisted = 0; ///< values beyond DIFFERENCE_SHOWN_MAX
+    size_t nr_unlisted = 0;      ///< values beyond those bounds
+    bool fault_in_after = false; ///< where a comparison failed: in the second pdb
 
     /// Tells whether both pdbs are equal for traffic.
     bool is_empty() const
     {
-        return protocols.empty() && aliases.removed.empty() && aliases.added.empty();
+        const auto &counts = totals.protocols;
+        return counts[DIFFERENCE_ADDED] + counts[DIFFERENCE_REMOVED] + counts[DIFFERENCE_CHANGED] ==
+                   0 &&
+               aliases.removed.empty() && aliases.added.empty();
     }
 };
 
-/// Compares what two pdbs say. Throws std::bad_alloc.
-pdb_difference_t pdb_difference(const description_model_t &before,
-                                const description_model_t &after);
+/// Who takes what differs: the aliases first, then each protocol and, behind it, its rules. They
+/// live as long as the call.
+struct difference_sink_t {
+    void (*put_aliases)(void *context, const alias_difference_t &aliases);
+    void (*put_protocol)(void *context, const protocol_difference_t &protocol);
+    void (*put_rule)(void *context, const rule_difference_t &rule);
+    void *context;
+};
+
+/// Compares what two open pdbs say, hands it to `sink`, and fills in all of `out` but the
+/// protocols. Without a sink values are counted alone. Returns false with `error` for descriptions
+/// that are damaged, or have a rule of more values than are compared; what stood in front of it was
+/// handed out. Throws std::bad_alloc.
+[[nodiscard]] bool pdb_difference_walk(const pdb_view_t &before, const pdb_view_t &after,
+                                       const difference_sink_t *sink, pdb_difference_t &out,
+                                       view_error_t &error);
+
+/// The same with the protocols and their rules in `out`.
+[[nodiscard]] bool pdb_difference(const pdb_view_t &before, const pdb_view_t &after,
+                                  pdb_difference_t &out, view_error_t &error);

@@ -3,7 +3,7 @@
 /// Beside the limits of what is stored (view_limits.h) there is what the descriptions of a pdb ask
 /// for and the engines cannot keep: ranges of one list that overlap (value_ranges.h), and preempts
 /// that overlap other texts of their matcher (preempt_overlap.h). Both are judged by the values, so
-/// that a pdb of descriptions tells them too. Of expressions of more than PDB_LIMITS_TEXT_MAX bytes
+/// that a pdb of descriptions tells them too. Of expressions that are not expanded (value_form.h)
 /// nothing is said, nor of a matcher whose texts take more than PDB_LIMITS_TEXTS_MAX.
 #pragma once
 
@@ -12,7 +12,6 @@
 
 #include "view_limits.h"
 
-constexpr size_t PDB_LIMITS_TEXT_MAX = 1024;
 constexpr size_t PDB_LIMITS_TEXTS_MAX = size_t{4} << 20;
 
 /// Returns every limit of an open and verified pdb, the fullest first. Linear time, and once more

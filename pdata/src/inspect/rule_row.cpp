@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "format_values.h"
+#include "pdb_attr_properties.h"
 #include "value_form.h"
 
 namespace
@@ -10,11 +11,6 @@ namespace
 
 /// Bytes of a value that are shown.
 constexpr size_t shown_max = 1024;
-
-uint64_t value_key(uint32_t front, uint32_t text)
-{
-    return uint64_t{front} << 32 | text;
-}
 
 std::string sub_rule_front(const model_rule_t &rule, const model_sub_rule_t &sub_rule)
 {
@@ -37,68 +33,117 @@ std::string mindata_text(const model_sub_rule_t &sub_rule)
     return std::to_string(sub_rule.cts_mindata) + '/' + std::to_string(sub_rule.stc_mindata);
 }
 
-/// In `key`: the order of the rule is made of the lengths of its texts, as its author left it out.
-constexpr uint64_t counts_bytes = uint64_t{1} << 63;
+/// Texts of more bytes are hashed once.
+constexpr size_t long_text = 64;
 
-uint32_t form_number(text_numbers_t &texts, const rule_value_t &value, uint64_t key)
+/// Returns the place of what is known of a text.
+row_known_t &known_of(row_maker_t &maker, std::string_view text, const void *properties)
 {
-    const auto [found, is_new] = texts.forms.try_emplace(key, 0);
-    if (!is_new)
-        return found->second;
-    std::string form = value_form(value.sub_rule->protocol, value.attribute->name,
-                                  value.value->offset != 0, value.value->text);
-    if ((key & counts_bytes) != 0)
-        form.append(" of ").append(std::to_string(value.value->text.size()));
-    return found->second = text_number_made(texts, std::move(form));
+    const auto mixed =
+        (reinterpret_cast<uintptr_t>(text.data()) ^ reinterpret_cast<uintptr_t>(properties)) *
+        uint64_t{0x9e3779b97f4a7c15};
+    return maker.known[mixed >> 32 & (maker.known.size() - 1)];
+}
+
+/// Returns what `find` does, or what it did for the same text.
+template <typename Find>
+uint64_t known_hash(row_maker_t &maker, std::string_view text, const void *properties, Find find)
+{
+    row_known_t &known = known_of(maker, text, properties);
+    if (known.text != text.data() || known.properties != properties)
+        known = {text.data(), properties, find()};
+    return known.hash;
+}
+
+uint64_t value_hash(row_maker_t &maker, std::string_view text)
+{
+    const auto find = [&] { return text_hash(maker.key, text); };
+    return text.size() > long_text ? known_hash(maker, text, nullptr, find) : find();
+}
+
+/// Returns the hash of what a value compiles to. Only what has a matcher compiles to anything but
+/// its own text; a value at an offset stands for its bytes, which are quickly had.
+uint64_t form_hash(row_maker_t &maker, const rule_value_t &value)
+{
+    const bool at_offset = value.value->offset != 0;
+    const std::string_view protocol = value.sub_rule->protocol;
+    const std::string_view attribute = value.attribute->name;
+    const std::string_view text = value.value->text;
+    const auto find = [&] {
+        return text_hash(maker.key, value_form(protocol, attribute, at_offset, text));
+    };
+    const void *properties = pdb_get_attr_properties(csa_str(protocol), csa_str(attribute));
+    return at_offset || properties == nullptr ? find() : known_hash(maker, text, properties, find);
 }
 
 void sort_values(rule_row_t &row)
 {
-    std::sort(
-        row.values.begin(), row.values.end(),
-        [](const rule_value_t &one, const rule_value_t &other) { return one.key < other.key; });
+    std::ranges::sort(row.values, {}, &rule_value_t::key);
 }
 
-void add_sub_rule(text_numbers_t &texts, const model_sub_rule_t &sub_rule, rule_row_t &row)
+void add_sub_rule(row_maker_t &maker, const model_rule_t &rule, const model_sub_rule_t &sub_rule,
+                  rule_row_t &row)
 {
-    const std::string front = sub_rule_front(*row.rule, sub_rule);
+    const auto add = [&](const std::string &front, uint64_t text,
+                         const model_attribute_t *attribute, const model_value_t *value) {
+        const uint64_t hash = text_hash(maker.key, front);
+        row.values.push_back(
+            {hash, text_hash_pair(maker.key, hash, text), &sub_rule, attribute, value});
+    };
+    const std::string front = sub_rule_front(rule, sub_rule);
     if (sub_rule.attributes.empty() || sub_rule.cts_mindata != 0 || sub_rule.stc_mindata != 0)
-        row.values.push_back({value_key(text_number_made(texts, front),
-                                        text_number_made(texts, mindata_text(sub_rule))),
-                              &sub_rule, nullptr, nullptr});
+        add(front, text_hash(maker.key, mindata_text(sub_rule)), nullptr, nullptr);
     for (const model_attribute_t &attribute : sub_rule.attributes)
         for (const model_value_t &value : attribute.values)
-            row.values.push_back(
-                {value_key(text_number_made(texts, attribute_front(front, attribute, value.offset)),
-                           text_number(texts, value.text)),
-                 &sub_rule, &attribute, &value});
+            add(attribute_front(front, attribute, value.offset), value_hash(maker, value.text),
+                &attribute, &value);
 }
 
-template <typename Number>
-void append_number(std::string &text, Number number)
+uint64_t hash_all(const row_maker_t &maker, const std::vector<uint64_t> &hashes)
 {
-    text.append(reinterpret_cast<const char *>(&number), sizeof(number));
+    return text_hash(maker.key, {reinterpret_cast<const char *>(hashes.data()),
+                                 hashes.size() * sizeof(uint64_t)});
 }
 
 } // namespace
 
-rule_row_t rule_row(text_numbers_t &texts, const model_rule_t &rule, std::string keys)
+void rule_row(row_maker_t &maker, const model_rule_t &rule, const std::string &keys,
+              rule_row_t &row)
 {
-    rule_row_t row = {&rule, text_number_made(texts, std::move(keys)), {}};
+    row.keys = text_hash(maker.key, keys);
+    row.values.clear();
     for (const model_sub_rule_t &sub_rule : rule.sub_rules)
-        add_sub_rule(texts, sub_rule, row);
+        add_sub_rule(maker, rule, sub_rule, row);
     sort_values(row);
-    return row;
 }
 
-void rule_row_compile(text_numbers_t &texts, rule_row_t &row)
+void rule_row_compile(row_maker_t &maker, const model_rule_t &rule, rule_row_t &row)
 {
-    const uint64_t mark = format_priority_order(row.rule->priority) == 0 ? counts_bytes : 0;
+    // An order that its author left out is made of the lengths of the texts.
+    const bool counts_bytes = format_priority_order(rule.priority) == 0;
     for (rule_value_t &value : row.values)
-        if (value.value != nullptr)
-            value.key = value_key(static_cast<uint32_t>(value.key >> 32),
-                                  form_number(texts, value, value.key | mark));
+        if (value.value != nullptr) {
+            const uint64_t form = text_hash_pair(maker.key, value.front, form_hash(maker, value));
+            value.key =
+                text_hash_pair(maker.key, form, counts_bytes ? value.value->text.size() : 0);
+        }
     sort_values(row);
+}
+
+row_prints_t rule_row_prints(const row_maker_t &maker, const rule_row_t &row)
+{
+    std::vector<uint64_t> keys;
+    std::vector<uint64_t> fronts;
+    for (const rule_value_t &value : row.values) {
+        keys.push_back(value.key);
+        fronts.push_back(value.front);
+    }
+    std::ranges::sort(fronts);
+    const auto same = std::ranges::unique(fronts);
+    fronts.erase(same.begin(), same.end());
+    const uint64_t values = hash_all(maker, keys);
+    return {text_hash_pair(maker.key, row.keys, values), values,
+            text_hash_pair(maker.key, row.keys, hash_all(maker, fronts))};
 }
 
 std::string rule_value_text(const model_rule_t &rule, const rule_value_t &value)
@@ -112,30 +157,4 @@ std::string rule_value_text(const model_rule_t &rule, const rule_value_t &value)
     if (text.size() > shown_max)
         shown.append("... (").append(std::to_string(text.size())).append(" bytes)");
     return shown;
-}
-
-std::string rule_row_all(const rule_row_t &row)
-{
-    std::string text = rule_row_values(row);
-    append_number(text, row.keys);
-    return text;
-}
-
-std::string rule_row_values(const rule_row_t &row)
-{
-    std::string text;
-    for (const rule_value_t &value : row.values)
-        append_number(text, value.key);
-    return text;
-}
-
-std::string rule_row_shape(const rule_row_t &row)
-{
-    std::string text;
-    append_number(text, row.keys);
-    uint64_t last = 0;
-    for (const rule_value_t &value : row.values)
-        if (const uint64_t front = (value.key >> 32) + 1; front != last)
-            append_number(text, last = front);
-    return text;
 }

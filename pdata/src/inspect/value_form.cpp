@@ -90,7 +90,9 @@ std::string stream_form(const pdb_attr_properties_t &row, std::string_view text)
 {
     const std::string_view value = matcher_without_final_zero(text);
     rexpand_permutation_list list;
-    if (rexpand_process(value, MATCHER_PERMUTATION_MAX, nullptr, &list) != 0 || !is_proved(list))
+    if (rexpand_process(value, MATCHER_PERMUTATION_MAX, nullptr, &list, VALUE_FORM_EXPANSION_MAX) !=
+            0 ||
+        !is_proved(list))
         return text_form(value);
     std::vector<std::string> permutations;
     for (const rexpand_permutation &permutation : list)

@@ -10,6 +10,7 @@
 #include "pdb_limits.h"
 #include "preempt_overlap.h"
 #include "rexpand.h"
+#include "value_form.h"
 #include "value_ranges.h"
 #include "view_values.h"
 
@@ -94,7 +95,7 @@ void add_pieces(matcher_texts_t &matcher, const pdb_attr_properties_t &row,
 {
     rexpand_permutation_list list;
     if (rexpand_process(matcher_without_final_zero(value.text), MATCHER_PERMUTATION_MAX, nullptr,
-                        &list) != 0)
+                        &list, VALUE_FORM_EXPANSION_MAX) != 0)
         return;
     for (const rexpand_permutation &permutation : list) {
         if (matcher_is_marked(permutation)) {
@@ -115,7 +116,7 @@ void add_value(matcher_texts_t &matcher, const pdb_attr_properties_t &row,
 {
     std::string bytes;
     std::string_view fault;
-    if (value.text.size() > PDB_LIMITS_TEXT_MAX)
+    if (value.text.size() > VALUE_FORM_TEXT_MAX)
         return;
     if (value.offset == 0)
         add_pieces(matcher, row, value);
@@ -151,7 +152,7 @@ std::string lost_range(lost_ranges_t &known, const pdb_attr_properties_t &row,
         const auto lost = value_ranges_lost(value_ranges(row, text));
         return lost.empty() ? "" : value_range_text(row.proper_type, lost[0].low, lost[0].high);
     };
-    if (text.size() <= PDB_LIMITS_TEXT_MAX)
+    if (text.size() <= VALUE_FORM_TEXT_MAX)
         return find();
     const auto [found, is_new] = known.try_emplace({&row, text.data()});
     if (is_new)

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "description_model.h"
 #include "pdb_difference.h"
 #include "view_inventory.h"
 

@@ -1,0 +1,83 @@
+#!/usr/bin/env python3
+"""What commands take of memory for large pdbs: at most twice the files and 16 MiB.
+
+    memory_test.py BIN
+
+compiles two descriptions of which nothing is alike, and one of a single large protocol, and runs
+the commands as processes of their own, whose peak the system tells. That of a process begins with
+the peak of the one that it was forked from, so descriptions are made in a process of their own.
+"""
+
+import json
+import multiprocessing
+import os
+import pathlib
+import random
+import subprocess
+import sys
+import tempfile
+
+BIN = pathlib.Path(sys.argv[1]).resolve()
+SOURCE = pathlib.Path(__file__).resolve().parents[2]
+
+
+def word(choice):
+    return "".join(choice.choices("abcdefghijklmnopqrstuvwxyz", k=choice.randint(5, 20)))
+
+
+def rule(choice):
+    values = {"cts-server": [f"{word(choice)}\\.{word(choice)}.*" for _ in range(3)],
+              "cts-uri": [f".*{word(choice)}(a|b)", f"^{word(choice)}"]}
+    return {"order": f"{choice.randint(1, 200)}:{choice.randint(1, 9999)}", "scope": "http",
+            "rule": [{"protocol": "http", **values}]}
+
+
+def write(pdd, name, seed, protocols, rules):
+    choice = random.Random(seed)
+    text = {"protocols": [{"name": f"{name}{i}", "id": 16777216 + seed * 10000 + i,
+                           "rules": [rule(choice) for _ in range(rules)]}
+                          for i in range(protocols)]}
+    pathlib.Path(pdd).write_text(json.dumps(text))
+
+
+def compiled(folder, name, seed, protocols, rules):
+    pdd = folder / f"{name}.pdd"
+    pdb = folder / f"{name}.pdb"
+    making = multiprocessing.get_context("spawn").Process(
+        target=write, args=(pdd, name, seed, protocols, rules))
+    making.start()
+    making.join()
+    subprocess.run([BIN / "pdata_compiler", "--pdd", pdd, "--cfg-path", SOURCE / "examples/cfg",
+                    "--description", "--pdb-out", pdb], check=True, capture_output=True)
+    return pdb
+
+
+def peak(folder, status, *words):
+    """Bytes at the peak of a run, which must end with the status."""
+    with open(folder / "out", "wb") as out:
+        child = subprocess.Popen([BIN / "pdata", *words], stdout=out, stderr=subprocess.DEVNULL)
+        _, done, usage = os.wait4(child.pid, 0)
+    child.returncode = 0
+    assert os.waitstatus_to_exitcode(done) == status, (words, done)
+    return usage.ru_maxrss * 1024
+
+
+def main():
+    with tempfile.TemporaryDirectory() as name:
+        folder = pathlib.Path(name)
+        one = compiled(folder, "one", 1, 900, 16)
+        two = compiled(folder, "two", 2, 900, 16)
+        wide = compiled(folder, "wide", 3, 1, 1199)
+        runs = [(1, [one, two], "diff"), (1, [one, two], "diff", "--json"),
+                (1, [one, two], "diff", "--stat"), (0, [one, one], "diff"),
+                (1, [one, wide], "diff"), (0, [one], "decompile"), (0, [wide], "decompile"),
+                (0, [one], "verify"), (0, [one], "list"), (0, [one], "list", "--limits")]
+        for status, files, *words in runs:
+            bound = 2 * sum(file.stat().st_size for file in files) + (16 << 20)
+            used = peak(folder, status, *words, *files)
+            print(f"{used / 2**20:5.1f} of {bound / 2**20:5.1f} MiB", *words)
+            assert used <= bound, (words, used, bound)
+
+
+if __name__ == "__main__":
+    main()
