@@ -9,6 +9,7 @@
 #include <csignal>
 
 #include "failing_alloc.h"
+#include "output_write.h"
 #include "work_folder.h"
 
 namespace
@@ -127,6 +128,29 @@ TEST_F(output_file, has_its_parts_one_behind_the_other)
     ASSERT_TRUE(output_add(output, "out", {}, OUTPUT_TO_DISK, error));
     ASSERT_TRUE(output_commit(output, error));
     EXPECT_EQ(file_text("out"), "");
+}
+
+TEST_F(output_file, may_be_written_piece_by_piece)
+{
+    const auto write = [](void *context, int fd) {
+        const uint8_t front[] = {'a', 'b'};
+        const uint8_t back[] = {'c'};
+        const bool whole = output_write_all(fd, front) && output_write_all(fd, back);
+        errno = EIO;
+        return whole && *static_cast<bool *>(context);
+    };
+    bool succeeds = true;
+    put_file("out", "old");
+    ASSERT_TRUE(output_add_written(output, "out", {write, &succeeds}, OUTPUT_TO_DISK, error));
+    EXPECT_EQ(file_text("out"), "old");
+    ASSERT_TRUE(output_commit(output, error));
+    EXPECT_EQ(file_text("out"), "abc");
+    succeeds = false;
+    EXPECT_FALSE(output_add_written(output, "out", {write, &succeeds}, OUTPUT_TO_DISK, error));
+    EXPECT_EQ(error.failure, OUTPUT_CANNOT_WRITE);
+    output_discard(output);
+    EXPECT_EQ(file_text("out"), "abc");
+    EXPECT_EQ(names(), names_t{"out"});
 }
 
 TEST_F(output_file, that_is_given_up_leaves_the_old_one)

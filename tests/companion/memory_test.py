@@ -5,11 +5,10 @@
 
 compiles two descriptions of which nothing is alike, and one of a single large protocol, and runs
 the commands as processes of their own, whose peak the system tells. That of a process begins with
-the peak of the one that it was forked from, so descriptions are made in a process of their own.
+the peak of the one that it was forked from, so that a small one starts them.
 """
 
 import json
-import multiprocessing
 import os
 import pathlib
 import random
@@ -43,23 +42,27 @@ def write(pdd, name, seed, protocols, rules):
 def compiled(folder, name, seed, protocols, rules):
     pdd = folder / f"{name}.pdd"
     pdb = folder / f"{name}.pdb"
-    making = multiprocessing.get_context("spawn").Process(
-        target=write, args=(pdd, name, seed, protocols, rules))
-    making.start()
-    making.join()
+    write(pdd, name, seed, protocols, rules)
     subprocess.run([BIN / "pdata_compiler", "--pdd", pdd, "--cfg-path", SOURCE / "examples/cfg",
-                    "--description", "--pdb-out", pdb], check=True, capture_output=True)
+                    "--description", "--pdb-out", pdb], cwd=folder, check=True, capture_output=True)
     return pdb
+
+
+# Runs a command, says on standard error how it ended and its peak in KiB, and is small itself.
+RUN = """import os, sys
+child = os.posix_spawn(sys.argv[1], sys.argv[1:], os.environ)
+_, status, usage = os.wait4(child, 0)
+os.write(2, f"\\n{os.waitstatus_to_exitcode(status)} {usage.ru_maxrss}".encode())"""
 
 
 def peak(folder, status, *words):
     """Bytes at the peak of a run, which must end with the status."""
     with open(folder / "out", "wb") as out:
-        child = subprocess.Popen([BIN / "pdata", *words], stdout=out, stderr=subprocess.DEVNULL)
-        _, done, usage = os.wait4(child.pid, 0)
-    child.returncode = 0
-    assert os.waitstatus_to_exitcode(done) == status, (words, done)
-    return usage.ru_maxrss * 1024
+        done = subprocess.run([sys.executable, "-I", "-S", "-c", RUN, BIN / "pdata", *words],
+                              stdout=out, stderr=subprocess.PIPE, check=True)
+    ended, used = done.stderr.split()[-2:]
+    assert int(ended) == status, (words, done.stderr)
+    return int(used) * 1024
 
 
 def main():

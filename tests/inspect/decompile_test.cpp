@@ -41,7 +41,7 @@ protected:
         const std::vector<uint8_t> first = compile(text);
         decompiled_t out;
         ASSERT_EQ(decompiled(first, out), "") << text;
-        EXPECT_EQ(out.lost, std::vector<std::string>()) << text;
+        EXPECT_EQ(out.lost.first, std::vector<std::string>()) << text;
         ASSERT_EQ(compile(out.text), first) << text << out.text;
     }
 };
@@ -96,7 +96,7 @@ TEST_F(decompile, what_has_no_name_is_listed)
         "rule": [{"protocol": "tcp", "port": "80"}]}]}]})");
     decompiled_t out;
     ASSERT_EQ(decompiled(part(PDB_TYPE_PROTOCOL_DESCRIPTION), out), "");
-    EXPECT_EQ(out.lost,
+    EXPECT_EQ(out.lost.first,
               std::vector<std::string>({"protocol a: rule 1: its tags, which no main string "
                                         "names"}));
     EXPECT_EQ(out.text.find("rule-tags"), std::string::npos);

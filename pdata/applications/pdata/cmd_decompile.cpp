@@ -1,4 +1,5 @@
 #include <memory>
+#include <new>
 
 #include "commands.h"
 #include "decompile.h"
@@ -9,9 +10,6 @@
 namespace
 {
 
-/// Most cases that are printed of those in which the text may compile to something else.
-constexpr size_t LOST_SHOWN_MAX = 50;
-
 struct decompile_options_t {
     std::string file;
     std::string output = "-";
@@ -19,13 +17,23 @@ struct decompile_options_t {
     std::string tags;
 };
 
-void print_lost(console_t &console, const std::string &name, const std::vector<std::string> &lost)
+void print_lost(console_t &console, const std::string &name, const decompile_lost_t &lost)
 {
-    for (size_t i = 0; i < lost.size() && i < LOST_SHOWN_MAX; ++i)
-        console_error(console, "{}: not in the text: {}", name, lost[i]);
-    if (!lost.empty())
+    for (const std::string &one : lost.first)
+        console_error(console, "{}: not in the text: {}", name, one);
+    if (lost.count != 0)
         console_error(console, "{}: {} cases in which the text compiles to something else", name,
-                      lost.size());
+                      lost.count);
+}
+
+/// Makes the text, of which is known that it can be made.
+void make_text(void *context, const save_sink_t &sink)
+{
+    const decompile_sink_t pieces = {sink.put, sink.context};
+    decompiled_t out;
+    view_error_t error;
+    if (!decompile_pdb_walk(*static_cast<const pdb_view_t *>(context), &pieces, out, error))
+        throw std::bad_alloc();
 }
 
 bool save_part(console_t &console, const input_file_t &file, const std::string &path,
@@ -46,16 +54,17 @@ exit_status_t decompile_run(const decompile_options_t &options, console_t &conso
     pdb_view_t pdb;
     decompiled_t out;
     view_error_t error;
-    if (!pdb_verify_open(input_file_bytes(file), pdb, error) || !decompile_pdb(pdb, out, error)) {
+    if (!pdb_verify_open(input_file_bytes(file), pdb, error) ||
+        !decompile_pdb_walk(pdb, nullptr, out, error)) {
         print_fault(console, file.name, error);
         return EXIT_STATUS_FILE;
     }
     print_lost(console, file.name, out.lost);
     if (!save_part(console, file, options.aliases, out.aliases, "aliases") ||
         !save_part(console, file, options.tags, out.tags, "tag table") ||
-        !save_file(console, options.output, out.text))
+        !save_made(console, options.output, make_text, &pdb))
         return EXIT_STATUS_FILE;
-    return out.lost.empty() ? EXIT_STATUS_FINE : EXIT_STATUS_FINDINGS;
+    return out.lost.count == 0 ? EXIT_STATUS_FINE : EXIT_STATUS_FINDINGS;
 }
 
 } // namespace

@@ -6,3 +6,13 @@
 /// Writes a file whole or not at all (output_file.h), or prints it for "-". Returns false after a
 /// message when it cannot be written.
 [[nodiscard]] bool save_file(console_t &console, const std::string &path, std::string_view text);
+
+/// Takes the pieces of a text, one behind the other.
+struct save_sink_t {
+    void (*put)(void *context, std::string_view piece);
+    void *context;
+};
+
+/// The same for a text that `make` makes, piece by piece and once.
+[[nodiscard]] bool save_made(console_t &console, const std::string &path,
+                             void (*make)(void *context, const save_sink_t &sink), void *context);

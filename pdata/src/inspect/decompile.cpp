@@ -48,56 +48,153 @@ std::string tag_document(const description_model_t &model)
     return text + "  }\n}\n";
 }
 
-void check_model(const description_model_t &model, std::vector<std::string> &lost)
+void check_model(const description_model_t &model, size_t nr_group, decompile_lost_t &lost)
 {
-    if (model.groups > 1)
-        lost.push_back("protocols of " + std::to_string(model.groups) + " groups in one text");
+    if (nr_group > 1)
+        decompile_lost_add(lost,
+                           "protocols of " + std::to_string(nr_group) + " groups in one text");
     if (model.nameless_aliases)
-        lost.push_back("aliases, which no main string names");
+        decompile_lost_add(lost, "aliases, which no main string names");
     if (model.nameless_tags)
-        lost.push_back("the tag table, which no main string names");
+        decompile_lost_add(lost, "the tag table, which no main string names");
 }
 
-bool lay_out(decompiled_t &out, view_error_t &error)
+/// A text under way: its parts are laid out one by one, each within what stands around it.
+struct text_writing_t {
+    const decompile_sink_t *sink;
+    view_error_t &error;
+    size_t size = 0; ///< bytes so far, before they are laid out
+};
+
+void put(text_writing_t &writing, std::string_view piece)
+{
+    if (writing.sink != nullptr)
+        writing.sink->put(writing.sink->context, piece);
+}
+
+/// Puts a part of a document without the lines that `front` and `behind` are laid out as.
+bool put_part(text_writing_t &writing, const std::string &document, std::string_view front,
+              std::string_view behind)
 {
     description_text_t description;
     text_fault_t fault;
-    if (!description_text_read(out.text, description, fault))
-        return view_fail(error, VIEW_VALUE, 0, "no text of a description: %s", fault.text.c_str());
-    out.text = description_layout(description);
+    writing.size += document.size();
+    if (writing.size >= DECOMPILE_TEXT_MAX)
+        return view_fail(writing.error, VIEW_COUNT, 0, "a text of more than %zu bytes",
+                         DECOMPILE_TEXT_MAX);
+    if (writing.sink == nullptr)
+        return true;
+    if (!description_text_read(document, description, fault))
+        return view_fail(writing.error, VIEW_VALUE, 0, "no text of a description: %s",
+                         fault.text.c_str());
+    const std::string text = description_layout(description);
+    put(writing,
+        std::string_view(text).substr(front.size(), text.size() - front.size() - behind.size()));
     return true;
 }
 
-bool decompile_model(const description_model_t &model, decompiled_t &out, view_error_t &error)
+/// What stands around the members of a protocol, and around a rule of it.
+constexpr std::string_view PROTOCOL_FRONT = "{\n  \"protocols\": [\n    {\n";
+constexpr std::string_view PROTOCOL_BEHIND = "\n    }\n  ]\n}\n";
+constexpr std::string_view NO_RULES_BEHIND = "]\n    }\n  ]\n}\n";
+constexpr std::string_view RULE_FRONT =
+    "{\n  \"protocols\": [\n    {\n      \"rules\": [\n        ";
+constexpr std::string_view RULE_BEHIND = "\n      ]\n    }\n  ]\n}\n";
+
+bool put_rules(text_writing_t &writing, protocol_writing_t &protocol,
+               const model_strings_t &strings, const view_protocol_t &view)
 {
-    check_model(model, out.lost);
-    const std::vector<protocol_keys_t> keys = slot_memory_keys(model);
-    out.text = "{\"protocols\":[";
-    for (size_t i = 0; i < model.protocols.size(); ++i) {
-        if (i != 0)
-            out.text += ',';
-        decompile_protocol(model, model.protocols[i], keys[i], out.text, out.lost);
-        if (out.text.size() >= DECOMPILE_TEXT_MAX)
-            return view_fail(error, VIEW_COUNT, 0, "a text of more than %zu bytes",
-                             DECOMPILE_TEXT_MAX);
+    model_rule_t rule;
+    for (protocol.rule = 0; protocol.rule < view_list_count(view.rules); ++protocol.rule) {
+        std::string document = R"({"protocols":[{"rules":[)";
+        if (!model_rule_read(strings, view, protocol.rule, rule, writing.error))
+            return false;
+        decompile_rule(protocol, rule, document);
+        put(writing, protocol.rule == 0 ? "\n        " : ",\n        ");
+        if (!put_part(writing, document.append("]}]}"), RULE_FRONT, RULE_BEHIND))
+            return false;
     }
-    out.text += "]}";
-    return lay_out(out, error);
+    put(writing, protocol.rule == 0 ? "]" : "\n      ]");
+    return true;
+}
+
+/// Puts a protocol from its first member to the last one.
+bool put_protocol(text_writing_t &writing, protocol_writing_t &protocol,
+                  const model_strings_t &strings, const view_protocol_t &view)
+{
+    std::string keys = R"({"protocols":[{)";
+    decompile_keys(protocol, keys);
+    if (!put_part(writing, keys.append(R"(,"rules":[]}]})"), PROTOCOL_FRONT, NO_RULES_BEHIND) ||
+        !put_rules(writing, protocol, strings, view))
+        return false;
+    std::string said = R"({"protocols":[{)";
+    if (!decompile_said(protocol, said))
+        return true;
+    put(writing, ",\n");
+    return put_part(writing, said.append("}]}"), PROTOCOL_FRONT, PROTOCOL_BEHIND);
+}
+
+bool put_protocols(text_writing_t &writing, const description_model_t &model,
+                   const description_source_t &source, decompile_lost_t &lost)
+{
+    slot_keys_t keys;
+    if (!slot_memory_keys(source, keys, writing.error))
+        return false;
+    for (size_t i = 0; i < source.protocols.size(); ++i) {
+        const source_protocol_t &place = source.protocols[i];
+        const model_strings_t strings = source_strings(source, place);
+        view_protocol_t view;
+        model_protocol_t fields;
+        protocol_writing_t protocol = {model.aliases, fields, slot_keys_of(keys, i), keys.vids[i],
+                                       lost};
+        put(writing, i == 0 ? PROTOCOL_FRONT : ",\n    {\n");
+        if (!source_protocol_open(source, place, view, writing.error) ||
+            !model_protocol_read(strings, view, fields, writing.error) ||
+            !put_protocol(writing, protocol, strings, view))
+            return view_within(writing.error, "protocol at offset %u", place.offset);
+        put(writing, "\n    }");
+    }
+    put(writing, "\n  ]\n}\n");
+    return true;
 }
 
 } // namespace
 
-bool decompile_pdb(const pdb_view_t &pdb, decompiled_t &out, view_error_t &error)
+void decompile_lost_add(decompile_lost_t &lost, std::string text)
+{
+    if (lost.count++ < LOST_KEPT_MAX)
+        lost.first.push_back(std::move(text));
+}
+
+bool decompile_pdb_walk(const pdb_view_t &pdb, const decompile_sink_t *sink, decompiled_t &out,
+                        view_error_t &error)
 try {
     out = {};
     description_model_t model;
-    if (!description_model_read(pdb, model, error))
+    description_source_t source;
+    if (!description_model_parts(pdb, model, error) || !description_source_open(pdb, source, error))
         return false;
-    if (model.protocols.empty())
+    if (source.protocols.empty())
         return view_fail(error, VIEW_ABSENT, 0, "no protocol descriptions");
     out.aliases = alias_document(model);
     out.tags = tag_document(model);
-    return decompile_model(model, out, error);
+    check_model(model, source.groups.size(), out.lost);
+    text_writing_t writing = {sink, error};
+    return put_protocols(writing, model, source, out.lost);
+} catch (const std::bad_alloc &) {
+    return view_fail(error, VIEW_MEMORY, 0, "out of memory");
+}
+
+bool decompile_pdb(const pdb_view_t &pdb, decompiled_t &out, view_error_t &error)
+try {
+    std::string text;
+    const auto put_piece = [](void *context, std::string_view piece) {
+        *static_cast<std::string *>(context) += piece;
+    };
+    const decompile_sink_t sink = {put_piece, &text};
+    const bool sound = decompile_pdb_walk(pdb, &sink, out, error);
+    out.text = std::move(text);
+    return sound;
 } catch (const std::bad_alloc &) {
     return view_fail(error, VIEW_MEMORY, 0, "out of memory");
 }

@@ -19,25 +19,23 @@ constexpr size_t VALUES_MAX = 16;
 /// Cases that are said of a protocol in the text; all are told beside it.
 constexpr size_t LOST_SAID_MAX = 10;
 
-/// A protocol on its way into the text.
-struct protocol_writing_t {
-    const description_model_t &model;
-    const model_protocol_t &protocol;
-    std::string &text;
-    std::vector<std::string> &lost;
-    size_t rule = 0; ///< index of the current one
-};
+void lose_text(protocol_writing_t &writing, std::string text)
+{
+    decompile_lost_add(writing.lost, lost_protocol(writing.protocol, text));
+    if (writing.nr_lost++ < LOST_SAID_MAX)
+        writing.said.push_back(std::move(text));
+}
 
 void lose(protocol_writing_t &writing, bool when, const char *what)
 {
     if (when)
-        writing.lost.push_back(lost_protocol(writing.protocol, what));
+        lose_text(writing, what);
 }
 
 void lose_rule(protocol_writing_t &writing, bool when, const char *what)
 {
     if (when)
-        writing.lost.push_back(lost_rule(writing.protocol, writing.rule, what));
+        lose_text(writing, lost_rule(writing.rule, what));
 }
 
 std::string key_of(const written_attribute_t &attribute)
@@ -60,7 +58,7 @@ void put_offset(std::string &text, const std::string &key, const model_value_t &
 /// Writes the values of an attribute in their order: runs without an offset under one key, every
 /// other one under a key of its own.
 void put_attribute(protocol_writing_t &writing, const model_attribute_t &attribute,
-                   const written_attribute_t &written)
+                   const written_attribute_t &written, std::string &text)
 {
     const std::string key = key_of(written);
     std::vector<std::string_view> run;
@@ -70,11 +68,11 @@ void put_attribute(protocol_writing_t &writing, const model_attribute_t &attribu
             run.push_back(value.text);
             continue;
         }
-        put_list(writing.text, key, run);
+        put_list(text, key, run);
         run.clear();
-        put_offset(writing.text, key, value);
+        put_offset(text, key, value);
     }
-    put_list(writing.text, key, run);
+    put_list(text, key, run);
 }
 
 void put_mindata(std::string &text, const model_sub_rule_t &sub_rule)
@@ -103,18 +101,18 @@ void check_values(protocol_writing_t &writing, const model_sub_rule_t &sub_rule)
               "more values in a sub-rule than a text takes");
 }
 
-void put_sub_rule(protocol_writing_t &writing, const model_sub_rule_t &sub_rule)
+void put_sub_rule(protocol_writing_t &writing, const model_sub_rule_t &sub_rule, std::string &text)
 {
     std::vector<written_attribute_t> written;
-    lose_rule(writing, !alias_undo(writing.model.aliases, sub_rule, written),
+    lose_rule(writing, !alias_undo(writing.aliases, sub_rule, written),
               "no attributes become those of a sub-rule by the aliases of the pdb");
     check_values(writing, sub_rule);
-    writing.text += '{';
-    put_member(writing.text, "protocol", sub_rule.bottom);
-    put_mindata(writing.text, sub_rule);
+    text += '{';
+    put_member(text, "protocol", sub_rule.bottom);
+    put_mindata(text, sub_rule);
     for (size_t i = 0; i < written.size(); ++i)
-        put_attribute(writing, sub_rule.attributes[i], written[i]);
-    writing.text += '}';
+        put_attribute(writing, sub_rule.attributes[i], written[i], text);
+    text += '}';
 }
 
 void put_scope(std::string &text, uint32_t scope)
@@ -144,31 +142,6 @@ void put_flag(std::string &text, const char *key, bool flag)
     text += "true";
 }
 
-void put_rule(protocol_writing_t &writing, const model_rule_t &rule, const rule_keys_t &keys)
-{
-    std::string &text = writing.text;
-    check_rule(writing, rule);
-    if (text.back() != '[')
-        text += ',';
-    text += '{';
-    put_member(text, "order",
-               std::to_string(format_priority_range(rule.priority)) + ':' +
-                   std::to_string(format_priority_order(rule.priority)));
-    put_scope(text, keys.scope);
-    put_flag(text, "fastpass", keys.fastpass);
-    put_flag(text, "preempt", keys.preempt);
-    put_list(text, "path", rule.path);
-    put_list(text, "rule-tags", rule.tags);
-    put_key(text, "rule");
-    text += '[';
-    for (const model_sub_rule_t &sub_rule : rule.sub_rules) {
-        if (text.back() != '[')
-            text += ',';
-        put_sub_rule(writing, sub_rule);
-    }
-    text += "]}";
-}
-
 void put_version(std::string &text, const uint32_t (&version)[3])
 {
     put_key(text, "version");
@@ -180,27 +153,27 @@ void put_version(std::string &text, const uint32_t (&version)[3])
 }
 
 /// Writes the tags; what differs from the order in which they are stored is lost.
-void put_tags(protocol_writing_t &writing)
+void put_tags(protocol_writing_t &writing, std::string &text)
 {
     const std::vector<text_pair_t> &tags = writing.protocol.tags;
     if (tags.empty())
         return;
-    put_key(writing.text, "tags");
-    writing.text += '{';
+    put_key(text, "tags");
+    text += '{';
     std::vector<std::string_view> categories;
     size_t i = 0;
     for (; i < tags.size() && tags[i].first == "category"; ++i)
         categories.push_back(tags[i].second);
     lose(writing, categories.size() > 9, "more than 9 categories");
-    put_list(writing.text, "category", categories);
+    put_list(text, "category", categories);
     if (i < tags.size() && tags[i].first == "family")
-        put_member(writing.text, "family", tags[i++].second);
+        put_member(text, "family", tags[i++].second);
     if (i < tags.size() && tags[i] == text_pair_t("deprecated", "true")) {
-        put_flag(writing.text, "deprecated", true);
+        put_flag(text, "deprecated", true);
         ++i;
     }
     lose(writing, i < tags.size(), "tags that have no key, or in another order");
-    writing.text += '}';
+    text += '}';
 }
 
 void check_protocol(protocol_writing_t &writing)
@@ -217,64 +190,79 @@ void check_protocol(protocol_writing_t &writing)
              protocol.supported_versions[0] != SUPPORTED_VERSION,
          "its supported versions");
     lose(writing, protocol.altnames.size() > 10, "more than 10 other names");
-    lose(writing, protocol.rules.size() > 1199, "more rules than a text takes");
+    lose(writing, writing.keys.size() > 1199, "more rules than a text takes");
 }
 
-void put_meta(protocol_writing_t &writing, const protocol_keys_t &keys)
+/// Tells what keys of rules no text gives.
+void lose_keys(protocol_writing_t &writing)
 {
-    std::string &text = writing.text;
+    for (writing.rule = 0; writing.rule < writing.keys.size(); ++writing.rule)
+        lose_rule(writing, writing.keys[writing.rule].lost_stored,
+                  "its scope or virtual id has no key that gives it");
+    for (writing.rule = 0; writing.rule < writing.keys.size(); ++writing.rule)
+        lose_rule(writing, writing.keys[writing.rule].lost_shown,
+                  "its first sub-rule has no attributes, and its flags, scope or virtual id come "
+                  "from a protocol that is not there");
+}
+
+} // namespace
+
+void decompile_keys(protocol_writing_t &writing, std::string &text)
+{
     const model_protocol_t &protocol = writing.protocol;
+    lose_keys(writing);
+    check_protocol(writing);
     put_member(text, "name", protocol.name);
     put_number(text, "id", protocol.id);
     put_version(text, protocol.version);
-    put_tags(writing);
+    put_tags(writing, text);
     put_list(text, "altname", protocol.altnames);
     put_flag(text, "http_reclassify", protocol.http_reclassify != 0);
     if (protocol.implicit_bottom_layer != 0)
         put_number(text, "implicit_bottom_layer", protocol.implicit_bottom_layer);
-    if (keys.vid)
-        put_number(text, "virtual_id", *keys.vid);
+    if (writing.vid)
+        put_number(text, "virtual_id", *writing.vid);
     if (protocol.cacheable == 0) {
         put_key(text, "cacheable");
         text += "false";
     }
 }
 
-/// Says in the text what is not in it, of the cases from `first` on.
-void put_lost(protocol_writing_t &writing, size_t first)
+void decompile_rule(protocol_writing_t &writing, const model_rule_t &rule, std::string &text)
 {
-    const std::vector<std::string> &lost = writing.lost;
-    if (first == lost.size())
-        return;
-    const size_t front = lost_protocol(writing.protocol, "").size();
-    std::string said = "not in this text: ";
-    for (size_t i = first; i < lost.size() && i - first < LOST_SAID_MAX; ++i)
-        said.append(i == first ? "" : "; ").append(lost[i].substr(front));
-    if (lost.size() - first > LOST_SAID_MAX)
-        said += "; and " + std::to_string(lost.size() - first - LOST_SAID_MAX) + " more";
-    put_key(writing.text, "description");
-    writing.text += '{';
-    put_member(writing.text, "en", said);
-    writing.text += '}';
+    const rule_keys_t &keys = writing.keys[writing.rule];
+    check_rule(writing, rule);
+    text += '{';
+    put_member(text, "order",
+               std::to_string(format_priority_range(rule.priority)) + ':' +
+                   std::to_string(format_priority_order(rule.priority)));
+    put_scope(text, keys.scope);
+    put_flag(text, "fastpass", keys.fastpass);
+    put_flag(text, "preempt", keys.preempt);
+    put_list(text, "path", rule.path);
+    put_list(text, "rule-tags", rule.tags);
+    put_key(text, "rule");
+    text += '[';
+    for (const model_sub_rule_t &sub_rule : rule.sub_rules) {
+        if (text.back() != '[')
+            text += ',';
+        put_sub_rule(writing, sub_rule, text);
+    }
+    text += "]}";
 }
 
-} // namespace
-
-void decompile_protocol(const description_model_t &model, const model_protocol_t &protocol,
-                        const protocol_keys_t &keys, std::string &text,
-                        std::vector<std::string> &lost)
+bool decompile_said(const protocol_writing_t &writing, std::string &text)
 {
-    protocol_writing_t writing = {model, protocol, text, lost, 0};
-    const size_t first = lost.size();
-    lost.insert(lost.end(), keys.lost.begin(), keys.lost.end());
-    check_protocol(writing);
+    if (writing.nr_lost == 0)
+        return false;
+    std::string said = "not in this text: ";
+    for (const std::string &one : writing.said)
+        said.append(&one == writing.said.data() ? "" : "; ").append(one);
+    if (writing.nr_lost > LOST_SAID_MAX)
+        said += "; and " + std::to_string(writing.nr_lost - LOST_SAID_MAX) + " more";
+    put_key(text, "description");
     text += '{';
-    put_meta(writing, keys);
-    put_key(text, "rules");
-    text += '[';
-    for (; writing.rule < protocol.rules.size() && text.size() < DECOMPILE_TEXT_MAX; ++writing.rule)
-        put_rule(writing, protocol.rules[writing.rule], keys.rules[writing.rule]);
-    text += ']';
-    put_lost(writing, first);
+    put_member(text, "en", said);
     text += '}';
+    return true;
 }

@@ -85,7 +85,7 @@ std::string lost_protocol(const model_protocol_t &protocol, std::string_view tex
            std::string(text);
 }
 
-std::string lost_rule(const model_protocol_t &protocol, size_t index, std::string_view text)
+std::string lost_rule(size_t index, std::string_view text)
 {
-    return lost_protocol(protocol, "rule " + std::to_string(index + 1) + ": " + std::string(text));
+    return "rule " + std::to_string(index + 1) + ": " + std::string(text);
 }

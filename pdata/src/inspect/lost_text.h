@@ -11,5 +11,5 @@ constexpr size_t LOST_NAME_MAX = 64;
 /// Returns "protocol NAME: TEXT".
 std::string lost_protocol(const model_protocol_t &protocol, std::string_view text);
 
-/// Returns "protocol NAME: rule N: TEXT" for rule `index`, from 0; N counts from 1.
-std::string lost_rule(const model_protocol_t &protocol, size_t index, std::string_view text);
+/// Returns "rule N: TEXT" for rule `index`, from 0; N counts from 1.
+std::string lost_rule(size_t index, std::string_view text);

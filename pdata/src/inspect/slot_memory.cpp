@@ -1,10 +1,11 @@
 #include "slot_memory.h"
 
 #include "format_scope.h"
-#include "lost_text.h"
 
 namespace
 {
+
+constexpr uint32_t NONE = 0xFFFFFFFF;
 
 /// What a slot holds, and what a rule is stored with.
 struct slot_t {
@@ -16,153 +17,182 @@ struct slot_t {
     bool operator==(const slot_t &) const = default;
 };
 
-/// A sub-rule that fills a slot, and what shows of it in a later rule.
+/// What is looked at of a rule.
+struct slot_rule_t {
+    slot_t stored;
+    uint32_t protocol = 0;
+    uint32_t first_sub_rule = 0;
+    bool says_itself = false; ///< its first sub-rule has attributes
+};
+
+/// A sub-rule that fills a slot, and the rule that shows it.
 struct writer_t {
-    size_t protocol = 0;
-    size_t rule = 0;
-    std::optional<slot_t> shown;
+    uint32_t rule = 0;
+    uint32_t sub_rule = 0;
+    uint32_t shown = NONE;
 };
 
 /// A rule whose first sub-rule has no attributes, and the writer that it shows.
 struct reader_t {
-    size_t protocol = 0;
-    size_t rule = 0;
-    size_t writer = SIZE_MAX; ///< none: the slot was never filled
-    size_t sub_rule = 0;      ///< of the writer, in its rule
+    uint32_t rule = 0;
+    uint32_t writer = NONE; ///< none: the slot was never filled
 };
 
+/// All rules, their sub-rules and slots.
 struct slots_t {
+    std::vector<slot_rule_t> rules;
+    std::vector<uint32_t> bits; ///< by sub-rule: the scope bit of its bottom protocol
     std::vector<writer_t> writers;
-    std::vector<size_t> sub_rules; ///< by writer: the index of its sub-rule
-    std::vector<size_t> last;      ///< by slot: its writer
     std::vector<reader_t> readers;
+    std::vector<uint32_t> last; ///< by slot: its writer
 };
 
-slot_t stored_slot(const model_rule_t &rule)
+void pass_sub_rule(slots_t &slots, bool has_attributes, bool is_first, uint32_t slot)
 {
-    return {rule.fastpass, rule.preempt, rule.scope, rule.vid};
-}
-
-void pass_sub_rule(slots_t &slots, const model_rule_t &rule, reader_t place, size_t slot)
-{
+    const auto rule = static_cast<uint32_t>(slots.rules.size() - 1);
     if (slot >= slots.last.size())
-        slots.last.resize(slot + 1, SIZE_MAX);
-    if (!rule.sub_rules[place.sub_rule].attributes.empty()) {
-        slots.last[slot] = slots.writers.size();
-        slots.writers.push_back({place.protocol, place.rule, {}});
-        slots.sub_rules.push_back(place.sub_rule);
-    } else if (place.sub_rule == 0) {
-        place.writer = slots.last[slot];
-        if (place.writer != SIZE_MAX && !slots.writers[place.writer].shown)
-            slots.writers[place.writer].shown = stored_slot(rule);
-        slots.readers.push_back(place);
+        slots.last.resize(slot + 1, NONE);
+    if (has_attributes) {
+        slots.last[slot] = static_cast<uint32_t>(slots.writers.size());
+        slots.writers.push_back({rule, static_cast<uint32_t>(slots.bits.size() - 1), NONE});
+    } else if (is_first) {
+        const uint32_t writer = slots.last[slot];
+        if (writer != NONE && slots.writers[writer].shown == NONE)
+            slots.writers[writer].shown = rule;
+        slots.readers.push_back({rule, writer});
     }
 }
 
-slots_t pass_slots(const description_model_t &model)
+/// Goes through the slots of a rule, the first of which is `slot`, and passes them.
+bool pass_rule(slots_t &slots, const model_strings_t &strings, const view_rule_t &rule,
+               uint32_t protocol, uint32_t &slot, view_error_t &error)
 {
-    slots_t slots;
-    for (size_t i = 0; i < model.protocols.size(); ++i) {
-        size_t slot = 0;
-        const std::vector<model_rule_t> &rules = model.protocols[i].rules;
-        for (size_t j = 0; j < rules.size(); ++j)
-            for (size_t k = 0; k < rules[j].sub_rules.size(); ++k)
-                pass_sub_rule(slots, rules[j], {i, j, SIZE_MAX, k}, slot++);
+    slots.rules.push_back({{rule.fastpass != 0, rule.preempt != 0, rule.scope, rule.vid},
+                           protocol,
+                           static_cast<uint32_t>(slots.bits.size()),
+                           false});
+    for (uint32_t i = 0; i < view_list_count(rule.sub_rules); ++i) {
+        view_sub_rule_t sub_rule;
+        std::string_view bottom;
+        if (!view_sub_rule_at(rule, i, sub_rule, error) ||
+            !view_pool_require(strings.group, sub_rule.bottom_protocol, "real bottom protocol",
+                               bottom, error))
+            return view_within(error, "sub-rule %u", i);
+        const bool has_attributes = view_list_count(sub_rule.attributes) != 0;
+        slots.bits.push_back(format_scope_bit(bottom));
+        slots.rules.back().says_itself |= i == 0 && has_attributes;
+        pass_sub_rule(slots, has_attributes, i == 0, slot++);
     }
-    return slots;
+    return true;
 }
 
-bool says_itself(const model_rule_t &rule)
+bool pass_protocol(slots_t &slots, const description_source_t &source, uint32_t protocol,
+                   view_error_t &error)
 {
-    return !rule.sub_rules.empty() && !rule.sub_rules[0].attributes.empty();
+    view_protocol_t view;
+    uint32_t slot = 0;
+    const source_protocol_t &place = source.protocols[protocol];
+    if (!source_protocol_open(source, place, view, error))
+        return false;
+    const model_strings_t strings = source_strings(source, place);
+    for (uint32_t i = 0; i < view_list_count(view.rules); ++i) {
+        view_rule_t rule;
+        if (!view_rule_at(view, i, rule, error) ||
+            !pass_rule(slots, strings, rule, protocol, slot, error))
+            return view_within(error, "rule %u", i);
+    }
+    return true;
 }
 
-/// The keys that a rule is stored with.
-void take_stored(const model_rule_t &rule, protocol_keys_t &protocol, rule_keys_t &keys)
+/// The keys that rules are stored with.
+void take_stored(const slots_t &slots, slot_keys_t &keys)
 {
-    const uint32_t implied = FORMAT_SCOPE_ALWAYS | format_scope_bit(rule.sub_rules[0].bottom);
-    keys = {rule.fastpass, rule.preempt, rule.scope & ~implied};
-    if (rule.vid != MODEL_VID_NONE)
-        protocol.vid = rule.vid;
+    for (size_t i = 0; i < slots.rules.size(); ++i) {
+        const slot_rule_t &rule = slots.rules[i];
+        if (!rule.says_itself)
+            continue;
+        const uint32_t implied = FORMAT_SCOPE_ALWAYS | slots.bits[rule.first_sub_rule];
+        keys.rules[i].fastpass = rule.stored.fastpass;
+        keys.rules[i].preempt = rule.stored.preempt;
+        keys.rules[i].scope = rule.stored.scope & ~implied;
+        if (rule.stored.vid != MODEL_VID_NONE)
+            keys.vids[rule.protocol] = rule.stored.vid;
+    }
 }
 
 /// The keys that show of another sub-rule than the first, whose own bit is implied there.
-void take_shown(const model_rule_t &rule, const slot_t &shown, size_t sub_rule,
-                protocol_keys_t &protocol, rule_keys_t &keys)
+void take_shown(const slots_t &slots, const writer_t &writer, slot_keys_t &keys)
 {
-    const uint32_t implied =
-        FORMAT_SCOPE_ALWAYS | format_scope_bit(rule.sub_rules[sub_rule].bottom);
-    if (says_itself(rule)) {
-        keys.scope |= shown.scope & format_scope_bit(rule.sub_rules[0].bottom) & ~implied;
+    const slot_rule_t &rule = slots.rules[writer.rule];
+    if (writer.shown == NONE || writer.sub_rule == rule.first_sub_rule)
+        return;
+    const slot_t &shown = slots.rules[writer.shown].stored;
+    const uint32_t implied = FORMAT_SCOPE_ALWAYS | slots.bits[writer.sub_rule];
+    rule_keys_t &own = keys.rules[writer.rule];
+    if (rule.says_itself) {
+        own.scope |= shown.scope & slots.bits[rule.first_sub_rule] & ~implied;
         return;
     }
-    keys = {shown.fastpass, shown.preempt, shown.scope & ~implied};
+    own.fastpass = shown.fastpass;
+    own.preempt = shown.preempt;
+    own.scope = shown.scope & ~implied;
     if (shown.vid != MODEL_VID_NONE)
-        protocol.vid = shown.vid;
+        keys.vids[rule.protocol] = shown.vid;
 }
 
 /// What the text makes of the slot of a sub-rule with attributes.
-slot_t written_slot(const model_rule_t &rule, size_t sub_rule, const protocol_keys_t &protocol,
-                    const rule_keys_t &keys)
+slot_t written_slot(const slots_t &slots, const slot_keys_t &keys, uint32_t rule, uint32_t sub_rule)
 {
-    return {keys.fastpass, keys.preempt,
-            keys.scope | FORMAT_SCOPE_ALWAYS | format_scope_bit(rule.sub_rules[sub_rule].bottom),
-            protocol.vid.value_or(MODEL_VID_NONE)};
+    const rule_keys_t &own = keys.rules[rule];
+    return {own.fastpass, own.preempt, own.scope | FORMAT_SCOPE_ALWAYS | slots.bits[sub_rule],
+            keys.vids[slots.rules[rule].protocol].value_or(MODEL_VID_NONE)};
 }
 
-void check_stored(const description_model_t &model, std::vector<protocol_keys_t> &keys)
+void check_stored(const slots_t &slots, slot_keys_t &keys)
 {
-    for (size_t i = 0; i < model.protocols.size(); ++i)
-        for (size_t j = 0; j < keys[i].rules.size(); ++j) {
-            const model_rule_t &rule = model.protocols[i].rules[j];
-            if (says_itself(rule) &&
-                written_slot(rule, 0, keys[i], keys[i].rules[j]) != stored_slot(rule))
-                keys[i].lost.push_back(lost_rule(
-                    model.protocols[i], j, "its scope or virtual id has no key that gives it"));
-        }
+    for (uint32_t i = 0; i < slots.rules.size(); ++i)
+        if (slots.rules[i].says_itself)
+            keys.rules[i].lost_stored =
+                written_slot(slots, keys, i, slots.rules[i].first_sub_rule) !=
+                slots.rules[i].stored;
 }
 
-void check_shown(const description_model_t &model, const slots_t &slots,
-                 std::vector<protocol_keys_t> &keys)
+void check_shown(const slots_t &slots, slot_keys_t &keys)
 {
     for (const reader_t &reader : slots.readers) {
         slot_t slot;
-        if (reader.writer != SIZE_MAX) {
+        if (reader.writer != NONE) {
             const writer_t &writer = slots.writers[reader.writer];
-            slot = written_slot(model.protocols[writer.protocol].rules[writer.rule],
-                                slots.sub_rules[reader.writer], keys[writer.protocol],
-                                keys[writer.protocol].rules[writer.rule]);
+            slot = written_slot(slots, keys, writer.rule, writer.sub_rule);
         }
-        const model_protocol_t &protocol = model.protocols[reader.protocol];
-        if (slot != stored_slot(protocol.rules[reader.rule]))
-            keys[reader.protocol].lost.push_back(
-                lost_rule(protocol, reader.rule,
-                          "its first sub-rule has no attributes, and its flags, scope "
-                          "or virtual id come from a protocol that is not there"));
+        keys.rules[reader.rule].lost_shown = slot != slots.rules[reader.rule].stored;
     }
 }
 
 } // namespace
 
-std::vector<protocol_keys_t> slot_memory_keys(const description_model_t &model)
+std::span<const rule_keys_t> slot_keys_of(const slot_keys_t &keys, size_t protocol)
 {
-    const slots_t slots = pass_slots(model);
-    std::vector<protocol_keys_t> keys(model.protocols.size());
-    for (size_t i = 0; i < keys.size(); ++i) {
-        const std::vector<model_rule_t> &rules = model.protocols[i].rules;
-        keys[i].rules.resize(rules.size());
-        for (size_t j = 0; j < rules.size(); ++j)
-            if (says_itself(rules[j]))
-                take_stored(rules[j], keys[i], keys[i].rules[j]);
+    const size_t begin = keys.first[protocol];
+    const size_t end =
+        protocol + 1 < keys.first.size() ? keys.first[protocol + 1] : keys.rules.size();
+    return std::span(keys.rules).subspan(begin, end - begin);
+}
+
+bool slot_memory_keys(const description_source_t &source, slot_keys_t &keys, view_error_t &error)
+{
+    slots_t slots;
+    for (uint32_t i = 0; i < source.protocols.size(); ++i) {
+        keys.first.push_back(static_cast<uint32_t>(slots.rules.size()));
+        if (!pass_protocol(slots, source, i, error))
+            return view_within(error, "protocol at offset %u", source.protocols[i].offset);
     }
-    for (size_t i = 0; i < slots.writers.size(); ++i) {
-        const writer_t &writer = slots.writers[i];
-        if (writer.shown && slots.sub_rules[i] != 0)
-            take_shown(model.protocols[writer.protocol].rules[writer.rule], *writer.shown,
-                       slots.sub_rules[i], keys[writer.protocol],
-                       keys[writer.protocol].rules[writer.rule]);
-    }
-    check_stored(model, keys);
-    check_shown(model, slots, keys);
-    return keys;
+    keys.rules.assign(slots.rules.size(), {});
+    keys.vids.assign(source.protocols.size(), {});
+    take_stored(slots, keys);
+    for (const writer_t &writer : slots.writers)
+        take_shown(slots, writer, keys);
+    check_stored(slots, keys);
+    check_shown(slots, keys);
+    return true;
 }

@@ -8,23 +8,31 @@
 #pragma once
 
 #include <optional>
+#include <span>
 #include <string>
 
-#include "description_model.h"
+#include "description_source.h"
 
-/// What a rule says besides order, path and tags.
+/// What a rule says besides order, path and tags, and what of it no text gives.
 struct rule_keys_t {
+    uint32_t scope = 0; ///< bits of the words to write: without those that are implied
     bool fastpass = false;
     bool preempt = false;
-    uint32_t scope = 0; ///< bits of the words to write: without those that are implied
+    bool lost_stored = false; ///< its scope or virtual id
+    bool lost_shown = false;  ///< what shows of another rule
 };
 
-/// The keys of a protocol.
-struct protocol_keys_t {
-    std::optional<uint32_t> vid; ///< none to write where it is empty
+/// The keys of all rules, in their order.
+struct slot_keys_t {
     std::vector<rule_keys_t> rules;
-    std::vector<std::string> lost; ///< what no text gives
+    std::vector<uint32_t> first;               ///< by protocol: its first rule
+    std::vector<std::optional<uint32_t>> vids; ///< by protocol; none to write where it is empty
 };
 
-/// Works out the keys of all rules, by protocol. Throws std::bad_alloc; linear time.
-std::vector<protocol_keys_t> slot_memory_keys(const description_model_t &model);
+/// Returns the keys of the rules of a protocol.
+std::span<const rule_keys_t> slot_keys_of(const slot_keys_t &keys, size_t protocol);
+
+/// Works out the keys of all rules. Returns false with `error` for rules that are damaged. Throws
+/// std::bad_alloc; linear time, and memory of some 50 bytes a rule.
+[[nodiscard]] bool slot_memory_keys(const description_source_t &source, slot_keys_t &keys,
+                                    view_error_t &error);

@@ -56,6 +56,8 @@ bool write_whole(output_file_t &file, output_error_t &error)
     for (const std::span<const uint8_t> part : file.parts)
         if (!output_write_all(file.fd, part))
             return fail(error, OUTPUT_CANNOT_WRITE, file, "write");
+    if (file.writer.write != nullptr && !file.writer.write(file.writer.context, file.fd))
+        return fail(error, OUTPUT_CANNOT_WRITE, file, "write");
     if (file.regular && file.sync == OUTPUT_TO_DISK && !output_sync_file(file.fd))
         return fail(error, OUTPUT_CANNOT_WRITE, file, "flush");
     if (!file.temporary.empty() && (file.pin = dup(file.fd)) == -1)
@@ -91,6 +93,22 @@ bool put_in_place(output_file_t &file, output_error_t &error)
     return true;
 }
 
+/// Opens the target of a file, and writes what goes beside it.
+bool begin_file(output_t &output, output_file_t &file, output_error_t &error)
+{
+    output_target_t target;
+    if (!output_target_open(file.filename, target, file))
+        return fail(error, OUTPUT_CANNOT_OPEN, file, "open");
+    if (!target.replaceable)
+        return true;
+    hold_signals(output);
+    if (!output_temporary_open(target, file))
+        return fail(error, target.exists ? OUTPUT_CANNOT_WRITE : OUTPUT_CANNOT_OPEN, file, "open");
+    if (file.temporary.empty())
+        return true;
+    return write_whole(file, error);
+}
+
 } // namespace
 
 output_t::~output_t()
@@ -105,17 +123,17 @@ bool output_add(output_t &output, const char *filename, output_parts_t parts, ou
     file.filename = filename;
     file.sync = sync;
     file.parts.assign(parts.begin(), parts.end());
-    output_target_t target;
-    if (!output_target_open(filename, target, file))
-        return fail(error, OUTPUT_CANNOT_OPEN, file, "open");
-    if (!target.replaceable)
-        return true;
-    hold_signals(output);
-    if (!output_temporary_open(target, file))
-        return fail(error, target.exists ? OUTPUT_CANNOT_WRITE : OUTPUT_CANNOT_OPEN, file, "open");
-    if (file.temporary.empty())
-        return true;
-    return write_whole(file, error);
+    return begin_file(output, file, error);
+}
+
+bool output_add_written(output_t &output, const char *filename, output_writer_t writer,
+                        output_sync_t sync, output_error_t &error)
+{
+    output_file_t &file = output.files.emplace_back();
+    file.filename = filename;
+    file.sync = sync;
+    file.writer = writer;
+    return begin_file(output, file, error);
 }
 
 bool output_commit(output_t &output, output_error_t &error)

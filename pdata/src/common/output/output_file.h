@@ -61,6 +61,13 @@ struct output_error_t {
 /// The bytes of a file, one part behind the other.
 using output_parts_t = std::span<const std::span<const uint8_t>>;
 
+/// Who writes a file that is made as it is written. `write` writes all of it to `fd`, once, and
+/// returns false with errno set when it could not.
+struct output_writer_t {
+    bool (*write)(void *context, int fd) = nullptr;
+    void *context = nullptr;
+};
+
 /// One file of a set.
 struct output_file_t {
     const char *filename = nullptr; ///< as it was given
@@ -76,6 +83,7 @@ struct output_file_t {
     ino_t inode = 0;
     int pin = -1; ///< of the temporary file: its inode stays its own as long as this is open
     std::vector<std::span<const uint8_t>> parts;
+    output_writer_t writer; ///< in place of parts, where there is one
 };
 
 /// A set of files that go in place together, in the order in which they were added.
@@ -96,6 +104,12 @@ struct output_t {
 /// Returns false with the failure in `error`; the set is then only to be given up.
 [[nodiscard]] bool output_add(output_t &output, const char *filename, output_parts_t parts,
                               output_sync_t sync, output_error_t &error);
+
+/// The same for a file that `writer` writes: now, or on output_commit where the target is written
+/// directly.
+[[nodiscard]] bool output_add_written(output_t &output, const char *filename,
+                                      output_writer_t writer, output_sync_t sync,
+                                      output_error_t &error);
 
 /// Puts the files in place, in their order, and empties the set. Returns false with the failure in
 /// `error`: files behind the one that failed are not in place, and nothing beside any target is
