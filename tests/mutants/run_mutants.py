@@ -4,6 +4,7 @@
     run_mutants.py COMMIT                lines that differ from a commit
     run_mutants.py --draw N [--seed S] [--under FOLDER]
                                          N mutants at random, of all lines of the product
+    run_mutants.py --again               those that survived earlier runs, where their lines are now
 
 Works on a copy of the tree in build/mutants, which is built once. Of a mutant the changed file is
 compiled, and the programs that contain it are linked with it, one after another, until a test
@@ -16,8 +17,8 @@ notices: the smallest test programs first, at last whatever runs the shipped pro
                 and Y. Le Traon, "Trivial compiler equivalence", 2015).
 
 Verdicts are kept in build/mutants/results.jsonl, and a run goes on where one ended: what was killed
-stays so, and so do survivors unless --again is given. A run with --seconds 60 is quick, one with
---again then shows which of its survivors some other test kills.
+stays so. A run with --seconds 45 is quick; --again then shows its survivors to all tests, and later
+to new ones. The last verdict of a mutant counts.
 
 Prints the survivors and the share that was killed. Exit code 1 if a mutant survived.
 """
@@ -34,7 +35,7 @@ from collections import Counter
 
 from mutant_build import SHIPPED, TOP, WORK, Build, output_of
 from mutant_tests import Tests, fresh_folder
-from mutation import mutants_of
+from mutation import Mutant, mutants_of
 
 # What is shipped; pages and completions are written by a program of the build.
 PRODUCT = ("clib_symbol_abstraction/", "modules/src/", "pragmar/src/", "pdata/src/",
@@ -70,8 +71,22 @@ def lines_of(name):
         return file.read().split("\n")
 
 
+def survivors():
+    """The mutants that survived, at the lines that are the nearest with their text now."""
+    for row in known_verdicts().values():
+        if row["verdict"] != "survived":
+            continue
+        places = [number for number, line in enumerate(lines_of(row["path"]), 1)
+                  if line == row["before"]]
+        if places:
+            number = min(places, key=lambda place: abs(place - row["number"]))
+            yield Mutant(row["path"], number, row["before"], row["after"])
+
+
 def candidates(options):
     """The mutants to try, in the order in which they are tried."""
+    if options.again:
+        return list(survivors())
     places = list(changed_lines(options.commit) if options.commit else all_lines(options.under))
     texts = {name: lines_of(name) for name in {name for name, _ in places}}
     found = [mutants_of(name, number, texts[name][number - 1]) for name, number in places]
@@ -96,7 +111,7 @@ class Trial:
         self.queue = iter(candidates(options))
         self.lock = threading.Lock()
         self.total = Counter()
-        self.known = {} if options.afresh else known_verdicts(options.again)
+        self.known = {} if options.again else known_verdicts()
 
     def next(self):
         """The next mutant that has no verdict; None when there are enough."""
@@ -173,14 +188,13 @@ def key_of(mutant):
     return mutant.path, mutant.number, mutant.before, mutant.after
 
 
-def known_verdicts(again):
-    """The verdicts of earlier runs; with `again` without those that survived."""
+def known_verdicts():
+    """The last verdicts of earlier runs."""
     if not os.path.exists(RESULTS):
         return {}
     with open(RESULTS, encoding="utf-8") as file:
         rows = [json.loads(line) for line in file]
-    known = {(row["path"], row["number"], row["before"], row["after"]): row for row in rows}
-    return {key: row for key, row in known.items() if not again or row["verdict"] != "survived"}
+    return {(row["path"], row["number"], row["before"], row["after"]): row for row in rows}
 
 
 def arguments():
@@ -193,11 +207,10 @@ def arguments():
     parser.add_argument("--minutes", type=float, default=0, help="ends early after so long")
     parser.add_argument("--seconds", type=float, default=0,
                         help="of tests a mutant, the likeliest to notice it; 0: all")
-    parser.add_argument("--again", action="store_true", help="tries known survivors once more")
-    parser.add_argument("--afresh", action="store_true", help="forgets all verdicts")
+    parser.add_argument("--again", action="store_true", help="those that survived earlier runs")
     options = parser.parse_args()
-    if bool(options.commit) == bool(options.draw):
-        parser.error("a commit, or --draw N")
+    if bool(options.commit) + bool(options.draw) + options.again != 1:
+        parser.error("a commit, --draw N, or --again")
     return options
 
 
