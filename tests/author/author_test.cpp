@@ -4,6 +4,7 @@
 #include <set>
 
 #include "depfile.h"
+#include "description_text.h"
 #include "import_numbers.h"
 #include "import_values.h"
 #include "schema.h"
@@ -37,6 +38,19 @@ TEST(DepfileTest, escapes_what_make_takes_specially)
                                            "  i\\\\\\ j \\\n"
                                            "  plain\n");
     EXPECT_EQ(depfile_text("out", {}), "out:\n");
+    EXPECT_EQ(depfile_text(" out", {}), "\\ out:\n") << "nothing stands in front of it";
+}
+
+TEST(DescriptionTextTest, tells_lines_and_characters)
+{
+    const std::string_view text = "ab\nc\xc3\xa9"
+                                  "d\n\n";
+    const std::vector<std::pair<size_t, size_t>> places = {{1, 1}, {1, 2}, {1, 3}, {2, 1}, {2, 2},
+                                                           {2, 3}, {2, 3}, {2, 4}, {3, 1}, {4, 1}};
+    for (size_t offset = 0; offset < places.size(); ++offset) {
+        const text_place_t place = text_place(text, offset);
+        EXPECT_EQ(std::pair(place.line, place.column), places[offset]) << offset;
+    }
 }
 
 TEST(ImportNumbersTest, merges_blocks_that_overlap_or_touch)

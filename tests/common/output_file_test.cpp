@@ -168,6 +168,21 @@ TEST_F(output_file, that_is_given_up_leaves_the_old_one)
     EXPECT_EQ(names(), names_t{"out"}) << "the end of a set gives it up";
 }
 
+TEST_F(output_file, keeps_nothing_open)
+{
+    const auto nr_open = [] {
+        return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
+    };
+    put_file("out", "old");
+    const auto usual = nr_open();
+    ASSERT_TRUE(add("out", "new"));
+    EXPECT_GT(nr_open(), usual);
+    output_discard(output);
+    EXPECT_EQ(nr_open(), usual);
+    ASSERT_TRUE(put("out", "new"));
+    EXPECT_EQ(nr_open(), usual);
+}
+
 TEST_F(output_file, goes_in_place_with_the_others_of_its_set)
 {
     put_file("a", "old");
@@ -309,6 +324,19 @@ TEST_F(output_file, keeps_the_mode_of_the_old_one)
     ASSERT_TRUE(put("out", "new"));
     EXPECT_EQ(mode_of("out"), 0640U) << "a new one has what is usual";
     umask(usual);
+}
+
+// Whoever writes a program that runs with the rights of another does not become that other.
+TEST_F(output_file, takes_no_rights_over_from_another_owner)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "needs two users";
+    put_file("out", "old");
+    ASSERT_EQ(chmod("out", 06666), 0);
+    ASSERT_EQ(chmod(".", 0777), 0);
+    const as_somebody without_rights;
+    ASSERT_TRUE(put("out", "new"));
+    EXPECT_EQ(mode_of("out"), 0666U);
 }
 
 TEST_F(output_file, is_written_directly_where_the_folder_takes_no_new_file)

@@ -120,6 +120,17 @@ TEST_F(description_to_pdb, the_inner_length_of_the_configuration_record_counts_b
     EXPECT_EQ(TLV_TYPE_CFG_SEMANTIC, 38U);
 }
 
+// The inner length has 24 bits, of bytes; that of the whole record has as many, of words.
+TEST_F(description_to_pdb, a_configuration_that_no_length_can_state_is_refused)
+{
+    std::vector<uint8_t> record;
+    EXPECT_EQ(cfg_record(std::string(0xFFFFFC, ' '), &record), "0");
+    EXPECT_EQ(record.size(), 0xFFFFFCU + 8);
+    EXPECT_EQ(cfg_record(std::string(0xFFFFFD, ' '), &record), "2");
+    EXPECT_EQ(cfg_record(std::string(size_t{0xFFFFFF} * 4 - 3, ' '), &record),
+              "100: tlv len 11 is superior to internal limit 16777215");
+}
+
 TEST_F(description_to_pdb, a_configuration_record_needs_its_document)
 {
     std::vector<uint8_t> record;

@@ -21,6 +21,13 @@ std::vector<uint8_t> blob_of_alphabet(const ps_alphabet &alphabet)
                    [&](tlv_sink_t &sink) { pattern_alphabet_emit(alphabet, sink); });
 }
 
+TEST(pattern_alphabet, a_used_one_is_emptied)
+{
+    ps_alphabet alphabet = make_alphabet(2, 0, "abc");
+    pattern_alphabet_init(alphabet, 2);
+    EXPECT_EQ(blob_of_alphabet(alphabet), blob_of_alphabet(make_alphabet(2, 0, "")));
+}
+
 TEST(pattern_alphabet, an_empty_alphabet_has_the_reserved_codes_alone)
 {
     EXPECT_EQ(pattern_alphabet_get_size(), 276U);

@@ -309,6 +309,11 @@ TEST(transformer_ipv6, reads_full_addresses_most_significant_word_first)
     expect_ipv6("FFFF:abcd:0:00:000:0000:Ef01:1", {0xFFFFABCD, 0x00000000, 0x00000000, 0xEF010001});
 }
 
+TEST(transformer_ipv6, reads_every_digit)
+{
+    expect_ipv6("0123:4567:89ab:cdef:0a0f:0A0F:9:F", {0x01234567, 0x89ABCDEF, 0x0A0F0A0F, 0x9000F});
+}
+
 TEST(transformer_ipv6, fills_the_gap_with_zeros)
 {
     expect_ipv6("::1", {0, 0, 0, 1});

@@ -216,6 +216,28 @@ TEST_F(ViewDescription, ReadsBothFormsOfASubRuleMeta)
     EXPECT_EQ(view_sub_rule_read({2, 0, 0, area(record(5, {}))}, sub_rule, &at), VIEW_UNKNOWN);
 }
 
+TEST_F(ViewDescription, ForgetsWhatWasReadBefore)
+{
+    view_sub_rule_t sub_rule;
+    view_rule_t rule;
+    view_attribute_t attribute;
+    size_t at;
+    EXPECT_EQ(view_sub_rule_read({2, 0, 0, area(record(1, {20, 8, 9}))}, sub_rule, &at),
+              VIEW_SOUND);
+    EXPECT_EQ(view_sub_rule_read({2, 0, 0, area({})}, sub_rule, &at), VIEW_SOUND);
+    EXPECT_EQ(sub_rule.protocol, 0u);
+    EXPECT_EQ(sub_rule.cts_mindata, 0u);
+    EXPECT_EQ(view_rule_read({2, 0, 0, area(record(7, {9, 0, 8, 0, 0, 0, 0}))}, rule, &at),
+              VIEW_SOUND);
+    EXPECT_EQ(view_rule_read({2, 0, 0, area({})}, rule, &at), VIEW_SOUND);
+    EXPECT_EQ(rule.priority, 0u);
+    EXPECT_EQ(rule.scope, 0u);
+    EXPECT_EQ(view_attribute_read({6, 0, 0, area({1, 2, 3, 4})}, attribute, &at), VIEW_SOUND);
+    EXPECT_EQ(view_words(attribute.offsets), 1u);
+    EXPECT_EQ(view_attribute_read({2, 0, 0, area({1, 2, 3})}, attribute, &at), VIEW_SOUND);
+    EXPECT_EQ(view_words(attribute.offsets), 0u);
+}
+
 TEST_F(ViewDescription, RefusesAttributesWhoseCountsDoNotPairUp)
 {
     view_attribute_t attribute;

@@ -22,6 +22,7 @@ struct parts_t {
     word_list behind_values = {};
     word_list names = {0x00037463, 0x70000004, 0x686F7374}; ///< tcp at 0, host at 6
     word_list behind_names = {};
+    uint32_t nr_rule = 1;
     word_list map = {0, ~0U, ~0U, ~0U, ~0U, ~0U, ~0U, ~0U};
     word_list tags = {1, 0, 0};
     word_list slots = {0, 0, 0, 0, 0x00000001, 7, 8, 0x00000001};
@@ -41,7 +42,7 @@ inline word_list matchers_of(const parts_t &parts)
 
 inline word_list rules_of(const parts_t &parts)
 {
-    return record(5, join({record(1, {1}), record(2, parts.map), record(5, parts.tags),
+    return record(5, join({record(1, {parts.nr_rule}), record(2, parts.map), record(5, parts.tags),
                            record(3, join({record(1, parts.slots), parts.behind_slots})),
                            record(4, {0x00037765, 0x62000000}), parts.behind_rules}));
 }

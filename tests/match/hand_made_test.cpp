@@ -1,0 +1,230 @@
+// The library on pdbs that are put together by hand: what it tells of them, and engines that no
+// compile of today chooses.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+#include "pdata.hpp"
+#include "view_sections.h"
+
+namespace
+{
+
+/// The automaton with offsets of one pattern, "yz" anywhere: item 2. Codes: y 2, z 3.
+const word_list offset_automaton = join({
+    blob(34, {0x0000FFFF, 0x00020000,   // state 0: y leads to 1
+              0x0000FFFF, 0x00020005,   // state 1: y to itself, z to 2, where the pattern ends
+              0x00000000, 0x00020000}), // state 2: item record 0
+    blob(35, {1, 2, 0xFFFFFFFF}),
+    alphabet(37, 4, {{'y', 2}, {'z', 3}}),
+    blob(36, {1, 1}),
+});
+
+/// The prefix xb (item 1) and b at offset 1 (item 1). Nodes: 0 start, 1 wildcard, 2 b behind it,
+/// 3 x (propagates to 1), 4 xb. Codes: x 4, b 5.
+const word_list dot_prefix = join({
+    alphabet(41, 6, {{'x', 4}, {'b', 5}}),
+    blob(39, {0x0000FFFF, 0xFFFF0001, 0x00030000,   // start
+              0x0000FFFF, 0xFFFF0000, 0x00000002,   // 1
+              0x0000FFFF, 0x00000000, 0x00000000,   // 2: record 0
+              0x00000001, 0xFFFF0000, 0x00000004,   // 3
+              0x0000FFFF, 0x00020000, 0x00000000}), // 4: record 2
+    blob(40, {1, 1, 1, 1}),
+});
+
+/// One matcher of both, tcp:host from server to client; rules 1 and 2 of items 1 and 2.
+parts_t offset_parts()
+{
+    parts_t parts;
+    parts.engines = join({blob(18, {16 | 32}), blob(20, offset_automaton), blob(23, dot_prefix)});
+    parts.entries = {};
+    parts.nr_rule = 2;
+    parts.map = join({word_list{0}, word_list(3, ~0U), word_list{0}, word_list(11, ~0U)});
+    parts.tags = {2, 0, 0, 0};
+    parts.slots = {0, 0, 0, 0, 1, 7, PDATA_SCOPE_ALL, 1, 2, 9, PDATA_SCOPE_ALL, 1};
+    return parts;
+}
+
+pdata::database opened(const parts_t &parts)
+{
+    const std::vector<uint8_t> bytes = pdb_of(parts);
+    return pdata::database::open_memory(bytes.data(), bytes.size(), PDATA_OPEN_COPY);
+}
+
+TEST(hand_made, is_described)
+{
+    const pdata::database db = opened(offset_parts());
+    pdata_db_info info;
+    pdata_db_describe(db.get(), &info);
+    EXPECT_EQ(info.file_bytes, pdb_of(offset_parts()).size());
+    EXPECT_EQ(info.nr_attribute, 1u);
+    EXPECT_EQ(info.nr_protocol, 2u) << "tcp, and web of the paths";
+    EXPECT_EQ(info.nr_rule, 2u);
+    EXPECT_EQ(info.nr_item, 2u);
+    EXPECT_EQ(info.nr_matcher, 1u);
+    EXPECT_EQ(info.nr_check, 0u);
+    EXPECT_EQ(info.version_major, 1u);
+    EXPECT_EQ(info.version_minor, 540u);
+    EXPECT_EQ(pdata::view(info.version_text), "1.5");
+    EXPECT_GT(info.index_bytes, 0u);
+    EXPECT_LT(info.index_bytes, 100'000u);
+}
+
+TEST(hand_made, matchers_are_described)
+{
+    const pdata::database db = opened(offset_parts());
+    pdata_matcher_info info;
+    ASSERT_EQ(pdata_db_matcher(db.get(), 1, &info), PDATA_R_OK);
+    EXPECT_EQ(pdata::view(info.protocol), "tcp");
+    EXPECT_EQ(pdata::view(info.name), "host");
+    EXPECT_EQ(info.direction, PDATA_STC);
+    EXPECT_EQ(info.kind, PDATA_BYTES);
+    EXPECT_EQ(info.width, 0u);
+    EXPECT_EQ(info.min_data, 40u);
+    EXPECT_EQ(info.nr_entry, 0u);
+    EXPECT_EQ(info.nr_check, 0u);
+    EXPECT_EQ(info.ignores_case, 0u);
+    parts_t parts = offset_parts();
+    parts.engines[2] |= 64; // of either case
+    parts.entries = {1, 0, 2, 0};
+    const pdata::database other = opened(parts);
+    ASSERT_EQ(pdata_db_matcher(other.get(), 1, &info), PDATA_R_OK);
+    EXPECT_EQ(info.nr_entry, 1u);
+    EXPECT_EQ(info.nr_check, 1u);
+    EXPECT_EQ(info.ignores_case, 1u);
+}
+
+/// The rules that a value of tcp:host finds, as `step` more of its bytes come at a time.
+std::vector<pdata_rule> rules_of_value(std::string_view value, size_t step)
+{
+    const pdata::database db = opened(offset_parts());
+    const pdata_attribute host = db.attribute("tcp", "host", PDATA_STC);
+    EXPECT_NE(host, 0u);
+    pdata::flow flow(db);
+    for (size_t size = step; size < value.size(); size += step)
+        flow.add(host, value.substr(0, size), PDATA_MORE);
+    flow.add(host, value);
+    std::vector<pdata_rule> rules = flow.rules();
+    std::ranges::sort(rules);
+    return rules;
+}
+
+TEST(hand_made, patterns_at_offsets_are_found)
+{
+    using rules_t = std::vector<pdata_rule>;
+    for (const size_t step : {1, 2, 99}) {
+        EXPECT_EQ(rules_of_value("xb", step), rules_t{1}) << step;
+        EXPECT_EQ(rules_of_value("xbc", step), rules_t{1}) << step;
+        EXPECT_EQ(rules_of_value("ab", step), rules_t{1}) << "b at offset 1, " << step;
+        EXPECT_EQ(rules_of_value("bb", step), rules_t{1}) << step;
+        EXPECT_EQ(rules_of_value("b", step), rules_t{}) << "b at offset 0, " << step;
+        EXPECT_EQ(rules_of_value("xq", step), rules_t{}) << step;
+        EXPECT_EQ(rules_of_value("aab", step), rules_t{}) << "b at offset 2, " << step;
+        EXPECT_EQ(rules_of_value("aayyz", step), rules_t{2}) << step;
+        EXPECT_EQ(rules_of_value("ab y yz", step), (rules_t{1, 2})) << step;
+        EXPECT_EQ(rules_of_value("ay z", step), rules_t{}) << step;
+    }
+}
+
+/// Private entry 0 claims to be the first of three pieces of item 1, entry 1 is a value of item 2.
+parts_t parts_with_a_lost_piece()
+{
+    const word_list automaton = join({
+        blob(34, {0x0000FFFF, 0x00030000,   // state 0: y leads to 1, where private id 0 ends
+                  0x0000C000, 0x00030005,   // state 1: y to itself, z to 2
+                  0x0000C001, 0x00030000}), // state 2: private id 1
+        blob(35, {}),
+        alphabet(37, 4, {{'y', 2}, {'z', 3}}),
+        blob(36, {1, 1}),
+    });
+    parts_t parts = offset_parts();
+    parts.engines = join({blob(18, {14}), blob(19, automaton), blob(21, {}), blob(22, {})});
+    parts.entries = {1, 0, 0x03010100, 0, 2, 0, 0, 0};
+    return parts;
+}
+
+TEST(hand_made, a_piece_without_its_others_is_passed_over)
+{
+    const pdata::database db = opened(parts_with_a_lost_piece());
+    pdata::flow flow(db);
+    flow.add(db.attribute("tcp", "host", PDATA_STC), "xyz");
+    EXPECT_EQ(flow.items(), std::vector<pdata_item>{2});
+}
+
+TEST(hand_made, nothing_is_asked_of_nothing)
+{
+    const pdata::database db = opened(offset_parts());
+    pdata_attribute_info attribute;
+    pdata_matcher_info matcher;
+    pdata_rule_info rule;
+    pdata_item_info item;
+    pdata_precedence precedence;
+    pdata_flow *flow = nullptr;
+    pdata_source *source = nullptr;
+    pdata_finding finding;
+    EXPECT_EQ(pdata_db_hold(nullptr), nullptr);
+    EXPECT_EQ(pdata_db_attribute(nullptr, "tcp", "host", PDATA_STC), 0u);
+    EXPECT_EQ(pdata_db_attribute(db.get(), nullptr, "host", PDATA_STC), 0u);
+    EXPECT_EQ(pdata_db_attribute(db.get(), "tcp", nullptr, PDATA_STC), 0u);
+    EXPECT_EQ(pdata_db_attribute(db.get(), "tcp", "host", PDATA_CTS), 0u);
+    EXPECT_EQ(pdata_db_protocol(nullptr, "web"), 0u);
+    EXPECT_EQ(pdata_db_protocol(db.get(), nullptr), 0u);
+    EXPECT_EQ(pdata_db_protocol(db.get(), "none"), 0u);
+    EXPECT_EQ(pdata_db_protocol_name(nullptr, 1).bytes, nullptr);
+    EXPECT_EQ(pdata_db_protocol_name(db.get(), 3).bytes, nullptr) << "one more than there are";
+    EXPECT_EQ(pdata_db_attribute_info(nullptr, 1, &attribute), PDATA_R_ARGUMENT);
+    EXPECT_EQ(pdata_db_attribute_info(db.get(), 1, nullptr), PDATA_R_ARGUMENT);
+    EXPECT_EQ(pdata_db_attribute_info(db.get(), 2, &attribute), PDATA_R_UNKNOWN);
+    EXPECT_EQ(pdata_db_matcher(nullptr, 1, &matcher), PDATA_R_ARGUMENT);
+    EXPECT_EQ(pdata_db_matcher(db.get(), 1, nullptr), PDATA_R_ARGUMENT);
+    EXPECT_EQ(pdata_db_matcher(db.get(), 2, &matcher), PDATA_R_UNKNOWN);
+    EXPECT_EQ(pdata_db_rule(nullptr, 1, &rule), PDATA_R_ARGUMENT);
+    EXPECT_EQ(pdata_db_rule(db.get(), 1, nullptr), PDATA_R_ARGUMENT);
+    EXPECT_EQ(pdata_db_rule(db.get(), 3, &rule), PDATA_R_UNKNOWN);
+    EXPECT_EQ(pdata_db_item(nullptr, 1, &item), PDATA_R_ARGUMENT);
+    EXPECT_EQ(pdata_db_item(db.get(), 1, nullptr), PDATA_R_ARGUMENT);
+    EXPECT_EQ(pdata_db_item(db.get(), 3, &item), PDATA_R_UNKNOWN);
+    EXPECT_EQ(pdata_db_precedence(nullptr, 1, 2, &precedence), PDATA_R_ARGUMENT);
+    EXPECT_EQ(pdata_db_precedence(db.get(), 1, 2, nullptr), PDATA_R_ARGUMENT);
+    EXPECT_EQ(pdata_flow_new(nullptr, 0, &flow), PDATA_R_ARGUMENT);
+    EXPECT_EQ(pdata_flow_new(db.get(), 0, nullptr), PDATA_R_ARGUMENT);
+    EXPECT_EQ(pdata_flow_db(nullptr), nullptr);
+    EXPECT_EQ(pdata_flow_best(nullptr), 0u);
+    EXPECT_EQ(pdata_flow_rules(nullptr, nullptr, 0), 0u);
+    EXPECT_EQ(pdata_flow_items(nullptr, nullptr, 0), 0u);
+    EXPECT_EQ(pdata_flow_near(nullptr, nullptr, 0), 0u);
+    EXPECT_EQ(pdata_flow_nr_finding(nullptr), 0u);
+    EXPECT_EQ(pdata_flow_finding_at(nullptr, 0, &finding), PDATA_R_ARGUMENT);
+    EXPECT_EQ(pdata_flow_add_bytes(nullptr, 1, "x", 1, 0), PDATA_R_ARGUMENT);
+    EXPECT_EQ(pdata_flow_add_number(nullptr, 1, 1), PDATA_R_ARGUMENT);
+    EXPECT_EQ(pdata_flow_add_ipv4(nullptr, 1, nullptr), PDATA_R_ARGUMENT);
+    EXPECT_EQ(pdata_flow_add_ipv6(nullptr, 1, nullptr), PDATA_R_ARGUMENT);
+    EXPECT_EQ(pdata_flow_add_protocol(nullptr, 1), PDATA_R_ARGUMENT);
+    EXPECT_EQ(pdata_source_new(nullptr, &source), PDATA_R_ARGUMENT);
+    EXPECT_EQ(pdata_source_new(db.get(), nullptr), PDATA_R_ARGUMENT);
+    EXPECT_EQ(pdata_source_replace(nullptr, db.get()), PDATA_R_ARGUMENT);
+    EXPECT_EQ(pdata_source_db(nullptr), nullptr);
+    EXPECT_EQ(pdata_flow_renew(nullptr, nullptr, nullptr), PDATA_R_ARGUMENT);
+    pdata_db_release(nullptr);
+    pdata_flow_free(nullptr);
+    pdata_flow_reset(nullptr);
+    pdata_source_free(nullptr);
+}
+
+// Rule 1 is before rule 2 by its order, 7 before 9.
+TEST(hand_made, what_goes_first_is_told)
+{
+    const pdata::database db = opened(offset_parts());
+    pdata_precedence precedence;
+    EXPECT_EQ(pdata_db_precedence(db.get(), 1, 2, &precedence), PDATA_R_OK);
+    EXPECT_EQ(precedence, PDATA_BY_ORDER);
+    EXPECT_EQ(pdata_db_precedence(db.get(), 2, 1, &precedence), PDATA_R_UNKNOWN);
+    EXPECT_EQ(pdata_db_precedence(db.get(), 0, 2, &precedence), PDATA_R_UNKNOWN);
+    EXPECT_EQ(pdata_db_precedence(db.get(), 1, 3, &precedence), PDATA_R_UNKNOWN);
+    EXPECT_EQ(db.protocol_of(1), "web");
+    EXPECT_EQ(db.rule(2).priority, 9u);
+    EXPECT_EQ(db.rule(2).nr_item, 1u);
+}
+
+} // namespace
