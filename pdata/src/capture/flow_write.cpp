@@ -2,24 +2,23 @@
 
 #include <arpa/inet.h>
 
+#include "escape.h"
+
 namespace
 {
 
 std::string quoted(std::string_view bytes)
 {
-    static constexpr char digits[] = "0123456789abcdef";
     std::string out = "\"";
-    for (const char c : bytes) {
+    for (const char &c : bytes) {
         const auto byte = static_cast<uint8_t>(c);
-        if (byte >= 0x20 && byte < 0x7F) {
-            if (c == '"' || c == '\\')
-                out += '\\';
-            out += c;
-        } else {
-            out += "\\x";
-            out += digits[byte >> 4];
-            out += digits[byte & 15];
+        if (byte < 0x20 || byte >= 0x7F) {
+            out += "\\x" + escape_hex({&c, 1});
+            continue;
         }
+        if (c == '"' || c == '\\')
+            out += '\\';
+        out += c;
     }
     return out + '"';
 }
