@@ -1,6 +1,7 @@
 // The run-time library beside public matchers: host suffixes, payloads, whole flows, opening. What
 // is compared is performed turn by turn, and all of them must find the same.
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <thread>
 
@@ -17,6 +18,7 @@ namespace
 constexpr uint32_t nr_suffix = 20000;
 constexpr uint32_t nr_value = 200000;
 constexpr uint32_t nr_flow = 100000;
+constexpr unsigned nr_thread = 4;
 constexpr size_t payload_size = 256;
 
 using texts_t = std::vector<std::string>;
@@ -229,19 +231,14 @@ struct flows_t {
         }
         return known;
     }
-    /// Returns the seconds that `nr` threads take for all flows, by the clock.
-    double classify_with(unsigned nr) const
+    /// Classifies share `i` of `nr` with a flow of its own, often enough for the time that a
+    /// thread takes to begin to be little of it.
+    void classify_share(unsigned i, unsigned nr) const
     {
-        std::vector<std::thread> threads;
-        const auto start = std::chrono::steady_clock::now();
-        for (unsigned i = 0; i < nr; ++i)
-            threads.emplace_back([this, i, nr] {
-                pdata::flow flow(db);
-                (void)classify(flow.get(), nr_flow * i / nr, nr_flow * (i + 1) / nr);
-            });
-        for (std::thread &thread : threads)
-            thread.join();
-        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        constexpr int rounds = 5;
+        pdata::flow flow(db);
+        for (int round = 0; round < rounds; ++round)
+            (void)classify(flow.get(), nr_flow * i / nr, nr_flow * (i + 1) / nr);
     }
 };
 
@@ -263,6 +260,40 @@ std::unique_ptr<flows_t> make_flows()
     return std::make_unique<flows_t>(
         flows_t{bytes, db, find("ssl", "common_name"), find("tcp", "port"), find("ip", "address"),
                 find("http", "user_agent"), find("tcp", "stream"), names, make_payloads(random)});
+}
+
+/// Returns the seconds that `nr` threads take, by the clock, each with `work` of its number.
+double run_threads(unsigned nr, const std::function<void(unsigned)> &work)
+{
+    std::vector<std::thread> threads;
+    const auto start = std::chrono::steady_clock::now();
+    for (unsigned i = 0; i < nr; ++i)
+        threads.emplace_back(work, i);
+    for (std::thread &thread : threads)
+        thread.join();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+/// Adds the comparison of one thread with four that each do a share of some work.
+void add_threads(const std::string &name, const std::function<void(unsigned, unsigned)> &share)
+{
+    const auto with = [share](unsigned nr) {
+        return run_threads(nr, [share, nr](unsigned i) { share(i, nr); });
+    };
+    bench_add_ratio(
+        name, [with] { return with(1); }, [with] { return with(nr_thread); });
+}
+
+/// Counts in registers: what threads do that share nothing, not even memory.
+void count_share(unsigned i, unsigned nr)
+{
+    constexpr uint32_t nr_number = 100'000'000;
+    static std::atomic<uint64_t> counted[nr_thread]; // so that it is not left out
+    random_t random{i};
+    uint64_t sum = 0;
+    for (uint32_t left = nr_number / nr; left != 0; --left)
+        sum += random_next(random);
+    counted[i] = sum;
 }
 
 void report()
@@ -289,6 +320,10 @@ void report()
     bench_at_least("flows a second on one core",
                    static_cast<double>(nr_flow) / bench_fastest("flows"), "", 500000);
     bench_at_least("four threads to one", bench_median("threads"), "times", 3.5);
+    bench_line("the same, each with a database and values of its own", bench_median("threads_own"),
+               "times");
+    bench_line("four threads to one that count in registers", bench_median("threads_count"),
+               "times");
     bench_heading("opening:");
     bench_at_least("verified bytes a second", bench_median("open_rate") / 1e6, "MB", 200);
 }
@@ -303,9 +338,12 @@ int main(int argc, char **argv)
     const pdata::flow flow(flows->db);
     bench_add("flows", {0, nr_flow},
               [&] { return bench_time([&] { (void)flows->classify(flow.get(), 0, nr_flow); }); });
-    bench_add_ratio(
-        "threads", [&] { return flows->classify_with(1); },
-        [&] { return flows->classify_with(4); });
+    std::vector<std::unique_ptr<flows_t>> own;
+    for (unsigned i = 0; i < nr_thread; ++i)
+        own.push_back(make_flows());
+    add_threads("threads", [&](unsigned i, unsigned nr) { flows->classify_share(i, nr); });
+    add_threads("threads_own", [&](unsigned i, unsigned nr) { own[i]->classify_share(i, nr); });
+    add_threads("threads_count", count_share);
     const std::vector<uint8_t> &large = contests[0]->library.bytes;
     bench_add("open", {large.size(), 0}, [&] {
         const double seconds =
