@@ -95,8 +95,10 @@ void count_value(lint_build_t &build, size_t token, bool offset)
 bool take_misspelt_mindata(lint_build_t &build, const lint_member_t &member)
 {
     constexpr std::string_view keys[] = {"mindata", "cts-mindata", "stc-mindata"};
+    if (lint_token(build, member.value).kind != TEXT_NUMBER)
+        return false;
     const std::string_view meant = lint_nearest(lint_token_raw(build, member.key), keys);
-    if (lint_token(build, member.value).kind != TEXT_NUMBER || meant.empty())
+    if (meant.empty())
         return false;
     lint_report_key(build, member.key, meant);
     take_member(build, {member.key, member.value, *lint_find_key(LINT_SUB_RULE, meant)});

@@ -1,5 +1,7 @@
 #include "lint_proof.h"
 
+#include <utility>
+
 #include "format_loadable.h"
 #include "lint_resolve.h"
 #include "lint_words.h"
@@ -110,6 +112,22 @@ void report(const lint_look_t &value, const prove_value_t &proved, const prove_v
     }
 }
 
+/// Proves all values, says what is lost of them, and keeps the first verdict on each.
+lint_proved_t prove_all(const lint_look_t &look, const lint_progress_t &progress)
+{
+    const gathered_t gathered = gather_all(look);
+    std::vector<prove_verdict_t> verdicts =
+        prove_values(gathered.values,
+                     lint_step_progress(progress, LINT_STEP_PROVE_VALUES, gathered.values.size()));
+    lint_proved_t proved;
+    proved.reserve(verdicts.size());
+    for (size_t i = 0; i < verdicts.size(); ++i) {
+        report(gathered.places[i], gathered.values[i], verdicts[i]);
+        proved.try_emplace(gathered.places[i].value, std::move(verdicts[i]));
+    }
+    return proved;
+}
+
 } // namespace
 
 prove_progress_t lint_step_progress(const lint_progress_t &progress, lint_step_t step, size_t all)
@@ -132,14 +150,5 @@ prove_value_t lint_proved_value(const lint_look_t &value, csa_attr_way_t way)
 
 void lint_prove(const lint_look_t &look, const lint_progress_t &progress)
 {
-    const gathered_t gathered = gather_all(look);
-    const std::vector<prove_verdict_t> verdicts =
-        prove_values(gathered.values,
-                     lint_step_progress(progress, LINT_STEP_PROVE_VALUES, gathered.values.size()));
-    lint_proved_t proved;
-    for (size_t i = 0; i < verdicts.size(); ++i) {
-        report(gathered.places[i], gathered.values[i], verdicts[i]);
-        proved.emplace(gathered.places[i].value, verdicts[i]);
-    }
-    lint_prove_rules(look, proved, progress);
+    lint_prove_rules(look, prove_all(look, progress), progress);
 }

@@ -141,6 +141,24 @@ uint8_t last_byte(const prove_set_t &set)
                                 static_cast<uint32_t>(std::countl_zero(set[word])));
 }
 
+/// Returns the byte of a set that has `nth` smaller ones in it.
+uint8_t nth_byte(const prove_set_t &set, uint32_t nth)
+{
+    for (uint32_t i = 0;; ++i) {
+        uint64_t word = set[i];
+        const auto here = static_cast<uint32_t>(std::popcount(word));
+        if (nth >= here) {
+            nth -= here;
+            continue;
+        }
+        if (here == 64)
+            return static_cast<uint8_t>(64 * i + nth);
+        for (; nth != 0; --nth)
+            word &= word - 1;
+        return static_cast<uint8_t>(64 * i + static_cast<uint32_t>(std::countr_zero(word)));
+    }
+}
+
 /// Returns byte `turn` of a set: the first, the last, one that reads well, then those between.
 uint8_t byte_of(const prove_set_t &set, uint32_t size, uint32_t turn)
 {
@@ -155,11 +173,7 @@ uint8_t byte_of(const prove_set_t &set, uint32_t size, uint32_t turn)
         for (const char c : {'x', '0', '.', '-', '/', ' ', 'q', '7', '_', 'Q'})
             if (prove_set_has(set, static_cast<uint8_t>(c)))
                 return static_cast<uint8_t>(c);
-    uint32_t skip = size * turn / 8 % size;
-    uint32_t c = 0;
-    while (!prove_set_has(set, c) || skip-- != 0)
-        ++c;
-    return static_cast<uint8_t>(c);
+    return nth_byte(set, size * turn / 8 % size);
 }
 
 /// Makes the way the beginning of the sample: a shortest one to a position.
