@@ -83,24 +83,38 @@ std::vector<named_t> attributes_of(std::string_view protocol)
     return names;
 }
 
-/// Returns the protocol with attributes that another word stands for; empty where none is known.
-std::string_view meant_protocol(std::string_view protocol)
-{
-    const std::string word = small(protocol);
-    const auto other = std::ranges::find(other_protocols, word, &other_name_t::name);
-    if (other != std::end(other_protocols))
-        return other->meant;
-    std::vector<std::string_view> known;
-    for (const pdb_attr_properties_t &row : pdb_attr_properties_table())
-        if (row.proper_proto != nullptr && row.proper_proto != protocol)
-            known.emplace_back(row.proper_proto);
-    return lint_nearest(word, known);
-}
-
 /// Returns a key without its direction.
 std::string_view without_way(std::string_view key)
 {
     return key.starts_with("cts-") || key.starts_with("stc-") ? key.substr(4) : key;
+}
+
+/// Returns the protocols that have an attribute.
+std::vector<std::string_view> owners_of(std::string_view attribute)
+{
+    std::vector<std::string_view> owners;
+    for (const pdb_attr_properties_t &row : pdb_attr_properties_table())
+        if (row.proper_proto != nullptr && row.proper_attr == attribute &&
+            std::ranges::find(owners, row.proper_proto) == owners.end())
+            owners.emplace_back(row.proper_proto);
+    return owners;
+}
+
+/// Returns what to do about a protocol without attributes: the one that another word stands for,
+/// or those that have the attribute.
+std::string protocol_hint(std::string_view protocol, std::string_view attribute)
+{
+    const std::string word = small(protocol);
+    const auto other = std::ranges::find(other_protocols, word, &other_name_t::name);
+    const std::vector<std::string_view> owners = owners_of(attribute);
+    const std::string_view meant =
+        other != std::end(other_protocols) ? other->meant : lint_nearest(word, owners);
+    if (!meant.empty())
+        return lint_joined({"write the protocol ", lint_quoted(meant)});
+    std::string list;
+    for (const std::string_view owner : owners)
+        list += (list.empty() ? "test it of " : " or ") + std::string(owner);
+    return list.empty() ? "no attribute of " + lint_quoted(protocol) + " can be tested" : list;
 }
 
 /// Returns the key that is meant; empty where none is near.
@@ -125,15 +139,20 @@ std::string_view meant_key(const std::vector<named_t> &names, std::string_view k
 std::string lint_meant_attribute(std::string_view protocol, std::string_view key)
 {
     const std::vector<named_t> names = attributes_of(protocol);
-    if (names.empty()) {
-        const std::string_view meant = meant_protocol(protocol);
-        return meant.empty() ? "no attribute of " + lint_quoted(protocol) + " can be tested"
-                             : lint_joined({"write the protocol ", lint_quoted(meant)});
-    }
+    if (names.empty())
+        return protocol_hint(protocol, without_way(key));
     if (const std::string_view meant = meant_key(names, key); !meant.empty())
         return "write " + lint_quoted(meant);
     std::string list;
     for (const named_t &named : names)
         list += (list.empty() ? "write one of " : ", ") + std::string(named.name);
     return list;
+}
+
+bool lint_is_attribute(std::string_view key)
+{
+    const std::string_view name = without_way(key);
+    return std::ranges::any_of(pdb_attr_properties_table(), [&](const pdb_attr_properties_t &row) {
+        return row.proper_attr != nullptr && row.proper_attr == name;
+    });
 }

@@ -2,6 +2,7 @@
 
 #include "csa_protodef.h"
 #include "format_limits.h"
+#include "lint_attribute_meant.h"
 #include "lint_take.h"
 #include "lint_words.h"
 
@@ -109,9 +110,12 @@ void take_attribute(lint_build_t &build, const lint_member_t &member)
 {
     if (take_misspelt_mindata(build, member))
         return;
-    const std::vector<size_t> values = lint_take_values(build, member);
     if (build.nr_value >= VALUES_MAX)
         return;
+    // The values of what is no attribute are not looked at: that is another finding.
+    const bool known = lint_is_attribute(lint_token_raw(build, member.key));
+    const std::vector<size_t> values =
+        known ? lint_take_values(build, member) : std::vector<size_t>();
     add_attribute(build, member);
     for (const size_t token : values) {
         if (build.nr_value >= VALUES_MAX)
@@ -171,8 +175,11 @@ void take_sub_rule_member(lint_build_t &build, const lint_member_t &member)
 {
     lint_sub_rule_t &sub_rule = sub_rule_of(build);
     switch (member.row.id) {
-    case LINT_KEY_PROTOCOL:
-        return lint_take_texts(build, member, sub_rule.protocols);
+    case LINT_KEY_PROTOCOL: {
+        std::vector<lint_text_t> again; // of a key that is repeated
+        return lint_take_texts(build, member,
+                               sub_rule.protocols.empty() ? sub_rule.protocols : again);
+    }
     case LINT_KEY_MINDATA:
         return lint_take_number(build, member, sub_rule.mindata);
     case LINT_KEY_CTS_MINDATA:

@@ -171,6 +171,11 @@ void look_port(const lint_look_t &look)
                 "write " + lint_json(value.substr(0, colon)));
 }
 
+bool is_blank(char c)
+{
+    return c == ' ' || c == '\t' || c == '\n';
+}
+
 /// Names on the wire are labels with dots between them: an address of a page, an end without a
 /// front and letters beyond ASCII are none. A certificate may say more of its owner than a name.
 void look_name(const lint_look_t &look)
@@ -180,12 +185,16 @@ void look_name(const lint_look_t &look)
     if (attribute == "common_name" || attribute == "subject_alt_name")
         return;
     const bool page = value.find('/') != value.npos;
+    const bool blank = value.find_first_of(" \t\n") != value.npos && value.find('[') == value.npos;
     const bool front = value.starts_with("\\.");
     const bool back = value.size() > 2 && value.ends_with("\\.") && value[value.size() - 3] != '\\';
     const bool letters = std::ranges::any_of(value, [](char c) { return c < 0; });
     if (page)
         lint_report(look, FINDING_NO_HOST_NAME, "the name of a host has no '/'",
                     "write the name alone, and \"cts-uri\" for the path of http");
+    else if (blank && !is_blank(value.front()) && !is_blank(value.back()))
+        lint_report(look, FINDING_NO_HOST_NAME, "the name of a host has no blank",
+                    "leave it out, or write several names as \"(one|other)\"");
     else if (front)
         lint_report(look, FINDING_NO_HOST_NAME, "no name begins with a dot",
                     "write " + lint_json(lint_joined({"(.*\\.)?", value.substr(2)})));

@@ -14,6 +14,7 @@ struct shape_level_t {
     size_t token;    ///< its bracket
     uint32_t before; ///< the node in front of the member at hand and of its comma
     bool first = true;
+    bool refused = false;                  ///< a member was, which leaves fewer behind
     std::vector<std::string_view> meant{}; ///< keys that stand here under another name or too late
 };
 
@@ -96,7 +97,8 @@ void pass_over(shape_walk_t &walk, size_t end)
         walk.at = walk.tokens.tokens.size();
         return;
     }
-    const shape_level_t &level = walk.open.back();
+    shape_level_t &level = walk.open.back();
+    level.refused = true;
     walk.node = level.before;
     walk.at = end;
     if (level.first && walk.tokens.tokens[end].kind == TEXT_COMMA)
@@ -249,7 +251,8 @@ void close(shape_walk_t &walk)
         ++walk.at;
         return;
     }
-    report(walk, FINDING_WRONG_KIND, bracket, "this may not be empty", "write a value into it");
+    if (!walk.open.back().refused)
+        report(walk, FINDING_WRONG_KIND, bracket, "this may not be empty", "write a value into it");
     walk.open.pop_back();
     pass_over(walk, walk.at + 1);
 }

@@ -133,8 +133,8 @@ void lint_take_texts(lint_build_t &build, const lint_member_t &member,
 {
     for (const size_t token : lint_take_values(build, member)) {
         if (texts.size() == member.row.max)
-            return lint_report_many(build, token, "values of " + lint_quoted(member.row.key),
-                                    member.row.max);
+            lint_report_many(build, token, "values of " + lint_quoted(member.row.key),
+                             member.row.max);
         texts.push_back(lint_token_text(build, token));
     }
 }

@@ -212,9 +212,12 @@ bool read_separator(lint_reader_t &reader, size_t &at)
         at = text_skip_blanks(reader.text, at + 1);
         return true;
     }
+    const size_t next = next_named_object(reader.text, at);
+    const bool closes = next < reader.text.size() && reader.text[at] == '}';
     report_syntax(reader, at, "expected ',' or ']'",
-                  lint_syntax_hint(reader.text, at, "expected ',' or ']'"));
-    at = next_named_object(reader.text, at);
+                  closes ? "leave the '}' out"
+                         : lint_syntax_hint(reader.text, at, "expected ',' or ']'"));
+    at = next;
     return at < reader.text.size();
 }
 

@@ -55,6 +55,8 @@ std::string lint_syntax_hint(std::string_view text, size_t at, std::string_view 
         return "";
     const char c = text[at];
     const bool begins = c == '"' || c == '{' || c == '[' || is_digit(c) || is_letter(c);
+    if (message.starts_with("expected a key") && c == '{')
+        return "write '}' in front of it";
     if (message.starts_with("expected ',' or '}'") && c == ']')
         return "write '}' in front of it";
     if (message.starts_with("expected ',' or ']'") && c == '}')

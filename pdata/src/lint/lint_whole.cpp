@@ -7,6 +7,7 @@
 #include <unordered_set>
 
 #include "csa_protodef.h"
+#include "description_text.h"
 #include "lint_words.h"
 
 namespace
@@ -206,6 +207,31 @@ void count_entries(const lint_look_t &look, entries_t &entries)
     }
 }
 
+/// Returns the name that begins at a quote, without its quotes.
+std::string_view name_at(std::string_view text, size_t quote)
+{
+    const size_t end = quote < text.size() && text[quote] == '"' ? text.find('"', quote + 1) : 0;
+    return end == text.npos || end == 0 ? "" : text.substr(quote + 1, end - quote - 1);
+}
+
+/// Protocols of files that do not read are there nevertheless: nobody else is to blame for them.
+void know_unread(const lint_model_t &model, const std::vector<finding_t> &findings, whole_t &whole)
+{
+    constexpr std::string_view key = "\"name\"";
+    std::unordered_set<uint32_t> files;
+    for (const finding_t &finding : findings)
+        if (finding.id == FINDING_SYNTAX)
+            files.insert(finding.place.file);
+    for (const uint32_t file : files) {
+        const std::string_view text = model.files[file].text;
+        for (size_t at = text.find(key); at != text.npos; at = text.find(key, at + 1)) {
+            const size_t colon = text_skip_blanks(text, at + key.size());
+            if (colon < text.size() && text[colon] == ':')
+                whole.known.insert(name_at(text, text_skip_blanks(text, colon + 1)));
+        }
+    }
+}
+
 } // namespace
 
 void lint_look_whole(const lint_model_t &model, const lint_config_t &config,
@@ -219,6 +245,7 @@ void lint_look_whole(const lint_model_t &model, const lint_config_t &config,
         for (const lint_text_t &altname : protocol.altnames)
             whole.known.insert(altname.decoded);
     }
+    know_unread(model, findings, whole);
     for (auto name = whole.known.begin();
          name != whole.known.end() && whole.listed.size() < LISTED_MAX; ++name)
         whole.listed.push_back(*name);
