@@ -66,11 +66,20 @@ void print_failure(test_report_t &report, const test_outcome_t &outcome)
         console_print(console, "  nearest   {}\n", outcome.nearest);
 }
 
+/// Returns printable text as it may stand in a description of TAP, where "#" begins a directive.
+std::string escape_tap(std::string_view text)
+{
+    std::string out;
+    for (const char c : text)
+        out.append(c == '#' ? "\\" : "").append(1, c);
+    return out;
+}
+
 void print_tap(test_report_t &report, const test_outcome_t &outcome)
 {
     console_t &console = report.console;
     console_print(console, "{}ok {} - {}\n", outcome.passed ? "" : "not ",
-                  report.passed + report.failed, escape_terminal(outcome.one->name));
+                  report.passed + report.failed, escape_tap(escape_terminal(outcome.one->name)));
     if (outcome.passed)
         return;
     const auto quoted = [](const std::string &text) { return json_text(text).dump(); };
