@@ -65,6 +65,28 @@ void emit_literal(compiling_t &compiling, std::string_view text, bool icase)
     }
 }
 
+/// Puts the byte of a literal into a set; false for a longer one.
+bool add_literal(std::string_view text, bool icase, match_byte_set_t &set)
+{
+    if (text.size() != 1)
+        return false;
+    add_byte(set, static_cast<uint8_t>(text[0]), icase);
+    return true;
+}
+
+/// Puts the bytes of a range into a set. A range of anything but bytes stands for none.
+void add_ends(const compiling_t &compiling, const rexpand_node &range, bool icase,
+              match_byte_set_t &set)
+{
+    const auto end = [&](uint32_t index) {
+        return rexpand_ast_literal(compiling.tree, compiling.node(index));
+    };
+    const std::string_view low = end(range.first_child);
+    const std::string_view high = end(range.last_child);
+    if (low.size() == 1 && high.size() == 1)
+        add_range(set, static_cast<uint8_t>(low[0]), static_cast<uint8_t>(high[0]), icase);
+}
+
 /// Puts the bytes that a node stands for into `set`; false for one that is not a single byte.
 bool add_member(const compiling_t &compiling, const rexpand_node &member, bool icase,
                 match_byte_set_t &set)
@@ -86,23 +108,11 @@ bool add_member(const compiling_t &compiling, const rexpand_node &member, bool i
         add_range(set, '\t', '\r', false);
         return true;
     case REXPAND_AST_WORD_NODE:
-    case REXPAND_AST_NUMBER_NODE: {
-        const std::string_view text = rexpand_ast_literal(compiling.tree, member);
-        if (text.size() != 1)
-            return false;
-        add_byte(set, static_cast<uint8_t>(text[0]), icase);
+    case REXPAND_AST_NUMBER_NODE:
+        return add_literal(rexpand_ast_literal(compiling.tree, member), icase, set);
+    case REXPAND_AST_RANGE_NODE:
+        add_ends(compiling, member, icase, set);
         return true;
-    }
-    case REXPAND_AST_RANGE_NODE: {
-        const auto end = [&](uint32_t index) {
-            return rexpand_ast_literal(compiling.tree, compiling.node(index));
-        };
-        const std::string_view low = end(member.first_child);
-        const std::string_view high = end(member.last_child);
-        if (low.size() == 1 && high.size() == 1)
-            add_range(set, static_cast<uint8_t>(low[0]), static_cast<uint8_t>(high[0]), icase);
-        return true; // a range of anything else stands for no byte
-    }
     default:
         return false;
     }
