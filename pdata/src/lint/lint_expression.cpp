@@ -51,7 +51,7 @@ struct foreign_t {
 };
 
 const foreign_t foreign_forms[] = {
-    {"(?:", false, {"\"(?:\" is no group here", "write \"(\""}},
+    {"(?:", false, {"\"(?:\" is no group here", "write \"(\" for it"}},
     {"(?i)",
      false,
      {"\"(?i)\" is none here: the attribute says whether case matters", "leave it out"}},

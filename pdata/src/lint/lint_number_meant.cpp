@@ -5,17 +5,13 @@
 #include <charconv>
 #include <vector>
 
+#include "lint_words.h"
 #include "value_ranges.h"
 
 namespace
 {
 
 constexpr std::string_view DIGITS = "0123456789";
-
-bool is_digits(std::string_view text)
-{
-    return !text.empty() && text.find_first_not_of(DIGITS) == text.npos;
-}
 
 uint32_t number_of(std::string_view digits)
 {
@@ -55,7 +51,7 @@ std::string compared(std::string_view part, uint32_t most)
     part.remove_prefix(1);
     const bool equal = part.starts_with('=');
     part.remove_prefix(equal ? 1 : 0);
-    if (!is_digits(part) || part.size() > 5)
+    if (!lint_is_digits(part) || part.size() > 5)
         return "";
     const uint32_t number = number_of(part);
     if (above)
@@ -78,7 +74,7 @@ uint32_t mask_bits(std::string_view mask)
     uint32_t word = 0;
     for (int i = 0; i < 4; ++i) {
         const std::string_view byte = mask.substr(0, mask.find('.'));
-        if (!is_digits(byte) || byte.size() > 3 || number_of(byte) > UINT8_MAX)
+        if (!lint_is_digits(byte) || byte.size() > 3 || number_of(byte) > UINT8_MAX)
             return 33;
         word = word << 8 | number_of(byte);
         mask.remove_prefix(std::min(byte.size() + 1, mask.size()));
@@ -107,7 +103,7 @@ std::string meant_ipv4(const std::string &part)
     if (const size_t colon = part.find(':'); colon != part.npos)
         return part.substr(0, colon);
     const size_t dash = part.find('-');
-    if (dash == part.npos || !is_digits(std::string_view(part).substr(dash + 1)))
+    if (dash == part.npos || !lint_is_digits(std::string_view(part).substr(dash + 1)))
         return swapped(part);
     return part.substr(0, dash + 1) + part.substr(0, part.rfind('.', dash) + 1) +
            part.substr(dash + 1); // "192.0.2.1-9"
@@ -158,7 +154,7 @@ std::string lint_meant_range(std::string_view part)
             continue;
         const std::string_view low = std::string_view(text).substr(0, at);
         const std::string_view high = std::string_view(text).substr(at + sign.size());
-        if (is_digits(low) && is_digits(high) && low.size() < 6 && high.size() < 6 &&
+        if (lint_is_digits(low) && lint_is_digits(high) && low.size() < 6 && high.size() < 6 &&
             number_of(low) <= number_of(high))
             return std::string(low) + "-" + std::string(high);
     }

@@ -19,19 +19,14 @@ bool is_number(const lint_look_t &look)
     return type_of(look) == MATCHER_TYPE_NUMBER_8 || type_of(look) == MATCHER_TYPE_NUMBER_16;
 }
 
-bool is_digits(std::string_view text)
-{
-    return !text.empty() && text.find_first_not_of("0123456789") == text.npos;
-}
-
 /// Tells whether a part is a number or two with a '-', in brackets or not, and nothing else.
 bool is_plain(std::string_view part)
 {
     if (part.starts_with('[') && part.ends_with(']'))
         part = part.substr(1, part.size() - 2);
     const size_t dash = part.find('-');
-    return is_digits(part.substr(0, dash)) &&
-           (dash == part.npos || is_digits(part.substr(dash + 1)));
+    return lint_is_digits(part.substr(0, dash)) &&
+           (dash == part.npos || lint_is_digits(part.substr(dash + 1)));
 }
 
 /// Returns the numbers of a text that other signs than commas stand between: "80;443" as "80,443".

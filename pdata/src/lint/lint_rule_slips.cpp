@@ -8,11 +8,6 @@
 namespace
 {
 
-bool is_digits(std::string_view text)
-{
-    return !text.empty() && text.find_first_not_of("0123456789") == text.npos;
-}
-
 /// Tells whether what a rule says of itself is read: it is taken from its first sub-rule.
 bool is_read(const lint_rule_t &rule)
 {
@@ -28,7 +23,7 @@ void look_order_form(const lint_look_t &look)
         return;
     const std::string_view text = order->decoded;
     const size_t colon = text.find(':');
-    if (is_digits(text.substr(0, colon)) && is_digits(text.substr(colon + 1)))
+    if (lint_is_digits(text.substr(0, colon)) && lint_is_digits(text.substr(colon + 1)))
         return;
     const std::string meant =
         lint_joined({"\"", std::to_string(range), ":", std::to_string(number), "\""});

@@ -40,11 +40,6 @@ kind_row_t kind_row(lint_kind_t kind)
     return {token, lint_kind_name(kind)};
 }
 
-bool is_digits(std::string_view text)
-{
-    return !text.empty() && text.find_first_not_of("0123456789") == text.npos;
-}
-
 /// Returns how a scalar of the wrong kind is written in the right one; empty where that is not
 /// told.
 std::string rewritten(const lint_build_t &build, const lint_member_t &member, size_t token)
@@ -52,7 +47,7 @@ std::string rewritten(const lint_build_t &build, const lint_member_t &member, si
     const std::string_view raw = lint_token_raw(build, token);
     const bool literal = raw == "true" || raw == "false";
     if (member.row.kind == LINT_NUMBER)
-        return is_digits(raw) ? std::string(raw) : "";
+        return lint_is_digits(raw) ? std::string(raw) : "";
     if (member.row.kind == LINT_LITERAL)
         return literal ? std::string(raw) : "";
     if (lint_token(build, token).kind == TEXT_LITERAL)
@@ -144,7 +139,7 @@ void lint_take_number(lint_build_t &build, const lint_member_t &member,
 {
     // A number in quotes is wrong and is there: what asks for it is not to blame as well.
     if (lint_check_kind(build, member, member.value) ||
-        is_digits(lint_token_raw(build, member.value)))
+        lint_is_digits(lint_token_raw(build, member.value)))
         number = number_of(build, member.value);
 }
 

@@ -45,6 +45,11 @@ std::string lint_joined(std::initializer_list<std::string_view> texts)
     return joined;
 }
 
+bool lint_is_digits(std::string_view text)
+{
+    return !text.empty() && text.find_first_not_of("0123456789") == text.npos;
+}
+
 std::string lint_quoted(std::string_view text)
 {
     std::string shown = "\"";

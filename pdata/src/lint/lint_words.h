@@ -9,6 +9,9 @@
 /// Returns the texts one behind the other.
 std::string lint_joined(std::initializer_list<std::string_view> texts);
 
+/// Tells whether a text is a decimal number.
+bool lint_is_digits(std::string_view text);
+
 /// Returns a text of a description in quotes, cut where it is long.
 std::string lint_quoted(std::string_view text);
 

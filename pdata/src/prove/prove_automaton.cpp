@@ -133,47 +133,6 @@ void make_literal(making_t &making, std::string_view bytes, bool icase, part_t &
     }
 }
 
-prove_set_t range_set(const making_t &making, const rexpand_node &range, bool icase)
-{
-    prove_set_t set{};
-    const std::string_view low = making.literal(range.first_child);
-    const std::string_view high = making.literal(range.last_child);
-    if (low.size() == 1 && high.size() == 1) // anything else stands for no byte
-        for (uint32_t c = static_cast<uint8_t>(low[0]); c <= static_cast<uint8_t>(high[0]); ++c)
-            prove_set_unite(set, prove_byte_set(static_cast<uint8_t>(c), icase));
-    return set;
-}
-
-/// Gives the bytes of a node that takes exactly one; false for any other node.
-bool set_of(const making_t &making, uint32_t index, bool icase, prove_set_t &set)
-{
-    const rexpand_node &at = making.node(index);
-    switch (at.kind) {
-    case REXPAND_AST_WILDCARD_NODE:
-        set = PROVE_ANY_BYTE;
-        return true;
-    case REXPAND_AST_DECIMAL_NODE:
-        set = prove_set_of(prove_is_digit);
-        return true;
-    case REXPAND_AST_PART_OF_WORD_NODE:
-        set = prove_set_of(prove_is_word_part);
-        return true;
-    case REXPAND_AST_WHITESPACE_NODE:
-        set = prove_set_of(prove_is_blank);
-        return true;
-    case REXPAND_AST_RANGE_NODE:
-        set = range_set(making, at, icase);
-        return true;
-    case REXPAND_AST_WORD_NODE:
-    case REXPAND_AST_NUMBER_NODE:
-        if (making.literal(index).size() == 1)
-            set = prove_byte_set(static_cast<uint8_t>(making.literal(index)[0]), icase);
-        return making.literal(index).size() == 1;
-    default:
-        return false;
-    }
-}
-
 bool make(making_t &making, uint32_t index, bool icase, uint32_t depth, part_t &part);
 
 bool make_sequence(making_t &making, const rexpand_node &parent, bool icase, uint32_t depth,
@@ -213,7 +172,7 @@ bool make_class(making_t &making, const rexpand_node &parent, bool icase, uint32
     for (uint32_t child = parent.first_child; child != REXPAND_NO_NODE;
          child = making.node(child).next) {
         prove_set_t set{};
-        single = set_of(making, child, icase, set) && single;
+        single = prove_node_set(making.tree, child, icase, set) && single;
         prove_set_unite(all, set);
     }
     if (!single && !parent.is_negated)
@@ -247,10 +206,8 @@ bool make(making_t &making, uint32_t index, bool icase, uint32_t depth, part_t &
     case REXPAND_AST_INSENSITIVE_NODE:
         return make_sequence(making, at, true, depth, part);
     case REXPAND_AST_BOL_NODE:
-        make_literal(making, "^", icase, part);
-        return true;
     case REXPAND_AST_EOL_NODE:
-        make_literal(making, "$", icase, part);
+        make_literal(making, at.kind == REXPAND_AST_BOL_NODE ? "^" : "$", icase, part);
         return true;
     case REXPAND_AST_WORD_NODE:
     case REXPAND_AST_NUMBER_NODE:
@@ -266,7 +223,7 @@ bool make(making_t &making, uint32_t index, bool icase, uint32_t depth, part_t &
         return make_class(making, at, icase, depth, part);
     default: {
         prove_set_t set{};
-        (void)set_of(making, index, icase, set);
+        (void)prove_node_set(making.tree, index, icase, set);
         part = make_position(making, set);
         return true;
     }

@@ -65,3 +65,17 @@ inline prove_set_t prove_set_without(prove_set_t set)
         word = ~word;
     return set;
 }
+
+/// Returns how many bytes a set has.
+uint32_t prove_set_size(const prove_set_t &set);
+
+/// Turns after which a set was gone through with the first of its bytes, with the last, and with
+/// one that reads well.
+constexpr uint32_t PROVE_TURNS = 3;
+
+/// Returns byte `turn` of a set of `size` bytes, at least one: the first, the last, one that reads
+/// well, then those between.
+uint8_t prove_set_byte(const prove_set_t &set, uint32_t size, uint32_t turn);
+
+/// Gives the bytes of a node of an expression that takes exactly one; false for any other node.
+bool prove_node_set(const rexpand_tree &tree, uint32_t index, bool icase, prove_set_t &set);

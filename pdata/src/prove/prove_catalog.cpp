@@ -102,3 +102,13 @@ uint64_t prove_catalog_cost(const prove_catalog_t &catalog, pdata_attribute attr
             cost += catalog.checks[info.matcher[i]];
     return cost;
 }
+
+pdata_attribute prove_catalog_attribute(prove_catalog_t &catalog, std::string_view protocol,
+                                        std::string_view attribute, pdata_direction direction)
+{
+    const auto [known, is_new] = catalog.attributes.try_emplace({protocol, attribute, direction});
+    if (is_new)
+        known->second = pdata_db_attribute(catalog.db.get(), std::string(protocol).c_str(),
+                                           std::string(attribute).c_str(), direction);
+    return known->second;
+}

@@ -1,7 +1,9 @@
 /// A loadable pdb, open, with the way from its rules and items back to its descriptions.
 #pragma once
 
+#include <map>
 #include <string_view>
+#include <tuple>
 #include <unordered_map>
 #include <vector>
 
@@ -33,6 +35,9 @@ struct prove_catalog_t {
     std::unordered_map<prove_rule_name_t, uint32_t, prove_rule_hash_t> rules; ///< 0: several
     std::vector<uint32_t> value_of; ///< by item: its value, or VIEW_VALUE_NONE
     std::vector<uint64_t> checks;   ///< by matcher, from 1: values that are tried on all data
+    /// By protocol, attribute and direction: those that were asked for.
+    std::map<std::tuple<std::string_view, std::string_view, pdata_direction>, pdata_attribute>
+        attributes;
 };
 
 /// Opens a pdb, whose bytes must outlive the catalog. Returns false for one that cannot be read.
@@ -41,3 +46,8 @@ struct prove_catalog_t {
 
 /// Returns how many values data of an attribute is tried on whatever it is.
 uint64_t prove_catalog_cost(const prove_catalog_t &catalog, pdata_attribute attribute);
+
+/// Returns the attribute that data is handed over for, 0 for one that the pdb does not test. The
+/// names must outlive the catalog.
+pdata_attribute prove_catalog_attribute(prove_catalog_t &catalog, std::string_view protocol,
+                                        std::string_view attribute, pdata_direction direction);

@@ -1,8 +1,6 @@
 #include "prove_rule.h"
 
 #include <algorithm>
-#include <map>
-#include <tuple>
 
 #include "csa_types.h"
 #include "prove_catalog.h"
@@ -19,14 +17,10 @@ struct tried_item_t {
     std::vector<prove_datum_t> found{}; ///< samples that lead to it
 };
 
-/// What data is handed over for: protocol, attribute, direction.
-using attribute_name_t = std::tuple<std::string_view, std::string_view, pdata_direction>;
-
 /// One run.
 struct trying_t {
     prove_catalog_t catalog = {};
-    std::map<attribute_name_t, pdata_attribute> attributes = {}; ///< those that were asked for
-    uint64_t left = 0;                                           ///< work
+    uint64_t left = 0; ///< work
     std::vector<pdata_rule> rules = {};
     std::vector<pdata_item> items = {};
 };
@@ -112,25 +106,15 @@ void find_data(trying_t &trying, tried_item_t &tried, size_t nr)
     }
 }
 
-/// Finds what an item's data is handed over for in set `set`.
-pdata_attribute attribute_of(trying_t &trying, const prove_item_t &item, size_t set)
-{
-    const pdata_direction direction = direction_of(item, set);
-    const auto [known, is_new] =
-        trying.attributes.try_emplace({item.protocol, item.attribute, direction});
-    if (is_new)
-        known->second =
-            pdata_db_attribute(trying.catalog.db.get(), std::string(item.protocol).c_str(),
-                               std::string(item.attribute).c_str(), direction);
-    return known->second;
-}
-
 /// Puts a value to work.
 tried_item_t tried_of(trying_t &trying, const prove_item_t &item, uint32_t value)
 {
-    const pdata_attribute even = attribute_of(trying, item, 0);
-    const bool is_both = item.way == ATTR_WAY_BOTH;
-    return {&item, value, {even, is_both ? attribute_of(trying, item, 1) : even}};
+    const auto attribute_of = [&](size_t set) {
+        return prove_catalog_attribute(trying.catalog, item.protocol, item.attribute,
+                                       direction_of(item, set));
+    };
+    const pdata_attribute even = attribute_of(0);
+    return {&item, value, {even, item.way == ATTR_WAY_BOTH ? attribute_of(1) : even}};
 }
 
 /// Finds the rule in the pdb, value by value. False where it is another one, or none.

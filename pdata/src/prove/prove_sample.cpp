@@ -1,7 +1,6 @@
 #include "prove_sample.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstddef>
 #include <memory_resource>
 
@@ -11,10 +10,6 @@ namespace
 {
 
 constexpr uint32_t NONE = 0xFFFFFFFF;
-
-/// Ways that a position is gone through at least: with the first byte of its set, with the last,
-/// with one that reads well.
-constexpr uint32_t TURNS = 3;
 
 /// Bytes of lists that nearly every value makes do with; more come from the heap.
 constexpr size_t ROOM_OF_A_VALUE = 16384;
@@ -43,15 +38,6 @@ struct sampling_t {
     std::vector<std::string> samples = {};
     size_t left = 0; ///< bytes of further samples
 };
-
-uint32_t bytes_of(const prove_set_t &set)
-{
-    uint32_t nr = 0;
-    for (const uint64_t word : set)
-        if (word != 0)
-            nr += static_cast<uint32_t>(std::popcount(word));
-    return nr;
-}
 
 /// Finds shortest ways from the beginning.
 void find_begins(sampling_t &sampling)
@@ -123,59 +109,6 @@ bool is_used(const sampling_t &sampling, uint32_t at)
     return sampling.places[at].begins && sampling.places[at].ends;
 }
 
-/// Returns the first or the last byte of a set, which is not empty.
-uint8_t first_byte(const prove_set_t &set)
-{
-    uint32_t word = 0;
-    while (set[word] == 0)
-        ++word;
-    return static_cast<uint8_t>(64 * word + static_cast<uint32_t>(std::countr_zero(set[word])));
-}
-
-uint8_t last_byte(const prove_set_t &set)
-{
-    uint32_t word = 3;
-    while (set[word] == 0)
-        --word;
-    return static_cast<uint8_t>(64 * word + 63 -
-                                static_cast<uint32_t>(std::countl_zero(set[word])));
-}
-
-/// Returns the byte of a set that has `nth` smaller ones in it.
-uint8_t nth_byte(const prove_set_t &set, uint32_t nth)
-{
-    for (uint32_t i = 0;; ++i) {
-        uint64_t word = set[i];
-        const auto here = static_cast<uint32_t>(std::popcount(word));
-        if (nth >= here) {
-            nth -= here;
-            continue;
-        }
-        if (here == 64)
-            return static_cast<uint8_t>(64 * i + nth);
-        for (; nth != 0; --nth)
-            word &= word - 1;
-        return static_cast<uint8_t>(64 * i + static_cast<uint32_t>(std::countr_zero(word)));
-    }
-}
-
-/// Returns byte `turn` of a set: the first, the last, one that reads well, then those between.
-uint8_t byte_of(const prove_set_t &set, uint32_t size, uint32_t turn)
-{
-    if (size == 1)
-        return first_byte(set);
-    turn %= std::max(TURNS, std::min(size, 8U));
-    if (turn == 0)
-        return first_byte(set);
-    if (turn == 1)
-        return last_byte(set);
-    if (turn == 2)
-        for (const char c : {'x', '0', '.', '-', '/', ' ', 'q', '7', '_', 'Q'})
-            if (prove_set_has(set, static_cast<uint8_t>(c)))
-                return static_cast<uint8_t>(c);
-    return nth_byte(set, size * turn / 8 % size);
-}
-
 /// Makes the way the beginning of the sample: a shortest one to a position.
 void go_to(sampling_t &sampling, uint32_t at)
 {
@@ -205,8 +138,8 @@ bool write(sampling_t &sampling)
     std::string text(sampling.way.size(), '\0');
     for (size_t i = 0; i < sampling.way.size(); ++i) {
         place_t &place = sampling.places[sampling.way[i]];
-        text[i] =
-            static_cast<char>(byte_of(automaton.sets[sampling.way[i]], place.size, place.turns++));
+        text[i] = static_cast<char>(
+            prove_set_byte(automaton.sets[sampling.way[i]], place.size, place.turns++));
     }
     for (size_t i = 0; i + 1 < sampling.way.size(); ++i)
         cover(sampling, sampling.way[i], sampling.way[i + 1]);
@@ -289,7 +222,7 @@ bool sample_steps(sampling_t &sampling)
 bool sample_ends(sampling_t &sampling)
 {
     for (uint32_t at = 0; at < sampling.places.size(); ++at) {
-        const uint32_t wanted = std::min(sampling.places[at].size, TURNS);
+        const uint32_t wanted = std::min(sampling.places[at].size, PROVE_TURNS);
         const bool ends_here = sampling.automaton.is_last[at] != 0 && !sampling.places[at].ended;
         while (is_used(sampling, at) &&
                (sampling.places[at].turns < wanted || (ends_here && !sampling.places[at].ended))) {
@@ -310,7 +243,7 @@ std::vector<std::string> prove_samples(const prove_automaton_t &automaton)
     sampling_t sampling{automaton, &room};
     sampling.places.resize(nr);
     for (size_t i = 0; i < nr; ++i)
-        sampling.places[i].size = bytes_of(automaton.sets[i]);
+        sampling.places[i].size = prove_set_size(automaton.sets[i]);
     sampling.covered.assign(automaton.followers.size(), 0);
     sampling.left = PROVE_SAMPLE_BYTES_BASE + PROVE_SAMPLE_BYTES_PER_BYTE * nr;
     find_begins(sampling);
