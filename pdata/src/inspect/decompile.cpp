@@ -186,7 +186,7 @@ try {
 }
 
 bool decompile_pdb(const pdb_view_t &pdb, decompiled_t &out, view_error_t &error)
-try {
+{
     std::string text;
     const auto put_piece = [](void *context, std::string_view piece) {
         *static_cast<std::string *>(context) += piece;
@@ -195,6 +195,4 @@ try {
     const bool sound = decompile_pdb_walk(pdb, &sink, out, error);
     out.text = std::move(text);
     return sound;
-} catch (const std::bad_alloc &) {
-    return view_fail(error, VIEW_MEMORY, 0, "out of memory");
 }

@@ -139,8 +139,7 @@ row_prints_t rule_row_prints(const row_maker_t &maker, const rule_row_t &row)
         fronts.push_back(value.front);
     }
     std::ranges::sort(fronts);
-    const auto same = std::ranges::unique(fronts);
-    fronts.erase(same.begin(), same.end());
+    fronts.erase(std::unique(fronts.begin(), fronts.end()), fronts.end());
     const uint64_t values = hash_all(maker, keys);
     return {text_hash_pair(maker.key, row.keys, values), values,
             text_hash_pair(maker.key, row.keys, hash_all(maker, fronts))};
