@@ -132,6 +132,41 @@ TEST(Verify, FindsFaultsOfASubRuleAndItsAttributes)
     expect_fault(CTS_TCP, -1, 0x07000004, -4, in + "attribute 0: record of type 7");
 }
 
+/// What makes a pdb of words unsound.
+std::string unsound(const word_list &words)
+{
+    EXPECT_EQ(verify(words), "");
+    return unsound_text(stored(words));
+}
+
+/// A pdb of descriptions, with strings of the group and main strings of its own.
+word_list pdb_with(const word_list &protocols, const word_list &group, const word_list &main)
+{
+    return join({record(1, record(1, join({record(1, protocols), record(2, group)}))),
+                 record(10, {0, 0, 0x01000000, 0x00000000, 0x00030000}), record(9, {0, 17}),
+                 record(3, main)});
+}
+
+TEST(Verify, FindsStringsThatNothingRefersTo)
+{
+    EXPECT_EQ(unsound(pdb()), "");
+    const word_list more_group = {0x00037765, 0x62000001, 0x00000001, 0x78000001, 0x79000000};
+    EXPECT_EQ(unsound(pdb_with(protocol_record(), more_group, main_strings)),
+              "230: descriptions: strings: string at 10: nothing refers to it, nor to 1 others\n");
+    const word_list more_main = {0x00026162, 0x00017A00};
+    EXPECT_EQ(unsound(pdb_with(protocol_record(), group_strings, more_main)),
+              "276: main strings: string at 4: nothing refers to it, nor to 0 others\n");
+}
+
+TEST(Verify, FindsProtocolsOfOneId)
+{
+    word_list other = protocol_record();
+    *std::find(other.begin(), other.end(), ID) = ID + 1;
+    EXPECT_EQ(unsound(pdb_of(join({protocol_record(), other}))), "");
+    EXPECT_EQ(unsound(pdb_of(join({protocol_record(), other, protocol_record()}))),
+              "428: descriptions: protocol 2: its id 4660 is that of protocol 0\n");
+}
+
 // Their strings and positions are sound, and no view reads them.
 TEST(Verify, FindsRecordsThatHoldAWordMore)
 {

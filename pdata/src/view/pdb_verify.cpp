@@ -163,7 +163,7 @@ pdb_verdict_t verify_view(const pdb_view_t &view, const pdb_fault_sink_t &sink, 
         check_matchers(verify);
         check_rules(verify);
     }
-    if (with_sound && view.compiled && verify.verdict.nr_unsafe == 0)
+    if (with_sound && verify.verdict.nr_unsafe == 0)
         verify_sound(view, {take_report, &verify});
     return verify.verdict;
 }

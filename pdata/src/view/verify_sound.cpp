@@ -64,13 +64,28 @@ void verify_parts(sound_verify_t &verify)
     verify.judge(sound_rule_count(verify.pdb, verify.error), "rules");
 }
 
+void verify_stored(sound_verify_t &verify)
+{
+    view_cursor_t groups = view_walk(pdb_view_root(verify.pdb, TLV_TYPE_ROOT_PROTODESCS));
+    for (view_record_t record; view_next(groups, record);) {
+        view_group_t group;
+        if (!view_group_open(record.value, group, verify.error))
+            return;
+        verify.judge(sound_protocols(group, verify.error), "descriptions");
+        verify.judge(sound_group_strings(group, verify.error), "descriptions: strings");
+    }
+    verify.judge(sound_main_strings(verify.pdb, verify.error), "main strings");
+}
+
 } // namespace
 
 void verify_sound(const pdb_view_t &pdb, const pdb_fault_sink_t &sink)
 {
     sound_verify_t verify = {pdb, sink, {}};
     try {
-        verify_parts(verify);
+        verify_stored(verify);
+        if (pdb.compiled)
+            verify_parts(verify);
     } catch (const std::bad_alloc &) {
         (void)view_fail(verify.error, VIEW_MEMORY, 0, "no memory for what the matchers give");
         sink.put(sink.context, verify.error);

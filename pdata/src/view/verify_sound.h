@@ -3,7 +3,8 @@
 
 #include "pdb_verify.h"
 
-/// Hands the first fault of each part of a compiled pdb without a fault of grade VIEW_UNSAFE to
-/// `sink`: of each engine, each second level, the rules, their number. A fault of another grade
+/// Hands the first fault of each part of a pdb without a fault of grade VIEW_UNSAFE to `sink`: of
+/// the descriptions, each pool of theirs, and, of a compiled one, each engine, each second level,
+/// the rules, their number. A fault of another grade
 /// than VIEW_UNSOUND says that memory ran out.
 void verify_sound(const pdb_view_t &pdb, const pdb_fault_sink_t &sink);

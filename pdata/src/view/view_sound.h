@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "pdb_view.h"
+#include "view_parts.h"
 
 /// What the engines give: items by id, and entries of the matcher that is looked at.
 struct sound_given_t {
@@ -55,3 +56,9 @@ inline void sound_give(sound_given_t &given, uint32_t id)
 
 /// Checks that there are as many rules as the stored descriptions have with values to look for.
 [[nodiscard]] bool sound_rule_count(const pdb_view_t &pdb, view_error_t &error);
+
+/// Checks stored descriptions: every string of a group, and every main string, is referred to, and
+/// the protocols of a group have ids of their own.
+[[nodiscard]] bool sound_group_strings(const view_group_t &group, view_error_t &error);
+[[nodiscard]] bool sound_protocols(const view_group_t &group, view_error_t &error);
+[[nodiscard]] bool sound_main_strings(const pdb_view_t &pdb, view_error_t &error);
