@@ -54,6 +54,14 @@ TEST(fields_test, every_row_is_of_a_known_attribute_and_way)
     }
 }
 
+TEST(fields_test, numbers)
+{
+    EXPECT_EQ(transformed("number", "46"), "46");
+    EXPECT_EQ(transformed("number", "0"), "0");
+    EXPECT_EQ(transformed("number", ""), "");
+    EXPECT_EQ(transformed("number", "-1"), "");
+}
+
 TEST(fields_test, hosts)
 {
     EXPECT_EQ(transformed("host", "a.example:8080"), "\"a.example\"");

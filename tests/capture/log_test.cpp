@@ -7,6 +7,33 @@
 namespace
 {
 
+// What is beyond the room of a record is counted; what it has already is not.
+TEST(FlowRecord, KeepsAsManyValuesAsThereIsRoomFor)
+{
+    flow_record_t record;
+    const auto add = [&](size_t number, size_t size = 1) {
+        flow_seen_t seen;
+        seen.value.kind = FLOW_BYTES;
+        seen.value.number = number;
+        seen.value.bytes.assign(size, 'x');
+        flow_record_add(record, seen);
+    };
+    for (size_t number = 0; number < FLOW_RECORD_VALUES; ++number)
+        add(number);
+    EXPECT_EQ(record.seen.size(), FLOW_RECORD_VALUES);
+    add(7);
+    EXPECT_EQ(record.dropped, 0u);
+    add(FLOW_RECORD_VALUES);
+    EXPECT_EQ(record.seen.size(), FLOW_RECORD_VALUES);
+    EXPECT_EQ(record.dropped, 1u);
+    record = {};
+    add(0, FLOW_RECORD_VALUE_BYTES);
+    add(1, FLOW_RECORD_VALUE_BYTES + 1);
+    EXPECT_FALSE(record.seen[0].value.incomplete);
+    EXPECT_TRUE(record.seen[1].value.incomplete);
+    EXPECT_EQ(record.seen[1].value.bytes.size(), FLOW_RECORD_VALUE_BYTES);
+}
+
 using namespace std::string_literals;
 
 /// Flows that the lines of one input lead to.

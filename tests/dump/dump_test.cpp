@@ -9,6 +9,7 @@
 
 #include "covered.h"
 #include "rounds.h"
+#include "view_sections.h"
 #include "words.h"
 
 namespace
@@ -50,12 +51,16 @@ void put_line(void *context, const dump_range_t &range)
     text += range.has_text ? "|\"" + std::string(range.text) + "\"\n" : "\n";
 }
 
-std::string lines(const word_list &words, const dump_choice_t &choice = {})
+std::string lines(const std::vector<uint8_t> &bytes, const dump_choice_t &choice)
 {
     std::string text;
-    const std::vector<uint8_t> bytes = stored(words);
     (void)dump_walk(bytes, choice, {put_line, &text}); // the totals are looked at elsewhere
     return text;
+}
+
+std::string lines(const word_list &words, const dump_choice_t &choice = {})
+{
+    return lines(stored(words), choice);
 }
 
 dump_choice_t only(format_kind_t kind)
@@ -180,6 +185,66 @@ TEST(Dump, FindsSectionsByName)
     EXPECT_FALSE(dump_section_find("proto", kind) && kind != FORMAT_PROTO);
     EXPECT_FALSE(dump_section_find("META", kind));
     EXPECT_FALSE(dump_section_find("", kind));
+}
+
+TEST(Dump, SaysWhereTheRowsOfEnginesLead)
+{
+    EXPECT_EQ(
+        lines(pdb_of(parts_with_a_lost_piece()), only(FORMAT_AHO_CORASICK_TRANSITIONS)),
+        "104+8 ......AHO_CORASICK_TRANSITIONS|type 34, 24 bytes|transitions\n"
+        "112+2 .......state 0 unused|0\n"
+        "114+2 .......state 0 items|65535|no items\n"
+        "116+2 .......state 0 code 2 'y'|3|state 1, a pattern ends there\n"
+        "118+2 .......state 0 code 3 'z'|0\n"
+        "120+2 .......state 1 unused|0\n"
+        "122+2 .......state 1 items|49152|entry 0 of the second level, item 1, rule 1 of web\n"
+        "124+2 .......state 1 code 2 'y'|3|state 1, a pattern ends there\n"
+        "126+2 .......state 1 code 3 'z'|5|state 2, a pattern ends there\n"
+        "128+2 .......state 2 unused|0\n"
+        "130+2 .......state 2 items|49153|entry 1 of the second level, item 2, rule 2 of web\n"
+        "132+2 .......state 2 code 2 'y'|3|state 1, a pattern ends there\n"
+        "134+2 .......state 2 code 3 'z'|0\n");
+    EXPECT_EQ(lines(pdb_of(offset_parts()), only(FORMAT_DOT_PREFIX_TRANSITIONS)),
+              "748+8 ......DOT_PREFIX_TRANSITIONS|type 39, 60 bytes|transitions\n"
+              "756+2 .......node 0 unused|0\n"
+              "758+2 .......node 0 propagation|65535|none\n"
+              "760+2 .......node 0 items|65535|no items\n"
+              "762+2 .......node 0 wildcard|1|node 1\n"
+              "764+2 .......node 0 code 4 'x'|3|node 3\n"
+              "766+2 .......node 0 code 5 'b'|0\n"
+              "768+2 .......node 1 unused|0\n"
+              "770+2 .......node 1 propagation|65535|none\n"
+              "772+2 .......node 1 items|65535|no items\n"
+              "774+2 .......node 1 wildcard|0\n"
+              "776+2 .......node 1 code 4 'x'|0\n"
+              "778+2 .......node 1 code 5 'b'|2|node 2\n"
+              "780+2 .......node 2 unused|0\n"
+              "782+2 .......node 2 propagation|65535|none\n"
+              "784+2 .......node 2 items|0|items at word 0\n"
+              "786+2 .......node 2 wildcard|0\n"
+              "788+4 .......node 2 codes 4 to 5|0\n"
+              "792+2 .......node 3 unused|0\n"
+              "794+2 .......node 3 propagation|1|node 1\n"
+              "796+2 .......node 3 items|65535|no items\n"
+              "798+2 .......node 3 wildcard|0\n"
+              "800+2 .......node 3 code 4 'x'|0\n"
+              "802+2 .......node 3 code 5 'b'|4|node 4\n"
+              "804+2 .......node 4 unused|0\n"
+              "806+2 .......node 4 propagation|65535|none\n"
+              "808+2 .......node 4 items|2|items at word 2\n"
+              "810+2 .......node 4 wildcard|0\n"
+              "812+4 .......node 4 codes 4 to 5|0\n");
+    EXPECT_EQ(lines(pdb_of(offset_parts()), only(FORMAT_AHO_CORASICK_ITEMS)),
+              "136+8 ......AHO_CORASICK_ITEMS|type 35, 12 bytes|item records\n"
+              "144+4 .......record 0 count|1\n"
+              "148+4 .......record 0 item|0x00000002|item 2, rule 2 of web\n"
+              "152+4 .......record 0 match ends at|anywhere\n");
+    EXPECT_EQ(lines(pdb_of(offset_parts()), only(FORMAT_DOT_PREFIX_ITEMS)),
+              "816+8 ......DOT_PREFIX_ITEMS|type 40, 16 bytes|item records\n"
+              "824+4 .......record 0 count|1\n"
+              "828+4 .......record 0 item|0x00000001|item 1, rule 1 of web\n"
+              "832+4 .......record 2 count|1\n"
+              "836+4 .......record 2 item|0x00000001|item 1, rule 1 of web\n");
 }
 
 TEST(Dump, BeginsWithTheRangeThatHoldsTheByte)

@@ -101,6 +101,25 @@ TEST_F(decompile, damaged_files_are_read_without_harm)
     }
 }
 
+/// The text says of ten cases what it lacks, and how many there are more; the list has them all.
+TEST_F(decompile, many_cases_are_said_in_short)
+{
+    for (const int nr : {10, 12}) {
+        std::string rules;
+        for (int i = 1; i <= nr; ++i)
+            rules += std::string(i == 1 ? "" : ",") + R"({"order": "1:)" + std::to_string(i) +
+                     R"(", "rule-tags": "x", "rule": [{"protocol": "tcp", "port": "80"}]})";
+        (void)compile(R"({"p": [{"name": "a", "id": 1, "rules": [)" + rules + "]}]}");
+        decompiled_t out;
+        ASSERT_EQ(decompiled(part(PDB_TYPE_PROTOCOL_DESCRIPTION), out), "");
+        EXPECT_EQ(out.lost.first.size(), static_cast<size_t>(nr));
+        EXPECT_NE(out.text.find("rule 10: its tags"), std::string::npos);
+        EXPECT_EQ(out.text.find("rule 11: its tags"), std::string::npos);
+        EXPECT_EQ(out.text.find(" more") != std::string::npos, nr > 10);
+        EXPECT_EQ(out.text.find("; and 2 more\"") != std::string::npos, nr == 12);
+    }
+}
+
 /// A rule tag of a pdb without main strings has no name, and the text says less.
 TEST_F(decompile, what_has_no_name_is_listed)
 {

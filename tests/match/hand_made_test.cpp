@@ -11,41 +11,6 @@
 namespace
 {
 
-/// The automaton with offsets of one pattern, "yz" anywhere: item 2. Codes: y 2, z 3.
-const word_list offset_automaton = join({
-    blob(34, {0x0000FFFF, 0x00020000,   // state 0: y leads to 1
-              0x0000FFFF, 0x00020005,   // state 1: y to itself, z to 2, where the pattern ends
-              0x00000000, 0x00020000}), // state 2: item record 0
-    blob(35, {1, 2, 0xFFFFFFFF}),
-    alphabet(37, 4, {{'y', 2}, {'z', 3}}),
-    blob(36, {1, 1}),
-});
-
-/// The prefix xb (item 1) and b at offset 1 (item 1). Nodes: 0 start, 1 wildcard, 2 b behind it,
-/// 3 x (propagates to 1), 4 xb. Codes: x 4, b 5.
-const word_list dot_prefix = join({
-    alphabet(41, 6, {{'x', 4}, {'b', 5}}),
-    blob(39, {0x0000FFFF, 0xFFFF0001, 0x00030000,   // start
-              0x0000FFFF, 0xFFFF0000, 0x00000002,   // 1
-              0x0000FFFF, 0x00000000, 0x00000000,   // 2: record 0
-              0x00000001, 0xFFFF0000, 0x00000004,   // 3
-              0x0000FFFF, 0x00020000, 0x00000000}), // 4: record 2
-    blob(40, {1, 1, 1, 1}),
-});
-
-/// One matcher of both, tcp:host from server to client; rules 1 and 2 of items 1 and 2.
-parts_t offset_parts()
-{
-    parts_t parts;
-    parts.engines = join({blob(18, {16 | 32}), blob(20, offset_automaton), blob(23, dot_prefix)});
-    parts.entries = {};
-    parts.nr_rule = 2;
-    parts.map = join({word_list{0}, word_list(3, ~0U), word_list{0}, word_list(11, ~0U)});
-    parts.tags = {2, 0, 0, 0};
-    parts.slots = {0, 0, 0, 0, 1, 7, PDATA_SCOPE_ALL, 1, 2, 9, PDATA_SCOPE_ALL, 1};
-    return parts;
-}
-
 pdata::database opened(const parts_t &parts)
 {
     const std::vector<uint8_t> bytes = pdb_of(parts);
@@ -127,21 +92,28 @@ TEST(hand_made, patterns_at_offsets_are_found)
     }
 }
 
-/// Private entry 0 claims to be the first of three pieces of item 1, entry 1 is a value of item 2.
-parts_t parts_with_a_lost_piece()
+/// Where the findings of a value begin and end.
+std::string pieces_of(std::string_view value)
 {
-    const word_list automaton = join({
-        blob(34, {0x0000FFFF, 0x00030000,   // state 0: y leads to 1, where private id 0 ends
-                  0x0000C000, 0x00030005,   // state 1: y to itself, z to 2
-                  0x0000C001, 0x00030000}), // state 2: private id 1
-        blob(35, {}),
-        alphabet(37, 4, {{'y', 2}, {'z', 3}}),
-        blob(36, {1, 1}),
-    });
-    parts_t parts = offset_parts();
-    parts.engines = join({blob(18, {14}), blob(19, automaton), blob(21, {}), blob(22, {})});
-    parts.entries = {1, 0, 0x03010100, 0, 2, 0, 0, 0};
-    return parts;
+    const pdata::database db = opened(offset_parts());
+    pdata::flow flow(db, PDATA_FLOW_EXPLAIN);
+    flow.add(db.attribute("tcp", "host", PDATA_STC), value);
+    std::string text;
+    for (size_t i = 0; i < pdata_flow_nr_finding(flow.get()); ++i) {
+        pdata_finding finding;
+        EXPECT_EQ(pdata_flow_finding_at(flow.get(), i, &finding), PDATA_R_OK);
+        EXPECT_EQ(finding.nr_piece, 1u);
+        text += std::to_string(finding.item) + " at " + std::to_string(finding.piece[0].begin) +
+                "-" + std::to_string(finding.piece[0].end) + "; ";
+    }
+    return text;
+}
+
+TEST(hand_made, pieces_begin_behind_the_bytes_that_may_be_any)
+{
+    EXPECT_EQ(pieces_of("xb"), "1 at 0-2; 1 at 1-2; ") << "by both patterns";
+    EXPECT_EQ(pieces_of("ab"), "1 at 1-2; ");
+    EXPECT_EQ(pieces_of("aayyz"), "2 at 3-5; ");
 }
 
 TEST(hand_made, a_piece_without_its_others_is_passed_over)

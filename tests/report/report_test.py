@@ -83,11 +83,26 @@ def page(folder):
     expect(not re.search(r"@import|url\(|https?://", text), "the page asks for something else")
     expect(len([tag for tag, _ in read.tags if tag == "script"]) == 1, "one script")
     visible = " ".join(read.text)
-    for word in ("215", "411", "466", "youtube", "ssl:common_name", "Nothing: the file is sound"):
+    for word in ("215", "411", "466", "youtube", "ssl:common_name", "Nothing: the file is sound",
+                 "How full each limit of the format is"):
         expect(word in visible, f"{word} is not in the page")
     anchors = {attributes["id"] for _, attributes in read.tags if "id" in attributes}
     links = {attributes["href"][1:] for tag, attributes in read.tags if tag == "a"}
     expect(links <= anchors, f"links that lead nowhere: {links - anchors}")
+
+
+def actions(folder):
+    """Six actions of a kind are lines of their own; more unfold, each with its text."""
+    (folder / "t.tsv").write_text('[first]\na\thttp:server cts "x.host0"\n')
+    for count in (6, 7, 40):
+        values = [protocol("a", 0, [f".*\\.host{i}" for i in range(count + 1)])]
+        text = report(folder, compiled(folder, "p", {"protocols": values}),
+                      "--tests", folder / "t.tsv")
+        shown = text[:text.index("</ul></details>")] if count > 6 else text
+        lines = re.findall(r"<li[^>]*>(?:<b>rule without a test</b> )?/a[^<]*", shown)
+        expect(len(lines) == count, f"{len(lines)} lines of {count} rules without a test")
+        unfolds = "<summary><b>rule without a test</b> \u00d7 " + str(count)
+        expect((unfolds in text) == (count > 6), f"{count} actions unfold or do not")
 
 
 def browser():
