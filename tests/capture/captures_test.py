@@ -76,6 +76,16 @@ class Traps(unittest.TestCase):
         self.assertEqual(values(seven, "http:server"), ['"seven.example"'])
         self.assertIn("eight.example", values(eight, "tcp:stream")[0])
 
+    def test_tunnels_in_use_at_once_share_no_names(self):
+        for flow in self.flows("tunnels_at_once"):
+            name = "seven" if flow["tunnel"].endswith(" 7") else "eight"
+            other = "eight" if name == "seven" else "seven"
+            self.assertEqual(flow["packets"], 4)
+            self.assertNotIn(other, flow["flow"])
+            stream, = values(flow, "tcp:stream")
+            self.assertIn(name + ".example", stream)
+            self.assertIn("two." + name, stream)
+
     def test_an_icmp_error_is_no_packet_of_what_it_is_about(self):
         query, error = self.flows("icmp_error")
         self.assertEqual((query["transport"], query["packets"]), ("udp", 1))

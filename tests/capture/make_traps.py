@@ -82,6 +82,21 @@ def tunnel():
     return packets
 
 
+def tunnels_at_once():
+    """The same, packet by packet in turn, with sequence numbers far apart."""
+    request = b"GET / HTTP/1.1\r\nHost: %s\r\n\r\n"
+    packets = []
+    for step in range(4):
+        for network, name, first in ((7, b"seven.example", 1000), (8, b"eight.example", 900000000)):
+            text = request % name
+            inner = [sent(4000, first, SYN), answered(4000, 5000, SYN | ACK),
+                     sent(4000, first + 1, ACK | PSH, text),
+                     sent(4000, first + 1 + len(text), ACK | PSH, request % (b"two." + name))][step]
+            ends = (OUTER_B, OUTER_A) if step == 1 else (OUTER_A, OUTER_B)
+            packets.append(vxlan(inner, network, *ends))
+    return packets
+
+
 def icmp_error():
     """A query, and the error about it, which carries the query: no second query."""
     query = ipv4(CLIENT, SERVER, 17, udp(4001, 53, dns_query(b"lost.example")))
@@ -183,8 +198,8 @@ def rtmp():
     return packets
 
 
-TRAPS = [tunnel, icmp_error, split_hello, retransmission, hop_by_hop, two_requests, capitals,
-         generations, late_word, rtsp, rtmp]
+TRAPS = [tunnel, tunnels_at_once, icmp_error, split_hello, retransmission, hop_by_hop, two_requests,
+         capitals, generations, late_word, rtsp, rtmp]
 
 
 def main():
