@@ -49,7 +49,8 @@ struct match_room_t {
     std::unique_ptr<match_findings_t> explained; ///< null unless the flow explains
 };
 
-/// Flows of different threads share no cache line, whoever made them.
+/// Flows share no cache line, whoever made them; only the ends of their lists may, where one thread
+/// made both.
 struct alignas(64) pdata_flow {
     pdata_db *db = nullptr; ///< held
     uint32_t flags = 0;

@@ -78,8 +78,8 @@ typedef enum pdata_result {
     PDATA_R_ARGUMENT = 1,     /* a null pointer, a handle of no database, a size beyond 32 bits */
     PDATA_R_MEMORY = 2,       /* memory ran out; nothing has changed */
     PDATA_R_FILE = 3,         /* the file cannot be opened, read or mapped */
-    PDATA_R_DAMAGED = 4,      /* the pdb does not fit together; the failure says where */
-    PDATA_R_NOT_LOADABLE = 5, /* a pdb that was not compiled into a loadable one, or no pdb */
+    PDATA_R_DAMAGED = 4,      /* no pdb, or it does not fit together; the failure says where */
+    PDATA_R_NOT_LOADABLE = 5, /* a pdb that was not compiled into a loadable one */
     PDATA_R_UNKNOWN = 6,      /* there is no such thing */
     PDATA_R_KIND = 7          /* a value of another kind than those that the attribute has */
 } pdata_result;
