@@ -1,5 +1,6 @@
 #include "flow_input.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -9,6 +10,9 @@ namespace
 
 /// Bad lines of an input that are named; the rest are counted.
 constexpr uint64_t named_lines = 10;
+
+/// What files of gzip, zstd, bzip2 and xz begin with. No log does.
+constexpr std::string_view compressed[] = {"\x1F\x8B", "\x28\xB5\x2F\xFD", "BZh", "\xFD\x37zXZ"};
 
 struct flow_input_run_t {
     const flow_input_options_t &options;
@@ -76,6 +80,13 @@ void read_capture(flow_input_run_t &run, capture_inputs_t &inputs, capture_input
         fail(run, name, input.fault);
 }
 
+bool is_compressed(byte_source_t &source)
+{
+    const std::string_view head = byte_source_peek(source, 8);
+    return std::ranges::any_of(compressed,
+                               [head](std::string_view magic) { return head.starts_with(magic); });
+}
+
 void read_input(flow_input_run_t &run, capture_inputs_t &inputs, size_t number)
 {
     capture_input_t &input = capture_inputs_begin(inputs, number);
@@ -84,6 +95,8 @@ void read_input(flow_input_run_t &run, capture_inputs_t &inputs, size_t number)
         fail(run, name, std::strerror(input.system_error));
     else if (input.is_capture)
         read_capture(run, inputs, input, name);
+    else if (is_compressed(input.source))
+        fail(run, name, "compressed; unpack it on the way, as in \"zcat FILE | pdata flows -\"");
     else
         read_lines(run, input.source, name);
     if (input.source.system_error != 0)
