@@ -95,14 +95,13 @@ bool print_json(diff_run_t &run)
     document["before"] = json_text(run.before.file.name);
     document["after"] = json_text(run.after.file.name);
     diff_fill(document, run.difference);
-    json_document_t tail;
     if (!stat) {
         diff_json_t json = {run.console};
         diff_json_begin(json, document);
         const difference_sink_t sink = diff_json_sink(json);
         if (!compare(run, &sink))
             return false;
-        tail["unlisted"] = run.difference.nr_unlisted;
+        json_document_t tail = {{"unlisted", run.difference.nr_unlisted}};
         if (replays(run))
             tail["flows"] = diff_flows_document(run.flows, stat);
         diff_json_end(json, tail);

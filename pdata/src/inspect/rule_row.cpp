@@ -36,13 +36,17 @@ std::string mindata_text(const model_sub_rule_t &sub_rule)
 /// Texts of more bytes are hashed once.
 constexpr size_t long_text = 64;
 
+/// Texts of which is known what they hash to.
+constexpr size_t nr_known = size_t{1} << 16;
+
 /// Returns the place of what is known of a text.
 row_known_t &known_of(row_maker_t &maker, std::string_view text, const void *properties)
 {
+    maker.known.resize(nr_known);
     const auto mixed =
         (reinterpret_cast<uintptr_t>(text.data()) ^ reinterpret_cast<uintptr_t>(properties)) *
         uint64_t{0x9e3779b97f4a7c15};
-    return maker.known[mixed >> 32 & (maker.known.size() - 1)];
+    return maker.known[mixed >> 32 & (nr_known - 1)];
 }
 
 /// Returns what `find` does, or what it did for the same text.

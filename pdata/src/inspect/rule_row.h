@@ -20,10 +20,10 @@ struct row_known_t {
 };
 
 /// What rows are made with. Hashes of texts that are dear to find are kept, as one text may be the
-/// value of any number of rules: 1.5 MiB.
+/// value of any number of rules: 1.5 MiB, once there is one.
 struct row_maker_t {
     text_hash_key_t key = text_hash_key();
-    std::vector<row_known_t> known = std::vector<row_known_t>(size_t{1} << 16);
+    std::vector<row_known_t> known = {};
 };
 
 /// A value, and where it stands in the model.
