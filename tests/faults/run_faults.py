@@ -95,6 +95,7 @@ FLOWS = {
                                      "--pdb-out", "out"], ["out"], b""),
     "pdata list": (COMPANION, ["list", "in.pdb"], [], b""),
     "pdata list --json": (COMPANION, ["list", "--json", "in.pdb"], [], b""),
+    "pdata list --limits": (COMPANION, ["list", "--limits", "loadable.pdb"], [], b""),
     "pdata verify": (COMPANION, ["verify", "in.pdb", "loadable.pdb", "-"], [], b"\0\0\0\1"),
     "pdata match": (COMPANION, ["match", "--near", "loadable.pdb", "-"], [], FLOW_TEXT),
     "pdata match --json": (COMPANION, ["match", "--json", "loadable.pdb", "-"], [], FLOW_TEXT),
