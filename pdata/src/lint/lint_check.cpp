@@ -185,7 +185,6 @@ lint_result_t lint_check(std::vector<lint_file_t> files, lint_config_t &config,
         (void)lint_read_text(text, i, result.mended[i], take, result.findings);
         done += text.size();
     }
-    run.matchers.builds.clear(); // the proofs need the room
     lint_look_whole(result.model, config, result.findings);
     lint_prove({result.model, config, result.findings}, progress);
     leave_bases_out(result.model, result.findings);

@@ -13,48 +13,55 @@ namespace
 /// How much a value that is tried on all data counts in a batch.
 constexpr size_t HEAVY = 16;
 
-/// Indexes of values, alike ones side by side and those of an attribute together.
-using value_order_t = std::vector<uint32_t>;
+/// A value on its way into order. What tells most values apart stands here, so that texts, which
+/// lie all over the memory, are seldom looked at.
+struct placed_t {
+    uint32_t attribute; ///< a number for its attribute
+    uint32_t size;      ///< bytes of its text
+    uint64_t begin;     ///< the first eight of them, the first the highest; zeros behind the end
+    uint32_t index;     ///< of the value
+
+    auto key() const { return std::tuple(attribute, size, begin); }
+};
+
+/// Values, alike ones side by side and those of an attribute together.
+using value_order_t = std::vector<placed_t>;
 
 /// One run.
 struct proving_t {
     std::span<const prove_value_t> values;
-    std::vector<uint32_t> attributes = {}; ///< by value: a number for its attribute
     std::vector<prove_verdict_t> verdicts = {};
     std::vector<prove_case_t> cases = {}; ///< of a batch
     std::vector<uint32_t> places = {};    ///< by case: its value
 };
 
 /// Tells whether a value comes before another one: those of an attribute together, and alike ones.
-bool comes_before(const proving_t &proving, uint32_t a, uint32_t b)
+bool comes_before(const proving_t &proving, const placed_t &a, const placed_t &b)
 {
-    if (proving.attributes[a] != proving.attributes[b])
-        return proving.attributes[a] < proving.attributes[b];
-    const prove_value_t &one = proving.values[a];
-    const prove_value_t &other = proving.values[b];
-    if (one.text.size() != other.text.size()) // which tells most values apart
-        return one.text.size() < other.text.size();
+    if (a.key() != b.key())
+        return a.key() < b.key();
+    const prove_value_t &one = proving.values[a.index];
+    const prove_value_t &other = proving.values[b.index];
     return std::tie(one.text, one.offset, one.min_size) <
            std::tie(other.text, other.offset, other.min_size);
 }
 
-bool are_alike(const proving_t &proving, uint32_t a, uint32_t b)
+bool are_alike(const proving_t &proving, const placed_t &a, const placed_t &b)
 {
-    const prove_value_t &one = proving.values[a];
-    const prove_value_t &other = proving.values[b];
-    return proving.attributes[a] == proving.attributes[b] && one.text == other.text &&
-           one.offset == other.offset && one.min_size == other.min_size;
+    if (a.key() != b.key())
+        return false;
+    const prove_value_t &one = proving.values[a.index];
+    const prove_value_t &other = proving.values[b.index];
+    return one.text == other.text && one.offset == other.offset && one.min_size == other.min_size;
 }
 
-/// Numbers the attributes of the values.
-void number_attributes(proving_t &proving)
+/// Returns the first bytes of a text as a number that orders as they do.
+uint64_t begin_of(std::string_view text)
 {
-    std::map<std::pair<std::string_view, std::string_view>, uint32_t> numbers;
-    for (const prove_value_t &value : proving.values) {
-        const auto next = static_cast<uint32_t>(numbers.size());
-        const auto at = numbers.emplace(std::pair(value.protocol, value.attribute), next).first;
-        proving.attributes.push_back(at->second);
-    }
+    uint64_t begin = 0;
+    for (size_t i = 0; i < sizeof begin; ++i)
+        begin = begin << 8 | (i < text.size() ? static_cast<uint8_t>(text[i]) : 0U);
+    return begin;
 }
 
 /// Tries a case of an open batch.
@@ -108,11 +115,17 @@ void finish_batch(proving_t &proving)
 
 value_order_t order_of(const proving_t &proving)
 {
-    value_order_t order(proving.values.size());
-    for (uint32_t i = 0; i < order.size(); ++i)
-        order[i] = i;
+    std::map<std::pair<std::string_view, std::string_view>, uint32_t> numbers; // of attributes
+    value_order_t order;
+    order.reserve(proving.values.size());
+    for (const prove_value_t &value : proving.values) {
+        const auto next = static_cast<uint32_t>(numbers.size());
+        const auto at = numbers.emplace(std::pair(value.protocol, value.attribute), next).first;
+        order.push_back({at->second, static_cast<uint32_t>(value.text.size()), begin_of(value.text),
+                         static_cast<uint32_t>(order.size())});
+    }
     std::sort(order.begin(), order.end(),
-              [&](uint32_t a, uint32_t b) { return comes_before(proving, a, b); });
+              [&](const placed_t &a, const placed_t &b) { return comes_before(proving, a, b); });
     return order;
 }
 
@@ -123,28 +136,27 @@ std::vector<prove_verdict_t> prove_values(std::span<const prove_value_t> values,
 {
     proving_t proving{values};
     proving.verdicts.resize(values.size());
-    number_attributes(proving);
     const value_order_t order = order_of(proving);
     size_t weight = 0;
     for (size_t i = 0; i < order.size(); ++i) {
-        const uint32_t before = order[i == 0 ? 0 : i - 1];
+        const placed_t &before = order[i == 0 ? 0 : i - 1];
+        const uint32_t index = order[i].index;
         if (i != 0 && are_alike(proving, order[i], before))
             continue;
-        if (weight >= PROVE_BATCH_MAX ||
-            proving.attributes[order[i]] != proving.attributes[before]) {
+        if (weight >= PROVE_BATCH_MAX || order[i].attribute != before.attribute) {
             finish_batch(proving);
             weight = 0;
             if (progress)
                 progress(i);
         }
-        proving.cases.push_back(prove_case_make(values[order[i]]));
-        proving.places.push_back(order[i]);
+        proving.cases.push_back(prove_case_make(values[index]));
+        proving.places.push_back(index);
         weight += proving.cases.back().is_heavy ? HEAVY : 1;
     }
     finish_batch(proving);
     for (size_t i = 1; i < order.size(); ++i)
         if (are_alike(proving, order[i], order[i - 1]))
-            proving.verdicts[order[i]] = proving.verdicts[order[i - 1]];
+            proving.verdicts[order[i].index] = proving.verdicts[order[i - 1].index];
     return std::move(proving.verdicts);
 }
 
