@@ -247,6 +247,24 @@ TEST(Dump, SaysWhereTheRowsOfEnginesLead)
               "836+4 .......record 2 item|0x00000001|item 1, rule 1 of web\n");
 }
 
+// Endpoints 2001:db8::1 and 2001:db8::2, of IPv6: type 8, values of 16 bytes.
+TEST(Dump, WritesAddressesAsAuthorsDo)
+{
+    word_list flags(64);
+    flags[8] = 0x01000000; // what begins with 0x20
+    parts_t parts;
+    parts.numbers =
+        join({record(1, {8, 0}),
+              record(2, join({blob(15, {8}),
+                              blob(17, join({blob(42, {16, 2}), blob(43, flags),
+                                             blob(44, {0x20010DB8, 0, 0, 1, 0x20010DB8, 0, 0, 2}),
+                                             blob(45, {0, 2}), blob(46, {1, 1, 0})}))}))});
+    EXPECT_EQ(lines(pdb_of(parts), only(FORMAT_INTERVAL_ENDPOINTS)),
+              "384+8 ......INTERVAL_ENDPOINTS|type 44, 32 bytes|endpoints, ascending\n"
+              "392+16 .......endpoint 0|2001:db8:0:0:0:0:0:1\n"
+              "408+16 .......endpoint 1|2001:db8:0:0:0:0:0:2\n");
+}
+
 TEST(Dump, BeginsWithTheRangeThatHoldsTheByte)
 {
     EXPECT_EQ(lines(pdb(), {254, FORMAT_KIND_NONE}), "252+4 .number[0]|17\n"

@@ -184,6 +184,58 @@ TEST(hand_made, nothing_is_asked_of_nothing)
     pdata_source_free(nullptr);
 }
 
+/// The name of tag 17 of a rule, in a pdb whose table of tags has these words.
+std::string tag_of(uint32_t load_state, const word_list &tags)
+{
+    parts_t parts;
+    parts.load_state = {load_state};
+    parts.main_strings = {0x00026162, 0x00026364}; // ab at 0, cd at 4
+    parts.tags = {1, 0, 1, 17};
+    parts.behind_pdb = record(9, tags);
+    const pdata::database db = opened(parts);
+    uint32_t number = 0;
+    pdata_text name;
+    EXPECT_EQ(pdata_db_rule_tag(db.get(), 1, 0, &number, &name), PDATA_R_OK);
+    EXPECT_EQ(number, 17u);
+    EXPECT_EQ(pdata_db_rule_tag(db.get(), 1, 1, &number, &name), PDATA_R_UNKNOWN);
+    return std::string(pdata::view(name));
+}
+
+// Once a pdb was loaded on a little-endian host, its table of tags has the order of that.
+TEST(hand_made, tags_have_their_names_in_either_order)
+{
+    constexpr uint32_t loadable = 0x02000002;
+    constexpr uint32_t loaded_le = 0x03000003;
+    constexpr uint32_t loaded_be = 0x04000004;
+    EXPECT_EQ(tag_of(loadable, {0, 5, 4, 17}), "cd");
+    EXPECT_EQ(tag_of(loaded_be, {0, 5, 4, 17}), "cd");
+    EXPECT_EQ(tag_of(loaded_le, {0, 0x05000000, 0x04000000, 0x11000000}), "cd");
+    EXPECT_EQ(tag_of(loadable, {0, 5, 4, 6}), "");
+}
+
+// The rule lies on two protocols; a flow that says which it has must say both.
+TEST(hand_made, a_rule_waits_for_all_the_protocols_below_it)
+{
+    parts_t parts = offset_parts();
+    parts.nr_rule = 1;
+    parts.map = {0, ~0U, ~0U, ~0U, 0, 6, 0, 6};
+    parts.tags = {1, 0, 0};
+    parts.slots = {0, 0, 0, 0, 1, 7, PDATA_SCOPE_ALL, 1, 0, 0, 0, 0};
+    parts.rule_names = {0x00037765, 0x62000003, 0x75647000}; // web at 0, udp at 6
+    const pdata::database db = opened(parts);
+    const auto best = [&](std::initializer_list<const char *> protocols) {
+        pdata::flow flow(db);
+        for (const char *protocol : protocols)
+            flow.add_protocol(db.protocol(protocol));
+        flow.add(db.attribute("tcp", "host", PDATA_STC), "xb");
+        return pdata_flow_best(flow.get());
+    };
+    EXPECT_EQ(best({}), 1u) << "nothing is said";
+    EXPECT_EQ(best({"web", "udp"}), 1u);
+    EXPECT_EQ(best({"web"}), 0u);
+    EXPECT_EQ(best({"udp"}), 0u);
+}
+
 // Rule 1 is before rule 2 by its order, 7 before 9.
 TEST(hand_made, what_goes_first_is_told)
 {

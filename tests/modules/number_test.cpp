@@ -593,4 +593,18 @@ TEST(number, a_matcher_alone_is_written_as_in_a_build)
     expect_end(sorted, intervals);
 }
 
+TEST(number, a_used_matcher_is_emptied)
+{
+    number_build used = finalized(MATCHER_TYPE_IP_4, {{3, 5, 1}, {9, 10, 2}});
+    interval_init(used.interval, 4);
+    EXPECT_EQ(interval_finalize(used.interval), 0);
+    interval_build fresh;
+    interval_init(fresh, 4);
+    EXPECT_EQ(interval_finalize(fresh), 0);
+    const auto bytes_of = [](const interval_build &build) {
+        return alone([&](std::span<uint8_t> buf) { return interval_serialize(build, buf); });
+    };
+    EXPECT_EQ(bytes_of(used.interval), bytes_of(fresh));
+}
+
 } // namespace
