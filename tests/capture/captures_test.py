@@ -13,6 +13,7 @@ import collections
 import glob
 import json
 import os
+import select
 import shutil
 import struct
 import subprocess
@@ -43,6 +44,21 @@ def values(flow, name, way="cts"):
     """The values of an attribute in a flow's line, as they are written there."""
     start = f"{name} {way} "
     return [value[len(start):] for value in flow["flow"].split("; ") if value.startswith(start)]
+
+
+class Pipes(unittest.TestCase):
+    def test_a_flow_is_answered_while_its_log_goes_on(self):
+        record = {"event_type": "http", "src_ip": "10.0.0.1", "src_port": 1, "proto": "TCP",
+                  "dest_ip": "10.0.0.2", "dest_port": 80, "http": {"hostname": "a.example"}}
+        with subprocess.Popen([PDATA, "flows", "-"], stdin=subprocess.PIPE,
+                              stdout=subprocess.PIPE) as pipe:
+            for _ in range(2):
+                pipe.stdin.write(json.dumps(record).encode() + b"\n")
+                pipe.stdin.flush()
+                ready, _, _ = select.select([pipe.stdout], [], [], 20)
+                self.assertTrue(ready)
+                self.assertIn(b"a.example", pipe.stdout.readline())
+            pipe.stdin.close()
 
 
 @unittest.skipIf(shutil.which("tshark") is None, "tshark is not installed")

@@ -34,13 +34,21 @@ void hand_over(flow_input_run_t &run, flow_record_t &record)
     run.sink(record);
 }
 
+/// Takes the next line. Before more is waited for, what was found so far goes out.
+line_result_t next_line(flow_input_run_t &run, byte_source_t &source, std::string_view &line)
+{
+    if (!byte_source_has_line(source))
+        (void)std::fflush(run.console.out); // console_close looks at it
+    return byte_source_line(source, line);
+}
+
 void read_lines(flow_input_run_t &run, byte_source_t &source, const std::string &name)
 {
     log_header_t header = log_reader_begin(name);
     uint64_t number = 0;
     uint64_t bad = 0;
     std::string_view line;
-    for (line_result_t read; (read = byte_source_line(source, line)) != LINE_NONE;) {
+    for (line_result_t read; (read = next_line(run, source, line)) != LINE_NONE;) {
         ++number;
         const std::string fault = read == LINE_READ ? log_reader_line(run.logs, header, line)
                                                     : "a line of more than 16 MiB";

@@ -65,6 +65,11 @@ void byte_source_skip(byte_source_t &source, size_t count)
     source.at += std::min(count, source.buffer.size() - source.at);
 }
 
+bool byte_source_has_line(const byte_source_t &source)
+{
+    return left(source).find('\n') != std::string_view::npos;
+}
+
 line_result_t byte_source_line(byte_source_t &source, std::string_view &line)
 {
     size_t searched = 0;

@@ -31,5 +31,8 @@ enum line_result_t {
     LINE_NONE,     ///< the input has ended
 };
 
+/// Tells whether a line can be taken without reading more.
+bool byte_source_has_line(const byte_source_t &source);
+
 /// Takes a line, without its end. It stays where it is until the next call.
 line_result_t byte_source_line(byte_source_t &source, std::string_view &line);
