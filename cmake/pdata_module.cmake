@@ -93,20 +93,24 @@ function(pdata_together name)
     set_target_properties(${name} PROPERTIES UNITY_BUILD_MODE GROUP)
 endfunction()
 
-# pdata_module(NAME DIR folder SOURCES file... [INCLUDES subfolder...] [DEPENDS module...])
+# pdata_module(NAME [FRONT] DIR folder SOURCES file... [INCLUDES subfolder...] [DEPENDS module...])
 #
 # One module of a floor: a static library whose include root is its own folder. Because a
 # module sees only the folders of what it depends on, an include of a floor above, or of a
 # module that is not listed, does not compile. INCLUDES names subfolders with headers of their own.
+# FRONT is what talks to people, which is not optimised at link time: it would take most of that.
 function(pdata_module name)
-    cmake_parse_arguments(ARG "" "DIR" "SOURCES;INCLUDES;DEPENDS" ${ARGN})
+    cmake_parse_arguments(ARG "FRONT" "DIR" "SOURCES;INCLUDES;DEPENDS" ${ARGN})
     list(TRANSFORM ARG_SOURCES PREPEND "${ARG_DIR}/")
     list(TRANSFORM ARG_INCLUDES PREPEND "${ARG_DIR}/")
     add_library(${name} STATIC ${ARG_SOURCES})
     pdata_together(${name})
     target_include_directories(${name} PUBLIC ${ARG_DIR} ${ARG_INCLUDES})
-    target_compile_options(${name} PRIVATE
-        ${pdata_counted} ${pdata_lto} $<$<BOOL:${pdata_lto}>:-ffat-lto-objects> ${pdata_hardened_code}
+    if(NOT ARG_FRONT)
+        target_compile_options(${name} PRIVATE
+            ${pdata_lto} $<$<BOOL:${pdata_lto}>:-ffat-lto-objects>)
+    endif()
+    target_compile_options(${name} PRIVATE ${pdata_counted} ${pdata_hardened_code}
         $<$<NOT:$<BOOL:$<TARGET_PROPERTY:POSITION_INDEPENDENT_CODE>>>:${pdata_hardened_program}>)
     target_link_libraries(${name} PUBLIC ${ARG_DEPENDS} PRIVATE pdata_flags)
 endfunction()
