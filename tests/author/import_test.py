@@ -3,10 +3,11 @@
 
     import_test.py BIN [STEP]
 
-imports lists, checks that "pdata check" finds nothing, compiles the descriptions and runs flows: every entry, names below and beside it, the
-ends of every range and their neighbours. What is expected is worked out from the lists by a reader
-of their own. With STEP, only one of so many samples is taken, and the smaller lists. Lists of a
-folder named by PDATA_DOMAIN_LISTS are tried as well, where it is set.
+imports lists, checks that "pdata check" finds nothing, compiles the descriptions and runs flows:
+every entry, names below and beside it, the ends of every range and their neighbours. What is
+expected is worked out from the lists by a reader of their own. With STEP, only one of so many
+samples is taken, and the smallest lists. Lists of a folder named by PDATA_DOMAIN_LISTS are tried as
+well, where it is set.
 """
 
 import ipaddress
@@ -127,7 +128,7 @@ def write(name, lines):
 
 def names(programs):
     count = 0
-    for seed, size in ((1, 5), (2, 40), (3, 133))[:3 if STEP == 1 else 2]:
+    for seed, size in ((1, 5), (2, 40), (3, 133))[:3 if STEP == 1 else 1]:
         r = random.Random(seed)
         made = [random_name(r) for _ in range(size)]
         made += ["sub." + made[0], made[1]]
@@ -155,6 +156,8 @@ def many_names(programs):
     count = check_names(programs, "domains", "list.txt", entries, ("--split",))
     run = Import(programs, "domains", "list.txt", status=1)
     assert len(run.findings) == 450 - 399, len(run.findings)
+    if STEP != 1:
+        return count
     made = [f"h{i}.many.example" for i in range(8300)]
     write("list.txt", made)
     run = Import(programs, "domains", "list.txt", "--compact", "--split", status=1)
@@ -219,7 +222,7 @@ def ports(programs):
 
 def addresses(programs):
     count = 0
-    for seed in range(6):
+    for seed in range(0 if STEP == 1 else 4, 6): # the last two have what is odd
         r = random.Random(seed)
         spans, lines = [], []
         for bits, address in ((32, ipaddress.IPv4Address), (128, ipaddress.IPv6Address)):
