@@ -150,9 +150,9 @@ TEST_F(pdata_error, diagnostic_lines_name_level_line_and_function)
               }),
               "[WARNING][4][pdb_ruletag_map_serialize] Failed to resolve rule tag name(tag).\n");
     const std::string line = std::to_string(__LINE__ + 1);
-    EXPECT_EQ(stderr_of([] { pdata_diag_error(PDATA_DIAG_NO_GROUP, 2u, 0u); }),
-              "[ERROR  ][" + line +
-                  "][pdb_builder_serialize] Unexpected TLV type: 2 at offset: 0\n\n");
+    const auto report = [] { pdata_diag_error(PDATA_DIAG_NO_GROUP, 2u, 0u); };
+    const std::string site = "[ERROR  ][" + line + "][pdb_builder_serialize] ";
+    EXPECT_EQ(stderr_of(report), site + "Unexpected TLV type: 2 at offset: 0\n\n");
     EXPECT_EQ(outcome(PDATA_SUCCESS), "0") << "the slot stays as it was";
 }
 

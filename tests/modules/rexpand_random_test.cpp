@@ -295,10 +295,11 @@ TEST(rexpand_hostile, choices_that_multiply_end_for_want_of_memory)
 
 TEST(rexpand_hostile, a_caller_may_allow_many_permutations)
 {
+    const size_t letters = ROUNDS_STEP == 1 ? 4 : 3;
     rexpand_permutation_list list;
     uint32_t nb = 0;
-    ASSERT_EQ(rexpand_process(repeat("[a-z]", 4), 1000000, &nb, &list), 0);
-    EXPECT_EQ(nb, 26U * 26 * 26 * 26);
+    ASSERT_EQ(rexpand_process(repeat("[a-z]", letters), 1000000, &nb, &list), 0);
+    EXPECT_EQ(nb, letters == 4 ? 26U * 26 * 26 * 26 : 26U * 26 * 26);
     ASSERT_EQ(rexpand_process(repeat("a?", 16), 0xFFFFFFFF, &nb, &list), 0);
     EXPECT_EQ(nb, 65536U);
     EXPECT_EQ(rexpand_process(repeat("a?", 40), 0xFFFFFFFF, &nb, &list), MODULE_ERR_NO_MEMORY);
