@@ -78,7 +78,7 @@ std::vector<pdata_rule> rules_of_value(std::string_view value, size_t step)
 TEST(hand_made, patterns_at_offsets_are_found)
 {
     using rules_t = std::vector<pdata_rule>;
-    for (const size_t step : {1, 2, 99}) {
+    for (const size_t step : {1U, 2U, 99U}) {
         EXPECT_EQ(rules_of_value("xb", step), rules_t{1}) << step;
         EXPECT_EQ(rules_of_value("xbc", step), rules_t{1}) << step;
         EXPECT_EQ(rules_of_value("ab", step), rules_t{1}) << "b at offset 1, " << step;

@@ -54,7 +54,7 @@ void expect_sound(check_t check, const word_list &words)
 }
 
 /// A record of two words of a type that no blob has.
-const word_list stray = blob(99, {});
+const word_list stray_number = blob(99, {});
 
 /// A matcher of 8 bits without values: 2 + 1 words of the type, 2 in front of the parts.
 word_list mapper(const word_list &values, const word_list &items)
@@ -70,9 +70,9 @@ TEST(ViewStructure, OfAMapper)
     expect_fault(check_number, mapper(values, {}), VIEW_ABSENT, 135);
     expect_fault(check_number, mapper({}, items), VIEW_UNKNOWN, 5);
     expect_fault(check_number, mapper(blob(13, word_list(127)), items), VIEW_LENGTH, 5);
-    expect_fault(check_number, mapper(values, join({items, stray})), VIEW_UNKNOWN, 138);
+    expect_fault(check_number, mapper(values, join({items, stray_number})), VIEW_UNKNOWN, 138);
     expect_fault(check_number, join({blob(15, {3}), blob(16, {})}), VIEW_ABSENT, 5);
-    expect_fault(check_number, join({mapper(values, items), stray}), VIEW_UNKNOWN, 138);
+    expect_fault(check_number, join({mapper(values, items), stray_number}), VIEW_UNKNOWN, 138);
 }
 
 /// Intervals of IPv4: 5 words in front of the parts.
@@ -103,7 +103,7 @@ TEST(ViewStructure, OfIntervals)
     is({meta, flags, endpoints}, VIEW_ABSENT, 78);
     is({meta, flags, endpoints, blob(45, {0, 0})}, VIEW_LENGTH, 78);
     is({meta, flags, endpoints, offsets}, VIEW_ABSENT, 81);
-    is({meta, flags, endpoints, offsets, items, stray}, VIEW_UNKNOWN, 84);
+    is({meta, flags, endpoints, offsets, items, stray_number}, VIEW_UNKNOWN, 84);
 }
 
 /// An automaton of one state without transitions, whose alphabet has 2 codes.
@@ -124,13 +124,14 @@ TEST(ViewStructure, OfAnAutomaton)
     expect_sound(check_aho_corasick, automaton(codes, meta));
     is(codes, {}, VIEW_ABSENT, 77);
     is(codes, blob(36, {0}), VIEW_LENGTH, 77);
-    is(codes, join({meta, stray}), VIEW_UNKNOWN, 81);
+    is(codes, join({meta, stray_number}), VIEW_UNKNOWN, 81);
     is({}, {}, VIEW_ABSENT, 6);
     is(blob(37, {}), meta, VIEW_ABSENT, 8);
     is(blob(37, blob(25, {2, 0})), meta, VIEW_LENGTH, 8);
     is(blob(37, blob(25, {2})), meta, VIEW_ABSENT, 11);
     is(blob(37, join({blob(25, {2}), blob(26, word_list(63))})), meta, VIEW_LENGTH, 11);
-    is(blob(37, join({blob(25, {2}), blob(26, word_list(64)), stray})), meta, VIEW_UNKNOWN, 77);
+    is(blob(37, join({blob(25, {2}), blob(26, word_list(64)), stray_number})), meta, VIEW_UNKNOWN,
+       77);
 }
 
 // The parts start at 0, 2, 5, 9, 13, 17, 88 and end at 91.
@@ -143,13 +144,13 @@ TEST(ViewStructure, OfATree)
     for (const word_list &part : parts) {
         if (!words.empty()) // no bytes at all are a tree without patterns
             expect_fault(check_radix_tree, words, VIEW_ABSENT, words.size());
-        word_list with_stray = join({words, stray});
+        word_list with_stray = join({words, stray_number});
         expect_fault(check_radix_tree, with_stray, VIEW_UNKNOWN, words.size());
         words = join({words, part});
     }
     expect_sound(check_radix_tree, words);
-    expect_fault(check_radix_tree, join({words, stray}), VIEW_UNKNOWN, 91);
-    for (const size_t bitmap : {3, 4}) { // too short for their first word and one of bits
+    expect_fault(check_radix_tree, join({words, stray_number}), VIEW_UNKNOWN, 91);
+    for (const size_t bitmap : {3U, 4U}) { // too short for their first word and one of bits
         word_list short_one;
         for (size_t i = 0; i < parts.size(); ++i)
             short_one = join({short_one, i == bitmap ? blob(parts[i][0], {0}) : parts[i]});
@@ -173,7 +174,7 @@ TEST(ViewStructure, OfADotPrefixMatcher)
     is({}, VIEW_ABSENT, 0);
     is({codes}, VIEW_ABSENT, 71);
     is({codes, transitions}, VIEW_ABSENT, 75);
-    is({codes, transitions, items, stray}, VIEW_UNKNOWN, 79);
+    is({codes, transitions, items, stray_number}, VIEW_UNKNOWN, 79);
     is({codes, blob(39, {}), items}, VIEW_COUNT, 73);
     is({codes, blob(39, {0}), items}, VIEW_LENGTH, 73);
 }
