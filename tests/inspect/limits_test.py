@@ -102,13 +102,32 @@ def automaton():
            "item words")
 
 
-def item_words(words):
-    """Words up to the first one of the last record, in the order in which states are made: a state
-    of one item has it inline, one of more a count and the items of all texts that end there."""
+def item_words(words, of_item=1):
+    """Words up to the first one of the last record, in the order in which states are made: a count
+    and the items of all texts that end there, of as many words each. A state of one item of one
+    word has it inline."""
     states = dict.fromkeys(text[:i] for text in words for i in range(len(text) + 1))
     items = [sum(state.endswith(text) for text in words) for state in states]
-    counts = [number for number in items if number > 1]
-    return sum(1 + number for number in counts) - counts[-1]
+    counts = [number for number in items if number > (1 if of_item == 1 else 0)]
+    return sum(1 + number * of_item for number in counts) - counts[-1] * of_item
+
+
+def edge_words(words):
+    """Words of the runs of a tree, behind one that is not used: each has its length and two other
+    bytes in front of its own."""
+    states = prefixes(words)
+    children = {}
+    for state in states - {""}:
+        children.setdefault(state[:-1], []).append(state)
+    total = 1
+    for state in states - {""}:
+        for at in children.get(state, []):
+            run = 0
+            while len(children.get(at, [])) == 1 and at not in words:
+                run += 1
+                at = children[at][0]
+            total += (run + 2) // 4 + 1 if run > 1 else 0
+    return total
 
 
 def trees():
@@ -225,6 +244,30 @@ def silent_item_records():
            "item words of the automaton", item_words(words[::-1]))
 
 
+def unsafe_item_records_with_offsets():
+    """Here an index that wrapped leads into a record, and an offset reads as an id: nobody reads it."""
+    words = ["a" * length for length in range(1, 262)]
+    expect(item_words(words[::-1], 2) > 65535, True, "item words")
+    pdb = compiled(protocols([rule("tcp", "cts-stream", f".*{text}.*") for text in words]))
+    done = subprocess.run([PDATA, "list", "--limits", pdb], capture_output=True)
+    expect((done.returncode, done.stdout), (3, b""), "the end of an unsafe file")
+    few, passed = limits(compiled(protocols([rule("tcp", "cts-stream", f".*{text}.*")
+                                             for text in words[:250]])))
+    expect(passed, set(), "what the texts below the limit pass")
+    expect(few["tcp:stream cts", "item words of the automaton with offsets"],
+           (item_words(words[249::-1], 2), 65535), "item words")
+
+
+def silent_edges():
+    """Rows and runs are numbered together, so that the rows pass their limit as well."""
+    words = {word(i) + "-" + "x" * 239 + word(i) for i in range(1150)}
+    found, passed = limits(compiled([protocol([rule("http", "cts-uri", f"{text}.*")
+                                               for text in sorted(words)])]))
+    edges = ("http:uri cts", "words of compressed edges of the prefix tree")
+    expect(passed, {edges, ("http:uri cts", "rows of the prefix tree")}, "what runs pass")
+    expect(found[edges], (edge_words(words), 65536), "words of runs")
+
+
 def silent_rows():
     """As many values as there are private ids, each with a state of its own in front of its end."""
     letters = "abcdefghijklmnopqrstuvwxyz012345"
@@ -279,8 +322,9 @@ def silent_ranges():
 
 
 CHECKS = (automaton, trees, mapper, pools, protocol_limits, merged_rules, silent_states,
-          silent_item_records, silent_rows, silent_inline, silent_bytes,
-          silent_chain, silent_item_words, silent_preempts, silent_ranges)
+          silent_item_records, unsafe_item_records_with_offsets, silent_edges, silent_rows,
+          silent_inline, silent_bytes, silent_chain, silent_item_words, silent_preempts,
+          silent_ranges)
 for check in CHECKS:
     print(check.__name__)
     check()
