@@ -119,14 +119,16 @@ def edge_words(words):
     children = {}
     for state in states - {""}:
         children.setdefault(state[:-1], []).append(state)
-    total = 1
-    for state in states - {""}:
-        for at in children.get(state, []):
-            run = 0
+    total, within = 1, set()
+    for state in sorted(states - {""}, key=len):
+        for at in children.get(state, []) if state not in within else []:
+            run = []
             while len(children.get(at, [])) == 1 and at not in words:
-                run += 1
+                run.append(at)
                 at = children[at][0]
-            total += (run + 2) // 4 + 1 if run > 1 else 0
+            if len(run) > 1:
+                within.update(run)
+                total += (len(run) + 2) // 4 + 1
     return total
 
 
