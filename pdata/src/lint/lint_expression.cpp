@@ -43,28 +43,28 @@ const char *read_byte(lint_scan_t &scan, char c)
     return c == ']' ? "a ']' that closes nothing" : nullptr;
 }
 
-/// Forms of other expressions that are none here.
+/// A form of other expressions that is none here.
 struct foreign_t {
     std::string_view form;
     bool in_class;
-    lint_expression_fault_t fault;
+    const char *message;
+    const char *hint;
 };
 
-const foreign_t foreign_forms[] = {
-    {"(?:", false, {"\"(?:\" is no group here", "write \"(\" for it"}},
-    {"(?i)",
-     false,
-     {"\"(?i)\" is none here: the attribute says whether case matters", "leave it out"}},
-    {"(?", false, {"\"(?\" is no group here", "write what is meant as several values"}},
-    {"[:", true, {"a set has no classes by name", "write their bytes, [0-9] or [a-zA-Z]"}},
+constexpr foreign_t foreign_forms[] = {
+    {"(?:", false, "\"(?:\" is no group here", "write \"(\" for it"},
+    {"(?i)", false, "\"(?i)\" is none here: the attribute says whether case matters",
+     "leave it out"},
+    {"(?", false, "\"(?\" is no group here", "write what is meant as several values"},
+    {"[:", true, "a set has no classes by name", "write their bytes, [0-9] or [a-zA-Z]"},
 };
 
-/// Returns what is wrong with the beginning of a text, or null.
-const lint_expression_fault_t *foreign_at(std::string_view text, const lint_scan_t &scan)
+/// Returns the form of other expressions that a text begins with, or null.
+const foreign_t *foreign_at(std::string_view text, const lint_scan_t &scan)
 {
     for (const foreign_t &row : foreign_forms)
         if (scan.in_class == row.in_class && text.starts_with(row.form))
-            return &row.fault;
+            return &row;
     return nullptr;
 }
 
@@ -92,8 +92,8 @@ lint_expression_fault_t fault_of(std::string_view expression)
 
     lint_scan_t scan;
     for (size_t at = 0; at < expression.size(); ++at) {
-        if (const lint_expression_fault_t *foreign = foreign_at(expression.substr(at), scan))
-            return *foreign;
+        if (const foreign_t *foreign = foreign_at(expression.substr(at), scan))
+            return {foreign->message, foreign->hint};
         if (expression[at] == '\\') {
             if (++at == expression.size())
                 return {"a backslash at the end", "write \"\\\\\\\\\" for a backslash"};

@@ -11,8 +11,6 @@
 namespace
 {
 
-constexpr std::string_view DIGITS = "0123456789";
-
 uint32_t number_of(std::string_view digits)
 {
     uint32_t number = 0;
