@@ -5,6 +5,7 @@
 
 #include "lint_places.h"
 #include "lint_pointer.h"
+#include "lint_words.h"
 
 namespace
 {
@@ -108,6 +109,18 @@ TEST(Pointer, LeadsToTheValue)
     const std::vector<lint_file_t> files = {{"a", text}};
     EXPECT_EQ(lint_pointers(files, findings),
               (names_t{"/p/0/a~1b", "/p/0/a~1b", "/p/1", "/p/1/c/0", "/p/1/c/1/d~0"}));
+}
+
+// Of words that are as near, the first is meant; one with other ends is not.
+TEST(Words, NearestIsTheFirstOfThoseThatAreAsNear)
+{
+    const auto nearest = [](std::string_view word, std::vector<std::string_view> words) {
+        return lint_nearest(word, words);
+    };
+    EXPECT_EQ(nearest("serve", {"server", "serves"}), "server");
+    EXPECT_EQ(nearest("serve", {"sevres", "server", "serves"}), "server");
+    EXPECT_EQ(nearest("serve", {"uri", "host"}), "");
+    EXPECT_EQ(nearest("hots", {"host", "uri"}), "host");
 }
 
 } // namespace

@@ -4,7 +4,7 @@
 #include "view_blobs.h"
 
 /// A record of a type that no part has.
-inline const word_list stray = record(99, {});
+inline const word_list stray_record = record(99, {});
 
 /// Engines without patterns. Types: 18 meta, 19 aho_corasick, 20 ahoff_corasick, 21 and 22 trees,
 /// 23 dot_prefix, which is never without a node: 4 codes, none of a byte, and a start.

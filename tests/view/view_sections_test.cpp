@@ -63,12 +63,14 @@ TEST(ViewSections, FindsPartsOfAnotherSize)
 
 TEST(ViewSections, FindsWhatStandsBehindTheLastPart)
 {
-    EXPECT_EQ(with(&parts_t::behind_values, stray),
+    EXPECT_EQ(with(&parts_t::behind_values, stray_record),
               "148: matchers: matcher 0: data: 4 bytes behind the last record");
-    EXPECT_EQ(with(&parts_t::behind_names, stray), "164: matchers: 4 bytes behind the last record");
-    EXPECT_EQ(with(&parts_t::behind_slots, stray),
+    EXPECT_EQ(with(&parts_t::behind_names, stray_record),
+              "164: matchers: 4 bytes behind the last record");
+    EXPECT_EQ(with(&parts_t::behind_slots, stray_record),
               "268: rules: rule engine: 4 bytes behind the last record");
-    EXPECT_EQ(with(&parts_t::behind_rules, stray), "280: rules: 4 bytes behind the last record");
+    EXPECT_EQ(with(&parts_t::behind_rules, stray_record),
+              "280: rules: 4 bytes behind the last record");
     EXPECT_EQ(with(&parts_t::behind_pdb, record(7)),
               "0: 3 of version, matchers and rules, and the marker of an empty pdb");
 }
