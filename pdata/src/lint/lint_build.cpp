@@ -81,8 +81,14 @@ lint_attribute_t &add_attribute(lint_build_t &build, const lint_member_t &member
     return attribute;
 }
 
-/// Values of a sub-rule that are looked into; so many more than there may be say nothing new.
+/// Values and attributes of a sub-rule that are looked into; so many more than there may be say
+/// nothing new.
 constexpr size_t VALUES_MAX = 4 * PROTOCOL_ATTR_DIM;
+
+bool is_full(lint_build_t &build)
+{
+    return build.nr_value >= VALUES_MAX || sub_rule_of(build).attributes.size() >= VALUES_MAX;
+}
 
 /// Counts a value of a sub-rule; one at an offset must leave room for another one.
 void count_value(lint_build_t &build, size_t token, bool offset)
@@ -110,7 +116,7 @@ void take_attribute(lint_build_t &build, const lint_member_t &member)
 {
     if (take_misspelt_mindata(build, member))
         return;
-    if (build.nr_value >= VALUES_MAX)
+    if (is_full(build))
         return;
     // The values of what is no attribute are not looked at: that is another finding.
     const bool known = lint_is_attribute(lint_token_raw(build, member.key));
@@ -127,7 +133,7 @@ void take_attribute(lint_build_t &build, const lint_member_t &member)
 
 void take_stream_offset(lint_build_t &build, const lint_member_t &member)
 {
-    if (build.nr_value >= VALUES_MAX)
+    if (is_full(build))
         return;
     build.attribute = &add_attribute(build, member);
     take_members(build, member.value, LINT_STREAM_OFFSET);

@@ -1,6 +1,7 @@
 #include "lint_values.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "lint_expression.h"
 #include "lint_number_meant.h"
@@ -217,20 +218,23 @@ pdata_status_t judge_part(matcher_build *matcher, const pdb_attr_properties_t &p
 /// Tells whether a list is meant as it is written, but for its blanks.
 bool has_blanks_alone(std::string_view list, const std::string &meant)
 {
+    if (meant.empty())
+        return false;
     std::string without(list);
     std::erase_if(without, [](char c) { return c == ' ' || c == '\t' || c == '\n'; });
     return without == meant;
 }
 
-void report_number(const lint_look_t &look, std::string_view part)
+/// Says that a part does not read; the first one of a list how the whole list is meant.
+void report_number(const lint_look_t &look, std::string_view part, bool is_first)
 {
     const pdb_attr_properties_t &properties = *look.attribute->matched;
-    const std::string meant = lint_meant_numbers(properties, look.value->decoded);
-    const bool blanks = has_blanks_alone(look.value->decoded, meant);
+    const std::string &list = look.value->decoded;
+    const std::string meant = is_first ? lint_meant_numbers(properties, list) : "";
     finding_t &finding =
         lint_report(look, FINDING_BAD_NUMBER, lint_quoted(part) + " does not read",
                     meant.empty() ? number_forms(properties, part) : "write " + lint_json(meant));
-    if (blanks)
+    if (has_blanks_alone(list, meant))
         lint_mend(finding, lint_json(meant));
 }
 
@@ -240,9 +244,10 @@ void judge_numbers(lint_matchers_t &matchers, const lint_look_t &look)
     // A number that reads is taken by its matcher; an address range may still run backwards.
     matcher_build *matcher = is_address(properties) ? &matcher_of(matchers, properties) : nullptr;
     std::string_view rest = csa_str_view(csa_str(look.value->decoded));
+    bool is_first = true;
     for (std::string_view part = value_next_part(rest); !part.empty(); part = value_next_part(rest))
         if (judge_part(matcher, properties, part) != PDATA_SUCCESS)
-            report_number(look, part);
+            report_number(look, part, std::exchange(is_first, false));
 }
 
 } // namespace
