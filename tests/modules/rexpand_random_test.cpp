@@ -302,8 +302,9 @@ TEST(rexpand_hostile, a_caller_may_allow_many_permutations)
     EXPECT_EQ(nb, letters == 4 ? 26U * 26 * 26 * 26 : 26U * 26 * 26);
     ASSERT_EQ(rexpand_process(repeat("a?", 16), 0xFFFFFFFF, &nb, &list), 0);
     EXPECT_EQ(nb, 65536U);
-    if (ROUNDS_STEP == 1) // choices_that_multiply ends so, sooner
+    if (ROUNDS_STEP == 1) { // choices_that_multiply ends so, sooner
         EXPECT_EQ(rexpand_process(repeat("a?", 40), 0xFFFFFFFF, &nb, &list), MODULE_ERR_NO_MEMORY);
+    }
 }
 
 } // namespace

@@ -190,8 +190,8 @@ enum {
 
 /*
  * Makes a flow of a database, and holds that. Its size is that of the database's tables of items
- * and rules: about 5 bytes for an item, 22 for a rule
- * and 4 for a protocol. PDATA_R_ARGUMENT, PDATA_R_MEMORY.
+ * and rules: about 5 bytes for an item, 22 for a rule and 4 for a protocol. PDATA_R_ARGUMENT,
+ * PDATA_R_MEMORY.
  */
 PDATA_API pdata_result pdata_flow_new(pdata_db *db, uint32_t flags, pdata_flow **flow);
 
