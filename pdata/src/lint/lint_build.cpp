@@ -78,6 +78,7 @@ lint_attribute_t &add_attribute(lint_build_t &build, const lint_member_t &member
     attribute.place =
         lint_token_place(build, member.key, text_value_end(build.tokens, member.value) - 1);
     attribute.array = lint_token(build, member.value).kind == TEXT_ARRAY;
+    attribute.object = lint_token(build, member.value).kind == TEXT_OBJECT;
     return attribute;
 }
 

@@ -54,6 +54,7 @@ struct lint_attribute_t {
     csa_attr_way_t written_way = ATTR_WAY_UNKNOWN; ///< both where there is no prefix
     lint_key_t matched_key; ///< protocol, name and direction of the matcher; aliases are applied
     bool array = false;     ///< its values stand in brackets
+    bool object = false;    ///< it has an object in place of values, as a "stream_offset" does
     std::optional<lint_number_t> offset; ///< of a "stream_offset"
     std::vector<lint_text_t> values;
 };
@@ -128,8 +129,3 @@ std::string_view lint_bottom(const lint_sub_rule_t &sub_rule);
 /// matchers see it: the first of its sub-rules that is not 0, and 0 where none is given. 65536
 /// stands for no minimum.
 uint32_t lint_mindata(const lint_rule_t &rule, csa_attr_way_t way);
-
-/// Returns a finding with its place, protocol, rule, attribute and value.
-finding_t lint_finding(finding_id_t id, const lint_protocol_t &protocol, const lint_rule_t &rule);
-finding_t lint_finding(finding_id_t id, const lint_protocol_t &protocol, const lint_rule_t &rule,
-                       const lint_attribute_t &attribute, const lint_text_t &value);

@@ -4,6 +4,7 @@
 #include "lint_attribute_meant.h"
 #include "lint_resolve.h"
 #include "lint_rules.h"
+#include "lint_vocabulary.h"
 #include "lint_words.h"
 #include "pdata_error.h"
 #include "pdb_rule_priority.h"
@@ -164,7 +165,11 @@ void look_attribute(const lint_look_t &look)
 {
     const lint_attribute_t &attribute = *look.attribute;
     const std::string bottom(lint_bottom(*look.sub_rule));
-    if (bottom.empty() || (attribute.key.raw.ends_with("_offset") && attribute.values.empty()))
+    const std::string_view key = attribute.key.raw;
+    const bool at_offset =
+        key.ends_with("_offset") &&
+        (attribute.object || lint_find_key(LINT_SUB_RULE, key)->id == LINT_KEY_STREAM_OFFSET);
+    if (bottom.empty() || (at_offset && (attribute.values.empty() || !attribute.offset)))
         return; // its shape is wrong, which was said
     if (attribute.written == nullptr) {
         lint_report(look, FINDING_UNKNOWN_ATTRIBUTE,

@@ -49,18 +49,20 @@ void look_order_ignored(const lint_look_t &look)
         .value = rule.order->raw;
 }
 
-/// Returns the bytes of a member and of the comma and the blanks behind it.
+/// Returns the bytes of a member and of the comma and the blanks behind it; of the last member
+/// those of the comma in front of it.
 finding_place_t with_comma(const lint_look_t &look, finding_place_t pair)
 {
     const std::string_view text = look.model.files[pair.file].text;
-    const auto skip = [&](std::string_view bytes) {
-        pair.end =
-            static_cast<uint32_t>(std::min(text.find_first_not_of(bytes, pair.end), text.size()));
-    };
-    skip(" \t\n");
-    if (pair.end < text.size() && text[pair.end] == ',')
-        ++pair.end;
-    skip(" \t");
+    const size_t behind = text.find_first_not_of(" \t\r\n", pair.end);
+    if (behind < text.size() && text[behind] == ',') {
+        const size_t next = text.find_first_not_of(" \t", behind + 1);
+        pair.end = static_cast<uint32_t>(std::min(next, text.size()));
+        return pair;
+    }
+    const size_t before = text.substr(0, pair.begin).find_last_not_of(" \t\r\n");
+    if (before != text.npos && text[before] == ',')
+        pair.begin = static_cast<uint32_t>(before);
     return pair;
 }
 
