@@ -167,6 +167,9 @@ class Traps(unittest.TestCase):
         self.assertTrue(flow["seam"])
         self.assertEqual(values(flow, "tcp:stream"), ['"HELLO WORLD"...'])
         self.assertEqual(flow["packets"], 7)
+        for piece, seam in (("6", True), ("7", False)):  # one piece holds all of its packets
+            flow, = self.flows("retransmission", "--piece", piece)
+            self.assertEqual(flow["seam"], seam, piece)
 
     def test_standard_input_and_what_is_cut_short(self):
         with open(self.path("hop_by_hop"), "rb") as file:

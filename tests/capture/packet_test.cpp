@@ -165,6 +165,22 @@ TEST(packet_test, a_flow_ends_when_idle_when_reset_and_for_want_of_room)
     EXPECT_EQ(evicted, 1U); // the one that was reset makes room first, and counts for nothing
 }
 
+TEST(packet_test, layers_behind_the_transport_are_protocols_of_the_flow)
+{
+    using names_t = std::vector<std::string>;
+    const auto protocols = [](std::vector<std::string_view> layers) {
+        flow_table_t table;
+        packet_t packet = segment(0, TCP_ACK);
+        packet.layers = std::move(layers);
+        uint8_t side = 0;
+        return names_t(flow_table_add(table, packet, side).protocols);
+    };
+    EXPECT_EQ(protocols({}), names_t{"tcp"});
+    EXPECT_EQ(protocols({"tcp"}), names_t{"tcp"});
+    EXPECT_EQ(protocols({"tcp", "tls"}), (names_t{"tcp", "ssl"}));
+    EXPECT_EQ(protocols({"tcp", "smb2", "dcerpc"}), (names_t{"tcp", "smb", "dcerpc"}));
+}
+
 /// Reads bytes as a capture to its end.
 void read_capture(const std::string &bytes)
 {

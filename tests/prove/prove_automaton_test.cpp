@@ -69,6 +69,18 @@ TEST(prove_automaton, takes_what_the_expression_describes)
     EXPECT_GT(taken, rounds(12000));
 }
 
+TEST(prove_automaton, a_class_of_single_bytes_is_one_position)
+{
+    const auto positions = [](const std::string &text) {
+        prove_automaton_t automaton;
+        EXPECT_EQ(prove_automaton_make(text, false, automaton), PROVE_MADE) << text;
+        return automaton.sets.size();
+    };
+    for (const char *text : {".", "\\d", "[\\d]", "[\\d.]", "[\\w-]", "[\\s,]", "[a-c1]", "[^\\d]"})
+        EXPECT_EQ(positions(text), 1U) << text;
+    EXPECT_EQ(positions("[\\da][\\wb]"), 2U);
+}
+
 TEST(prove_automaton, refuses_what_is_none_and_leaves_out_what_is_too_much)
 {
     prove_automaton_t automaton;

@@ -105,6 +105,10 @@ TEST(prove_product, ends_within_its_budget)
 {
     const compared_t word(".*word.*");
     EXPECT_FALSE(prove_compare(word.automaton, word.form, 0, 3).is_complete);
+    // The position of "a" and its only class take one each, a new state its three cells.
+    const compared_t byte("a");
+    EXPECT_FALSE(prove_compare(byte.automaton, byte.form, 0, 4).is_complete);
+    EXPECT_TRUE(prove_compare(byte.automaton, byte.form, 0, 5).is_complete);
 }
 
 TEST(prove_spell, says_nothing_that_the_comparison_does_not)
@@ -135,6 +139,15 @@ TEST(prove_spell, rows_are_told_apart)
         EXPECT_TRUE(compared_t(text).is_spelled()) << text;
     for (const char *text : {"a[b-c].*", "\\x05\\x.*"})
         EXPECT_FALSE(compared_t(text).is_spelled()) << text;
+}
+
+TEST(prove_spell, pieces_are_found_from_the_first_byte_on)
+{
+    compared_t word("word");
+    word.set_way({{"wo", PROVE_ANYWHERE}, {"rd", PROVE_ANYWHERE}});
+    EXPECT_TRUE(word.is_spelled());
+    word.set_way({{"rd", PROVE_ANYWHERE}, {"wo", PROVE_ANYWHERE}});
+    EXPECT_FALSE(word.is_spelled());
 }
 
 } // namespace

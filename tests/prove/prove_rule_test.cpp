@@ -5,6 +5,7 @@
 
 #include "csa_types.h"
 #include "prove_capacity.h"
+#include "prove_catalog.h"
 #include "prove_compile.h"
 
 namespace
@@ -159,6 +160,19 @@ TEST(prove_rule, rules_that_all_samples_lead_to_end_the_work)
     for (uint32_t i = 0; i < values.size(); ++i)
         tried.add("one", i, {item("http", "uri_decoded", values[i])});
     EXPECT_EQ(prove_rules(tried.pdb, tried.rules).size(), values.size());
+}
+
+TEST(prove_catalog, values_that_are_tried_on_all_data_cost)
+{
+    const std::string rules =
+        uri_rule("50:1", "[^a]") + "," + uri_rule("50:2", "[^b]") + "," + uri_rule("50:3", "plain");
+    const tried_rules_t tried(protocol_text("one", rules));
+    prove_catalog_t catalog;
+    ASSERT_TRUE(prove_catalog_open(tried.pdb, catalog));
+    const pdata_attribute uri = prove_catalog_attribute(catalog, "http", "uri_decoded", PDATA_CTS);
+    ASSERT_NE(uri, 0U);
+    EXPECT_EQ(prove_catalog_cost(catalog, uri), 2U);
+    EXPECT_EQ(prove_catalog_cost(catalog, 0), 0U) << "nothing tests it";
 }
 
 TEST(prove_capacity, tables_beyond_16_bits_are_named)
