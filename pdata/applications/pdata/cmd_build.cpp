@@ -112,6 +112,7 @@ command_run_t build_declare(CLI::App &app)
     app.add_option("--tests", options->tests, "Cases of \"pdata test\" that must hold")
         ->type_name("FILE")
         ->expected(1)
+        ->allow_extra_args(false)
         ->take_all();
     return [options](console_t &console) { return build_run(*options, console); };
 }

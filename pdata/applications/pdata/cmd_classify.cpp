@@ -192,6 +192,7 @@ command_run_t classify_declare(CLI::App &app)
                    "End with status 1 if a flow is of this protocol, or unknown; may be repeated")
         ->type_name("unknown|PROTOCOL")
         ->expected(1)
+        ->allow_extra_args(false)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     return [options](console_t &console) { return classify_run(*options, console); };
 }
