@@ -179,6 +179,10 @@ TEST_F(output_file, keeps_nothing_open)
     EXPECT_GT(nr_open(), usual);
     output_discard(output);
     EXPECT_EQ(nr_open(), usual);
+    ASSERT_TRUE(add("/dev/null", "new")); // which nothing can lie beside
+    EXPECT_GT(nr_open(), usual);
+    output_discard(output);
+    EXPECT_EQ(nr_open(), usual);
     ASSERT_TRUE(put("out", "new"));
     EXPECT_EQ(nr_open(), usual);
 }

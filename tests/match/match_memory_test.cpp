@@ -1,6 +1,7 @@
 /// Memory: a flow allocates when it is made and never again, and every allocation of the library
 /// may fail.
 #include "failing_alloc.h"
+#include "match_database.h"
 #include "match_run.h"
 #include "random_pdb.h"
 #include "rounds.h"
@@ -70,6 +71,33 @@ TEST(match_memory, a_flow_allocates_nothing_once_it_is_made)
                 run_flow(db, flow.get(), random);
         }
     }
+}
+
+TEST(match_memory, every_index_counts)
+{
+    pdata_db db;
+    db.matchers.resize(1);
+    match_matcher_t &matcher = db.matchers.front();
+    size_t bytes = match_index_bytes(db);
+    EXPECT_EQ(bytes, sizeof(pdata_db) + sizeof(match_matcher_t));
+    const auto grown = [&] {
+        return match_index_bytes(db) - std::exchange(bytes, match_index_bytes(db));
+    };
+    matcher.skips[0].resize(512);
+    EXPECT_EQ(grown(), 512U);
+    matcher.skips[1].resize(256);
+    EXPECT_EQ(grown(), 256U);
+    matcher.suffix_jump.displacements.resize(16);
+    EXPECT_EQ(grown(), 16U);
+    matcher.suffix_jump.entries.resize(4);
+    EXPECT_EQ(grown(), 4 * sizeof(match_jump_entry_t));
+    matcher.always.resize(10);
+    EXPECT_EQ(grown(), 40U);
+    matcher.roles.resize(10);
+    EXPECT_EQ(grown(), 40U);
+    db.rules.resize(3);
+    EXPECT_EQ(grown(), 3 * sizeof(match_rule_t));
+    EXPECT_EQ(match_check_bytes(db), 0U);
 }
 
 TEST(match_memory, every_failed_allocation_is_told)
