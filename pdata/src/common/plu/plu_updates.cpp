@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <queue>
+#include <string>
 #include <unordered_map>
 #include <utility>
 
@@ -84,6 +85,20 @@ bool file_update(const protodesc_build_t &pb, const action &entry, uint32_t n_up
         file_rule(std::move(rule), n_update, filing, updates);
     }
     return true;
+}
+
+/// The same, but leaves no word of what cannot be read: the update says it when it is applied, if
+/// it gets as far.
+bool file_silently(const protodesc_build_t &pb, const action &entry, uint32_t n_update,
+                   filing_t &filing, plu_updates_t &updates)
+{
+    const pdata_status_t code = pdata_status_code_get();
+    const std::string message = pdata_status_msg_get();
+    if (file_update(pb, entry, n_update, filing, updates))
+        return true;
+    pdata_status_code_set(code);
+    pdata_status_msg_set(message.c_str());
+    return false;
 }
 
 /// Shapes of more contents than this are filed, once a record holds one of them.
@@ -227,7 +242,7 @@ plu_updates_t plu_read_updates(const protodesc_build_t &pb, std::span<const acti
             updates.stretches.push_back({actions[i]->a_type, i, i});
         updates.stretches.back().last = i + 1;
         if (actions[i]->a_type == ACTION_UPDATE &&
-            !file_update(pb, *actions[i], i, filing, updates))
+            !file_silently(pb, *actions[i], i, filing, updates))
             updates.unsettled.push_back(i);
     }
     return updates;
