@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "plu_record.h"
+#include "plu_shape.h"
 
 namespace
 {
@@ -217,6 +218,52 @@ TEST(plu_duplicate, the_value_count_that_a_reset_leaves_is_seen)
     EXPECT_EQ(run.copy(make_protocol(1, "acme", {bare})), "0");
     EXPECT_EQ(run.has(two), "yes");
     EXPECT_EQ(run.has(port_rule({"80"})), "no");
+}
+
+/// Which rules of one shape the run of the record's only rule equals: '1' for each that it does.
+std::string held_by(const rule_model &only, const std::vector<rule_model> &rules)
+{
+    record_run run;
+    EXPECT_EQ(run.copy(make_protocol(1, "acme", {only})), "0");
+    std::deque<plu_rule_t> read;
+    plu_shape_t shape;
+    std::vector<const plu_rule_t *> filed;
+    for (const rule_model &rule : rules) {
+        const stored_protocol &from = run.keep(make_protocol(1, "incoming", {rule}));
+        ruledesc_t view;
+        EXPECT_EQ(protodesc_get_ruledesc(from.view, 0, &view), PDATA_SUCCESS);
+        EXPECT_EQ(plu_rule_read(run.pb, view, from.strings, &read.emplace_back()), PDATA_SUCCESS);
+        filed.push_back(&read.back());
+        shape.contents.push_back(static_cast<uint32_t>(shape.contents.size()));
+    }
+    plu_shape_file(shape, filed);
+    const plu_held_t *held = plu_shape_hold(shape, run.pb, 0, read.front(), nullptr);
+    std::string bits;
+    for (size_t i = 0; i < rules.size(); ++i) {
+        bits += (held->bits[0] >> i & 1) != 0 ? '1' : '0';
+        EXPECT_EQ(run.has(rules[i]), bits.back() == '1' ? "yes" : "no") << i;
+    }
+    return bits;
+}
+
+TEST(plu_shape, a_run_holds_all_the_rules_that_it_equals)
+{
+    rule_model other = port_rule({"9"});
+    other.sub_rules[0].attrs[0].name = "other";
+    EXPECT_EQ(held_by(port_rule({"80", "81"}),
+                      {port_rule({"80", "81"}), port_rule({"80"}), port_rule({"81"}), port_rule({}),
+                       port_rule({"80", "82"}), other}),
+              "110101");
+    const auto two = [](const attr_model &first, const attr_model &second) {
+        return make_rule({make_sub_rule("tcp", {first, second})});
+    };
+    EXPECT_EQ(held_by(port_rule({"80", "81"}),
+                      {two(make_attr("port", {"80"}), make_attr("port", {"81"})),
+                       two(make_attr("port", {"81"}), make_attr("port", {"80"})),
+                       two(make_attr("port", {"80", "9"}), make_attr("port", {"81", "9"})),
+                       two(make_attr("port", {}), make_attr("port", {"81"})),
+                       two(make_attr("a", {"1"}), make_attr("port", {"81"}))}),
+              "10101");
 }
 
 TEST(plu_duplicate, rules_that_came_since_are_found)
