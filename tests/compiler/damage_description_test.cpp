@@ -169,7 +169,7 @@ void for_each_file(Damage &&damage)
 TEST(damaged_configuration, cut_at_every_length)
 {
     for_each_file([](pdata_cfg_t &cfg, pdata_cfg_meta_t &meta, const string &text) {
-        for (size_t len = 0; len <= text.size(); ++len)
+        for (size_t len = 0; len <= text.size(); len += ROUNDS_STEP)
             run_configuration_file(cfg, meta, string_view(text).substr(0, len));
     });
 }
