@@ -1,9 +1,20 @@
 #include "loadable.h"
 
+#include <algorithm>
 #include <new>
 
 namespace
 {
+
+/// Tells whether items stand for values of one rule of the descriptions, as those of a rule do.
+bool is_of_one_rule(const loadable_t &loadable, const std::vector<pdata_item> &items)
+{
+    return std::ranges::all_of(items, [&](pdata_item item) {
+        const view_stored_value_t &first = *loadable_origin(loadable, items.front());
+        const view_stored_value_t &value = *loadable_origin(loadable, item);
+        return value.protocol == first.protocol && value.rule == first.rule;
+    });
+}
 
 void find_origins(loadable_t &loadable, uint32_t nr_item)
 {
@@ -12,7 +23,10 @@ void find_origins(loadable_t &loadable, uint32_t nr_item)
     const bool known = pdb_view_open(input_file_bytes(loadable.file), view, error) &&
                        view_values_read(view, loadable.values, error) &&
                        view_values_origins(view, loadable.values, loadable.origins, error) &&
-                       loadable.origins.size() == size_t{nr_item} + 1;
+                       loadable.origins.size() == size_t{nr_item} + 1 &&
+                       std::ranges::all_of(loadable.rule_items, [&](const auto &items) {
+                           return is_of_one_rule(loadable, items);
+                       });
     if (!known && error.fault == VIEW_MEMORY)
         throw std::bad_alloc(); // another answer would be none
     if (!known)
@@ -47,13 +61,13 @@ void loadable_prepare(loadable_t &loadable)
 {
     pdata_db_info info = {};
     pdata_db_describe(loadable.db.get(), &info);
-    find_origins(loadable, info.nr_item);
     loadable.rule_items.assign(size_t{info.nr_rule} + 1, {});
     for (pdata_item item = 1; item <= info.nr_item; ++item) {
         pdata_item_info row = {};
         if (pdata_db_item(loadable.db.get(), item, &row) == PDATA_R_OK && row.rule != 0)
             loadable.rule_items[row.rule].push_back(item);
     }
+    find_origins(loadable, info.nr_item);
 }
 
 const view_stored_value_t *loadable_origin(const loadable_t &loadable, pdata_item item)
