@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 /// A truth value that takes one word in every structure: 0 is false, anything else is true.
 using csa_bool_t = uint32_t;
@@ -20,4 +21,22 @@ constexpr const char *attr_way2str(uint32_t way)
 {
     constexpr const char *words[] = {"unknown", "cts", "stc", "both"};
     return way <= ATTR_WAY_BOTH ? words[way] : "attr way error";
+}
+
+/// Returns what an attribute's key begins with for a direction: "cts-", "stc-", nothing for any
+/// other.
+constexpr const char *attr_way2prefix(uint32_t way)
+{
+    return way == ATTR_WAY_CTS ? "cts-" : way == ATTR_WAY_STC ? "stc-" : "";
+}
+
+/// Takes the direction off an attribute's key and returns it: a prefix "cts-" or "stc-" in front of
+/// at least one more byte (oddity O94); any other key is for both, and stays as it is.
+constexpr csa_attr_way_t attr_way_split(std::string_view &key)
+{
+    if (key.size() <= 4 || (!key.starts_with("cts-") && !key.starts_with("stc-")))
+        return ATTR_WAY_BOTH;
+    const csa_attr_way_t way = key.front() == 'c' ? ATTR_WAY_CTS : ATTR_WAY_STC;
+    key.remove_prefix(4);
+    return way;
 }

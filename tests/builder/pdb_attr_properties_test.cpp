@@ -198,4 +198,27 @@ TEST(pdb_attr_properties, directions_have_words)
     EXPECT_STREQ(attr_way2str(0xFFFFFFFF), "attr way error");
 }
 
+TEST(pdb_attr_properties, keys_begin_with_a_direction)
+{
+    EXPECT_STREQ(attr_way2prefix(1), "cts-");
+    EXPECT_STREQ(attr_way2prefix(2), "stc-");
+    EXPECT_STREQ(attr_way2prefix(0), "");
+    EXPECT_STREQ(attr_way2prefix(3), "");
+
+    const struct {
+        std::string_view key;
+        uint32_t way;
+        std::string_view name;
+    } rows[] = {{"cts-uri", 1, "uri"},     {"stc-uri", 2, "uri"},
+                {"uri", 3, "uri"},         {"cts-", 3, "cts-"},
+                {"stc-", 3, "stc-"},       {"cts-s", 1, "s"},
+                {"cts-stc-", 1, "stc-"},   {"ctsuri", 3, "ctsuri"},
+                {"CTS-uri", 3, "CTS-uri"}, {"", 3, ""}};
+    for (const auto &row : rows) {
+        std::string_view key = row.key;
+        EXPECT_EQ(attr_way_split(key), row.way) << row.key;
+        EXPECT_EQ(key, row.name);
+    }
+}
+
 } // namespace

@@ -2,6 +2,7 @@
 
 #include <new>
 
+#include "format_limits.h"
 #include "open_file.h"
 #include "pdb_limits.h"
 #include "pdb_verify.h"
@@ -21,9 +22,6 @@ void take_fault(void *context, const view_error_t &fault)
          fmt::format("byte {}: {}: {}", fault.offset, view_fault_name(fault.fault), fault.text)});
 }
 
-/// Limits that are as full as this, in percent, are to be known.
-constexpr uint64_t nearly_full = 80;
-
 /// Adds how full each limit is, and those that were passed or nearly are as actions.
 void take_limits(const pdb_view_t &pdb, report_input_t &input)
 {
@@ -36,7 +34,7 @@ void take_limits(const pdb_view_t &pdb, report_input_t &input)
                 {REPORT_WARNING, "limit passed",
                  fmt::format("{}; lost: {}{}{}", text, limit.lost,
                              limit.first.empty() ? "" : ", first ", limit.first)});
-        else if (limit.used * 100 >= limit.limit * nearly_full)
+        else if (format_nearly_full(limit.used, limit.limit))
             input.shown.actions.push_back({REPORT_NOTE, "limit nearly full", text});
     }
 }

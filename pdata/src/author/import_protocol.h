@@ -4,11 +4,12 @@
 #include <span>
 
 #include "description_text.h"
+#include "format_limits.h"
 #include "import_numbers.h"
 
 /// Most rules of a protocol, and private ids of a matcher.
-constexpr size_t IMPORT_RULES = 1199;
-constexpr size_t IMPORT_PRIVATE_IDS = 32768;
+constexpr size_t IMPORT_RULES = PROTOCOL_RULE_DIM - 1;
+constexpr size_t IMPORT_PRIVATE_IDS = MATCHER_PRIVATE_MAX;
 
 /// A rule as JSON, and the value that it is for.
 struct import_rule_t {

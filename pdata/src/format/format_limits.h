@@ -48,3 +48,9 @@ inline constexpr format_refusal_t format_refusals[] = {
 #define FORMAT_REFUSAL(limit, refusal, message) {FORMAT_LIMIT_##limit, refusal},
 #include "format_limits.inc"
 };
+
+/// Tells whether so much of a limit is in use, 80 %, that people are told.
+constexpr bool format_nearly_full(uint64_t used, uint64_t limit)
+{
+    return used * 5 >= limit * 4;
+}

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "csa_types.h"
 
@@ -17,6 +18,9 @@
 
 /// The version identifier of a rule that has none.
 constexpr uint32_t RULE_VID_NONE = 0xFFFFFFFF;
+
+/// The supported version that every protocol is stored with.
+constexpr std::string_view PROTO_SUPPORTED_VERSION = "See atlas for details";
 
 /// The range of a rule's priority word, and the order within it; the smallest word is the best.
 constexpr uint32_t format_priority_range(uint32_t priority)

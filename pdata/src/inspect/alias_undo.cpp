@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "csa_types.h"
+#include "format_limits.h"
 
 namespace
 {
@@ -115,7 +116,7 @@ bool alias_undo(std::span<const model_alias_t> aliases, const model_sub_rule_t &
     written.clear();
     for (const model_attribute_t &attribute : sub_rule.attributes)
         written.push_back({attribute.name, attribute.way});
-    if (aliases.size() > ALIAS_MAX || written.size() > 16)
+    if (aliases.size() > ALIAS_MAX || written.size() > PROTOCOL_ATTR_DIM)
         return false;
     const std::vector<written_attribute_t> stored = written;
     std::vector<choice_t> choices;

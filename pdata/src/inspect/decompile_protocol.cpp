@@ -3,18 +3,13 @@
 #include "alias_undo.h"
 #include "csa_types.h"
 #include "decompile_text.h"
+#include "format_limits.h"
 #include "format_scope.h"
 #include "format_values.h"
 #include "lost_text.h"
 
 namespace
 {
-
-/// The one supported version that the compiler stores.
-constexpr std::string_view SUPPORTED_VERSION = "See atlas for details";
-
-/// Most values of a sub-rule; an offset cannot be the last of so many.
-constexpr size_t VALUES_MAX = 16;
 
 /// Cases that are said of a protocol in the text; all are told beside it.
 constexpr size_t LOST_SAID_MAX = 10;
@@ -40,10 +35,7 @@ void lose_rule(protocol_writing_t &writing, bool when, const char *what)
 
 std::string key_of(const written_attribute_t &attribute)
 {
-    const char *way = attribute.way == ATTR_WAY_CTS   ? "cts-"
-                      : attribute.way == ATTR_WAY_STC ? "stc-"
-                                                      : "";
-    return way + std::string(attribute.name);
+    return attr_way2prefix(attribute.way) + std::string(attribute.name);
 }
 
 void put_offset(std::string &text, const std::string &key, const model_value_t &value)
@@ -97,7 +89,8 @@ void check_values(protocol_writing_t &writing, const model_sub_rule_t &sub_rule)
         values += attribute.values.size();
         last_offset = !attribute.values.empty() && attribute.values.back().offset != 0;
     }
-    lose_rule(writing, values > VALUES_MAX || (values == VALUES_MAX && last_offset),
+    // An offset cannot be the last of as many values as a sub-rule takes.
+    lose_rule(writing, values > PROTOCOL_ATTR_DIM || (values == PROTOCOL_ATTR_DIM && last_offset),
               "more values in a sub-rule than a text takes");
 }
 
@@ -164,7 +157,7 @@ void put_tags(protocol_writing_t &writing, std::string &text)
     size_t i = 0;
     for (; i < tags.size() && tags[i].first == "category"; ++i)
         categories.push_back(tags[i].second);
-    lose(writing, categories.size() > 9, "more than 9 categories");
+    lose(writing, categories.size() >= PROTOCOL_CATEGORY_DIM, "more than 9 categories");
     put_list(text, "category", categories);
     if (i < tags.size() && tags[i].first == "family")
         put_member(text, "family", tags[i++].second);
@@ -187,10 +180,10 @@ void check_protocol(protocol_writing_t &writing)
     lose(writing, !protocol.compat.empty(), "its compatible versions");
     lose(writing,
          protocol.supported_versions.size() != 1 ||
-             protocol.supported_versions[0] != SUPPORTED_VERSION,
+             protocol.supported_versions[0] != PROTO_SUPPORTED_VERSION,
          "its supported versions");
-    lose(writing, protocol.altnames.size() > 10, "more than 10 other names");
-    lose(writing, writing.keys.size() > 1199, "more rules than a text takes");
+    lose(writing, protocol.altnames.size() > PROTOCOL_ALTNAME_DIM, "more than 10 other names");
+    lose(writing, writing.keys.size() >= PROTOCOL_RULE_DIM, "more rules than a text takes");
 }
 
 /// Tells what keys of rules no text gives.

@@ -75,10 +75,9 @@ std::vector<named_t> attributes_of(std::string_view protocol)
         named_t &named = names.emplace_back(named_t{row.proper_attr, {}});
         if (row.proper_allowed_way == ATTR_WAY_BOTH)
             named.keys.push_back(name);
-        if ((row.proper_allowed_way & ATTR_WAY_CTS) != 0)
-            named.keys.push_back("cts-" + name);
-        if ((row.proper_allowed_way & ATTR_WAY_STC) != 0)
-            named.keys.push_back("stc-" + name);
+        for (const csa_attr_way_t way : {ATTR_WAY_CTS, ATTR_WAY_STC})
+            if ((row.proper_allowed_way & way) != 0)
+                named.keys.push_back(attr_way2prefix(way) + name);
     }
     return names;
 }
@@ -86,7 +85,8 @@ std::vector<named_t> attributes_of(std::string_view protocol)
 /// Returns a key without its direction.
 std::string_view without_way(std::string_view key)
 {
-    return key.starts_with("cts-") || key.starts_with("stc-") ? key.substr(4) : key;
+    (void)attr_way_split(key);
+    return key;
 }
 
 /// Returns the protocols that have an attribute.

@@ -13,8 +13,8 @@ void look_one_way(const lint_look_t &look)
     if (attribute.written == nullptr || attribute.written_way != ATTR_WAY_BOTH ||
         attribute.written->proper_allowed_way == ATTR_WAY_BOTH)
         return;
-    const bool cts = attribute.written->proper_allowed_way == ATTR_WAY_CTS;
-    const std::string meant = lint_joined({"\"", cts ? "cts-" : "stc-", attribute.key.raw, "\""});
+    const std::string meant = lint_joined(
+        {"\"", attr_way2prefix(attribute.written->proper_allowed_way), attribute.key.raw, "\""});
     lint_mend(lint_report(look, FINDING_ONE_WAY_ATTRIBUTE,
                           lint_joined({lint_quoted(attribute.name), " is there in one direction"}),
                           "write " + meant),

@@ -118,13 +118,11 @@ std::vector<std::string_view> entries_of(const lint_sub_rule_t &sub_rule)
 bool are_two_ways(const std::vector<std::string_view> &entries)
 {
     int open_ways = 3;
-    for (const std::string_view key : entries) {
+    for (std::string_view key : entries) {
         if (key == "port")
             return true;
-        if (key.size() > 4 && key.starts_with("cts-"))
-            open_ways -= 2;
-        else if (key.size() > 4 && key.starts_with("stc-"))
-            open_ways -= 1;
+        const csa_attr_way_t way = attr_way_split(key);
+        open_ways -= way == ATTR_WAY_CTS ? 2 : way == ATTR_WAY_STC ? 1 : 0;
     }
     return open_ways == 0;
 }
@@ -156,11 +154,6 @@ void look_mixed(const lint_look_t &look)
                            "write a rule for each of the protocols");
 }
 
-const char *way_prefix(csa_attr_way_t way)
-{
-    return way == ATTR_WAY_CTS ? "cts-" : "stc-";
-}
-
 void look_attribute(const lint_look_t &look)
 {
     const lint_attribute_t &attribute = *look.attribute;
@@ -182,7 +175,7 @@ void look_attribute(const lint_look_t &look)
         attribute.written_way != allowed)
         lint_report(look, FINDING_WRONG_DIRECTION,
                     bottom + ":" + attribute.name + " is there in the other direction alone",
-                    lint_joined({"write \"", way_prefix(allowed), attribute.name, "\""}));
+                    lint_joined({"write \"", attr_way2prefix(allowed), attribute.name, "\""}));
     else if (attribute.matched == nullptr)
         lint_report(
             look, FINDING_UNKNOWN_ATTRIBUTE,
@@ -203,15 +196,13 @@ void look_mindata(const lint_look_t &look)
         if (at.attribute->matched == nullptr ||
             at.attribute->matched->mindata_status != MINDATA_MANDATORY)
             return;
-        const auto lacks = [&](csa_attr_way_t way) {
-            return lint_tests_way(*at.attribute, way) && lint_mindata(*at.rule, way) == 0;
-        };
-        const bool cts = lacks(ATTR_WAY_CTS);
-        const bool stc = lacks(ATTR_WAY_STC);
-        if (!cts && !stc)
+        uint32_t lacking = 0; // directions
+        for (const csa_attr_way_t way : {ATTR_WAY_CTS, ATTR_WAY_STC})
+            if (lint_tests_way(*at.attribute, way) && lint_mindata(*at.rule, way) == 0)
+                lacking |= way;
+        if (lacking == 0)
             return;
-        const char *prefix = cts && stc ? "" : way_prefix(cts ? ATTR_WAY_CTS : ATTR_WAY_STC);
-        const std::string key = lint_joined({"\"", prefix, "mindata\""});
+        const std::string key = lint_joined({"\"", attr_way2prefix(lacking), "mindata\""});
         lint_report(at, FINDING_MISSING_MINDATA,
                     at.attribute->name + " needs minimum data, and there is no " + key,
                     "write " + key + " with the bytes that its values need");

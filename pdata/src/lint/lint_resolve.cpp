@@ -14,11 +14,7 @@ void split_key(lint_attribute_t &attribute)
     const bool at_offset = name.ends_with("stream_offset") && attribute.offset;
     if (at_offset)
         name.remove_suffix(7);
-    attribute.written_way = ATTR_WAY_BOTH;
-    if (name.size() > 4 && (name.starts_with("cts-") || name.starts_with("stc-"))) {
-        attribute.written_way = name.starts_with("cts-") ? ATTR_WAY_CTS : ATTR_WAY_STC;
-        name.remove_prefix(4);
-    }
+    attribute.written_way = attr_way_split(name);
     attribute.name = name;
 }
 

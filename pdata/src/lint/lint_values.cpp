@@ -106,7 +106,7 @@ pdata_status_t judge_text(lint_matchers_t &matchers, const lint_look_t &look, ui
 
 void report_mindata(const lint_look_t &look, csa_attr_way_t way)
 {
-    const std::string key = way == ATTR_WAY_CTS ? "cts-mindata" : "stc-mindata";
+    const std::string key = attr_way2prefix(way) + std::string("mindata");
     const bool at_offset = look.attribute->offset && look.attribute->offset->number != 0;
     lint_report(look, FINDING_SHORT_MINDATA,
                 "the minimum data, " + std::to_string(lint_mindata(*look.rule, way)) +

@@ -158,7 +158,7 @@ void look_rules_full(const lint_look_t &look)
 {
     constexpr size_t most = PROTOCOL_RULE_DIM - 1;
     const size_t nr = look.protocol->rules.size();
-    if (nr * 5 >= most * 4)
+    if (format_nearly_full(nr, most))
         lint_report(look, FINDING_NEARLY_FULL,
                     lint_joined({std::to_string(nr), " rules of ", std::to_string(most)}),
                     "begin another protocol for what is still to come");
@@ -176,10 +176,10 @@ using entries_t = std::unordered_map<matcher_name_t, uint64_t, matcher_name_hash
 
 void report_entries(const lint_look_t &look, uint64_t before, uint64_t after)
 {
-    constexpr uint64_t nearly = uint64_t{MATCHER_PRIVATE_MAX} * 4 / 5;
     const pdb_attr_properties_t &properties = *look.attribute->matched;
     const std::string name = lint_joined({properties.proper_proto, ":", properties.proper_attr});
-    if (before < nearly && after >= nearly)
+    if (!format_nearly_full(before, MATCHER_PRIVATE_MAX) &&
+        format_nearly_full(after, MATCHER_PRIVATE_MAX))
         lint_report(look, FINDING_NEARLY_FULL,
                     lint_joined({"with this value the matcher of ", name, " has ",
                                  std::to_string(after), " of 32768 entries"}),

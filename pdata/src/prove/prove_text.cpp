@@ -53,7 +53,7 @@ void put_rule(std::string &text, const prove_value_t &value, size_t order)
     text += "{\"order\":\"0:" + std::to_string(order) + "\",\"rule\":[{\"protocol\":";
     put_string(text, value.protocol);
     text += ",\"mindata\":" + std::to_string(PATTERN_MINDATA_NONE) + ',';
-    std::string key = prove_text_way(value) == ATTR_WAY_STC ? "stc-" : "cts-";
+    std::string key = attr_way2prefix(prove_text_way(value));
     key += value.attribute;
     if (value.offset != 0)
         key += "_offset";

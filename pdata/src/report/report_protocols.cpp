@@ -5,17 +5,12 @@
 namespace
 {
 
-const char *way_of(uint32_t way)
-{
-    return way == ATTR_WAY_CTS ? "cts-" : way == ATTR_WAY_STC ? "stc-" : "";
-}
-
 void put_attribute(const model_sub_rule_t &sub_rule, const model_attribute_t &attribute,
                    std::string &page)
 {
     for (const model_value_t &value : attribute.values) {
         html_put(page, "<li><i>{}:{}{}</i> <code>{}</code>", html_text(sub_rule.bottom),
-                 way_of(attribute.way), html_text(attribute.name), html_text(value.text));
+                 attr_way2prefix(attribute.way), html_text(attribute.name), html_text(value.text));
         if (value.offset != 0)
             html_put(page, " at byte {}", value.offset);
         page += '\n';

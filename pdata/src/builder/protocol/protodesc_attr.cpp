@@ -12,19 +12,6 @@ int shown(csa_str_t str)
     return str.str_len;
 }
 
-/// Splits a written attribute name into its direction and the bare name.
-csa_attr_way_t split_way(csa_str_t *attr_name)
-{
-    const std::string_view name = csa_str_view(*attr_name);
-    if (name.size() <= 4)
-        return ATTR_WAY_BOTH;
-    const std::string_view prefix = name.substr(0, 4);
-    if (prefix != "stc-" && prefix != "cts-")
-        return ATTR_WAY_BOTH;
-    *attr_name = csa_str(name.substr(4));
-    return prefix == "stc-" ? ATTR_WAY_STC : ATTR_WAY_CTS;
-}
-
 void say_way_forced(const protodesc_remark_t &remark)
 {
     pdata_diag_warning(PDATA_DIAG_WAY_FORCED, shown(remark.protocol), remark.protocol.str_buf,
@@ -64,8 +51,9 @@ pdata_status_t protodesc_add_attr_name(protodesc_build_t *pb, csa_str_t attr_nam
                                        uint32_t *n_attr)
 {
     const csa_str_t protocol = protodesc_slot(pb, n_rule).rule_protocol;
-    csa_str_t name = attr_name;
-    csa_attr_way_t way = split_way(&name);
+    std::string_view bare = csa_str_view(attr_name);
+    csa_attr_way_t way = attr_way_split(bare);
+    const csa_str_t name = csa_str(bare);
     const csa_attr_way_t allowed = pdb_matcher_get_allowed_way(protocol, name);
     if (allowed == ATTR_WAY_UNKNOWN)
         return pdata_fail(PDATA_ERR_PROTODESC_ATTR, "unknown WAY for %.*s:%.*s", shown(protocol),

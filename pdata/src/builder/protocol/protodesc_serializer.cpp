@@ -7,8 +7,6 @@
 namespace
 {
 
-constexpr std::string_view SUPPORTED_VERSION = "See atlas for details";
-
 pdata_status_t emit_string_of(emission_t &out, hstring_build_t *table, csa_str_t str)
 {
     uint32_t offset = 0;
@@ -81,7 +79,7 @@ pdata_status_t emit_rules(emission_t &out)
 pdata_status_t emit_protocol(emission_t &out)
 {
     const protodesc_build_t &pb = out.pb;
-    const csa_str_t supported = csa_str(SUPPORTED_VERSION);
+    const csa_str_t supported = csa_str(PROTO_SUPPORTED_VERSION);
     PDATA_TRY(emit_meta(out));
     PDATA_TRY(emit_pairs(out, TLV_TYPE_PROTO_TAGS, pb.pb_tags));
     PDATA_TRY(emit_pairs(out, TLV_TYPE_PROTO_DESC, pb.pb_desc));

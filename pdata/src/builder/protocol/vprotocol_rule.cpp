@@ -61,15 +61,13 @@ pdata_status_t check_preempt(const protocol_sub_rule_t &sub_rule)
         return PDATA_SUCCESS;
     int open_ways = 3;
     for (uint32_t i = 0; i < sub_rule.nr_attr; ++i) {
-        const std::string_view key = json_string_view(*sub_rule.attrs[i].name);
+        std::string_view key = json_string_view(*sub_rule.attrs[i].name);
         if (key == "port") {
             open_ways = 0;
             break;
         }
-        if (key.size() > 4 && key.substr(0, 4) == "cts-")
-            open_ways -= 2;
-        else if (key.size() > 4 && key.substr(0, 4) == "stc-")
-            open_ways -= 1;
+        const csa_attr_way_t way = attr_way_split(key);
+        open_ways -= way == ATTR_WAY_CTS ? 2 : way == ATTR_WAY_STC ? 1 : 0;
     }
     if (open_ways != 0)
         return bad_semantic("A preempt rule contains two attributes with the same way");
