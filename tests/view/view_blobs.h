@@ -27,6 +27,31 @@ inline word_list alphabet(uint32_t type, uint32_t size, const std::map<uint8_t, 
     return blob(type, join({blob(25, {size}), blob(26, map)}));
 }
 
+/// A tree of the prefix abcde (item 9, exact): rows 0 (start), 2 (a), 4 (e); the chain c, d, e is
+/// number 1. Codes: a 1, b 2.
+inline const word_list blob_of_tree = join({
+    blob(29, {0xFFFF0002, 0x0000FFFF, 0x00000000, 0xFFFF0000, 0x00010000, 0x00000000, 0x00000000,
+              0x00000000}),
+    blob(27, {0, 0x00040363, 0x64650000}),
+    blob(30, {1, 9}),
+    blob(31, {9, 0x00020000}),
+    blob(28, {1, 0x02000000}),
+    alphabet(33, 3, {{'a', 1}, {'b', 2}}),
+    blob(32, {1}),
+});
+
+/// The prefix xb (items 3 and 4) and b at offset 1 (item 4, after 20 bytes of data). Codes: x 4,
+/// b 5. Nodes: 0 start, 1 wildcard, 2 b behind it, 3 x (propagates to 1), 4 xb.
+inline const word_list blob_of_dot_prefix = join({
+    alphabet(41, 6, {{'x', 4}, {'b', 5}}),
+    blob(39, {0x0000FFFF, 0xFFFF0001, 0x00030000,   // start
+              0x0000FFFF, 0xFFFF0000, 0x00000002,   // 1
+              0x0000FFFF, 0x00000000, 0x00000000,   // 2: record 0
+              0x00000001, 0xFFFF0000, 0x00000004,   // 3
+              0x0000FFFF, 0x00040000, 0x00000000}), // 4: record 4
+    blob(40, {0xFFFE0000, 20, 1, 4, 2, 3, 4}),
+});
+
 /// The first word of the code map of an alphabet record, from its header on.
 constexpr size_t ALPHABET_MAP_WORD = 7;
 

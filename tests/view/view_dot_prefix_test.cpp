@@ -5,18 +5,6 @@
 namespace
 {
 
-/// The prefix xb (item 3) and b at offset 1 (item 4, after 20 bytes of data). Codes: x 4, b 5.
-/// Nodes: 0 start, 1 wildcard, 2 b behind it, 3 x (propagates to 1), 4 xb.
-const word_list matcher = join({
-    alphabet(41, 6, {{'x', 4}, {'b', 5}}),
-    blob(39, {0x0000FFFF, 0xFFFF0001, 0x00030000,   // start
-              0x0000FFFF, 0xFFFF0000, 0x00000002,   // 1
-              0x0000FFFF, 0x00000000, 0x00000000,   // 2: record 0
-              0x00000001, 0xFFFF0000, 0x00000004,   // 3
-              0x0000FFFF, 0x00040000, 0x00000000}), // 4: record 4
-    blob(40, {0xFFFE0000, 20, 1, 4, 2, 3, 4}),
-});
-
 bool check(const view_area_t &area, view_error_t &error)
 {
     view_dot_prefix_t view;
@@ -25,7 +13,7 @@ bool check(const view_area_t &area, view_error_t &error)
 
 TEST(ViewDotPrefix, IsWalkedWhereItLies)
 {
-    const std::vector<uint8_t> bytes = stored(matcher);
+    const std::vector<uint8_t> bytes = stored(blob_of_dot_prefix);
     view_error_t error;
     view_dot_prefix_t view;
     ASSERT_TRUE(view_dot_prefix_open({bytes.data(), bytes.size(), 0}, view, error)) << error.text;
@@ -51,7 +39,7 @@ TEST(ViewDotPrefix, IsWalkedWhereItLies)
 // Words: 0 the alphabet, 71 the transitions (73 to 87), 88 the items (90 to 96).
 TEST(ViewDotPrefix, FindsEveryChangedWord)
 {
-    expect_faults(matcher,
+    expect_faults(blob_of_dot_prefix,
                   {
                       {71, 40, VIEW_UNKNOWN, 284},
                       {74, 0xFFFF0005, VIEW_REFERENCE, 298}, // wildcard to node 5 of 5
@@ -63,9 +51,10 @@ TEST(ViewDotPrefix, FindsEveryChangedWord)
                       {4, 3, VIEW_COUNT, 16},                // fewer codes than reserved
                   },
                   check);
-    expect_harmless(matcher, 91, 0x80000000, check); // any minimum of data
-    expect_harmless(matcher, 73, 0x77770003, check); // word 0 is not used; propagation in a circle
-    expect_cuts_refused(matcher, 0, check);
+    expect_harmless(blob_of_dot_prefix, 91, 0x80000000, check); // any minimum of data
+    expect_harmless(blob_of_dot_prefix, 73, 0x77770003,
+                    check); // word 0 is not used; propagation in a circle
+    expect_cuts_refused(blob_of_dot_prefix, 0, check);
 }
 
 TEST(ViewDotPrefix, HasAStartNode)

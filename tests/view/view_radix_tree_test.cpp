@@ -5,19 +5,6 @@
 namespace
 {
 
-/// The prefix abcde (item 9, exact): rows 0 (start), 2 (a), 4 (e); the chain b, c, d is number 1.
-/// Codes: a 1, b 2.
-const word_list tree = join({
-    blob(29, {0xFFFF0002, 0x0000FFFF, 0x00000000, 0xFFFF0000, 0x00010000, 0x00000000, 0x00000000,
-              0x00000000}),
-    blob(27, {0, 0x00040363, 0x64650000}),
-    blob(30, {1, 9}),
-    blob(31, {9, 0x00020000}),
-    blob(28, {1, 0x02000000}),
-    alphabet(33, 3, {{'a', 1}, {'b', 2}}),
-    blob(32, {1}),
-});
-
 bool check(const view_area_t &area, view_error_t &error)
 {
     view_radix_t view;
@@ -26,7 +13,7 @@ bool check(const view_area_t &area, view_error_t &error)
 
 TEST(ViewRadix, IsWalkedWhereItLies)
 {
-    const std::vector<uint8_t> bytes = stored(tree);
+    const std::vector<uint8_t> bytes = stored(blob_of_tree);
     view_error_t error;
     view_radix_t view;
     ASSERT_TRUE(view_radix_open({bytes.data(), bytes.size(), 0}, view, error)) << error.text;
@@ -73,7 +60,7 @@ TEST(ViewRadix, MayHaveNoRows)
 // 26 the bitmap of chains, 27 the alphabet, 98 the meta.
 TEST(ViewRadix, FindsEveryChangedWord)
 {
-    expect_faults(tree,
+    expect_faults(blob_of_tree,
                   {
                       {0, 30, VIEW_UNKNOWN, 0},
                       {2, 0xFFFF0005, VIEW_REFERENCE, 10},  // row 0 on a: to row 5 of 5
@@ -87,9 +74,9 @@ TEST(ViewRadix, FindsEveryChangedWord)
                       {98, 33, VIEW_UNKNOWN, 98 * 4},
                   },
                   check);
-    expect_harmless(tree, 6, 0x00030000, check);  // row 2 on b: to row 3, which is there
-    expect_harmless(tree, 26, 0x08000000, check); // number 1 names a row then
-    expect_cuts_refused(tree, 1, check);
+    expect_harmless(blob_of_tree, 6, 0x00030000, check);  // row 2 on b: to row 3, which is there
+    expect_harmless(blob_of_tree, 26, 0x08000000, check); // number 1 names a row then
+    expect_cuts_refused(blob_of_tree, 1, check);
 }
 
 // The number of a compressed edge is its word, which may lie behind all rows.
@@ -113,7 +100,7 @@ TEST(ViewRadix, TakesChainsBehindTheRows)
 
 TEST(ViewRadix, FindsChainsThatAreNotThere)
 {
-    word_list words = tree;
+    word_list words = blob_of_tree;
     words[25] = 3;
     words[26] = 0x0A000000; // numbers 1 and 3; the table has 3 words
     expect_faults(words, {{3, 0x0000FFFF, VIEW_REFERENCE, 104}}, check);

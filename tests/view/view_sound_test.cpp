@@ -101,22 +101,10 @@ TEST(ViewSound, OfAnAutomaton)
                    });
 }
 
-/// The prefix abcde (item 9, exact): rows 0, 2 (a), 4 (e); the chain c, d, e is number 1.
-const word_list one_prefix = join({
-    blob(29, {0xFFFF0002, 0x0000FFFF, 0x00000000, 0xFFFF0000, 0x00010000, 0x00000000, 0x00000000,
-              0x00000000}),
-    blob(27, {0, 0x00040363, 0x64650000}),
-    blob(30, {1, 9}),
-    blob(31, {9, 0x00020000}),
-    blob(28, {1, 0x02000000}),
-    alphabet(33, 3, {{'a', 1}, {'b', 2}}),
-    blob(32, {1}),
-});
-
 // Words: 2 to 9 transitions, 12 to 14 chains, 27 the alphabet, 34 its map.
 TEST(ViewSound, OfATree)
 {
-    expect_unsound(tree, one_prefix,
+    expect_unsound(tree, blob_of_tree,
                    {
                        {{{6, 0}}, "13: compressed edges: no row leads to the one at word 1"},
                        {{{34 + 'a' / 4, 0x00010000}},
@@ -126,28 +114,16 @@ TEST(ViewSound, OfATree)
 
 TEST(ViewSound, OfATreeWhoseChainsAreFollowedByOthers)
 {
-    word_list words = one_prefix;
+    word_list words = blob_of_tree;
     words[11] += 4; // the length of the chains
     words.insert(words.begin() + 15, 0);
     EXPECT_EQ(fault(tree, words), "15: compressed edges: they end at word 3 of 4");
 }
 
-/// The prefix xb (items 3 and 4) and b at offset 1 (item 4, after 20 bytes of data). Codes: x 4,
-/// b 5. Nodes: 0 start, 1 wildcard, 2 b behind it, 3 x (propagates to 1), 4 xb.
-const word_list two_prefixes = join({
-    alphabet(41, 6, {{'x', 4}, {'b', 5}}),
-    blob(39, {0x0000FFFF, 0xFFFF0001, 0x00030000,   // start
-              0x0000FFFF, 0xFFFF0000, 0x00000002,   // 1
-              0x0000FFFF, 0x00000000, 0x00000000,   // 2: record 0
-              0x00000001, 0xFFFF0000, 0x00000004,   // 3
-              0x0000FFFF, 0x00040000, 0x00000000}), // 4: record 4
-    blob(40, {0xFFFE0000, 20, 1, 4, 2, 3, 4}),
-});
-
 // Words: 7 the map of the alphabet, 73 the nodes, of three words each, 90 the items.
 TEST(ViewSound, OfADotPrefixMatcher)
 {
-    expect_unsound(dot_prefix, two_prefixes,
+    expect_unsound(dot_prefix, blob_of_dot_prefix,
                    {
                        {{{84, 0}}, "85: row 4 of 5: nothing leads to it, nor to 0 others"},
                        {{{80, 0x00040000}, {86, 0}}, "80: row 2: item record 4, where 0 follows"},
@@ -173,9 +149,9 @@ TEST(ViewSound, GivesTheItemsOfWhatIsReached)
         return text;
     };
     EXPECT_EQ(items(automaton, two_words), "5 6 7 ");
-    EXPECT_EQ(items(tree, one_prefix), "9 ");
-    EXPECT_EQ(items(dot_prefix, two_prefixes), "3 4 ");
-    word_list cut_off = two_prefixes;
+    EXPECT_EQ(items(tree, blob_of_tree), "9 ");
+    EXPECT_EQ(items(dot_prefix, blob_of_dot_prefix), "3 4 ");
+    word_list cut_off = blob_of_dot_prefix;
     cut_off[84] = 0;
     EXPECT_EQ(items(dot_prefix, cut_off), "4 ");
 }
@@ -233,7 +209,7 @@ TEST(ViewSound, SaysWhenMemoryRunsOut)
               3);
     view_radix_t prefixes;
     EXPECT_GE(fails(
-                  one_prefix,
+                  blob_of_tree,
                   [&](const view_area_t &area, view_error_t &error) {
                       EXPECT_TRUE(view_radix_open(area, prefixes, error));
                   },
@@ -243,7 +219,7 @@ TEST(ViewSound, SaysWhenMemoryRunsOut)
               3);
     view_dot_prefix_t dots;
     EXPECT_GE(fails(
-                  two_prefixes,
+                  blob_of_dot_prefix,
                   [&](const view_area_t &area, view_error_t &error) {
                       EXPECT_TRUE(view_dot_prefix_open(area, dots, error));
                   },
