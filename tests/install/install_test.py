@@ -149,11 +149,21 @@ def commands_have_pages(folder):
         expect(f"Fn {name}" in page, f"pdata(3) lacks {name}")
 
 
-def bash_replies(prefix, line):
+def bash_replies(prefix, line, folder=None):
     script = (f"PATH={prefix}/bin:$PATH; . {prefix}/share/bash-completion/completions/pdata\n"
               f"COMP_LINE='{line}' COMP_POINT={len(line)}; _pdata; "
               "printf '%s\\n' \"${COMPREPLY[@]}\"")
-    return run("bash", "-c", script).split()
+    return run("bash", "-c", script, cwd=folder).split()
+
+
+def hostile_names(folder, prefix):
+    """A pdb with a protocol whose name a shell would run."""
+    text = folder / "hostile.pdd"
+    text.write_text('{"protocols": [{"name": "a$(touch RAN)`touch RAN`", "id": 16777217}]}')
+    made = folder / "hostile.pdb"
+    run(prefix / "bin/pdata_compiler", "--pdd", text, "--cfg-path",
+        prefix / "share/pdata/examples/cfg", "--description", "--pdb-out", made, cwd=folder)
+    return made
 
 
 def completion_bash(folder):
@@ -167,6 +177,10 @@ def completion_bash(folder):
     expect(bash_replies(prefix, f"pdata list {pdb} --rules yout") == ["youtube"], "protocols")
     expect(bash_replies(prefix, f"pdata list {str(pdb)[:-3]}") == [str(pdb)], "files")
     expect(bash_replies(prefix, "pdata import dom") == ["domains"], "kinds")
+    pdb = hostile_names(folder, prefix)
+    expect(bash_replies(prefix, f"pdata list {pdb} --rules a$", folder) == ["a$(touch", "RAN)`touch", "RAN`"],
+           "a name is a name")
+    expect(not (folder / "RAN").exists(), "a name of a pdb was run")
 
 
 def completion_zsh(folder):
