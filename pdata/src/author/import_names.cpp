@@ -1,8 +1,10 @@
 #include "import_names.h"
 
 #include <algorithm>
+#include <set>
 #include <unordered_set>
 
+#include "import_numbers.h"
 #include "import_words.h"
 
 namespace
@@ -10,6 +12,8 @@ namespace
 
 constexpr size_t NAME_BYTES_MAX = 253; // RFC 1035 without the last dot
 constexpr size_t LABEL_MAX = 63;
+constexpr size_t INCLUDES_MAX = 10000; // of all lists together
+constexpr size_t DEPTH_MAX = 100;      // of lists within lists; reading recurses
 
 struct list_reader_t {
     name_list_t kind;
@@ -21,8 +25,10 @@ struct list_reader_t {
 /// A list that is read, and what its entries must and must not have.
 struct list_t {
     std::string file;
-    std::vector<std::string> wanted;
-    std::vector<std::string> unwanted;
+    std::set<std::string> wanted;
+    std::set<std::string> unwanted;
+    const list_t *holder = nullptr; ///< the list that includes it
+    size_t depth = 0;               ///< holders above it
 };
 
 void report(list_reader_t &reader, const import_place_t &place, std::string text, const char *id)
@@ -39,9 +45,14 @@ std::string lower(std::string_view text)
     return low;
 }
 
+bool is_letter_or_digit(char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9');
+}
+
 bool is_name_byte(char c)
 {
-    return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' || c == '_';
+    return is_letter_or_digit(c) || c == '-' || c == '_';
 }
 
 /// Returns why a text is no host name, or null.
@@ -68,14 +79,13 @@ void add_name(list_reader_t &reader, name_kind_t kind, std::string_view text,
               const import_place_t &place)
 {
     std::string name = lower(text);
-    if (name.size() > 1 && name.ends_with('.') && kind != NAME_KEYWORD)
+    if (kind != NAME_KEYWORD && name.ends_with('.'))
         name.pop_back();
-    const std::string_view part =
-        kind == NAME_KEYWORD && name.size() > 1
-            ? std::string_view(name).substr(name.starts_with('.') ? 1 : 0,
-                                            name.size() - (name.starts_with('.') ? 1 : 0) -
-                                                (name.ends_with('.') ? 1 : 0))
-            : std::string_view(name);
+    std::string_view part = name;
+    if (kind == NAME_KEYWORD) { // a part of a name may begin or end between two labels
+        part.remove_prefix(part.starts_with('.') ? 1 : 0);
+        part.remove_suffix(part.ends_with('.') ? 1 : 0);
+    }
     if (const char *fault = name_fault(part); fault != nullptr)
         report(reader, place, '"' + std::string(text) + "\" " + fault, "not-a-name");
     else
@@ -93,22 +103,41 @@ void add_domain(list_reader_t &reader, std::string_view text, const import_place
 void take_domains(list_reader_t &reader, const std::vector<std::string_view> &words,
                   const import_place_t &place)
 {
-    for (const std::string_view word : words)
-        add_domain(reader, word, place);
+    if (words.size() > 1)
+        return report(reader, place, "expected one name", "not-a-name");
+    add_domain(reader, words.front(), place);
 }
 
-/// Tells whether a name of a hosts file is one of the machine or of its network.
+/// Names that hosts files give the machine itself and its network.
+constexpr std::string_view own_names[] = {
+    "localhost",     "localhost.localdomain",
+    "localhost4",    "localhost4.localdomain4",
+    "localhost6",    "localhost6.localdomain6",
+    "local",         "broadcasthost",
+    "ip6-localhost", "ip6-loopback",
+    "ip6-localnet",  "ip6-mcastprefix",
+    "ip6-allnodes",  "ip6-allrouters",
+    "ip6-allhosts",
+};
+
 bool is_own_name(std::string_view name)
 {
-    return name == "localhost" || name.starts_with("localhost.") || name == "local" ||
-           name == "broadcasthost" || name.starts_with("ip6-");
+    return std::ranges::find(own_names, lower(name)) != std::end(own_names);
+}
+
+/// Tells whether a word is an address; one of IPv6 may have a zone behind it, "fe80::1%lo0".
+bool is_address(std::string_view word)
+{
+    const bool wide = word.find(':') != std::string_view::npos;
+    import_number_t number = 0;
+    return import_address(wide ? word.substr(0, word.find('%')) : word, wide, number);
 }
 
 void take_hosts(list_reader_t &reader, const std::vector<std::string_view> &words,
                 const import_place_t &place)
 {
-    if (words.size() < 2 || words.front().find_first_of(".:") == std::string_view::npos)
-        report(reader, place, "expected an address and names", "not-a-host");
+    if (words.size() < 2 || !is_address(words.front()))
+        return report(reader, place, "expected an address and names", "not-a-host");
     for (const std::string_view word : std::span(words).subspan(1)) {
         if (is_own_name(word) || word == words.front())
             reader.names.own_names.emplace_back(word);
@@ -130,19 +159,41 @@ std::string include_key(const list_t &list)
     return key;
 }
 
-void take_include(list_reader_t &reader, const list_t &list, std::string_view name,
-                  std::span<const std::string_view> attributes, const import_place_t &place)
+/// Tells whether a list is being read already: what is asked of the entries of a list grows with
+/// every inclusion, so that within itself it adds nothing.
+bool is_open(const list_t *list, const std::string &file)
 {
-    const size_t slash = list.file.rfind('/');
-    const std::string folder = slash == std::string::npos ? "" : list.file.substr(0, slash + 1);
-    list_t next = {folder + std::string(name), list.wanted, list.unwanted};
-    for (const std::string_view attribute : attributes)
-        (attribute.starts_with("@-") ? next.unwanted : next.wanted)
-            .emplace_back(attribute.substr(attribute.starts_with("@-") ? 2 : 1));
-    if (!reader.included.insert(include_key(next)).second)
-        return;
+    for (; list != nullptr; list = list->holder)
+        if (list->file == file)
+            return true;
+    return false;
+}
+
+/// Returns the list that is included, and adds what is asked of its entries.
+list_t included_list(const list_t &list, std::string_view name,
+                     std::span<const std::string> attributes)
+{
+    const std::string folder = list.file.substr(0, list.file.rfind('/') + 1);
+    list_t next = {folder + std::string(name), list.wanted, list.unwanted, &list, list.depth + 1};
+    for (const std::string &attribute : attributes) {
+        const bool unwanted = attribute.starts_with("@-");
+        (unwanted ? next.unwanted : next.wanted).insert(attribute.substr(unwanted ? 2 : 1));
+    }
+    return next;
+}
+
+void take_include(list_reader_t &reader, const list_t &list, std::string_view name,
+                  std::span<const std::string> attributes, const import_place_t &place)
+{
     if (name.find('/') != std::string_view::npos)
         return report(reader, place, "a list to include stands beside this one", "no-list");
+    list_t next = included_list(list, name, attributes);
+    if (is_open(&list, next.file) || is_open(&list, next.file + ".txt") ||
+        reader.included.contains(include_key(next)))
+        return;
+    if (next.depth > DEPTH_MAX || reader.included.size() == INCLUDES_MAX)
+        return report(reader, place, "too many lists within lists", "beyond-limit");
+    reader.included.insert(include_key(next));
     std::string text;
     if (!reader.open(next.file, text) && !reader.open(next.file += ".txt", text))
         return report(reader, place, "no list \"" + std::string(name) + "\" beside this one",
@@ -150,15 +201,11 @@ void take_include(list_reader_t &reader, const list_t &list, std::string_view na
     read_list(reader, next, text);
 }
 
-bool has(std::span<const std::string_view> attributes, std::string_view word)
+bool chosen(const list_t &list, std::span<const std::string> attributes)
 {
-    return std::ranges::any_of(
-        attributes, [word](std::string_view attribute) { return attribute.substr(1) == word; });
-}
-
-bool chosen(const list_t &list, std::span<const std::string_view> attributes)
-{
-    const auto there = [attributes](const std::string &word) { return has(attributes, word); };
+    const auto there = [attributes](const std::string &word) {
+        return std::ranges::find(attributes, '@' + word) != attributes.end();
+    };
     return std::ranges::all_of(list.wanted, there) && std::ranges::none_of(list.unwanted, there);
 }
 
@@ -178,18 +225,29 @@ void take_typed(list_reader_t &reader, std::string_view type, std::string_view t
         report(reader, place, "no kind of entry: \"" + std::string(type) + '"', "not-an-entry");
 }
 
+/// Tells whether a word in small letters may stand behind an entry: "@word" or "&list", or behind
+/// an include: "@word" or "@-word".
+bool is_attribute(std::string_view word, bool include)
+{
+    if (!word.starts_with('@') && (include || !word.starts_with('&')))
+        return false;
+    word.remove_prefix(include && word.starts_with("@-") ? 2 : 1);
+    return !word.empty() &&
+           std::ranges::all_of(word, [](char c) { return is_name_byte(c) || c == '!'; });
+}
+
 void take_v2ray(list_reader_t &reader, const list_t &list,
                 const std::vector<std::string_view> &words, const import_place_t &place)
 {
-    const std::span attributes = std::span(words).subspan(1);
-    for (const std::string_view attribute : attributes)
-        if (!attribute.starts_with('@') && !attribute.starts_with('&'))
-            return report(reader, place, "expected \"@\" and an attribute", "not-an-entry");
     const size_t colon = words.front().find(':');
     const bool typed = colon != std::string_view::npos;
-    const std::string_view type = words.front().substr(0, colon);
+    const std::string_view type = words.front().substr(0, typed ? colon : 0);
     const std::string_view rest = words.front().substr(typed ? colon + 1 : 0);
-    if (typed && type == "include")
+    std::vector<std::string> attributes;
+    for (const std::string_view word : std::span(words).subspan(1))
+        if (!is_attribute(attributes.emplace_back(lower(word)), type == "include"))
+            return report(reader, place, "expected \"@\" and an attribute", "not-an-entry");
+    if (type == "include")
         take_include(reader, list, rest, attributes, place);
     else if (typed && chosen(list, attributes))
         take_typed(reader, type, rest, place);
@@ -231,8 +289,8 @@ bool is_covered(const name_set_t &domains, std::string_view name)
 void import_names_read(name_list_t kind, const std::string &file, std::string_view text,
                        const import_open_t &open, name_import_t &names)
 {
-    list_reader_t reader = {kind, open, names, {file}};
-    read_list(reader, {file, {}, {}}, text);
+    list_reader_t reader = {kind, open, names, {}};
+    read_list(reader, {file, {}, {}, nullptr, 0}, text);
 }
 
 void import_names_reduce(std::vector<name_entry_t> &entries)

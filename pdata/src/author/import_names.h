@@ -2,13 +2,16 @@
 ///
 /// Three kinds of lists. In each "#" begins a comment, and blanks around an entry do not count.
 ///
-///     domains  a name a line: the name and all below it; "*.name": only what is below
+///     domains  a name a line, or ".name": the name and all below it; "*.name": only what is below
 ///     hosts    an address, then names a line: each name alone
 ///     v2ray    "domain:name" or a name: it and all below; "full:name": it alone; "keyword:text":
 ///              every name that holds it; "regexp:expression"; "include:list", a list beside this
 ///              one, with or without ".txt"; "@word" behind an entry is an attribute, and behind an
-///              include the one that its entries must have ("@-word": must not have)
+///              include the one that its entries must have ("@-word": must not have); "&list"
+///              behind an entry names another list that it stands in as well, and says nothing of
+///              this one
 ///
+/// Capitals of names and of attributes are small letters, and a dot behind a name does not count.
 /// What cannot be read is a finding, never an omission.
 #pragma once
 

@@ -28,29 +28,17 @@ bool read_decimal(std::string_view text, uint32_t most, uint32_t &number)
     return error == std::errc() && behind == end && number <= most;
 }
 
-bool read_address(std::string_view text, number_kind_t kind, import_number_t &number)
-{
-    std::array<uint8_t, 16> bytes{};
-    const bool wide = kind == NUMBER_IP6;
-    if (inet_pton(wide ? AF_INET6 : AF_INET, std::string(text).c_str(), bytes.data()) != 1)
-        return false;
-    number = 0;
-    for (size_t i = 0; i < (wide ? 16 : 4); ++i)
-        number = number << 8 | bytes[i];
-    return true;
-}
-
 bool read_number(std::string_view text, number_kind_t kind, import_number_t &number)
 {
     uint32_t port = 0;
     if (kind <= NUMBER_IP6)
-        return read_address(text, kind, number);
+        return import_address(text, kind == NUMBER_IP6, number);
     const bool read = read_decimal(text, 65535, port);
     number = port;
     return read;
 }
 
-/// Reads a block: an address and the length of its prefix. Bits behind the prefix do not count.
+/// Reads a block: an address and the length of its prefix.
 bool read_block(std::string_view text, size_t slash, number_kind_t kind, number_range_t &range)
 {
     const uint32_t bits = bits_of_kind[kind];
@@ -108,6 +96,18 @@ void take_entry(bool ports, std::string_view entry, const import_place_t &place,
             {place,
              '"' + std::string(entry) + "\" is no " + (ports ? "port" : "address, block or range"),
              ports ? "not-a-port" : "not-an-address"});
+}
+
+/// Joins what belongs together: the ends of a range with blanks around its dash.
+std::vector<std::string> joined_words(const std::vector<std::string_view> &words)
+{
+    std::vector<std::string> joined;
+    for (const std::string_view word : words)
+        if (!joined.empty() && (word.starts_with('-') || joined.back().ends_with('-')))
+            joined.back() += word;
+        else
+            joined.emplace_back(word);
+    return joined;
 }
 
 std::string address_text(import_number_t number, number_kind_t kind)
@@ -179,16 +179,28 @@ void write_range(const number_range_t &range, number_kind_t kind, std::vector<st
 
 } // namespace
 
+bool import_address(std::string_view text, bool wide, import_number_t &number)
+{
+    std::array<uint8_t, 16> bytes{};
+    if (text.find('\0') != std::string_view::npos ||
+        inet_pton(wide ? AF_INET6 : AF_INET, std::string(text).c_str(), bytes.data()) != 1)
+        return false;
+    number = 0;
+    for (size_t i = 0; i < (wide ? 16 : 4); ++i)
+        number = number << 8 | bytes[i];
+    return true;
+}
+
 void import_numbers_read(bool ports, const std::string &file, std::string_view text,
                          number_import_t &numbers)
 {
     for (size_t line = 1; !text.empty(); ++line)
-        for (std::string_view word : import_words(text))
-            while (!word.empty()) {
-                const size_t comma = std::min(word.find(','), word.size());
-                if (comma > 0)
-                    take_entry(ports, word.substr(0, comma), {file, line}, numbers);
-                word.remove_prefix(std::min(comma + 1, word.size()));
+        for (const std::string &entries : joined_words(import_words(text)))
+            for (std::string_view rest = entries; !rest.empty();) {
+                const std::string_view entry = rest.substr(0, rest.find(','));
+                if (!entry.empty())
+                    take_entry(ports, entry, {file, line}, numbers);
+                rest.remove_prefix(std::min(entry.size() + 1, rest.size()));
             }
 }
 

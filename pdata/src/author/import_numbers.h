@@ -3,7 +3,8 @@
 ///     addresses  blocks "192.0.2.0/24", ranges "192.0.2.1-192.0.2.9", single ones, IPv4 and IPv6
 ///     ports      "80", "8000-8080", "443/tcp", "53/udp"; without a transport both
 ///
-/// Several entries of a line stand apart by blanks or commas, and "#" begins a comment.
+/// Several entries of a line stand apart by blanks or commas, blanks around the dash of a range do
+/// not count, and "#" begins a comment. Bits behind the prefix of a block do not count.
 #pragma once
 
 #include <array>
@@ -34,6 +35,9 @@ struct number_import_t {
     std::array<std::vector<number_range_t>, NUMBER_KINDS> ranges;
     std::vector<import_finding_t> findings;
 };
+
+/// Reads an address, of IPv6 where `wide` is set.
+bool import_address(std::string_view text, bool wide, import_number_t &number);
 
 /// Reads a list called `file`, of ports or of addresses, and adds what it holds.
 void import_numbers_read(bool ports, const std::string &file, std::string_view text,
