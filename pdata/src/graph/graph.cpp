@@ -36,23 +36,38 @@ struct walk_t {
     }
 };
 
-/// The byte that stands for several: a small letter where case does not matter.
-uint8_t speaking_byte(const graph_bytes_t &bytes)
+/// A part of an engine.
+struct part_t {
+    std::vector<uint32_t> states; ///< each once
+    std::vector<bool> taken;      ///< by state
+};
+
+void add_state(part_t &part, uint32_t state)
+{
+    if (part.taken[state])
+        return;
+    part.taken[state] = true;
+    part.states.push_back(state);
+}
+
+/// The byte that stands for those of a step, one at least: a small letter where case does not
+/// matter.
+char speaking_byte(const graph_bytes_t &bytes)
 {
     for (size_t byte = 'a'; byte <= 'z'; ++byte)
         if (bytes.test(byte))
-            return static_cast<uint8_t>(byte);
-    for (size_t byte = 0; byte < bytes.size(); ++byte)
-        if (bytes.test(byte))
-            return static_cast<uint8_t>(byte);
-    return '.';
+            return static_cast<char>(byte);
+    size_t first = 0;
+    while (!bytes.test(first))
+        ++first;
+    return static_cast<char>(first);
 }
 
 std::string step_text(const graph_step_t &step)
 {
     if (step.kind == GRAPH_PROPAGATION)
         return "";
-    std::string text(1, step.kind == GRAPH_WILDCARD ? '.' : char(speaking_byte(step.bytes)));
+    std::string text(1, step.kind == GRAPH_WILDCARD ? '.' : speaking_byte(step.bytes));
     return text.append(step.chain.begin(), step.chain.end());
 }
 
@@ -73,17 +88,29 @@ void search(walk_t &walk)
     }
 }
 
-/// Adds the states that are reached through the last of `states`, near_steps further at most.
-void add_near(const walk_t &walk, size_t limit, std::vector<uint32_t> &states)
+/// Tells whether a state was reached first by step `i` of another one, `step`.
+bool is_first_way(const walk_t &walk, uint32_t from, uint32_t i, const graph_step_t &step)
 {
-    size_t begin = states.size() - 1;
+    const reached_t &reached = walk.reached[step.to];
+    return reached.from == from && reached.step == i;
+}
+
+/// Adds the states that are reached through a state, near_steps further at most, while there are
+/// fewer than `limit`.
+void add_near(const walk_t &walk, uint32_t state, size_t limit, part_t &part)
+{
+    std::vector<uint32_t> last = {state};
     for (uint32_t distance = 0; distance < near_steps; ++distance) {
-        const size_t end = states.size();
-        for (; begin < end; ++begin)
-            for (const graph_step_t &step : walk.steps(states[begin]))
-                if (walk.reached[step.to].from == states[begin] && states.size() < limit &&
-                    std::ranges::find(states, step.to) == states.end())
-                    states.push_back(step.to);
+        std::vector<uint32_t> next;
+        for (const uint32_t from : last) {
+            const std::vector<graph_step_t> steps = walk.steps(from);
+            for (uint32_t i = 0; i < steps.size() && part.states.size() < limit; ++i)
+                if (is_first_way(walk, from, i, steps[i])) {
+                    add_state(part, steps[i].to);
+                    next.push_back(steps[i].to);
+                }
+        }
+        last.swap(next);
     }
 }
 
@@ -113,7 +140,8 @@ bool goes_along(const graph_step_t &step, std::string_view &text)
     return true;
 }
 
-/// The states on the way of a text, as far as it leads; the start alone where it leads nowhere.
+/// The states on the way of a text, as far as it leads, as often as it leads there; the start alone
+/// where it leads nowhere.
 std::vector<uint32_t> way_of(const walk_t &walk, std::string_view text)
 {
     std::string data(text);
@@ -131,17 +159,23 @@ std::vector<uint32_t> way_of(const walk_t &walk, std::string_view text)
     return way;
 }
 
-/// The states that a choice takes, the nearest to the start first.
-std::vector<uint32_t> chosen_states(const walk_t &walk, const graph_choice_t &choice)
+/// The states that a choice takes, the nearest to the start or to the text first; none for a text
+/// that leads nowhere.
+part_t chosen_part(const walk_t &walk, const graph_choice_t &choice)
 {
-    if (!choice.has_around)
-        return {walk.order.begin(), walk.order.begin() + static_cast<ptrdiff_t>(std::min(
-                                                             choice.limit, walk.order.size()))};
-    std::vector<uint32_t> states = way_of(walk, choice.around);
-    if (states.size() == 1 && !choice.around.empty())
-        return {};
-    add_near(walk, choice.limit, states);
-    return states;
+    part_t part = {{}, std::vector<bool>(walk.reached.size())};
+    if (!choice.has_around) {
+        for (size_t i = 0; i < std::min(choice.limit, walk.order.size()); ++i)
+            add_state(part, walk.order[i]);
+        return part;
+    }
+    const std::vector<uint32_t> way = way_of(walk, choice.around);
+    if (way.size() == 1 && !choice.around.empty())
+        return part;
+    for (const uint32_t state : way)
+        add_state(part, state);
+    add_near(walk, way.back(), choice.limit, part);
+    return part;
 }
 
 /// One byte as people write it.
@@ -219,8 +253,7 @@ void take_state(const walk_t &walk, const std::vector<graph_step_t> &start, uint
     graph_state_t made = {state, text_of(walk, state), items_of(walk, state), false};
     const std::vector<graph_step_t> steps = walk.steps(state);
     for (uint32_t i = 0; i < steps.size(); ++i) {
-        const reached_t &reached = walk.reached[steps[i].to];
-        const bool first_way = reached.from == state && reached.step == i;
+        const bool first_way = is_first_way(walk, state, i, steps[i]);
         if (!taken[steps[i].to]) {
             made.goes_on = made.goes_on || first_way;
             continue;
@@ -266,15 +299,12 @@ bool graph_take(const view_matcher_t &matcher, graph_engine_t engine, const grap
         return false;
     walk_t walk = {matcher, row, std::vector<reached_t>(nr_row), {}};
     search(walk);
-    std::vector<uint32_t> states = chosen_states(walk, choice);
-    if (states.empty())
+    const part_t part = chosen_part(walk, choice);
+    if (part.states.empty())
         return false;
-    std::vector<bool> taken(nr_row);
-    for (const uint32_t state : states)
-        taken[state] = true;
     graph = {engine, walk.order.size(), {}, {}};
     const std::vector<graph_step_t> start = walk.steps(0);
-    for (const uint32_t state : states)
-        take_state(walk, start, state, taken, graph);
+    for (const uint32_t state : part.states)
+        take_state(walk, start, state, part.taken, graph);
     return true;
 }

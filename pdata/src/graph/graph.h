@@ -59,7 +59,7 @@ struct graph_t {
 struct graph_choice_t {
     bool has_around = false;
     std::string_view around; ///< a text: the states on its way, and those near its end
-    size_t limit = 150;      ///< most states
+    size_t limit = 150;      ///< most states, but for those on the way of a text
 };
 
 /// Returns the first engine that has states, GRAPH_ENGINE_NONE for none: numbers and addresses have

@@ -56,20 +56,13 @@ std::string state_line(const graph_t &graph, const graph_state_t &state,
     return line + "];\n";
 }
 
-const char *edge_style(graph_edge_kind_t kind)
-{
-    switch (kind) {
-    case GRAPH_FALLBACK:
-        return ", style=dotted, color=\"#888888\", fontcolor=\"#888888\", constraint=false";
-    case GRAPH_WILDCARD:
-        return ", style=dashed";
-    case GRAPH_PROPAGATION:
-        return ", style=dotted, arrowhead=empty";
-    case GRAPH_STEP:
-        break;
-    }
-    return "";
-}
+/// How an edge is drawn, by its kind.
+constexpr const char *edge_styles[] = {
+    "",
+    ", style=dotted, color=\"#888888\", fontcolor=\"#888888\", constraint=false",
+    ", style=dashed",
+    ", style=dotted, arrowhead=empty",
+};
 
 } // namespace
 
@@ -86,6 +79,6 @@ std::string graph_dot(const graph_t &graph, std::string_view title, graph_item_t
         dot += state_line(graph, state, item_text, context);
     for (const graph_edge_t &edge : graph.edges)
         dot += "    s" + std::to_string(edge.from) + " -> s" + std::to_string(edge.to) +
-               " [label=\"" + escaped(edge.label) + '"' + edge_style(edge.kind) + "];\n";
+               " [label=\"" + escaped(edge.label) + '"' + edge_styles[edge.kind] + "];\n";
     return dot + "}\n";
 }

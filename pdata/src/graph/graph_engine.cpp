@@ -36,16 +36,6 @@ void automaton_steps(const view_aho_corasick_t &view, uint32_t state,
             add_state(grouped, word >> 1, byte);
 }
 
-/// Adds a byte that leads along a compressed edge.
-void add_chain(const view_radix_t &view, uint32_t number, size_t byte, grouped_steps_t &grouped)
-{
-    const view_radix_chain_t chain = view_radix_chain(view, number);
-    if (chain.bytes.empty())
-        add_state(grouped, chain.end, byte);
-    else
-        add_byte(grouped, number, byte, {chain.end, GRAPH_STEP, {}, chain.bytes});
-}
-
 void tree_steps(const view_radix_t &view, uint32_t state, std::vector<graph_step_t> &steps)
 {
     grouped_steps_t grouped = {steps, {}};
@@ -53,10 +43,12 @@ void tree_steps(const view_radix_t &view, uint32_t state, std::vector<graph_step
         const uint32_t number = view_radix_next(view, state, static_cast<uint8_t>(byte));
         if (number == 0)
             continue;
-        if (view_radix_is_chain(view, number))
-            add_chain(view, number, byte, grouped);
-        else
+        if (!view_radix_is_chain(view, number)) {
             add_state(grouped, number, byte);
+            continue;
+        }
+        const view_radix_chain_t chain = view_radix_chain(view, number);
+        add_byte(grouped, number, byte, {chain.end, GRAPH_STEP, {}, chain.bytes});
     }
 }
 
