@@ -63,13 +63,43 @@ TEST(match_expression, case_folds_where_it_is_asked_for)
     EXPECT_FALSE(matches("[^a]", "A", true));
 }
 
+TEST(match_expression, members_of_a_class_may_be_more_than_bytes)
+{
+    EXPECT_TRUE(matches("[a\\x62 63\\x]d", "bcd")) << "two bytes that stand for themselves";
+    EXPECT_FALSE(matches("[a\\x62 63\\x]d", "bd"));
+    EXPECT_TRUE(matches("[^\\[b|cd\\]]", "a"));
+    EXPECT_FALSE(matches("[^\\[b|cd\\]]", "B"));
+    EXPECT_TRUE(matches("[^\\[b|cd\\]]", "c")) << "no member alone";
+    EXPECT_FALSE(matches("[\\d-z]", "5")) << "a range of no bytes";
+    EXPECT_FALSE(matches("[a-\\d]", "b"));
+    EXPECT_FALSE(matches("[]", "a"));
+    EXPECT_TRUE(matches("[^]", "a"));
+}
+
+std::string repeated(const std::string &part, size_t times)
+{
+    std::string text;
+    for (size_t i = 0; i < times; ++i)
+        text += part;
+    return text;
+}
+
 TEST(match_expression, what_is_none_is_refused)
 {
     for (const char *text : {"(", "*", "a)", "", "[a"})
         EXPECT_FALSE(runnable_t(text, false).compiled) << text;
-    const std::string deep = std::string(2000, '(') + "a" + std::string(2000, ')');
-    EXPECT_FALSE(runnable_t(deep, false).compiled);
-    EXPECT_TRUE(matches(std::string(300, '(') + "a" + std::string(300, ')'), "a"));
+    const auto nested = [](const char *open, const char *close, size_t depth) {
+        return repeated(open, depth) + "a" + repeated(close, depth);
+    };
+    const std::pair<const char *, const char *> kinds[] = {
+        {"(", ")"}, {"(", ")*"}, {"(", ")?"}, {"(b|", ")"}, {"\\[", "\\]"}, {"[b\\[", "\\]]"}};
+    for (const auto &[open, close] : kinds) {
+        EXPECT_FALSE(runnable_t(nested(open, close, 2000), false).compiled) << open << close;
+        EXPECT_TRUE(matches(nested(open, close, 200), "a")) << open << close;
+    }
+    EXPECT_FALSE(runnable_t(nested("[^\\[", "\\]]", 2000), false).compiled);
+    EXPECT_FALSE(matches(nested("[^\\[", "\\]]", 201), "a"));
+    EXPECT_TRUE(matches(nested("[^\\[", "\\]]", 200), "a"));
 }
 
 TEST(match_expression, long_ones_are_followed_step_by_step)
@@ -77,31 +107,43 @@ TEST(match_expression, long_ones_are_followed_step_by_step)
     const std::string many(100, 'a');
     EXPECT_TRUE(matches(many, many));
     EXPECT_FALSE(matches(many, many + "a"));
-    const std::string optional = [] {
-        std::string text;
-        for (int i = 0; i < 500; ++i)
-            text += "a?";
-        return text;
-    }();
+    EXPECT_TRUE(matches(many + ".*", many + "bc")) << "what follows no longer matters";
+    EXPECT_FALSE(matches(many + ".+", many));
+    EXPECT_TRUE(matches(many + "b+", many + "bbb"));
+    const std::string optional = repeated("a?", 500);
     EXPECT_TRUE(matches(optional, many));
     EXPECT_FALSE(matches(optional, std::string(501, 'a')));
     EXPECT_FALSE(matches("(" + optional + ")*b", std::string(3000, 'a')));
+}
+
+// What a run marks as entered, it marks with its number: those of old runs must not come back.
+TEST(match_expression, numbers_of_rounds_may_start_again)
+{
+    const std::string many(100, 'a');
+    runnable_t runnable(many, false);
+    EXPECT_TRUE(runnable.matches(many));
+    for (uint32_t left = 0; left < 3; ++left) {
+        runnable.room.round = UINT32_MAX - left;
+        EXPECT_TRUE(runnable.matches(many)) << left;
+    }
 }
 
 TEST(match_expression, the_end_of_an_expression_may_be_open)
 {
     for (const char *text : {"a.*", ".+", "a(b.*)", "(a)(.+)"})
         EXPECT_TRUE(runnable_t(text, false).expression.open_ended) << text;
-    for (const char *text : {"a", "a.", ".*a", "(a.*|b.*)", "(.*)?", "a.?"})
+    for (const char *text : {"a", "a.", ".*a", "(a.*|b.*)", "(.*)?", "a.?", "a()"})
         EXPECT_FALSE(runnable_t(text, false).expression.open_ended) << text;
 }
 
 /// A random expression of some depth: sequences, choices, sets and repetitions.
 std::string random_expression(random_match_t &random, uint32_t depth)
 {
-    static const char *const atoms[] = {"a",        "b",      "c",       ".",      "[ab]",
-                                        "[^b]",     "\\w",    "\\d",     "[a-b1]", "\\x61",
-                                        "\\[ab\\]", "[^\\w]", "[a\\x62]"};
+    static const char *const atoms[] = {"a",  "b",    "c",    ".",      "\\w", "\\d", "\\x61",
+                                        "()", "[ab]", "[^b]", "[a-b1]", "[]",  "[^]", "\\[ab\\]"};
+    static const char *const classes[] = {"[^\\w]",        "[a\\x62]",       "[\\d-b]",
+                                          "[^a-\\d]",      "[a\\x62 63\\x]", "[^a\\x62 63\\x]",
+                                          "[b\\[a|bc\\]]", "[^b\\[a|bc\\]]"};
     std::string text;
     for (uint32_t left = 1 + random.below(4); left != 0; --left) {
         if (depth != 0 && random.one_in(3)) {
@@ -110,7 +152,8 @@ std::string random_expression(random_match_t &random, uint32_t depth)
                 text += "|" + random_expression(random, depth - 1);
             text += ")";
         } else {
-            text += atoms[random.below(std::size(atoms))];
+            text += random.one_in(3) ? classes[random.below(std::size(classes))]
+                                     : atoms[random.below(std::size(atoms))];
         }
         text += std::string_view(" *+?    ").substr(random.below(8), 1);
         if (text.back() == ' ')

@@ -65,15 +65,6 @@ void emit_literal(compiling_t &compiling, std::string_view text, bool icase)
     }
 }
 
-/// Puts the byte of a literal into a set; false for a longer one.
-bool add_literal(std::string_view text, bool icase, match_byte_set_t &set)
-{
-    if (text.size() != 1)
-        return false;
-    add_byte(set, static_cast<uint8_t>(text[0]), icase);
-    return true;
-}
-
 /// Puts the bytes of a range into a set. A range of anything but bytes stands for none.
 void add_ends(const compiling_t &compiling, const rexpand_node &range, bool icase,
               match_byte_set_t &set)
@@ -108,8 +99,10 @@ bool add_member(const compiling_t &compiling, const rexpand_node &member, bool i
         add_range(set, '\t', '\r', false);
         return true;
     case REXPAND_AST_WORD_NODE:
-    case REXPAND_AST_NUMBER_NODE:
-        return add_literal(rexpand_ast_literal(compiling.tree, member), icase, set);
+    case REXPAND_AST_NUMBER_NODE: // in a class, one byte each
+        add_byte(set, static_cast<uint8_t>(rexpand_ast_literal(compiling.tree, member).front()),
+                 icase);
+        return true;
     case REXPAND_AST_RANGE_NODE:
         add_ends(compiling, member, icase, set);
         return true;
@@ -130,12 +123,11 @@ bool compile_sequence(compiling_t &compiling, const rexpand_node &parent, bool i
     return true;
 }
 
-/// Any one of the children of a node: splits in front, jumps behind.
+/// Any one of the children of a node, one at least: splits in front, jumps behind.
 bool compile_any(compiling_t &compiling, const rexpand_node &parent, bool icase, uint32_t depth)
 {
     std::vector<uint32_t> jumps;
-    for (uint32_t child = parent.first_child; child != REXPAND_NO_NODE;
-         child = compiling.node(child).next) {
+    for (uint32_t child = parent.first_child;; child = compiling.node(child).next) {
         const uint32_t split = compiling.here();
         const bool is_last = compiling.node(child).next == REXPAND_NO_NODE;
         if (!is_last)
@@ -153,8 +145,27 @@ bool compile_any(compiling_t &compiling, const rexpand_node &parent, bool icase,
     return true;
 }
 
-/// A class: one byte of its set. Members of several bytes make it a choice, and have no place in a
-/// negated one.
+/// Puts the bytes into a set that are, alone, what any one of the children of a node describes.
+bool add_choice(const compiling_t &compiling, const rexpand_node &parent, bool icase,
+                uint32_t depth, match_byte_set_t &set)
+{
+    match_expression_t choice;
+    compiling_t inner{compiling.tree, choice};
+    if (!compile_any(inner, parent, icase, depth))
+        return false;
+    emit(inner, MATCH_STEP_END, 0);
+    match_expression_room_t room;
+    match_expression_reserve(choice, room);
+    for (uint32_t c = 0; c <= UINT8_MAX; ++c) {
+        const auto byte = static_cast<uint8_t>(c);
+        if (match_expression_run(choice, {&byte, 1}, room))
+            add_byte(set, byte, false);
+    }
+    return true;
+}
+
+/// A class: one byte of its set. Members that are more than a byte make it a choice; of them, a
+/// negated one leaves out what is a byte alone.
 bool compile_class(compiling_t &compiling, const rexpand_node &parent, bool icase, uint32_t depth)
 {
     match_byte_set_t set{};
@@ -164,6 +175,8 @@ bool compile_class(compiling_t &compiling, const rexpand_node &parent, bool icas
         single = add_member(compiling, compiling.node(child), icase, set) && single;
     if (!single && !parent.is_negated)
         return compile_any(compiling, parent, icase, depth);
+    if (!single && !add_choice(compiling, parent, icase, depth, set))
+        return false;
     if (parent.is_negated)
         for (uint64_t &word : set)
             word = ~word;
