@@ -85,7 +85,8 @@ TEST(ViewInventory, EndsAtThePartThatCannotBeRead)
     described_t described;
     described.attribute = record(6, {0x10, 0, 0, 5});
     EXPECT_EQ(inventory(stored(root_of(described))),
-              "protocol descriptions 36: protocol at byte 12: direction 0");
+              "protocol descriptions 36: protocol at byte 12: rule 0: sub-rule 0: attribute 0: "
+              "direction 0");
 }
 
 /// How many limits are listed of the only matcher of the pdb.

@@ -53,52 +53,48 @@ struct walked_t {
 
 TEST(ViewWalks, EndAtThePartThatCannotBeRead)
 {
-    const char *const cut_attribute = "35: protocol at byte 12: attribute 0: wrong length";
-    const char *const cut_sub_rule = "27: protocol at byte 12: sub-rule 0: wrong length";
-    const char *const cut_rule = "14: protocol at byte 12: rule 0: wrong length";
-    const char *const cut_protocol =
+    const std::string in_rule = "protocol at byte 12: rule 0: ";
+    const std::string in_sub_rule = in_rule + "sub-rule 0: ";
+    const std::string cut_attribute = "35: " + in_sub_rule + "attribute 0: wrong length";
+    const std::string cut_sub_rule = "27: " + in_sub_rule + "wrong length";
+    const std::string cut_rule = "14: " + in_rule + "wrong length";
+    const std::string cut_protocol =
         "4: protocol at byte 12: record of type 1, 1 words: wrong length";
-    const char *const no_string = "41: protocol at byte 12: no string at 2";
-    const char *const no_strings = "2: strings of the group: no record of type 2";
+    const std::string no_name = "41: protocol at byte 12: name: no text begins here";
+    const std::string no_strings = "2: strings of the group: no record of type 2";
+    const std::string no_protocols = "43: protocols: no record of type 1";
     const std::string over_long = "record of type 1 claims 1 words, 0 bytes are left";
-    const std::string in_sub_rule = "protocol at offset 12: rule 0: sub-rule 0: ";
     const std::vector<walked_t> rows = {
         {&described_t::attribute, record(6, {0x12, 0, 0, 5}), "", "", ""},
-        {&described_t::attribute, record(6, {0x12}), cut_attribute, cut_attribute,
-         "35: " + in_sub_rule + "attribute 0: attribute 0: wrong length"},
-        {&described_t::attribute, record(6, {0x12, 2, 0, 5}), "", no_string,
+        {&described_t::attribute, record(6, {0x12}), cut_attribute, cut_attribute, cut_attribute},
+        {&described_t::attribute, record(6, {0x12, 2, 0, 5}), "",
+         "41: " + in_sub_rule + "attribute 0: no string at 2",
          "41: " + in_sub_rule + "attribute 0: attribute name: no text begins here"},
         {&described_t::attribute, record(6, {0x12, 0, 2, 5}), "", "",
          "41: " + in_sub_rule + "attribute 0: value: no text begins here"},
         {&described_t::attribute, record(6, {0x10, 0, 0, 5}), "",
-         "36: protocol at byte 12: direction 0", ""},
+         "36: " + in_sub_rule + "attribute 0: direction 0", ""},
         {&described_t::attribute, record(6, {0x14, 0, 0, 5}), "",
-         "36: protocol at byte 12: direction 4", ""},
-        {&described_t::sub_rule_meta, record(4, {0}), cut_sub_rule, cut_sub_rule,
-         "27: " + in_sub_rule + "sub-rule 0: wrong length"},
-        {&described_t::sub_rule_meta, record(4, {2, 2, 0, 0}), "", no_string,
+         "36: " + in_sub_rule + "attribute 0: direction 4", ""},
+        {&described_t::sub_rule_meta, record(4, {0}), cut_sub_rule, cut_sub_rule, cut_sub_rule},
+        {&described_t::sub_rule_meta, record(4, {2, 2, 0, 0}), "",
+         "41: " + in_sub_rule + "no string at 2",
          "41: " + in_sub_rule + "bottom protocol: no text begins here"},
-        {&described_t::rule_meta, record(7, {0}), cut_rule, cut_rule,
-         "14: protocol at offset 12: rule 0: rule 0: wrong length"},
+        {&described_t::rule_meta, record(7, {0}), cut_rule, cut_rule, cut_rule},
         {&described_t::rule_meta, record(7, {0x05000006, 0, 0, 0, 0, 1, 2, 0}),
-         "41: protocol at byte 12: path: no text begins here", "", ""},
-        {&described_t::protocol_meta, record(1, {0}), cut_protocol, cut_protocol,
-         "4: protocol at offset 12: record of type 1, 1 words: wrong length"},
-        {&described_t::protocol_meta, record(1, {7, 2, 0, 0, 1}),
-         "41: protocol at byte 12: name: no text begins here", "",
-         "41: protocol at offset 12: name: no text begins here"},
-        {&described_t::strings, {}, no_strings, no_strings, "2: strings: no record of type 2"},
+         "41: " + in_rule + "path: no text begins here", "", ""},
+        {&described_t::protocol_meta, record(1, {0}), cut_protocol, cut_protocol, cut_protocol},
+        {&described_t::protocol_meta, record(1, {7, 2, 0, 0, 1}), no_name, "", no_name},
+        {&described_t::strings, {}, no_strings, no_strings, no_strings},
         {&described_t::behind_protocols, record(9), "", "", ""},
         {&described_t::behind_protocols,
          {0x01000001},
          "40: " + over_long,
          "40: " + over_long,
          "40: " + over_long},
-        {&described_t::behind_groups, record(9), "43: strings of the group: no record of type 2",
-         "43: strings of the group: no record of type 2", ""},
-        {&described_t::behind_groups, record(1, record(2, {0x00013700})),
-         "43: protocols: no record of type 1", "43: protocols: no record of type 1",
-         "43: protocols: no record of type 1"},
+        {&described_t::behind_groups, record(9), "", "", ""},
+        {&described_t::behind_groups, record(1, record(2, {0x00013700})), no_protocols,
+         no_protocols, no_protocols},
         {&described_t::behind_groups,
          {0x01000001},
          "42: " + over_long,
@@ -128,7 +124,7 @@ TEST(ViewWalks, TakeAnEmptyTextForNone)
     pdb_view_t pdb;
     view_error_t error;
     EXPECT_TRUE(pdb_view_open(bytes, pdb, error)) << error.text;
-    EXPECT_EQ(walk_values(pdb), "42: protocol at offset 12: rule 0: sub-rule 0: attribute 0: "
+    EXPECT_EQ(walk_values(pdb), "42: protocol at byte 12: rule 0: sub-rule 0: attribute 0: "
                                 "attribute name: no text begins here");
 }
 

@@ -11,12 +11,11 @@ namespace
 
 void put_side(std::string &text, const char *key, const model_alias_side_t &side)
 {
-    constexpr const char *ways[] = {"", "cts", "stc", "both"};
     put_key(text, key);
     text += '{';
     put_member(text, "protocol", side.protocol);
     put_member(text, "attr", side.attribute);
-    put_member(text, "way", side.way < std::size(ways) ? ways[side.way] : "");
+    put_member(text, "way", attr_way2str(side.way));
     text += '}';
 }
 

@@ -3,6 +3,7 @@
 #include <new>
 
 #include "description_source.h"
+#include "view_stored.h"
 
 namespace
 {
@@ -64,13 +65,9 @@ bool read_sub_rule(model_reading_t &reading, const view_sub_rule_t &view,
     if (!text_of(reading, view.protocol, "bottom protocol", sub_rule.protocol) ||
         !text_of(reading, view.bottom_protocol, "real bottom protocol", sub_rule.bottom))
         return false;
-    for (uint32_t i = 0; i < view_list_count(view.attributes); ++i) {
-        view_attribute_t attribute;
-        if (!view_attribute_at(view, i, attribute, reading.error) ||
-            !read_attribute(reading, attribute, sub_rule.attributes.emplace_back()))
-            return view_within(reading.error, "attribute %u", i);
-    }
-    return true;
+    return view_each_attribute(view, reading.error, [&](const view_attribute_t &attribute) {
+        return read_attribute(reading, attribute, sub_rule.attributes.emplace_back());
+    });
 }
 
 bool read_rule_tags(model_reading_t &reading, const view_area_t &area, model_rule_t &rule)
@@ -100,13 +97,9 @@ bool read_rule(model_reading_t &reading, const view_rule_t &view, model_rule_t &
     if (!read_texts(reading, view.path, "path", rule.path) ||
         !read_rule_tags(reading, view.tags, rule))
         return false;
-    for (uint32_t i = 0; i < view_list_count(view.sub_rules); ++i) {
-        view_sub_rule_t sub_rule;
-        if (!view_sub_rule_at(view, i, sub_rule, reading.error) ||
-            !read_sub_rule(reading, sub_rule, rule.sub_rules.emplace_back()))
-            return view_within(reading.error, "sub-rule %u", i);
-    }
-    return true;
+    return view_each_sub_rule(view, reading.error, [&](uint32_t, const view_sub_rule_t &sub_rule) {
+        return read_sub_rule(reading, sub_rule, rule.sub_rules.emplace_back());
+    });
 }
 
 void read_numbers(const view_protocol_t &view, model_protocol_t &protocol)

@@ -1,35 +1,21 @@
 #include "description_source.h"
 
-#include "view_parts.h"
+#include "view_stored.h"
 
 namespace
 {
 
-bool add_protocol(description_source_t &source, const view_record_t &record, view_error_t &error)
+bool add_protocol(description_source_t &source, const view_record_t &record,
+                  const view_protocol_t &view, view_error_t &error)
 {
-    view_protocol_t view;
     std::string_view name;
-    if (!view_protocol_open(record.value, view, error) ||
-        !view_pool_require(source.groups.back(), view.name, "name", name, error))
-        return view_within(error, "protocol at offset %zu", record.offset);
+    if (!view_pool_require(source.groups.back(), view.name, "name", name, error))
+        return false;
     source.protocols.push_back(
         {static_cast<uint32_t>(record.offset), static_cast<uint32_t>(record.value.offset),
          static_cast<uint32_t>(record.value.size), static_cast<uint32_t>(source.groups.size() - 1),
          view.id, view.name});
     return true;
-}
-
-bool add_group(description_source_t &source, const view_record_t &record, view_error_t &error)
-{
-    view_group_t group;
-    if (!view_group_open(record.value, group, error))
-        return false;
-    source.groups.push_back(group.pool);
-    view_cursor_t cursor = view_walk(group.protocols);
-    for (view_record_t entry; view_next(cursor, entry);)
-        if (entry.type == TLV_TYPE_PROTO && !add_protocol(source, entry, error))
-            return false;
-    return view_walk_sound(cursor, error);
 }
 
 } // namespace
@@ -41,11 +27,15 @@ bool description_source_open(const pdb_view_t &pdb, description_source_t &source
     source.file = pdb.file;
     source.main = pdb_view_main_strings(pdb);
     source.has_main = pdb_view_has(pdb, TLV_TYPE_ROOT_STRING);
-    view_cursor_t cursor = view_walk(pdb_view_root(pdb, TLV_TYPE_ROOT_PROTODESCS));
-    for (view_record_t record; view_next(cursor, record);)
-        if (record.type == TLV_TYPE_PROTOGROUP && !add_group(source, record, error))
-            return false;
-    return view_walk_sound(cursor, error);
+    return view_each_group(
+        pdb_view_root(pdb, TLV_TYPE_ROOT_PROTODESCS), error,
+        [&](const view_record_t &, const view_group_t &group) {
+            source.groups.push_back(group.pool);
+            return view_each_protocol(
+                group, error, [&](const view_record_t &record, const view_protocol_t &protocol) {
+                    return add_protocol(source, record, protocol, error);
+                });
+        });
 }
 
 model_strings_t source_strings(const description_source_t &source,

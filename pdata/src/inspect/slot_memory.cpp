@@ -1,6 +1,7 @@
 #include "slot_memory.h"
 
 #include "format_scope.h"
+#include "view_stored.h"
 
 namespace
 {
@@ -71,19 +72,17 @@ bool pass_rule(slots_t &slots, const model_strings_t &strings, const view_rule_t
                            protocol,
                            static_cast<uint32_t>(slots.bits.size()),
                            false});
-    for (uint32_t i = 0; i < view_list_count(rule.sub_rules); ++i) {
-        view_sub_rule_t sub_rule;
+    return view_each_sub_rule(rule, error, [&](uint32_t i, const view_sub_rule_t &sub_rule) {
         std::string_view bottom;
-        if (!view_sub_rule_at(rule, i, sub_rule, error) ||
-            !view_pool_require(strings.group, sub_rule.bottom_protocol, "real bottom protocol",
+        if (!view_pool_require(strings.group, sub_rule.bottom_protocol, "real bottom protocol",
                                bottom, error))
-            return view_within(error, "sub-rule %u", i);
+            return false;
         const bool has_attributes = view_list_count(sub_rule.attributes) != 0;
         slots.bits.push_back(format_scope_bit(bottom));
         slots.rules.back().says_itself |= i == 0 && has_attributes;
         pass_sub_rule(slots, has_attributes, i == 0, slot++);
-    }
-    return true;
+        return true;
+    });
 }
 
 bool pass_protocol(slots_t &slots, const description_source_t &source, uint32_t protocol,
@@ -95,13 +94,9 @@ bool pass_protocol(slots_t &slots, const description_source_t &source, uint32_t 
     if (!source_protocol_open(source, place, view, error))
         return false;
     const model_strings_t strings = source_strings(source, place);
-    for (uint32_t i = 0; i < view_list_count(view.rules); ++i) {
-        view_rule_t rule;
-        if (!view_rule_at(view, i, rule, error) ||
-            !pass_rule(slots, strings, rule, protocol, slot, error))
-            return view_within(error, "rule %u", i);
-    }
-    return true;
+    return view_each_rule(view, error, [&](uint32_t, const view_rule_t &rule) {
+        return pass_rule(slots, strings, rule, protocol, slot, error);
+    });
 }
 
 /// The keys that rules are stored with.

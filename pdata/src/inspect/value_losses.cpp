@@ -23,8 +23,7 @@ using loss_key_t = std::tuple<std::string_view, std::string_view, uint32_t>;
 std::string subject_of(const loss_key_t &key)
 {
     const auto &[protocol, attribute, way] = key;
-    return std::string(protocol) + ':' + std::string(attribute) +
-           (way == ATTR_WAY_CTS ? " cts" : " stc");
+    return std::string(protocol) + ':' + std::string(attribute) + ' ' + attr_way2str(way);
 }
 
 std::string place_of(const view_stored_value_t &value)
@@ -160,14 +159,16 @@ std::string lost_range(lost_ranges_t &known, const pdb_attr_properties_t &row,
     return found->second;
 }
 
-/// Returns the matchers that have preempts.
-std::set<loss_key_t> matchers_with_preempts(const pdb_view_t &pdb)
+/// The texts of the matchers that have preempts.
+using matchers_t = std::map<loss_key_t, matcher_texts_t>;
+
+matchers_t matchers_with_preempts(const pdb_view_t &pdb)
 {
-    std::set<loss_key_t> matchers;
+    matchers_t matchers;
     each_value(pdb, [&](const loss_key_t &key, const pdb_attr_properties_t &row,
                         const view_stored_value_t &value) {
         if (value.preempt && row.proper_type == MATCHER_TYPE_STREAM)
-            matchers.insert(key);
+            matchers.try_emplace(key);
     });
     return matchers;
 }
@@ -193,13 +194,14 @@ void range_losses(const pdb_view_t &pdb, std::vector<view_limit_t> &limits)
 
 void preempt_losses(const pdb_view_t &pdb, std::vector<view_limit_t> &limits)
 {
-    for (const loss_key_t &wanted : matchers_with_preempts(pdb)) {
-        matcher_texts_t matcher;
-        each_value(pdb, [&](const loss_key_t &key, const pdb_attr_properties_t &row,
-                            const view_stored_value_t &value) {
-            if (key == wanted)
-                add_value(matcher, row, value);
-        });
-        add_matcher_losses(matcher, wanted, limits);
-    }
+    matchers_t matchers = matchers_with_preempts(pdb);
+    if (matchers.empty())
+        return;
+    each_value(pdb, [&](const loss_key_t &key, const pdb_attr_properties_t &row,
+                        const view_stored_value_t &value) {
+        if (const auto found = matchers.find(key); found != matchers.end())
+            add_value(found->second, row, value);
+    });
+    for (const auto &[key, matcher] : matchers)
+        add_matcher_losses(matcher, key, limits);
 }

@@ -2,8 +2,7 @@
 
 #include <new>
 
-#include "view_description.h"
-#include "view_parts.h"
+#include "view_stored.h"
 
 namespace
 {
@@ -110,51 +109,28 @@ bool is_looked_for(const view_pool_t &pool, const view_attribute_t &attribute)
     return false;
 }
 
-bool rule_is_looked_for(const view_pool_t &pool, const view_rule_t &rule, bool &found,
-                        view_error_t &error)
+bool count_rule(const view_pool_t &pool, const view_rule_t &rule, uint32_t &count,
+                view_error_t &error)
 {
-    found = false;
-    for (uint32_t i = 0; i < view_list_count(rule.sub_rules) && !found; ++i) {
-        view_sub_rule_t sub_rule;
-        if (!view_sub_rule_at(rule, i, sub_rule, error))
-            return false;
-        for (uint32_t j = 0; j < view_list_count(sub_rule.attributes) && !found; ++j) {
-            view_attribute_t attribute;
-            if (!view_attribute_at(sub_rule, j, attribute, error))
-                return false;
-            found = is_looked_for(pool, attribute);
-        }
-    }
+    bool found = false;
+    const auto look = [&](const view_attribute_t &attribute) {
+        found = found || is_looked_for(pool, attribute);
+        return true;
+    };
+    if (!view_each_sub_rule(rule, error, [&](uint32_t, const view_sub_rule_t &sub_rule) {
+            return view_each_attribute(sub_rule, error, look);
+        }))
+        return false;
+    count += found ? 1 : 0;
     return true;
 }
 
-bool count_rules(const view_pool_t &pool, const view_area_t &value, uint32_t &count,
+bool count_rules(const view_pool_t &pool, const view_protocol_t &protocol, uint32_t &count,
                  view_error_t &error)
 {
-    view_protocol_t protocol;
-    if (!view_protocol_open(value, protocol, error))
-        return false;
-    for (uint32_t i = 0; i < view_list_count(protocol.rules); ++i) {
-        view_rule_t rule;
-        bool found = false;
-        if (!view_rule_at(protocol, i, rule, error) ||
-            !rule_is_looked_for(pool, rule, found, error))
-            return false;
-        count += found ? 1 : 0;
-    }
-    return true;
-}
-
-bool count_group_rules(const view_area_t &value, uint32_t &count, view_error_t &error)
-{
-    view_group_t group;
-    if (!view_group_open(value, group, error))
-        return false;
-    view_cursor_t protocols = view_walk(group.protocols);
-    for (view_record_t record; view_next(protocols, record);)
-        if (record.type == TLV_TYPE_PROTO && !count_rules(group.pool, record.value, count, error))
-            return false;
-    return true;
+    return view_each_rule(protocol, error, [&](uint32_t, const view_rule_t &rule) {
+        return count_rule(pool, rule, count, error);
+    });
 }
 
 } // namespace
@@ -193,10 +169,15 @@ bool sound_rule_count(const pdb_view_t &pdb, view_error_t &error)
 {
     uint32_t count = 0;
     view_error_t unread;
-    view_cursor_t groups = view_walk(pdb_view_root(pdb, TLV_TYPE_ROOT_PROTODESCS));
-    for (view_record_t record; view_next(groups, record);)
-        if (record.type == TLV_TYPE_PROTOGROUP && !count_group_rules(record.value, count, unread))
-            return true; // nothing to hold the rules against
+    if (!view_each_group(pdb_view_root(pdb, TLV_TYPE_ROOT_PROTODESCS), unread,
+                         [&](const view_record_t &, const view_group_t &group) {
+                             return view_each_protocol(
+                                 group, unread,
+                                 [&](const view_record_t &, const view_protocol_t &protocol) {
+                                     return count_rules(group.pool, protocol, count, unread);
+                                 });
+                         }))
+        return true; // nothing to hold the rules against
     return count == pdb.rules.nr_rule ||
            view_fail(error, VIEW_COUNT, pdb.rules.paths.offset,
                      "%u rules, where the descriptions have %u with values", pdb.rules.nr_rule,

@@ -2,7 +2,7 @@
 
 #include "format_types.h"
 #include "format_values.h"
-#include "view_description.h"
+#include "view_stored.h"
 
 namespace
 {
@@ -45,64 +45,32 @@ bool count_sub_rule(const view_pool_t &pool, const view_sub_rule_t &sub_rule, vi
     std::string_view protocol;
     if (!text_at(pool, sub_rule.protocol, protocol, error))
         return false;
-    for (uint32_t i = 0; i < view_list_count(sub_rule.attributes); ++i) {
-        view_attribute_t attribute;
-        if (!view_attribute_at(sub_rule, i, attribute, error) ||
-            !count_attribute(pool, protocol, attribute, totals, error))
-            return false;
-    }
-    return true;
+    return view_each_attribute(sub_rule, error, [&](const view_attribute_t &attribute) {
+        return count_attribute(pool, protocol, attribute, totals, error);
+    });
 }
 
-bool count_rule(const view_pool_t &pool, const view_rule_t &rule, view_totals_t &totals,
-                view_error_t &error)
-{
-    ++totals.rules;
-    for (uint32_t i = 0; i < view_list_count(rule.sub_rules); ++i) {
-        view_sub_rule_t sub_rule;
-        if (!view_sub_rule_at(rule, i, sub_rule, error) ||
-            !count_sub_rule(pool, sub_rule, totals, error))
-            return false;
-    }
-    return true;
-}
-
-bool count_protocol(const view_pool_t &pool, const view_area_t &value, view_totals_t &totals,
+bool count_protocol(const view_pool_t &pool, const view_protocol_t &protocol, view_totals_t &totals,
                     view_error_t &error)
 {
-    view_protocol_t protocol;
-    if (!view_protocol_open(value, protocol, error))
-        return false;
     ++totals.protocols;
-    for (uint32_t i = 0; i < view_list_count(protocol.rules); ++i) {
-        view_rule_t rule;
-        if (!view_rule_at(protocol, i, rule, error) || !count_rule(pool, rule, totals, error))
-            return false;
-    }
-    return true;
-}
-
-bool count_group(const view_area_t &value, view_totals_t &totals, view_error_t &error)
-{
-    view_group_t group;
-    if (!view_group_open(value, group, error))
-        return false;
-    totals.strings += view_pool_count(group.pool);
-    view_cursor_t protocols = view_walk(group.protocols);
-    for (view_record_t record; view_next(protocols, record);)
-        if (record.type == TLV_TYPE_PROTO &&
-            !count_protocol(group.pool, record.value, totals, error))
-            return view_within(error, "protocol at byte %zu", record.offset);
-    return view_walk_sound(protocols, error);
+    return view_each_rule(protocol, error, [&](uint32_t, const view_rule_t &rule) {
+        ++totals.rules;
+        return view_each_sub_rule(rule, error, [&](uint32_t, const view_sub_rule_t &sub_rule) {
+            return count_sub_rule(pool, sub_rule, totals, error);
+        });
+    });
 }
 
 } // namespace
 
 bool view_totals_count(const view_area_t &root, view_totals_t &totals, view_error_t &error)
 {
-    view_cursor_t groups = view_walk(root);
-    for (view_record_t record; view_next(groups, record);)
-        if (!count_group(record.value, totals, error))
-            return false;
-    return view_walk_sound(groups, error);
+    return view_each_group(root, error, [&](const view_record_t &, const view_group_t &group) {
+        totals.strings += view_pool_count(group.pool);
+        return view_each_protocol(group, error,
+                                  [&](const view_record_t &, const view_protocol_t &protocol) {
+                                      return count_protocol(group.pool, protocol, totals, error);
+                                  });
+    });
 }

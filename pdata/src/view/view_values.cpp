@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "view_description.h"
+#include "view_stored.h"
 
 namespace
 {
@@ -33,58 +33,26 @@ bool walk_attribute(value_walk_t &walk, const view_attribute_t &attribute)
 
 bool walk_sub_rule(value_walk_t &walk, const view_sub_rule_t &sub_rule)
 {
-    if (!view_pool_require(walk.strings, sub_rule.protocol, "bottom protocol", walk.next.bottom,
-                           walk.error))
-        return false;
-    for (uint32_t i = 0; i < view_list_count(sub_rule.attributes); ++i) {
-        view_attribute_t attribute;
-        if (!view_attribute_at(sub_rule, i, attribute, walk.error) ||
-            !walk_attribute(walk, attribute))
-            return view_within(walk.error, "attribute %u", i);
-    }
-    return true;
+    return view_pool_require(walk.strings, sub_rule.protocol, "bottom protocol", walk.next.bottom,
+                             walk.error) &&
+           view_each_attribute(sub_rule, walk.error, [&](const view_attribute_t &attribute) {
+               return walk_attribute(walk, attribute);
+           });
 }
 
-bool walk_rule(value_walk_t &walk, const view_rule_t &rule)
+bool walk_protocol(value_walk_t &walk, const view_protocol_t &protocol)
 {
-    walk.next.preempt = rule.preempt != 0;
-    for (uint32_t i = 0; i < view_list_count(rule.sub_rules); ++i) {
-        view_sub_rule_t sub_rule;
-        walk.next.sub_rule = i;
-        if (!view_sub_rule_at(rule, i, sub_rule, walk.error) || !walk_sub_rule(walk, sub_rule))
-            return view_within(walk.error, "sub-rule %u", i);
-    }
-    return true;
-}
-
-bool walk_protocol(value_walk_t &walk, const view_record_t &record)
-{
-    view_protocol_t protocol;
-    if (!view_protocol_open(record.value, protocol, walk.error) ||
-        !view_pool_require(walk.strings, protocol.name, "name", walk.next.protocol, walk.error))
+    if (!view_pool_require(walk.strings, protocol.name, "name", walk.next.protocol, walk.error))
         return false;
-    for (uint32_t i = 0; i < view_list_count(protocol.rules); ++i) {
-        view_rule_t rule;
-        walk.next.rule = i;
-        if (!view_rule_at(protocol, i, rule, walk.error) || !walk_rule(walk, rule))
-            return view_within(walk.error, "rule %u", i);
-    }
-    return true;
-}
-
-bool walk_group(value_walk_t &walk, const view_area_t &group)
-{
-    view_record_t strings;
-    view_record_t protocols;
-    if (!view_require(group, TLV_TYPE_PROTOGROUP_STRING, "strings", strings, walk.error) ||
-        !view_require(group, TLV_TYPE_PROTOGROUP_PROTOS, "protocols", protocols, walk.error))
-        return false;
-    walk.strings = {strings.value};
-    view_cursor_t cursor = view_walk(protocols.value);
-    for (view_record_t record; view_next(cursor, record);)
-        if (record.type == TLV_TYPE_PROTO && !walk_protocol(walk, record))
-            return view_within(walk.error, "protocol at offset %zu", record.offset);
-    return view_walk_sound(cursor, walk.error);
+    return view_each_rule(protocol, walk.error, [&](uint32_t index, const view_rule_t &rule) {
+        walk.next.rule = index;
+        walk.next.preempt = rule.preempt != 0;
+        return view_each_sub_rule(rule, walk.error,
+                                  [&](uint32_t number, const view_sub_rule_t &sub_rule) {
+                                      walk.next.sub_rule = number;
+                                      return walk_sub_rule(walk, sub_rule);
+                                  });
+    });
 }
 
 } // namespace
@@ -92,11 +60,15 @@ bool walk_group(value_walk_t &walk, const view_area_t &group)
 bool view_values_walk(const pdb_view_t &pdb, const view_value_sink_t &sink, view_error_t &error)
 {
     value_walk_t walk = {{}, sink, error, {}};
-    view_cursor_t cursor = view_walk(pdb_view_root(pdb, TLV_TYPE_ROOT_PROTODESCS));
-    for (view_record_t record; view_next(cursor, record);)
-        if (record.type == TLV_TYPE_PROTOGROUP && !walk_group(walk, record.value))
-            return false;
-    return view_walk_sound(cursor, error);
+    return view_each_group(pdb_view_root(pdb, TLV_TYPE_ROOT_PROTODESCS), error,
+                           [&](const view_record_t &, const view_group_t &group) {
+                               walk.strings = group.pool;
+                               return view_each_protocol(
+                                   group, error,
+                                   [&](const view_record_t &, const view_protocol_t &protocol) {
+                                       return walk_protocol(walk, protocol);
+                                   });
+                           });
 }
 
 bool view_values_read(const pdb_view_t &pdb, std::vector<view_stored_value_t> &values,
