@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "completions.h"
 #include "manual_pages.h"
 
 namespace
@@ -81,6 +82,33 @@ Quietly.
     EXPECT_NE(page.find(".Bd -literal -offset indent\npdata odd\n\\-q file\n.Ed\n"), page.npos);
     EXPECT_TRUE(page.ends_with(".Sh SEE ALSO\n.Xr pdata 1 ,\n.Xr pdata-any 1 ,\n"
                                ".Xr pdata_compiler 1 ,\n.Xr pdata 3 ,\n.Xr pdb 5 ,\n.Xr pdd 5\n"));
+}
+
+TEST(completion, what_a_shell_would_take_for_its_own_is_quoted)
+{
+    manual_command_t command = {"odd", "", "It's a\\b [c]: d", "", {}, {}};
+    command.options = {option("to", "t", "DIR:", "Line one\nline two")};
+    command.options[0].word = MANUAL_WORD_FOLDER;
+    std::string text = "@COMMANDS@";
+    completion_fish(text, {command});
+    EXPECT_EQ(text, R"(complete -c pdata -n __fish_use_subcommand -f -a odd -d 'It\'s a\\b [c]: d'
+complete -c pdata -n '__fish_seen_subcommand_from odd' -l to -s t -x -a '(__fish_complete_directories)' -d 'Line one'
+)");
+    text = "@COMMANDS@@ARGUMENTS@";
+    completion_zsh(text, {command});
+    EXPECT_EQ(text, R"(        'odd:It'\''s a\\b \[c\]\: d'
+    odd)
+        _arguments -s \
+            '*--to[Line one]:DIR\::_files -/' \
+            '*-t[Line one]:DIR\::_files -/'
+        ;;
+)");
+    text = "@COMMANDS@\n@ARGUMENTS@@WORDS@";
+    completion_bash(text, {command});
+    EXPECT_EQ(text, R"(odd
+    "odd --to" | "odd -t") kind=folders ;;
+        "odd -"*) kind=words options='--to -t ' ;;
+)");
 }
 
 TEST(manual_page, a_command_without_a_text_has_none)

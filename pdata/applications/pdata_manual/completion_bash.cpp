@@ -2,30 +2,20 @@
 #include <fmt/ranges.h>
 
 #include "completions.h"
-#include "manual_model.h"
 
 namespace
 {
 
+/// Kinds of what the shell offers, by manual_word_t.
+constexpr std::string_view kinds[] = {"none",  "none",      "files",   "folders",
+                                      "words", "protocols", "matchers"};
+
 /// What the shell is to do for a word, as a branch of "case".
 std::string action_of(const manual_option_t &option)
 {
-    switch (option.word) {
-    case MANUAL_WORD_FOLDER:
-        return "kind=folders";
-    case MANUAL_WORD_CHOICE:
+    if (option.word == MANUAL_WORD_CHOICE)
         return fmt::format("kind=words options='{}'", fmt::join(option.choices, " "));
-    case MANUAL_WORD_PROTOCOL:
-        return "kind=protocols";
-    case MANUAL_WORD_MATCHER:
-        return "kind=matchers";
-    case MANUAL_WORD_FREE:
-        return "kind=none";
-    case MANUAL_WORD_FILE:
-    case MANUAL_WORD_NONE:
-        break;
-    }
-    return "kind=files";
+    return fmt::format("kind={}", kinds[option.word]);
 }
 
 std::string names_of(const std::vector<manual_option_t> &options)
@@ -69,12 +59,12 @@ std::string words_of(const manual_command_t &command)
 
 } // namespace
 
-void completion_bash(std::string &text)
+void completion_bash(std::string &text, const std::vector<manual_command_t> &commands)
 {
     std::string names;
     std::string arguments;
     std::string words;
-    for (const manual_command_t &command : manual_commands()) {
+    for (const manual_command_t &command : commands) {
         names += fmt::format("{}{}", names.empty() ? "" : " ", command.name);
         arguments += arguments_of(command);
         words += words_of(command);

@@ -2,7 +2,6 @@
 #include <fmt/ranges.h>
 
 #include "completions.h"
-#include "manual_model.h"
 
 namespace
 {
@@ -19,25 +18,20 @@ std::string quoted_fish(std::string_view text)
     return made + '\'';
 }
 
+/// What the shell offers behind an option, by manual_word_t; choices stand behind theirs.
+constexpr std::string_view actions[] = {"",
+                                        " -x",
+                                        " -r -F",
+                                        " -x -a '(__fish_complete_directories)'",
+                                        "",
+                                        " -x -a '(__pdata_names protocols)'",
+                                        " -x -a '(__pdata_names matchers)'"};
+
 std::string action_of(const manual_option_t &option)
 {
-    switch (option.word) {
-    case MANUAL_WORD_FILE:
-        return " -r -F";
-    case MANUAL_WORD_FOLDER:
-        return " -x -a '(__fish_complete_directories)'";
-    case MANUAL_WORD_CHOICE:
-        return fmt::format(" -x -a '{}'", fmt::join(option.choices, " "));
-    case MANUAL_WORD_PROTOCOL:
-        return " -x -a '(__pdata_names protocols)'";
-    case MANUAL_WORD_MATCHER:
-        return " -x -a '(__pdata_names matchers)'";
-    case MANUAL_WORD_FREE:
-        return " -x";
-    case MANUAL_WORD_NONE:
-        break;
-    }
-    return "";
+    return option.word == MANUAL_WORD_CHOICE
+               ? fmt::format(" -x -a '{}'", fmt::join(option.choices, " "))
+               : std::string(actions[option.word]);
 }
 
 std::string command_of(const manual_command_t &command)
@@ -59,10 +53,10 @@ std::string command_of(const manual_command_t &command)
 
 } // namespace
 
-void completion_fish(std::string &text)
+void completion_fish(std::string &text, const std::vector<manual_command_t> &commands)
 {
-    std::string commands;
-    for (const manual_command_t &command : manual_commands())
-        commands += command_of(command);
-    completion_fill(text, "@COMMANDS@", commands);
+    std::string made;
+    for (const manual_command_t &command : commands)
+        made += command_of(command);
+    completion_fill(text, "@COMMANDS@", made);
 }

@@ -2,7 +2,6 @@
 #include <fmt/ranges.h>
 
 #include "completions.h"
-#include "manual_model.h"
 
 namespace
 {
@@ -14,31 +13,21 @@ std::string quoted_zsh(std::string_view text)
     for (const char byte : text.substr(0, text.find('\n'))) {
         if (byte == '\'')
             made += "'\\'";
-        if (byte == '[' || byte == ']' || byte == ':' || byte == '\\')
+        if (std::string_view("[]:\\").find(byte) != std::string_view::npos)
             made += '\\';
         made += byte;
     }
     return made;
 }
 
+/// What the shell does for a word, by manual_word_t; choices stand in place of theirs.
+constexpr std::string_view actions[] = {
+    " ", " ", "_files", "_files -/", "", "_pdata_names protocols", "_pdata_names matchers"};
+
 std::string action_of(const manual_option_t &option)
 {
-    switch (option.word) {
-    case MANUAL_WORD_FILE:
-        return "_files";
-    case MANUAL_WORD_FOLDER:
-        return "_files -/";
-    case MANUAL_WORD_CHOICE:
-        return fmt::format("({})", fmt::join(option.choices, " "));
-    case MANUAL_WORD_PROTOCOL:
-        return "_pdata_names protocols";
-    case MANUAL_WORD_MATCHER:
-        return "_pdata_names matchers";
-    case MANUAL_WORD_FREE:
-    case MANUAL_WORD_NONE:
-        break;
-    }
-    return " ";
+    return option.word == MANUAL_WORD_CHOICE ? fmt::format("({})", fmt::join(option.choices, " "))
+                                             : std::string(actions[option.word]);
 }
 
 std::string option_of(const manual_option_t &option)
@@ -76,11 +65,11 @@ std::string command_of(const manual_command_t &command)
 
 } // namespace
 
-void completion_zsh(std::string &text)
+void completion_zsh(std::string &text, const std::vector<manual_command_t> &commands)
 {
     std::string names;
     std::string arguments;
-    for (const manual_command_t &command : manual_commands()) {
+    for (const manual_command_t &command : commands) {
         names += fmt::format("        '{}:{}'\n", command.name, quoted_zsh(command.summary));
         arguments += command_of(command);
     }

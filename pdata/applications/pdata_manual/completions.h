@@ -9,10 +9,12 @@
 #include <string>
 #include <string_view>
 
-/// Fill the frame of a shell.
-void completion_bash(std::string &text);
-void completion_zsh(std::string &text);
-void completion_fish(std::string &text);
+#include "manual_model.h"
+
+/// Fill the frame of a shell with the subcommands.
+void completion_bash(std::string &text, const std::vector<manual_command_t> &commands);
+void completion_zsh(std::string &text, const std::vector<manual_command_t> &commands);
+void completion_fish(std::string &text, const std::vector<manual_command_t> &commands);
 
 /// Puts `made` in place of `word`. Throws std::out_of_range when the frame lacks the word.
 void completion_fill(std::string &text, std::string_view word, std::string_view made);

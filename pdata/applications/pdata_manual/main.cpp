@@ -36,7 +36,7 @@ std::string read_frame(const std::filesystem::path &folder, const std::string &n
 /// Completions: their files, and what fills their frames.
 struct completion_row_t {
     const char *name;
-    void (*fill)(std::string &text);
+    void (*fill)(std::string &text, const std::vector<manual_command_t> &commands);
 };
 
 constexpr completion_row_t completions[] = {
@@ -45,19 +45,19 @@ constexpr completion_row_t completions[] = {
     {"pdata.fish", completion_fish},
 };
 
-void write_completions(const std::filesystem::path &frames, const std::filesystem::path &folder)
+void write_completions(const std::filesystem::path &frames, const std::filesystem::path &folder,
+                       const std::vector<manual_command_t> &commands)
 {
     for (const completion_row_t &row : completions) {
         std::string text = read_frame(frames, row.name);
-        row.fill(text);
+        row.fill(text, commands);
         write_page(folder, row.name, text);
     }
 }
 
-void write_pages(const std::filesystem::path &folder)
+void write_pages(const std::filesystem::path &folder, const std::vector<manual_command_t> &commands)
 {
     std::filesystem::create_directories(folder);
-    const std::vector<manual_command_t> commands = manual_commands();
     write_page(folder, "pdata.1", manual_page_pdata());
     for (const manual_command_t &command : commands)
         write_page(folder, fmt::format("pdata-{}.1", command.name),
@@ -75,8 +75,9 @@ int main(int argc, char **argv)
         return 2;
     }
     try {
-        write_pages(argv[2]);
-        write_completions(argv[1], argv[2]);
+        const std::vector<manual_command_t> commands = manual_commands();
+        write_pages(argv[2], commands);
+        write_completions(argv[1], argv[2], commands);
     } catch (const std::exception &error) {
         fmt::print(stderr, "pdata_manual: {}\n", error.what());
         return 1;

@@ -14,51 +14,35 @@ constexpr const char *introduction =
     "value: words, bytes padded with zeros to whole words, or further records. Texts stand in "
     "string pools and are referred to by the offset of their 2-byte length.";
 
-std::string_view repeat_text(format_repeat_t repeat)
-{
-    switch (repeat) {
-    case FORMAT_IF_ROOM:
-        return ", where the record is long enough";
-    case FORMAT_COUNTED:
-        return ", as often as counted";
-    case FORMAT_ROW:
-        return ", in each row";
-    case FORMAT_REST:
-        return ", to the end of the value";
-    case FORMAT_HALF:
-        return ", in the first half of the rest";
-    case FORMAT_ONCE:
-        break;
-    }
-    return "";
-}
+/// How often a field stands, by format_repeat_t.
+constexpr std::string_view repeat_texts[] = {
+    "",
+    ", where the record is long enough",
+    ", as often as counted",
+    ", in each row",
+    ", to the end of the value",
+    ", in the first half of the rest",
+};
 
 std::string fields_of(const format_record_t &record)
 {
     std::string text;
     for (const format_field_t &field : format_fields_of(record.kind))
-        text += fmt::format(
-            ".It Va {}\n{}", mdoc_word(field.name),
-            mdoc_text(fmt::format("{}, {} {}{}.", field.what, field.bytes,
-                                  field.bytes == 1 ? "byte" : "bytes", repeat_text(field.repeat))));
+        text += fmt::format(".It Va {}\n{}", mdoc_word(field.name),
+                            mdoc_text(fmt::format("{}, {} {}{}.", field.what, field.bytes,
+                                                  field.bytes == 1 ? "byte" : "bytes",
+                                                  repeat_texts[field.repeat])));
     return text.empty() ? text : ".Bl -tag -width Ds -compact\n" + text + ".El\n";
 }
 
+/// What a value is made of, by format_content_t. Records are named, and fields listed behind it.
+constexpr std::string_view content_texts[] = {"", "", "A string pool.", "Bytes.", "No value."};
+
 std::string content_of(const format_record_t &record)
 {
-    switch (record.content) {
-    case FORMAT_CONTENT_RECORDS:
-        return fmt::format("Records: {}.", format_levels()[record.inner].what);
-    case FORMAT_CONTENT_POOL:
-        return "A string pool.";
-    case FORMAT_CONTENT_MARKER:
-        return "No value.";
-    case FORMAT_CONTENT_BYTES:
-        return "Bytes.";
-    case FORMAT_CONTENT_FIELDS:
-        break;
-    }
-    return "";
+    return record.content == FORMAT_CONTENT_RECORDS
+               ? fmt::format("Records: {}.", format_levels()[record.inner].what)
+               : std::string(content_texts[record.content]);
 }
 
 std::string record_of(const format_record_t &record)

@@ -24,6 +24,9 @@ constexpr argument_word_t argument_words[] = {
     {"PROTOCOL", MANUAL_WORD_PROTOCOL}, {"MATCHER", MANUAL_WORD_MATCHER},
 };
 
+/// Type names of numbers.
+constexpr std::string_view number_types[] = {"UINT", "INT", "FLOAT"};
+
 manual_word_t word_of(std::string_view argument)
 {
     const auto row = std::ranges::find(argument_words, argument, &argument_word_t::argument);
@@ -40,13 +43,12 @@ std::vector<std::string> split(std::string_view text, char separator)
     return parts;
 }
 
-/// The names of the record kinds, each once.
+/// The names of the record kinds.
 std::vector<std::string> section_names()
 {
     std::vector<std::string> names;
     for (const format_record_t &record : format_records())
-        if (std::ranges::find(names, record.name) == names.end())
-            names.emplace_back(record.name);
+        names.emplace_back(record.name);
     return names;
 }
 
@@ -57,11 +59,11 @@ void take_argument(manual_option_t &made, std::string_view type)
     const std::string_view check =
         colon == std::string_view::npos ? std::string_view() : type.substr(colon + 1);
     std::string argument(type.substr(0, colon));
-    if (argument == "TEXT" && check.starts_with('{') && check.ends_with('}')) {
+    if (argument == "TEXT" && check.starts_with('{')) {
         argument = check.substr(1, check.size() - 2);
         std::ranges::replace(argument, ',', '|');
     }
-    if (argument == "UINT" || argument == "INT" || argument == "FLOAT")
+    if (std::ranges::find(number_types, argument) != std::end(number_types))
         argument = "N";
     made.argument = argument == "TEXT" ? "WORD" : argument;
     made.word = word_of(made.argument);
