@@ -6,6 +6,7 @@
 #include "open_file.h"
 #include "pdb_verify.h"
 #include "save_file.h"
+#include "view_totals.h"
 
 namespace
 {
@@ -24,6 +25,29 @@ void print_lost(console_t &console, const std::string &name, const decompile_los
     if (lost.count != 0)
         console_error(console, "{}: {} cases in which the text compiles to something else", name,
                       lost.count);
+}
+
+/// Prints what was written, what it holds, and what is not in it, as one object.
+void print_document(console_t &console, const decompile_options_t &options,
+                    const input_file_t &file, const pdb_view_t &pdb, const decompile_lost_t &lost)
+{
+    view_totals_t totals;
+    view_error_t error;
+    if (!view_totals_count(pdb_view_root(pdb, TLV_TYPE_ROOT_PROTODESCS), totals, error))
+        throw std::bad_alloc(); // it was read to its end before
+    json_document_t document = json_document("decompile");
+    document["file"] = json_text(file.name);
+    document["output"] = json_text(options.output);
+    for (const auto &[key, path] :
+         {std::pair{"aliases", &options.aliases}, {"tags", &options.tags}})
+        document[key] = path->empty() ? json_document_t() : json_text(*path);
+    document["protocols"] = totals.protocols;
+    document["rules"] = totals.rules;
+    document["values"] = totals.values;
+    document["lost"] = {{"cases", lost.count}, {"first", json_document_t::array()}};
+    for (const std::string &one : lost.first)
+        document["lost"]["first"].push_back(json_text(one));
+    console_document(console, document);
 }
 
 /// Makes the text, of which is known that it can be made.
@@ -48,6 +72,8 @@ bool save_part(console_t &console, const input_file_t &file, const std::string &
 
 exit_status_t decompile_run(const decompile_options_t &options, console_t &console)
 {
+    if (report_mixes(console, {options.output, options.aliases, options.tags}, "description"))
+        return EXIT_STATUS_USAGE;
     input_file_t file;
     if (!open_file(console, options.file, file))
         return EXIT_STATUS_FILE;
@@ -64,6 +90,8 @@ exit_status_t decompile_run(const decompile_options_t &options, console_t &conso
         !save_part(console, file, options.tags, out.tags, "tag table") ||
         !save_made(console, options.output, make_text, &pdb))
         return EXIT_STATUS_FILE;
+    if (console.format == OUTPUT_JSON)
+        print_document(console, options, file, pdb, out.lost);
     return out.lost.count == 0 ? EXIT_STATUS_FINE : EXIT_STATUS_FINDINGS;
 }
 

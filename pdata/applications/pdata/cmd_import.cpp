@@ -178,10 +178,8 @@ exit_status_t import_lists(import_run_t &run)
 
 exit_status_t import_run(const import_options_t &options, console_t &console)
 {
-    if (console.format == OUTPUT_JSON && options.output == "-") {
-        console_message(console, "standard output can be the description or its report");
+    if (report_mixes(console, {options.output}, "description"))
         return EXIT_STATUS_USAGE;
-    }
     import_run_t run = {options, console, {}, {}, {}, {}, {}, {}};
     return import_lists(run);
 }

@@ -16,9 +16,29 @@ struct schema_options_t {
     std::string output = "-";
 };
 
+/// Prints what was written, or why nothing was, as one object. A schema that goes to standard
+/// output stands in it.
+void print_document(console_t &console, const schema_options_t &options, std::string_view rules,
+                    const std::string &text, bool made)
+{
+    json_document_t document = json_document("schema");
+    document["kind"] = options.kind;
+    document["rules"] = rules.empty() ? json_document_t() : json_text(rules);
+    document["output"] = json_text(options.output);
+    document["written"] = made;
+    document["findings"] = json_document_t::array();
+    if (!made)
+        document["findings"].push_back(
+            {{"level", "error"}, {"file", json_text(rules)}, {"text", json_text(text)}});
+    else if (options.output == "-")
+        document["document"] = json_document_t::parse(text);
+    console_document(console, document);
+}
+
 exit_status_t schema_run(const schema_options_t &options, console_t &console)
 {
     const schema_kind_t &kind = *schema_kind(options.kind);
+    const bool json = console.format == OUTPUT_JSON;
     input_file_t file;
     std::string_view rules;
     if (kind.rule_file != nullptr && options.cfg.empty()) {
@@ -33,9 +53,15 @@ exit_status_t schema_run(const schema_options_t &options, console_t &console)
     if (!schema_text(kind, rules, text)) {
         pdata_memory_watch_expect(memory);
         console_error(console, "{}: {}", file.name, text);
+        if (json)
+            print_document(console, options, file.name, text, false);
         return EXIT_STATUS_FINDINGS;
     }
-    return save_file(console, options.output, text) ? EXIT_STATUS_FINE : EXIT_STATUS_FILE;
+    if (!(json && options.output == "-") && !save_file(console, options.output, text))
+        return EXIT_STATUS_FILE;
+    if (json)
+        print_document(console, options, file.name, text, true);
+    return EXIT_STATUS_FINE;
 }
 
 } // namespace

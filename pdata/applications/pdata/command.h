@@ -17,7 +17,7 @@ struct command_t {
     const char *name;
     const char *audience;                     ///< heading of its group in the help
     const char *summary;                      ///< one line, without a full stop
-    std::span<const output_format_t> formats; ///< forms of its output, the default first
+    std::span<const output_format_t> formats; ///< forms of its output: text, JSON and more
     const char *example;                      ///< a command line that works, and what it says
     /// Adds the options to the parser of the subcommand and returns what to run; the values that
     /// the options fill live as long as that function.

@@ -21,8 +21,6 @@ void declare_formats(CLI::App &app, const command_t &command, console_t &console
         names[format_names[format]] = format;
         shown += (shown.empty() ? "" : "|") + std::string(format_names[format]);
     }
-    if (names.size() < 2)
-        return;
     app.add_option_function<std::string>(
            "--output-format",
            [names, &console](const std::string &name) { console.format = names.at(name); },
@@ -31,10 +29,8 @@ void declare_formats(CLI::App &app, const command_t &command, console_t &console
             return names.contains(name) ? std::string() : name + " is none of " + shown;
         })
         ->type_name(shown);
-    if (names.contains("json"))
-        app.add_flag_callback(
-            "--json", [&console] { console.format = OUTPUT_JSON; },
-            "The same as --output-format json");
+    app.add_flag_callback(
+        "--json", [&console] { console.format = OUTPUT_JSON; }, "The same as --output-format json");
 }
 
 void declare_command(CLI::App &program, const command_t &command, command_choice_t &choice,

@@ -12,7 +12,6 @@ constexpr const char *operators = "For operators who ship pdbs";
 constexpr output_format_t text_json[] = {OUTPUT_TEXT, OUTPUT_JSON};
 constexpr output_format_t test_formats[] = {OUTPUT_TEXT, OUTPUT_JSON, OUTPUT_TAP, OUTPUT_JUNIT};
 constexpr output_format_t check_formats[] = {OUTPUT_TEXT, OUTPUT_JSON, OUTPUT_SARIF};
-constexpr output_format_t text_only[] = {OUTPUT_TEXT};
 
 } // namespace
 
@@ -33,7 +32,7 @@ std::span<const command_t> command_table()
         {"import", authors, "Lists of domains, hosts, addresses or ports as a description",
          text_json, "  pdata import domains list.txt --name mine --category web -o mine.pdd",
          import_declare},
-        {"schema", authors, "JSON Schema of a kind of document, for editors", text_only,
+        {"schema", authors, "JSON Schema of a kind of document, for editors", text_json,
          "  pdata schema pdd -o pdd.schema.json", schema_declare},
         {"list", operators, "What is in a pdb: parts, protocols, matchers, rules", text_json,
          "  pdata list example.pdb", list_declare},
@@ -46,11 +45,11 @@ std::span<const command_t> command_table()
         {"classify", operators, "Captures and logs in, classified flows out", text_json,
          "  pdata classify loadable.pdb eve.json --only unknown", classify_declare},
         {"decompile", operators, "A pdb back into a description that compiles to the same records",
-         text_only, "  pdata decompile loadable.pdb -o protocols.pdd", decompile_declare},
+         text_json, "  pdata decompile loadable.pdb -o protocols.pdd", decompile_declare},
         {"diff", operators, "What two pdbs say differently: protocols, rules, values", text_json,
          "  pdata diff --stat released.pdb new.pdb", diff_declare},
         {"report", operators,
-         "One page about a pdb: what needs action, what is in it, how full it is", text_only,
+         "One page about a pdb: what needs action, what is in it, how full it is", text_json,
          "  pdata report loadable.pdb -o report.html --tests traffic.tsv", report_declare},
     };
     return table;

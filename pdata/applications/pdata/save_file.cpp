@@ -1,5 +1,6 @@
 #include "save_file.h"
 
+#include <algorithm>
 #include <cerrno>
 
 #include "output_file.h"
@@ -72,6 +73,15 @@ bool save_file(console_t &console, const std::string &path, std::string_view tex
     output_error_t error;
     const bool added = output_add(output, path.c_str(), {&bytes, 1}, OUTPUT_TO_DISK, error);
     return is_saved(console, path, added, output, error);
+}
+
+bool report_mixes(console_t &console, std::initializer_list<std::string_view> paths,
+                  std::string_view what)
+{
+    const bool mixed = console.format == OUTPUT_JSON && std::ranges::count(paths, "-") != 0;
+    if (mixed)
+        console_error(console, "standard output can be the {} or its report", what);
+    return mixed;
 }
 
 bool save_made(console_t &console, const std::string &path,

@@ -1,11 +1,18 @@
 /// Writing the files that subcommands make.
 #pragma once
 
+#include <initializer_list>
+
 #include "console.h"
 
 /// Writes a file whole or not at all (output_file.h), or prints it for "-". Returns false after a
 /// message when it cannot be written.
 [[nodiscard]] bool save_file(console_t &console, const std::string &path, std::string_view text);
+
+/// Tells, after a message, whether standard output would be both the report of a run, in JSON, and
+/// `what`, which goes to one of `paths`.
+[[nodiscard]] bool report_mixes(console_t &console, std::initializer_list<std::string_view> paths,
+                                std::string_view what);
 
 /// Takes the pieces of a text, one behind the other.
 struct save_sink_t {

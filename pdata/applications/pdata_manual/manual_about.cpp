@@ -36,10 +36,12 @@ constexpr about_row_t about_rows[] = {
     {"import", "Makes a description of lists of domains, hosts, addresses or ports. What the "
                "format cannot say is listed and ends with status 1; nothing is left out in "
                "silence."},
-    {"schema", "Prints a JSON Schema of a kind of document, made from the rules that the compiler "
-               "checks it with, for editors that complete and check while one types. The kinds are "
-               "descriptions (pdd), tag tables (tags), matcher aliases (aliases), and the pattern "
-               "and address tables of a configuration (psa, ipbt)."},
+    {"schema",
+     "Prints a JSON Schema of a kind of document, made from the rules that the compiler "
+     "checks it with, for editors that complete and check while one types. The kinds are "
+     "descriptions (pdd), tag tables (tags), matcher aliases (aliases), and the pattern "
+     "and address tables of a configuration (psa, ipbt). As JSON it is one object, in which the "
+     "schema stands unless it goes to a file."},
     {"list", "Shows what is in a pdb: its parts, its matchers with their engines, and on demand "
              "its protocols, rules and values by name."},
     {"dump", "Shows every byte of a pdb once: where it stands, the field that it belongs to, its "
@@ -52,15 +54,18 @@ constexpr about_row_t about_rows[] = {
     {"classify", "Says for each flow of captures and logs which protocol and rule it belongs to, "
                  "and what it was recognised by. Captures go through tshark, which must be "
                  "installed."},
-    {"decompile", "Turns a pdb back into a description. Compiled again with the configuration that "
-                  "made it, the description gives the same records; where a pdb does not keep "
-                  "enough for that, the text says so in place."},
+    {"decompile",
+     "Turns a pdb back into a description. Compiled again with the configuration that "
+     "made it, the description gives the same records; where a pdb does not keep "
+     "enough for that, the text says so in place. As JSON one object says what was written and "
+     "what is lost; the text then goes to a file."},
     {"diff", "Says what two pdbs say differently, by protocol, rule and value. Rules are paired by "
              "what is in them, so that one that has moved is no difference."},
     {"report",
      "Writes one page of HTML about one or two pdbs: what needs action first, then totals, "
      "protocols, rules, values, matchers and limits. The page needs no other file and no "
-     "network. Of two pdbs it also says what the second says differently."},
+     "network. Of two pdbs it also says what the second says differently. As JSON "
+     "one object says what the page says first."},
 };
 
 } // namespace
