@@ -33,10 +33,9 @@ pdata_result pdata_flow_new(pdata_db *db, uint32_t flags, pdata_flow **flow)
 
 void pdata_flow_free(pdata_flow *flow)
 {
-    if (flow == nullptr)
-        return;
-    pdata_db_release(flow->db);
-    delete flow;
+    const std::unique_ptr<pdata_flow> freed(flow);
+    if (flow != nullptr)
+        pdata_db_release(flow->db);
 }
 
 void pdata_flow_reset(pdata_flow *flow)
@@ -116,10 +115,9 @@ pdata_result pdata_source_new(pdata_db *db, pdata_source **source)
 
 void pdata_source_free(pdata_source *source)
 {
-    if (source == nullptr)
-        return;
-    pdata_db_release(source->db);
-    delete source;
+    const std::unique_ptr<pdata_source> freed(source);
+    if (source != nullptr)
+        pdata_db_release(source->db);
 }
 
 pdata_result pdata_source_replace(pdata_source *source, pdata_db *db)

@@ -81,8 +81,7 @@ std::vector<match_begins_t> match_make_begins(const pdata_db &db)
     std::vector<match_begins_t> made(db.matchers.size());
     for (size_t i = 0; i < made.size(); ++i) {
         const view_pattern_t &pattern = db.matchers[i].view.pattern;
-        made[i].plain = make_prefixes(pattern.aho_corasick.rows);
-        made[i].offsets = make_prefixes(pattern.ahoff_corasick.rows);
+        made[i].prefixes = make_prefixes(match_automaton(pattern).rows);
         made[i].dots = make_offsets(pattern.dot_prefix.rows);
     }
     return made;
@@ -91,7 +90,7 @@ std::vector<match_begins_t> match_make_begins(const pdata_db &db)
 uint32_t match_begin_of(const match_begins_t &begins, const view_aho_corasick_t &engine,
                         uint32_t state, uint32_t id, uint32_t end)
 {
-    const std::vector<match_prefix_t> &prefixes = engine.ahoff ? begins.offsets : begins.plain;
+    const std::vector<match_prefix_t> &prefixes = begins.prefixes;
     uint32_t length = prefixes[state].length;
     for (uint32_t at = prefixes[state].behind;
          prefixes[at].length < length && holds(engine, at, id, end); at = prefixes[at].behind)

@@ -46,12 +46,18 @@ struct match_matcher_t {
     std::vector<match_expression_t> expressions;
     std::vector<uint32_t> always; ///< checks that are tried on all data
     match_jump_t suffix_jump;
-    std::vector<uint8_t>
-        skips[2]; ///< of the plain and the offset-aware automaton, see MATCH_SKIP_TABLE
+    std::vector<uint8_t> skips; ///< of the automaton, see MATCH_SKIP_TABLE
     pdata_kind kind = PDATA_BYTES;
     bool forwards = false;       ///< it has an engine that goes from the front
     bool is_suffix_tree = false; ///< without anything else, pieces or second checks
 };
+
+/// Returns the automaton of a stream matcher, which has a plain or an offset-aware one; without
+/// rows where it has neither.
+inline const view_aho_corasick_t &match_automaton(const view_pattern_t &pattern)
+{
+    return pattern.ahoff_corasick.rows.nr_row != 0 ? pattern.ahoff_corasick : pattern.aho_corasick;
+}
 
 /// What a state of an automaton stands for: a prefix of patterns.
 struct match_prefix_t {
@@ -61,9 +67,8 @@ struct match_prefix_t {
 
 /// What tells where the patterns of a matcher begin.
 struct match_begins_t {
-    std::vector<match_prefix_t> plain;   ///< by state of the plain automaton
-    std::vector<match_prefix_t> offsets; ///< by state of the offset-aware one
-    std::vector<uint16_t> dots;          ///< by node of the dot-prefix matcher: the place itself
+    std::vector<match_prefix_t> prefixes; ///< by state of the automaton
+    std::vector<uint16_t> dots;           ///< by node of the dot-prefix matcher: the place itself
 };
 
 /// An attribute under which values are handed over.

@@ -90,8 +90,7 @@ std::vector<uint32_t> match_items_of(const match_matcher_t &matcher)
         return ids;
     }
     const view_pattern_t &pattern = matcher.view.pattern;
-    collect_automaton(pattern.aho_corasick, ids);
-    collect_automaton(pattern.ahoff_corasick, ids);
+    collect_automaton(match_automaton(pattern), ids);
     collect_rows(pattern.prefix_tree.rows, RADIX_ITEM_COLUMN, pattern.prefix_tree.items, ids);
     collect_rows(pattern.suffix_tree.rows, RADIX_ITEM_COLUMN, pattern.suffix_tree.items, ids);
     collect_rows(pattern.dot_prefix.rows, DOT_PREFIX_ITEM_COLUMN, pattern.dot_prefix.items, ids);

@@ -77,8 +77,8 @@ std::vector<uint8_t> make_skips(const view_aho_corasick_t &engine)
 /// Tells whether a matcher has an engine that goes from the front.
 bool goes_forwards(const view_pattern_t &pattern)
 {
-    return pattern.aho_corasick.rows.nr_row != 0 || pattern.ahoff_corasick.rows.nr_row != 0 ||
-           pattern.prefix_tree.rows.nr_row != 0 || pattern.dot_prefix.rows.nr_row != 0;
+    return match_automaton(pattern).rows.nr_row != 0 || pattern.prefix_tree.rows.nr_row != 0 ||
+           pattern.dot_prefix.rows.nr_row != 0;
 }
 
 /// Makes the indexes of a stream matcher; what its table of the suffix tree takes goes off `room`.
@@ -91,8 +91,7 @@ void index_stream(match_matcher_t &matcher, size_t &room)
                     room, matcher.suffix_jump);
     matcher.is_suffix_tree = !matcher.forwards && matcher.groups.empty() && matcher.checks.empty();
     room -= match_jump_bytes(matcher.suffix_jump);
-    matcher.skips[0] = make_skips(pattern.aho_corasick);
-    matcher.skips[1] = make_skips(pattern.ahoff_corasick);
+    matcher.skips = make_skips(match_automaton(pattern));
 }
 
 bool open_matcher(pdata_db &db, const view_record_t &record, size_t &jump_room, view_error_t &error)
@@ -139,7 +138,7 @@ size_t match_index_bytes(const pdata_db &db)
     for (const match_matcher_t &matcher : db.matchers)
         bytes += bytes_of(matcher.roles) + bytes_of(matcher.groups) + bytes_of(matcher.checks) +
                  bytes_of(matcher.always) + match_jump_bytes(matcher.suffix_jump) +
-                 bytes_of(matcher.skips[0]) + bytes_of(matcher.skips[1]);
+                 bytes_of(matcher.skips);
     return bytes;
 }
 

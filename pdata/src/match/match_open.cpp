@@ -191,5 +191,5 @@ pdata_db *pdata_db_hold(pdata_db *db)
 void pdata_db_release(pdata_db *db)
 {
     if (db != nullptr && db->holds.fetch_sub(1, std::memory_order_acq_rel) == 1)
-        delete db;
+        std::default_delete<pdata_db>()(db);
 }

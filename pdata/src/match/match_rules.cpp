@@ -63,7 +63,7 @@ public:
     {
         if (cell == PDB_PROTOCOL_MAP_EMPTY)
             return 0;
-        if (cell != last_cell || last == 0) {
+        if (cell != last_cell) {
             last_cell = cell;
             last = match_find_protocol(db, view_rules_name(db.view.rules, cell));
         }

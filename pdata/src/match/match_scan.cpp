@@ -127,38 +127,39 @@ void pass_byte(pdata_flow &flow, const match_value_t &value, uint32_t at)
     }
 }
 
-/// The engines that go from the front, side by side, so that pieces are found in the order of
-/// their ends.
+// A matcher has an automaton, and beside it a prefix tree or a dot-prefix matcher, never both. They
+// go side by side, so that pieces are found in the order of their ends.
+
+void scan_beside_dots(pdata_flow &flow, const match_value_t &value, automaton_run_t &run)
+{
+    begin_nodes(flow.room);
+    flow.room.nodes[0].push_back(0);
+    begin(flow, value, run);
+    for (uint32_t at = 0; at < value.data.size() && !flow.room.nodes[0].empty(); ++at) {
+        go_on(flow, value, run, at + 1);
+        pass_byte(flow, value, at);
+    }
+}
+
+void scan_beside_prefixes(pdata_flow &flow, const match_value_t &value, automaton_run_t &run)
+{
+    const view_pattern_t &pattern = value.matcher.view.pattern;
+    match_walk_t prefix{pattern.prefix_tree, false, (pattern.algo & PATTERN_ALGO_ICASE) != 0};
+    begin(flow, value, run);
+    match_walk_report(flow, value, prefix);
+    while (match_walk_step(value, prefix)) {
+        go_on(flow, value, run, prefix.at);
+        match_walk_report(flow, value, prefix);
+    }
+}
+
 void scan_forwards(pdata_flow &flow, const match_value_t &value)
 {
     const view_pattern_t &pattern = value.matcher.view.pattern;
-    const auto size = static_cast<uint32_t>(value.data.size());
-    automaton_run_t plain{pattern.aho_corasick, value.matcher.skips[0]};
-    automaton_run_t offsets{pattern.ahoff_corasick, value.matcher.skips[1]};
-    match_walk_t prefix{pattern.prefix_tree, false, (pattern.algo & PATTERN_ALGO_ICASE) != 0};
+    automaton_run_t run{match_automaton(pattern), value.matcher.skips};
     const bool dots = pattern.dot_prefix.rows.nr_row != 0;
-    if (dots) {
-        begin_nodes(flow.room);
-        flow.room.nodes[0].push_back(0);
-    }
-    begin(flow, value, plain);
-    begin(flow, value, offsets);
-    match_walk_report(flow, value, prefix);
-    bool walking = match_walk_step(value, prefix);
-    for (uint32_t at = 0; at < size;) {
-        const bool alone = plain.engine.rows.nr_row == 0 || offsets.engine.rows.nr_row == 0;
-        const uint32_t until = walking ? prefix.at : size;
-        const uint32_t next = alone && !dots ? until : at + 1;
-        go_on(flow, value, plain, next);
-        go_on(flow, value, offsets, next);
-        if (dots && !flow.room.nodes[0].empty())
-            pass_byte(flow, value, at);
-        at = next;
-        if (walking && at == prefix.at) {
-            match_walk_report(flow, value, prefix);
-            walking = match_walk_step(value, prefix);
-        }
-    }
+    (dots ? scan_beside_dots : scan_beside_prefixes)(flow, value, run);
+    go_on(flow, value, run, static_cast<uint32_t>(value.data.size()));
 }
 
 } // namespace

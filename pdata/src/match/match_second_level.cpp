@@ -69,8 +69,8 @@ void compile_checks(match_matcher_t &matcher)
         }
         std::string_view text;
         match_expression_t expression;
-        if (!view_pool_get(matcher.view.values, check.value, text) ||
-            !match_expression_compile(text, icase, expression))
+        (void)view_pool_get(matcher.view.values, check.value, text);
+        if (!match_expression_compile(text, icase, expression))
             continue;
         check.expression = static_cast<uint32_t>(matcher.expressions.size());
         matcher.expressions.push_back(std::move(expression));
