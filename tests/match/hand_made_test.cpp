@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <string>
 
 #include "pdata.hpp"
@@ -11,10 +12,10 @@
 namespace
 {
 
-pdata::database opened(const parts_t &parts)
+pdata::database opened(const parts_t &parts, uint32_t flags = 0)
 {
     const std::vector<uint8_t> bytes = pdb_of(parts);
-    return pdata::database::open_memory(bytes.data(), bytes.size(), PDATA_OPEN_COPY);
+    return pdata::database::open_memory(bytes.data(), bytes.size(), PDATA_OPEN_COPY | flags);
 }
 
 TEST(hand_made, is_described)
@@ -135,6 +136,9 @@ TEST(hand_made, nothing_is_asked_of_nothing)
     pdata_flow *flow = nullptr;
     pdata_source *source = nullptr;
     pdata_finding finding;
+    pdata_db_info info;
+    uint32_t number = 0;
+    pdata_text name;
     EXPECT_EQ(pdata_db_hold(nullptr), nullptr);
     EXPECT_EQ(pdata_db_attribute(nullptr, "tcp", "host", PDATA_STC), 0u);
     EXPECT_EQ(pdata_db_attribute(db.get(), nullptr, "host", PDATA_STC), 0u);
@@ -154,6 +158,16 @@ TEST(hand_made, nothing_is_asked_of_nothing)
     EXPECT_EQ(pdata_db_rule(nullptr, 1, &rule), PDATA_R_ARGUMENT);
     EXPECT_EQ(pdata_db_rule(db.get(), 1, nullptr), PDATA_R_ARGUMENT);
     EXPECT_EQ(pdata_db_rule(db.get(), 3, &rule), PDATA_R_UNKNOWN);
+    EXPECT_EQ(pdata_db_matcher(db.get(), 0, &matcher), PDATA_R_UNKNOWN);
+    EXPECT_EQ(pdata_db_item(db.get(), 0, &item), PDATA_R_UNKNOWN);
+    EXPECT_EQ(pdata_db_rule_tag(nullptr, 1, 0, &number, &name), PDATA_R_ARGUMENT);
+    EXPECT_EQ(pdata_db_rule_tag(db.get(), 1, 0, nullptr, &name), PDATA_R_ARGUMENT);
+    EXPECT_EQ(pdata_db_rule_tag(db.get(), 1, 0, &number, nullptr), PDATA_R_ARGUMENT);
+    EXPECT_EQ(pdata_db_rule_tag(db.get(), 3, 0, &number, &name), PDATA_R_UNKNOWN);
+    pdata_db_describe(db.get(), nullptr);
+    info.nr_rule = 7;
+    pdata_db_describe(nullptr, &info);
+    EXPECT_EQ(info.nr_rule, 0u);
     EXPECT_EQ(pdata_db_item(nullptr, 1, &item), PDATA_R_ARGUMENT);
     EXPECT_EQ(pdata_db_item(db.get(), 1, nullptr), PDATA_R_ARGUMENT);
     EXPECT_EQ(pdata_db_item(db.get(), 3, &item), PDATA_R_UNKNOWN);
@@ -184,6 +198,55 @@ TEST(hand_made, nothing_is_asked_of_nothing)
     pdata_source_free(nullptr);
 }
 
+TEST(hand_made, a_flow_takes_no_data_and_no_room_that_are_not_there)
+{
+    const pdata::database db = opened(offset_parts());
+    const pdata_attribute host = db.attribute("tcp", "host", PDATA_STC);
+    pdata::flow flow(db);
+    EXPECT_EQ(pdata_flow_add_bytes(flow.get(), host, nullptr, 1, 0), PDATA_R_ARGUMENT);
+    EXPECT_EQ(pdata_flow_add_bytes(flow.get(), host, "x", UINT32_MAX, 0), PDATA_R_ARGUMENT);
+    EXPECT_EQ(pdata_flow_add_bytes(flow.get(), host, nullptr, 0, 0), PDATA_R_OK);
+    flow.add(host, "xb");
+    EXPECT_EQ(pdata_flow_rules(flow.get(), nullptr, 8), 1u);
+    EXPECT_EQ(pdata_flow_finding_at(flow.get(), 0, nullptr), PDATA_R_ARGUMENT);
+    const pdata::database next = opened(offset_parts());
+    pdata_source *source = nullptr;
+    ASSERT_EQ(pdata_source_new(next.get(), &source), PDATA_R_OK);
+    EXPECT_EQ(pdata_flow_renew(flow.get(), source, nullptr), PDATA_R_OK);
+    EXPECT_EQ(pdata_flow_db(flow.get()), next.get());
+    pdata_source_free(source);
+}
+
+TEST(hand_made, every_result_has_its_text)
+{
+    const char *const texts[] = {
+        "fine",        "wrong argument",     "out of memory", "file error",
+        "damaged pdb", "not a loadable pdb", "no such thing", "value of the wrong kind"};
+    int result = PDATA_R_OK;
+    for (const char *text : texts)
+        EXPECT_STREQ(pdata_result_text(static_cast<pdata_result>(result++)), text);
+    EXPECT_STREQ(pdata_result_text(static_cast<pdata_result>(result)), "unknown result");
+}
+
+// Types: numbers of 8, 16, 32 and 64 bits, addresses. There are no values.
+TEST(hand_made, matchers_of_numbers_have_their_width)
+{
+    const std::array<uint32_t, 3> rows[] = {{3, 8, 1},  {4, 16, 2}, {5, 32, 4},
+                                            {6, 64, 8}, {7, 32, 4}, {8, 128, 16}};
+    for (const auto &[type, width, bytes] : rows) {
+        parts_t parts = offset_parts();
+        const word_list empty =
+            bytes < 4
+                ? blob(16, join({blob(13, word_list(bytes == 1 ? 128 : 32768)), blob(14, {0})}))
+                : blob(17, join({blob(42, {bytes, 0}), blob(43, word_list(64)), blob(44, {}),
+                                 blob(45, {}), blob(46, {0})}));
+        parts.numbers = join({record(1, {type, 0}), record(2, join({blob(15, {type}), empty}))});
+        pdata_matcher_info info;
+        ASSERT_EQ(pdata_db_matcher(opened(parts).get(), 1, &info), PDATA_R_OK) << type;
+        EXPECT_EQ(info.width, width);
+    }
+}
+
 /// The name of tag 17 of a rule, in a pdb whose table of tags has these words.
 std::string tag_of(uint32_t load_state, const word_list &tags)
 {
@@ -192,7 +255,7 @@ std::string tag_of(uint32_t load_state, const word_list &tags)
     parts.main_strings = {0x00026162, 0x00026364}; // ab at 0, cd at 4
     parts.tags = {1, 0, 1, 17};
     parts.behind_pdb = record(9, tags);
-    const pdata::database db = opened(parts);
+    const pdata::database db = opened(parts, PDATA_OPEN_TRUSTED);
     uint32_t number = 0;
     pdata_text name;
     EXPECT_EQ(pdata_db_rule_tag(db.get(), 1, 0, &number, &name), PDATA_R_OK);
@@ -211,6 +274,7 @@ TEST(hand_made, tags_have_their_names_in_either_order)
     EXPECT_EQ(tag_of(loaded_be, {0, 5, 4, 17}), "cd");
     EXPECT_EQ(tag_of(loaded_le, {0, 0x05000000, 0x04000000, 0x11000000}), "cd");
     EXPECT_EQ(tag_of(loadable, {0, 5, 4, 6}), "");
+    EXPECT_EQ(tag_of(loadable, {99, 17, 4, 17}), "cd") << "no text at 99";
 }
 
 // The rule lies on two protocols; a flow that says which it has must say both.

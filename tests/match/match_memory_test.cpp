@@ -1,10 +1,11 @@
 /// Memory: a flow allocates when it is made and never again, and every allocation of the library
 /// may fail.
 #include "failing_alloc.h"
-#include "match_database.h"
+#include "match_flow.h"
 #include "match_run.h"
 #include "random_pdb.h"
 #include "rounds.h"
+#include "view_sections.h"
 
 namespace
 {
@@ -96,6 +97,47 @@ TEST(match_memory, every_index_counts)
     db.rules.resize(3);
     EXPECT_EQ(grown(), 3 * sizeof(match_rule_t));
     EXPECT_EQ(match_check_bytes(db), 0U);
+}
+
+/// What marks belong to, they are marked with a number: those of old flows, values and steps must
+/// not come back when the numbers start again.
+TEST(match_memory, numbers_of_flows_values_and_steps_may_start_again)
+{
+    const std::vector<uint8_t> bytes = pdb_of(offset_parts());
+    const pdata::database db = pdata::database::open_memory(bytes.data(), bytes.size());
+    const pdata_attribute host = db.attribute("tcp", "host", PDATA_STC);
+    pdata::flow flow(db);
+    match_room_t &room = flow.get()->room;
+    flow.add_protocol(1);
+    EXPECT_EQ(room.protocols[1], room.flow_serial);
+    room.flow_serial = UINT32_MAX;
+    flow.reset();
+    EXPECT_NE(room.protocols[1], room.flow_serial);
+    flow.add(host, "xb"); // the first value, of two steps
+    for (uint32_t left = 0; left < 3; ++left) {
+        flow.reset();
+        room.serial = UINT32_MAX;
+        room.node_step = UINT32_MAX - left;
+        flow.add(host, "xb");
+        EXPECT_EQ(flow.rules(), std::vector<pdata_rule>{1}) << left;
+    }
+}
+
+/// The same of pieces: that the first one was found in the first value is forgotten.
+TEST(match_memory, pieces_of_the_first_value_do_not_come_back)
+{
+    parts_t parts = parts_with_a_lost_piece();
+    parts.entries = {1, 0, 0x02010100, 0, 1, 0, 0x02020100, 0}; // y, then z
+    const std::vector<uint8_t> bytes = pdb_of(parts);
+    const pdata::database db = pdata::database::open_memory(bytes.data(), bytes.size());
+    const pdata_attribute host = db.attribute("tcp", "host", PDATA_STC);
+    pdata::flow flow(db);
+    flow.add(host, "y");
+    flow.get()->room.serial = UINT32_MAX;
+    flow.add(host, "z");
+    EXPECT_TRUE(flow.rules().empty());
+    flow.add(host, "yz");
+    EXPECT_EQ(flow.rules(), std::vector<pdata_rule>{1});
 }
 
 TEST(match_memory, every_failed_allocation_is_told)

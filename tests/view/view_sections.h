@@ -16,12 +16,15 @@ inline const word_list no_dot_prefix =
 struct parts_t {
     word_list load_state = {0x02000002};
     word_list main_strings = {};
+    word_list descriptions = record(1);
     word_list version = {1, 540, 3, 0x312E3500};
     word_list meta = {0, 6, 2};
     word_list engines = join({blob(18, {14}), blob(19, {}), blob(21, {}), blob(22, {})});
     word_list entries = {1, 0, 2, 0};
+    word_list values = {0x00022E2A}; ///< ".*" at 0
     word_list behind_values = {};
     word_list numbers = {}; ///< where given, the parts of a matcher of numbers instead
+    word_list behind_matcher = {};
     word_list names = {0x00037463, 0x70000004, 0x686F7374}; ///< tcp at 0, host at 6
     word_list behind_names = {};
     uint32_t nr_rule = 1;
@@ -38,10 +41,11 @@ inline word_list matchers_of(const parts_t &parts)
 {
     const word_list patterns =
         join({record(1, {1, 40}), record(3, parts.engines), record(4, parts.entries),
-              record(5, {0x00022E2A}), parts.behind_values});
+              record(5, parts.values), parts.behind_values});
     const word_list &data = parts.numbers.empty() ? patterns : parts.numbers;
     const word_list matcher = record(1, join({record(1, parts.meta), record(2, data)}));
-    return record(4, join({record(1, matcher), record(2, parts.names), parts.behind_names}));
+    return record(4, join({record(1, join({matcher, parts.behind_matcher})), record(2, parts.names),
+                           parts.behind_names}));
 }
 
 inline word_list rules_of(const parts_t &parts)
@@ -54,7 +58,7 @@ inline word_list rules_of(const parts_t &parts)
 inline std::vector<uint8_t> pdb_of(const parts_t &parts)
 {
     return stored(
-        join({record(12, parts.load_state), record(1), record(3, parts.main_strings),
+        join({record(12, parts.load_state), parts.descriptions, record(3, parts.main_strings),
               record(6, parts.version), matchers_of(parts), rules_of(parts), parts.behind_pdb}));
 }
 
