@@ -117,7 +117,7 @@ TEST(tlv_sink, grows_with_the_output)
             const std::vector<uint8_t> sample = bytes("00000012 00000008 0102 'a'b'c 000000");
             ten_samples.insert(ten_samples.end(), sample.begin(), sample.end());
         }
-        EXPECT_TRUE(tlv_sink_finish(growing));
+        tlv_sink_finish(growing);
         EXPECT_EQ(buf, ten_samples) << expected;
     }
 }
@@ -132,7 +132,6 @@ TEST(tlv_sink, counts_on_without_memory_to_grow)
     const size_t before = growing.offset;
     emit_sample(growing);
     EXPECT_EQ(growing.offset, before + 16);
-    EXPECT_FALSE(tlv_sink_finish(growing));
     EXPECT_TRUE(buf.empty());
 }
 

@@ -47,11 +47,8 @@ bool tlv_sink_grow(tlv_sink_t &sink, size_t size)
     return false;
 }
 
-bool tlv_sink_finish(tlv_sink_t &sink)
+void tlv_sink_finish(tlv_sink_t &sink)
 {
-    if (sink.failed)
-        return false;
     sink.grown->resize(sink.offset);
     sink.size = sink.offset;
-    return true;
 }

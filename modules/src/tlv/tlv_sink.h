@@ -53,8 +53,8 @@ inline tlv_sink_t tlv_sink_writing(std::span<uint8_t> buf)
 /// buffer and counts on.
 tlv_sink_t tlv_sink_growing(csa_buf_t &buf, size_t expected);
 
-/// Cuts the buffer of a growing sink to what was emitted. Returns false when the sink has failed.
-[[nodiscard]] bool tlv_sink_finish(tlv_sink_t &sink);
+/// Cuts the buffer of a growing sink, which has not failed, to what was emitted.
+void tlv_sink_finish(tlv_sink_t &sink);
 
 /// Makes the buffer of a growing sink hold `size` bytes at least; false when there is no memory.
 [[nodiscard]] bool tlv_sink_grow(tlv_sink_t &sink, size_t size);

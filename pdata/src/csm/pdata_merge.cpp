@@ -82,11 +82,8 @@ pdata_status_t pdata_merge_serialize(pdata_commit *commit, pdb_t *pdb_out)
     pdb_out->pdb_tlv = nullptr;
     pdb_out->pdb_tlv_len = 0;
     PDATA_TRY(pdata_update_commit(commit));
-    const size_t size = pdata_update_get_size(*commit);
-    if (size == 0)
-        return pdata_fail(PDATA_ERR_PLU, "Failed to get buffer size to serialize final PDB.\n");
     csa_buf_t buf;
-    if (!csa_buf_alloc(buf, size))
+    if (!csa_buf_alloc(buf, pdata_update_get_size(*commit)))
         return PDATA_ERR_NO_MEMORY;
     size_t written;
     PDATA_TRY(pdata_update_serialize(*commit, buf, &written));

@@ -34,13 +34,11 @@ pdata_status_t set_record(pdb_t *pdb, pdb_type_t type, csa_buf_t &&buf)
     return pdb_header_set(pdb, type, std::move(buf)) ? PDATA_SUCCESS : PDATA_ERR_NO_MEMORY;
 }
 
-/// Counts a record that was just made.
-pdata_status_t count_record(serialization_t &run)
+/// Counts a record that was just made. There are six of them at most.
+void count_record(serialization_t &run)
 {
-    if (run.n >= PDB_LIST_DIM - 1)
-        return PDATA_ERR_OVERFLOW;
+    static_assert(6 < PDB_LIST_DIM);
     ++run.n;
-    return PDATA_SUCCESS;
 }
 
 pdata_status_t serialize_pairs(matcher_alias_build_t *matcher_alias, pdb_t *pdb)
@@ -55,8 +53,6 @@ pdata_status_t serialize_pairs(matcher_alias_build_t *matcher_alias, pdb_t *pdb)
         return PDATA_ERR_NO_MEMORY;
     uint8_t *end = nullptr;
     PDATA_TRY(matcher_alias_serialize(matcher_alias, buf.data(), size / 4, &end));
-    if (end != buf.data() + buf.size())
-        return PDATA_ERR_INVALID_ARGUMENT;
     return set_record(pdb, PDB_TYPE_MATCHER_ALIAS, std::move(buf));
 }
 
@@ -70,7 +66,8 @@ pdata_status_t pdata_serialize_matcher_alias_pdm(serialization_t &run)
         PDATA_SUCCESS)
         return PDATA_ERR_PRAGMAR;
     PDATA_TRY(pdata_serialize_matcher_alias_pairs(&run.matcher_alias, next_record(run)));
-    return count_record(run);
+    count_record(run);
+    return PDATA_SUCCESS;
 }
 
 pdata_status_t pdata_serialize_tag_table_json(serialization_t &run, std::string_view pdm,
@@ -84,8 +81,7 @@ pdata_status_t pdata_serialize_tag_table_json(serialization_t &run, std::string_
     csa_buf_t buf;
     if (!csa_buf_alloc(buf, size_t{size} + 4))
         return PDATA_ERR_NO_MEMORY;
-    uint32_t offset = 0;
-    PDATA_TRY(tlv_push_type_len(TLV_TYPE_ROOT_TAGS, size / 4, buf.data(), &offset));
+    tlv_set(buf.data(), tlv_header(TLV_TYPE_ROOT_TAGS, size / 4));
     uint32_t written = 0;
     PDATA_TRY(tag_table_serialize(*table, std::span(buf).subspan(4), &written));
     if (written != size)
@@ -100,7 +96,8 @@ pdata_status_t pdata_serialize_tag_table_pdm(serialization_t &run)
         return PDATA_SUCCESS;
     PDATA_TRY(pdata_serialize_tag_table_json(run, pdm,
                                              cfg_text(run, PDATA_META_SEM, PDATA_TYPE_TAG_TABLE)));
-    return count_record(run);
+    count_record(run);
+    return PDATA_SUCCESS;
 }
 
 /// The documents of the configuration that belong into the pdb.
@@ -129,23 +126,22 @@ pdata_status_t serialize_default_aliases(serialization_t &run, const pdb_t &pdb_
         matcher_alias_build_pairs(root, &run.hstring, &run.matcher_alias, aliases,
                                   static_cast<uint32_t>(aliases.size() / MATCHER_ALIAS_PAIR_SIZE)));
     PDATA_TRY(pdata_serialize_matcher_alias_pairs(&run.matcher_alias, next_record(run)));
-    return count_record(run);
+    count_record(run);
+    return PDATA_SUCCESS;
 }
 
 /// Emits the root record of the protocols.
 pdata_status_t emit_protogroup(protodesc_group_t *group, csa_buf_t &buf)
 {
     tlv_sink_t sink = tlv_sink_growing(buf, protodesc_group_expected(*group));
-    const size_t root = tlv_open_record(sink);
-    const size_t header = tlv_open_record(sink);
+    const protodesc_headers_t headers = protodesc_open_root(sink);
     PDATA_TRY(protodesc_group_emit(group, sink));
     if (sink.failed)
         return pdata_fail(PDATA_ERR_NO_MEMORY,
                           "protocol_serializer: cannot allocate protogroup buffer.\n");
     PDATA_TRY(protodesc_group_finish(*group));
-    PDATA_TRY(tlv_close_record(sink, header, TLV_TYPE_PROTOGROUP));
-    PDATA_TRY(tlv_close_record(sink, root, TLV_TYPE_ROOT_PROTODESCS));
-    return tlv_sink_finish(sink) ? PDATA_SUCCESS : PDATA_ERR_NO_MEMORY;
+    tlv_sink_finish(sink);
+    return protodesc_close_root(sink, headers);
 }
 
 pdata_status_t pdata_serialize_protogroup_json(serialization_t &run, const pdd_t &pdd,
@@ -182,11 +178,12 @@ pdata_status_t serialize_records(serialization_t &run, const pdd_t &pdd, const p
     PDATA_TRY(supplies_aliases(pdb_default) ? serialize_default_aliases(run, *pdb_default)
                                             : pdata_serialize_pdm(run));
     PDATA_TRY(pdata_serialize_protogroup_json(run, pdd, proto_sem_type));
-    PDATA_TRY(count_record(run));
+    count_record(run);
     PDATA_TRY(pdata_serialize_main_hstring(run.hstring, next_record(run)));
-    PDATA_TRY(count_record(run));
+    count_record(run);
     PDATA_TRY(pdata_serialize_load(next_record(run), TLV_TYPE_LOAD_UNLOADABLE));
-    return count_record(run);
+    count_record(run);
+    return PDATA_SUCCESS;
 }
 
 } // namespace
@@ -215,9 +212,8 @@ pdata_status_t pdata_serialize_load(pdb_t *pdb, uint32_t value)
     csa_buf_t buf;
     if (!csa_buf_alloc(buf, 8))
         return PDATA_ERR_NO_MEMORY;
-    uint32_t offset = 0;
-    PDATA_TRY(tlv_push_type_len(TLV_TYPE_ROOT_LOAD, 1, buf.data(), &offset));
-    PDATA_TRY(tlv_push_val(value, buf.data(), &offset));
+    tlv_set(buf.data(), tlv_header(TLV_TYPE_ROOT_LOAD, 1));
+    tlv_set(buf.data() + 4, value);
     return set_record(pdb, PDB_TYPE_LOAD, std::move(buf));
 }
 
@@ -242,7 +238,7 @@ pdata_status_t pdata_serialize_cfg(const pdata_cfg_t *cfg, pdb_list_t *pdb, uint
     tlv_sink_put(sink, static_cast<uint32_t>(padded), 3);
     tlv_sink_put_bytes(sink, text);
     PDATA_TRY(tlv_close_record(sink, root, TLV_TYPE_ROOT_CFG));
-    if (sink.failed || sink.offset != buf.size())
+    if (sink.failed)
         return PDATA_ERR_INVALID_ARGUMENT;
     if (!pdb_header_set(&(*pdb)[*n], PDB_TYPE_CFG, std::move(buf)))
         return PDATA_ERR_NO_MEMORY;

@@ -46,12 +46,12 @@ pdata_status_t matcher_register_number(matcher_build *matcher, const matcher_dat
     return number_status(number_register(matcher->number, {data.left, data.right, item_id}));
 }
 
-pdata_status_t matcher_serialize_meta(const matcher_build &matcher, tlv_sink_t &sink)
+void matcher_serialize_meta(const matcher_build &matcher, tlv_sink_t &sink)
 {
     const size_t header = tlv_open_record(sink);
     tlv_sink_put(sink, matcher.matcher_type, 4);
     tlv_sink_put(sink, matcher.min_data, 4);
-    return tlv_close_record(sink, header, TLV_TYPE_MATCHER_META);
+    tlv_close_short_record(sink, header, TLV_TYPE_MATCHER_META);
 }
 
 pdata_status_t matcher_serialize_number(const matcher_build &matcher, tlv_sink_t &sink)
@@ -111,7 +111,7 @@ pdata_status_t matcher_finalize(matcher_build *matcher)
 
 pdata_status_t matcher_emit(const matcher_build &matcher, tlv_sink_t &sink)
 {
-    PDATA_TRY(matcher_serialize_meta(matcher, sink));
+    matcher_serialize_meta(matcher, sink);
     return is_stream(matcher.matcher_type) ? matcher_serialize_stream(matcher, sink)
                                            : matcher_serialize_number(matcher, sink);
 }

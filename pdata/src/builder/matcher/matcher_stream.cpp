@@ -171,7 +171,8 @@ pdata_status_t matcher_serialize_pattern(const matcher_build &matcher, tlv_sink_
     return tlv_close_record(sink, header, TLV_TYPE_MATCHER_AC);
 }
 
-pdata_status_t matcher_serialize_l2(const matcher_build &matcher, tlv_sink_t &sink)
+/// There are no more entries than private ids: `max_prv_id` of them.
+void matcher_serialize_l2(const matcher_build &matcher, tlv_sink_t &sink)
 {
     const size_t header = tlv_open_record(sink);
     for (const matcher_map_build_t &entry : matcher.map) {
@@ -180,7 +181,7 @@ pdata_status_t matcher_serialize_l2(const matcher_build &matcher, tlv_sink_t &si
         tlv_sink_put(sink, entry.flag, 4);
         tlv_sink_put(sink, entry.re_id, 4);
     }
-    return tlv_close_record(sink, header, TLV_TYPE_MATCHER_L2);
+    tlv_close_short_record(sink, header, TLV_TYPE_MATCHER_L2);
 }
 
 pdata_status_t matcher_serialize_string(const matcher_build &matcher, tlv_sink_t &sink)
@@ -233,6 +234,6 @@ pdata_status_t matcher_register_stream_offset(matcher_build *matcher, const matc
 pdata_status_t matcher_serialize_stream(const matcher_build &matcher, tlv_sink_t &sink)
 {
     PDATA_TRY(matcher_serialize_pattern(matcher, sink));
-    PDATA_TRY(matcher_serialize_l2(matcher, sink));
+    matcher_serialize_l2(matcher, sink);
     return matcher_serialize_string(matcher, sink);
 }

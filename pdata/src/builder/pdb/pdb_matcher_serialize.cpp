@@ -21,7 +21,8 @@ pdata_status_t put_meta(const matcher_key_t &key, hstring_build_t *hstring, tlv_
     PDATA_TRY(pdb_push_string(sink, hstring, key.key_proto));
     PDATA_TRY(pdb_push_string(sink, hstring, key.key_attr));
     tlv_sink_put(sink, key.key_way, 4);
-    return tlv_close_record(sink, header, TLV_TYPE_PDB_MATCHER_META);
+    tlv_close_short_record(sink, header, TLV_TYPE_PDB_MATCHER_META);
+    return PDATA_SUCCESS;
 }
 
 /// Emits the record of a matcher.
@@ -47,16 +48,6 @@ pdata_status_t check_length(uint64_t root_len)
         return pdata_fail(PDATA_ERR_OVERFLOW, REFUSED_TLV_LEN,
                           static_cast<int>(TLV_TYPE_ROOT_MATCHERS),
                           static_cast<int>(TLV_LEN_FIELD_MAX));
-    return PDATA_SUCCESS;
-}
-
-/// Gives the header word of a record whose value stands elsewhere.
-pdata_status_t pdb_push_type_len(uint32_t type, uint32_t len, uint32_t *word)
-{
-    uint8_t header[4];
-    uint32_t offset = 0;
-    PDATA_TRY(tlv_push_type_len(type, len, header, &offset));
-    *word = tlv_get(header);
     return PDATA_SUCCESS;
 }
 
@@ -96,6 +87,7 @@ pdata_status_t pdb_matcher_build_serialize_header(pdb_build_t *pdb_build)
 {
     pdb_build_matchers_t &matchers = pdb_build->pdb_build_tlv.matchers;
     PDATA_TRY(check_length(matchers.root_len));
-    PDATA_TRY(pdb_push_type_len(TLV_TYPE_ROOT_MATCHERS, matchers.root_len, &matchers.root_tlv));
-    return pdb_push_type_len(TLV_TYPE_PDB_MATCHER_LIST, matchers.pdb_len, &matchers.pdb_tlv);
+    matchers.root_tlv = tlv_header(TLV_TYPE_ROOT_MATCHERS, matchers.root_len);
+    matchers.pdb_tlv = tlv_header(TLV_TYPE_PDB_MATCHER_LIST, matchers.pdb_len); // part of the root
+    return PDATA_SUCCESS;
 }

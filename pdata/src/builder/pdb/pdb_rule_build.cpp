@@ -122,10 +122,9 @@ pdata_status_t put_part(tlv_sink_t &sink, uint32_t type, const Emit &emit)
 /// Emits the number of rules and the protocol map.
 pdata_status_t put_protocol_map(const protocol_build_map_t &map, tlv_sink_t &sink)
 {
-    PDATA_TRY(put_part(sink, TLV_TYPE_PDB_RULE_META, [&] {
-        tlv_sink_put(sink, map.map_nr_rule, 4);
-        return PDATA_SUCCESS;
-    }));
+    const size_t meta = tlv_open_record(sink);
+    tlv_sink_put(sink, map.map_nr_rule, 4);
+    tlv_close_short_record(sink, meta, TLV_TYPE_PDB_RULE_META);
     return put_part(sink, TLV_TYPE_PDB_RULE_PROTOCOL_MAP, [&] {
         pdb_protocol_map_emit(map, sink);
         return PDATA_SUCCESS;

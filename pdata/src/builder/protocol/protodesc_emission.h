@@ -30,9 +30,9 @@ struct offset_list_t {
     size_t list;    ///< header of the list
 };
 
-/// Opens a list of `nr` records, whose offsets are a record of type `offsets_type`.
-[[nodiscard]] pdata_status_t open_offset_list(emission_t &out, uint32_t nr, uint32_t offsets_type,
-                                              offset_list_t *list);
+/// Opens a list of `nr` records, whose offsets are a record of type `offsets_type`. No description
+/// has so many rules, sub-rules or attributes that their offsets would be too long for a record.
+void open_offset_list(emission_t &out, uint32_t nr, uint32_t offsets_type, offset_list_t *list);
 
 /// Notes where the next record of the list begins.
 void next_in_list(emission_t &out, offset_list_t *list);

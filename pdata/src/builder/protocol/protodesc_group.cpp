@@ -119,6 +119,18 @@ pdata_status_t protodesc_group_emit(protodesc_group_t *group, tlv_sink_t &sink)
     return status;
 }
 
+protodesc_headers_t protodesc_open_root(tlv_sink_t &sink)
+{
+    const size_t root = tlv_open_record(sink);
+    return {root, tlv_open_record(sink)};
+}
+
+pdata_status_t protodesc_close_root(tlv_sink_t &sink, const protodesc_headers_t &headers)
+{
+    PDATA_TRY(tlv_close_record(sink, headers.group, TLV_TYPE_PROTOGROUP));
+    return tlv_close_record(sink, headers.root, TLV_TYPE_ROOT_PROTODESCS);
+}
+
 pdata_status_t protodesc_group_finish(const protodesc_group_t &group)
 {
     for (const protodesc_remark_t &remark : group.remarks)
@@ -132,7 +144,10 @@ pdata_status_t protodesc_json_get_tlv_size(protodesc_group_t *group, size_t *siz
     const pdata_status_t status = protodesc_group_emit(group, sink);
     *size = sink.offset;
     PDATA_TRY(status);
-    return tlv_sink_finish(sink) ? PDATA_SUCCESS : PDATA_ERR_NO_MEMORY;
+    if (sink.failed)
+        return PDATA_ERR_NO_MEMORY;
+    tlv_sink_finish(sink);
+    return PDATA_SUCCESS;
 }
 
 pdata_status_t protodesc_json_serialize(protodesc_group_t *group, std::span<uint8_t> buf,

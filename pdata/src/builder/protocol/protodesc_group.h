@@ -34,6 +34,19 @@ struct protodesc_group_t {
 /// Returns how many bytes the value of a group is expected to take, from experience.
 size_t protodesc_group_expected(const protodesc_group_t &group);
 
+/// Where the headers around a group lie in a sink.
+struct protodesc_headers_t {
+    size_t root;
+    size_t group;
+};
+
+/// Opens the root record of the protocols and the one group in it.
+protodesc_headers_t protodesc_open_root(tlv_sink_t &sink);
+
+/// Closes both; fails as tlv_close_record.
+[[nodiscard]] pdata_status_t protodesc_close_root(tlv_sink_t &sink,
+                                                  const protodesc_headers_t &headers);
+
 /// The first pass: emits the value of the group into a sink. The texts of the remarks live until
 /// string_list_clean.
 [[nodiscard]] pdata_status_t protodesc_group_emit(protodesc_group_t *group, tlv_sink_t &sink);

@@ -63,8 +63,7 @@ pdata_status_t emit_rules(emission_t &out)
     const std::span<const ruledesc_build_t> slots =
         std::span(out.pb.pb_rules).first(out.pb.pb_nr_sub_rule);
     offset_list_t list;
-    PDATA_TRY(
-        open_offset_list(out, protodesc_get_nr_rule(out.pb), TLV_TYPE_PROTO_RULES_OFFSET, &list));
+    open_offset_list(out, protodesc_get_nr_rule(out.pb), TLV_TYPE_PROTO_RULES_OFFSET, &list);
     for (size_t i = 0; i < slots.size();) {
         size_t end = i + 1;
         while (end < slots.size() && slots[end].rule_id == slots[i].rule_id)
@@ -104,15 +103,13 @@ pdata_status_t emit_tag_string(emission_t &out, csa_str_t str)
     return emit_string_of(out, out.pb.pb_tagtable_hstring, str);
 }
 
-pdata_status_t open_offset_list(emission_t &out, uint32_t nr, uint32_t offsets_type,
-                                offset_list_t *list)
+void open_offset_list(emission_t &out, uint32_t nr, uint32_t offsets_type, offset_list_t *list)
 {
     const size_t header = tlv_open_record(out.sink);
     list->offsets = out.sink.offset;
     (void)tlv_sink_take(out.sink, size_t{nr} * 4); // next_in_list fills them in
-    const pdata_status_t status = tlv_close_record(out.sink, header, offsets_type);
+    tlv_close_short_record(out.sink, header, offsets_type);
     list->list = tlv_open_record(out.sink);
-    return status;
 }
 
 void next_in_list(emission_t &out, offset_list_t *list)

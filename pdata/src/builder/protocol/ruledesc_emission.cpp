@@ -78,7 +78,8 @@ pdata_status_t attrdesc_emit(emission_t &out, const ruledesc_build_t &slot,
     if (attr.attr_name.str_buf != nullptr)
         PDATA_TRY(emit_string(out, attr.attr_name));
     PDATA_TRY(emit_attr_values(out, attr));
-    return tlv_close_record(out.sink, header, type);
+    tlv_close_short_record(out.sink, header, type);
+    return PDATA_SUCCESS;
 }
 
 pdata_status_t emit_sub_rule_meta(emission_t &out, const ruledesc_build_t &slot)
@@ -88,7 +89,8 @@ pdata_status_t emit_sub_rule_meta(emission_t &out, const ruledesc_build_t &slot)
     PDATA_TRY(emit_string(out, slot.rule_bottom_protocol));
     emit_word(out, slot.rule_stc_mindata);
     emit_word(out, slot.rule_cts_mindata);
-    return tlv_close_record(out.sink, header, TLV_TYPE_PROTO_SUB_RULE_META_V2);
+    tlv_close_short_record(out.sink, header, TLV_TYPE_PROTO_SUB_RULE_META_V2);
+    return PDATA_SUCCESS;
 }
 
 pdata_status_t sub_ruledesc_emit(emission_t &out, const ruledesc_build_t &slot)
@@ -96,14 +98,14 @@ pdata_status_t sub_ruledesc_emit(emission_t &out, const ruledesc_build_t &slot)
     const size_t header = tlv_open_record(out.sink);
     PDATA_TRY(emit_sub_rule_meta(out, slot));
     offset_list_t list;
-    PDATA_TRY(
-        open_offset_list(out, slot.rule_nr_attr, TLV_TYPE_PROTO_SUB_RULE_ATTRS_OFFSET, &list));
+    open_offset_list(out, slot.rule_nr_attr, TLV_TYPE_PROTO_SUB_RULE_ATTRS_OFFSET, &list);
     for (uint32_t i = 0; i < slot.rule_nr_attr; ++i) {
         next_in_list(out, &list);
         PDATA_TRY(attrdesc_emit(out, slot, slot.rule_attr[i]));
     }
-    PDATA_TRY(tlv_close_record(out.sink, list.list, TLV_TYPE_PROTO_SUB_RULE_ATTRS));
-    return tlv_close_record(out.sink, header, TLV_TYPE_PROTO_SUB_RULE);
+    tlv_close_short_record(out.sink, list.list, TLV_TYPE_PROTO_SUB_RULE_ATTRS);
+    tlv_close_short_record(out.sink, header, TLV_TYPE_PROTO_SUB_RULE);
+    return PDATA_SUCCESS;
 }
 
 /// A path is empty, or has two elements at least and ends with the protocol itself.
@@ -148,8 +150,9 @@ pdata_status_t emit_rule_meta(emission_t &out, const ruledesc_build_t &slot)
     emit_word(out, slot.rule_fastpass == 1 ? 1 : 0);
     emit_word(out, slot.rule_preempt == 1 ? 1 : 0);
     PDATA_TRY(emit_path_and_tags(out, slot));
-    return tlv_close_record(out.sink, header,
-                            has_vid ? TLV_TYPE_PROTO_RULE_META_V6 : TLV_TYPE_PROTO_RULE_META_V5);
+    tlv_close_short_record(out.sink, header,
+                           has_vid ? TLV_TYPE_PROTO_RULE_META_V6 : TLV_TYPE_PROTO_RULE_META_V5);
+    return PDATA_SUCCESS;
 }
 
 } // namespace
@@ -159,15 +162,15 @@ pdata_status_t ruledesc_emit(emission_t &out, std::span<const ruledesc_build_t> 
     const size_t header = tlv_open_record(out.sink);
     PDATA_TRY(emit_rule_meta(out, slots[0]));
     offset_list_t list;
-    // The status of this list is not looked at; its length is far below any limit.
-    (void)open_offset_list(out, static_cast<uint32_t>(slots.size()),
-                           TLV_TYPE_PROTO_SUB_RULES_OFFSET, &list);
+    open_offset_list(out, static_cast<uint32_t>(slots.size()), TLV_TYPE_PROTO_SUB_RULES_OFFSET,
+                     &list);
     for (const ruledesc_build_t &slot : slots) {
         next_in_list(out, &list);
         PDATA_TRY(sub_ruledesc_emit(out, slot));
     }
-    PDATA_TRY(tlv_close_record(out.sink, list.list, TLV_TYPE_PROTO_SUB_RULES));
-    return tlv_close_record(out.sink, header,
-                            slots[0].rule_ruleorder ? TLV_TYPE_PROTO_RULE_ORDER
-                                                    : TLV_TYPE_PROTO_RULE);
+    tlv_close_short_record(out.sink, list.list, TLV_TYPE_PROTO_SUB_RULES);
+    tlv_close_short_record(out.sink, header,
+                           slots[0].rule_ruleorder ? TLV_TYPE_PROTO_RULE_ORDER
+                                                   : TLV_TYPE_PROTO_RULE);
+    return PDATA_SUCCESS;
 }

@@ -110,8 +110,6 @@ pdata_status_t pdata_update_proto_serialize(pdata_commit_priv *priv, const proto
         return PDATA_ERR_NO_MEMORY;
     tlv_sink_t sink = tlv_sink_writing(proto.proto_tlv);
     PDATA_TRY(protodesc_emit(pb, sink));
-    if (sink.failed || sink.offset != proto_tlvlen)
-        return PDATA_ERR_INVALID_ARGUMENT;
     priv->ci_pg.pg_seria_protos.push_front(std::move(proto));
     priv->ci_proto_size += 4 + proto_tlvlen;
     return PDATA_SUCCESS;

@@ -5,22 +5,23 @@
 namespace
 {
 
-pdata_status_t emit_protos(const pdata_update_pg_t &pg, tlv_sink_t &sink)
+/// The protocols were found to fit into their list one by one.
+void emit_protos(const pdata_update_pg_t &pg, tlv_sink_t &sink)
 {
     const size_t list = tlv_open_record(sink);
     for (const seria_proto &proto : pg.pg_seria_protos) {
         const size_t header = tlv_open_record(sink);
         tlv_sink_put_bytes(
             sink, {reinterpret_cast<const char *>(proto.proto_tlv.data()), proto.proto_tlv.size()});
-        PDATA_TRY(tlv_close_record(sink, header, TLV_TYPE_PROTO));
+        tlv_close_short_record(sink, header, TLV_TYPE_PROTO);
     }
-    return tlv_close_record(sink, list, TLV_TYPE_PROTOGROUP_PROTOS);
+    tlv_close_short_record(sink, list, TLV_TYPE_PROTOGROUP_PROTOS);
 }
 
 pdata_status_t emit_group(const pdata_update_pg_t &pg, tlv_sink_t &sink)
 {
     const size_t header = tlv_open_record(sink);
-    PDATA_TRY(emit_protos(pg, sink));
+    emit_protos(pg, sink);
     PDATA_TRY(hstring_emit(pg.pg_hstring, TLV_TYPE_PROTOGROUP_STRING, sink));
     return tlv_close_record(sink, header, TLV_TYPE_PROTOGROUP);
 }

@@ -26,7 +26,7 @@ pdata_status_t tlv_push_type_len(uint32_t type, uint32_t len, uint8_t *buf, uint
     if (type > TLV_TYPE_MAX)
         return pdata_fail(PDATA_ERR_OVERFLOW, REFUSED_TLV_TYPE, static_cast<int>(type),
                           static_cast<int>(TLV_TYPE_MAX));
-    return tlv_push_val(type << 24 | len, buf, buf_offset);
+    return tlv_push_val(tlv_header(type, len), buf, buf_offset);
 }
 
 pdata_status_t tlv_push_val(uint32_t value, uint8_t *buf, uint32_t *buf_offset)
@@ -109,12 +109,17 @@ pdata_status_t tlv_record_search(uint32_t type, std::span<const uint8_t> area,
 pdata_status_t tlv_close_record(tlv_sink_t &sink, size_t header, uint32_t type)
 {
     tlv_sink_align(sink);
-    const size_t len = (sink.offset - header) / 4 - 1;
-    if (len > TLV_LEN_FIELD_MAX)
+    if ((sink.offset - header) / 4 - 1 > TLV_LEN_FIELD_MAX)
         return pdata_fail(PDATA_ERR_OVERFLOW, REFUSED_TLV_LEN, static_cast<int>(type),
                           static_cast<int>(TLV_LEN_FIELD_MAX));
-    uint8_t nowhere[4];
-    uint32_t start = 0;
-    uint8_t *at = sink.buf == nullptr || sink.failed ? nowhere : sink.buf + header;
-    return tlv_push_type_len(type, static_cast<uint32_t>(len), at, &start);
+    tlv_close_short_record(sink, header, type);
+    return PDATA_SUCCESS;
+}
+
+void tlv_close_short_record(tlv_sink_t &sink, size_t header, uint32_t type)
+{
+    tlv_sink_align(sink);
+    if (sink.buf != nullptr && !sink.failed)
+        tlv_set(sink.buf + header,
+                tlv_header(type, static_cast<uint32_t>((sink.offset - header) / 4 - 1)));
 }

@@ -25,6 +25,12 @@ void tlv_set(uint8_t *buf, uint32_t value);
 /// Returns the word stored at `buf`.
 uint32_t tlv_get(const uint8_t *buf);
 
+/// Returns the header word of a record of `len` words, at most TLV_LEN_FIELD_MAX.
+constexpr uint32_t tlv_header(uint32_t type, uint32_t len)
+{
+    return type << 24 | len;
+}
+
 /// Stores a header at word `*buf_offset` of `buf` and advances the offset. Returns PDATA_SUCCESS,
 /// or PDATA_ERR_OVERFLOW, with a message and nothing written, for a length beyond TLV_LEN_MAX or
 /// a type beyond TLV_TYPE_MAX. A length that passes and exceeds the 24 bits of its field
@@ -79,3 +85,6 @@ inline size_t tlv_open_record(tlv_sink_t &sink)
 /// Returns PDATA_SUCCESS, or PDATA_ERR_OVERFLOW, with a message, for a value that a header cannot
 /// state, also from a sink that only counts.
 [[nodiscard]] pdata_status_t tlv_close_record(tlv_sink_t &sink, size_t header, uint32_t type);
+
+/// The same for a record that the limits of its content keep far below what a header can state.
+void tlv_close_short_record(tlv_sink_t &sink, size_t header, uint32_t type);
