@@ -119,9 +119,7 @@ pdata_status_t ipbt_serialize(const ipbt_streams &streams, std::string_view text
 
 pdata_status_t ipbt_serialize_inputs(const ipbt_streams &streams, const pdata_cfg_t &cfg)
 {
-    for (const pdata_cfg_meta_t &meta : cfg.meta) {
-        if (meta.meta == PDATA_META_END)
-            break;
+    for (const pdata_cfg_meta_t &meta : pdata_cfg_files(cfg)) {
         if (meta.meta != PDATA_META_IPBT || !meta.json)
             continue;
         PDATA_TRY(ipbt_serialize(streams, pdata_cfg_meta_text(&meta)));

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
 #include <string_view>
 
 #include "json_tools.h"
@@ -114,12 +115,9 @@ int v_ipbt_pair_end(json_visitor_t *visitor, json_pair_t *)
     const bool complete = v->has_element || v->state == IPBT_STATE_COMMENT;
     if (!complete)
         return walk_error("IPBT: v_ipbt_pair_end: expected elements before pair end");
-    for (const key_row &row : keys) {
-        if (row.state == v->state) {
-            v->state = row.inside;
-            break;
-        }
-    }
+    const auto *opened = std::find_if(std::begin(keys), std::end(keys),
+                                      [&](const key_row &row) { return row.state == v->state; });
+    v->state = opened->inside; // a pair that began has a row
     return 0;
 }
 

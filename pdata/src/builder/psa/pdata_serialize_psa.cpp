@@ -124,7 +124,7 @@ pdata_status_t find_item_id(const psa_stream &streams, psa_file_t &file, std::st
 pdata_status_t psa_pattern_info_create(const psa_stream &streams, psa_file_t &file, csa_str_t name,
                                        csa_str_t value, pattern_type_t type, pattern_info *info)
 {
-    if (name.str_buf == nullptr || value.str_buf == nullptr)
+    if (name.str_buf == nullptr)
         return pdata_fail(PDATA_ERR_INVALID_ARGUMENT, "PSA : unable to create pattern info.\n");
     info->pattern = value.str_buf;
     info->pattern_len = value.str_len;
@@ -146,7 +146,7 @@ pdata_status_t register_table(const psa_stream &streams, psa_file_t &file,
     return PDATA_SUCCESS;
 }
 
-/// Writes a serialized pattern set as an array.
+/// Writes a serialized pattern set, which is never empty, as an array.
 pdata_status_t psa_write_serialization(const psa_stream &streams, const psa_file_t &file,
                                        std::span<const uint8_t> bytes)
 {
@@ -159,8 +159,6 @@ pdata_status_t psa_write_serialization(const psa_stream &streams, const psa_file
     text_stream_expect(streams.src, bytes.size() * 5); // most numbers have one or two digits
     for (size_t i = 0; i + 1 < bytes.size(); ++i)
         PDATA_TRY(text_stream_put_byte(streams.src, "\t", bytes[i], i % 8 == 7 ? ",\n" : ", "));
-    if (bytes.empty())
-        return PDATA_SUCCESS;
     return text_stream_put_byte(streams.src, "\t", bytes.back(), "\n};\n\n");
 }
 
@@ -189,28 +187,31 @@ pdata_status_t serialize_container(const psa_stream &streams, psa_file_t &file,
     return write_pattern_set(streams, file);
 }
 
-pdata_status_t psa_serialize(const psa_stream &streams, const char *name, std::string_view text)
+pdata_status_t psa_serialize(const psa_stream &streams, psa_file_t &file, std::string_view text)
 {
-    psa_file_t file = {name, {}, {}, {}};
     psa_container_t container;
-    PDATA_TRY(psa_purify_string(name, &file.purified, PSA_NAME_SIZE));
+    PDATA_TRY(psa_purify_string(file.name, &file.purified, PSA_NAME_SIZE));
     PDATA_TRY(read_file(text, &container));
     return serialize_container(streams, file, container);
 }
 
-bool is_psa_file(const pdata_cfg_meta_t &meta)
-{
-    return meta.meta == PDATA_META_PSA && meta.json.has_value();
-}
+/// The names of a file that was written.
+struct psa_written_t {
+    const char *name;
+    std::string purified;
+};
 
 /// Every file: its enumeration and its array.
-pdata_status_t psa_write_buf(const psa_stream &streams, const pdata_cfg_t &cfg)
+pdata_status_t psa_write_buf(const psa_stream &streams, const pdata_cfg_t &cfg,
+                             std::vector<psa_written_t> &written)
 {
     for (const pdata_cfg_meta_t &meta : cfg.meta) {
-        if (!is_psa_file(meta))
+        if (meta.meta != PDATA_META_PSA || !meta.json.has_value())
             continue;
+        psa_file_t file = {meta.name, {}, {}, {}};
         PDATA_TRY(text_stream_print(streams.key, "typedef enum {\n"));
-        PDATA_TRY(psa_serialize(streams, meta.name, pdata_cfg_meta_text(&meta)));
+        PDATA_TRY(psa_serialize(streams, file, pdata_cfg_meta_text(&meta)));
+        written.push_back({file.name, std::move(file.purified)});
         // The name as it stands. Oddity O180.
         PDATA_TRY(text_stream_print(streams.key, "} %s_%s_t;\n\n", "psa_key", meta.name));
     }
@@ -218,29 +219,26 @@ pdata_status_t psa_write_buf(const psa_stream &streams, const pdata_cfg_t &cfg)
 }
 
 /// One file in the closing tables.
-pdata_status_t write_file_case(const psa_stream &streams, const char *name, int number)
+pdata_status_t write_file_case(const psa_stream &streams, const psa_written_t &file, int number)
 {
-    std::string purified;
-    PDATA_TRY(psa_purify_string(name, &purified, PSA_NAME_SIZE));
-    const char *key = purified.c_str();
+    const char *key = file.purified.c_str();
     PDATA_TRY(text_stream_print(streams.src,
                                 "\t\tcase PSA_KEY_%s:\n"
                                 "\t\t\t*serialization = psa_serialization_%s;\n"
                                 "\t\t\t*len = PSA_KEY_%s_SIZE;\n"
                                 "\t\t\tbreak;\n",
-                                key, name, key));
+                                key, file.name, key));
     return text_stream_print(streams.key, "\tPSA_KEY_%s = %d,\n", key, number);
 }
 
 /// The closing tables: the enumeration of the files and the accessor.
-pdata_status_t psa_end_buf(const psa_stream &streams, const pdata_cfg_t &cfg)
+pdata_status_t psa_end_buf(const psa_stream &streams, const std::vector<psa_written_t> &written)
 {
     int nr_file = 0;
     PDATA_TRY(text_stream_print(streams.key, "typedef enum {\n"));
     PDATA_TRY(text_stream_print(streams.src, "%s", ACCESSOR_HEAD));
-    for (const pdata_cfg_meta_t &meta : cfg.meta)
-        if (is_psa_file(meta))
-            PDATA_TRY(write_file_case(streams, meta.name, nr_file++));
+    for (const psa_written_t &file : written)
+        PDATA_TRY(write_file_case(streams, file, nr_file++));
     PDATA_TRY(text_stream_print(streams.key, "\tPSA_KEY_%s = %d,\n} %s_t;\n\n", "NB", nr_file,
                                 "psa_key"));
     PDATA_TRY(text_stream_print(streams.src, "%s", ACCESSOR_TAIL));
@@ -250,8 +248,9 @@ pdata_status_t psa_end_buf(const psa_stream &streams, const pdata_cfg_t &cfg)
 pdata_status_t write_texts(const psa_stream &streams, const pdata_cfg_t &cfg)
 {
     PDATA_TRY(psa_init_buf(streams));
-    PDATA_TRY(psa_write_buf(streams, cfg));
-    return psa_end_buf(streams, cfg);
+    std::vector<psa_written_t> written;
+    PDATA_TRY(psa_write_buf(streams, cfg, written));
+    return psa_end_buf(streams, written);
 }
 
 } // namespace

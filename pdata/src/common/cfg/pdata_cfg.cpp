@@ -1,5 +1,6 @@
 #include "pdata_cfg.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace
@@ -30,13 +31,18 @@ pdata_cfg_t *pdata_cfg_get(const char *)
     return &pdata_cfg_default;
 }
 
+std::span<const pdata_cfg_meta_t> pdata_cfg_files(const pdata_cfg_t &cfg)
+{
+    const auto end = std::find_if(cfg.meta.begin(), cfg.meta.end(),
+                                  [](const auto &row) { return row.meta == PDATA_META_END; });
+    return {cfg.meta.begin(), end};
+}
+
 pdata_cfg_t *pdata_cfg_load_from_file(const char *cfg_name, const char *path,
                                       pdata_cfg_file_read file_read)
 {
     pdata_cfg_t *cfg = pdata_cfg_get(cfg_name);
-    for (pdata_cfg_meta_t &meta : cfg->meta) {
-        if (meta.meta == PDATA_META_END)
-            break;
+    for (pdata_cfg_meta_t &meta : std::span(cfg->meta).first(pdata_cfg_files(*cfg).size())) {
         char filename[PDATA_CFG_FILENAME_MAX + 1];
         const int len =
             std::snprintf(filename, sizeof(filename), "%s/%s.%s", path, meta.name, "json");
@@ -64,12 +70,9 @@ const pdata_cfg_meta_t *pdata_cfg_meta_find(const pdata_cfg_t *cfg, pdata_meta_t
 {
     if (cfg == nullptr)
         return nullptr;
-    for (const pdata_cfg_meta_t &row : cfg->meta) {
-        if (row.meta == PDATA_META_END)
-            break;
+    for (const pdata_cfg_meta_t &row : pdata_cfg_files(*cfg))
         if (row.meta == meta && row.type == type)
             return &row;
-    }
     return nullptr;
 }
 

@@ -8,6 +8,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string_view>
 
 #include "csa_buf.h"
@@ -61,6 +62,9 @@ constexpr uint32_t PDATA_CFG_FILENAME_MAX = 255;
 /// Returns the configuration of a name, which is the one configuration whatever the name.
 /// Oddity O9.
 pdata_cfg_t *pdata_cfg_get(const char *cfg_name);
+
+/// Returns the rows in front of the end of the table.
+std::span<const pdata_cfg_meta_t> pdata_cfg_files(const pdata_cfg_t &cfg);
 
 /// Loads every file of the configuration from the directory `path`, in table order. Returns the
 /// configuration, or null at the first file that cannot be read, whose name is then printed on
