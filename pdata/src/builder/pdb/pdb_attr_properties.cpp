@@ -87,6 +87,9 @@ constexpr pdb_attr_properties_t attr_properties[] = {
 // clang-format on
 
 constexpr size_t nr_attr = std::size(attr_properties) - 1;
+static_assert(std::all_of(attr_properties, attr_properties + nr_attr, [](const auto &row) {
+    return row.proper_type != NONE && row.proper_allowed_way != NOWAY;
+}));
 
 /// What a row is searched by.
 struct row_key_t {

@@ -40,11 +40,9 @@ bool find_rule(const pdb_facts_t &facts, item_idx_t idx, size_t *position)
 }
 
 /// Goes on with the sub-rules that were not noted.
-pdata_status_t read_mindata(const pdb_facts_t &facts, item_idx_t idx, uint32_t way,
-                            const pdb_rule_facts_t &rule, pdb_mindata_t *mindata)
+pdata_status_t read_mindata(const pdb_rule_view_t &view, uint32_t way, const pdb_rule_facts_t &rule,
+                            pdb_mindata_t *mindata)
 {
-    pdb_rule_view_t view;
-    PDATA_TRY(pdb_facts_get_view(facts, idx, &view));
     for (uint32_t i = rule.nr_noted; i < rule.nr_sub_rule && mindata->bytes == 0; ++i) {
         sub_ruledesc_t sub_rule;
         PDATA_TRY(pdb_rule_build_get_sub_rule(view.rule, i, &sub_rule));
@@ -115,19 +113,15 @@ pdata_status_t pdb_facts_get_bottoms(const pdb_rule_view_t &view, uint32_t srule
 }
 
 pdata_status_t pdb_facts_get_rule(const pdb_facts_t &facts, item_idx_t idx, uint32_t way,
-                                  pdb_rule_facts_t *rule, pdb_mindata_t *mindata)
+                                  pdb_rule_view_t *view, pdb_rule_facts_t *rule,
+                                  pdb_mindata_t *mindata)
 {
+    PDATA_TRY(pdb_facts_get_view(facts, idx, view));
     size_t position = 0;
-    if (find_rule(facts, idx, &position)) {
-        *rule = facts.rules[position];
-    } else {
-        pdb_rule_view_t view;
-        PDATA_TRY(pdb_facts_get_view(facts, idx, &view));
-        *rule = facts_of(view.rule);
-    }
+    *rule = find_rule(facts, idx, &position) ? facts.rules[position] : facts_of(view->rule);
     *mindata = rule->mindata[way == ATTR_WAY_CTS ? 0 : 1];
     if (mindata->bytes == 0 && rule->nr_noted < rule->nr_sub_rule)
-        PDATA_TRY(read_mindata(facts, idx, way, *rule, mindata));
+        PDATA_TRY(read_mindata(*view, way, *rule, mindata));
     if (mindata->bytes == 0)
         mindata->sub_rule = std::max(rule->nr_sub_rule, 1U) - 1;
     return PDATA_SUCCESS;

@@ -91,12 +91,12 @@ void pdb_facts_add_sub_rule(pdb_facts_t *facts, const sub_ruledesc_t &sub_rule);
 [[nodiscard]] pdata_status_t pdb_facts_get_bottoms(const pdb_rule_view_t &view, uint32_t srule_idx,
                                                    pdb_bottoms_t *bottoms);
 
-/// Gives the facts of a rule with the first minimum data for a direction, ATTR_WAY_CTS or any other
-/// for the server's, and the sub-rule that has it; without one, 0 and the last sub-rule. Fails as
-/// pdb_facts_get_view and pdb_rule_build_get_sub_rule.
+/// Gives the view and the facts of a rule with the first minimum data for a direction, ATTR_WAY_CTS
+/// or any other for the server's, and the sub-rule that has it; without one, 0 and the last
+/// sub-rule. Fails as pdb_facts_get_view and pdb_rule_build_get_sub_rule.
 [[nodiscard]] pdata_status_t pdb_facts_get_rule(const pdb_facts_t &facts, item_idx_t idx,
-                                                uint32_t way, pdb_rule_facts_t *rule,
-                                                pdb_mindata_t *mindata);
+                                                uint32_t way, pdb_rule_view_t *view,
+                                                pdb_rule_facts_t *rule, pdb_mindata_t *mindata);
 
 /// Frees everything.
 void pdb_facts_clean(pdb_facts_t *facts);

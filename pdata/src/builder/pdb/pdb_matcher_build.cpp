@@ -107,7 +107,7 @@ pdata_status_t register_token(pdb_matcher_run_t *run, value_run_t *value, std::s
         PDATA_TRY(pdb_matcher_get_pattern_info(
             run->pdb_build->pdb_build_facts, elt, run->list.matcher_list_key.key_way,
             run->matcher.mindata_status, &value->info.emplace()));
-    PDATA_TRY(pdata_sig_export_set_context(run->sig_export, idx.item_proto_idx, idx.item_rule_idx));
+    pdata_sig_export_set_context(run->sig_export, idx.item_proto_idx, idx.item_rule_idx);
     return pdata_diag_failed(matcher_register(&run->matcher, data, &value->item_id, value->forced,
                                               *value->info, run->sig_export),
                              PDATA_DIAG_VALUE_REGISTER, run->matcher_type,

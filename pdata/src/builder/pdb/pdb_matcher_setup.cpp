@@ -27,11 +27,10 @@ pdata_status_t have_one_name(const hstring_t &hstring, const sub_ruledesc_t &sub
 }
 
 /// Records what is wrong with the shape of a preempt rule. The build goes on.
-pdata_status_t check_preempt(const pdb_facts_t &facts, const item_idx_t &idx, uint32_t srule_idx)
+pdata_status_t check_preempt(const pdb_facts_t &facts, const item_idx_t &idx,
+                             const pdb_rule_view_t &view, uint32_t srule_idx)
 {
-    pdb_rule_view_t view;
     sub_ruledesc_t sub_rule{};
-    PDATA_TRY(pdb_facts_get_view(facts, idx, &view));
     const uint32_t nr_sub_rule = ruledesc_get_sub_ruledesc_nr(view.rule);
     if (nr_sub_rule != 0)
         PDATA_TRY(pdb_rule_build_get_sub_rule(view.rule, srule_idx, &sub_rule));
@@ -58,6 +57,27 @@ pdata_status_t check_preempt(const pdb_facts_t &facts, const item_idx_t &idx, ui
     return PDATA_SUCCESS;
 }
 
+/// Fills the description of a matcher of a known type.
+void fill_desc(const pdb_build_t &pdb_build, const pdb_matcher_list_t &matcher_list,
+               matcher_type_t matcher_type, matcher_desc_t *desc)
+{
+    const csa_str_t proto = matcher_list.matcher_list_key.key_proto;
+    const csa_str_t attr = matcher_list.matcher_list_key.key_attr;
+    *desc = {};
+    desc->start_item_id = pdb_build.pdb_build_item_id;
+    desc->min_data = matcher_list.matcher_list_min_data;
+    desc->max_perm = pdb_build.pdb_build_config->pdb_max_perm;
+    desc->max_prv_id = pdb_build.pdb_build_config->pdb_max_regexp;
+    desc->algo = pdb_matcher_get_algo(proto, attr);
+    if (matcher_type != MATCHER_TYPE_STREAM) {
+        desc->type = pdb_matcher_tab_get_nr(matcher_list);
+        return;
+    }
+    desc->mindata_status = pdb_matcher_get_mindata_status(proto, attr);
+    desc->em_dispatch = pdb_matcher_get_em_dispatch(proto, attr);
+    desc->alpha_config = pdb_matcher_get_icase(proto, attr) | pdb_matcher_get_sort(proto, attr);
+}
+
 } // namespace
 
 pdata_status_t pdb_matcher_build_init(pdb_build_t &pdb_build, matcher_build *matcher,
@@ -72,7 +92,7 @@ pdata_status_t pdb_matcher_build_init(pdb_build_t &pdb_build, matcher_build *mat
                           proto.str_len, proto.str_buf, attr.str_len, attr.str_buf);
     matcher_list->matcher_list_info = pdb_matcher_get_transformer_fct(proto, attr);
     matcher_desc_t desc;
-    PDATA_TRY(pdb_matcher_set_desc(pdb_build, *matcher_list, *matcher_type, &desc));
+    fill_desc(pdb_build, *matcher_list, *matcher_type, &desc);
     return matcher_init(matcher, *matcher_type, 0, desc);
 }
 
@@ -80,25 +100,13 @@ pdata_status_t pdb_matcher_set_desc(const pdb_build_t &pdb_build,
                                     const pdb_matcher_list_t &matcher_list,
                                     matcher_type_t matcher_type, matcher_desc_t *desc)
 {
-    const csa_str_t proto = matcher_list.matcher_list_key.key_proto;
-    const csa_str_t attr = matcher_list.matcher_list_key.key_attr;
-    *desc = {};
-    desc->start_item_id = pdb_build.pdb_build_item_id;
-    desc->min_data = matcher_list.matcher_list_min_data;
-    desc->max_perm = pdb_build.pdb_build_config->pdb_max_perm;
-    desc->max_prv_id = pdb_build.pdb_build_config->pdb_max_regexp;
-    desc->algo = pdb_matcher_get_algo(proto, attr);
     switch (matcher_type) {
+    case MATCHER_TYPE_STREAM:
     case MATCHER_TYPE_NUMBER_8:
     case MATCHER_TYPE_NUMBER_16:
     case MATCHER_TYPE_IP_4:
     case MATCHER_TYPE_IP_6:
-        desc->type = pdb_matcher_tab_get_nr(matcher_list);
-        return PDATA_SUCCESS;
-    case MATCHER_TYPE_STREAM:
-        desc->mindata_status = pdb_matcher_get_mindata_status(proto, attr);
-        desc->em_dispatch = pdb_matcher_get_em_dispatch(proto, attr);
-        desc->alpha_config = pdb_matcher_get_icase(proto, attr) | pdb_matcher_get_sort(proto, attr);
+        fill_desc(pdb_build, matcher_list, matcher_type, desc);
         return PDATA_SUCCESS;
     default:
         return unknown_type(matcher_type);
@@ -110,13 +118,14 @@ pdata_status_t pdb_matcher_get_pattern_info(const pdb_facts_t &facts, const pdb_
                                             pattern_info *info)
 {
     const item_idx_t idx = elt.matcher_elt_idx;
+    pdb_rule_view_t view;
     pdb_rule_facts_t rule;
     pdb_mindata_t mindata;
-    PDATA_TRY(pdb_facts_get_rule(facts, idx, way, &rule, &mindata));
+    PDATA_TRY(pdb_facts_get_rule(facts, idx, way, &view, &rule, &mindata));
     if (mindata.bytes == 0 && mindata_status == MINDATA_MANDATORY)
         (void)pdata_fail(PDATA_ERR_RULE_ENGINE, "You need to set the mindata when it is mandatory");
     info->mindata = mindata.bytes;
     info->priority = rule.priority;
     info->preempt = static_cast<uint8_t>(rule.preempt);
-    return rule.preempt == 0 ? PDATA_SUCCESS : check_preempt(facts, idx, mindata.sub_rule);
+    return rule.preempt == 0 ? PDATA_SUCCESS : check_preempt(facts, idx, view, mindata.sub_rule);
 }

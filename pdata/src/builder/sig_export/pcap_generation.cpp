@@ -16,10 +16,9 @@ pcap_gen &data_of(pdata_sig_export *sig_export)
     return std::get<pcap_gen>(sig_export->engine_data);
 }
 
-pdata_status_t pcap_gen_init(pdata_sig_export *sig_export)
+void pcap_gen_init(pdata_sig_export *sig_export)
 {
     data_of(sig_export) = {};
-    return PDATA_SUCCESS;
 }
 
 pdata_status_t pcap_gen_matcher_prepare(pdata_sig_export *sig_export, const csa_str_t *proto,

@@ -62,7 +62,8 @@ std::unique_ptr<pdata_sig_export_t> pdata_sig_export_init(const char *name)
         if (std::strcmp(row.name, name) != 0)
             continue;
         std::unique_ptr<pdata_sig_export_t> sig_export = pdata_sig_export_create(row);
-        return row.ops->init(sig_export.get()) == PDATA_SUCCESS ? std::move(sig_export) : nullptr;
+        row.ops->init(sig_export.get());
+        return sig_export;
     }
     return nullptr;
 }

@@ -57,9 +57,10 @@ struct pcap_gen {
 
 struct pdata_sig_export;
 
-/// The operations of an export. Each returns PDATA_SUCCESS or a status without a message.
+/// The operations of an export. All but the first return PDATA_SUCCESS or a status without a
+/// message.
 struct pdata_sig_export_ops {
-    pdata_status_t (*init)(pdata_sig_export *sig_export);
+    void (*init)(pdata_sig_export *sig_export);
     pdata_status_t (*clean)(pdata_sig_export *sig_export);
     pdata_status_t (*matcher_prepare)(pdata_sig_export *sig_export, const csa_str_t *proto,
                                       const csa_str_t *attr, uint8_t way);
@@ -86,8 +87,8 @@ constexpr uint32_t PDATA_SIG_EXPORT_INDEX_MAX = 16382;
 /// Longest protocol name of the mapping, in bytes; a longer one is cut.
 constexpr uint32_t PDATA_SIG_EXPORT_NAME_MAX = 255;
 
-/// Returns the export of that exact name, or null for a null or unknown name (oddity O189), or when
-/// it cannot be set up. Memory that runs out is std::bad_alloc.
+/// Returns the export of that exact name, or null for a null or unknown name (oddity O189). Memory
+/// that runs out is std::bad_alloc.
 std::unique_ptr<pdata_sig_export_t> pdata_sig_export_init(const char *name);
 
 /// Lets an export write what it has, also when that is nothing (oddity O195), and releases it.
@@ -105,6 +106,7 @@ uint32_t pdata_sig_export_get_proto_id(uint32_t index);
 const char *pdata_sig_export_get_proto_name(uint32_t index);
 
 /// Makes the protocol at `index` and one of its rules current, before a value is registered.
+/// Returns PDATA_SUCCESS.
 pdata_status_t pdata_sig_export_set_context(pdata_sig_export_t *sig_export, uint32_t index,
                                             uint32_t nth_rule);
 

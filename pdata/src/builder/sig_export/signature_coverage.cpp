@@ -23,10 +23,9 @@ signature_coverage &data_of(pdata_sig_export *sig_export)
     return std::get<signature_coverage>(sig_export->engine_data);
 }
 
-pdata_status_t signature_coverage_init(pdata_sig_export *sig_export)
+void signature_coverage_init(pdata_sig_export *sig_export)
 {
     data_of(sig_export).entries.clear();
-    return PDATA_SUCCESS;
 }
 
 pdata_status_t signature_coverage_matcher_prepare(pdata_sig_export *, const csa_str_t *,
