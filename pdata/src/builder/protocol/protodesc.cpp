@@ -350,7 +350,7 @@ uint32_t protodesc_get_nr_rule(const protodesc_build_t &pb)
 {
     uint32_t nr_rule = 0;
     uint32_t previous = 0;
-    for (uint32_t i = 0; i < pb.pb_nr_sub_rule && i < pb.pb_rules.size(); ++i) {
+    for (uint32_t i = 0; i < pb.pb_nr_sub_rule; ++i) {
         if (pb.pb_rules[i].rule_id != previous) {
             ++nr_rule;
             previous = pb.pb_rules[i].rule_id;

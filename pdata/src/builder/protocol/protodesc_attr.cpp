@@ -54,10 +54,11 @@ pdata_status_t protodesc_add_attr_name(protodesc_build_t *pb, csa_str_t attr_nam
     std::string_view bare = csa_str_view(attr_name);
     csa_attr_way_t way = attr_way_split(bare);
     const csa_str_t name = csa_str(bare);
-    const csa_attr_way_t allowed = pdb_matcher_get_allowed_way(protocol, name);
-    if (allowed == ATTR_WAY_UNKNOWN)
+    const pdb_attr_properties_t *known = pdb_get_attr_properties(protocol, name);
+    if (known == nullptr)
         return pdata_fail(PDATA_ERR_PROTODESC_ATTR, "unknown WAY for %.*s:%.*s", shown(protocol),
                           protocol.str_buf, shown(name), name.str_buf);
+    const csa_attr_way_t allowed = known->proper_allowed_way;
     if (allowed != ATTR_WAY_BOTH && way != allowed) {
         if (way != ATTR_WAY_BOTH)
             return pdata_fail(PDATA_ERR_PROTODESC_ATTR,
@@ -68,11 +69,8 @@ pdata_status_t protodesc_add_attr_name(protodesc_build_t *pb, csa_str_t attr_nam
         protodesc_remark(pb, {say_way_forced, pb->pb_name, protocol, name, allowed});
         way = allowed;
     }
-    const matcher_type_t type = pdb_matcher_get_type(protocol, name);
-    if (type == MATCHER_TYPE_UNKNOWN)
-        return pdata_fail(PDATA_ERR_PROTODESC_ATTR, "unknown TYPE for %.*s:%.*s", shown(protocol),
-                          protocol.str_buf, shown(name), name.str_buf);
-    return protodesc_add_attr_name_parsed(pb, name, way, type, ATTR_PROTO_UNKNOWN, n_rule, n_attr);
+    return protodesc_add_attr_name_parsed(pb, name, way, known->proper_type, ATTR_PROTO_UNKNOWN,
+                                          n_rule, n_attr);
 }
 
 pdata_status_t protodesc_add_attr_name_parsed(protodesc_build_t *pb, csa_str_t attr_name,

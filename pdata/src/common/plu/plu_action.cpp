@@ -21,7 +21,7 @@ bool grow(taq_action_list_t *list)
 
 void plu_init_action_table(plu_action_table_t *table)
 {
-    *table = {};
+    plu_delete_action_table(table);
 }
 
 void plu_insert_action(plu_action_table_t *table, const action &entry)
@@ -61,5 +61,6 @@ std::span<const action *const> plu_lookup_action_list(const plu_action_table_t &
 
 void plu_delete_action_table(plu_action_table_t *table)
 {
-    *table = {};
+    table->action_list.fill({});
+    table->by_id.clear();
 }

@@ -5,12 +5,6 @@
 namespace
 {
 
-/// Slot value `at`; absent behind the values that a slot can hold.
-csa_str_t slot_value(const attrdesc_build_t &attr, uint32_t at)
-{
-    return at < attr.attr_val.size() ? attr.attr_val[at] : csa_str_t{};
-}
-
 /// Reads the values of an attribute, as many as a slot can hold.
 void read_values(const attrdesc_t &attrdesc, const plu_strings_t &strings, uint32_t capacity,
                  plu_rule_t *rule)
@@ -96,7 +90,7 @@ pdata_status_t compare_values(const plu_rule_t &rule, const plu_attr_t &attr,
         *equal = i < slot_attr.attr_val.size();
         if (!*equal)
             break;
-        PDATA_TRY(compare_value(rule, attr, i, slot_value(slot_attr, i), equal));
+        PDATA_TRY(compare_value(rule, attr, i, slot_attr.attr_val[i], equal));
     }
     return PDATA_SUCCESS;
 }
@@ -161,8 +155,7 @@ bool plu_subrules_compare_generic_attribute(const ruledesc_build_t &slot, const 
     const plu_sub_rule_t &sub_rule = rule.sub_rules[index];
     *split = slot.rule_nr_attr != sub_rule.nr_attr;
     // The first attribute may be one that is not set; a reset leaves its value count.
-    if (*split && (rule.sub_rules.size() != 1 || slot.rule_attr.empty() ||
-                   slot.rule_attr[0].attr_nr_val != sub_rule.nr_attr))
+    if (*split && (rule.sub_rules.size() != 1 || slot.rule_attr[0].attr_nr_val != sub_rule.nr_attr))
         return false;
     return plu_generic_equal(plu_generic_of(slot), sub_rule.generic);
 }
@@ -183,7 +176,8 @@ pdata_status_t plu_subrules_compare_classif_attribute(const ruledesc_build_t &sl
         else if (attr.nr_values == 0)
             *equal = false;
         else
-            PDATA_TRY(compare_value(rule, attr, 0, slot_value(slot_attr, i), equal));
+            // The slot's first attribute has as many values as the sub-rule has attributes.
+            PDATA_TRY(compare_value(rule, attr, 0, slot_attr.attr_val[i], equal));
     }
     return PDATA_SUCCESS;
 }

@@ -46,7 +46,7 @@ uint64_t hash_of_value(uint32_t n_class, const place_t &place, const csa_str_t &
 /// one of a slot that stands alone.
 uint32_t nr_comparable(const ruledesc_build_t &slot, const plu_run_t &run)
 {
-    return std::max(slot.rule_nr_attr, run.len == 1 && !slot.rule_attr.empty() ? 1U : 0U);
+    return std::max(slot.rule_nr_attr, run.len == 1 ? 1U : 0U);
 }
 
 /// Tells whether two slots differ in values at most.
@@ -56,7 +56,7 @@ bool alike(const ruledesc_build_t &a, const ruledesc_build_t &b, const plu_run_t
         !plu_generic_equal(plu_generic_of(a), plu_generic_of(b)))
         return false;
     const uint32_t nr_attr = nr_comparable(a, run);
-    if (run.len == 1 && nr_attr != 0 && a.rule_attr[0].attr_nr_val != b.rule_attr[0].attr_nr_val)
+    if (run.len == 1 && a.rule_attr[0].attr_nr_val != b.rule_attr[0].attr_nr_val)
         return false;
     for (uint32_t i = 0; i < nr_attr; ++i)
         if (pdata_strstrncmp(a.rule_attr[i].attr_name, b.rule_attr[i].attr_name) != 0)
@@ -250,13 +250,14 @@ const plu_run_t *plu_rule_index_find(const protodesc_build_t &pb, const plu_rule
         if (!narrow_class(search))
             continue;
         for (const uint32_t n_run : *search.candidates) {
+            const plu_run_t &run = index->runs[n_run];
+            if (run.len != rule.sub_rules.size())
+                continue;
             bool equal = false;
             // Every value can be read, so the comparison does not fail.
-            if (index->runs[n_run].len == rule.sub_rules.size() &&
-                plu_find_duplicate_rule_verdict(pb, index->runs[n_run].start, rule, &equal) ==
-                    PDATA_SUCCESS &&
-                equal)
-                return &index->runs[n_run];
+            (void)plu_find_duplicate_rule_verdict(pb, run.start, rule, &equal);
+            if (equal)
+                return &run;
         }
     }
     return nullptr;

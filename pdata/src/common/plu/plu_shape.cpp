@@ -107,8 +107,7 @@ void for_each_place(const plu_shape_t &shape, const protodesc_build_t &pb, uint3
 
 csa_str_t split_value(const place_t &at)
 {
-    const std::vector<csa_str_t> &values = at.slot_attr.attr_val;
-    return at.n_value < values.size() ? values[at.n_value] : csa_str_t{};
+    return at.slot_attr.attr_val[at.n_value];
 }
 
 /// Takes from `equal` the rules that have the run's name at a place, but not its values.

@@ -15,9 +15,9 @@ pdata_status_t text_stream_print(text_stream_t *stream, const char *format, ...)
     va_copy(again, args);
     const int formatted = std::vsnprintf(piece, sizeof(piece), format, args);
     va_end(args);
-    const auto len = static_cast<size_t>(formatted);
+    const auto len = static_cast<size_t>(formatted); // a failure is the largest of all
     const size_t before = stream->text.size();
-    if (formatted < 0 || len + before >= stream->size)
+    if (len >= stream->size - std::min(stream->size, before))
         stream->full = true;
     if (!stream->full && len < sizeof(piece)) {
         stream->text.append(piece, len);
