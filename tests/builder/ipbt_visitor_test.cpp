@@ -280,4 +280,13 @@ TEST_F(ipbt_visitor, values_are_unescaped_and_keys_are_not)
     EXPECT_EQ(walk(R"({"\rules": []})"), "IPBT: v_ipbt_pair_start: unexpected pair");
 }
 
+TEST_F(ipbt_visitor, an_object_ends_where_one_began)
+{
+    visitor_ipbt_t visitor;
+    visitor_ipbt_init(&visitor, &container);
+    const std::string printed = stderr_of(
+        [&] { EXPECT_EQ(visitor.visitor.json_object_end(&visitor.visitor, nullptr), -1); });
+    EXPECT_EQ(printed, "IPBT: v_ipbt_object_end: expected elements before object end");
+}
+
 } // namespace

@@ -106,4 +106,19 @@ TEST(matcher_alias_keys, random_sets_answer_as_a_search_from_the_first_pair_does
     }
 }
 
+TEST(matcher_alias_keys, names_of_one_key_are_told_apart)
+{
+    const set_t pairs = {{elt("http", "host", ATTR_WAY_CTS), elt("quic", "one", ATTR_WAY_CTS)}};
+    const alias_elt_t others[] = {elt("http", "host", ATTR_WAY_STC),
+                                  elt("http", "port", ATTR_WAY_CTS),
+                                  elt("smtp", "host", ATTR_WAY_CTS)};
+    for (const alias_elt_t &other : others) {
+        matcher_alias_t record;
+        ASSERT_EQ(outcome(matcher_alias_make_alias_keys(&record, pairs)), "0");
+        EXPECT_EQ(found(record, "http", "host", ATTR_WAY_CTS), "one");
+        record.aliases[0].alias = other; // under the key of the first
+        EXPECT_EQ(found(record, "http", "host", ATTR_WAY_CTS), "none");
+    }
+}
+
 } // namespace

@@ -5,6 +5,7 @@
 #include "bytes.h"
 #include "captured.h"
 #include "document_test.h"
+#include "failing_alloc.h"
 #include "json_error.h"
 #include "json_tools.h"
 #include "protodesc_group.h"
@@ -285,6 +286,49 @@ TEST_F(protodesc_group, protocols_are_rewritten_by_the_aliases)
     EXPECT_NE(blob.find(std::string("\0\4quic\0\4http", 12)), std::string::npos)
         << "the protocol of the sub-rule, then the bottom protocol as it was written";
     EXPECT_NE(plain, rewritten);
+}
+
+TEST_F(protodesc_group, the_headers_around_a_group_state_its_length)
+{
+    constexpr size_t most = size_t{TLV_LEN_FIELD_MAX} * 4;
+    const auto closed = [](size_t size) {
+        tlv_sink_t sink = tlv_sink_counting();
+        const protodesc_headers_t headers = protodesc_open_root(sink);
+        (void)tlv_sink_take(sink, size);
+        return outcome(protodesc_close_root(sink, headers));
+    };
+    const std::string limit = " is superior to internal limit 16777215";
+    EXPECT_EQ(closed(most - 4), "0");
+    EXPECT_EQ(closed(most), OUTCOME_OVERFLOW ": tlv len 1" + limit) << "the root has a word more";
+    EXPECT_EQ(closed(most + 4), OUTCOME_OVERFLOW ": tlv len 1" + limit);
+    std::vector<uint8_t> buf(12);
+    tlv_sink_t sink = tlv_sink_writing(buf);
+    const protodesc_headers_t headers = protodesc_open_root(sink);
+    tlv_sink_put_word(sink, 0x77);
+    ASSERT_EQ(outcome(protodesc_close_root(sink, headers)), "0");
+    EXPECT_EQ(buf, bytes("01000002 01000001 00000077"));
+}
+
+TEST_F(protodesc_group, a_group_for_which_there_is_no_memory_is_a_status)
+{
+    const std::string text = R"({"p":[{"name":"web","rules":[{"order":"1:1","rule":
+                               [{"protocol":"tcp","port":"80"}]}]}]})";
+    ASSERT_EQ(size(text), "0");
+    size_t nr_sink = 0;
+    failing_alloc_sweep(
+        [&] {
+            csa_buf_t().swap(group.value); // its memory as well
+            try {
+                return static_cast<int>(protodesc_json_get_tlv_size(&group, &group_size));
+            } catch (const std::bad_alloc &) {
+                return static_cast<int>(PDATA_ERR_NO_MEMORY);
+            }
+        },
+        [&](int code) {
+            EXPECT_NE(code, PDATA_SUCCESS);
+            nr_sink += group.value.empty() ? 1 : 0;
+        });
+    EXPECT_NE(nr_sink, 0U);
 }
 
 } // namespace

@@ -439,4 +439,20 @@ TEST_F(protodesc_serializer, a_full_record_is_as_large_as_its_parts)
     EXPECT_EQ(model.rules[1199].sub_rules[1].attrs.size(), 2399U % 17);
 }
 
+TEST_F(protodesc_serializer, an_empty_string_is_refused_in_every_list)
+{
+    const std::string refused = OUTCOME_ENGINE ": Empty string in protocol web.";
+    protodesc_set_name(&pb, csa_str("web"));
+    EXPECT_EQ(outcome(protodesc_add_tag(&pb, csa_str("category"), csa_str(""))), "0");
+    EXPECT_EQ(refusal(), refused);
+    protodesc_reset(&pb);
+    protodesc_set_name(&pb, csa_str("web"));
+    EXPECT_EQ(outcome(protodesc_add_description(&pb, csa_str(""), csa_str("text"))), "0");
+    EXPECT_EQ(refusal(), refused);
+    protodesc_reset(&pb);
+    protodesc_set_name(&pb, csa_str("web"));
+    EXPECT_EQ(outcome(protodesc_add_compat(&pb, csa_str(""))), "0");
+    EXPECT_EQ(refusal(), refused);
+}
+
 } // namespace

@@ -355,4 +355,44 @@ TEST_F(vprotocol_rule, sixteen_different_attributes_fit)
         << "the container is full before the record is";
 }
 
+TEST_F(vprotocol_rule, a_record_of_smaller_lists_is_full_before_the_container_is)
+{
+    const std::string tcp = R"("protocol": "tcp", "port": "80")";
+    const auto limited = [&](uint32_t protodesc_bounds_t::*bound) {
+        protodesc_bounds_t bounds = pb.pb_bounds;
+        bounds.*bound = 1;
+        ASSERT_TRUE(protodesc_init(&pb, bounds, &strings, &tag_strings));
+    };
+    limited(&protodesc_bounds_t::pi_max_path);
+    EXPECT_EQ(build_rule(R"("order": "1:1", "path": ["ip", "web"], )", tcp),
+              OUTCOME_OVERFLOW ": Maximum number of protocols (1) in path has been reached");
+    limited(&protodesc_bounds_t::pi_max_rule_tags);
+    EXPECT_EQ(build_rule(R"("order": "1:1", "rule-tags": ["a", "b"], )", tcp),
+              OUTCOME_OVERFLOW ": Maximum number of rule tags (1) has been reached");
+    limited(&protodesc_bounds_t::pi_max_altname);
+    EXPECT_EQ(build(R"({"name": "web", "altname": ["a", "b"], "rules": []})"),
+              OUTCOME_OVERFLOW ": Maximum number of altname (1) has been reached");
+}
+
+TEST_F(vprotocol_rule, values_without_a_name_are_one_attribute_without_a_name)
+{
+    json_string_t value = {};
+    value.str = "80";
+    value.len = 2;
+    json_string_t port = value;
+    port.str = "port";
+    port.len = 4;
+    name_protocol("web", "tcp");
+    protodesc_set_rule(&pb, 0, 1, 1);
+    const auto add = [&](const std::vector<protocol_attr_t> &attrs) {
+        return outcome(
+            vattrs_to_protodesc_attrs(&pb, 0, static_cast<uint32_t>(attrs.size()), attrs.data()));
+    };
+    EXPECT_EQ(add({{nullptr, &value, nullptr}}), OUTCOME_PROTODESC_ATTR ": unknown WAY for tcp:");
+    EXPECT_EQ(add({{&port, &value, nullptr}, {nullptr, &value, nullptr}}),
+              OUTCOME_PROTODESC_ATTR ": unknown WAY for tcp:");
+    EXPECT_EQ(add({{nullptr, &value, nullptr}, {&port, &value, nullptr}}),
+              OUTCOME_PROTODESC_ATTR ": unknown WAY for tcp:");
+}
+
 } // namespace

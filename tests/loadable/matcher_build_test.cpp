@@ -403,4 +403,59 @@ TEST(rule_pass, an_empty_name_is_refused_by_the_string_table)
               error_line("pdb_builder_serialize", "pdb_builder: rule build failed.\n"));
 }
 
+/// A build, and a matcher whose record is made by hand.
+struct record_run_t {
+    pdb_config_t config = {32, 100, 16, 2, 4};
+    pdb_build_t build;
+    matcher_build matcher;
+    std::string diagnostics;
+
+    record_run_t()
+    {
+        clear_status_slot();
+        matcher_desc_t desc;
+        desc.start_item_id = 1;
+        desc.algo = PATTERN_ALGO_CLASSIC;
+        EXPECT_EQ(outcome(pdb_init(&build, &config)), "0");
+        EXPECT_EQ(outcome(matcher_init(&matcher, MATCHER_TYPE_STREAM, 0, desc)), "0");
+    }
+    std::string serialize()
+    {
+        const matcher_key_t key = {csa_str("http"), csa_str("server"), ATTR_WAY_CTS};
+        std::string text;
+        diagnostics = mask_lines(stderr_of(
+            [&] { text = outcome(pdb_matcher_build_serialize(&build, matcher, key, {})); }));
+        return text;
+    }
+};
+
+TEST(matcher_pass, a_matcher_that_no_record_can_hold_is_refused)
+{
+    const auto refused = [](int type) {
+        return OUTCOME_OVERFLOW ": tlv len " + std::to_string(type) +
+               " is superior to internal limit 16777215";
+    };
+    record_run_t run;
+    EXPECT_EQ(run.serialize(), "0");
+    run.matcher.hstring.hb_offset = (TLV_LEN_FIELD_MAX + 1) * 4;
+    EXPECT_EQ(run.serialize(), refused(TLV_TYPE_MATCHER_STRING));
+    run.matcher.hstring.hb_offset = TLV_LEN_FIELD_MAX * 4; // too long with what stands around it
+    EXPECT_EQ(run.serialize(), refused(TLV_TYPE_PDB_MATCHER_DATA));
+    run.matcher.hstring.hb_offset = 0;
+    run.build.pdb_build_tlv.matchers.root_len = 0xFFFFFF;
+    EXPECT_EQ(run.serialize(), refused(TLV_TYPE_ROOT_MATCHERS));
+    EXPECT_EQ(run.diagnostics, "");
+    EXPECT_EQ(run.build.pdb_build_tlv.matchers.tlv_list.size(), 1U);
+}
+
+TEST(matcher_pass, a_text_that_no_string_table_can_hold_is_found_out_when_it_is_written)
+{
+    record_run_t run;
+    uint32_t offset;
+    EXPECT_EQ(hstring_get_offset(&run.matcher.hstring, csa_str("x"), &offset), 0);
+    run.matcher.hstring.hb_tab[0].hse_len = 65536;
+    EXPECT_EQ(run.serialize(), OUTCOME_ENGINE);
+    EXPECT_EQ(run.diagnostics, error_line("pdb_matcher_build_serialize", "matcher_serialize\n"));
+}
+
 } // namespace

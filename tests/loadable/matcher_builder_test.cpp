@@ -195,4 +195,35 @@ TEST(matcher_builder, a_failed_allocation_is_a_status)
             });
 }
 
+/// Makes the string table so long that its record has `words` words.
+void lengthen_strings(matcher_run_t &run, uint32_t words)
+{
+    run.matcher.hstring.hb_offset = words * 4;
+}
+
+TEST(matcher_builder, what_no_record_can_hold_is_refused_while_it_is_sized)
+{
+    size_t size = 0;
+    matcher_run_t strings(stream_desc());
+    lengthen_strings(strings, TLV_LEN_FIELD_MAX);
+    EXPECT_EQ(outcome(matcher_get_size(strings.matcher, &size)), "0");
+    EXPECT_GT(size, size_t{TLV_LEN_FIELD_MAX} * 4);
+    lengthen_strings(strings, TLV_LEN_FIELD_MAX + 1);
+    const std::string refusal =
+        OUTCOME_OVERFLOW ": tlv len 5 is superior to internal limit 16777215";
+    EXPECT_EQ(outcome(matcher_get_size(strings.matcher, &size)), refusal);
+    EXPECT_EQ(outcome(matcher_serialize(strings.matcher, {}, {})), refusal);
+    // An automaton of 131,072 states with 258 columns of two bytes each.
+    matcher_run_t engines(stream_desc());
+    std::vector<std::string> bytes;
+    for (int byte = 1; byte < 256; ++byte)
+        bytes.push_back({'\\', 'x', "0123456789abcdef"[byte / 16], "0123456789abcdef"[byte % 16]});
+    for (std::string &byte : bytes)
+        EXPECT_EQ(engines.add(byte = ".*" + byte + ".*"), "0");
+    EXPECT_EQ(engines.finalize(), "0");
+    engines.matcher.pattern.aho_corasick.ac_l_state.resize(1 << 17);
+    EXPECT_EQ(outcome(matcher_get_size(engines.matcher, &size)),
+              OUTCOME_OVERFLOW ": tlv len 3 is superior to internal limit 16777215");
+}
+
 } // namespace

@@ -261,4 +261,44 @@ TEST(pattern_info, a_protocol_or_a_rule_that_cannot_be_read_is_a_status)
               OUTCOME_INVALID_ARGUMENT ": Cannot get rule desc at index 2 for proto id 42");
 }
 
+TEST(pattern_info, what_was_not_noted_is_read_from_the_description)
+{
+    info_t info(rule_of({with_mindata(0, 30), with_mindata(20, 40), with_mindata(50, 0)}, 0x203));
+    info.build.pdb_build_facts.ranges.clear();
+    EXPECT_EQ(info.get(ATTR_WAY_CTS), "0");
+    EXPECT_EQ(info.info.mindata, 30U);
+    EXPECT_EQ(info.get(ATTR_WAY_STC), "0");
+    EXPECT_EQ(info.info.mindata, 20U);
+    EXPECT_EQ(info.info.priority, 0x203U);
+    EXPECT_EQ(info.get(ATTR_WAY_CTS, MINDATA_NOT_MANDATORY, 0, 2),
+              OUTCOME_INVALID_ARGUMENT ": Cannot get rule desc at index 2 for proto id 42");
+}
+
+/// Sets a word of every attribute record of four words, counted from its header.
+void damage_attributes(std::vector<uint8_t> &group, size_t word, uint32_t value)
+{
+    for (size_t at = 0; at + 20 <= group.size(); at += 4)
+        if (tlv_get(&group[at]) == tlv_header(TLV_TYPE_PROTO_ATTR_STREAM_OFFSET, 4))
+            tlv_set(&group[at + word * 4], value);
+}
+
+TEST(pattern_info, a_preempt_rule_that_cannot_be_read_is_a_status)
+{
+    const rule_model rule = preempt_rule({sub_rule_of(
+        "tcp",
+        {stream_attr("stream", {"x"}, ATTR_WAY_CTS), stream_attr("stream", {"y"}, ATTR_WAY_STC)},
+        8)});
+    info_t sub_rules(rule);
+    sub_rules.build.pdb_build_facts.views[1].rule.rule_srules_len = 0;
+    EXPECT_EQ(sub_rules.get(), OUTCOME_INVALID_ARGUMENT ": Len mismatch, cannot serialize");
+    info_t attribute(rule);
+    damage_attributes(attribute.group.group, 0,
+                      tlv_header(TLV_TYPE_PROTO_ATTR_STREAM_OFFSET, TLV_LEN_FIELD_MAX));
+    EXPECT_EQ(attribute.get(),
+              OUTCOME_INVALID_ARGUMENT ": Cannot get attribute descriptor, Tlv len mismatch");
+    info_t name(rule);
+    damage_attributes(name.group.group, 2, 0xFFFF);
+    EXPECT_EQ(name.get(), OUTCOME_ENGINE);
+}
+
 } // namespace
