@@ -76,6 +76,14 @@ TEST(Text, NothingIsAText)
     }
 }
 
+TEST(Text, NothingMayEndBehindAComma)
+{
+    const reading_t reading = read("{\"p\": [{\"name\": \"a\"}, \n");
+    EXPECT_EQ(reading.protocols, names_t{"\"a\""});
+    ASSERT_EQ(reading.findings.size(), 1U);
+    EXPECT_EQ(reading.findings[0].place.begin, 23U);
+}
+
 TEST(Text, MoreThanThreeBytesMayNotFollow)
 {
     EXPECT_TRUE(read(R"({"p": [{"name": "a"}]abc)").findings.empty());

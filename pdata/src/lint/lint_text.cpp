@@ -210,6 +210,9 @@ bool read_separator(lint_reader_t &reader, size_t &at)
     }
     if (at < reader.text.size() && reader.text[at] == ',') {
         at = text_skip_blanks(reader.text, at + 1);
+        if (at == reader.text.size())
+            report_syntax(reader, at, "expected a protocol, found the end",
+                          "write \"]}\" in place of the last ','");
         return true;
     }
     const size_t next = next_named_object(reader.text, at);
