@@ -58,11 +58,6 @@ constexpr size_t DESCRIPTION_TEXT_MAX = (size_t{1} << 31) - 1;
 [[nodiscard]] bool description_text_read(std::string_view text, description_text_t &description,
                                          text_fault_t &fault);
 
-/// Reads the object that begins at the first token from byte `at` on, and nothing behind it. The
-/// tokens in front of a fault stay; brackets that were open there have no mate.
-[[nodiscard]] bool description_object_read(std::string_view text, size_t at,
-                                           description_text_t &description, text_fault_t &fault);
-
 /// Returns the first byte from `at` on that is no blank, tab or line feed, or the end.
 size_t text_skip_blanks(std::string_view text, size_t at);
 

@@ -5,6 +5,7 @@
 
 #include "lint_text_hint.h"
 #include "lint_text_mend.h"
+#include "text_reader.h"
 
 namespace
 {
@@ -15,6 +16,9 @@ constexpr std::array<std::string_view, 10> protocol_keys = {
     "\"altname\"",    "\"http_reclassify\"", "\"implicit_bottom_layer\"",
     "\"virtual_id\"", "\"cacheable\"",       "\"description\"",
     "\"rules\""};
+
+/// Most syntax faults of one protocol that are told.
+constexpr size_t FAULTS_MAX = 8;
 
 /// Most bytes behind the bracket that closes the protocols.
 constexpr size_t TAIL_MAX = 3;
@@ -48,14 +52,19 @@ void report_syntax(lint_reader_t &reader, size_t at, std::string message, std::s
            std::move(hint));
 }
 
-/// Tells whether an object begins with a "name" at byte `at`, its brace.
+/// Tells whether an object begins with a "name" at byte `at`, its brace. Where the quotes lack or
+/// are others, it must stand where a protocol may.
 bool is_named_object(std::string_view text, size_t at)
 {
-    const size_t key = text_skip_blanks(text, at + 1);
-    if (!text.substr(key).starts_with("\"name\""))
+    const std::string_view begin = text.substr(text_skip_blanks(text, at + 1));
+    const size_t quote = begin.starts_with('"') || begin.starts_with('\'') ? 1 : 0;
+    if (!begin.substr(quote).starts_with("name") ||
+        !begin.substr(text_skip_blanks(begin, std::min(4 + 2 * quote, begin.size())))
+             .starts_with(':'))
         return false;
-    const size_t colon = text_skip_blanks(text, key + 6);
-    return colon < text.size() && text[colon] == ':';
+    const std::string_view before =
+        text.substr(0, text.substr(0, at).find_last_not_of(" \t\n") + 1);
+    return begin.starts_with('"') || before.find_last_of(",[}") + 1 == before.size();
 }
 
 /// Returns the next object from byte `at` on that begins with a "name", or the end.
@@ -91,17 +100,16 @@ size_t recover(lint_reader_t &reader, size_t fault)
     return reader.inner.empty() ? next_named_object(reader.text, fault) : reader.inner.back();
 }
 
-/// Returns the innermost bracket that the tokens leave open, or the first token.
+/// Returns the innermost bracket that the tokens of an object without its end leave open.
 const text_token_t &open_bracket(const description_text_t &tokens)
 {
-    for (size_t at = tokens.tokens.size(); at-- > 0;) {
+    for (size_t at = tokens.tokens.size() - 1;; --at) {
         const text_token_t &token = tokens.tokens[at];
+        if (token.kind == TEXT_OBJECT || token.kind == TEXT_ARRAY)
+            return token;
         if (token.kind == TEXT_OBJECT_END || token.kind == TEXT_ARRAY_END)
             at = token.mate;
-        else if (token.kind == TEXT_OBJECT || token.kind == TEXT_ARRAY)
-            return token;
     }
-    return tokens.tokens.front();
 }
 
 /// Reports a protocol that ends where another one begins.
@@ -125,12 +133,45 @@ bool holds_protocol(const description_text_t &tokens)
     return false;
 }
 
+/// Begins to read the object at byte `at` of `text`.
+text_reader_t begin_object(description_text_t &tokens, std::string_view text, size_t at,
+                           text_fault_t &fault)
+{
+    tokens.text = text;
+    tokens.tokens.clear();
+    return {tokens, fault, {}, at};
+}
+
 /// Reports the protocol at byte `at`, which another one begins in, and goes on there.
 void split_protocol(lint_reader_t &reader, size_t at, size_t next)
 {
     text_fault_t fault;
-    (void)description_object_read(reader.text.substr(0, next), at, reader.tokens, fault);
+    text_reader_t object = begin_object(reader.tokens, reader.text.substr(0, next), at, fault);
+    (void)text_reader_read(object, false);
     report_open(reader, next);
+}
+
+/// Reports the fault of a protocol, and what else is wrong with it in front of `next`. What follows
+/// from a fault is not told: one that no token is read in front of, or texts that are out of step.
+void report_faults(lint_reader_t &reader, text_reader_t &object, size_t next)
+{
+    const std::vector<text_token_t> &tokens = reader.tokens.tokens;
+    reader.tokens.text = reader.text.substr(0, next);
+    size_t told = 0; // tokens in front of the last fault that was told
+    for (size_t nr = 0; nr == 0 || object.fault.offset != next;) {
+        if (tokens.size() != told) {
+            const bool in_step = text_reader_in_step(object);
+            if (nr == 0 || in_step)
+                report_syntax(
+                    reader, object.fault.offset, object.fault.text,
+                    lint_syntax_hint(reader.text, object.fault.offset, object.fault.text));
+            if (++nr == FAULTS_MAX || !in_step)
+                return;
+            told = tokens.size();
+        }
+        if (!text_reader_pass(object) || text_reader_read(object, false))
+            return;
+    }
 }
 
 /// Reads the protocol at byte `at`, and gives where to go on: behind it, or at what comes next.
@@ -139,10 +180,11 @@ bool read_protocol(lint_reader_t &reader, size_t at, size_t &next)
 {
     while (!reader.inner.empty() && reader.inner.back() <= at)
         reader.inner.pop_back();
-    const bool bounded = !reader.inner.empty() && at < reader.failed_at;
+    const bool bounded = !reader.inner.empty();
     const size_t end = bounded ? reader.inner.back() : reader.text.size();
     text_fault_t fault;
-    const bool read = description_object_read(reader.text.substr(0, end), at, reader.tokens, fault);
+    text_reader_t object = begin_object(reader.tokens, reader.text.substr(0, end), at, fault);
+    const bool read = text_reader_read(object, false);
     if (read && !holds_protocol(reader.tokens)) {
         next = reader.tokens.tokens.back().end;
         reader.take(reader.tokens);
@@ -153,8 +195,7 @@ bool read_protocol(lint_reader_t &reader, size_t at, size_t &next)
     if (!reader.inner.empty() && next <= failed)
         split_protocol(reader, at, next);
     else
-        report_syntax(reader, failed, fault.text,
-                      lint_syntax_hint(reader.text, failed, fault.text));
+        report_faults(reader, object, next);
     return false;
 }
 

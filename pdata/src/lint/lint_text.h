@@ -1,9 +1,10 @@
 /// A file of text as protocols: what can be read is read, whatever stands around it.
 ///
-/// A syntax error costs the protocol that it stands in and no other one: reading goes on at the
-/// next object whose first key is "name". Where an object that can only be a protocol begins within
-/// another one, that other one lacks an end. Carriage returns, comments and a byte order mark are
-/// found and read over. Takes linear time, whatever the text.
+/// A syntax error costs the protocol that it stands in and no other one: what is meant is guessed
+/// to find the next one of that protocol (text_reader.h), and reading goes on at the next object
+/// whose first key is "name". Where an object that can only be a protocol begins within another
+/// one, that other one lacks an end. Carriage returns, comments and a byte order mark are found and
+/// read over. Takes linear time, whatever the text.
 #pragma once
 
 #include <functional>

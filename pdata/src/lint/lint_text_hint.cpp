@@ -13,11 +13,10 @@ bool is_digit(char c)
     return c >= '0' && c <= '9';
 }
 
-/// Returns the byte in front of a place, blanks passed over; 0 at the beginning.
-char byte_before(std::string_view text, size_t at)
+/// Tells whether a comma stands in front of a place, blanks passed over.
+bool is_behind_comma(std::string_view text, size_t at)
 {
-    const size_t before = text.substr(0, at).find_last_not_of(" \t\n");
-    return before == text.npos ? '\0' : text[before];
+    return text.substr(0, text.substr(0, at).find_last_not_of(" \t\n") + 1).ends_with(',');
 }
 
 /// Returns the word that begins at a place, its letters made small.
@@ -63,7 +62,11 @@ std::string lint_syntax_hint(std::string_view text, size_t at, std::string_view 
         return "write ']' in front of it";
     if (message.starts_with("expected ','"))
         return begins ? "write ',' in front of it" : "";
-    if (message.starts_with("expected ") && (c == '}' || c == ']') && byte_before(text, at) == ',')
+    if (message.starts_with("expected ':'"))
+        return begins ? "write ':' in front of it" : "";
+    if (c == ',' && is_behind_comma(text, at))
+        return "leave it out";
+    if (message.starts_with("expected ") && (c == '}' || c == ']') && is_behind_comma(text, at))
         return "leave the ',' in front of it out";
     if (message.starts_with("a number is digits only"))
         return "write a number in digits alone";
