@@ -21,6 +21,7 @@ import sys
 import tempfile
 import unittest
 
+import make_traps
 import plain_flows
 
 HERE = os.path.dirname(os.path.abspath(__file__))
@@ -59,6 +60,26 @@ class Pipes(unittest.TestCase):
                 self.assertTrue(ready)
                 self.assertIn(b"a.example", pipe.stdout.readline())
             pipe.stdin.close()
+
+    @unittest.skipIf(shutil.which("tshark") is None, "tshark is not installed")
+    def test_a_flow_is_answered_while_its_capture_goes_on(self):
+        """A flow ends 120 seconds behind its last packet, which the next packet tells."""
+        with subprocess.Popen([PDATA, "flows", "-"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                              bufsize=0) as pipe:
+            pipe.stdin.write(struct.pack("<IIQII", 0xA1B2C3D4, 0x00040002, 0, 65535, 1))
+            for number in range(3):
+                frame = make_traps.ethernet(make_traps.ipv4(
+                    make_traps.CLIENT, (10, 0, 0, 2 + number), 17,
+                    make_traps.udp(50000, 9, b"data")))
+                pipe.stdin.write(struct.pack("<IIII", 121 * number, 0, len(frame), len(frame)) +
+                                 frame)
+                if number > 0:
+                    ready, _, _ = select.select([pipe.stdout], [], [], 60)
+                    self.assertTrue(ready)
+                    self.assertIn(f"ip:address cts 10.0.0.{1 + number};".encode(),
+                                  pipe.stdout.read(4096))
+            pipe.stdin.close()
+            self.assertIn(b"10.0.0.4", pipe.stdout.read())
 
 
 @unittest.skipIf(shutil.which("tshark") is None, "tshark is not installed")

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <utility>
 
+#include <sys/stat.h>
+
 namespace
 {
 
@@ -34,21 +36,20 @@ void hand_over(flow_input_run_t &run, flow_record_t &record)
     run.sink(record);
 }
 
-/// Takes the next line. Before more is waited for, what was found so far goes out.
-line_result_t next_line(flow_input_run_t &run, byte_source_t &source, std::string_view &line)
+void flush(void *console)
 {
-    if (!byte_source_has_line(source))
-        (void)std::fflush(run.console.out); // console_close looks at it
-    return byte_source_line(source, line);
+    (void)std::fflush(static_cast<console_t *>(console)->out); // console_close looks at it
 }
 
 void read_lines(flow_input_run_t &run, byte_source_t &source, const std::string &name)
 {
     log_header_t header = log_reader_begin(name);
+    source.before_read = flush; // what was found so far goes out before more is waited for
+    source.context = &run.console;
     uint64_t number = 0;
     uint64_t bad = 0;
     std::string_view line;
-    for (line_result_t read; (read = next_line(run, source, line)) != LINE_NONE;) {
+    for (line_result_t read; (read = byte_source_line(source, line)) != LINE_NONE;) {
         ++number;
         const std::string fault = read == LINE_READ ? log_reader_line(run.logs, header, line)
                                                     : "a line of more than 16 MiB";
@@ -76,12 +77,24 @@ void say_lacking(flow_input_run_t &run)
         console_error(run.console, "this tshark lacks the fields {}", names);
 }
 
+/// Tells whether an input may be waited for: it is a pipe, a terminal or a socket, and no file.
+bool is_growing(int fd)
+{
+    struct stat status;
+    return fstat(fd, &status) == 0 && !S_ISREG(status.st_mode);
+}
+
 void read_capture(flow_input_run_t &run, capture_inputs_t &inputs, capture_input_t &input,
                   const std::string &name)
 {
     if (capture_setup_ask(run.setup).empty())
         say_lacking(run);
-    capture_inputs_take(inputs, input, [&run](flow_record_t &record) { hand_over(run, record); });
+    const bool grows = is_growing(input.source.fd);
+    capture_inputs_take(inputs, input, [&run, grows](flow_record_t &record) {
+        hand_over(run, record);
+        if (grows)
+            flush(&run.console);
+    });
     run.totals.bad_lines += input.counts.bad_lines;
     run.totals.evicted += input.counts.evicted;
     if (!input.fault.empty())

@@ -14,6 +14,8 @@ constexpr size_t step = size_t{1} << 18;
 /// Reads some more. Returns false at the end.
 bool read_more(byte_source_t &source)
 {
+    if (!source.ended && source.before_read != nullptr)
+        source.before_read(source.context);
     if (source.ended)
         return false;
     source.buffer.erase(0, source.at);
@@ -63,11 +65,6 @@ std::string_view byte_source_peek(byte_source_t &source, size_t count)
 void byte_source_skip(byte_source_t &source, size_t count)
 {
     source.at += std::min(count, source.buffer.size() - source.at);
-}
-
-bool byte_source_has_line(const byte_source_t &source)
-{
-    return left(source).find('\n') != std::string_view::npos;
 }
 
 line_result_t byte_source_line(byte_source_t &source, std::string_view &line)

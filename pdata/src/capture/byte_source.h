@@ -16,6 +16,9 @@ struct byte_source_t {
     size_t at = 0;
     bool ended = false;
     int system_error = 0; ///< errno of a failed read, which ends the input
+    /// Called, where there is one, before more is read, which may have to be waited for.
+    void (*before_read)(void *context) = nullptr;
+    void *context = nullptr;
 };
 
 /// Sees to it that `count` bytes can be looked at, and returns what there is: fewer only at the
@@ -30,9 +33,6 @@ enum line_result_t {
     LINE_TOO_LONG, ///< and left out
     LINE_NONE,     ///< the input has ended
 };
-
-/// Tells whether a line can be taken without reading more.
-bool byte_source_has_line(const byte_source_t &source);
 
 /// Takes a line, without its end. It stays where it is until the next call.
 line_result_t byte_source_line(byte_source_t &source, std::string_view &line);

@@ -7,6 +7,7 @@ namespace
 struct capture_run_t {
     const capture_setup_t &setup;
     capture_counts_t &counts;
+    int source;
     flow_table_t table = {};
     packet_reader_t reader = {};
     tshark_sink_t sink = {};
@@ -69,6 +70,14 @@ std::string feed(capture_run_t &run, byte_source_t &source, capture_file_t &file
     }
 }
 
+/// A capture that is being made is answered as it comes: while more of it is waited for, what there
+/// is of it goes its way.
+void wait_for_more(void *context)
+{
+    capture_run_t &run = *static_cast<capture_run_t *>(context);
+    tshark_wait(run.child, run.source, run.sink);
+}
+
 /// Asks tshark which of the fields that the table wants it has.
 void ask(capture_setup_t &setup)
 {
@@ -91,15 +100,18 @@ std::string capture_read(capture_setup_t &setup, byte_source_t &source, capture_
 {
     if (!capture_setup_ask(setup).empty())
         return setup.fault;
-    capture_run_t run = {setup, counts};
+    capture_run_t run = {setup, counts, source.fd};
     run.sink = [&run](std::string_view line) { take_line(run, line); };
     run.table.sink = sink;
     run.table.window = setup.window;
     run.table.payload_bytes = setup.payload_bytes;
     packet_reader_open(run.reader);
     std::string fault = begin_piece(run, file);
+    source.before_read = wait_for_more;
+    source.context = &run;
     if (fault.empty())
         fault = feed(run, source, file);
+    source.before_read = nullptr;
     flow_table_end(run.table);
     counts.evicted += run.table.evicted;
     return fault;

@@ -272,6 +272,21 @@ bool tshark_feed(tshark_child_t &child, std::string_view bytes, const tshark_sin
     return child.out.size() < feed_step || write_all(child, sink);
 }
 
+void tshark_wait(tshark_child_t &child, int source, const tshark_sink_t &sink)
+{
+    pollfd now = {source, POLLIN, 0};
+    if (poll(&now, 1, 0) != 0 || !write_all(child, sink))
+        return;
+    for (;;) {
+        std::array<pollfd, 2> waiting = {pollfd{source, POLLIN, 0},
+                                         pollfd{child.output, POLLIN, 0}};
+        if (poll(waiting.data(), waiting.size(), -1) < 0 && errno != EINTR)
+            return;
+        if (waiting[0].revents != 0 || (waiting[1].revents != 0 && !read_some(child, sink)))
+            return;
+    }
+}
+
 std::string tshark_finish(tshark_child_t &child, const tshark_sink_t &sink)
 {
     (void)write_all(child, sink);

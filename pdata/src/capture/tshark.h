@@ -40,6 +40,10 @@ struct tshark_child_t {
 [[nodiscard]] bool tshark_feed(tshark_child_t &child, std::string_view bytes,
                                const tshark_sink_t &sink);
 
+/// Waits until something can be read of `source`, and sees to it meanwhile that the child has what
+/// it is to have and that what it prints is taken. Returns at once when something can be read.
+void tshark_wait(tshark_child_t &child, int source, const tshark_sink_t &sink);
+
 /// Ends the capture, takes the rest and waits for the child. Returns what is wrong, empty for
 /// nothing.
 [[nodiscard]] std::string tshark_finish(tshark_child_t &child, const tshark_sink_t &sink);
