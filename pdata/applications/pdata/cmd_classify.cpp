@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <map>
+#include <set>
 
 #include "classify.h"
 #include "commands.h"
@@ -34,17 +35,6 @@ struct classify_run_t {
     std::map<std::string, protocol_total_t, std::less<>> totals = {};
     bool failed = false; ///< a flow was met that --fail-on names
 };
-
-/// Returns the protocol that a flow is: the last of the path, or the author's where that is empty.
-std::string_view protocol_of(const classify_run_t &run, const classified_t &classified)
-{
-    if (classified.rule == 0 || !classified.path.empty())
-        return classified.protocol;
-    const std::vector<pdata_item> &items = run.loadable.rule_items[classified.rule];
-    const view_stored_value_t *value =
-        items.empty() ? nullptr : loadable_origin(run.loadable, items.front());
-    return value == nullptr ? classified.protocol : value->protocol;
-}
 
 void print_flow_json(classify_run_t &run, const flow_record_t &record,
                      const classified_t &classified, std::string_view protocol)
@@ -103,7 +93,8 @@ void classify_flow(classify_run_t &run, const flow_record_t &record)
 {
     const classified_t classified = classify(run.classifier, record);
     const bool known = classified.rule != 0;
-    const std::string_view protocol = protocol_of(run, classified);
+    const std::string_view protocol =
+        known ? loadable_rule_protocol(run.loadable, classified.rule) : classified.protocol;
     count(run, record, protocol);
     const std::vector<std::string> &fail_on = run.options.fail_on;
     run.failed |= std::ranges::find(fail_on, known ? protocol : "unknown") != fail_on.end();
@@ -157,6 +148,25 @@ void print_summary_text(classify_run_t &run, const flow_totals_t &totals)
                   share(unknown.bytes, totals.bytes));
 }
 
+/// Tells whether every protocol of --fail-on can be met, and names those that no rule is for: what
+/// is never met would never fail.
+bool can_fail(const classify_run_t &run)
+{
+    pdata_db_info info = {};
+    pdata_db_describe(run.loadable.db.get(), &info);
+    std::set<std::string_view> known = {"unknown"};
+    for (pdata_rule rule = 1; rule <= info.nr_rule; ++rule)
+        known.insert(loadable_rule_protocol(run.loadable, rule));
+    bool all = true;
+    for (const std::string &name : run.options.fail_on)
+        if (!known.contains(name)) {
+            console_error(run.console, "--fail-on: {} has no rule for \"{}\"",
+                          run.loadable.file.name, name);
+            all = false;
+        }
+    return all;
+}
+
 exit_status_t classify_run(const classify_options_t &options, console_t &console)
 {
     flow_totals_t totals;
@@ -164,6 +174,8 @@ exit_status_t classify_run(const classify_options_t &options, console_t &console
     if (!loadable_open(console, options.pdb, run.loadable))
         return EXIT_STATUS_FILE;
     loadable_prepare(run.loadable);
+    if (!can_fail(run))
+        return EXIT_STATUS_USAGE;
     if (classifier_open(run.loadable.db.get(), options.input.initiator, run.classifier) !=
         PDATA_R_OK)
         throw std::bad_alloc();

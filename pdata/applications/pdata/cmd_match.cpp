@@ -67,7 +67,8 @@ void answer_line(match_run_t &run, const match_answer_t *answer, const flow_erro
         text = "error: " + escape_terminal(error_text(error));
     else
         for (const fired_rule_t &rule : answer->rules)
-            text += (text.empty() ? "" : " ") + escape_terminal(match_protocol(run.loadable, rule));
+            text += (text.empty() ? "" : " ") +
+                    escape_terminal(loadable_rule_protocol(run.loadable, rule.rule));
     console_print(run.console, "{}\n", text.empty() ? "-" : text);
     (void)std::fflush(run.console.out); // the reader waits for it; console_close looks at it
 }

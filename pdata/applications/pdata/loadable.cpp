@@ -70,6 +70,18 @@ void loadable_prepare(loadable_t &loadable)
     find_origins(loadable, info.nr_item);
 }
 
+std::string_view loadable_rule_protocol(const loadable_t &loadable, pdata_rule rule)
+{
+    pdata_rule_info info = {};
+    if (pdata_db_rule(loadable.db.get(), rule, &info) == PDATA_R_OK && info.nr_path != 0)
+        return loadable_text(
+            pdata_db_protocol_name(loadable.db.get(), info.path[info.nr_path - 1]));
+    const std::vector<pdata_item> &items = loadable.rule_items[rule];
+    const view_stored_value_t *value =
+        items.empty() ? nullptr : loadable_origin(loadable, items.front());
+    return value == nullptr ? "unknown" : value->protocol;
+}
+
 const view_stored_value_t *loadable_origin(const loadable_t &loadable, pdata_item item)
 {
     if (item == 0 || item >= loadable.origins.size())

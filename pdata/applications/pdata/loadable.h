@@ -34,6 +34,10 @@ void loadable_prepare(loadable_t &loadable);
 /// Returns the value that an item stands for, or null where it cannot be told.
 const view_stored_value_t *loadable_origin(const loadable_t &loadable, pdata_item item);
 
+/// Returns the protocol that a rule classifies: the last of its path, or the author's protocol
+/// where the path is empty; "unknown" where that cannot be told.
+std::string_view loadable_rule_protocol(const loadable_t &loadable, pdata_rule rule);
+
 /// Returns the bytes of a text of the library.
 inline std::string_view loadable_text(pdata_text text)
 {

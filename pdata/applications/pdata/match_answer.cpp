@@ -90,12 +90,3 @@ match_answer_t match_collect(const loadable_t &loadable, flow_runner_t &runner, 
         collect_near(loadable, flow, findings, answer);
     return answer;
 }
-
-std::string_view match_protocol(const loadable_t &loadable, const fired_rule_t &rule)
-{
-    if (rule.info.nr_path != 0)
-        return loadable_text(
-            pdata_db_protocol_name(loadable.db.get(), rule.info.path[rule.info.nr_path - 1]));
-    const bool known = !rule.items.empty() && rule.items.front().value != nullptr;
-    return known ? rule.items.front().value->protocol : "unknown";
-}

@@ -35,10 +35,6 @@ struct match_answer_t {
 /// `near` is set.
 match_answer_t match_collect(const loadable_t &loadable, flow_runner_t &runner, bool near);
 
-/// Returns the protocol that a rule classifies: the last of its path, or the author's protocol
-/// where the path is empty.
-std::string_view match_protocol(const loadable_t &loadable, const fired_rule_t &rule);
-
 /// Names a rule: its path and, where that is known, its place in its protocol's description.
 std::string match_rule_name(const loadable_t &loadable, pdata_rule rule);
 

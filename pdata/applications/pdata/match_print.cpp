@@ -76,7 +76,7 @@ void print_rule(console_t &console, const loadable_t &loadable, const fired_rule
 {
     console_print(console, "  {}  {}, {}, priority {}\n",
                   colour_text(console.out_colour, COLOUR_NAME,
-                              escape_terminal(match_protocol(loadable, rule))),
+                              escape_terminal(loadable_rule_protocol(loadable, rule.rule))),
                   path_text(loadable, rule), rule_text(rule), priority_text(rule.info.priority));
 }
 
@@ -134,11 +134,12 @@ json_document_t item_document(const match_item_t &item)
 
 json_document_t match_rule_document(const loadable_t &loadable, const fired_rule_t &rule)
 {
-    json_document_t document = {{"protocol", json_text(match_protocol(loadable, rule))},
-                                {"rule", rule.rule},
-                                {"priority", rule.info.priority},
-                                {"path", json_document_t::array()},
-                                {"items", json_document_t::array()}};
+    json_document_t document = {
+        {"protocol", json_text(loadable_rule_protocol(loadable, rule.rule))},
+        {"rule", rule.rule},
+        {"priority", rule.info.priority},
+        {"path", json_document_t::array()},
+        {"items", json_document_t::array()}};
     for (uint32_t i = 0; i < rule.info.nr_path; ++i)
         document["path"].push_back(
             json_text(loadable_text(pdata_db_protocol_name(loadable.db.get(), rule.info.path[i]))));
@@ -174,7 +175,7 @@ std::string match_nearest(const loadable_t &loadable, const match_answer_t &answ
                           const std::function<bool(std::string_view)> &wanted)
 {
     for (const fired_rule_t &rule : answer.near)
-        if (wanted(match_protocol(loadable, rule)))
+        if (wanted(loadable_rule_protocol(loadable, rule.rule)))
             return match_near_text(loadable, rule);
     for (const match_item_t &item : answer.failed)
         if (item.value != nullptr && wanted(item.value->protocol))

@@ -20,7 +20,7 @@ void take_flow(capture_case_t &run, const flow_record_t &record)
     const match_answer_t answer = match_collect(run.loadable, run.runner, false);
     std::string best = "-";
     for (const fired_rule_t &rule : answer.rules) {
-        std::string protocol(match_protocol(run.loadable, rule));
+        std::string protocol(loadable_rule_protocol(run.loadable, rule.rule));
         run.fired.insert(rule.rule);
         if (std::ranges::find(run.flows.fired, protocol) == run.flows.fired.end())
             run.flows.fired.push_back(protocol);

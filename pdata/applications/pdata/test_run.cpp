@@ -15,7 +15,7 @@ void run_test_flow(test_runner_t &runner, const suite_case_t &one, test_outcome_
     const match_answer_t answer = match_collect(runner.loadable, runner.flows, true);
     for (const fired_rule_t &rule : answer.rules) {
         runner.fired.insert(rule.rule);
-        outcome.got.emplace_back(match_protocol(runner.loadable, rule));
+        outcome.got.emplace_back(loadable_rule_protocol(runner.loadable, rule.rule));
     }
     outcome.passed = suite_case_holds(one, outcome.got);
     if (!outcome.passed && !one.expected.empty())
