@@ -3,11 +3,15 @@
 #include <random>
 #include <set>
 
+#include <sys/mman.h>
+
 #include "depfile.h"
+#include "description_layout.h"
 #include "description_text.h"
 #include "import_numbers.h"
 #include "import_values.h"
 #include "schema.h"
+#include "schema_words.h"
 #include "vocabulary.h"
 
 namespace
@@ -29,13 +33,14 @@ texts values_of(bool ports, std::string_view list, number_kind_t kind)
 
 TEST(DepfileTest, escapes_what_make_takes_specially)
 {
-    const texts inputs = {"a b", "c$d", "e#f", "g\\h", "i\\ j", "k\nl", "plain"};
+    const texts inputs = {"a b", "c$d", "e#f", "g\\h", "i\\ j", "k\nl", "m\tn", "plain"};
     EXPECT_EQ(depfile_text("o t", inputs), "o\\ t: \\\n"
                                            "  a\\ b \\\n"
                                            "  c$$d \\\n"
                                            "  e\\#f \\\n"
                                            "  g\\h \\\n"
                                            "  i\\\\\\ j \\\n"
+                                           "  m\\\tn \\\n"
                                            "  plain\n");
     EXPECT_EQ(depfile_text("out", {}), "out:\n");
     EXPECT_EQ(depfile_text(" out", {}), "\\ out:\n") << "nothing stands in front of it";
@@ -51,6 +56,100 @@ TEST(DescriptionTextTest, tells_lines_and_characters)
         const text_place_t place = text_place(text, offset);
         EXPECT_EQ(std::pair(place.line, place.column), places[offset]) << offset;
     }
+}
+
+/// The first fault of a text, as "OFFSET: TEXT", or nothing.
+std::string fault_of(std::string_view text)
+{
+    description_text_t description;
+    text_fault_t fault;
+    return description_text_read(text, description, fault)
+               ? ""
+               : std::to_string(fault.offset) + ": " + fault.text;
+}
+
+TEST(DescriptionTextTest, says_the_first_fault_and_where)
+{
+    struct row_t {
+        const char *text;
+        const char *fault;
+    };
+    constexpr row_t rows[] = {
+        {"{\"p\": [{}]}", ""},
+        {"{\"p\":\t[{\"a\\\"\": [1, true, null, false, \"x\"], \"b\": {}}]}", ""},
+        {"", "0: expected '{', found the end"},
+        {"[", "0: expected '{'"},
+        {"{,", "1: expected a key in quotes or '}'"},
+        {"{\"a\",", "4: expected ':'"},
+        {"{\"a\":}", "5: expected a value"},
+        {"{\"a\":,", "5: expected a value"},
+        {"{\"a\":[}", "6: expected a value or ']'"},
+        {"{\"a\":[1}", "7: expected ',' or ']'"},
+        {"{\"a\":[1,]", "8: expected a value"},
+        {"{\"a\":1]", "6: expected ',' or '}'"},
+        {"{\"a\":1,}", "7: expected a key in quotes"},
+        {"{\"a\":[{}]} {", "11: expected no more"},
+        {"{\"a\":[{}]", "9: expected ',' or '}', found the end"},
+        {"{\"a\":\"\\", "5: a string without an end"},
+        {"{\"a\":tru", "5: a word that is none of true, false, null"},
+        {"{\"a\":x", "5: a word that is none of true, false, null"},
+        {"{ // c", "2: a comment: descriptions have none"},
+        {"{ /* c", "2: a comment: descriptions have none"},
+        {"{ # c", "2: a comment: descriptions have none"},
+        {"{ / c", "2: nothing begins with this"},
+        {"{\"a\":-1", "5: a number is digits only"},
+        {"{\"a\":+1", "5: a number is digits only"},
+        {"{\"a\":.1", "5: a number is digits only"},
+        {"{ ~", "2: nothing begins with this"},
+        {"{ A", "2: nothing begins with this"},
+        {"\xef\xbb\xbf{", "0: a byte order mark"},
+        {"{\r", "1: a carriage return: lines end in a line feed alone"},
+        {"{}", "1: expected one key with an array of protocols"},
+        {"{\"a\":1}", "5: expected one key with an array of protocols"},
+        {"{\"a\":1,\"b\":2}", "5: expected one key with an array of protocols"},
+        {"{\"a\":[{}],\"b\":2}", "9: expected '}' behind the protocols"},
+        {"{\"a\":[{},5]}", "9: expected a protocol, an object"},
+        {"{\"a\":[]}", "6: expected a protocol"},
+    };
+    for (const row_t &row : rows)
+        EXPECT_EQ(fault_of(row.text), row.fault) << row.text;
+}
+
+TEST(DescriptionTextTest, refuses_what_offsets_cannot_count)
+{
+    constexpr size_t size = DESCRIPTION_TEXT_MAX + 1; // nothing of it is touched
+    void *pages =
+        mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    ASSERT_NE(pages, MAP_FAILED);
+    EXPECT_EQ(fault_of({static_cast<const char *>(pages), size}),
+              "2147483647: a text of more than 2147483647 bytes");
+    munmap(pages, size);
+}
+
+TEST(DescriptionLayoutTest, keeps_what_is_odd)
+{
+    const std::string_view text = R"({"p":[{"names":["a)"
+                                  "\n"
+                                  R"(b"],"rules":[5,{"order":"1"},[]]}]})";
+    description_text_t description;
+    text_fault_t fault;
+    ASSERT_TRUE(description_text_read(text, description, fault)) << fault.text;
+    EXPECT_EQ(description_layout(description), "{\n"
+                                               "  \"p\": [\n"
+                                               "    {\n"
+                                               "      \"names\": [\n"
+                                               "        \"a\nb\"\n"
+                                               "      ],\n"
+                                               "      \"rules\": [\n"
+                                               "        5,\n"
+                                               "        {\n"
+                                               "          \"order\": \"1\"\n"
+                                               "        },\n"
+                                               "        []\n"
+                                               "      ]\n"
+                                               "    }\n"
+                                               "  ]\n"
+                                               "}\n");
 }
 
 TEST(ImportNumbersTest, merges_blocks_that_overlap_or_touch)
@@ -107,9 +206,17 @@ TEST(ImportValuesTest, expressions_that_a_value_can_say)
     EXPECT_EQ(import_expression("a\\.c$"), ".*a\\.c");
     EXPECT_EQ(import_expression("(^|\\.)a.*b$"), "(.*\\.)?a.*b");
     EXPECT_EQ(import_expression("^a.+b"), "a.*.b.*");
+    EXPECT_EQ(import_expression("^azAZ09-_$"), "azAZ09-_");
     for (const char *other :
-         {"a*", "a|b", "[ab]", "a{2}", "\\d", ".*", "", "^$", "a.b", "a\\", "a\\.+"})
+         {"a*", "a|b", "[ab]",  "a{2}", "\\d", ".*", "",   "^$", "a.b", "a\\", "a\\.+",
+          "a+", "a?",  "a\\.?", "a~",   "a@",  "a`", "a[", "a/", "a:",  "a{"})
         EXPECT_EQ(import_expression(other), std::nullopt) << other;
+}
+
+TEST(ImportValuesTest, texts_become_json)
+{
+    EXPECT_EQ(import_json("a\\.b"), R"("a\\.b")");
+    EXPECT_EQ(import_json(R"(a"b)"), R"("a\"b")");
 }
 
 TEST(VocabularyTest, reads_tables_of_keys_and_no_others)
@@ -135,6 +242,131 @@ TEST(VocabularyTest, reads_tables_of_keys_and_no_others)
     EXPECT_EQ(shown, (texts{"A part//a/number/what a is; limit: 9",
                             "A part//b\\*/number/what a is; limit: 9", "A part//*/text/the rest",
                             "A part/a/d/string/within", "A part/b/d/string/within"}));
+}
+
+TEST(VocabularyTest, tables_may_be_odd)
+{
+    const auto rows = vocabulary_read("## A `part` of\\*\n"
+                                      "| key | value |\n" // of two columns
+                                      "\n"
+                                      "| key | value | meaning | limit |\n"
+                                      "|---|---|---|---|\n"
+                                      "| `a`, `b | text | | 9 |\n"
+                                      "| no key | text | of none | |\n"
+                                      "| `c` | text\\ | at the end |\n"
+                                      "| `d` | | |\n"
+                                      "not a row\n"
+                                      "| `e` | text | of another table |\n");
+    texts shown;
+    for (const vocabulary_row_t &row : rows)
+        shown.push_back(row.section + '/' + row.key + '/' + row.value + '/' + row.meaning);
+    EXPECT_EQ(shown,
+              (texts{"A part of*/a/text/9", "A part of*/c/text\\/at the end", "A part of*/d//"}));
+    EXPECT_TRUE(vocabulary_paper("pdd.md").starts_with("# "));
+    EXPECT_EQ(vocabulary_paper("none.md").data(), nullptr);
+}
+
+TEST(SchemaTest, words_are_those_of_the_place)
+{
+    const vocabulary_row_t of_rule = {"A rule", "", "k", "text", ""};
+    const vocabulary_row_t below = {"A rule", "tags", "k", "list", "of tags"};
+    const vocabulary_row_t of_protocol = {"A protocol", "", "k", "number", "counts"};
+    const vocabulary_row_t any = {"A rule", "", "*", "text", "other"};
+    const schema_vocabulary_t all = {{of_rule, below, of_protocol, any}, ""};
+    const schema_vocabulary_t part = {{below, of_protocol, of_rule, any}, "A rule"};
+    const auto words = [](const schema_vocabulary_t &vocabulary, const char *holder,
+                          const char *key) {
+        schema_json_t schema = schema_json_t::object();
+        schema_add_words(vocabulary, holder, key, schema);
+        return schema.value("title", "") + '/' + schema.value("description", "");
+    };
+    EXPECT_EQ(words(all, "", "k"), "k/number: counts");
+    EXPECT_EQ(words(all, "rules", "k"), "k/text");
+    EXPECT_EQ(words(all, "tags", "k"), "k/list: of tags");
+    EXPECT_EQ(words(all, "rules", "*"), "any other key/text: other");
+    EXPECT_EQ(words(all, "rule", "k"), "/") << "of a sub-rule nothing is said";
+    EXPECT_EQ(words(part, "", "k"), "k/text");
+    EXPECT_EQ(words(part, "tags", "k"), "k/list: of tags");
+    EXPECT_EQ(words(part, "other", "k"), "/");
+}
+
+/// The schema of a document whose rules have some nodes and transitions.
+schema_json_t schema_of(const std::string &nodes, const std::string &transitions)
+{
+    std::string text;
+    EXPECT_TRUE(
+        schema_text(*schema_kind("tags"),
+                    R"({"nodes": [)" + nodes + R"(], "transitions": [)" + transitions + "]}", text))
+        << text;
+    return schema_json_t::parse(text);
+}
+
+TEST(SchemaTest, transitions_to_the_start_or_beyond_the_machine_are_not_taken)
+{
+    const schema_json_t schema =
+        schema_of(R"({"key": 0}, {"key": 1}, {"key": 2}, {"key": 3}, {"key": 4})",
+                  R"({"from": 0, "to": 1, "trans": "{"}, {"from": 1, "to": 0, "trans": "a"},
+           {"from": 1, "to": 128, "trans": "b"}, {"from": 1, "to": 127, "trans": "c"},
+           {"from": 1, "to": 2, "trans": "d"}, {"from": 2, "to": 3, "trans": "x"},
+           {"from": 3, "to": 4, "trans": "}"}, {"from": 3, "to": 5, "trans": ","},
+           {"from": 5, "to": 2, "trans": "d"})");
+    const schema_json_t nothing = {{"not", schema_json_t::object()}};
+    const schema_json_t properties = {
+        {"a", nothing}, {"b", nothing}, {"c", nothing}, {"d", {{"enum", {"x"}}}}};
+    EXPECT_EQ(schema["properties"], properties) << "and a key of two nodes is there once";
+    EXPECT_EQ(schema["additionalProperties"], false);
+    EXPECT_EQ(schema["minProperties"], 1);
+}
+
+TEST(SchemaTest, a_key_is_required_where_every_count_asks_for_it)
+{
+    // Node 1 stands in front of keys, 2 in front of the value of "a", 3 behind a value, 4 at the
+    // end.
+    struct row_t {
+        const char *range;       ///< of node 2
+        const char *check;       ///< of node 4
+        const char *transitions; ///< more of them
+        bool required;
+    };
+    constexpr row_t rows[] = {
+        {R"("range": {"min": 1},)", "2", "", true},
+        {R"("range": {"min": 1},)", "", "", false},
+        {R"("range": {"min": 0, "max": 1},)", "2", "", false},
+        {R"("range": {"max": 1},)", "2", "", false},
+        {"", "2", "", false},
+        {R"("range": {"min": 1},)", "128, 2", "", true}, // there is no node 128
+        {R"("range": {"min": 1},)", "6, 2", "", true},   // with a range
+        {R"("range": {"min": 1},)", "5, 2", "", false},  // without one, which ends the check
+        {R"("range": {"min": 1},)", "2", R"(,{"from": 1, "to": 7, "trans": "}"})", false},
+        {R"("range": {"min": 1},)", "2", R"(,{"from": 1, "to": 2, "trans": "*"})", false},
+        {R"("range": {"min": 1},)", "2", R"(,{"from": 1, "to": 8, "trans": "b"},
+            {"from": 8, "to": 3, "trans": "*"})",
+         true},
+        {R"("range": {"min": 1},)", "2", R"(,{"from": 1, "to": 1, "trans": "b"})", false},
+        // An object within itself counts for the one around it.
+        {R"("range": {"min": 1},)", "2", R"(,{"from": 1, "to": 8, "trans": "b"},
+            {"from": 8, "to": 1, "trans": "{"}, {"from": 4, "to": 4, "trans": "}"})",
+         false},
+        // And so does one of another kind below it that has the key, of which one may be without.
+        {R"("range": {"min": 1},)", "2", R"(,{"from": 1, "to": 8, "trans": "b"},
+            {"from": 8, "to": 9, "trans": "{"}, {"from": 9, "to": 2, "trans": "a"},
+            {"from": 3, "to": 3, "trans": "}"})",
+         false},
+    };
+    for (const row_t &row : rows) {
+        const schema_json_t schema = schema_of(
+            std::string(R"({"key": 0}, {"key": 1}, {)") + row.range + R"("key": 2}, {"key": 3},
+                {"key": 4, "check": [)" +
+                row.check + R"(]}, {"key": 5},
+                {"key": 6, "range": {"max": 9}}, {"key": 7}, {"key": 8}, {"key": 9})",
+            std::string(R"({"from": 0, "to": 1, "trans": "{"}, {"from": 1, "to": 2, "trans": "a"},
+                {"from": 2, "to": 3, "trans": "*"}, {"from": 3, "to": 1, "trans": ","},
+                {"from": 3, "to": 4, "trans": "}"})") +
+                row.transitions);
+        const bool required =
+            schema.contains("required") && schema["required"] == schema_json_t::array({"a"});
+        EXPECT_EQ(required, row.required) << row.range << row.check << row.transitions;
+    }
 }
 
 TEST(SchemaTest, rules_that_do_not_read_are_said)

@@ -70,10 +70,3 @@ size_t text_characters(std::string_view text)
     return static_cast<size_t>(
         std::ranges::count_if(text, [](char c) { return (c & '\xc0') != '\x80'; }));
 }
-
-std::string_view text_line(std::string_view text, size_t line)
-{
-    for (; line > 1; --line)
-        text.remove_prefix(std::min(text.find('\n') + 1, text.size()));
-    return text.substr(0, text.find('\n'));
-}

@@ -72,6 +72,3 @@ text_place_t text_place(std::string_view text, size_t offset);
 
 /// Returns the number of characters of UTF-8 text: bytes that continue none.
 size_t text_characters(std::string_view text);
-
-/// Returns a line of a text, from 1, without its line feed.
-std::string_view text_line(std::string_view text, size_t line);

@@ -1,7 +1,5 @@
 #include "schema.h"
 
-#include <memory>
-
 #include "json_error.h"
 #include "pragmar.h"
 #include "schema_documents.h"
@@ -123,14 +121,6 @@ constexpr auto kinds = [] {
     return names;
 }();
 
-struct rules_release_t {
-    void operator()(pragmar_rules_t *rules) const
-    {
-        pragmar_rules_clean(rules);
-        delete rules;
-    }
-};
-
 std::string description_of(const document_t &document)
 {
     std::string text = std::string(document.title) + " (docs/" + document.paper +
@@ -160,15 +150,15 @@ schema_json_t of_protocols(schema_json_t protocol)
 schema_json_t of_rules(const document_t &document, std::string_view rules,
                        const schema_vocabulary_t &vocabulary)
 {
-    std::unique_ptr<pragmar_rules_t, rules_release_t> loaded(new pragmar_rules_t());
-    if (pragmar_rules_load(loaded.get(), rules) != 0)
+    pragmar_rules_t loaded;
+    if (pragmar_rules_load(&loaded, rules) != 0)
         return {};
     const schema_words_t words = [&vocabulary](std::string_view holder, std::string_view key,
                                                schema_json_t &schema) {
         schema_add_words(vocabulary, holder, key, schema);
     };
     schema_json_t definitions = schema_json_t::object();
-    schema_json_t schema = schema_of_machine(*loaded->semantic, words, definitions);
+    schema_json_t schema = schema_of_machine(*loaded.semantic, words, definitions);
     if (document.of_protocols)
         schema = of_protocols(std::move(schema));
     if (!definitions.empty()) {

@@ -175,7 +175,9 @@ schema_json_t value_schema(schema_writer_t &writer, const node_set_t &starts,
         choices.push_back(array_schema(writer, arrays, holder));
     if (choices.empty())
         return {{"not", schema_json_t::object()}};
-    return choices.size() == 1 ? choices.front() : schema_json_t{{"anyOf", choices}};
+    if (choices.size() == 1)
+        return choices.front();
+    return {{"anyOf", choices}};
 }
 
 } // namespace

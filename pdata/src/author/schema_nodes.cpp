@@ -86,18 +86,18 @@ size_t facts_of(const schema_nodes_t &nodes)
     return count;
 }
 
-/// Tells whether a check on the way into `exit` asks for at least one entry of `target`. A node
-/// without a range ends a check.
+/// Tells whether a check on the way into `exit` asks for at least one entry of `target`. Numbers
+/// beyond the machine are passed over, and a node without a range ends a check.
 bool asks_for(const semantic_t &semantic, size_t exit, size_t target)
 {
     for (const uint32_t checked : semantic.nodes[exit].check) {
         if (checked >= SEMANTIC_NODE_DIM)
-            return false;
+            continue;
         const semantic_node_t &node = semantic.nodes[checked];
         if (!node.min && !node.max)
             return false;
         if (checked == target)
-            return node.min && *node.min > 0;
+            return node.min.value_or(0) > 0;
     }
     return false;
 }
