@@ -79,6 +79,28 @@ TEST(Edit, DiffSaysWhatTheEditsDo)
     EXPECT_EQ(lint_edit_diff("a.pdd", text, {}), "");
 }
 
+TEST(Edit, TheLastLineMayHaveNoEnd)
+{
+    EXPECT_EQ(lint_edit_diff("t", "a\nb\n", all_edits({finding_with(2, 4, "c")})),
+              "--- t\n+++ t\n@@ -1,2 +1,2 @@\n a\n-b\n+c\n\\ No newline at end of file\n");
+    EXPECT_EQ(lint_edit_diff("t", "a\nb", all_edits({finding_with(2, 3, "c\n")})),
+              "--- t\n+++ t\n@@ -1,2 +1,2 @@\n a\n-b\n\\ No newline at end of file\n+c\n");
+    EXPECT_EQ(lint_edit_diff("t", "a\nb\n", all_edits({finding_with(1, 4, "")})),
+              "--- t\n+++ t\n@@ -1,2 +1,1 @@\n-a\n-b\n+a\n\\ No newline at end of file\n");
+    EXPECT_EQ(lint_edit_diff("t", "", all_edits({finding_with(0, 0, "c")})), "");
+}
+
+TEST(Edit, AreThoseOfOneFileThatAreWanted)
+{
+    std::vector<finding_t> findings = {finding_with(0, 1, "X"), finding_with(2, 3, "Y"),
+                                       finding_with(4, 5, "Z")};
+    findings[1].edits[0].place.file = 1;
+    findings[2].id = FINDING_BLANK_AT_END;
+    const auto wanted = [](const finding_t &finding) { return finding.id != FINDING_BLANK_AT_END; };
+    EXPECT_EQ(lint_edited("abcdef", lint_edits(findings, 0, wanted)), "Xbcdef");
+    EXPECT_EQ(lint_edited("abcdef", lint_edits(findings, 1, wanted)), "abYdef");
+}
+
 TEST(Edit, AnAppliedDiffIsTheEditedText)
 {
     std::mt19937 random(7);

@@ -1,4 +1,4 @@
-#include "finding.h"
+#include "finding_policy.h"
 
 #include <gtest/gtest.h>
 
@@ -13,6 +13,24 @@ TEST(Finding, EveryIdIsFoundByItsName)
         EXPECT_EQ(finding_find(finding_kinds[id].id), id);
     EXPECT_EQ(finding_find("no-such-id"), FINDING_NR);
     EXPECT_EQ(finding_find(""), FINDING_NR);
+}
+
+TEST(Finding, LevelsAreChangedByName)
+{
+    const auto change = [](std::string_view text) {
+        finding_policy_t policy = finding_policy();
+        const std::string wrong = finding_policy_change(policy, text);
+        return wrong.empty() ? std::string(finding_level_name(policy.levels[FINDING_DEAD_VALUE]))
+                             : wrong;
+    };
+    for (const char *level : {"error", "warning", "note", "off"})
+        EXPECT_EQ(change(std::string("dead-value=") + level), level);
+    const char *how = "write dead-value=error, warning, note or off";
+    for (const char *text : {"dead-value", "dead-value=", "dead-value=loud", "dead-value=errors"})
+        EXPECT_EQ(change(text), how) << text;
+    EXPECT_EQ(change("dead-valu=error"), "there is no id dead-valu");
+    EXPECT_EQ(change(""), "there is no id ");
+    EXPECT_EQ(change("case-on-sensitive=note"), "error") << "another id stays as it was";
 }
 
 TEST(Finding, FingerprintHasNoPlace)

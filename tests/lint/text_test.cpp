@@ -3,9 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include "lint_expression.h"
 #include "lint_places.h"
 #include "lint_pointer.h"
 #include "lint_words.h"
+#include "module_error.h"
 
 namespace
 {
@@ -291,6 +293,67 @@ TEST(Pointer, LeadsToTheValue)
     const std::vector<lint_file_t> files = {{"a", text}};
     EXPECT_EQ(lint_pointers(files, findings),
               (names_t{"/p/0/a~1b", "/p/0/a~1b", "/p/1", "/p/1/c/0", "/p/1/c/1/d~0"}));
+}
+
+/// The pointer of a byte of a text.
+std::string pointer_at(std::string_view text, size_t begin)
+{
+    const std::vector<lint_file_t> files = {{"a", text}};
+    std::vector<finding_t> findings(1);
+    findings[0].place.begin = static_cast<uint32_t>(begin);
+    return lint_pointers(files, findings).front();
+}
+
+TEST(Pointer, LeadsAsFarAsATextReads)
+{
+    struct row_t {
+        const char *text; ///< with a mark in front of the byte
+        const char *pointer;
+    };
+    constexpr row_t rows[] = {
+        {"@", ""},
+        {"{\"p\": \"abc@", "/p"},
+        {"{\"p\": \"abc\\@", "/p"},
+        {"{\"p\": \"a\\\"b\", \"q\": @1}", "/q"},
+        {"\"p\", {\"q\": @1}", "/q"}, // in no object
+        {"}], {\"q\": @1}", "/q"},
+        {"{\"p\": 1, @x: 2}", ""},
+        {"{\"p\": 1, @", ""},
+        {"[[1], [2, @3]]", "/1/1"},
+        {"{\"p\": [1]@", "/p"},
+    };
+    for (const row_t &row : rows) {
+        std::string text = row.text;
+        const size_t at = text.find('@');
+        EXPECT_EQ(pointer_at(text.erase(at, 1), at), row.pointer) << row.text;
+    }
+}
+
+TEST(Pointer, EndsAtTheDepthOfDescriptions)
+{
+    std::string zeros;
+    for (int i = 0; i < 32; ++i)
+        zeros += "/0";
+    const std::string open(33, '[');
+    EXPECT_EQ(pointer_at(open, 32), zeros);
+    EXPECT_EQ(pointer_at(open, 33), "");
+    EXPECT_EQ(pointer_at(open + "{\"a\"", 34), "");
+}
+
+TEST(Pointer, BeginsAnewInEachFile)
+{
+    const std::vector<lint_file_t> files = {{"a", R"({"p": [1, 2]})"}, {"b", R"({"q": [3]})"}};
+    std::vector<finding_t> findings(3);
+    findings[0].place = {0, 7, 8};
+    findings[1].place = {0, 10, 11};
+    findings[2].place = {1, 7, 8};
+    EXPECT_EQ(lint_pointers(files, findings), (names_t{"/p/0", "/p/1", "/q/0"}));
+}
+
+TEST(Expression, WhatIsTooLargeIsSaid)
+{
+    EXPECT_EQ(lint_expression_fault("a", MODULE_ERR_NO_MEMORY).hint, "write it as several values");
+    EXPECT_EQ(lint_expression_fault("", MODULE_ERR_INVALID).hint, "write something into it");
 }
 
 // Of words that are as near, the first is meant; one with other ends is not.

@@ -1,5 +1,6 @@
 #include "failing_alloc.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <new>
 
@@ -17,8 +18,11 @@ bool fails_now()
     return true;
 }
 
+std::atomic<size_t> bytes = 0;
+
 void *allocate(size_t size)
 {
+    bytes.fetch_add(size, std::memory_order_relaxed);
     return std::malloc(size == 0 ? 1 : size);
 }
 
@@ -42,6 +46,11 @@ bool failing_alloc_disarm()
 {
     countdown = 0;
     return happened;
+}
+
+size_t failing_alloc_bytes()
+{
+    return bytes.load(std::memory_order_relaxed);
 }
 
 void *operator new(size_t size)

@@ -11,6 +11,9 @@ void failing_alloc_arm(size_t nth);
 /// Switches the failure off. Returns whether it has happened.
 bool failing_alloc_disarm();
 
+/// Returns the bytes that were asked for since the program began: work that can be counted.
+size_t failing_alloc_bytes();
+
 /// Runs `operation` again and again, each time with a later allocation failing, until it gets
 /// through without a failure. `operation()` returns its module code; `check(code)` is
 /// called for each run in which an allocation failed.

@@ -64,12 +64,19 @@ struct named_t {
     std::vector<std::string> keys;
 };
 
+/// The attributes of all protocols, without the row that ends their table.
+std::span<const pdb_attr_properties_t> all_attributes()
+{
+    const auto table = pdb_attr_properties_table();
+    return table.first(table.size() - 1);
+}
+
 /// Returns the attributes of a protocol.
 std::vector<named_t> attributes_of(std::string_view protocol)
 {
     std::vector<named_t> names;
-    for (const pdb_attr_properties_t &row : pdb_attr_properties_table()) {
-        if (row.proper_proto == nullptr || row.proper_proto != protocol)
+    for (const pdb_attr_properties_t &row : all_attributes()) {
+        if (row.proper_proto != protocol)
             continue;
         const std::string name(row.proper_attr);
         named_t &named = names.emplace_back(named_t{row.proper_attr, {}});
@@ -93,9 +100,8 @@ std::string_view without_way(std::string_view key)
 std::vector<std::string_view> owners_of(std::string_view attribute)
 {
     std::vector<std::string_view> owners;
-    for (const pdb_attr_properties_t &row : pdb_attr_properties_table())
-        if (row.proper_proto != nullptr && row.proper_attr == attribute &&
-            std::ranges::find(owners, row.proper_proto) == owners.end())
+    for (const pdb_attr_properties_t &row : all_attributes())
+        if (row.proper_attr == attribute)
             owners.emplace_back(row.proper_proto);
     return owners;
 }
@@ -111,10 +117,12 @@ std::string protocol_hint(std::string_view protocol, std::string_view attribute)
         other != std::end(other_protocols) ? other->meant : lint_nearest(word, owners);
     if (!meant.empty())
         return lint_joined({"write the protocol ", lint_quoted(meant)});
+    if (owners.empty())
+        return "no attribute of " + lint_quoted(protocol) + " can be tested";
     std::string list;
     for (const std::string_view owner : owners)
         list += (list.empty() ? "test it of " : " or ") + std::string(owner);
-    return list.empty() ? "no attribute of " + lint_quoted(protocol) + " can be tested" : list;
+    return list;
 }
 
 /// Returns the key that is meant; empty where none is near.
@@ -152,7 +160,7 @@ std::string lint_meant_attribute(std::string_view protocol, std::string_view key
 bool lint_is_attribute(std::string_view key)
 {
     const std::string_view name = without_way(key);
-    return std::ranges::any_of(pdb_attr_properties_table(), [&](const pdb_attr_properties_t &row) {
-        return row.proper_attr != nullptr && row.proper_attr == name;
+    return std::ranges::any_of(all_attributes(), [&](const pdb_attr_properties_t &row) {
+        return row.proper_attr == name;
     });
 }

@@ -76,15 +76,13 @@ void look_all(const lint_look_t &look)
 const lint_attribute_t *asked_before(const lint_look_t &look)
 {
     const lint_attribute_t &attribute = *look.attribute;
-    for (const lint_attribute_t &other : look.sub_rule->attributes) {
-        if (&other == &attribute)
-            return nullptr;
+    for (const lint_attribute_t &other :
+         std::span(look.sub_rule->attributes.data(), look.attribute))
         if (other.matched == attribute.matched && other.name == attribute.name &&
             (lint_stored_way(other) & lint_stored_way(attribute)) != 0 && is_single(other) &&
             other.values.size() == 1 &&
             other.values.front().decoded != attribute.values.front().decoded)
             return &other;
-    }
     return nullptr;
 }
 

@@ -112,8 +112,8 @@ void take_protocol(lint_run_t &run, uint32_t file, const description_text_t &tok
     string_list_clean();
 }
 
-/// Returns where a place of a pdb's text is, for who looks it up there: "chess, rule 1, in
-/// base.pdb". A pdb has no lines.
+/// Returns where a place within a faultless protocol of a pdb's text is, for who looks it up there:
+/// "chess, rule 1, in base.pdb". A pdb has no lines.
 std::string shown_base_place(const lint_model_t &model, const finding_place_t &place)
 {
     const auto begin_of = [](const lint_protocol_t &protocol) {
@@ -123,12 +123,11 @@ std::string shown_base_place(const lint_model_t &model, const finding_place_t &p
         std::ranges::upper_bound(model.protocols, std::pair(place.file, place.begin), {}, begin_of);
     finding_t owner;
     owner.place = place;
-    if (behind != model.protocols.begin())
-        name_owner(*(behind - 1), owner);
+    name_owner(*(behind - 1), owner);
     std::string text(owner.protocol);
     if (owner.rule != 0)
         text += ", rule " + std::to_string(owner.rule);
-    return (text.empty() ? "in " : text + ", in ") + model.files[place.file].name;
+    return text + ", in " + model.files[place.file].name;
 }
 
 /// Says nothing of the texts that stand for pdbs: they are nobody's to mend, and have no lines.

@@ -85,6 +85,13 @@ std::string wildcard_name(std::string_view expression)
     return "(.*\\.)?" + name;
 }
 
+/// Tells whether a '^' or '$' stands where it does not read; at the ends it is a byte.
+bool is_inner_anchor(std::string_view expression, size_t at)
+{
+    return (expression[at] == '^' && at != 0) ||
+           (expression[at] == '$' && at + 1 != expression.size());
+}
+
 lint_expression_fault_t fault_of(std::string_view expression)
 {
     if (const std::string name = wildcard_name(expression); !name.empty())
@@ -100,8 +107,7 @@ lint_expression_fault_t fault_of(std::string_view expression)
             scan.begins = scan.postfix = false;
             continue;
         }
-        const bool anchor = !scan.in_class && (expression[at] == '^' || expression[at] == '$');
-        if (anchor)
+        if (!scan.in_class && is_inner_anchor(expression, at))
             return {"a '^' or '$': a value matches the whole of the data",
                     "leave it out, or write \"\\\\^\" or \"\\\\$\" for the byte"};
         if (const char *wrong = read_byte(scan, expression[at]))

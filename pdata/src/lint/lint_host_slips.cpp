@@ -197,7 +197,9 @@ void look_name(const lint_look_t &look)
                     "leave it out, or write several names as \"(one|other)\"");
     else if (front)
         lint_report(look, FINDING_NO_HOST_NAME, "no name begins with a dot",
-                    "write " + lint_json(lint_joined({"(.*\\.)?", value.substr(2)})));
+                    value.size() == 2
+                        ? "write a name behind it"
+                        : "write " + lint_json(lint_joined({"(.*\\.)?", value.substr(2)})));
     else if (back)
         lint_report(look, FINDING_NO_HOST_NAME, "names come without a dot at their end",
                     "write " + lint_json(value.substr(0, value.size() - 2)));

@@ -94,8 +94,11 @@ std::string starred(std::string_view part)
 std::string meant_ipv4(const std::string &part)
 {
     const size_t slash = part.find('/');
+    const uint32_t bits = slash == part.npos ? 0 : mask_bits(part.substr(slash + 1));
+    if (slash != part.npos && bits == 0)
+        return "0.0.0.0-255.255.255.255"; // a prefix of length 0 is one address
     if (slash != part.npos)
-        return part.substr(0, slash + 1) + std::to_string(mask_bits(part.substr(slash + 1)));
+        return part.substr(0, slash + 1) + std::to_string(bits);
     if (part.ends_with('*'))
         return starred(part);
     if (const size_t colon = part.find(':'); colon != part.npos)

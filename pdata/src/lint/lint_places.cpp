@@ -52,6 +52,5 @@ lint_places_t lint_places(std::span<const lint_file_t> files, std::span<const fi
 text_place_t lint_place_of(const lint_places_t &places, uint32_t file, uint32_t offset)
 {
     const auto &bytes = places.files[file];
-    const auto found = std::ranges::lower_bound(bytes, offset, {}, &lint_places_t::byte_t::offset);
-    return found == bytes.end() ? text_place_t{} : found->place;
+    return std::ranges::lower_bound(bytes, offset, {}, &lint_places_t::byte_t::offset)->place;
 }

@@ -89,27 +89,19 @@ void report_dead(const lint_look_t &value, const prove_value_t &proved,
 
 void report(const lint_look_t &value, const prove_value_t &proved, const prove_verdict_t &verdict)
 {
-    switch (verdict.outcome) {
-    case PROVE_DEAD:
+    if (verdict.outcome == PROVE_WHOLE_VALUE && !verdict.is_decided)
+        lint_report(value, FINDING_NOT_PROVED,
+                    lint_joined({"too large for a proof; ", std::to_string(verdict.nr_sample),
+                                 " samples of it are found"}),
+                    "");
+    else if (verdict.outcome == PROVE_DEAD)
         report_dead(value, proved, verdict);
-        return;
-    case PROVE_LOSSY:
+    else if (verdict.outcome == PROVE_LOSSY)
         lint_report(
             value, FINDING_LOSSY_VALUE,
             lint_joined({"this describes ", shown_lost(value, verdict), ", which is not found"}),
             "write what is lost as a value of its own, or without the part that loses it")
             .sample = verdict.lost;
-        return;
-    case PROVE_WHOLE_VALUE:
-        if (!verdict.is_decided)
-            lint_report(value, FINDING_NOT_PROVED,
-                        lint_joined({"too large for a proof; ", std::to_string(verdict.nr_sample),
-                                     " samples of it are found"}),
-                        "");
-        return;
-    case PROVE_REFUSED:
-        return;
-    }
 }
 
 /// Proves all values, says what is lost of them, and keeps the first verdict on each.

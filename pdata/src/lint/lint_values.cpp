@@ -115,9 +115,9 @@ void report_mindata(const lint_look_t &look, csa_attr_way_t way)
                           : "write \"" + key + "\" of the longest piece of the value");
 }
 
-void report_expression(const lint_look_t &look, int code)
+void report_expression(const lint_look_t &look, std::string_view text, int code)
 {
-    const lint_expression_fault_t fault = lint_expression_fault(look.value->decoded, code);
+    const lint_expression_fault_t fault = lint_expression_fault(text, code);
     lint_report(look, FINDING_BAD_EXPRESSION, fault.message, fault.hint);
 }
 
@@ -130,7 +130,7 @@ bool is_bad_expression(const lint_look_t &look)
     rexpand_permutation_list list;
     const int code = rexpand_process(text, MATCHER_PERMUTATION_MAX, nullptr, &list);
     if (code != 0)
-        report_expression(look, code);
+        report_expression(look, text, code);
     return code != 0;
 }
 
