@@ -1,12 +1,17 @@
 #include "pdata_compiler_files.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
 
 #include <thread>
 
 #include "bytes.h"
 #include "captured.h"
+#include "failing_call.h"
 #include "outcome.h"
 #include "tlv_description.h"
 #include "work_folder.h"
@@ -116,6 +121,40 @@ TEST_F(compiler_files, a_pipe_is_read_to_its_end)
         writer.join();
         EXPECT_EQ(buf, content);
     }
+}
+
+TEST_F(compiler_files, a_file_that_becomes_shorter_is_refused)
+{
+    put_file("input", "0123456789");
+    const failing_call call(CALL_READ, [] { EXPECT_EQ(truncate("input", 9), 0); });
+    EXPECT_EQ(refusal("input"), "pdata_compiler: input: it became shorter while it was read\n");
+}
+
+TEST_F(compiler_files, an_error_of_a_device_is_named)
+{
+    put_file("file", "text");
+    ASSERT_EQ(mkfifo("pipe", 0600), 0);
+    const int writer = open("pipe", O_RDWR);
+    for (const std::string name : {"file", "pipe", "/dev/null"}) {
+        const failing_call call(CALL_READ, EIO);
+        EXPECT_EQ(refusal(name.c_str()), "pdata_compiler: " + name + ": Input/output error\n");
+    }
+    close(writer);
+}
+
+TEST_F(compiler_files, a_terminal_is_read_to_its_end)
+{
+    const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
+    if (terminal == -1 || grantpt(terminal) != 0 || unlockpt(terminal) != 0)
+        GTEST_SKIP() << "needs a terminal";
+    const char *name = ptsname(terminal);
+    const int kept = open(name, O_RDWR | O_NOCTTY);
+    ASSERT_EQ(write(terminal, "typed\n\4", 7), 7); // and what a user ends it with
+    csa_buf_t buf;
+    EXPECT_TRUE(pdata_compiler_read(name, &buf));
+    EXPECT_EQ(std::string(buf.begin(), buf.end()), "typed\n");
+    close(kept);
+    close(terminal);
 }
 
 TEST_F(compiler_files, what_is_no_file_is_refused_with_its_reason)

@@ -100,8 +100,8 @@ const char *read_input(int fd, csa_buf_t &buf)
         return std::strerror(errno);
     if (S_ISREG(st.st_mode))
         return read_sized(fd, static_cast<size_t>(st.st_size), buf);
-    if (S_ISFIFO(st.st_mode) || S_ISSOCK(st.st_mode))
-        return read_to_end(fd, buf);
+    if (S_ISFIFO(st.st_mode))
+        return read_to_end(fd, buf); // a socket cannot be opened
     return S_ISCHR(st.st_mode) ? read_device(fd, buf)
                                : std::strerror(S_ISDIR(st.st_mode) ? EISDIR : ENODEV);
 }

@@ -62,8 +62,9 @@ bool write_whole(output_file_t &file, output_error_t &error)
         return fail(error, OUTPUT_CANNOT_WRITE, file, "flush");
     if (!file.temporary.empty() && (file.pin = dup(file.fd)) == -1)
         return fail(error, OUTPUT_CANNOT_WRITE, file, "close");
-    const int fd = std::exchange(file.fd, -1);
-    return close(fd) == 0 || fail(error, OUTPUT_CANNOT_WRITE, file, "close");
+    if (close(std::exchange(file.fd, -1)) != 0)
+        return fail(error, OUTPUT_CANNOT_WRITE, file, "close");
+    return true;
 }
 
 /// Tells whether the temporary file is the one that was written, and not one of another run.

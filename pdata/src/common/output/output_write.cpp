@@ -18,12 +18,10 @@ public:
         sigemptyset(&raised);
         sigaddset(&raised, SIGPIPE);
         sigaddset(&raised, SIGXFSZ);
-        held = pthread_sigmask(SIG_BLOCK, &raised, &before) == 0;
+        pthread_sigmask(SIG_BLOCK, &raised, &before);
     }
     ~write_signals_t()
     {
-        if (!held)
-            return;
         const int kept = errno;
         const timespec at_once = {};
         while (sigtimedwait(&raised, nullptr, &at_once) > 0) {
@@ -37,7 +35,6 @@ public:
 private:
     sigset_t raised;
     sigset_t before;
-    bool held;
 };
 
 } // namespace
