@@ -271,4 +271,26 @@ TEST(ViewSound, HoldsRulesAgainstDescriptionsThatAreRead)
     EXPECT_EQ(with(&described_t::behind_groups, record(9)), one) << "no group, passed over";
 }
 
+// The parts of a description that cannot be read are another's to report: the walk ends there.
+TEST(ViewSound, JudgesDescriptionsThatAreRead)
+{
+    const auto fault = [](const described_t &described) {
+        const std::vector<uint8_t> bytes = stored(root_of(described));
+        pdb_view_t view;
+        view_error_t error;
+        EXPECT_TRUE(pdb_view_open(bytes, view, error)) << error.text;
+        view_group_t group;
+        EXPECT_TRUE(view_group_open({bytes.data() + 8, bytes.size() - 8, 8}, group, error));
+        const bool sound = sound_protocols(group, error) && sound_group_strings(group, error);
+        return std::string(sound ? "" : error.text);
+    };
+    described_t described;
+    EXPECT_EQ(fault(described), "");
+    described.behind_protocols = record(9);
+    EXPECT_EQ(fault(described), "") << "no protocol, passed over";
+    described.behind_protocols = {};
+    described.protocol_meta = record(1, {0});
+    EXPECT_EQ(fault(described).substr(0, 20), "protocol at byte 12:");
+}
+
 } // namespace

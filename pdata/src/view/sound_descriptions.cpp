@@ -6,6 +6,7 @@
 #include "view_description.h"
 #include "view_fields.h"
 #include "view_parts.h"
+#include "view_stored.h"
 
 namespace
 {
@@ -97,16 +98,13 @@ bool sound_group_strings(const view_group_t &group, view_error_t &error)
 bool sound_protocols(const view_group_t &group, view_error_t &error)
 {
     std::vector<sound_protocol_t> protocols;
-    view_cursor_t cursor = view_walk(group.protocols);
-    for (view_record_t record; view_next(cursor, record);) {
-        view_protocol_t protocol;
-        sound_protocol_t one = {static_cast<uint32_t>(protocols.size()), 0, record.offset};
-        if (!view_protocol_open(record.value, protocol, error))
-            return view_within(error, "protocol %u", one.number);
-        one.id = protocol.id;
-        protocols.push_back(one);
-    }
-    return ids_differ(protocols, error);
+    const bool read = view_each_protocol(
+        group, error, [&](const view_record_t &record, const view_protocol_t &protocol) {
+            protocols.push_back(
+                {static_cast<uint32_t>(protocols.size()), protocol.id, record.offset});
+            return true;
+        });
+    return read && ids_differ(protocols, error);
 }
 
 bool sound_main_strings(const pdb_view_t &pdb, view_error_t &error)

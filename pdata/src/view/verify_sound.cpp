@@ -4,6 +4,7 @@
 #include <string>
 
 #include "view_sound.h"
+#include "view_stored.h"
 
 namespace
 {
@@ -66,14 +67,13 @@ void verify_parts(sound_verify_t &verify)
 
 void verify_stored(sound_verify_t &verify)
 {
-    view_cursor_t groups = view_walk(pdb_view_root(verify.pdb, TLV_TYPE_ROOT_PROTODESCS));
-    for (view_record_t record; view_next(groups, record);) {
-        view_group_t group;
-        if (!view_group_open(record.value, group, verify.error))
-            return;
-        verify.judge(sound_protocols(group, verify.error), "descriptions");
-        verify.judge(sound_group_strings(group, verify.error), "descriptions: strings");
-    }
+    (void)view_each_group(pdb_view_root(verify.pdb, TLV_TYPE_ROOT_PROTODESCS), verify.error,
+                          [&](const view_record_t &, const view_group_t &group) {
+                              verify.judge(sound_protocols(group, verify.error), "descriptions");
+                              verify.judge(sound_group_strings(group, verify.error),
+                                           "descriptions: strings");
+                              return true;
+                          }); // what is judged reads to its end
     verify.judge(sound_main_strings(verify.pdb, verify.error), "main strings");
 }
 
