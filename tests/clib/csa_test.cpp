@@ -110,4 +110,12 @@ TEST(csa_dump, all_switches_are_off)
     EXPECT_TRUE(dump.proto_name.empty() && dump.attr_name.empty() && dump.way.empty());
 }
 
+TEST(csa_types, directions_have_their_words)
+{
+    std::string words;
+    for (uint32_t way = 0; way < 5; ++way)
+        words += std::string(attr_way2str(way)) + " ";
+    EXPECT_EQ(words, "unknown cts stc both attr way error ");
+}
+
 } // namespace

@@ -54,4 +54,15 @@ TEST(text_stream, a_stream_without_size_takes_nothing)
     EXPECT_EQ(outcome(text_stream_print(&stream, "%s", "")), OUTCOME_IO);
 }
 
+TEST(text_stream, a_byte_and_what_stands_around_it_have_32_bytes)
+{
+    const std::string before(20, '(');
+    const std::string after(9, ')');
+    text_stream_t stream = {{}, 100, false};
+    EXPECT_EQ(text_stream_put_byte(&stream, before, 255, after), PDATA_SUCCESS);
+    EXPECT_EQ(stream.text, before + "255" + after);
+    EXPECT_EQ(outcome(text_stream_put_byte(&stream, before, 1, after + ")")), OUTCOME_IO);
+    EXPECT_EQ(stream.text, before + "255" + after);
+}
+
 } // namespace

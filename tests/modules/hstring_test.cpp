@@ -324,4 +324,18 @@ TEST(hstring_build_deserialize, refuses_nothing_and_survives_every_cut)
     }
 }
 
+TEST(hstring_get_offset, strings_of_one_key_and_other_lengths_differ)
+{
+    string_htable table;
+    ASSERT_EQ(hstring_init(&table, 1), 0); // every string lies on one line
+    uint32_t offsets[3];
+    const char *texts[] = {"a\0b", "a\0bc", "a\0d"};
+    const uint32_t lens[] = {3, 4, 3};
+    for (int i = 0; i < 3; ++i)
+        ASSERT_EQ(hstring_get_offset(&table, csa_str(texts[i], lens[i]), &offsets[i]), 0);
+    EXPECT_EQ(offsets[0], 0U);
+    EXPECT_EQ(offsets[1], 6U) << "another length";
+    EXPECT_EQ(offsets[2], 0U) << "the same up to the 0 byte";
+}
+
 } // namespace

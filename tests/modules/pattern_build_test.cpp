@@ -439,4 +439,15 @@ TEST(pattern_build, every_failed_allocation_is_reported)
     }
 }
 
+TEST(bitmap_build, one_without_room_is_one_byte)
+{
+    const bitmap_build_t empty;
+    std::vector<uint8_t> buf(5, 0);
+    tlv_sink_t sink = tlv_sink_writing(buf);
+    bitmap_build_emit(empty, sink);
+    EXPECT_FALSE(sink.failed);
+    EXPECT_EQ(sink.offset, 5U);
+    EXPECT_EQ(buf, std::vector<uint8_t>(5, 0));
+}
+
 } // namespace

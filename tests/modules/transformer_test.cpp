@@ -87,6 +87,15 @@ TEST_P(transformer_integer_form, needs_a_digit_first)
         EXPECT_EQ(run(GetParam().fct, text), outcome{INVALID}) << text;
 }
 
+TEST_P(transformer_integer_form, blanks_in_front_of_the_second_number_are_passed_over)
+{
+    const auto fct = GetParam().fct;
+    for (const char *blank : {" ", "\t", "\n", "\v", "\f", "\r", " \t "})
+        EXPECT_EQ(run(fct, std::string("5-") + blank + "9"), (outcome{0, 5, 9})) << blank;
+    for (const char *other : {"\b", "\x0e", "x", "!"})
+        EXPECT_EQ(run(fct, std::string("0-") + other + "9"), (outcome{0, 0, 0})) << other;
+}
+
 TEST_P(transformer_integer_form, brackets_need_a_range_and_each_other)
 {
     const auto fct = GetParam().fct;

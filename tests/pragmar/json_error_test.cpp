@@ -129,4 +129,29 @@ TEST(json_error, kinds_have_display_names)
     EXPECT_STREQ(trans_type2str(static_cast<trans_type_t>(9)), "_");
 }
 
+json_t json_of(std::string_view text)
+{
+    json_t json = {};
+    json.str = text.data();
+    json.len = static_cast<uint32_t>(text.size());
+    return json;
+}
+
+TEST(json_error, a_token_in_front_of_the_text_has_no_excerpt)
+{
+    pragmar_err_clear();
+    json_err_concat_last_lines(json_of("[1]"), {});
+    EXPECT_STREQ(pragmar_err_get(), "");
+}
+
+TEST(json_error, a_lexer_error_at_the_end_shows_nothing_of_the_token)
+{
+    pragmar_err_clear();
+    json_token_t token = {};
+    token.line = 7;
+    token.offset_start = token.offset_end = 3;
+    (void)json_err_lexer(json_of("[1]"), token);
+    EXPECT_STREQ(pragmar_err_get(), "lex failure on line: 7\n[1]\n--^\nUnknown token ''\n");
+}
+
 } // namespace

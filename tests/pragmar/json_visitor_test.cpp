@@ -2,6 +2,7 @@
 
 #include "json_text.h"
 #include "json_visitor.h"
+#include "stack_state.h"
 
 namespace
 {
@@ -198,6 +199,26 @@ TEST(json_visitor, depth_costs_no_stack)
     ASSERT_EQ(json.parse(), 0);
     json_visitor_t empty;
     EXPECT_EQ(json_visit(json.json, &empty), 0);
+}
+
+TEST(json_visitor, a_text_that_was_not_parsed_has_nothing_to_visit)
+{
+    trace_visitor trace = {};
+    json_t json = {};
+    EXPECT_EQ(json_visit(json, &trace.visitor), -1);
+    EXPECT_EQ(trace.calls, "");
+}
+
+TEST(stack_state, is_empty_in_the_end)
+{
+    stack_state_t stack;
+    EXPECT_EQ(stack_state_top(stack, 99), 99U);
+    ASSERT_EQ(stack_state_push(&stack, 7), 0);
+    EXPECT_EQ(stack_state_top(stack, 99), 7U);
+    stack_state_pop(&stack);
+    stack_state_pop(&stack);
+    EXPECT_EQ(stack.nr, 0U);
+    EXPECT_EQ(stack_state_top(stack, 99), 99U);
 }
 
 } // namespace

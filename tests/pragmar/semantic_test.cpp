@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "captured.h"
 #include "json_text.h"
 #include "pragmar.h"
 
@@ -358,6 +359,35 @@ TEST(semantic, numbers_outside_the_machine_in_lists_are_ignored)
         rule_file({node(), node(), node("\"reset\":[128,4000000000],\"check\":[128]")},
                   {trans(0, 1, "["), trans(1, 2, "]")});
     EXPECT_EQ(check("[]", rules), "");
+}
+
+TEST(semantic, a_full_machine_takes_nothing_more)
+{
+    semantic_t semantic;
+    semantic_init(&semantic);
+    for (uint32_t i = 0; i < SEMANTIC_NODE_DIM; ++i)
+        ASSERT_EQ(semantic_node_next(&semantic), 0);
+    const std::function<int()> on_nodes[] = {
+        [&] { return semantic_node_key_set(&semantic, 1); },
+        [&] { return semantic_node_category_set(&semantic, "start"); },
+        [&] { return semantic_node_reset_add(&semantic, 1); },
+        [&] { return semantic_node_check_add(&semantic, 1); },
+        [&] { return semantic_node_min_set(&semantic, 1); },
+        [&] { return semantic_node_max_set(&semantic, 1); },
+        [&] { return semantic_node_next(&semantic); },
+    };
+    for (const auto &operation : on_nodes)
+        EXPECT_EQ(stderr_of([&] { EXPECT_EQ(operation(), -1); }), "Error: SEMANTIC_NODE_DIM.\n");
+    for (uint32_t i = 0; i < SEMANTIC_NODE_TRANS_DIM; ++i)
+        ASSERT_EQ(semantic_trans_next(&semantic), 0);
+    const std::function<int()> on_transitions[] = {
+        [&] { return semantic_trans_to_set(&semantic, 1); },
+        [&] { return semantic_trans_trans_set(&semantic, "a"); },
+        [&] { return semantic_trans_next(&semantic); },
+    };
+    for (const auto &operation : on_transitions)
+        EXPECT_EQ(stderr_of([&] { EXPECT_EQ(operation(), -1); }),
+                  "Error: SEMANTIC_NODE_TRANS_DIM.\n");
 }
 
 } // namespace

@@ -27,7 +27,7 @@ uint8_t *read_field(uint8_t *buf, uint32_t *data, uint32_t data_size)
 
 void dpi_set_unaligned_24(uint8_t *buf, uint32_t value)
 {
-    if (csa_is_big_endian())
+    if constexpr (csa_is_big_endian() != 0)
         write_field(buf, value, 3);
 }
 
