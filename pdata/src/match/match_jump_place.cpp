@@ -106,8 +106,8 @@ bool match_jump_place(std::span<const match_jump_entry_t> entries, match_jump_t 
         if (place_buckets(entries, jump))
             return true;
     }
-    jump.displacements = {};
-    jump.entries = {};
+    jump.displacements = std::vector<uint8_t>(); // frees the room, as no list of none does
+    jump.entries = std::vector<match_jump_entry_t>();
     return false;
 }
 
