@@ -291,4 +291,24 @@ TEST_F(container_protocol, a_dump_goes_through_rules_and_sub_rules)
                                                            "rule: 1\n");
 }
 
+TEST_F(container_protocol, an_attribute_in_front_of_all_names_has_none)
+{
+    EXPECT_EQ(protocol_rules_rule_attr_value_add(&protocol, nodes.string("80")), 0);
+    const protocol_sub_rule_t &sub_rule = protocol_rules_rule(&protocol).sub_rules[0];
+    ASSERT_EQ(sub_rule.nr_attr, 1U);
+    EXPECT_EQ(sub_rule.attrs[0].name, nullptr);
+    EXPECT_EQ(protocol_rules_rule_attr_name_add(&protocol, nodes.string("port")), 0);
+    EXPECT_EQ(protocol_rules_rule_attr_value_add(&protocol, nodes.string("81")), 0);
+    EXPECT_EQ(protocol_rules_rule_attr_value_add(&protocol, nullptr), 0);
+    ASSERT_EQ(sub_rule.nr_attr, 3U);
+    EXPECT_EQ(json_string_view(*sub_rule.attrs[1].name), "port");
+    EXPECT_EQ(sub_rule.attrs[2].name, sub_rule.attrs[1].name) << "after the one before it";
+    EXPECT_EQ(sub_rule.attrs[2].value, nullptr);
+    EXPECT_EQ(protocol_rules_sub_rule_next(&protocol), 0);
+    EXPECT_EQ(protocol_rules_rule_next(&protocol), 0);
+    EXPECT_EQ(stdout_of([&] { protocol_dump(protocol); }), "rule: 0\n"
+                                                           "| sub: 0\n"
+                                                           "| | port 81\n");
+}
+
 } // namespace

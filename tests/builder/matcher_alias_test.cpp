@@ -215,6 +215,18 @@ TEST_F(matcher_alias, three_pairs_are_stored_in_54_bytes_padded_to_56)
     EXPECT_EQ(serialized(), bytes("0A00000E " + stored + stored + stored + "0000"));
 }
 
+TEST_F(matcher_alias, a_buffer_that_is_too_small_is_a_status)
+{
+    EXPECT_EQ(read(document({entry(side("a", "b", "cts"), side("a", "c", "stc"))})), "0");
+    for (uint32_t words = 0; words < 5; ++words) {
+        std::vector<uint8_t> buf((words + 1) * 4);
+        uint8_t *end = nullptr;
+        EXPECT_EQ(outcome(matcher_alias_serialize(&set, buf.data(), words, &end)),
+                  OUTCOME_INVALID_ARGUMENT);
+        EXPECT_EQ(end, nullptr);
+    }
+}
+
 TEST_F(matcher_alias, an_empty_list_is_a_record_of_length_0)
 {
     EXPECT_EQ(read(R"({"aliases": []})"), "0");
@@ -286,6 +298,17 @@ TEST_F(matcher_alias, what_cannot_be_rebuilt)
         << "the value ends within the pair";
     EXPECT_EQ(rebuild({}, 0), "0");
     EXPECT_EQ(rebuilt.alias_num, 0U);
+    // From "a" to "b" at 4, to "a" itself, and to "c" at 8.
+    pool.put("b");
+    pool.put("c");
+    const hstring_t three = pool.view();
+    const std::vector<uint8_t> pairs = bytes("00000000 00000000 01 00000004 00000000 01"
+                                             "00000000 00000000 01 00000000 00000000 01"
+                                             "00000000 00000000 01 00000008 00000000 01");
+    EXPECT_EQ(outcome(matcher_alias_build_pairs(three, &pool.table, &rebuilt, pairs, 3)),
+              OUTCOME_INVALID_ARGUMENT
+              ": matcher_alias parsing : you cannot create an alias from protocol a to protocol c "
+              "because you already have an alias to protocol b\n");
     for (const size_t at : {0UL, 4UL, 9UL, 13UL}) {
         std::vector<uint8_t> bad(18);
         bad[at] = 0xFF; // an offset beyond the table

@@ -147,6 +147,8 @@ TEST(plu_duplicate, several_attributes_stand_against_one_of_as_many_values)
     EXPECT_EQ(split({make_attr("a", {"1"}), make_attr("b", {"2"})}), "yes");
     EXPECT_EQ(split({make_attr("port", {"80", "9"}), make_attr("port", {"81", "9"})}), "yes");
     EXPECT_EQ(split({make_attr("port", {}), make_attr("port", {"81"})}), "no");
+    EXPECT_EQ(split({make_attr("port", {""}), make_attr("port", {"81"})}), "107")
+        << "a value that cannot be read";
     // Only the first attribute of a slot is looked at.
     const rule_model two = make_rule(
         {make_sub_rule("tcp", {make_attr("port", {"1", "2", "3"}), make_attr("host", {"x"})})});
@@ -266,6 +268,25 @@ TEST(plu_shape, a_run_holds_all_the_rules_that_it_equals)
               "10101");
 }
 
+TEST(plu_shape, a_rule_with_more_values_than_a_slot_equals_no_run)
+{
+    const rule_model eight = port_rule({"1", "2", "3", "4", "5", "6", "7", "8"});
+    const rule_model nine = port_rule({"1", "2", "3", "4", "5", "6", "7", "8", "9"});
+    EXPECT_EQ(held_by(eight, {eight, nine}), "10");
+}
+
+TEST(plu_shape, sets_are_kept_within_bounds)
+{
+    plu_shape_t shape;
+    for (int i = 0; i < 1024; ++i)
+        shape.steps[std::to_string(i)];
+    plu_shape_begin(shape);
+    EXPECT_EQ(shape.steps.size(), 1024U);
+    shape.steps["one more"];
+    plu_shape_begin(shape);
+    EXPECT_TRUE(shape.steps.empty());
+}
+
 TEST(plu_duplicate, rules_that_came_since_are_found)
 {
     record_run run;
@@ -326,6 +347,80 @@ TEST(plu_duplicate, a_rule_larger_than_a_slot_is_not_found)
                   rule.sub_rules[0].attrs.resize(17, make_attr("port", {"80"}));
               }),
               "no");
+    const sub_rule_model one = port_rule({"80"}).sub_rules[0];
+    sub_rule_model large = one;
+    large.attrs.resize(17, make_attr("port", {"80"}));
+    EXPECT_EQ(searched({make_rule({one, one})}, make_rule({large, one})), "no")
+        << "what stands behind it is not read";
+}
+
+/// The hash of the class that a rule makes in an index of its own.
+uint64_t class_hash_of(const rule_model &rule)
+{
+    record_run run;
+    EXPECT_EQ(run.copy(make_protocol(1, "acme", {rule})), "0");
+    EXPECT_EQ(run.has(rule), "yes");
+    return run.known.by_generic.begin()->first;
+}
+
+TEST(plu_duplicate, classes_of_one_hash_are_told_apart)
+{
+    const rule_model first = port_rule({"1"});
+    const sub_rule_model one = first.sub_rules[0];
+    rule_model order = first;
+    ++order.order;
+    rule_model name = first;
+    name.sub_rules[0].attrs[0].name = "payload_len";
+    const sub_rule_model two_attrs =
+        make_sub_rule("tcp", {make_attr("port", {"1"}), make_attr("payload_len", {"1"})});
+    for (const rule_model &other :
+         {make_rule({one, one}), order, name, port_rule({"1", "2"}), make_rule({two_attrs})}) {
+        record_run run;
+        EXPECT_EQ(run.copy(make_protocol(1, "acme", {first})), "0");
+        EXPECT_EQ(run.has(first), "yes");
+        run.known.by_generic.emplace(class_hash_of(other), 0); // the class of the first rule
+        EXPECT_EQ(run.update(make_protocol(1, "acme", {other})), "0");
+        EXPECT_EQ(run.has(first), "yes");
+        EXPECT_EQ(run.has(other), "yes");
+        EXPECT_EQ(run.has(port_rule({"3"})), "no");
+    }
+}
+
+TEST(plu_rule, is_another_one_when_any_of_its_parts_is)
+{
+    record_run run;
+    const stored_protocol &from = run.keep(make_protocol(1, "acme", {full_rule()}));
+    ruledesc_t view;
+    plu_rule_t rule;
+    ASSERT_EQ(outcome(protodesc_get_ruledesc(from.view, 0, &view)), "0");
+    ASSERT_EQ(outcome(plu_rule_read(run.pb, view, from.strings, &rule)), "0");
+    EXPECT_TRUE(plu_rule_equal(rule, rule));
+    using change_t = void (*)(plu_rule_t &);
+    const change_t shapes[] = {
+        [](plu_rule_t &other) { ++other.sub_rules[0].nr_attr; },
+        [](plu_rule_t &other) { ++other.sub_rules[0].generic.scope; },
+        [](plu_rule_t &other) { other.sub_rules.push_back(other.sub_rules[0]); },
+    };
+    const change_t contents[] = {
+        [](plu_rule_t &other) { ++other.attrs[0].nr_values; },
+        [](plu_rule_t &other) { other.attrs[0].name = csa_str("post"); },
+        [](plu_rule_t &other) { other.attrs.pop_back(); },
+        [](plu_rule_t &other) { other.values[0] = csa_str("88"); },
+        [](plu_rule_t &other) { other.values[0] = {}; },
+        [](plu_rule_t &other) { other.values.pop_back(); },
+    };
+    for (const change_t change : shapes) {
+        plu_rule_t other = rule;
+        change(other);
+        EXPECT_FALSE(plu_rule_alike(rule, other));
+        EXPECT_FALSE(plu_rule_equal(rule, other));
+    }
+    for (const change_t change : contents) {
+        plu_rule_t other = rule;
+        change(other);
+        EXPECT_TRUE(plu_rule_alike(rule, other));
+        EXPECT_FALSE(plu_rule_equal(rule, other));
+    }
 }
 
 } // namespace

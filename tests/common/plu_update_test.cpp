@@ -4,6 +4,7 @@
 #include "captured.h"
 #include "failing_alloc.h"
 #include "plu_fixtures.h"
+#include "plu_priv.h"
 
 namespace
 {
@@ -242,6 +243,54 @@ TEST(plu_update, a_removal_forgets_the_rules_before_it)
     EXPECT_EQ(ports_of(run.result().at(0)), "2 9");
 }
 
+TEST(plu_update, what_comes_behind_a_removal_is_left_to_it)
+{
+    update_run run;
+    ASSERT_EQ(run.open({make_protocol(1, "a", {port_rule({"2"})})}), "0");
+    ASSERT_EQ(run.merge({make_protocol(1, "a", {port_rule({"2"})})}), "0");
+    ASSERT_EQ(run.remove(1), "0");
+    ASSERT_EQ(run.merge({make_protocol(1, "a", {port_rule({"3"})})}), "0");
+    ASSERT_EQ(run.apply(), "0");
+    EXPECT_EQ(ports_of(run.result().at(0)), "3");
+}
+
+TEST(plu_update, an_unreadable_value_fails_behind_rules_of_its_shape)
+{
+    update_run run;
+    ASSERT_EQ(run.open({make_protocol(1, "a", {port_rule({"9"})})}), "0");
+    ASSERT_EQ(run.merge({make_protocol(1, "a", {port_rule({"1"})})}), "0");
+    ASSERT_EQ(run.merge({make_protocol(1, "a", {port_rule({""})})}), "0");
+    EXPECT_EQ(run.apply(), OUTCOME_ENGINE);
+}
+
+TEST(plu_update, an_addition_changes_nothing_that_is_there)
+{
+    pdata_commit_priv priv;
+    plu_insert_action(&priv.ci_pg.action_table, {ACTION_ADD, 5, {}, {}, {}});
+    protodesc_bounds_t bounds;
+    protodesc_populate_bounds(&bounds);
+    protodesc_build_t pb;
+    ASSERT_TRUE(protodesc_init(&pb, bounds, nullptr, nullptr));
+    protodesc_set_nr_sub_rule(&pb, 3);
+    EXPECT_EQ(outcome(process_pending_actions(&priv, 5, &pb)), "0");
+    EXPECT_EQ(pb.pb_nr_sub_rule, 3U);
+}
+
+TEST(plu_update, a_string_table_that_no_record_can_hold_is_refused)
+{
+    update_run run;
+    ASSERT_EQ(run.open({make_protocol(1, "a")}), "0");
+    ASSERT_EQ(run.apply(), "0");
+    hstring_build_t &strings = run.commit.ci_priv->ci_pg.pg_hstring;
+    strings.hb_offset = (TLV_LEN_FIELD_MAX + 1) * 4;
+    std::vector<uint8_t> buf(64);
+    size_t size = 1;
+    EXPECT_EQ(outcome(pdata_update_serialize(run.commit, buf, &size)),
+              OUTCOME_OVERFLOW ": tlv len 2 is superior to internal limit 16777215");
+    EXPECT_EQ(size, 0U);
+    EXPECT_GT(pdata_update_get_size(run.commit), size_t{TLV_LEN_FIELD_MAX} * 4);
+}
+
 TEST(plu_update, a_removal_leaves_everything_but_the_rules)
 {
     protocol_model base = make_protocol(1, "a", {port_rule({"1"}), port_rule({"2"})});
@@ -410,6 +459,13 @@ TEST(plu_update, an_incoming_pdb_of_another_shape)
         return run.merge_part(stored(words));
     };
     const word_list strings = record(2, {0x00017800});
+    {
+        update_run run;
+        EXPECT_EQ(run.open({make_protocol(1, "a")}), "0");
+        run.strings = run.keep(stored(strings)); // which are not the main ones
+        EXPECT_EQ(run.merge({make_protocol(1, "a")}),
+                  OUTCOME_INVALID_ARGUMENT ": Cannot retrieve root hstring in tlv data\n");
+    }
     EXPECT_EQ(merge({}), OUTCOME_TLV_NOT_FOUND);
     EXPECT_EQ(merge(record(9)), OUTCOME_TLV_NOT_FOUND);
     EXPECT_EQ(merge({0x01000001}), OUTCOME_TLV_NOT_FOUND);
@@ -516,6 +572,19 @@ TEST(plu_update, memory_that_runs_out_is_reported)
     const auto base = part({make_protocol(1, "a", {port_rule({"1"})}), make_protocol(2, "b")});
     const auto incoming = part({make_protocol(1, "a", {port_rule({"1"}), port_rule({"2"})}),
                                 make_protocol(USER, "c", {port_rule({"3"})})});
+    const auto check = [](int code) {
+        // A string of the pool is lost in its own way.
+        EXPECT_TRUE(code == PDATA_ERR_NO_MEMORY || code == PDATA_ERR_ENGINE) << code;
+    };
+    failing_alloc_sweep(
+        [&] {
+            pdata_commit commit;
+            pdata_status_t status = pdata_update_init(&commit, base, run.strings);
+            if (status == PDATA_SUCCESS)
+                status = pdata_update_commit(&commit);
+            return static_cast<int>(status);
+        },
+        check);
     failing_alloc_sweep(
         [&] {
             pdata_commit commit;
@@ -528,10 +597,7 @@ TEST(plu_update, memory_that_runs_out_is_reported)
                 status = pdata_update_commit(&commit);
             return static_cast<int>(status);
         },
-        // A string of the pool is lost in its own way.
-        [](int code) {
-            EXPECT_TRUE(code == PDATA_ERR_NO_MEMORY || code == PDATA_ERR_ENGINE) << code;
-        });
+        check);
 }
 
 } // namespace

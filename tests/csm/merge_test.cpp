@@ -3,6 +3,7 @@
 #include <set>
 
 #include "pdata_merge.h"
+#include "pdata_parts.h"
 #include "pdb_fixtures.h"
 #include "plu.h"
 #include "rounds.h"
@@ -161,6 +162,30 @@ TEST_F(pdata_merge_test, an_update_that_cannot_be_committed_gives_no_part)
               OUTCOME_INVALID_OPERATION ": Cannot serialize, commit is finalized\n");
     EXPECT_EQ(part.pdb_tlv, nullptr);
     EXPECT_EQ(part.pdb_tlv_len, 0U);
+}
+
+TEST_F(pdata_merge_test, the_strings_must_be_given)
+{
+    const pdb_list_t pdb = make_pdb(ACME);
+    pdata_commit commit;
+    EXPECT_EQ(outcome(pdata_merge_init(&commit, &pdb[0], nullptr)),
+              OUTCOME_INVALID_ARGUMENT ": Cannot retrieve root hstring in tlv data\n");
+}
+
+TEST_F(pdata_merge_test, a_list_that_is_full_has_no_room_for_a_load_state)
+{
+    for (const size_t nr_part : {PDB_LIST_DIM - 2, PDB_LIST_DIM - 1}) {
+        pdb_list_t source;
+        for (size_t i = 0; i < nr_part; ++i)
+            source[i] = make_part(PDB_TYPE_TAGS, {static_cast<uint8_t>(i), 0, 0, 0});
+        pdb_header_end(&source[nr_part]);
+        pdb_list_t pdb;
+        EXPECT_EQ(outcome(pdata_parts_complete(source, pdb)), "0");
+        for (size_t i = 1; i < nr_part; ++i)
+            EXPECT_EQ(bytes_of(pdb[i]), bytes_of(source[i])) << i;
+        EXPECT_EQ(pdb[nr_part].pdb_type,
+                  nr_part == PDB_LIST_DIM - 1 ? pdb_t().pdb_type : PDB_TYPE_LOAD);
+    }
 }
 
 TEST_F(pdata_merge_test, pdbs_without_protocols_make_a_zero_filled_record)

@@ -183,4 +183,14 @@ TEST(matcher_tab, a_build_without_memory_is_a_status)
                         [](int status) { EXPECT_EQ(status, PDATA_ERR_NO_MEMORY); });
 }
 
+TEST(matcher_tab, keys_differ_in_their_direction_and_in_either_name)
+{
+    const matcher_key_t key = key_of("http", "server", ATTR_WAY_CTS);
+    EXPECT_TRUE(pdb_matcher_tab_key_cmp(key, key_of("http", "server", ATTR_WAY_CTS)));
+    EXPECT_FALSE(pdb_matcher_tab_key_cmp(key, key_of("http", "server", ATTR_WAY_STC)));
+    EXPECT_FALSE(pdb_matcher_tab_key_cmp(key, key_of("quic", "server", ATTR_WAY_CTS)));
+    EXPECT_FALSE(pdb_matcher_tab_key_cmp(key, key_of("https", "server", ATTR_WAY_CTS)));
+    EXPECT_FALSE(pdb_matcher_tab_key_cmp(key, key_of("http", "cookie", ATTR_WAY_CTS)));
+}
+
 } // namespace

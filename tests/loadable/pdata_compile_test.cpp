@@ -352,4 +352,16 @@ TEST(pdata_config, a_part_that_cannot_be_copied_ends_the_list)
     }
 }
 
+TEST(pdata_compile, a_tag_table_that_does_not_exist_is_not_swapped)
+{
+    pdb_list_t list;
+    put_part(&list, PDB_TYPE_PROTOCOL_DESCRIPTION, bytes("01 000000"));
+    pdb_build_t build;
+    pdb_t out;
+    EXPECT_EQ(outcome(pdata_compile_write_pdb(&build, list, &out, 0)), "0");
+    const std::span<const uint8_t> written = pdb_header_bytes(out);
+    EXPECT_EQ(std::vector<uint8_t>(written.begin(), written.end()),
+              bytes("01 000000  00000000 00000000"));
+}
+
 } // namespace

@@ -82,4 +82,14 @@ TEST(rule_tab, cleaning_empties_it)
     EXPECT_EQ(pdb_rule_tab_find_elt(table.tab, {0, 0}), nullptr);
 }
 
+TEST(rule_tab, only_a_rule_that_was_filed_is_found)
+{
+    table_t table;
+    EXPECT_EQ(table.add({3, 1}, {10, 1, 0, 4}), "0");
+    for (uint32_t protocol = 0; protocol < 5; ++protocol)
+        for (uint32_t rule = 0; rule < 3; ++rule)
+            EXPECT_EQ(pdb_rule_tab_find_elt(table.tab, {protocol, rule}) != nullptr,
+                      protocol == 3 && rule == 1);
+}
+
 } // namespace
