@@ -72,13 +72,15 @@ def vxlan(inner, network, outer_source, outer_target):
 
 
 def tunnel():
-    """The same five-tuple in two networks: two flows."""
+    """The same five-tuple in three networks, the last two times with the same sequence numbers."""
     request = b"GET / HTTP/1.1\r\nHost: %s\r\n\r\n"
     packets = []
-    for network, name in ((7, b"seven.example"), (8, b"eight.example")):
-        packets += [vxlan(sent(4000, 1000, SYN), network, OUTER_A, OUTER_B),
+    for network, name, first in ((7, b"seven.example", 1000), (8, b"eight.example", 900000),
+                                 (9, b"nine.example", 900000)):
+        packets += [vxlan(sent(4000, first, SYN), network, OUTER_A, OUTER_B),
                     vxlan(answered(4000, 5000, SYN | ACK), network, OUTER_B, OUTER_A),
-                    vxlan(sent(4000, 1001, ACK | PSH, request % name), network, OUTER_A, OUTER_B)]
+                    vxlan(sent(4000, first + 1, ACK | PSH, request % name), network, OUTER_A,
+                          OUTER_B)]
     return packets
 
 
