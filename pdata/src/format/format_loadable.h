@@ -66,6 +66,13 @@ constexpr uint16_t AHO_CORASICK_INLINE = 0x8000;
 constexpr uint16_t AHO_CORASICK_INLINE_PRIVATE = 0x4000;
 constexpr uint32_t AHO_CORASICK_INLINE_IDS = 0x4000;
 
+/// States that a transition can name, which holds a mark beside the number, and item words of
+/// records that the item word of a state can, where records may stand inline. The private id whose
+/// item word, written inline, says that there is no item.
+constexpr uint32_t AHO_CORASICK_STATES = 0x8000;
+constexpr uint32_t AHO_CORASICK_ITEM_WORDS = AHO_CORASICK_INLINE;
+constexpr uint32_t AHO_CORASICK_LOST_ID = AHO_CORASICK_INLINE_IDS - 1;
+
 /// Codes of an alphabet map, and flags of INTERVAL_TLV_MSB: one for each byte.
 constexpr uint32_t ALPHABET_MAP_COUNT = 256;
 constexpr uint32_t INTERVAL_MSB_COUNT = 256;

@@ -144,6 +144,8 @@ open_parts_t open_parts(std::string_view value)
 /// An optional part that is open itself, at the beginning or at the end.
 bool is_open_optional(std::string_view value)
 {
+    if (value.find('?') == value.npos)
+        return false;
     for (const std::string_view part : {".?", "\\d?", "\\w?", "\\s?"})
         if (value.starts_with(part) || value.ends_with(part))
             return true;

@@ -21,12 +21,16 @@ void sweep(std::string_view text, std::vector<lint_places_t::byte_t> &bytes)
 {
     text_place_t place;
     size_t at = 0;
+    size_t line_end = text.find('\n');
     for (lint_places_t::byte_t &byte : bytes) {
-        for (const size_t end = std::min<size_t>(byte.offset, text.size()); at < end; ++at)
-            if (text[at] == '\n')
-                place = {place.line + 1, 1};
-            else
-                place.column += begins_character(text[at]) ? 1 : 0;
+        const size_t end = std::min<size_t>(byte.offset, text.size());
+        for (; line_end < end; line_end = text.find('\n', at)) {
+            at = line_end + 1;
+            place = {place.line + 1, 1};
+        }
+        const auto characters = std::ranges::count_if(text.substr(at, end - at), begins_character);
+        place.column += static_cast<size_t>(characters);
+        at = end;
         byte.place = place;
     }
 }

@@ -107,10 +107,11 @@ std::string lint_json(std::string_view text)
 std::string lint_decoded(std::string_view raw)
 {
     std::string text;
-    text.reserve(raw.size());
-    for (size_t at = 0; at < raw.size(); ++at) {
-        const bool escaped = raw[at] == '\\' && at + 1 < raw.size();
-        text += escaped ? char_escaped(raw[++at]) : raw[at];
+    // A backslash at the end guards nothing; without any, npos is none of the places in front.
+    for (size_t escape = 0; (escape = raw.find('\\')) < raw.size() - 1;) {
+        text += raw.substr(0, escape);
+        text += char_escaped(raw[escape + 1]);
+        raw.remove_prefix(escape + 2);
     }
-    return text;
+    return text.append(raw);
 }

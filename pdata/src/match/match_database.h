@@ -113,10 +113,12 @@ struct pdata_db {
     std::vector<match_attribute_t> attributes;  ///< by protocol, name and direction
     std::vector<const match_matcher_t *> leads; ///< matchers that attributes lead to
     std::vector<std::string_view> protocols;    ///< by number - 1, in byte order
-    std::vector<match_rule_t> rules;            ///< by rule id - 1
-    uint32_t nr_complete = 0;                   ///< most rules that a flow can complete
-    uint32_t nr_progress = 0;                   ///< most groups and checks of a matcher
-    uint32_t nr_node = 0;                       ///< most nodes of a dot-prefix matcher
+    /// Cells of the protocol map that are used, in their order, and their protocols.
+    std::vector<std::pair<uint32_t, pdata_protocol>> cells;
+    std::vector<match_rule_t> rules; ///< by rule id - 1
+    uint32_t nr_complete = 0;        ///< most rules that a flow can complete
+    uint32_t nr_progress = 0;        ///< most groups and checks of a matcher
+    uint32_t nr_node = 0;            ///< most nodes of a dot-prefix matcher
     std::once_flag owners_made;
     std::vector<uint32_t> owners; ///< by item: the first matcher that has it
     std::once_flag begins_made;
@@ -166,6 +168,9 @@ inline uint32_t match_number_of(const pdata_db &db, const match_matcher_t &match
 
 /// Returns the number of a protocol by its name, 0 for none.
 [[nodiscard]] pdata_protocol match_find_protocol(const pdata_db &db, std::string_view name);
+
+/// Returns the protocol of a cell of the protocol map, 0 for one that is not used.
+[[nodiscard]] pdata_protocol match_protocol_of(const pdata_db &db, uint32_t cell);
 
 /// Returns the scope bits that admit a protocol: its own, if it is a scope word, and "all".
 [[nodiscard]] uint32_t match_scope_of(std::string_view protocol);

@@ -32,7 +32,7 @@ uint32_t fill_cells(const pdata_db &db, const view_area_t &table, uint32_t width
     for (uint32_t i = 0; i < width; ++i) {
         const uint32_t cell = view_rules_cell(table, width, rule, i);
         if (cell != PDB_PROTOCOL_MAP_EMPTY)
-            cells[nr++] = match_find_protocol(db, view_rules_name(db.view.rules, cell));
+            cells[nr++] = match_protocol_of(db, cell);
     }
     return nr;
 }

@@ -6,23 +6,32 @@
 namespace
 {
 
+/// The names of the protocol map that are used, each once, in the order of their cells.
+std::vector<uint32_t> used_cells(const view_rules_t &rules)
+{
+    std::vector<uint32_t> cells;
+    for (const view_area_t *table : {&rules.paths, &rules.bottoms, &rules.real_bottoms})
+        for (size_t i = 0; i < view_words(*table); ++i)
+            if (view_word(*table, i) != PDB_PROTOCOL_MAP_EMPTY)
+                cells.push_back(view_word(*table, i));
+    std::sort(cells.begin(), cells.end());
+    cells.erase(std::unique(cells.begin(), cells.end()), cells.end());
+    return cells;
+}
+
 /// Every protocol that rules and matchers name, each once, in byte order.
 void collect_protocols(pdata_db &db)
 {
     const view_rules_t &rules = db.view.rules;
-    std::vector<uint32_t> cells;
-    for (const view_area_t *table : {&rules.paths, &rules.bottoms, &rules.real_bottoms})
-        for (size_t i = 0; i < view_words(*table); ++i)
-            cells.push_back(view_word(*table, i));
-    std::sort(cells.begin(), cells.end());
-    cells.erase(std::unique(cells.begin(), cells.end()), cells.end());
+    const std::vector<uint32_t> cells = used_cells(rules);
     for (const uint32_t cell : cells)
-        if (cell != PDB_PROTOCOL_MAP_EMPTY)
-            db.protocols.push_back(view_rules_name(rules, cell));
+        db.protocols.push_back(view_rules_name(rules, cell));
     for (const match_matcher_t &matcher : db.matchers)
         db.protocols.push_back(matcher.view.protocol);
     std::sort(db.protocols.begin(), db.protocols.end());
     db.protocols.erase(std::unique(db.protocols.begin(), db.protocols.end()), db.protocols.end());
+    for (const uint32_t cell : cells)
+        db.cells.push_back({cell, match_find_protocol(db, view_rules_name(rules, cell))});
 }
 
 bool fail_slot(const pdata_db &db, uint32_t item, uint32_t rule, view_error_t &error)
@@ -53,36 +62,12 @@ bool index_slots(pdata_db &db, view_error_t &error)
     return true;
 }
 
-/// The protocols of the names of the protocol map, found once each.
-class protocol_cells
-{
-public:
-    explicit protocol_cells(const pdata_db &owner) : db(owner) {}
-
-    pdata_protocol find(uint32_t cell)
-    {
-        if (cell == PDB_PROTOCOL_MAP_EMPTY)
-            return 0;
-        if (cell != last_cell) {
-            last_cell = cell;
-            last = match_find_protocol(db, view_rules_name(db.view.rules, cell));
-        }
-        return last;
-    }
-
-private:
-    const pdata_db &db;
-    uint32_t last_cell = PDB_PROTOCOL_MAP_EMPTY;
-    pdata_protocol last = 0;
-};
-
 void index_bottoms(pdata_db &db)
 {
-    protocol_cells cells(db);
     for (uint32_t rule = 1; rule <= db.rules.size(); ++rule)
         for (uint32_t i = 0; i < PDATA_BOTTOM_MAX; ++i)
-            db.rules[rule - 1].real_bottom[i] = cells.find(
-                view_rules_cell(db.view.rules.real_bottoms, PDB_PROTOCOL_MAP_BOTTOMS, rule, i));
+            db.rules[rule - 1].real_bottom[i] = match_protocol_of(
+                db, view_rules_cell(db.view.rules.real_bottoms, PDB_PROTOCOL_MAP_BOTTOMS, rule, i));
 }
 
 /// Marks the real bottoms of which a rule tests nothing. Only rules of two bottoms can have one.
@@ -116,6 +101,13 @@ pdata_protocol match_find_protocol(const pdata_db &db, std::string_view name)
     if (found == db.protocols.end() || *found != name)
         return 0;
     return static_cast<pdata_protocol>(found - db.protocols.begin() + 1);
+}
+
+pdata_protocol match_protocol_of(const pdata_db &db, uint32_t cell)
+{
+    const auto found =
+        std::ranges::lower_bound(db.cells, cell, {}, &std::pair<uint32_t, pdata_protocol>::first);
+    return found == db.cells.end() || found->first != cell ? 0 : found->second;
 }
 
 uint32_t match_scope_of(std::string_view protocol)

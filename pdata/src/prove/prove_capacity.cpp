@@ -8,12 +8,8 @@
 namespace
 {
 
-/// Rows and words of records that 16 bits tell apart. A word of a state that has one item of its
-/// own is marked by its highest bit, which leaves 15 for the others.
-constexpr uint64_t STATES = 1U << 15;
+/// Rows that 16 bits tell apart.
 constexpr uint64_t NODES = 1U << 16;
-constexpr uint64_t ITEMS_BESIDE_INLINE = AHO_CORASICK_INLINE;
-constexpr uint64_t ITEMS = PATTERN_NO_ITEM_WORD;
 
 /// Collects the tables of one matcher.
 struct collecting_t {
@@ -30,15 +26,15 @@ struct collecting_t {
 
 void note_automaton(const collecting_t &collecting, const view_aho_corasick_t &engine)
 {
-    collecting.note("states", engine.rows.nr_row, STATES);
+    collecting.note("states", engine.rows.nr_row, AHO_CORASICK_STATES);
     collecting.note("items", view_words(engine.items.area),
-                    engine.ahoff ? ITEMS : ITEMS_BESIDE_INLINE);
+                    engine.ahoff ? PATTERN_NO_ITEM_WORD : AHO_CORASICK_ITEM_WORDS);
 }
 
 void note_rows(const collecting_t &collecting, const view_rows_t &rows, const view_items_t &items)
 {
     collecting.note("states", rows.nr_row, NODES);
-    collecting.note("items", view_words(items.area), ITEMS);
+    collecting.note("items", view_words(items.area), PATTERN_NO_ITEM_WORD);
 }
 
 void note_matcher(const collecting_t &collecting)

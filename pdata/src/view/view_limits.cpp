@@ -7,17 +7,11 @@
 namespace
 {
 
-/// States of an automaton that transitions, of 15 bits and a mark, can name.
-constexpr uint32_t AUTOMATON_STATES = 0x8000;
-
 constexpr const char *lost_states = "the states beyond, which no transition can name";
 constexpr const char *lost_records = "the items of records beyond, which no state can name";
 constexpr const char *lost_bytes = "patterns with the bytes beyond, which have no code";
 constexpr const char *lost_chains = "patterns with longer runs, whose compressed edge is cut";
 constexpr const char *lost_inline = "the piece of that id, whose state reads as one without items";
-
-/// Private ids whose item word, written inline, says that there is no item.
-constexpr uint32_t lost_private_index = 16383;
 
 /// Words of an item table up to the first one of its last record, which is the highest index that
 /// is named. Records lie back to back from word `at` on.
@@ -53,11 +47,12 @@ uint64_t inline_losses(const view_aho_corasick_t &view)
 void add_automaton(limit_list_t &list, const view_aho_corasick_t &view)
 {
     list.add(view.ahoff ? "states of the automaton with offsets" : "states of the automaton",
-             view.rows.nr_row, AUTOMATON_STATES, lost_states);
+             view.rows.nr_row, AHO_CORASICK_STATES, lost_states);
     // An index from 32768 on reads as an item that stands inline.
     list.add(view.ahoff ? "item words of the automaton with offsets"
                         : "item words of the automaton",
-             item_words(view.items), view.ahoff ? 0xFFFF : 0x8000, lost_records);
+             item_words(view.items), view.ahoff ? PATTERN_NO_ITEM_WORD : AHO_CORASICK_ITEM_WORDS,
+             lost_records);
     list.add(view.ahoff ? "bytes of the alphabet of the automaton with offsets"
                         : "bytes of the alphabet of the automaton",
              alphabet_bytes(view.alphabet, AHO_CORASICK_NR_META), 256 - AHO_CORASICK_NR_META,
@@ -133,8 +128,8 @@ void add_stream(limit_list_t &list, const view_matcher_t &matcher)
     const uint32_t nr_private = view_matcher_nr_private(matcher);
     list.add("private ids, entries of the second level", nr_private, MATCHER_PRIVATE_MAX,
              lost_nothing);
-    if (nr_private > lost_private_index &&
-        matcher.pattern.aho_corasick.rows.nr_row <= AUTOMATON_STATES)
+    if (nr_private > AHO_CORASICK_LOST_ID &&
+        matcher.pattern.aho_corasick.rows.nr_row <= AHO_CORASICK_STATES)
         list.add("states of private id 16383 written inline",
                  inline_losses(matcher.pattern.aho_corasick), 0, lost_inline);
     limit_list_pool(list.limits, list.subject + " values", matcher.values);

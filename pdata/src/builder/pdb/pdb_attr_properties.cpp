@@ -91,35 +91,33 @@ static_assert(std::all_of(attr_properties, attr_properties + nr_attr, [](const a
     return row.proper_type != NONE && row.proper_allowed_way != NOWAY;
 }));
 
-/// What a row is searched by.
-struct row_key_t {
-    std::string_view attr;
-    std::string_view proto;
-    const pdb_attr_properties_t *row;
-};
-
-/// Orders keys by the lengths of their names first, which settles most comparisons.
-constexpr bool key_less(const row_key_t &a, const row_key_t &b)
+/// Where a row is looked for first: a sum over the ends of both names, which are not empty, spreads
+/// the rows well enough.
+constexpr size_t NR_PLACE = 256;
+constexpr size_t place_of(std::string_view proto, std::string_view attr)
 {
-    if (a.attr.size() != b.attr.size())
-        return a.attr.size() < b.attr.size();
-    if (a.proto.size() != b.proto.size())
-        return a.proto.size() < b.proto.size();
-    const int order = a.attr.compare(b.attr);
-    return order != 0 ? order < 0 : a.proto < b.proto;
+    const auto byte = [](char c) { return static_cast<size_t>(static_cast<uint8_t>(c)); };
+    return (attr.size() * 31 + byte(attr.front()) * 5 + byte(attr.back()) * 17 + proto.size() * 61 +
+            byte(proto.front()) * 11 + byte(proto.back())) %
+           NR_PLACE;
 }
 
-constexpr std::array<row_key_t, nr_attr> make_sorted_keys()
+/// Rows by place, each at the first free one from its own on; free places hold the row behind all.
+constexpr std::array<uint8_t, NR_PLACE> make_places()
 {
-    std::array<row_key_t, nr_attr> sorted{};
-    for (size_t i = 0; i < nr_attr; ++i)
-        sorted[i] = {attr_properties[i].proper_attr, attr_properties[i].proper_proto,
-                     &attr_properties[i]};
-    std::sort(sorted.begin(), sorted.end(), key_less);
-    return sorted;
+    std::array<uint8_t, NR_PLACE> places{};
+    places.fill(nr_attr);
+    for (size_t i = 0; i < nr_attr; ++i) {
+        size_t place = place_of(attr_properties[i].proper_proto, attr_properties[i].proper_attr);
+        while (places[place] != nr_attr)
+            place = (place + 1) % NR_PLACE;
+        places[place] = static_cast<uint8_t>(i);
+    }
+    return places;
 }
 
-constexpr std::array<row_key_t, nr_attr> sorted_keys = make_sorted_keys();
+constexpr std::array<uint8_t, NR_PLACE> places = make_places();
+static_assert(nr_attr < NR_PLACE / 2);
 
 /// One property of a pair, or what an unknown pair has.
 template <typename Property>
@@ -139,9 +137,17 @@ std::span<const pdb_attr_properties_t> pdb_attr_properties_table()
 
 const pdb_attr_properties_t *pdb_get_attr_properties(csa_str_t proto, csa_str_t attr)
 {
-    const row_key_t key = {csa_str_view(attr), csa_str_view(proto), nullptr};
-    const auto found = std::lower_bound(sorted_keys.begin(), sorted_keys.end(), key, key_less);
-    return found == sorted_keys.end() || key_less(key, *found) ? nullptr : found->row;
+    const std::string_view proto_name = csa_str_view(proto);
+    const std::string_view attr_name = csa_str_view(attr);
+    if (proto_name.empty() || attr_name.empty())
+        return nullptr;
+    for (size_t place = place_of(proto_name, attr_name); places[place] != nr_attr;
+         place = (place + 1) % NR_PLACE) {
+        const pdb_attr_properties_t &row = attr_properties[places[place]];
+        if (row.proper_attr == attr_name && row.proper_proto == proto_name)
+            return &row;
+    }
+    return nullptr;
 }
 
 matcher_type_t pdb_matcher_get_type(csa_str_t proto, csa_str_t attr)
