@@ -29,7 +29,7 @@ SHIFTS = {
     "pdata/src/builder/matcher/matcher_stream.cpp": 1,        # the pieces in a flag
     "pdata/src/builder/pdb/pdb_rule_priority.cpp": 1,         # a priority that is made
     "pdata/src/common/protocol/protodesc_deserializer.cpp": 1,  # the namespace of an id
-    "pdata/src/common/tlv/tlv_description.cpp": 1,            # the header that is written
+    "pdata/src/common/tlv/tlv_description.h": 1,              # the header that is written
     "pdata/src/format/format_values.h": 1,                    # a priority's range
     "pdata/src/view/view_cursor.h": 1,                        # the header that is read
     "pdata/src/view/view_matcher.h": 1,                       # the pieces in a flag
