@@ -170,6 +170,10 @@ TEST(Check, ProtocolsMayLackWhatNamesThem)
     EXPECT_NE(ids[1], 0U) << "that of the built-in protocol";
     EXPECT_EQ(ids[2], 16777300U);
     EXPECT_EQ(ids[3], 0U);
+    const lint_result_t nameless = check(R"({"p": [{"id": 0, "rules": [{"order": "50:0", "rule":
+        [{"protocol": "http", "cts-server": ".*\\.com"}]}]}]})");
+    EXPECT_EQ(shown(nameless), "missing-key: add \"name\"\n"
+                               "broad-value: write one more label in front of it");
     for (const finding_t &finding : result.findings)
         EXPECT_TRUE(finding.protocol.empty() || finding.protocol == "http" ||
                     finding.protocol == "none");
@@ -222,6 +226,26 @@ TEST(Config, FaultsAreSaidInOneLineByTheirFile)
               "matcher_alias.json: beyond a limit");
 }
 
+TEST(Config, MemoryThatRunsOutIsNoFaultOfAFile)
+{
+    checker_t checker; // its files
+    size_t runs = 0;
+    failing_alloc_sweep(
+        [&] {
+            try {
+                lint_config_t config;
+                return lint_config_read(checker.cfg, config).empty() ? 0 : 1;
+            } catch (const std::bad_alloc &) {
+                return 2;
+            }
+        },
+        [&](int outcome) {
+            ++runs;
+            EXPECT_EQ(outcome, 2) << runs;
+        });
+    EXPECT_GT(runs, 10U);
+}
+
 TEST(Check, AliasesOfEachDirectionMissBothAtOnce)
 {
     const auto pair = [](const char *attribute, const char *way) {
@@ -248,6 +272,20 @@ TEST(Check, AliasesOfEachDirectionMissBothAtOnce)
     EXPECT_EQ(hints(pair("domain", "both") + "," + pair("user_agent", "both"),
                     R"("domain": "a\\.b", "user_agent": "c\\.d")"),
               "");
+}
+
+TEST(Check, NumbersOfOneMatcherAreStillTwoThings)
+{
+    checker_t checker(texts_t{{"matcher_alias.json", R"({"aliases": [
+        {"alias": {"protocol": "icmp", "attr": "code", "way": "both"},
+         "reference": {"protocol": "icmp", "attr": "typeval", "way": "both"}}]})"}});
+    EXPECT_EQ(checker.wrong, "");
+    const auto hints = [&](const char *sub_rule) {
+        return shown(check(rule_with(sub_rule), checker));
+    };
+    EXPECT_EQ(hints(R"("protocol": "icmp", "typeval": "1", "code": "2")"), "");
+    EXPECT_EQ(hints(R"("protocol": "icmp", "code": "1", "code": "2")"),
+              "all-must-match: write \"1,2\" once");
 }
 
 /// A preempt rule for a stream, and the hints.

@@ -206,7 +206,7 @@ void look_open(const lint_look_t &look)
         lint_report(look, FINDING_OPEN_BEGINNING_LOST,
                     "the open beginning is lost: the value is taken as the beginning of the data",
                     "write a rule for each of the forms, with the last part and without it");
-    else if ((optional && lost.whole && !lost.checked) || (open.any && lost.whole))
+    else if (lost.whole && (open.any || !lost.checked))
         lint_report(look, FINDING_OPTIONAL_LOST, "data with or without the optional part is lost",
                     "write a rule with the optional part and one without it");
 }

@@ -9,8 +9,6 @@ finding_place_t place_of(const lint_look_t &look)
         return look.value->place;
     if (look.attribute != nullptr)
         return look.attribute->key.place;
-    if (look.sub_rule != nullptr)
-        return look.sub_rule->place;
     if (look.rule != nullptr)
         return look.rule->place;
     return look.protocol->name ? look.protocol->name->place : look.protocol->place;

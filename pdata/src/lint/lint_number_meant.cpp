@@ -27,8 +27,7 @@ std::string trimmed(std::string_view part)
 
 bool reads(const pdb_attr_properties_t &properties, std::string_view part)
 {
-    const auto ranges = value_ranges(properties, part);
-    return ranges.size() == 1 && ranges.front().low <= ranges.front().high;
+    return value_ranges(properties, part).size() == 1;
 }
 
 /// Swaps the ends of a range.
@@ -143,7 +142,7 @@ std::string lint_meant_numbers(const pdb_attr_properties_t &properties, std::str
             return "";
         meant.append(meant.empty() ? "" : ",").append(text);
     }
-    return meant == list ? "" : meant;
+    return meant;
 }
 
 std::string lint_meant_range(std::string_view part)

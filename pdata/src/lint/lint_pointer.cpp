@@ -57,8 +57,6 @@ void step(pointer_walk_t &walk)
 std::string pointer_of(const pointer_walk_t &walk)
 {
     std::string pointer;
-    if (walk.levels.size() > DEPTH_MAX)
-        return pointer;
     for (const pointer_level_t &level : walk.levels) {
         if (level.object && level.expects_key)
             return pointer; // at a key that is not read yet
