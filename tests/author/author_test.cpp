@@ -12,6 +12,7 @@
 #include "import_values.h"
 #include "schema.h"
 #include "schema_words.h"
+#include "text_reader.h"
 #include "vocabulary.h"
 
 namespace
@@ -113,6 +114,36 @@ TEST(DescriptionTextTest, says_the_first_fault_and_where)
     };
     for (const row_t &row : rows)
         EXPECT_EQ(fault_of(row.text), row.fault) << row.text;
+}
+
+/// The faults of an object, as long as reading goes on behind them.
+texts faults_of_object(std::string_view text)
+{
+    texts faults;
+    description_text_t description = {text, {}};
+    text_fault_t fault;
+    text_reader_t reader = {description, fault};
+    while (!text_reader_read(reader, false)) {
+        faults.push_back(std::to_string(fault.offset) + ": " + fault.text);
+        if (!text_reader_in_step(reader) || !text_reader_pass(reader))
+            break;
+    }
+    return faults;
+}
+
+TEST(TextReaderTest, goes_on_behind_a_fault)
+{
+    EXPECT_EQ(faults_of_object("{\"a\": 1]"), texts{"7: expected ',' or '}'"});
+    EXPECT_EQ(faults_of_object("{]"),
+              (texts{"1: expected a key in quotes or '}'", "1: expected ',' or '}'"}));
+    EXPECT_EQ(faults_of_object("{\"a\": [{\"b\": 1, {\"c\": 2}]}"),
+              texts{"16: expected a key in quotes"});
+    EXPECT_EQ(faults_of_object("{\"a\": {\"b\": 1, {\"c\": 2}}}"),
+              texts{"15: expected a key in quotes"})
+        << "what it was meant for is not known";
+    EXPECT_EQ(faults_of_object("{\"a\" "), texts{"5: expected ':', found the end"});
+    EXPECT_EQ(faults_of_object("{\"a\"x"), texts{"4: a word that is none of true, false, null"})
+        << "more of a text";
 }
 
 TEST(DescriptionTextTest, refuses_what_offsets_cannot_count)
