@@ -34,11 +34,11 @@ const semantic_node_t &node_of(const shape_walk_t &walk)
     return walk.machine.nodes[walk.node];
 }
 
+/// Returns a text without its quotes.
 std::string_view text_of(const shape_walk_t &walk, size_t token)
 {
     const std::string_view bytes = text_token_bytes(walk.tokens, token);
-    return walk.tokens.tokens[token].kind == TEXT_STRING ? bytes.substr(1, bytes.size() - 2)
-                                                         : bytes;
+    return bytes.substr(1, bytes.size() - 2);
 }
 
 void report(shape_walk_t &walk, finding_id_t id, size_t token, std::string message,
@@ -76,39 +76,38 @@ const token_row_t &row_of(text_token_kind_t kind)
     return *std::ranges::find(token_rows, kind, &token_row_t::kind);
 }
 
-/// Takes the event of the token at hand. Returns false where the machine has no transition.
-bool take(shape_walk_t &walk)
+/// Returns the node that the token at hand leads to, 0 where the machine has no transition.
+uint32_t next_node(const shape_walk_t &walk)
 {
     const text_token_kind_t kind = walk.tokens.tokens[walk.at].kind;
     const std::string_view text = kind == TEXT_STRING ? text_of(walk, walk.at) : "";
     const semantic_trans_t *trans =
         semantic_next_node_find(node_of(walk), row_of(kind).event, text);
-    if (trans == nullptr || trans->to == 0 || trans->to >= SEMANTIC_NODE_DIM)
+    return trans == nullptr || trans->to >= SEMANTIC_NODE_DIM ? 0 : trans->to;
+}
+
+/// Takes the event of the token at hand. Returns false where the machine has no transition.
+bool take(shape_walk_t &walk)
+{
+    const uint32_t node = next_node(walk);
+    if (node == 0)
         return false;
-    walk.node = trans->to;
-    semantic_node_inc(&walk.machine, walk.node);
+    walk.node = node;
+    semantic_node_inc(&walk.machine, node);
     return true;
 }
 
 /// Goes on behind the member at hand, as if it were not there.
 void pass_over(shape_walk_t &walk, size_t end)
 {
-    if (walk.open.empty()) {
-        walk.at = walk.tokens.tokens.size();
+    walk.at = end;
+    if (walk.open.empty())
         return;
-    }
     shape_level_t &level = walk.open.back();
     level.refused = true;
     walk.node = level.before;
-    walk.at = end;
     if (level.first && walk.tokens.tokens[end].kind == TEXT_COMMA)
         ++walk.at;
-}
-
-bool is_key(const shape_walk_t &walk)
-{
-    return !walk.open.empty() && walk.tokens.tokens[walk.open.back().token].kind == TEXT_OBJECT &&
-           walk.tokens.tokens[walk.at + 1].kind == TEXT_COLON;
 }
 
 /// The labels that the node at hand has.
@@ -141,9 +140,10 @@ void refuse_key(shape_walk_t &walk)
 /// Returns the key whose value, or one of whose values, is at hand.
 std::string_view key_of(const shape_walk_t &walk)
 {
-    const size_t array = walk.open.back().token;
-    const size_t value = walk.tokens.tokens[walk.at - 1].kind == TEXT_COLON ? walk.at : array;
-    return value < 2 ? "" : text_of(walk, value - 2);
+    size_t value = walk.at;
+    for (size_t i = walk.open.size(); walk.tokens.tokens[value - 1].kind != TEXT_COLON;)
+        value = walk.open[--i].token; // an array, which is the value of a key or stands in one
+    return text_of(walk, value - 2);
 }
 
 /// Returns what an object that the machine takes here holds: `an object with "major", "minor"`.
@@ -197,13 +197,13 @@ size_t find_key(const shape_walk_t &walk, size_t object, std::string_view key, u
     return object;
 }
 
-/// Returns the innermost object that is open, or the protocol.
+/// Returns the innermost object that is open: the first is the protocol.
 size_t innermost_object(const shape_walk_t &walk)
 {
-    for (size_t i = walk.open.size(); i-- > 0;)
-        if (walk.tokens.tokens[walk.open[i].token].kind == TEXT_OBJECT)
-            return walk.open[i].token;
-    return 0;
+    size_t level = walk.open.size() - 1;
+    while (walk.tokens.tokens[walk.open[level].token].kind != TEXT_OBJECT)
+        --level;
+    return walk.open[level].token;
 }
 
 void refuse_count(shape_walk_t &walk, const semantic_node_t &node, uint32_t count)
@@ -266,7 +266,7 @@ void step(shape_walk_t &walk)
         walk.open.back().before = walk.node;
         walk.open.back().first = false;
     }
-    const bool key = kind == TEXT_STRING && is_key(walk);
+    const bool key = kind == TEXT_STRING && walk.tokens.tokens[walk.at + 1].kind == TEXT_COLON;
     if (kind != TEXT_COLON && !take(walk)) {
         if (kind == TEXT_COMMA)
             ++walk.at; // the member behind it is refused
@@ -291,6 +291,11 @@ bool lint_shape_check(semantic_t &machine, const description_text_t &tokens, uin
     const size_t before = findings.size();
     semantic_rewind(&machine);
     shape_walk_t walk = {machine, tokens, file, findings};
+    if (next_node(walk) == 0) {
+        report(walk, FINDING_WRONG_KIND, 0, "the rule file of the configuration takes no protocol",
+               "look at semantic_protocol.json");
+        return false;
+    }
     while (walk.at < tokens.tokens.size())
         step(walk);
     return findings.size() == before;
