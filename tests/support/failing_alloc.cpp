@@ -18,11 +18,11 @@ bool fails_now()
     return true;
 }
 
-std::atomic<size_t> bytes = 0;
+std::atomic<size_t> allocated = 0;
 
 void *allocate(size_t size)
 {
-    bytes.fetch_add(size, std::memory_order_relaxed);
+    allocated.fetch_add(size, std::memory_order_relaxed);
     return std::malloc(size == 0 ? 1 : size);
 }
 
@@ -50,7 +50,7 @@ bool failing_alloc_disarm()
 
 size_t failing_alloc_bytes()
 {
-    return bytes.load(std::memory_order_relaxed);
+    return allocated.load(std::memory_order_relaxed);
 }
 
 void *operator new(size_t size)
