@@ -76,15 +76,15 @@ void put_rule(protocol_pair_t &pair, rule_difference_t rule,
     comparison.sink->put_rule(comparison.sink->context, rule);
 }
 
-/// Hands out a pair of rules of which something differs, also in what its values compile to.
-bool put_pair(protocol_pair_t &pair, uint32_t before, uint32_t after)
+/// Hands out a pair of rules, both of which were read to be paired, of which something differs,
+/// also in what its values compile to.
+void put_pair(protocol_pair_t &pair, uint32_t before, uint32_t after)
 {
     comparison_t &comparison = pair.comparison;
     rule_side_t old;
     rule_side_t now;
-    if (!read_rule(comparison, pair.before, before, old) ||
-        !read_rule(comparison, pair.after, after, now))
-        return false;
+    (void)read_rule(comparison, pair.before, before, old);
+    (void)read_rule(comparison, pair.after, after, now);
     rule_row_compile(comparison.maker, old.rule, old.row);
     rule_row_compile(comparison.maker, now.rule, now.row);
     rule_difference_t rule = {DIFFERENCE_CHANGED,
@@ -96,7 +96,6 @@ bool put_pair(protocol_pair_t &pair, uint32_t before, uint32_t after)
     const std::vector<rule_value_t> added = values_beyond(now.row, old.row);
     if (!rule.fields.empty() || !removed.empty() || !added.empty())
         put_rule(pair, std::move(rule), {&old.rule, removed}, {&now.rule, added});
-    return true;
 }
 
 /// Hands out rules that one side alone has.
@@ -182,8 +181,7 @@ bool compare_rules(protocol_pair_t &pair)
     if (!pair_rules(pair, pairing))
         return false;
     for (const auto &[before, after] : pairing.pairs)
-        if (!put_pair(pair, before, after))
-            return false;
+        put_pair(pair, before, after);
     return put_single(pair, DIFFERENCE_REMOVED, pairing.before) &&
            put_single(pair, DIFFERENCE_ADDED, pairing.after);
 }

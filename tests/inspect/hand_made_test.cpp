@@ -1,0 +1,262 @@
+// Descriptions that no text becomes, put together by hand: what a decompiled text leaves out, and
+// where reading or comparing them ends.
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "decompile.h"
+#include "description_writer.h"
+#include "pdb_difference.h"
+#include "words.h"
+
+namespace
+{
+
+attr_model port(std::vector<std::pair<std::string, uint32_t>> values)
+{
+    return {"port", MATCHER_TYPE_NUMBER_16, ATTR_WAY_BOTH, ATTR_PROTO_UNKNOWN, std::move(values)};
+}
+
+/// A rule as the compiler stores it, on a port.
+rule_model port_rule()
+{
+    rule_model rule;
+    rule.meta_version = 5;
+    rule.scope = 0x800;
+    rule.sub_rules = {{"tcp", "tcp", 0, 0, {port({{"80", 0}})}}};
+    return rule;
+}
+
+protocol_model protocol_of(const std::vector<rule_model> &rules)
+{
+    protocol_model protocol;
+    protocol.id = 7;
+    protocol.name = "a";
+    protocol.default_port = std::string(1, '\0');
+    protocol.cacheable = 1;
+    protocol.supported_versions = {"See atlas for details"};
+    protocol.rules = rules;
+    return protocol;
+}
+
+/// The descriptions of one protocol, with main strings.
+std::vector<uint8_t> pdb_of(const std::vector<rule_model> &rules)
+{
+    string_pool tags;
+    tags.put("first");
+    std::vector<uint8_t> file = description_writer::descriptions(tags, {protocol_of(rules)});
+    const std::vector<uint8_t> strings = description_writer::main_strings(tags);
+    file.insert(file.end(), strings.begin(), strings.end());
+    return file;
+}
+
+/// What a text of these rules lacks, a line each; or why there is none.
+std::string lost(const std::vector<uint8_t> &file)
+{
+    pdb_view_t view;
+    view_error_t error;
+    decompiled_t out;
+    if (!pdb_view_open(file, view, error) || !decompile_pdb(view, out, error))
+        return error.text;
+    std::string lines;
+    for (const std::string &line : out.lost.first)
+        lines += line + "\n";
+    return lines;
+}
+
+/// What the text lacks of a rule that `change` makes another one.
+std::string lost_of(const std::function<void(rule_model &)> &change)
+{
+    rule_model rule = port_rule();
+    change(rule);
+    return lost(pdb_of({rule}));
+}
+
+TEST(hand_made, what_of_a_rule_no_text_says)
+{
+    const std::string rule = "protocol a: rule 1: ";
+    EXPECT_EQ(lost_of([](rule_model &) {}), "");
+    EXPECT_EQ(lost_of([](rule_model &one) {
+                  one.meta_version = 6;
+                  one.vid = 4;
+              }),
+              "");
+    EXPECT_EQ(lost_of([](rule_model &one) { one.ruleorder = 1; }),
+              rule + "a significant order has no key\n");
+    EXPECT_EQ(lost_of([](rule_model &one) { one.params = 1; }),
+              rule + "a reserved field that is not 0\n");
+    EXPECT_EQ(lost_of([](rule_model &one) { one.sub_rules.clear(); }),
+              rule + "a rule without sub-rules is not stored\n");
+    EXPECT_EQ(lost_of([](rule_model &one) { one.sub_rules.resize(3, one.sub_rules[0]); }),
+              rule + "more sub-rules than a text takes\n");
+    EXPECT_NE(lost_of([](rule_model &one) {
+                  one.meta_version = 4;
+              }).find(rule + "an older form, which is stored anew in the newest"),
+              std::string::npos);
+}
+
+TEST(hand_made, what_of_a_rule_without_attributes_no_text_says)
+{
+    const std::string lacks =
+        "protocol a: rule 1: an order, path or tags, but no attributes in its first sub-rule\n";
+    const auto without = [](const std::function<void(rule_model &)> &change) {
+        return lost_of([&](rule_model &one) {
+            one.scope = 0;
+            one.sub_rules[0].attrs.clear();
+            change(one);
+        });
+    };
+    EXPECT_EQ(without([](rule_model &) {}).find("but no attributes"), std::string::npos);
+    EXPECT_NE(without([](rule_model &one) { one.order = 5; }).find(lacks), std::string::npos);
+    EXPECT_NE(without([](rule_model &one) {
+                  one.path = {"ip", "a"};
+              }).find(lacks),
+              std::string::npos);
+    EXPECT_NE(without([](rule_model &one) { one.tags = {"first"}; }).find(lacks),
+              std::string::npos);
+}
+
+TEST(hand_made, more_values_than_a_sub_rule_of_a_text_takes)
+{
+    const std::string lacks = "more values in a sub-rule than a text takes";
+    const auto with = [&](size_t nr, uint32_t last_offset, bool behind = false) {
+        return lost_of([&](rule_model &one) {
+                   attr_model stream = {
+                       "stream", MATCHER_TYPE_STREAM, ATTR_WAY_CTS, ATTR_PROTO_UNKNOWN, {}};
+                   for (size_t i = 1; i < nr; ++i)
+                       stream.values.emplace_back("x", 0);
+                   stream.values.emplace_back("x", last_offset);
+                   one.sub_rules[0].cts_mindata = 9;
+                   one.sub_rules[0].attrs = {stream};
+                   if (behind)
+                       one.sub_rules[0].attrs.push_back(port({}));
+               }).find(lacks) != std::string::npos;
+    };
+    EXPECT_FALSE(with(16, 0));
+    EXPECT_TRUE(with(17, 0));
+    EXPECT_FALSE(with(15, 4));
+    EXPECT_TRUE(with(16, 4)) << "an offset cannot be the last of them";
+    EXPECT_FALSE(with(16, 4, true)) << "an attribute without a value stands behind it";
+}
+
+/// One group, as the root record holds it.
+word_list group_of_one()
+{
+    string_pool tags;
+    return description_writer::group_record(tags, {protocol_of({port_rule()})});
+}
+
+TEST(hand_made, several_groups_become_one_text)
+{
+    const word_list one = group_of_one();
+    EXPECT_EQ(lost(stored(record(1, one))), "");
+    const std::string text = lost(stored(record(1, join({one, one, one}))));
+    EXPECT_NE(text.find("protocols of 3 groups in one text\n"), std::string::npos) << text;
+}
+
+constexpr uint32_t ALIAS[] = {0x00000000, 0x00000000, 0x01000000, 0x00000000, 0x00020000};
+
+TEST(hand_made, aliases_and_tags_need_the_main_strings)
+{
+    const word_list aliases = record(10, {ALIAS[0], ALIAS[1], ALIAS[2], ALIAS[3], ALIAS[4]});
+    const word_list tags = record(9, {0, 5});
+    const word_list descriptions = record(1, group_of_one());
+    EXPECT_EQ(lost(stored(join({descriptions, aliases, tags}))),
+              "aliases, which no main string names\nthe tag table, which no main string names\n");
+    const word_list strings = record(3, {0x00017800});
+    EXPECT_EQ(lost(stored(join({descriptions, aliases, tags, strings}))), "");
+    EXPECT_EQ(lost(stored(join({descriptions, record(9, {8, 5}), strings}))).substr(0, 6),
+              "tag 0:");
+    for (const size_t word : {0, 1}) {
+        word_list bad = aliases;
+        bad[1 + word] = 0x00000008; // an offset behind the strings
+        EXPECT_EQ(lost(stored(join({descriptions, bad, strings}))).substr(0, 8), "alias 0:");
+    }
+    word_list bad = aliases;
+    bad[3] = 0x01000001; // the direction, and three bytes of the reference's protocol
+    EXPECT_EQ(lost(stored(join({descriptions, bad, strings}))).substr(0, 8), "alias 0:");
+}
+
+/// Where comparing two pdbs ends: "before: ...", "after: ...", or "" for the end of both.
+std::string compared(const std::vector<uint8_t> &before, const std::vector<uint8_t> &after)
+{
+    pdb_view_t old_view;
+    pdb_view_t new_view;
+    view_error_t error;
+    pdb_difference_t out;
+    EXPECT_TRUE(pdb_view_open(before, old_view, error)) << error.text;
+    EXPECT_TRUE(pdb_view_open(after, new_view, error)) << error.text;
+    if (pdb_difference(old_view, new_view, out, error))
+        return "";
+    return std::string(out.fault_in_after ? "after: " : "before: ") + error.text;
+}
+
+/// A text that no pool holds is stored as an offset that leads nowhere.
+TEST(hand_made, a_comparison_ends_at_the_first_damage)
+{
+    const std::vector<uint8_t> whole = pdb_of({port_rule()});
+    const std::vector<uint8_t> bare = pdb_of({});
+    rule_model rule = port_rule();
+    rule.sub_rules[0].attrs[0].values[0].first = "";
+    const std::vector<uint8_t> bad_rule = pdb_of({rule});
+    protocol_model nameless = protocol_of({});
+    nameless.altnames = {""};
+    string_pool tags;
+    const std::vector<uint8_t> bad_protocol = description_writer::descriptions(tags, {nameless});
+    const std::vector<uint8_t> nothing = stored(record(1));
+    EXPECT_EQ(compared(whole, whole), "");
+    for (const std::vector<uint8_t> &bad : {bad_rule, bad_protocol}) {
+        for (const std::vector<uint8_t> &good : {whole, bare, nothing}) {
+            EXPECT_EQ(compared(bad, good).substr(0, 18), "before: protocol a");
+            EXPECT_EQ(compared(good, bad).substr(0, 17), "after: protocol a");
+        }
+    }
+    std::vector<uint8_t> bad_tags = whole;
+    const std::vector<uint8_t> table = stored(record(9, {0x100, 5}));
+    bad_tags.insert(bad_tags.end(), table.begin(), table.end());
+    EXPECT_EQ(compared(bad_tags, whole).substr(0, 14), "before: tag 0:");
+    EXPECT_EQ(compared(whole, bad_tags).substr(0, 13), "after: tag 0:");
+}
+
+TEST(hand_made, tags_without_names_are_counted)
+{
+    string_pool tags;
+    rule_model tagged = port_rule();
+    tagged.tags = {"first"};
+    const std::vector<uint8_t> one =
+        description_writer::descriptions(tags, {protocol_of({tagged})});
+    tagged.tags = {"first", "second"};
+    const std::vector<uint8_t> two =
+        description_writer::descriptions(tags, {protocol_of({tagged})});
+    pdb_view_t old_view;
+    pdb_view_t new_view;
+    view_error_t error;
+    pdb_difference_t out;
+    ASSERT_TRUE(pdb_view_open(one, old_view, error) && pdb_view_open(two, new_view, error));
+    ASSERT_TRUE(pdb_difference(old_view, new_view, out, error)) << error.text;
+    ASSERT_EQ(out.protocols.size(), 1U);
+    ASSERT_EQ(out.protocols[0].rules.size(), 1U);
+    ASSERT_EQ(out.protocols[0].rules[0].fields.size(), 1U);
+    EXPECT_EQ(out.protocols[0].rules[0].fields[0].before, "1 without names");
+    EXPECT_EQ(out.protocols[0].rules[0].fields[0].after, "2 without names");
+}
+
+TEST(hand_made, a_long_value_is_shown_in_part)
+{
+    rule_model rule = port_rule();
+    rule.sub_rules[0].attrs[0].values[0].first = std::string(1025, '8');
+    pdb_view_t old_view;
+    pdb_view_t new_view;
+    view_error_t error;
+    pdb_difference_t out;
+    const std::vector<uint8_t> before = pdb_of({port_rule()});
+    const std::vector<uint8_t> after = pdb_of({rule});
+    ASSERT_TRUE(pdb_view_open(before, old_view, error) && pdb_view_open(after, new_view, error));
+    ASSERT_TRUE(pdb_difference(old_view, new_view, out, error)) << error.text;
+    ASSERT_EQ(out.protocols.at(0).rules.at(0).added.size(), 1U);
+    const std::string &shown = out.protocols[0].rules[0].added[0];
+    EXPECT_NE(shown.find(std::string(1024, '8') + "... (1025 bytes)"), std::string::npos);
+    EXPECT_EQ(shown.find(std::string(1025, '8')), std::string::npos);
+}
+
+} // namespace
