@@ -67,6 +67,8 @@ TEST(match_expression, members_of_a_class_may_be_more_than_bytes)
 {
     EXPECT_TRUE(matches("[a\\x62 63\\x]d", "bcd")) << "two bytes that stand for themselves";
     EXPECT_FALSE(matches("[a\\x62 63\\x]d", "bd"));
+    EXPECT_TRUE(matches("[\\[bc\\]a]d", "ad")) << "a byte behind them";
+    EXPECT_TRUE(matches("[\\[bc\\]a]d", "BCd"));
     EXPECT_TRUE(matches("[^\\[b|cd\\]]", "a"));
     EXPECT_FALSE(matches("[^\\[b|cd\\]]", "B"));
     EXPECT_TRUE(matches("[^\\[b|cd\\]]", "c")) << "no member alone";

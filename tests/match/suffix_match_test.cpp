@@ -4,6 +4,7 @@
 #include <set>
 
 #include "match_database.h"
+#include "match_jump_word.h"
 #include "match_run.h"
 #include "random_pdb.h"
 #include "rounds.h"
@@ -166,6 +167,13 @@ TEST(suffix_match, tables_of_all_lengths_agree_with_plain_comparison)
         lengths.insert(matcher.suffix_jump.length);
         for (uint32_t i = 0; i < dear_rounds(40) && !::testing::Test::HasFailure(); ++i)
             (void)compare_one(db, flow, suffixes, make_host(random, suffixes));
+        for (std::string end : suffixes) { // data of less bytes than a word
+            if (!random.one_in(16))
+                continue;
+            end.erase(0, end.size() - std::min<size_t>(end.size(), 5 + random.below(3)));
+            end.front() = static_cast<char>(end.front() ^ (random.one_in(2) ? 1 : 0));
+            (void)compare_one(db, flow, suffixes, end);
+        }
     }
     EXPECT_EQ(lengths, (std::set<uint32_t>{0, 4, 5, 6, 8})) << "there are no fewer of 7 than of 8";
 }
@@ -221,6 +229,30 @@ TEST(suffix_match, keys_without_places_of_their_own_leave_no_table)
     EXPECT_EQ(match_jump_most(10), 0u);
 }
 
+// The key is the last four bytes of "xabcd", the rest the byte in front of them.
+TEST(suffix_match, short_data_goes_on_with_the_rest_of_an_entry)
+{
+    match_jump_entry_t entry;
+    for (uint32_t depth = 0; depth < 4; ++depth)
+        entry.key |= match_jump_byte(static_cast<uint8_t>("dcba"[depth]), depth);
+    entry.rest = match_jump_byte('x', 0);
+    entry.nr_rest = 1;
+    entry.length = 4;
+    match_jump_t jump;
+    ASSERT_TRUE(match_jump_place({&entry, 1}, jump));
+    jump.length = 4;
+    const auto found = [&](std::string_view data) {
+        return match_jump_find(jump, {},
+                               {reinterpret_cast<const uint8_t *>(data.data()), data.size()}) !=
+               nullptr;
+    };
+    EXPECT_TRUE(found("xabcd"));
+    EXPECT_TRUE(found("yyxabcd"));
+    EXPECT_FALSE(found("yabcd"));
+    EXPECT_FALSE(found("abcd")) << "too short for the rest";
+    EXPECT_FALSE(found("xabc"));
+}
+
 /// The tree of a database, in memory of its own that tests write into.
 struct edited_tree_t {
     view_radix_t tree;
@@ -272,6 +304,33 @@ TEST(suffix_match, trees_that_no_compile_makes_have_no_table)
     endless.tree.chains.last = 0; // no number is that of a compressed edge
     match_jump_paths_t paths;
     EXPECT_FALSE(match_jump_find_paths(endless.tree, true, 8, SIZE_MAX, paths));
+}
+
+/// A record of words that the compiler does not write for suffixes: its items count from 5 bytes
+/// on.
+TEST(suffix_match, a_table_leaves_records_with_a_minimum_to_the_walk)
+{
+    random_match_t random{std::mt19937(31)};
+    const std::vector<uint8_t> bytes = make_suffix_pdb(make_suffixes(random, 8));
+    const pdata::database db = pdata::database::open_memory(bytes.data(), bytes.size());
+    const match_matcher_t &matcher = suffix_matcher(db);
+    edited_tree_t edited(matcher);
+    const view_area_t &area = edited.tree.items.area;
+    std::vector<uint8_t> items(area.data, area.data + area.size);
+    const auto record = static_cast<uint16_t>(items.size() / 4);
+    const std::vector<uint8_t> minimum = stored({PATTERN_MINDATA_MARK | 5, 1, 7});
+    items.insert(items.end(), minimum.begin(), minimum.end());
+    edited.tree.items.area = {items.data(), items.size(), 0};
+    const auto records = [&] {
+        match_jump_t jump;
+        match_jump_make(edited.tree, true, matcher.roles, 1 << 20, jump);
+        return std::ranges::count(jump.entries, MATCH_END_RECORD, &match_jump_entry_t::end);
+    };
+    EXPECT_EQ(records(), 0);
+    for (uint32_t row = 1; row < edited.tree.rows.nr_row; ++row)
+        if (view_row_word(edited.tree.rows, row, RADIX_ITEM_COLUMN) != PATTERN_NO_ITEM_WORD)
+            edited.put(row, RADIX_ITEM_COLUMN, record);
+    EXPECT_GT(records(), 100);
 }
 
 /// The compiler has a private id for each suffix. Items that a tree names itself are found as well,

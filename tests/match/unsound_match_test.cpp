@@ -163,6 +163,14 @@ TEST(unsound_match, pieces_that_are_cut_find_nothing)
     EXPECT_EQ(found({0x40000000, 0, 4, 0}, {2, 0, 4, 0}), ids_t{2}) << "an item of no slot";
 }
 
+TEST(unsound_match, pieces_may_be_in_no_engine)
+{
+    parts_t parts = letter_parts(first_items, slot(1, 0));
+    parts.engines = join({blob(18, {14}), blob(19, {}), blob(21, {}), blob(22, {})});
+    parts.entries = {1, 0, 0x01010100, 0};
+    EXPECT_EQ(find(opened(parts), "a").items, ids_t{});
+}
+
 // Entries of values "ab" and "cd" of one item, found by their last letters.
 TEST(unsound_match, an_item_may_have_two_values)
 {
@@ -365,6 +373,16 @@ TEST(unsound_match, descriptions_that_do_not_fit_the_rules_make_no_preempt)
     EXPECT_FALSE(is_preempt(parts)) << "no matcher has the value";
     parts.descriptions = record(1, record(1, record(2, {0x00013700})));
     EXPECT_FALSE(is_preempt(parts)) << "a group without protocols";
+}
+
+// No item record begins at word 5 of a table without words: who has item 1 can still be asked.
+TEST(unsound_match, a_trusted_record_that_is_not_there_has_no_items)
+{
+    const pdata::database db =
+        opened(letter_parts({5, NOTHING, NOTHING, NOTHING}, slot(1, 0)), PDATA_OPEN_TRUSTED);
+    pdata_item_info info;
+    EXPECT_EQ(pdata_db_item(db.get(), 1, &info), PDATA_R_OK);
+    EXPECT_EQ(info.matcher, 0u);
 }
 
 TEST(unsound_match, opening_finds_what_it_cannot_read_in_a_trusted_pdb)
