@@ -22,7 +22,7 @@ void put_text(void *context, const dump_range_t &range)
 
 void put_json(void *context, const dump_range_t &range)
 {
-    console_print(*static_cast<console_t *>(context), "{}\n", dump_document(range).dump());
+    console_print(*static_cast<console_t *>(context), "{}\n", json_line(dump_document(range)));
 }
 
 void print_summary(console_t &console, const input_file_t &file, const dump_totals_t &totals)

@@ -1,5 +1,6 @@
 #include "console.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -27,6 +28,7 @@ bool wants_colour(std::FILE *stream)
 console_t console_open()
 {
     console_t console;
+    console.out_terminal = isatty(fileno(console.out)) != 0;
     console.out_colour = wants_colour(console.out);
     console.err_colour = wants_colour(console.err);
     console.progress = isatty(fileno(console.err)) != 0;
@@ -45,6 +47,18 @@ void console_write(console_t &console, std::string_view text)
     (void)std::fwrite(text.data(), 1, text.size(), console.out); // console_close looks at it
 }
 
+void console_text(console_t &console, std::string_view text)
+{
+    if (!console.out_terminal)
+        return console_write(console, text);
+    while (!text.empty()) {
+        const size_t end = std::min(text.find_first_of("\n\t"), text.size());
+        console_write(console, escape_line(text.substr(0, end)));
+        console_write(console, text.substr(end, 1));
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+}
+
 void console_message(console_t &console, std::string_view text)
 {
     const std::string line = "pdata: " + escape_terminal(text) + '\n';
@@ -53,13 +67,13 @@ void console_message(console_t &console, std::string_view text)
 
 void console_document(console_t &console, const json_document_t &document)
 {
-    console_write(console, document.dump(2));
+    console_write(console, json_indented(document));
     console_write(console, "\n");
 }
 
 void console_record(console_t &console, const json_document_t &document)
 {
-    console_write(console, document.dump());
+    console_write(console, json_line(document));
     console_write(console, "\n");
     (void)std::fflush(console.out);
 }

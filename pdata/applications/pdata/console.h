@@ -26,9 +26,10 @@ struct console_t {
     std::FILE *out = stdout;
     std::FILE *err = stderr;
     output_format_t format = OUTPUT_TEXT;
-    bool out_colour = false; ///< standard output is a terminal that wants colour
-    bool err_colour = false; ///< the same for standard error
-    bool progress = false;   ///< standard error is a terminal
+    bool out_terminal = false; ///< standard output is a terminal
+    bool out_colour = false;   ///< it is one that wants colour
+    bool err_colour = false;   ///< the same for standard error
+    bool progress = false;     ///< standard error is a terminal
 };
 
 /// Colours, by what they are used for.
@@ -51,6 +52,10 @@ std::string colour_text(bool on, colour_t colour, std::string_view text);
 
 /// Prints data as it is.
 void console_write(console_t &console, std::string_view text);
+
+/// Prints a text of several lines that is data, and is what strangers wrote: as it is, but on a
+/// terminal each line as escape_line shows it.
+void console_text(console_t &console, std::string_view text);
 
 /// Prints formatted data. Untrusted text goes through escape_terminal first.
 template <typename... Args>

@@ -92,7 +92,7 @@ json_document_t rule_document(const rule_difference_t &rule)
 /// the line of its last one.
 std::string members_of(const json_document_t &document, size_t depth)
 {
-    const std::string text = document.dump(2);
+    const std::string text = json_indented(document);
     std::string members;
     for (const char c : std::string_view(text).substr(1, text.size() - 3)) {
         members += c;

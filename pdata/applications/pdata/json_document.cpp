@@ -1,7 +1,5 @@
 #include "json_document.h"
 
-#include <string>
-
 #include "escape.h"
 
 json_document_t json_document(std::string_view name)
@@ -9,6 +7,16 @@ json_document_t json_document(std::string_view name)
     json_document_t document = json_document_t::object();
     document["schema"] = "pdata." + std::string(name) + "/1";
     return document;
+}
+
+std::string json_line(const json_document_t &document)
+{
+    return escape_json(document.dump());
+}
+
+std::string json_indented(const json_document_t &document)
+{
+    return escape_json(document.dump(2));
 }
 
 json_document_t json_text(std::string_view bytes)

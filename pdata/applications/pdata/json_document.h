@@ -1,6 +1,7 @@
 /// JSON output: documents with a schema, and bytes that may be no text.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 #include <nlohmann/json.hpp>
@@ -10,6 +11,10 @@ using json_document_t = nlohmann::ordered_json;
 
 /// Returns a document that begins with "schema": "pdata.NAME/1".
 json_document_t json_document(std::string_view name);
+
+/// Returns a document as text that does nothing to a terminal: on one line, or with an indent.
+std::string json_line(const json_document_t &document);
+std::string json_indented(const json_document_t &document);
 
 /// Returns untrusted bytes as JSON: a string where they are UTF-8, else an object with "hex".
 json_document_t json_text(std::string_view bytes);

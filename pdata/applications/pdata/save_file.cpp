@@ -65,7 +65,7 @@ bool write_made(void *context, int fd)
 bool save_file(console_t &console, const std::string &path, std::string_view text)
 {
     if (path == "-") {
-        console_write(console, text);
+        console_text(console, text);
         return true;
     }
     const std::span<const uint8_t> bytes = bytes_of(text);
@@ -88,7 +88,7 @@ bool save_made(console_t &console, const std::string &path,
                void (*make)(void *context, const save_sink_t &sink), void *context)
 {
     const auto print = [](void *to, std::string_view piece) {
-        console_write(*static_cast<console_t *>(to), piece);
+        console_text(*static_cast<console_t *>(to), piece);
     };
     if (path == "-") {
         make(context, {print, &console});

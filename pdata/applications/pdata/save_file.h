@@ -5,8 +5,8 @@
 
 #include "console.h"
 
-/// Writes a file whole or not at all (output_file.h), or prints it for "-". Returns false after a
-/// message when it cannot be written.
+/// Writes a file whole or not at all (output_file.h), or prints it for "-" (console_text). Returns
+/// false after a message when it cannot be written.
 [[nodiscard]] bool save_file(console_t &console, const std::string &path, std::string_view text);
 
 /// Tells, after a message, whether standard output would be both the report of a run, in JSON, and

@@ -82,7 +82,7 @@ void print_tap(test_report_t &report, const test_outcome_t &outcome)
                   report.passed + report.failed, escape_tap(escape_terminal(outcome.one->name)));
     if (outcome.passed)
         return;
-    const auto quoted = [](const std::string &text) { return json_text(text).dump(); };
+    const auto quoted = [](const std::string &text) { return json_line(json_text(text)); };
     console_print(console, "  ---\n  expected: {}\n  got: {}\n",
                   quoted(suite_expectation(*outcome.one)), quoted(got_text(outcome)));
     if (!outcome.flow.empty())

@@ -1,5 +1,6 @@
 #include "escape.h"
 
+#include <algorithm>
 #include <cstdint>
 
 namespace
@@ -40,15 +41,29 @@ uint32_t code_point(std::string_view text, size_t length)
     return code;
 }
 
-/// Tells whether a code point does something to a terminal other than to show a sign.
+/// Code points that do something to a terminal other than to show a sign, in order.
+struct control_range_t {
+    uint32_t first;
+    uint32_t last;
+};
+
+constexpr control_range_t control_ranges[] = {
+    {0x0000, 0x001F},     // C0
+    {0x007F, 0x009F},     // delete, C1
+    {0x00AD, 0x00AD},     // soft hyphen
+    {0x061C, 0x061C},     // mark of the reading direction
+    {0x200E, 0x200F},     // the same
+    {0x2028, 0x202E},     // line ends, embeddings
+    {0x2066, 0x2069},     // isolates
+    {0xFEFF, 0xFEFF},     // byte order mark
+    {0xFFF9, 0xFFFB},     // annotations
+    {0xE0000, UINT32_MAX} // tags, private signs
+};
+
 bool is_control(uint32_t code)
 {
-    return code < 0x20 || (code >= 0x7F && code < 0xA0) || // C0, delete, C1
-           code == 0xAD ||                                 // soft hyphen
-           code == 0x061C || code == 0x200E || code == 0x200F ||
-           (code >= 0x2028 && code <= 0x202E) || // line ends, embeddings
-           (code >= 0x2066 && code <= 0x2069) || // isolates
-           code == 0xFEFF || (code >= 0xFFF9 && code <= 0xFFFB) || code >= 0xE0000;
+    const auto row = std::ranges::lower_bound(control_ranges, code, {}, &control_range_t::last);
+    return code >= row->first;
 }
 
 void put_hex(std::string &out, uint8_t byte)
@@ -56,6 +71,18 @@ void put_hex(std::string &out, uint8_t byte)
     static constexpr char digits[] = "0123456789abcdef";
     out += digits[byte >> 4];
     out += digits[byte & 15];
+}
+
+/// Adds \uHHHH, or two of them for what UTF-16 has two words for.
+void put_code(std::string &out, uint32_t code)
+{
+    if (code >= 0x10000) {
+        put_code(out, 0xD7C0 + (code >> 10));
+        code = 0xDC00 + (code & 0x3FF);
+    }
+    out += "\\u";
+    put_hex(out, static_cast<uint8_t>(code >> 8));
+    put_hex(out, static_cast<uint8_t>(code & 0xFF));
 }
 
 /// Returns how many bytes at the front are printable ASCII and no backslash.
@@ -130,6 +157,25 @@ std::string escape_terminal(std::string_view text)
 std::string escape_line(std::string_view text)
 {
     return escape(text, "\\");
+}
+
+std::string escape_json(std::string text)
+{
+    const auto is_plain = [](char c) { return c >= 0 && c < 0x7F; };
+    if (std::ranges::all_of(text, is_plain))
+        return text;
+    std::string out;
+    for (std::string_view left = text; !left.empty();) {
+        const size_t length = utf8_length(left);
+        const size_t taken = std::max<size_t>(length, 1);
+        const uint32_t code = length == 0 ? 0 : code_point(left, length);
+        if (code < 0x7F || !is_control(code))
+            out += left.substr(0, taken);
+        else
+            put_code(out, code);
+        left.remove_prefix(taken);
+    }
+    return out;
 }
 
 std::string escape_hex(std::string_view text)

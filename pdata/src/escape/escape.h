@@ -24,5 +24,9 @@ std::string escape_terminal(std::string_view text);
 /// backslashes are common and people copy what they see.
 std::string escape_line(std::string_view text);
 
+/// Returns a JSON text that says the same, in which no terminal sees what escape_terminal spells:
+/// characters from U+007F on as \uHHHH. (Those below are never bare in a JSON string.)
+std::string escape_json(std::string text);
+
 /// Returns the bytes of `text` as lower-case hexadecimal digits.
 std::string escape_hex(std::string_view text);
