@@ -8,6 +8,7 @@ is a count and its items.
 """
 import json
 import pathlib
+import re
 import subprocess
 import sys
 import tempfile
@@ -253,6 +254,12 @@ def unsafe_item_records_with_offsets():
     pdb = compiled(protocols([rule("tcp", "cts-stream", f".*{text}.*") for text in words]))
     done = subprocess.run([PDATA, "list", "--limits", pdb], capture_output=True)
     expect((done.returncode, done.stdout), (3, b""), "the end of an unsafe file")
+    passed = r"tcp:stream cts: (\d+) items, of which 65535 can be told apart"
+    shown = re.search("passed when it was made: " + passed, done.stderr.decode())
+    expect(int(shown[1]) > item_words(words[::-1], 2), True, "the limit that made it unsafe")
+    done = subprocess.run([PDATA, "verify", pdb], capture_output=True, text=True)
+    expect(re.search("unsound: lost part: matchers: " + passed, done.stdout)[1], shown[1],
+           "the limit among the faults")
     few, passed = limits(compiled(protocols([rule("tcp", "cts-stream", f".*{text}.*")
                                              for text in words[:250]])))
     expect(passed, set(), "what the texts below the limit pass")

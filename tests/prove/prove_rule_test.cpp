@@ -1,10 +1,10 @@
 /// Rules against the pdb that holds them.
 #include "prove_rule.h"
+#include "view_overfull.h"
 
 #include <gtest/gtest.h>
 
 #include "csa_types.h"
-#include "prove_capacity.h"
 #include "prove_catalog.h"
 #include "prove_compile.h"
 
@@ -175,21 +175,33 @@ TEST(prove_catalog, values_that_are_tried_on_all_data_cost)
     EXPECT_EQ(prove_catalog_cost(catalog, 0), 0U) << "nothing tests it";
 }
 
-TEST(prove_capacity, tables_beyond_16_bits_are_named)
+/// Names the overfull tables of a pdb.
+std::string overfull_of(std::span<const uint8_t> bytes)
+{
+    pdb_view_t pdb;
+    view_error_t error;
+    std::string text;
+    const auto put = [](void *context, const view_overfull_t &overfull) {
+        EXPECT_GT(overfull.nr, overfull.limit);
+        static_cast<std::string *>(context)
+            ->append(overfull.matcher.attribute)
+            .append(" ")
+            .append(overfull.table);
+    };
+    EXPECT_TRUE(pdb_view_open(bytes, pdb, error));
+    view_overfull(pdb, {put, &text});
+    return text;
+}
+
+TEST(view_overfull, tables_beyond_16_bits_are_named)
 {
     // Every suffix of a long text is a piece: items of all of them end at each place.
     std::string rules;
     for (uint32_t i = 0; i < 300; ++i)
         rules += (i == 0 ? "" : ",") + uri_rule("50:1", ".*" + std::string(i + 1, 'a') + ".*");
     const tried_rules_t overfull(protocol_text("one", rules));
-    const std::vector<prove_overfull_t> found = prove_overfull(overfull.pdb);
-    ASSERT_EQ(found.size(), 1U);
-    EXPECT_EQ(found[0].attribute, "uri_decoded");
-    EXPECT_EQ(found[0].table, "items");
-    EXPECT_GT(found[0].nr, found[0].nr_max);
-    EXPECT_TRUE(
-        prove_overfull(tried_rules_t(protocol_text("one", uri_rule("1:1", "a"))).pdb).empty());
-    EXPECT_TRUE(prove_overfull({}).empty());
+    EXPECT_EQ(overfull_of(overfull.pdb), "uri_decoded items");
+    EXPECT_EQ(overfull_of(tried_rules_t(protocol_text("one", uri_rule("1:1", "a"))).pdb), "");
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "open_file.h"
 #include "pdb_limits.h"
 #include "pdb_verify.h"
+#include "view_overfull.h"
 
 namespace
 {
@@ -37,6 +38,26 @@ json_document_t limit_document(const view_limit_t &limit)
     return document;
 }
 
+/// Names the limits that an unsafe file may have become so by.
+void print_overfull(console_t &console, const input_file_t &file)
+{
+    struct shown_t {
+        console_t &console;
+        const std::string &name;
+    } shown = {console, file.name};
+    const auto put = [](void *context, const view_overfull_t &overfull) {
+        const auto &[to, name] = *static_cast<const shown_t *>(context);
+        console_error(
+            to, "{}: passed when it was made: {}:{} {}: {} {}, of which {} can be told apart", name,
+            overfull.matcher.protocol, overfull.matcher.attribute,
+            attr_way2str(overfull.matcher.way), overfull.nr, overfull.table, overfull.limit);
+    };
+    pdb_view_t pdb;
+    view_error_t error;
+    if (pdb_view_open(input_file_bytes(file), pdb, error))
+        view_overfull(pdb, {put, &shown});
+}
+
 } // namespace
 
 exit_status_t list_limits(console_t &console, const input_file_t &file)
@@ -45,6 +66,7 @@ exit_status_t list_limits(console_t &console, const input_file_t &file)
     view_error_t error;
     if (!pdb_verify_open(input_file_bytes(file), pdb, error)) {
         print_fault(console, file.name, error);
+        print_overfull(console, file);
         return EXIT_STATUS_FILE;
     }
     exit_status_t status = EXIT_STATUS_FINE;

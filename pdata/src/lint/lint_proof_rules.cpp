@@ -4,9 +4,9 @@
 #include "lint_proof.h"
 #include "lint_resolve.h"
 #include "lint_words.h"
-#include "prove_capacity.h"
 #include "prove_compile.h"
 #include "prove_rule.h"
+#include "view_overfull.h"
 
 namespace
 {
@@ -202,14 +202,13 @@ void report_rules(const gathered_rules_t &gathered, const lint_proved_t &proved,
 }
 
 /// Makes `look` the first place that tests an attribute in a direction.
-void find_test(const gathered_rules_t &gathered, const prove_overfull_t &overfull,
-               lint_look_t &look)
+void find_test(const gathered_rules_t &gathered, const view_matcher_t &matcher, lint_look_t &look)
 {
     for (const lint_look_t &rule : gathered.places)
         lint_each_attribute(rule, [&](const lint_look_t &attribute) {
             const lint_key_t &key = attribute.attribute->matched_key;
-            if (look.attribute != nullptr || key.protocol != overfull.protocol ||
-                key.attribute != overfull.attribute || (key.way & overfull.way) == 0)
+            if (look.attribute != nullptr || key.protocol != matcher.protocol ||
+                key.attribute != matcher.attribute || (key.way & matcher.way) == 0)
                 return;
             look.protocol = attribute.protocol;
             look.rule = attribute.rule;
@@ -220,16 +219,22 @@ void find_test(const gathered_rules_t &gathered, const prove_overfull_t &overful
 /// Reports matchers whose tables are too small for what is in them.
 void report_overfull(const gathered_rules_t &gathered, std::span<const uint8_t> pdb)
 {
-    for (const prove_overfull_t &overfull : prove_overfull(pdb)) {
-        lint_look_t look = gathered.places.front();
-        find_test(gathered, overfull, look);
+    const auto report = [](void *context, const view_overfull_t &overfull) {
+        const auto &[matcher, table, area, nr, limit] = overfull;
+        const gathered_rules_t &rules = **static_cast<const gathered_rules_t **>(context);
+        lint_look_t look = rules.places.front();
+        find_test(rules, matcher, look);
         lint_report(look, FINDING_TOO_MANY,
-                    lint_joined({"the values of ", overfull.protocol, ":", overfull.attribute,
-                                 " need ", std::to_string(overfull.nr), " ", overfull.table,
-                                 " and no more than ", std::to_string(overfull.nr_max),
-                                 " can be told apart: some are not found"}),
+                    lint_joined({"the values of ", matcher.protocol, ":", matcher.attribute,
+                                 " need ", std::to_string(nr), " ", table, " and no more than ",
+                                 std::to_string(limit), " can be told apart: some are not found"}),
                     "split the values over several pdbs, or write fewer short pieces");
-    }
+    };
+    pdb_view_t view;
+    view_error_t error;
+    const gathered_rules_t *place = &gathered;
+    if (pdb_view_open(pdb, view, error))
+        view_overfull(view, {report, &place});
 }
 
 /// Reports that protocols which are sound each alone are refused together.

@@ -5,9 +5,9 @@
 #include <string>
 
 #include "csa_endian.h"
-#include "prove_capacity.h"
 #include "prove_compile.h"
 #include "prove_text.h"
+#include "view_overfull.h"
 
 namespace
 {
@@ -60,6 +60,20 @@ bool answer(prove_batch_t &batch, size_t index)
     return found;
 }
 
+/// Tells whether a matcher is larger than its tables can say.
+bool is_overfull(std::span<const uint8_t> bytes)
+{
+    pdb_view_t view;
+    view_error_t error;
+    bool overfull = false;
+    const auto put = [](void *context, const view_overfull_t &) {
+        *static_cast<bool *>(context) = true;
+    };
+    if (pdb_view_open(bytes, view, error))
+        view_overfull(view, {put, &overfull});
+    return overfull;
+}
+
 } // namespace
 
 bool prove_batch_open(std::span<const prove_value_t *const> values, prove_batch_t &batch)
@@ -69,8 +83,7 @@ bool prove_batch_open(std::span<const prove_value_t *const> values, prove_batch_
     prove_compiled_t compiled = prove_compile(prove_text(values), prove_least_configuration());
     batch.bytes = std::move(compiled.bytes);
     // Of several values none shall be lost for want of room; one alone may be, and is.
-    return compiled.status == PDATA_SUCCESS &&
-           (values.size() == 1 || prove_overfull(batch.bytes).empty()) &&
+    return compiled.status == PDATA_SUCCESS && (values.size() == 1 || !is_overfull(batch.bytes)) &&
            open(*values.front(), batch);
 }
 

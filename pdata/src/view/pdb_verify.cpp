@@ -3,6 +3,7 @@
 #include "csa_endian.h"
 #include "verify_description.h"
 #include "verify_sound.h"
+#include "view_overfull.h"
 #include "view_take.h"
 
 namespace
@@ -151,6 +152,21 @@ void check_rules(verify_t &verify)
     judge(verify, view_rules_check(verify.view.rules, error), "rules", error);
 }
 
+/// A table that is too large for its numbers is what may have made the file unsafe.
+void report_overfull(void *context, const view_overfull_t &overfull)
+{
+    view_error_t error;
+    const auto &[matcher, table, area, nr, limit] = overfull;
+    (void)view_fail(error, VIEW_LOST, area.offset,
+                    "matchers: %.*s:%.*s %s: %llu %s, of which %llu can be told apart",
+                    static_cast<int>(matcher.protocol.size()), matcher.protocol.data(),
+                    static_cast<int>(matcher.attribute.size()), matcher.attribute.data(),
+                    attr_way2str(matcher.way), static_cast<unsigned long long>(nr), table,
+                    static_cast<unsigned long long>(limit));
+    error.grade = VIEW_UNSOUND;
+    take_report(context, error);
+}
+
 pdb_verdict_t verify_view(const pdb_view_t &view, const pdb_fault_sink_t &sink, bool with_sound)
 {
     verify_t verify = {view, sink, {}, {}};
@@ -165,6 +181,8 @@ pdb_verdict_t verify_view(const pdb_view_t &view, const pdb_fault_sink_t &sink, 
     }
     if (with_sound && verify.verdict.nr_unsafe == 0)
         verify_sound(view, {take_report, &verify});
+    else if (with_sound)
+        view_overfull(view, {report_overfull, &verify});
     return verify.verdict;
 }
 

@@ -33,7 +33,8 @@ struct pdb_verdict_t {
 /// Verifies a loadable pdb or one of descriptions. Hands the first fault of each part to `sink`: a
 /// part is a matcher, a protocol, a pool, a table. Faults of parts that hold others end the
 /// verification, since what lies inside cannot be found. Faults of grade VIEW_UNSOUND are looked
-/// for in a compiled pdb without any of the other.
+/// for in a compiled pdb without any of the other; beside those, tables that are too large for
+/// their numbers are named, which they may come of.
 pdb_verdict_t pdb_verify(std::span<const uint8_t> file, const pdb_fault_sink_t &sink);
 
 /// Tells whether a pdb has no fault of grade VIEW_UNSAFE, and makes `view` its view. Otherwise
