@@ -11,7 +11,7 @@ finding_place_t place_of(const lint_look_t &look)
         return look.attribute->key.place;
     if (look.rule != nullptr)
         return look.rule->place;
-    return look.protocol->name ? look.protocol->name->place : look.protocol->place;
+    return look.protocol->name->place;
 }
 
 } // namespace

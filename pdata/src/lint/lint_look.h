@@ -22,7 +22,8 @@ struct lint_row_t {
 };
 
 /// Adds a finding at the place: that of the value, the key of the attribute, the rule or the name
-/// of the protocol. It may be changed until the next one is added.
+/// of the protocol, which has one where the look goes no deeper. It may be changed until the next
+/// one is added.
 finding_t &lint_report(const lint_look_t &look, finding_id_t id, std::string message,
                        std::string hint);
 
