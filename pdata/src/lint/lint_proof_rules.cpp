@@ -1,3 +1,4 @@
+#include <map>
 #include <set>
 #include <unordered_set>
 
@@ -15,9 +16,8 @@ namespace
 struct gathered_rules_t {
     std::vector<prove_rule_t> rules;
     std::vector<lint_look_t> places;
-    std::vector<lint_look_t> stored; ///< all rules as they are stored, those of bases as well
-    /// By protocol: the index of its first rule; the others follow as they are stored.
-    std::unordered_map<std::string_view, size_t> first;
+    /// All rules, those of bases as well, by protocol and index as they are stored there.
+    std::map<std::pair<std::string_view, uint32_t>, lint_look_t> stored;
 };
 
 /// Returns the description of all protocols without a fault.
@@ -53,13 +53,10 @@ prove_item_t item_of(const lint_look_t &value, const lint_proved_t &proved)
                                                                                   : ATTR_WAY_STC);
     item.protocol = lint_bottom(*value.sub_rule);
     item.attribute = attribute.name;
-    item.way = attribute.written_way;
-    if (attribute.written != nullptr && item.way == ATTR_WAY_BOTH)
-        item.way = attribute.written->proper_allowed_way;
-    if (const auto known = proved.find(value.value); known != proved.end()) {
-        item.known = known->second.found;
-        item.has_known = known->second.nr_missed < known->second.nr_sample;
-    }
+    item.way = lint_stored_way(attribute);
+    const prove_verdict_t &known = proved.at(value.value);
+    item.known = known.found;
+    item.has_known = known.nr_missed < known.nr_sample;
     return item;
 }
 
@@ -78,7 +75,7 @@ prove_rule_t rule_of(const lint_look_t &rule, const lint_proved_t &proved)
 void add_rule(gathered_rules_t &gathered, const lint_look_t &rule, const lint_proved_t &proved,
               uint32_t index)
 {
-    gathered.stored.push_back(rule);
+    gathered.stored.insert({{rule.protocol->name->decoded, index}, rule});
     if (rule.model.files[rule.protocol->place.file].base)
         return;
     gathered.rules.push_back(rule_of(rule, proved));
@@ -91,7 +88,6 @@ void gather_protocol(gathered_rules_t &gathered, const lint_look_t &protocol,
                      const lint_proved_t &proved)
 {
     uint32_t index = 0;
-    gathered.first.emplace(protocol.protocol->name->decoded, gathered.stored.size());
     lint_each_rule(protocol,
                    [&](const lint_look_t &rule) { add_rule(gathered, rule, proved, index++); });
     lint_each_rule(protocol, [&](const lint_look_t &rule) {
@@ -124,8 +120,7 @@ bool has_dead_value(const lint_look_t &rule, const lint_proved_t &proved)
     bool found = false;
     lint_each_attribute(rule, [&](const lint_look_t &attribute) {
         lint_each_value(attribute, [&](const lint_look_t &value) {
-            const auto known = proved.find(value.value);
-            found = found || (known != proved.end() && known->second.outcome == PROVE_DEAD);
+            found = found || proved.at(value.value).outcome == PROVE_DEAD;
         });
     });
     return found;
@@ -160,21 +155,19 @@ void report_shadowed(const lint_look_t &rule, const lint_look_t &winner)
 /// Returns the rule that goes before another one, or null.
 const lint_look_t *winner_of(const gathered_rules_t &gathered, const prove_rule_verdict_t &verdict)
 {
-    const auto first = gathered.first.find(verdict.winner);
-    if (verdict.outcome != PROVE_RULE_SHADOWED || first == gathered.first.end())
-        return nullptr;
-    const size_t index = first->second + verdict.winner_index;
-    return index < gathered.stored.size() ? &gathered.stored[index] : nullptr;
+    const auto winner = gathered.stored.find({verdict.winner, verdict.winner_index});
+    return verdict.outcome != PROVE_RULE_SHADOWED || winner == gathered.stored.end()
+               ? nullptr
+               : &winner->second;
 }
 
 /// Returns where the rules stand that repeat another one: that they lose to it needs no word.
 std::set<std::pair<uint32_t, uint32_t>> repeated_rules(const gathered_rules_t &gathered)
 {
     std::set<std::pair<uint32_t, uint32_t>> places;
-    if (!gathered.places.empty())
-        for (const finding_t &finding : gathered.places.front().findings)
-            if (finding.id == FINDING_DUPLICATE_RULE)
-                places.emplace(finding.place.file, finding.place.begin);
+    for (const finding_t &finding : gathered.places.front().findings)
+        if (finding.id == FINDING_DUPLICATE_RULE)
+            places.emplace(finding.place.file, finding.place.begin);
     return places;
 }
 
@@ -241,8 +234,7 @@ void report_overfull(const gathered_rules_t &gathered, std::span<const uint8_t> 
 void report_refused(const gathered_rules_t &gathered, const prove_compiled_t &compiled)
 {
     std::string message = compiled.message;
-    while (!message.empty() && message.back() == '\n')
-        message.pop_back();
+    message.erase(message.find_last_not_of('\n') + 1);
     lint_look_t look = gathered.places.front();
     look.rule = nullptr;
     lint_report(look, FINDING_REFUSED,

@@ -48,10 +48,7 @@ void look_id(const lint_look_t &look)
 {
     const lint_protocol_t &protocol = *look.protocol;
     const auto &written = protocol.id_written;
-    const bool long_enough = written && written->raw.size() > 9;
-    if (long_enough && std::to_string(protocol.id) !=
-                           written->raw.substr(std::min(written->raw.find_first_not_of('0'),
-                                                        written->raw.size()))) {
+    if (written && lint_is_beyond(written->raw, UINT32_MAX)) {
         lint_report_at(
             look, written->place, FINDING_WRAPPED_ID,
             lint_joined({written->raw.substr(0, 20), " is read as ", std::to_string(protocol.id)}),

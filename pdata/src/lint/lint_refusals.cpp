@@ -214,15 +214,13 @@ void look_value_count(const lint_look_t &look)
 {
     for (const lint_sub_rule_t &sub_rule : look.rule->sub_rules)
         for (const lint_attribute_t &attribute : sub_rule.attributes) {
-            size_t nr = 0;
-            for (const lint_attribute_t &other : sub_rule.attributes)
-                if (other.name == attribute.name && other.written_way == attribute.written_way) {
-                    nr += other.values.size();
-                    if (&other == &attribute)
-                        break;
-                }
-            if (nr > PROTODESC_ATTR_VAL_MAX &&
-                nr - attribute.values.size() <= PROTODESC_ATTR_VAL_MAX)
+            size_t before = 0;
+            for (const lint_attribute_t *other = sub_rule.attributes.data(); other != &attribute;
+                 ++other)
+                if (other->name == attribute.name && other->written_way == attribute.written_way)
+                    before += other->values.size();
+            if (before <= PROTODESC_ATTR_VAL_MAX &&
+                before + attribute.values.size() > PROTODESC_ATTR_VAL_MAX)
                 lint_report_at(look, attribute.place, FINDING_TOO_MANY,
                                "more than 8 values of one attribute", "leave 8 of them");
         }

@@ -113,10 +113,15 @@ bool lint_read_order(std::string_view order, uint32_t &range, uint32_t &number)
 std::string lint_meant_order(std::string_view text)
 {
     constexpr std::string_view digits = "0123456789";
-    const size_t end = text.find_first_not_of(digits);
-    const std::string_view behind = end == text.npos ? "" : text.substr(end + 1);
-    const bool two = end != 0 && !behind.empty() && behind.find_first_not_of(digits) == text.npos;
-    return two ? lint_joined({text.substr(0, end), ":", behind}) : std::string(text) + ":0";
+    std::string_view numbers[] = {"50", "0"};
+    for (std::string_view &number : numbers) {
+        text.remove_prefix(std::min(text.find_first_of(digits), text.size()));
+        if (text.empty())
+            break;
+        number = text.substr(0, text.find_first_not_of(digits));
+        text.remove_prefix(number.size());
+    }
+    return lint_joined({numbers[0], ":", numbers[1]});
 }
 
 uint32_t lint_stored_way(const lint_attribute_t &attribute)

@@ -15,8 +15,8 @@ bool lint_tests_way(const lint_attribute_t &attribute, csa_attr_way_t way);
 /// without a colon.
 bool lint_read_order(std::string_view order, uint32_t &range, uint32_t &number);
 
-/// Returns a text without a colon as the order that it is meant to be: "50.7" as "50:7", "50" as
-/// "50:0".
+/// Returns a text without a colon as the order that it is meant to be: "50.7" as "50:7", "50" or
+/// "-50" as "50:0".
 std::string lint_meant_order(std::string_view text);
 
 /// Returns the direction that an attribute is stored with, before aliases: a bare one of a single

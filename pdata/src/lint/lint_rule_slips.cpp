@@ -50,18 +50,18 @@ void look_order_ignored(const lint_look_t &look)
 }
 
 /// Returns the bytes of a member and of the comma and the blanks behind it; of the last member
-/// those of the comma in front of it.
+/// those of the comma in front of it. The braces of its object stand around it.
 finding_place_t with_comma(const lint_look_t &look, finding_place_t pair)
 {
     const std::string_view text = look.model.files[pair.file].text;
     const size_t behind = text.find_first_not_of(" \t\r\n", pair.end);
-    if (behind < text.size() && text[behind] == ',') {
+    if (text[behind] == ',') {
         const size_t next = text.find_first_not_of(" \t", behind + 1);
         pair.end = static_cast<uint32_t>(std::min(next, text.size()));
         return pair;
     }
     const size_t before = text.substr(0, pair.begin).find_last_not_of(" \t\r\n");
-    if (before != text.npos && text[before] == ',')
+    if (text[before] == ',')
         pair.begin = static_cast<uint32_t>(before);
     return pair;
 }
@@ -138,19 +138,12 @@ void look_preempt_parts(const lint_look_t &look)
 /// A number beyond 32 bits, or an offset beyond 16, keeps its low bits.
 void look_wrapped(const lint_look_t &look, const std::optional<lint_number_t> &number, uint64_t max)
 {
-    if (!number || number->raw.size() < 5)
-        return;
-    const std::string_view digits =
-        number->raw.substr(std::min(number->raw.find_first_not_of('0'), number->raw.size()));
-    const bool beyond =
-        digits.size() > 10 || (!digits.empty() && std::stoull(std::string(digits)) > max);
-    if (!beyond)
-        return;
-    lint_report_at(
-        look, number->place, FINDING_WRAPPED_ID,
-        lint_joined({digits.substr(0, 20), " is read as ", std::to_string(number->number & max)}),
-        lint_joined({"write at most ", std::to_string(max)}))
-        .value = number->raw;
+    if (number && lint_is_beyond(number->raw, max))
+        lint_report_at(look, number->place, FINDING_WRAPPED_ID,
+                       lint_joined({number->raw.substr(0, 20), " is read as ",
+                                    std::to_string(number->number & max)}),
+                       lint_joined({"write at most ", std::to_string(max)}))
+            .value = number->raw;
 }
 
 void look_offset(const lint_look_t &look)

@@ -190,13 +190,12 @@ constexpr lint_row_t offset_rows[] = {
 std::string lint_with_backslashes(std::string_view raw)
 {
     std::string text;
-    for (size_t at = 0; at < raw.size(); ++at) {
-        const bool escape = raw[at] == '\\' && at + 1 < raw.size();
-        if (escape && !is_json_escape(raw[at + 1]))
+    bool escaped = false;
+    for (const char c : raw) {
+        if (escaped && !is_json_escape(c))
             text += '\\';
-        text += raw[at];
-        if (escape)
-            text += raw[++at];
+        text += c;
+        escaped = c == '\\' && !escaped;
     }
     return text;
 }

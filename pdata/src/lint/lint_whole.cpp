@@ -16,7 +16,7 @@ namespace
 /// Most names that are looked through for the one that is meant.
 constexpr size_t LISTED_MAX = 64;
 
-/// Where something stood first.
+/// Where something stood first, in a protocol with a name.
 struct first_t {
     const lint_protocol_t *protocol = nullptr;
     finding_place_t place;
@@ -31,11 +31,6 @@ struct whole_t {
     std::vector<std::string_view> listed;       ///< some of them, for hints
 };
 
-finding_place_t name_place(const lint_protocol_t &protocol)
-{
-    return protocol.name ? protocol.name->place : protocol.place;
-}
-
 /// Says of a finding where the other one stands.
 void relate(finding_t &finding, const first_t &first)
 {
@@ -45,9 +40,7 @@ void relate(finding_t &finding, const first_t &first)
 void look_names(const lint_look_t &look, whole_t &whole)
 {
     const lint_protocol_t &protocol = *look.protocol;
-    if (!protocol.name)
-        return;
-    const first_t here = {&protocol, name_place(protocol)};
+    const first_t here = {&protocol, protocol.name->place};
     const auto [other, is_new] = whole.names.try_emplace(protocol.name->decoded, here);
     // Protocols of one name and id in several files become one when the files are merged.
     const bool merged = !is_new && other->second.place.file != here.place.file &&
@@ -117,8 +110,7 @@ void look_rule(const lint_look_t &look, whole_t &whole)
     const auto [other, is_new] = whole.rules.try_emplace(asked_by(*look.rule), here);
     if (is_new)
         return;
-    const bool own = other->second.protocol->name && look.protocol->name &&
-                     other->second.protocol->name->decoded == look.protocol->name->decoded;
+    const bool own = other->second.protocol->name->decoded == look.protocol->name->decoded;
     if (own && other->second.place.file != here.place.file)
         return; // a merge takes the later one
     relate(lint_report(look, FINDING_DUPLICATE_RULE,

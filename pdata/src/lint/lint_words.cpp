@@ -115,3 +115,14 @@ std::string lint_decoded(std::string_view raw)
     }
     return text.append(raw);
 }
+
+bool lint_is_beyond(std::string_view digits, uint64_t max)
+{
+    uint64_t number = 0;
+    for (const char c : digits) {
+        number = number * 10 + static_cast<uint64_t>(c - '0');
+        if (number > max)
+            return true;
+    }
+    return false;
+}

@@ -1,6 +1,7 @@
 /// Words of messages.
 #pragma once
 
+#include <cstdint>
 #include <initializer_list>
 #include <span>
 #include <string>
@@ -11,6 +12,9 @@ std::string lint_joined(std::initializer_list<std::string_view> texts);
 
 /// Tells whether a text is a decimal number.
 bool lint_is_digits(std::string_view text);
+
+/// Tells whether a decimal number is more than `max`, at most 32 bits.
+bool lint_is_beyond(std::string_view digits, uint64_t max);
 
 /// Returns a text of a description in quotes, cut where it is long.
 std::string lint_quoted(std::string_view text);
