@@ -284,6 +284,37 @@ TEST(ImportProtocolTest, values_beyond_the_room_of_a_matcher_are_findings)
     EXPECT_STREQ(findings[1].id, "beyond-limit");
 }
 
+TEST(ImportProtocolTest, rules_are_split_as_long_as_there_are_ids)
+{
+    const import_value_t value = {"a", {{"list", 3}}, 1};
+    std::vector<import_rule_t> rules(1200, {R"({"rule":[]})", &value});
+    rules[1198].first = rules[1199].first = false; // of one value: they stay together
+    struct row_t {
+        uint32_t id;
+        bool split;
+        std::vector<std::pair<uint32_t, size_t>> parts; ///< ids and rules
+        size_t nr_finding;
+    };
+    const row_t rows[] = {
+        {7, true, {{7, 1197}, {8, 3}}, 0},
+        {0xfffffffe, true, {{0xfffffffe, 1197}, {0xffffffff, 3}}, 0},
+        {0xffffffff, true, {{0xffffffff, 1197}}, 1},
+        {7, false, {{7, 1197}}, 1},
+    };
+    for (const row_t &row : rows) {
+        std::vector<import_part_t> parts;
+        std::vector<import_finding_t> findings;
+        const std::string text =
+            import_description({"mine", row.id, {}, row.split}, rules, parts, findings);
+        std::vector<std::pair<uint32_t, size_t>> made;
+        for (const import_part_t &part : parts)
+            made.emplace_back(part.id, part.nr_rule);
+        EXPECT_EQ(made, row.parts) << row.id;
+        EXPECT_EQ(findings.size(), row.nr_finding) << row.id;
+        EXPECT_EQ(text.find("mine_2") != text.npos, row.parts.size() == 2);
+    }
+}
+
 uint32_t free_id(std::string_view text)
 {
     description_text_t description;

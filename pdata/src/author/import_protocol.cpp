@@ -1,6 +1,7 @@
 #include "import_protocol.h"
 
 #include <algorithm>
+#include <limits>
 
 #include "description_layout.h"
 
@@ -176,7 +177,8 @@ std::string import_description(const import_protocol_t &protocol,
 {
     std::string text = R"({"protocols":[)";
     size_t begin = 0;
-    for (uint32_t part = 0; begin < rules.size() && (part == 0 || protocol.split); ++part) {
+    const uint32_t last = protocol.split ? std::numeric_limits<uint32_t>::max() - protocol.id : 0;
+    for (uint32_t part = 0; begin < rules.size() && part <= last; ++part) {
         const std::string name =
             part == 0 ? protocol.name : protocol.name + '_' + std::to_string(part + 1);
         const size_t end = part_end(rules, begin);

@@ -46,7 +46,7 @@ struct import_part_t {
 };
 
 /// Returns protocols as the text of a description in canonical layout, and which they are. Entries
-/// beyond the rules of one protocol are findings, unless they may be split.
+/// beyond the rules of one protocol are findings, unless they may be split and ids are left.
 std::string import_description(const import_protocol_t &protocol,
                                const std::vector<import_rule_t> &rules,
                                std::vector<import_part_t> &parts,
