@@ -106,6 +106,12 @@ TEST(fields_test, what_was_cut_or_replaced_is_incomplete)
     EXPECT_EQ(transformed("text", "/a", "GET /a HTTP"), "\"/a\"");
     EXPECT_EQ(transformed("sized:x", "abc", "", 5), "\"abc\" !");
     EXPECT_EQ(transformed("sized:x", "abc", "", 3), "\"abc\"");
+    const std::string replaced = "\xEF\xBF\xBD";
+    EXPECT_EQ(transformed("text", "a" + replaced + "b"), "\"a\" !");
+    EXPECT_EQ(transformed("sip_host", "sip:u@h" + replaced), "\"h\" !");
+    EXPECT_EQ(transformed("sip_host", "sip:u@h;x" + replaced), "\"h\"") << "what was cut is behind";
+    EXPECT_EQ(transformed("path", "/a" + replaced), "\"/a\" !");
+    EXPECT_EQ(transformed("path", "/a?b" + replaced), "\"/a\"");
 }
 
 TEST(fields_test, names)
@@ -114,6 +120,9 @@ TEST(fields_test, names)
     EXPECT_EQ(name_part("CN=w.example,O=Example\\, Inc.,C=US", "O"), "Example, Inc.");
     EXPECT_EQ(name_part("C=US, O=x", "CN"), "");
     EXPECT_EQ(name_part("CN=", "CN"), "");
+    EXPECT_EQ(name_part("O=a,b", "O"), "a,b") << "no key behind the comma";
+    EXPECT_EQ(name_part("O=a, =b,CN=c", "O"), "a, =b");
+    EXPECT_EQ(name_part("O=a\\", "O"), "a\\") << "a backslash in front of nothing";
 }
 
 /// A DER element.
@@ -122,15 +131,19 @@ std::string der(uint8_t tag, const std::string &content)
     return static_cast<char>(tag) + std::string(1, static_cast<char>(content.size())) + content;
 }
 
-std::string name_of(const std::string &oid, const std::string &text)
+/// Tags of texts: of bytes, and of two bytes a character.
+constexpr uint8_t UTF8_TEXT = 0x0C;
+constexpr uint8_t BMP_TEXT = 0x1E;
+
+std::string name_of(const std::string &oid, const std::string &text, uint8_t tag)
 {
-    return der(0x31, der(0x30, der(0x06, oid) + der(0x0C, text)));
+    return der(0x31, der(0x30, der(0x06, oid) + der(tag, text)));
 }
 
-std::string certificate()
+std::string certificate(const std::string &name = "c.example", uint8_t tag = UTF8_TEXT)
 {
-    const std::string subject =
-        der(0x30, name_of("\x55\x04\x0A", "Ex Inc") + name_of("\x55\x04\x03", "c.example"));
+    const std::string subject = der(0x30, name_of("\x55\x04\x0A", "Ex Inc", UTF8_TEXT) +
+                                              name_of("\x55\x04\x03", name, tag));
     const std::string names = der(0x30, der(0x82, "a.example") + der(0x82, "b.example"));
     const std::string extension =
         der(0xA3, der(0x30, der(0x30, der(0x06, "\x55\x1D\x11") + der(0x04, names))));
@@ -145,6 +158,15 @@ TEST(fields_test, certificates)
     EXPECT_EQ(read.common_names, std::vector<std::string>{"c.example"});
     EXPECT_EQ(read.organizations, std::vector<std::string>{"Ex Inc"});
     EXPECT_EQ(read.alt_names, (std::vector<std::string>{"a.example", "b.example"}));
+}
+
+// Of names of two bytes a character, those of ASCII are taken.
+TEST(fields_test, certificates_with_names_of_two_bytes_a_character)
+{
+    using names_t = std::vector<std::string>;
+    EXPECT_EQ(certificate_read(certificate("\0c\0.\0e"s, BMP_TEXT)).common_names, names_t{"c.e"});
+    EXPECT_EQ(certificate_read(certificate("\0c\0.\0"s, BMP_TEXT)).common_names, names_t{"c."});
+    EXPECT_EQ(certificate_read(certificate("\0c\x04\x3F"s, BMP_TEXT)).common_names, names_t{""});
 }
 
 TEST(fields_test, damaged_certificates_and_texts_lead_to_values_at_most)

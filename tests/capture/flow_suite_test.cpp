@@ -41,6 +41,9 @@ TEST(flow_suite, has_comments_names_and_cases)
     EXPECT_EQ(suite.cases[1].name, "s:5");
     EXPECT_EQ(suite.cases[1].expected, protocols{});
     EXPECT_EQ(suite.cases[1].excluded, protocols{"b"});
+    const suite_t blanks = read("a  b \ttcp:port cts 1\n[c\ttcp:port cts 1\n");
+    EXPECT_EQ(blanks.cases[0].expected, (protocols{"a", "b"}));
+    EXPECT_EQ(blanks.cases[1].expected, protocols{"[c"}) << "no name without its bracket";
 }
 
 TEST(flow_suite, a_word_is_the_best_protocol_several_are_all)

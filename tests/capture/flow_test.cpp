@@ -109,6 +109,8 @@ TEST(flow, a_text_is_bounded)
 {
     EXPECT_EQ(read("tcp:stream cts \"ab\"*524288")[0].bytes.size(), FLOW_TEXT_MAX);
     EXPECT_EQ(mistake("tcp:stream cts \"ab\"*524289"), "20: the text is longer than 1048576 bytes");
+    EXPECT_EQ(mistake("tcp:stream cts \"" + std::string(FLOW_TEXT_MAX + 1, 'a') + '"'),
+              "16: the text is longer than 1048576 bytes");
     EXPECT_EQ(mistake("tcp:stream cts \"ab\"*524288+\"c\""),
               "16: the text is longer than 1048576 bytes");
 }
@@ -130,6 +132,26 @@ TEST(flow, every_text_survives_writing_and_reading)
         const flow_values_t values = {bytes_value(bytes)};
         EXPECT_EQ(read(flow_write(values)), values);
     }
+}
+
+TEST(flow, values_differ_by_every_member)
+{
+    const flow_attr_t value = bytes_value("a");
+    EXPECT_EQ(value, bytes_value("a"));
+    const auto differs = [&value](auto flow_attr_t::*member, auto other) {
+        flow_attr_t changed = value;
+        changed.*member = other;
+        return changed != value;
+    };
+    EXPECT_TRUE(differs(&flow_attr_t::protocol, "udp"));
+    EXPECT_TRUE(differs(&flow_attr_t::attribute, "port"));
+    EXPECT_TRUE(differs(&flow_attr_t::way, FLOW_WAY_STC));
+    EXPECT_TRUE(differs(&flow_attr_t::kind, FLOW_NUMBER));
+    EXPECT_TRUE(differs(&flow_attr_t::bytes, "b"));
+    EXPECT_TRUE(differs(&flow_attr_t::number, 1U));
+    EXPECT_TRUE(differs(&flow_attr_t::address, std::array<uint8_t, 16>{1}));
+    EXPECT_TRUE(differs(&flow_attr_t::incomplete, true));
+    EXPECT_EQ(flow_write_value({}), "") << "a protocol has no value";
 }
 
 TEST(flow, no_line_is_too_odd_to_be_read_or_refused)

@@ -155,6 +155,29 @@ TEST(json_fields, names_lead_through_objects_lists_and_points)
     EXPECT_EQ(values, expected);
 }
 
+TEST(json_fields, characters_of_every_length_are_spelled)
+{
+    values_t values;
+    ASSERT_TRUE(read(R"({"a":"\u007f\u07ff\uffff\ud83d\ude00","b":[1e-5,1E+5,1e5]})", values));
+    const values_t expected = {{"a", {"\x7F\xDF\xBF\xEF\xBF\xBF\xF0\x9F\x98\x80"}},
+                               {"b", {"1e-5", "1E+5", "1e5"}}};
+    EXPECT_EQ(values, expected);
+}
+
+// Of a field that occurs too often, further values are let go; who asks for nothing gets nothing.
+TEST(json_fields, occurrences_are_bounded)
+{
+    std::string list = "1";
+    for (size_t i = 0; i < FIELD_BAG_OCCURRENCES; ++i)
+        list += ",2";
+    values_t values;
+    ASSERT_TRUE(read(R"({"a":[)" + list + "]}", values));
+    EXPECT_EQ(values["a"].size(), FIELD_BAG_OCCURRENCES);
+    field_bag_t none;
+    EXPECT_TRUE(field_bag_read_json(none, R"({"a":1})"));
+    EXPECT_TRUE(none.touched.empty());
+}
+
 TEST(json_fields, what_is_no_object_is_refused)
 {
     values_t values;
@@ -168,6 +191,14 @@ TEST(json_fields, what_is_no_object_is_refused)
                              "{]",
                              "{}}",
                              "{} x",
+                             R"({"a":)",
+                             R"({"a":"\)",
+                             R"({"a":"\u12)",
+                             R"({"a":"\u12g4"})",
+                             R"({"a":"\udc00"})",
+                             R"({"a":"\ud800"})",
+                             R"({"a":"\ud800\u0041"})",
+                             R"({"a":"\ud800\ue000"})",
                              "{\"a\"}",
                              "{\"a\":}",
                              "{\"a\":1,}",

@@ -72,14 +72,10 @@ bool holds(const capture_condition_t &condition, const field_bag_t &bag,
            const capture_context_t &context)
 {
     const auto fits = [&condition](std::string_view text) { return text_fits(condition, text); };
-    switch (condition.kind) {
-    case capture_condition_t::LOG:
+    if (condition.kind == capture_condition_t::LOG)
         return fits(context.log);
-    case capture_condition_t::LAYER:
+    if (condition.kind == capture_condition_t::LAYER)
         return std::ranges::any_of(context.layers, fits);
-    case capture_condition_t::FIELD:
-        break;
-    }
     const std::vector<std::string_view> &values = field_bag_all(bag, condition.field);
     return condition.differs ? std::ranges::all_of(values, fits)
                              : std::ranges::any_of(values, fits);

@@ -32,9 +32,9 @@ void find_bases(pdata_db *db, const pdata_db_info &info, classifier_t &classifie
     for (pdata_item item = 1; item <= info.nr_item; ++item) {
         pdata_item_info row = {};
         pdata_matcher_info matcher = {};
-        if (pdata_db_item(db, item, &row) != PDATA_R_OK || row.rule > info.nr_rule ||
-            pdata_db_matcher(db, row.matcher, &matcher) != PDATA_R_OK)
-            continue;
+        (void)pdata_db_item(db, item, &row);
+        if (pdata_db_matcher(db, row.matcher, &matcher) != PDATA_R_OK)
+            continue; // no matcher has the item
         classify_basis_t &basis = classifier.bases[row.rule];
         basis = std::min(basis, basis_of(matcher));
     }
@@ -55,8 +55,8 @@ size_t classify_payload_bytes(const pdata_db *db)
     size_t most = CLASSIFY_PAYLOAD_MIN;
     for (pdata_matcher number = 1; number <= info.nr_matcher; ++number) {
         pdata_matcher_info matcher = {};
-        if (pdata_db_matcher(db, number, &matcher) == PDATA_R_OK &&
-            is_payload(view(matcher.name)) && matcher.min_data <= CLASSIFY_PAYLOAD_MAX)
+        (void)pdata_db_matcher(db, number, &matcher);
+        if (is_payload(view(matcher.name)) && matcher.min_data <= CLASSIFY_PAYLOAD_MAX)
             most = std::max<size_t>(most, matcher.min_data);
     }
     return most;
@@ -83,8 +83,7 @@ classified_t classify(classifier_t &classifier, const flow_record_t &record)
         return classified;
     const pdata_db *db = pdata_flow_db(classifier.runner.flow.get());
     pdata_rule_info rule = {};
-    if (pdata_db_rule(db, classified.rule, &rule) != PDATA_R_OK)
-        return classified;
+    (void)pdata_db_rule(db, classified.rule, &rule);
     const uint32_t length = std::min<uint32_t>(rule.nr_path, PDATA_PATH_MAX);
     for (uint32_t i = 0; i < length; ++i)
         classified.path.push_back(view(pdata_db_protocol_name(db, rule.path[i])));

@@ -37,10 +37,9 @@ pdata_result add_value(flow_runner_t &runner, const flow_attr_t &value)
         return pdata_flow_add_number(flow, find_attribute(runner, value), value.number);
     case FLOW_IP4:
         return pdata_flow_add_ipv4(flow, find_attribute(runner, value), value.address.data());
-    case FLOW_IP6:
+    default:
         return pdata_flow_add_ipv6(flow, find_attribute(runner, value), value.address.data());
     }
-    return PDATA_R_ARGUMENT;
 }
 
 pdata_kind kind_of(flow_runner_t &runner, const flow_attr_t &value)
@@ -60,10 +59,9 @@ const char *kind_text(pdata_kind kind)
         return "an IPv4 address";
     case PDATA_IPV6:
         return "an IPv6 address";
-    case PDATA_BYTES:
-        break;
+    default:
+        return "bytes";
     }
-    return "bytes";
 }
 
 } // namespace
@@ -84,11 +82,10 @@ bool flow_runner_run(flow_runner_t &runner, std::span<const flow_attr_t> values,
     bool taken = true;
     pdata_flow_reset(runner.flow.get());
     for (size_t i = 0; i < values.size(); ++i) {
-        const pdata_result result = add_value(runner, values[i]);
-        if (result == PDATA_R_OK || !taken)
+        if (add_value(runner, values[i]) == PDATA_R_OK || !taken)
             continue;
         taken = false;
-        refusal = {i, result, kind_of(runner, values[i])};
+        refusal = {i, kind_of(runner, values[i])};
     }
     return taken;
 }
@@ -103,7 +100,5 @@ std::string flow_refusal_text(std::span<const flow_attr_t> values, const flow_re
     const flow_attr_t &value = values[refusal.value];
     std::string text = "value " + std::to_string(refusal.value + 1);
     text.append(": ").append(value.protocol).append(":").append(value.attribute);
-    if (refusal.result == PDATA_R_KIND)
-        return text.append(" holds ").append(kind_text(refusal.wanted));
-    return text.append(": ").append(pdata_result_text(refusal.result));
+    return text.append(" holds ").append(kind_text(refusal.wanted));
 }

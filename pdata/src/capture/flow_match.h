@@ -26,11 +26,10 @@ struct flow_runner_t {
 /// Makes a runner of a database; `flags` are those of pdata_flow_new. Returns what that returns.
 [[nodiscard]] pdata_result flow_runner_open(pdata_db *db, uint32_t flags, flow_runner_t &runner);
 
-/// A value that could not be added.
+/// A value that is of another kind than its attribute's.
 struct flow_refusal_t {
-    size_t value = 0; ///< index in the flow
-    pdata_result result = PDATA_R_OK;
-    pdata_kind wanted = PDATA_BYTES; ///< of PDATA_R_KIND: what the attribute holds
+    size_t value = 0;                ///< index in the flow
+    pdata_kind wanted = PDATA_BYTES; ///< what the attribute holds
 };
 
 /// Forgets the flow before and adds the values of this one. Values of attributes that no rule tests

@@ -146,8 +146,9 @@ bool take_what(line_t &line, flow_attr_t &value)
         value.number = *number;
         return true;
     }
-    return flow_read_address(word, value) ||
-           refuse(line, start, "a value is a number, an address or a text in quotes");
+    if (!flow_read_address(word, value))
+        return refuse(line, start, "a value is a number, an address or a text in quotes");
+    return true;
 }
 
 bool take_way(line_t &line, flow_attr_t &value)
@@ -183,7 +184,9 @@ bool take_has(line_t &line, flow_attr_t &value)
     skip_blanks(line);
     const size_t start = line.at;
     value.protocol = take_word(line, true);
-    return !value.protocol.empty() || refuse(line, start, "a protocol's name is missing");
+    if (value.protocol.empty())
+        return refuse(line, start, "a protocol's name is missing");
+    return true;
 }
 
 /// Takes one value up to the ";" behind it.
@@ -202,8 +205,9 @@ bool take_value(line_t &line, flow_attr_t &value)
         return false;
     }
     skip_blanks(line);
-    return line.at == line.text.size() || take(line, ';') ||
-           refuse(line, line.at, "values stand apart by \";\"");
+    if (line.at != line.text.size() && !take(line, ';'))
+        return refuse(line, line.at, "values stand apart by \";\"");
+    return true;
 }
 
 } // namespace

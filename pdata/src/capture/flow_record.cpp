@@ -42,12 +42,10 @@ const char *ip_name(const flow_end_t &end)
 
 void add_end(const flow_record_t &record, const flow_end_t &end, flow_values_t &values)
 {
-    if (end.kind != FLOW_PROTOCOL) {
-        flow_attr_t value = number_value(ip_name(end), "address", 0);
-        value.kind = end.kind;
-        value.address = end.address;
-        add_both(values, value);
-    }
+    flow_attr_t value = number_value(ip_name(end), "address", 0);
+    value.kind = end.kind;
+    value.address = end.address;
+    add_both(values, value);
     if (record.protocol == 6 || record.protocol == 17)
         add_both(values, number_value(record.protocol == 6 ? "tcp" : "udp", "port", end.port));
 }
@@ -115,8 +113,7 @@ flow_values_t flow_record_values(const flow_record_t &record, bool initiator)
     const flow_end_t &responder = record.ends[1 - record.client];
     for (const std::string &name : record.protocols)
         values.emplace_back().protocol = name;
-    if (responder.kind != FLOW_PROTOCOL)
-        add_both(values, number_value(ip_name(responder), "protoid", record.protocol));
+    add_both(values, number_value(ip_name(responder), "protoid", record.protocol));
     add_end(record, responder, values);
     if (initiator)
         add_end(record, record.ends[record.client], values);
@@ -131,8 +128,6 @@ flow_values_t flow_record_values(const flow_record_t &record, bool initiator)
 
 std::string flow_end_text(const flow_end_t &end)
 {
-    if (end.kind == FLOW_PROTOCOL)
-        return "-";
     flow_attr_t value;
     value.kind = end.kind;
     value.address = end.address;

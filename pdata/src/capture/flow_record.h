@@ -8,7 +8,7 @@
 
 /// One end of a flow.
 struct flow_end_t {
-    flow_kind_t kind = FLOW_PROTOCOL; ///< FLOW_IP4 or FLOW_IP6, else there is no address
+    flow_kind_t kind = FLOW_PROTOCOL; ///< FLOW_IP4 or FLOW_IP6 once the address was read
     std::array<uint8_t, 16> address = {};
     uint16_t port = 0;
 
@@ -64,10 +64,10 @@ void flow_record_set_client(flow_record_t &record, uint8_t side, flow_trust_t tr
 
 /// Returns the values of a flow: protocols that the source named, then protocol number, address and
 /// port of the responder in both directions, those of the initiator too where `initiator` is set,
-/// then what was seen.
+/// then what was seen. The ends of the record have addresses.
 flow_values_t flow_record_values(const flow_record_t &record, bool initiator);
 
-/// Returns the address of an end as text, "-" where it has none.
+/// Returns the address of an end as text.
 std::string flow_end_text(const flow_end_t &end);
 
 /// Reads an address. Returns false for a text that is none.

@@ -45,8 +45,10 @@ bool read_subject(suite_t &suite, std::string_view words, std::string_view subje
     if (!subject.starts_with(capture_word)) {
         read_expectation(words, one);
         flow_error_t mistake;
-        return flow_read(subject, one.values, mistake) ||
-               refuse(error, one.line, words.size() + 1 + mistake.column, std::move(mistake.text));
+        if (!flow_read(subject, one.values, mistake))
+            return refuse(error, one.line, words.size() + 1 + mistake.column,
+                          std::move(mistake.text));
+        return true;
     }
     one.capture = subject.substr(capture_word.size());
     one.capture.resize(one.capture.find_last_not_of(" \r") + 1);
@@ -54,8 +56,10 @@ bool read_subject(suite_t &suite, std::string_view words, std::string_view subje
         return refuse(error, one.line, suite.lines[one.line - 1].size() + 1,
                       "a capture is followed by its path");
     const size_t column = suite_capture_words(words, one);
-    return column == 0 || refuse(error, one.line, column,
-                                 "of a capture a word is a protocol, or a protocol, *, a number");
+    if (column != 0)
+        return refuse(error, one.line, column,
+                      "of a capture a word is a protocol, or a protocol, *, a number");
+    return true;
 }
 
 bool read_case(suite_t &suite, size_t number, std::string &name, suite_error_t &error)
@@ -93,8 +97,9 @@ bool suite_read(std::string_view file, std::string_view text, suite_t &suite, su
         else if (!read_case(suite, number, name, error))
             return false;
     }
-    return name.empty() ||
-           refuse(error, suite.lines.size(), 1, "a name is not followed by its case");
+    if (!name.empty())
+        return refuse(error, suite.lines.size(), 1, "a name is not followed by its case");
+    return true;
 }
 
 bool suite_case_holds(const suite_case_t &one, const std::vector<std::string> &got)

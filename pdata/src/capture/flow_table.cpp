@@ -150,11 +150,10 @@ void take_udp(const flow_table_t &table, open_flow_t &flow, const packet_t &pack
                      table.payload_bytes);
 }
 
-/// The length of the first payload of each side.
+/// The length of the first payload of each side, which only packets of TCP and UDP have.
 void take_length(open_flow_t &flow, const packet_t &packet, uint8_t side)
 {
-    if (flow.has_datagram[side] || packet.payload_length == 0 ||
-        (packet.protocol != 6 && packet.protocol != 17))
+    if (flow.has_datagram[side] || packet.payload_length == 0)
         return;
     flow.has_datagram[side] = true;
     flow_attr_t value;

@@ -42,10 +42,9 @@ std::string flow_write_value(const flow_attr_t &value)
     case FLOW_IP4:
     case FLOW_IP6:
         return address_text(value);
-    case FLOW_PROTOCOL:
-        break;
+    default:
+        return {};
     }
-    return {};
 }
 
 std::string flow_write(std::span<const flow_attr_t> values)

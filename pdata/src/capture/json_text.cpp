@@ -203,8 +203,10 @@ void json_unescape(std::string_view text, std::string &plain)
             ++place.at;
         plain.append(first, place.at);
         uint32_t code = 0;
-        if (take_char(place, '\\') && take_escape(place, code))
-            append_character(code, plain);
+        if (!take_char(place, '\\'))
+            return;
+        (void)take_escape(place, code); // the text was read before
+        append_character(code, plain);
     }
 }
 

@@ -49,8 +49,7 @@ flow_record_t record_of(const log_ends_t &ends)
 void hand_over_oldest(log_reader_t &reader)
 {
     log_flow_t &oldest = reader.flows.front();
-    if (!oldest.id.empty())
-        reader.by_id.erase(oldest.id);
+    reader.by_id.erase(oldest.id);
     reader.sink(oldest.record);
     reader.flows.pop_front();
 }

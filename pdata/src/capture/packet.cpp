@@ -135,7 +135,7 @@ headers_t read_headers(std::string_view layers)
 std::string_view occurrence(const field_bag_t &bag, uint32_t field, size_t count)
 {
     const std::vector<std::string_view> &values = field_bag_all(bag, field);
-    return count == 0 || count > values.size() ? std::string_view() : values[count - 1];
+    return count - 1 >= values.size() ? std::string_view() : values[count - 1];
 }
 
 uint32_t number_of(const field_bag_t &bag, uint32_t field, size_t count)
