@@ -7,6 +7,8 @@
 namespace
 {
 
+using namespace std::string_literals;
+
 // What is beyond the room of a record is counted; what it has already is not.
 TEST(FlowRecord, KeepsAsManyValuesAsThereIsRoomFor)
 {
@@ -34,7 +36,37 @@ TEST(FlowRecord, KeepsAsManyValuesAsThereIsRoomFor)
     EXPECT_EQ(record.seen[1].value.bytes.size(), FLOW_RECORD_VALUE_BYTES);
 }
 
-using namespace std::string_literals;
+TEST(FlowRecord, KeepsProtocolsThatAreNames)
+{
+    flow_record_t record;
+    const std::string longest(64, 'a');
+    for (const std::string &name : {""s, longest, longest + 'a', "a b"s, "_-.Z"s, "_-.Z"s})
+        flow_record_add_protocol(record, name);
+    EXPECT_EQ(record.protocols, (std::vector<std::string>{longest, "_-.Z"}));
+    for (size_t number = 0; number < 2 * FLOW_RECORD_VALUES; ++number)
+        flow_record_add_protocol(record, std::to_string(number));
+    EXPECT_EQ(record.protocols.size(), FLOW_RECORD_VALUES);
+}
+
+TEST(FlowRecord, NumbersOfProtocolsAreNamesOrNumbers)
+{
+    const std::pair<const char *, int> rows[] = {
+        {"tcp", 6}, {"IPv6-ICMP", 58}, {"0", 0}, {"253", 253}, {"256", -1}, {"6x", -1}, {"", -1}};
+    for (const auto &[name, number] : rows)
+        EXPECT_EQ(ip_protocol_number(name), number) << name;
+    EXPECT_EQ(ip_protocol_name(58), "icmp6");
+    EXPECT_EQ(ip_protocol_name(253), "253");
+}
+
+TEST(FlowRecord, EndsAreInOrder)
+{
+    const flow_end_t end = {FLOW_IP4, {10}, 5};
+    EXPECT_LT(end, (flow_end_t{FLOW_IP6, {10}, 5}));
+    EXPECT_LT(end, (flow_end_t{FLOW_IP4, {10, 1}, 0}));
+    EXPECT_LT(end, (flow_end_t{FLOW_IP4, {10}, 6}));
+    EXPECT_GT(end, (flow_end_t{FLOW_IP4, {9}, 6}));
+    EXPECT_EQ(end, (flow_end_t{FLOW_IP4, {10}, 5}));
+}
 
 /// Flows that the lines of one input lead to.
 struct run_t {
@@ -114,6 +146,81 @@ TEST(log_test, a_name_from_outside_is_no_further_value_of_the_line)
     EXPECT_EQ(flow_write(flow_record_values(run.flows[0], false)).find("192.0.2.1"),
               std::string::npos);
     EXPECT_EQ(run.flows[1].protocols, (std::vector<std::string>{"tcp", "ftp_data"}));
+}
+
+std::string line_of(const flow_record_t &flow)
+{
+    return flow_write(flow_record_values(flow, false));
+}
+
+TEST(log_test, events_say_what_they_know)
+{
+    const std::string odd = R"({"event_type":"tls","src_ip":"10.0.0.1","src_port":70000,)"
+                            R"("dest_ip":"10.0.0.2","dest_port":443,"proto":)";
+    const run_t run = run_lines({
+        event("flow", 1, R"(,"app_proto":"failed")"),
+        event("flow", 2, R"(,"app_proto":"unknown")"),
+        event("tls", 3, ""),
+        event("alert", 3, ""), // from the client, as the event before said
+        event("alert", 4, R"(,"direction":"to_server")"),
+        odd + R"("SCTP"})",
+        odd + R"("ICMP","icmp_type":300,"icmp_code":7})",
+        R"({"event_type":"stats"})",
+        R"({"event_type":"alert","src_ip":"10.0.0.1"})",
+    });
+    ASSERT_EQ(run.flows.size(), 6u);
+    EXPECT_TRUE(run.flows[0].protocols.empty());
+    EXPECT_TRUE(run.flows[1].protocols.empty());
+    EXPECT_TRUE(run.flows[2].has_ports) << "of SCTP";
+    EXPECT_EQ(run.flows[2].ends[0].port, 0) << "70000 is none";
+    EXPECT_FALSE(run.flows[3].has_ports);
+    EXPECT_EQ(run.flows[3].icmp_type, -1) << "300 is none";
+    EXPECT_EQ(run.flows[3].icmp_code, 7);
+    EXPECT_EQ(run.flows[4].trust, FLOW_TRUST_OPENING);
+    EXPECT_EQ(run.flows[4].ends[run.flows[4].client].port, 4000);
+    EXPECT_EQ(run.flows[5].trust, FLOW_TRUST_OPENING);
+    EXPECT_EQ(run.faults, std::vector<std::string>{"an event without addresses"});
+}
+
+TEST(log_test, zeek_logs_say_what_they_know)
+{
+    const std::string ends = R"(,"id.orig_h":"10.0.0.1","id.orig_p":300,"id.resp_h":"10.0.0.2")"
+                             R"(,"id.resp_p":400)";
+    const run_t run = run_lines({
+        "",
+        R"({"_path":"quic","server_name":"q.example")" + ends + "}",
+        R"({"_path":"conn","proto":"tcp","service":"ssl,,-http,dns")" + ends + "}",
+        R"({"_path":"conn","proto":"icmp")" + ends + "}",
+        R"({"_path":"conn","proto":"icmp6")" + ends + "}",
+    });
+    EXPECT_TRUE(run.faults.empty());
+    ASSERT_EQ(run.flows.size(), 4u);
+    EXPECT_EQ(run.flows[0].protocol, 17) << "of a log that does not say it";
+    EXPECT_EQ(run.flows[1].protocols, (std::vector<std::string>{"tcp", "ssl", "dns"}));
+    for (const size_t icmp : {2U, 3U}) {
+        EXPECT_EQ(run.flows[icmp].protocol, 1) << "by the addresses";
+        EXPECT_EQ(run.flows[icmp].icmp_type, -1) << "300 is none";
+        EXPECT_EQ(run.flows[icmp].icmp_code, -1);
+        EXPECT_EQ(run.flows[icmp].ends[0].port, 0);
+    }
+}
+
+TEST(log_test, a_zeek_log_whose_header_is_odd)
+{
+    const run_t run = run_lines({
+        "#separator ", // none: a line is one column
+        "#fields\tuid",
+        "#separator \\x09",
+        "#empty_field\t(empty)",
+        "#unset_field\t-",
+        "#path\thttp",
+        "#fields\tuid\tid.orig_h\tid.orig_p\tid.resp_h\tid.resp_p\thost\turi",
+        "(empty)\t10.0.0.1\t1\t10.0.0.2\t80\ta.example\t(empty)",
+    });
+    EXPECT_TRUE(run.faults.empty());
+    ASSERT_EQ(run.flows.size(), 1u);
+    EXPECT_NE(line_of(run.flows[0]).find("http:server cts \"a.example\""), std::string::npos);
+    EXPECT_EQ(line_of(run.flows[0]).find("http:uri"), std::string::npos);
 }
 
 TEST(log_test, the_window_is_bounded)

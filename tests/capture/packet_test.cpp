@@ -7,6 +7,7 @@
 #include "capture_file.h"
 #include "flow_table.h"
 
+#include <sys/mman.h>
 #include <unistd.h>
 
 namespace
@@ -38,6 +39,75 @@ TEST(packet_test, the_innermost_headers_count)
     EXPECT_EQ(packet.payload, "\x16\x03\x01");
     EXPECT_TRUE(packet.request);
     EXPECT_EQ(packet.tunnel, "ip:udp:vxlan:eth:ethertype 10.0.0.1-10.0.0.2 7");
+}
+
+/// Reads a line that has these layers.
+bool read_layers(const std::string &layers, packet_t &packet, flow_record_t *record = nullptr)
+{
+    static packet_reader_t reader;
+    if (reader.fields.empty())
+        packet_reader_open(reader);
+    std::string fault;
+    if (!packet_read(reader, R"({"timestamp":"1","layers":{)" + layers + "}}", packet, fault)) {
+        EXPECT_EQ(fault, "");
+        return false;
+    }
+    if (record != nullptr)
+        capture_rules_apply(reader.rules, reader.bag, {{}, packet.layers, 0, packet.payload},
+                            *record);
+    return true;
+}
+
+TEST(packet_test, protocols_without_ports_are_told_by_their_header)
+{
+    const std::string ends = R"(,"ip_src":["10.0.0.1"],"ip_dst":["10.0.0.2"])";
+    const std::string ends6 = R"(,"ipv6_src":["::1"],"ipv6_dst":["::2"])";
+    packet_t packet;
+    EXPECT_TRUE(
+        read_layers(R"("frame_protocols":["eth:ip:data"],"ip_proto":["253"])" + ends, packet));
+    EXPECT_EQ(packet.protocol, 253);
+    EXPECT_FALSE(packet.has_ports);
+    EXPECT_TRUE(read_layers(R"("frame_protocols":["eth:ip"],"ip_proto":["254"])" + ends, packet));
+    EXPECT_EQ(packet.protocol, 254);
+    EXPECT_TRUE(packet.layers.empty());
+    EXPECT_FALSE(read_layers(R"("frame_protocols":["eth:ip"],"ip_proto":["6"])" + ends, packet))
+        << "a fragment";
+    EXPECT_TRUE(read_layers(R"("frame_protocols":["eth:ip:sctp:data"],"sctp_srcport":["7"],)"
+                            R"("sctp_dstport":["8"])" +
+                                ends,
+                            packet));
+    EXPECT_EQ(packet.protocol, 132);
+    EXPECT_EQ(packet.to.port, 8);
+    EXPECT_TRUE(read_layers(R"("frame_protocols":["eth:ipv6:ah:udp"],"udp_srcport":["7"],)"
+                            R"("udp_dstport":["8"])" +
+                                ends6,
+                            packet));
+    EXPECT_EQ(packet.protocol, 17);
+    EXPECT_EQ(packet.layers, std::vector<std::string_view>{"udp"});
+    EXPECT_FALSE(read_layers(R"("frame_protocols":["eth:arp"])", packet));
+    packet_reader_t reader;
+    packet_reader_open(reader);
+    std::string fault;
+    EXPECT_FALSE(packet_read(reader, "", packet, fault));
+    EXPECT_EQ(fault, "");
+    EXPECT_FALSE(packet_read(reader, "tshark: oops", packet, fault));
+    EXPECT_EQ(fault, "tshark printed what is no JSON object");
+}
+
+// The header outside says nothing of the packet; a text that is not behind its name is none.
+TEST(packet_test, values_are_those_of_the_innermost_headers)
+{
+    packet_t packet;
+    flow_record_t record;
+    EXPECT_TRUE(read_layers(R"("frame_protocols":["eth:ip:ipv6:tcp:rtmpt"],"ip_src":["10.0.0.1"],)"
+                            R"("ip_dst":["10.0.0.2"],"ipv6_src":["::1"],"ipv6_dst":["::2"],)"
+                            R"("tcp_srcport":["1"],"tcp_dstport":["2"],"ip_dsfield_dscp":["46"],)"
+                            R"("ipv6_tclass_dscp":["10"],"amf_string":["app","tcUrl"],)"
+                            R"("amf_stringlength":["3","5"])",
+                            packet, &record));
+    ASSERT_EQ(record.seen.size(), 1u);
+    EXPECT_EQ(record.seen[0].value.protocol, "ip6");
+    EXPECT_EQ(record.seen[0].value.number, 10u);
 }
 
 TEST(packet_test, lines_of_any_bytes_are_faults_at_most)
@@ -179,6 +249,118 @@ TEST(packet_test, layers_behind_the_transport_are_protocols_of_the_flow)
     EXPECT_EQ(protocols({"tcp"}), names_t{"tcp"});
     EXPECT_EQ(protocols({"tcp", "tls"}), (names_t{"tcp", "ssl"}));
     EXPECT_EQ(protocols({"tcp", "smb2", "dcerpc"}), (names_t{"tcp", "smb", "dcerpc"}));
+    EXPECT_EQ(protocols({"tcp", "data", "media", "x509ce", "pkcs1", "pkix1explicit", "_ws.short",
+                         "a.b", "mqtt"}),
+              (names_t{"tcp", "mqtt"}));
+}
+
+TEST(packet_test, a_syn_begins_a_flow_anew_unless_it_is_sent_again)
+{
+    uint64_t evicted = 0;
+    using numbers = std::vector<uint64_t>;
+    packet_t first = segment(0, TCP_SYN);
+    packet_t again = segment(1, TCP_SYN);
+    first.sequence = again.sequence = 5;
+    packet_t other = again;
+    other.sequence = 6;
+    EXPECT_EQ(flows_of({first, again}, evicted), numbers{2});
+    EXPECT_EQ(flows_of({first, other}, evicted), (numbers{1, 1}));
+    EXPECT_EQ(flows_of({segment(0, TCP_ACK), other}, evicted), numbers{2}) << "its first number";
+}
+
+TEST(packet_test, keys_of_flows_differ_by_every_member)
+{
+    const flow_key_t key = {{FLOW_IP4, {1}, 5}, {FLOW_IP4, {2}, 6}, 6, "t"};
+    EXPECT_EQ(key, (flow_key_t{{FLOW_IP4, {1}, 5}, {FLOW_IP4, {2}, 6}, 6, "t"}));
+    EXPECT_NE(key, (flow_key_t{{FLOW_IP4, {1}, 4}, {FLOW_IP4, {2}, 6}, 6, "t"}));
+    EXPECT_NE(key, (flow_key_t{{FLOW_IP4, {1}, 5}, {FLOW_IP4, {2}, 7}, 6, "t"}));
+    EXPECT_NE(key, (flow_key_t{{FLOW_IP4, {1}, 5}, {FLOW_IP4, {2}, 6}, 17, "t"}));
+    EXPECT_NE(key, (flow_key_t{{FLOW_IP4, {1}, 5}, {FLOW_IP4, {2}, 6}, 6, ""}));
+}
+
+/// A file in memory, to be read from its beginning.
+class memory_file
+{
+public:
+    explicit memory_file(const std::string &bytes) : fd(memfd_create("test", MFD_CLOEXEC))
+    {
+        for (size_t at = 0; at < bytes.size();)
+            at += static_cast<size_t>(
+                pwrite(fd, bytes.data() + at, bytes.size() - at, static_cast<off_t>(at)));
+    }
+    memory_file(const memory_file &) = delete;
+    memory_file &operator=(const memory_file &) = delete;
+    ~memory_file() { close(fd); }
+
+    const int fd;
+};
+
+TEST(packet_test, a_line_that_is_too_long_is_left_out)
+{
+    const std::string longest(BYTE_SOURCE_LINE_MAX, 'x');
+    for (const bool ends : {true, false}) {
+        const memory_file file("a\r\n" + longest + "x" + longest.substr(0, 1000000) +
+                               (ends ? "\nb\nc" : ""));
+        byte_source_t source = {file.fd};
+        std::string_view line;
+        EXPECT_EQ(byte_source_line(source, line), LINE_READ);
+        EXPECT_EQ(line, "a");
+        EXPECT_EQ(byte_source_line(source, line), LINE_TOO_LONG);
+        for (const char *left : {"b", "c"}) {
+            EXPECT_EQ(byte_source_line(source, line), ends ? LINE_READ : LINE_NONE);
+            EXPECT_TRUE(!ends || line == left) << line;
+        }
+        EXPECT_EQ(byte_source_line(source, line), LINE_NONE);
+    }
+}
+
+std::string little(uint32_t number)
+{
+    return {reinterpret_cast<const char *>(&number), sizeof number};
+}
+
+std::string block(uint32_t type, const std::string &body)
+{
+    const std::string size = little(static_cast<uint32_t>(12 + body.size()));
+    return little(type) + size + body + size;
+}
+
+// Packets are blocks of three types; interfaces, names and secrets go into the header, up to 1 MiB.
+TEST(packet_test, blocks_are_packets_for_the_header_or_neither)
+{
+    const std::string section = block(0x0A0D0D0A, little(0x1A2B3C4D) + std::string(12, '\0'));
+    const std::string many(600000, 'n');
+    const std::vector<std::pair<std::string, capture_block_t>> blocks = {
+        {section, CAPTURE_OTHER},           {block(1, "face"), CAPTURE_OTHER},
+        {block(6, "pack"), CAPTURE_PACKET}, {block(3, "pack"), CAPTURE_PACKET},
+        {block(2, "pack"), CAPTURE_PACKET}, {block(4, many), CAPTURE_OTHER},
+        {block(4, many), CAPTURE_OTHER},    {block(10, "keys"), CAPTURE_OTHER},
+        {block(5, "stat"), CAPTURE_OTHER}};
+    std::string bytes;
+    for (const auto &[block_bytes, kind] : blocks)
+        bytes += block_bytes;
+    const memory_file memory(bytes);
+    byte_source_t source = {memory.fd};
+    capture_file_t file;
+    std::string_view got;
+    ASSERT_TRUE(capture_file_open(source, file));
+    for (const auto &[block_bytes, kind] : blocks) {
+        EXPECT_EQ(capture_file_next(source, file, got), kind);
+        EXPECT_EQ(got, block_bytes);
+    }
+    EXPECT_EQ(capture_file_next(source, file, got), CAPTURE_END);
+    EXPECT_EQ(file.header, section + block(1, "face") + block(4, many) + block(10, "keys"));
+}
+
+TEST(packet_test, captures_count_in_microseconds_or_nanoseconds)
+{
+    for (const uint32_t magic : {0xA1B2C3D4U, 0xA1B23C4DU, 0xD4C3B2A1U, 0x4D3CB2A1U}) {
+        const memory_file memory(little(magic) + std::string(20, '\0'));
+        byte_source_t source = {memory.fd};
+        capture_file_t file;
+        EXPECT_TRUE(capture_file_open(source, file)) << std::hex << magic;
+        EXPECT_EQ(file.header.size(), 24u);
+    }
 }
 
 /// Reads bytes as a capture to its end.
