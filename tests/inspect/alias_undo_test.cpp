@@ -11,14 +11,14 @@ namespace
 using aliases_t = std::vector<model_alias_t>;
 using attributes_t = std::vector<written_attribute_t>;
 
-model_alias_t alias(model_alias_side_t alias, model_alias_side_t reference)
+model_alias_t pair_of(model_alias_side_t alias, model_alias_side_t reference)
 {
     return {alias, reference};
 }
 
 /// A sub-rule that was written for http, and is matched for `protocol`.
-model_sub_rule_t stored(std::string_view protocol, const attributes_t &attributes,
-                        uint32_t cts_mindata = 0, uint32_t stc_mindata = 0)
+model_sub_rule_t sub_rule_of(std::string_view protocol, const attributes_t &attributes,
+                             uint32_t cts_mindata = 0, uint32_t stc_mindata = 0)
 {
     model_sub_rule_t sub_rule;
     sub_rule.protocol = protocol;
@@ -48,61 +48,63 @@ constexpr model_alias_side_t QUIC_STREAM_STC = {"quic", "stream", ATTR_WAY_STC};
 TEST(alias_undo, a_reference_was_its_alias)
 {
     const aliases_t aliases = {
-        alias({"http", "server", ATTR_WAY_CTS}, {"quic", "server_name", ATTR_WAY_CTS})};
-    EXPECT_EQ(undone(aliases, stored("quic", {{"server_name", ATTR_WAY_CTS}})), "server cts ");
-    EXPECT_EQ(undone(aliases, stored("http", {{"uri", ATTR_WAY_CTS}})), "uri cts ");
-    EXPECT_EQ(undone(aliases, stored("quic", {{"uri", ATTR_WAY_CTS}})), "as stored: uri cts ")
+        pair_of({"http", "server", ATTR_WAY_CTS}, {"quic", "server_name", ATTR_WAY_CTS})};
+    EXPECT_EQ(undone(aliases, sub_rule_of("quic", {{"server_name", ATTR_WAY_CTS}})), "server cts ");
+    EXPECT_EQ(undone(aliases, sub_rule_of("http", {{"uri", ATTR_WAY_CTS}})), "uri cts ");
+    EXPECT_EQ(undone(aliases, sub_rule_of("quic", {{"uri", ATTR_WAY_CTS}})), "as stored: uri cts ")
         << "nothing makes it one of quic";
-    EXPECT_EQ(undone(aliases, stored("http", {{"server", ATTR_WAY_CTS}})), "as stored: server cts ")
+    EXPECT_EQ(undone(aliases, sub_rule_of("http", {{"server", ATTR_WAY_CTS}})),
+              "as stored: server cts ")
         << "it would have been an alias";
 }
 
 TEST(alias_undo, minimum_data_moves_to_the_direction_of_the_reference)
 {
-    const aliases_t to_client = {alias(HTTP_CONTENT_STC, QUIC_STREAM_CTS)};
+    const aliases_t to_client = {pair_of(HTTP_CONTENT_STC, QUIC_STREAM_CTS)};
     const attributes_t cts = {{"stream", ATTR_WAY_CTS}};
-    EXPECT_EQ(undone(to_client, stored("quic", cts, 8, 0)), "content stc ");
-    EXPECT_EQ(undone(to_client, stored("quic", cts, 8, 3)), "as stored: stream cts ")
+    EXPECT_EQ(undone(to_client, sub_rule_of("quic", cts, 8, 0)), "content stc ");
+    EXPECT_EQ(undone(to_client, sub_rule_of("quic", cts, 8, 3)), "as stored: stream cts ")
         << "the alias would have left none there";
-    EXPECT_EQ(undone(to_client, stored("quic", cts, 3, 8)), "as stored: stream cts ")
+    EXPECT_EQ(undone(to_client, sub_rule_of("quic", cts, 3, 8)), "as stored: stream cts ")
         << "nor so little";
-    const aliases_t to_server = {alias(HTTP_CONTENT_CTS, QUIC_STREAM_STC)};
+    const aliases_t to_server = {pair_of(HTTP_CONTENT_CTS, QUIC_STREAM_STC)};
     const attributes_t stc = {{"stream", ATTR_WAY_STC}};
-    EXPECT_EQ(undone(to_server, stored("quic", stc, 0, 8)), "content cts ");
-    EXPECT_EQ(undone(to_server, stored("quic", stc, 8, 8)), "as stored: stream stc ");
+    EXPECT_EQ(undone(to_server, sub_rule_of("quic", stc, 0, 8)), "content cts ");
+    EXPECT_EQ(undone(to_server, sub_rule_of("quic", stc, 8, 8)), "as stored: stream stc ");
 }
 
 TEST(alias_undo, minimum_data_stays_without_a_change_of_direction_or_a_stream)
 {
     const attributes_t cts = {{"stream", ATTR_WAY_CTS}};
-    EXPECT_EQ(undone({alias(HTTP_CONTENT_CTS, QUIC_STREAM_CTS)}, stored("quic", cts, 8, 3)),
+    EXPECT_EQ(undone({pair_of(HTTP_CONTENT_CTS, QUIC_STREAM_CTS)}, sub_rule_of("quic", cts, 8, 3)),
               "content cts ");
-    EXPECT_EQ(undone({alias({"http", "content", ATTR_WAY_BOTH}, QUIC_STREAM_CTS)},
-                     stored("quic", cts, 8, 3)),
+    EXPECT_EQ(undone({pair_of({"http", "content", ATTR_WAY_BOTH}, QUIC_STREAM_CTS)},
+                     sub_rule_of("quic", cts, 8, 3)),
               "content both ");
-    EXPECT_EQ(undone({alias(HTTP_CONTENT_STC, {"quic", "stream", ATTR_WAY_BOTH})},
-                     stored("quic", {{"stream", ATTR_WAY_BOTH}}, 8, 3)),
+    EXPECT_EQ(undone({pair_of(HTTP_CONTENT_STC, {"quic", "stream", ATTR_WAY_BOTH})},
+                     sub_rule_of("quic", {{"stream", ATTR_WAY_BOTH}}, 8, 3)),
               "content stc ");
-    EXPECT_EQ(undone({alias(HTTP_CONTENT_CTS, {"quic", "stream", ATTR_WAY_BOTH})},
-                     stored("quic", {{"stream", ATTR_WAY_BOTH}}, 8, 3)),
+    EXPECT_EQ(undone({pair_of(HTTP_CONTENT_CTS, {"quic", "stream", ATTR_WAY_BOTH})},
+                     sub_rule_of("quic", {{"stream", ATTR_WAY_BOTH}}, 8, 3)),
               "content cts ");
-    EXPECT_EQ(
-        undone({alias({"http", "uri", ATTR_WAY_STC}, QUIC_STREAM_CTS)}, stored("quic", cts, 8, 3)),
-        "uri stc ")
+    EXPECT_EQ(undone({pair_of({"http", "uri", ATTR_WAY_STC}, QUIC_STREAM_CTS)},
+                     sub_rule_of("quic", cts, 8, 3)),
+              "uri stc ")
         << "its alias carries none";
-    EXPECT_EQ(undone({alias(HTTP_CONTENT_STC, {"quic", "uri", ATTR_WAY_CTS})},
-                     stored("quic", {{"uri", ATTR_WAY_CTS}}, 8, 3)),
+    EXPECT_EQ(undone({pair_of(HTTP_CONTENT_STC, {"quic", "uri", ATTR_WAY_CTS})},
+                     sub_rule_of("quic", {{"uri", ATTR_WAY_CTS}}, 8, 3)),
               "content stc ")
         << "its reference carries none";
 }
 
 TEST(alias_undo, two_attributes_were_not_written_as_one)
 {
-    const aliases_t aliases = {alias({"http", "a", ATTR_WAY_CTS}, {"quic", "x", ATTR_WAY_CTS}),
-                               alias({"http", "b", ATTR_WAY_CTS}, {"quic", "x", ATTR_WAY_CTS})};
+    const aliases_t aliases = {pair_of({"http", "a", ATTR_WAY_CTS}, {"quic", "x", ATTR_WAY_CTS}),
+                               pair_of({"http", "b", ATTR_WAY_CTS}, {"quic", "x", ATTR_WAY_CTS})};
     const written_attribute_t x = {"x", ATTR_WAY_CTS};
-    EXPECT_EQ(undone(aliases, stored("quic", {x, x})), "b cts a cts ");
-    EXPECT_EQ(undone(aliases, stored("quic", {x, x, x, x})), "as stored: x cts x cts x cts x cts ");
+    EXPECT_EQ(undone(aliases, sub_rule_of("quic", {x, x})), "b cts a cts ");
+    EXPECT_EQ(undone(aliases, sub_rule_of("quic", {x, x, x, x})),
+              "as stored: x cts x cts x cts x cts ");
 }
 
 TEST(alias_undo, what_cannot_be_tried_in_full_stays_as_it_is_stored)
@@ -110,11 +112,11 @@ TEST(alias_undo, what_cannot_be_tried_in_full_stays_as_it_is_stored)
     aliases_t aliases;
     for (size_t i = 0; i <= ALIAS_MAX; ++i)
         aliases.push_back(
-            alias({"http", "server", ATTR_WAY_CTS}, {"quic", "server_name", ATTR_WAY_CTS}));
+            pair_of({"http", "server", ATTR_WAY_CTS}, {"quic", "server_name", ATTR_WAY_CTS}));
     const attributes_t one = {{"server_name", ATTR_WAY_CTS}};
-    EXPECT_EQ(undone(aliases, stored("quic", one)), "as stored: server_name cts ");
+    EXPECT_EQ(undone(aliases, sub_rule_of("quic", one)), "as stored: server_name cts ");
     aliases.pop_back();
-    EXPECT_EQ(undone(aliases, stored("quic", one)), "server cts ");
+    EXPECT_EQ(undone(aliases, sub_rule_of("quic", one)), "server cts ");
     // Seven attributes of two forms each have more than 64 choices, none of which leads to ssl.
     const char *names[] = {"a", "b", "c", "d", "e", "f", "g"};
     aliases.clear();
@@ -122,16 +124,16 @@ TEST(alias_undo, what_cannot_be_tried_in_full_stays_as_it_is_stored)
     std::string as_stored = "as stored: ";
     for (const char *name : names) {
         aliases.push_back(
-            alias({"http", std::string_view("ABCDEFG").substr(aliases.size(), 1), ATTR_WAY_CTS},
-                  {"quic", name, ATTR_WAY_CTS}));
+            pair_of({"http", std::string_view("ABCDEFG").substr(aliases.size(), 1), ATTR_WAY_CTS},
+                    {"quic", name, ATTR_WAY_CTS}));
         attributes.push_back({name, ATTR_WAY_CTS});
         as_stored += std::string(name) + " cts ";
     }
-    EXPECT_EQ(undone(aliases, stored("ssl", attributes)), as_stored);
-    EXPECT_EQ(undone(aliases, stored("quic", attributes)),
+    EXPECT_EQ(undone(aliases, sub_rule_of("ssl", attributes)), as_stored);
+    EXPECT_EQ(undone(aliases, sub_rule_of("quic", attributes)),
               "A cts B cts C cts D cts E cts F cts G cts ");
     attributes.resize(17, {"z", ATTR_WAY_CTS});
-    EXPECT_EQ(undone({}, stored("http", attributes)).substr(0, 11), "as stored: ");
+    EXPECT_EQ(undone({}, sub_rule_of("http", attributes)).substr(0, 11), "as stored: ");
 }
 
 } // namespace

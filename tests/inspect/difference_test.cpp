@@ -149,6 +149,26 @@ TEST(value_forms, are_what_texts_compile_to)
     EXPECT_EQ(value_form("tcp", "stream", true, "\\x41."), value_form("tcp", "stream", true, "A."));
     EXPECT_NE(value_form("tcp", "stream", true, "A."), value_form("tcp", "stream", true, "AB"));
     EXPECT_NE(form("no", "attribute", "80"), form("no", "attribute", "080"));
+    EXPECT_NE(form("tcp", "port", "80-90,85"), form("tcp", "port", "85,80-90"))
+        << "where ranges overlap their order counts";
+}
+
+/// A text of which no form is known stands for itself, behind a "t".
+TEST(value_forms, of_texts_that_prove_nothing_are_the_texts)
+{
+    std::string pieces; // 256 of them
+    for (int i = 0; i < 256; ++i)
+        pieces += "a.*";
+    const std::string longest(1024, '8');
+    EXPECT_EQ(value_form("tcp", "stream", false, ".*"), "t.*");
+    EXPECT_EQ(value_form("tcp", "stream", false, "a[^b]"), "ta[^b]");
+    EXPECT_EQ(value_form("tcp", "stream", false, "a("), "ta(");
+    EXPECT_EQ(value_form("tcp", "stream", false, pieces), "t" + pieces);
+    EXPECT_EQ(value_form("tcp", "stream", false, pieces.substr(3))[0], 'p');
+    EXPECT_EQ(value_form("tcp", "stream", true, "\\xZZ"), "t\\xZZ");
+    EXPECT_EQ(value_form("tcp", "port", false, "x"), "tx");
+    EXPECT_EQ(value_form("tcp", "stream", false, longest)[0], 'p');
+    EXPECT_EQ(value_form("tcp", "stream", false, longest + "8"), "t" + longest + "8");
 }
 
 /// An order that is left out is made of the lengths of texts: a text of another length is another.

@@ -7,6 +7,7 @@
 #include "decompile.h"
 #include "description_writer.h"
 #include "pdb_difference.h"
+#include "value_losses.h"
 #include "words.h"
 
 namespace
@@ -257,6 +258,86 @@ TEST(hand_made, a_long_value_is_shown_in_part)
     const std::string &shown = out.protocols[0].rules[0].added[0];
     EXPECT_NE(shown.find(std::string(1024, '8') + "... (1025 bytes)"), std::string::npos);
     EXPECT_EQ(shown.find(std::string(1025, '8')), std::string::npos);
+}
+
+/// A rule on texts of an attribute from client to server, each with its offset.
+rule_model stream_rule(const std::string &protocol, const std::string &attribute, bool preempt,
+                       const std::vector<std::pair<std::string, uint32_t>> &values)
+{
+    rule_model rule = port_rule();
+    rule.preempt = preempt ? 1 : 0;
+    rule.sub_rules = {
+        {protocol,
+         protocol,
+         0,
+         16,
+         {{attribute, MATCHER_TYPE_STREAM, ATTR_WAY_CTS, ATTR_PROTO_UNKNOWN, values}}}};
+    return rule;
+}
+
+/// What the values of these rules lose in silence, "subject, name: count, first" a line.
+std::string losses(const std::vector<rule_model> &rules)
+{
+    const std::vector<uint8_t> file = pdb_of(rules);
+    pdb_view_t view;
+    view_error_t error;
+    EXPECT_TRUE(pdb_view_open(file, view, error)) << error.text;
+    std::vector<view_limit_t> limits;
+    range_losses(view, limits);
+    preempt_losses(view, limits);
+    std::string lines;
+    for (const view_limit_t &limit : limits)
+        lines += limit.subject + ", " + limit.name + ": " + std::to_string(limit.used) + ", " +
+                 limit.first + "\n";
+    return lines;
+}
+
+TEST(hand_made, long_lists_that_rules_share_lose_the_same)
+{
+    rule_model rule = port_rule();
+    std::string list = "80-90,85-99";
+    while (list.size() <= 1024)
+        list += ",100";
+    rule.sub_rules[0].attrs[0].values[0].first = list;
+    const std::string each =
+        "lists with overlapping ranges that lost a tail: 2, 91-98 in rule 1 of a";
+    EXPECT_EQ(losses({rule, rule}), "tcp:port cts, " + each + "\ntcp:port stc, " + each + "\n");
+    rule.sub_rules[0].attrs[0].name = "unknown"; // and without a matcher
+    EXPECT_EQ(losses({rule}), "");
+}
+
+TEST(hand_made, preempts_and_texts_lose_what_they_share)
+{
+    const auto server = [](bool preempt, const std::string &text, uint32_t offset = 0) {
+        return stream_rule("http", "server", preempt, {{text, offset}});
+    };
+    const std::string lost = "http:server cts, preempts that lost an overlap: 1, rule 1 of a\n";
+    const rule_model abz = server(true, ".*aBz.*");
+    EXPECT_EQ(losses({abz, server(false, ".*xAbq.*")}), lost) << "case does not matter";
+    EXPECT_EQ(losses({abz, server(false, ".*xabq[^r].*")}), lost) << "the longest piece counts";
+    EXPECT_EQ(losses({abz, server(false, ".*xabq.*"), server(false, ".*xabq.*")}), lost);
+    EXPECT_EQ(losses({abz, server(false, "xabq", 4)}), lost) << "at an offset as well";
+    // None of these has a text in the automaton.
+    for (const char *text : {"[^q]", ".*", ".*xabq.*(", "xabq"})
+        EXPECT_EQ(losses({abz, server(false, text)}), "") << text;
+    EXPECT_EQ(losses({abz, server(false, "\\xZZ", 4)}), "");
+    EXPECT_EQ(losses({abz, server(false, ".*xabq" + std::string(1100, 'q') + ".*")}), "")
+        << "too long to be looked at";
+    rule_model port = port_rule();
+    port.preempt = 1;
+    EXPECT_EQ(losses({port, server(false, ".*xabq.*")}), "") << "a preempt without a text";
+}
+
+TEST(hand_made, of_too_many_texts_nothing_is_said)
+{
+    std::vector<std::pair<std::string, uint32_t>> values;
+    for (int i = 0; i < 4200; ++i)
+        values.emplace_back(std::to_string(10000 + i) + std::string(1000, 'y'), 7);
+    const rule_model abz = stream_rule("tcp", "stream", true, {{".*abz.*", 0}});
+    const rule_model other = stream_rule("tcp", "stream", false, {{".*xabq.*", 0}});
+    EXPECT_EQ(losses({abz, other}),
+              "tcp:stream cts, preempts that lost an overlap: 1, rule 1 of a\n");
+    EXPECT_EQ(losses({abz, other, stream_rule("tcp", "stream", false, values)}), "");
 }
 
 } // namespace

@@ -191,6 +191,17 @@ TEST(preempt_overlap, of_more_states_than_transitions_can_name_nothing_is_said)
     for (int i = 0; i < 40; ++i)
         texts.push_back(plain(std::to_string(100 + i) + std::string(1000, 'y')));
     EXPECT_FALSE(preempt_overlaps(texts)[1]);
+    for (overlap_text_t &text : texts)
+        text.preempt = true;
+    texts[0].preempt = false;
+    EXPECT_FALSE(preempt_overlaps(texts)[1]) << "nor of more states of preempts";
+}
+
+TEST(preempt_overlap, an_empty_text_loses_nothing)
+{
+    EXPECT_EQ(preempt_overlaps(std::vector<overlap_text_t>{plain("xabq"), preempt("abz"), plain(""),
+                                                           preempt("")}),
+              (std::vector<bool>{false, true, false, false}));
 }
 
 } // namespace

@@ -93,4 +93,16 @@ TEST(value_ranges, addresses_are_ranges_too)
               "10.2.0.0-10.255.255.254");
 }
 
+TEST(value_ranges, addresses_of_128_bits_are_ranges_too)
+{
+    const pdb_attr_properties_t &address =
+        *pdb_get_attr_properties(csa_str("ip6"), csa_str("address"));
+    const auto lost = value_ranges_lost(value_ranges(address, "fd00::/16,fd00:1::/32"));
+    ASSERT_EQ(lost.size(), 1U);
+    EXPECT_EQ(value_range_text(MATCHER_TYPE_IP_6, lost[0].low, lost[0].high),
+              "fd00:2::-fd00:ffff:ffff:ffff:ffff:ffff:ffff:fffe");
+    EXPECT_TRUE(value_ranges_lost(value_ranges(address, "nothing")).empty());
+    EXPECT_TRUE(value_ranges_lost(value_ranges(address, "")).empty());
+}
+
 } // namespace

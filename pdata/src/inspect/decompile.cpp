@@ -142,13 +142,12 @@ bool put_protocols(text_writing_t &writing, const description_model_t &model,
     for (size_t i = 0; i < source.protocols.size(); ++i) {
         const source_protocol_t &place = source.protocols[i];
         const model_strings_t strings = source_strings(source, place);
-        view_protocol_t view;
+        const view_protocol_t view = source_protocol(source, place);
         model_protocol_t fields;
         protocol_writing_t protocol = {model.aliases, fields, slot_keys_of(keys, i), keys.vids[i],
                                        lost};
         put(writing, i == 0 ? PROTOCOL_FRONT : ",\n    {\n");
-        if (!source_protocol_open(source, place, view, writing.error) ||
-            !model_protocol_read(strings, view, fields, writing.error) ||
+        if (!model_protocol_read(strings, view, fields, writing.error) ||
             !put_protocol(writing, protocol, strings, view))
             return view_within(writing.error, "protocol at offset %u", place.offset);
         put(writing, "\n    }");

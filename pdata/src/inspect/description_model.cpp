@@ -131,9 +131,7 @@ bool read_protocol(model_reading_t &reading, const view_protocol_t &view,
 bool read_source(const description_source_t &source, const source_protocol_t &place,
                  model_protocol_t &protocol, view_error_t &error)
 {
-    view_protocol_t view;
-    if (!source_protocol_open(source, place, view, error))
-        return false;
+    const view_protocol_t view = source_protocol(source, place);
     const model_strings_t strings = source_strings(source, place);
     if (!model_protocol_read(strings, view, protocol, error))
         return false;

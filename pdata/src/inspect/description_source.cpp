@@ -51,9 +51,12 @@ std::string_view source_name(const description_source_t &source, const source_pr
     return name;
 }
 
-bool source_protocol_open(const description_source_t &source, const source_protocol_t &protocol,
-                          view_protocol_t &view, view_error_t &error)
+view_protocol_t source_protocol(const description_source_t &source,
+                                const source_protocol_t &protocol)
 {
-    return view_protocol_open({source.file.data + protocol.value, protocol.size, protocol.value},
-                              view, error);
+    view_protocol_t view;
+    view_error_t error;
+    (void)view_protocol_open({source.file.data + protocol.value, protocol.size, protocol.value},
+                             view, error);
+    return view;
 }

@@ -39,7 +39,6 @@ model_strings_t source_strings(const description_source_t &source,
 /// Returns the name of a protocol.
 std::string_view source_name(const description_source_t &source, const source_protocol_t &protocol);
 
-/// Opens a protocol.
-[[nodiscard]] bool source_protocol_open(const description_source_t &source,
-                                        const source_protocol_t &protocol, view_protocol_t &view,
-                                        view_error_t &error);
+/// Returns the parts of a protocol, which were read once when the source was opened.
+view_protocol_t source_protocol(const description_source_t &source,
+                                const source_protocol_t &protocol);

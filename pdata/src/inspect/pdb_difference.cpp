@@ -18,8 +18,8 @@ bool open_side(comparison_t &comparison, const description_source_t &source,
 {
     comparison.out.fault_in_after = side.is_after;
     side.strings = source_strings(source, place);
-    if (!source_protocol_open(source, place, side.view, comparison.error) ||
-        !model_protocol_read(side.strings, side.view, side.fields, comparison.error))
+    side.view = source_protocol(source, place);
+    if (!model_protocol_read(side.strings, side.view, side.fields, comparison.error))
         return view_within(comparison.error, "protocol at offset %u", place.offset);
     side.nr_rule = view_list_count(side.view.rules);
     return true;

@@ -88,11 +88,9 @@ bool pass_rule(slots_t &slots, const model_strings_t &strings, const view_rule_t
 bool pass_protocol(slots_t &slots, const description_source_t &source, uint32_t protocol,
                    view_error_t &error)
 {
-    view_protocol_t view;
     uint32_t slot = 0;
     const source_protocol_t &place = source.protocols[protocol];
-    if (!source_protocol_open(source, place, view, error))
-        return false;
+    const view_protocol_t view = source_protocol(source, place);
     const model_strings_t strings = source_strings(source, place);
     return view_each_rule(view, error, [&](uint32_t, const view_rule_t &rule) {
         return pass_rule(slots, strings, rule, protocol, slot, error);

@@ -79,11 +79,11 @@ std::string permutation_form(const rexpand_permutation &permutation, bool ignore
 /// Tells whether the pieces of all permutations prove the value, and are numbered apart.
 bool is_proved(const rexpand_permutation_list &list)
 {
-    return list.size() <= UINT8_MAX &&
-           std::none_of(list.begin(), list.end(), [](const rexpand_permutation &permutation) {
-               return matcher_is_marked(permutation) || permutation.patterns.empty() ||
-                      permutation.patterns.size() > UINT8_MAX;
-           });
+    static_assert(MATCHER_PERMUTATION_MAX <= UINT8_MAX);
+    return std::none_of(list.begin(), list.end(), [](const rexpand_permutation &permutation) {
+        return matcher_is_marked(permutation) || permutation.patterns.empty() ||
+               permutation.patterns.size() > UINT8_MAX;
+    });
 }
 
 std::string stream_form(const pdb_attr_properties_t &row, std::string_view text)
@@ -126,5 +126,5 @@ std::string value_form(std::string_view protocol, std::string_view attribute, bo
         return offset_form(text);
     if (row->proper_type == MATCHER_TYPE_STREAM)
         return stream_form(*row, text);
-    return row->proper_ftrans == nullptr ? text_form(text) : number_form(*row, text);
+    return number_form(*row, text);
 }
