@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <random>
+#include <sstream>
 
 #include "covered.h"
 #include "rounds.h"
@@ -184,6 +185,7 @@ TEST(Dump, FindsSectionsByName)
     EXPECT_EQ(kind, FORMAT_PROTO_META);
     EXPECT_FALSE(dump_section_find("proto", kind) && kind != FORMAT_PROTO);
     EXPECT_FALSE(dump_section_find("META", kind));
+    EXPECT_FALSE(dump_section_find("proto{", kind));
     EXPECT_FALSE(dump_section_find("", kind));
 }
 
@@ -245,6 +247,147 @@ TEST(Dump, SaysWhereTheRowsOfEnginesLead)
               "828+4 .......record 0 item|0x00000001|item 1, rule 1 of web\n"
               "832+4 .......record 2 count|1\n"
               "836+4 .......record 2 item|0x00000001|item 1, rule 1 of web\n");
+}
+
+/// A pdb whose matcher has this tree of prefixes.
+std::vector<uint8_t> pdb_of_tree(const word_list &tree)
+{
+    parts_t parts;
+    parts.engines = join({blob(18, {14}), blob(19, {}), blob(21, tree), blob(22, {})});
+    return pdb_of(parts);
+}
+
+/// The lines of one kind of record, without their offsets.
+std::string said(const std::vector<uint8_t> &bytes, format_kind_t kind)
+{
+    std::istringstream all(lines(bytes, only(kind)));
+    std::string text;
+    for (std::string line; std::getline(all, line);)
+        text += line.substr(line.find('+')) + "\n";
+    return text;
+}
+
+TEST(Dump, SaysWhichMinimumARecordHas)
+{
+    parts_t parts = offset_parts();
+    const auto items_of = [&](const word_list &items) {
+        const word_list dot_prefix = join({dot_prefix_of_two, blob(40, items)});
+        parts.engines = join({blob(18, {14}), blob(19, {}), blob(23, dot_prefix)});
+        const std::string text = said(pdb_of(parts), FORMAT_DOT_PREFIX_ITEMS);
+        return text.substr(text.rfind("DOT_PREFIX_ITEMS"));
+    };
+    EXPECT_EQ(items_of({0xFFFE0000, 20, 0}),
+              "DOT_PREFIX_ITEMS|type 40, 12 bytes|item records\n"
+              "+4 .......record 0 minimum|0xfffe0000|a minimum follows\n"
+              "+4 .......record 0 minimum|20\n"
+              "+4 .......record 0 count|0\n");
+    EXPECT_EQ(items_of({0xFFFE0000}), "DOT_PREFIX_ITEMS|type 40, 4 bytes|item records\n"
+                                      "+4 .......record 0 minimum|0xfffe0000|a minimum follows\n");
+    const auto tree_items = [](const word_list &items) {
+        return said(pdb_of_tree(join({alphabet(33, 3, {}), blob(30, items)})), FORMAT_RADIX_ITEMS);
+    };
+    EXPECT_EQ(tree_items({0xFFFF0000, 0, 0xFFFE0007, 0}),
+              "+8 ......RADIX_ITEMS|type 30, 16 bytes|item records\n"
+              "+4 .......record 0 minimum|0xffff0000|no minimum\n"
+              "+4 .......record 0 count|0\n"
+              "+4 .......record 2 minimum|0xfffe0007|at least 7 bytes\n"
+              "+4 .......record 2 count|0\n");
+    EXPECT_EQ(tree_items({0xFFFE0007}), "+8 ......RADIX_ITEMS|type 30, 4 bytes|item records\n"
+                                        "+4 .......record 0 minimum|0xfffe0007|at least 7 bytes\n");
+}
+
+/// The compressed edges of a tree of three codes, number 1 of which there is.
+std::string edges(const word_list &chains)
+{
+    return said(pdb_of_tree(join({blob(29, {0xFFFF0002, 0x0000FFFF, 0}), blob(27, chains),
+                                  blob(28, {1, 0x02000000}), alphabet(33, 3, {{'a', 1}})})),
+                FORMAT_RADIX_C_EDGES);
+}
+
+TEST(Dump, TakesCompressedEdgesApart)
+{
+    const std::string head = "+8 ......RADIX_C_EDGES|type 27, ";
+    EXPECT_EQ(edges({0, 0x00000363, 0x64650000}), head + "12 bytes|compressed edges\n"
+                                                         "+4 .......no edge\n"
+                                                         "+2 .......edge 1 end|0|row 0\n"
+                                                         "+1 .......edge 1 length|3\n"
+                                                         "+3 .......edge 1 bytes|\"cde\"\n"
+                                                         "+2 .......padding\n");
+    const std::string beyond = edges({0, 0x00000263, 0x64770000});
+    EXPECT_NE(
+        beyond.find("+3 .......edge 1 bytes beyond its length|\"w" + std::string(2, '\0') + "\"\n"),
+        std::string::npos)
+        << beyond;
+    const std::string cut = edges({0, 0x0000FF63});
+    EXPECT_NE(cut.find("+1 .......edge 1 length|255|1 bytes are left\n"), std::string::npos) << cut;
+    const std::string nowhere =
+        said(pdb_of_tree(join({blob(29, {0xFFFF0001, 0x0000FFFF, 0x00010000}), blob(27, {0}),
+                               blob(28, {1, 0x02000000}), alphabet(33, 3, {{'a', 1}})})),
+             FORMAT_RADIX_TRANSITIONS);
+    EXPECT_NE(nowhere.find("|compressed edge 1|the table of compressed edges ends before\n"),
+              std::string::npos)
+        << nowhere;
+    const std::string rowless =
+        said(pdb_of_tree(join({blob(27, {0, 0x00000163}), blob(28, {1, 0x02000000})})),
+             FORMAT_RADIX_C_EDGES);
+    EXPECT_NE(rowless.find("+2 .......edge 1 end|0|"), std::string::npos) << rowless;
+}
+
+TEST(Dump, NeedsAnAlphabetForRows)
+{
+    const auto rows = [](const word_list &alphabet_of_it) {
+        return said(
+            pdb_of_tree(join({blob(29, {0xFFFF0002, 0x0000FFFF, 0}), blob(33, alphabet_of_it)})),
+            FORMAT_RADIX_TRANSITIONS);
+    };
+    const word_list codes(64);
+    const std::string none = "+8 ......RADIX_TRANSITIONS|type 29, 12 bytes|transitions\n"
+                             "+12 .......bytes|rows without an alphabet\n";
+    const std::string found = rows(join({blob(25, {3}), blob(26, codes)}));
+    EXPECT_EQ(found.find("rows without"), std::string::npos) << found;
+    for (const word_list &bad :
+         {word_list(), blob(25, {3}), blob(26, codes), join({blob(25, {}), blob(26, codes)}),
+          join({blob(25, {3}), blob(26, word_list(63))}), join({blob(25, {0}), blob(26, codes)})})
+        EXPECT_NE(rows(bad).find("rows without an alphabet"), std::string::npos) << rows(bad);
+    word_list wide(150);
+    wide[130] = 0x00010000; // code 260, of no byte
+    const std::string beyond =
+        said(pdb_of_tree(join({blob(29, wide), alphabet(33, 300, {})})), FORMAT_RADIX_TRANSITIONS);
+    EXPECT_NE(beyond.find("row 0 code 260|1|"), std::string::npos) << beyond;
+}
+
+TEST(Dump, WritesEndpointsOfEverySize)
+{
+    const auto endpoints = [](uint32_t type, uint32_t size, const word_list &values) {
+        parts_t parts;
+        parts.numbers =
+            join({record(1, {type, 0}),
+                  record(2, join({blob(15, {type}),
+                                  blob(17, join({blob(42, {size, 1}), blob(44, values)}))}))});
+        const std::string text = said(pdb_of(parts), FORMAT_INTERVAL_ENDPOINTS);
+        return text.substr(text.find('\n') + 1);
+    };
+    EXPECT_EQ(endpoints(7, 4, {0x0A000001}), "+4 .......endpoint 0|10.0.0.1\n");
+    EXPECT_EQ(endpoints(5, 4, {0x0A000001}), "+4 .......endpoint 0|167772161\n");
+    EXPECT_EQ(endpoints(6, 8, {1, 2}), "+8 .......endpoint 0|8589934593\n");
+    EXPECT_EQ(endpoints(6, 5, {1, 2}), "+8 .......rest|endpoints of unknown size\n");
+    EXPECT_EQ(endpoints(6, 5, {}), "");
+}
+
+TEST(Dump, CutsTheNameOfAProtocol)
+{
+    word_list strings = {0x003C7878}; // 60 times x
+    strings.resize(15, 0x78787878);
+    strings.push_back(0x78780000);
+    const auto title = [&](const word_list &meta) {
+        const word_list group =
+            record(1, join({record(1, record(1, record(1, meta))), record(2, strings)}));
+        const std::string text = said(stored(record(1, group)), FORMAT_PROTO);
+        return text.substr(0, text.find('\n'));
+    };
+    EXPECT_EQ(title({7, 0, 0, 0, 1}),
+              "+4 ...PROTO|type 1, 6 words|protocol " + std::string(48, 'x') + "...");
+    EXPECT_EQ(title({7}), "+4 ...PROTO|type 1, 2 words|protocol");
 }
 
 // Endpoints 2001:db8::1 and 2001:db8::2, of IPv6: type 8, values of 16 bytes.

@@ -336,4 +336,18 @@ TEST_F(ViewDescription, HostileWordsEndWithAPlaceInTheBytes)
         }
 }
 
+// Areas of records have whole words; one that was cut otherwise is refused as cut.
+TEST_F(ViewDescription, RefusesAnAreaThatEndsWithinAWord)
+{
+    const bytes_t whole = stored(small_protocol());
+    for (const size_t extra : {1U, 2U, 3U}) {
+        bytes_t more = whole;
+        more.resize(whole.size() + extra);
+        view_protocol_t protocol;
+        EXPECT_FALSE(view_protocol_open({more.data(), more.size(), 0}, protocol, error));
+        EXPECT_EQ(error.fault, VIEW_CUT);
+        EXPECT_EQ(error.offset, whole.size());
+    }
+}
+
 } // namespace

@@ -67,4 +67,25 @@ TEST(ViewDotPrefix, HasAStartNode)
     EXPECT_EQ(error.offset, BLOB_PLACE + 292);
 }
 
+TEST(ViewItems, GivesARecordBehindItsMinimum)
+{
+    // Records at words 0, 2 and 5: one item; two items and a minimum; none and no minimum.
+    const std::vector<uint8_t> narrow = stored({1, 7, 0xFFFE0014, 2, 8, 9, 0xFFFF0000, 0});
+    const view_items_t items = {{narrow.data(), narrow.size(), 0}, VIEW_ITEMS_MINDATA};
+    EXPECT_EQ(view_items_at(items, 0).mindata, PATTERN_MINDATA_NONE);
+    EXPECT_EQ(view_items_at(items, 0).count, 1U);
+    EXPECT_EQ(csa_get_be32(view_items_at(items, 0).first), 7U);
+    EXPECT_EQ(view_items_at(items, 2).mindata, 20U);
+    EXPECT_EQ(view_items_at(items, 2).count, 2U);
+    EXPECT_EQ(csa_get_be32(view_items_at(items, 2).first), 8U);
+    EXPECT_EQ(view_items_at(items, 6).count, 0U);
+    // A minimum of a word of its own.
+    const std::vector<uint8_t> wide = stored({0xFFFE0000, 70000, 1, 9});
+    const view_item_record_t record =
+        view_items_at({{wide.data(), wide.size(), 0}, VIEW_ITEMS_WIDE_MINDATA}, 0);
+    EXPECT_EQ(record.mindata, 70000U);
+    EXPECT_EQ(record.count, 1U);
+    EXPECT_EQ(csa_get_be32(record.first), 9U);
+}
+
 } // namespace

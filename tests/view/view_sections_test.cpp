@@ -4,6 +4,7 @@
 
 #include "verified.h"
 #include "verify_sound.h"
+#include "view_limits.h"
 #include "view_sections.h"
 
 namespace
@@ -106,6 +107,38 @@ TEST(ViewSections, JudgesNoMatcherThatCannotBeOpened)
     };
     EXPECT_EQ(nr_unsound({0, 6, 2}), 1) << "one rule, where the descriptions have none";
     EXPECT_EQ(nr_unsound({0, 6, 3}), 0) << "no direction";
+}
+
+/// Tells whether the limits of a pdb of one matcher say how many states of the last private id that
+/// is written inline there are: the matcher has so many entries and pairs of states, all of which
+/// lead to the first one, which accepts and has no item.
+bool says_inline_losses(uint32_t nr_entry, uint32_t nr_pair)
+{
+    word_list rows;
+    for (uint32_t i = 0; i < nr_pair; ++i)
+        rows.insert(rows.end(), {0x0000FFFF, 0x00010000, 0xFFFF0001});
+    parts_t parts;
+    parts.entries = word_list(size_t{nr_entry} * 4);
+    parts.engines = join({blob(18, {14}),
+                          blob(19, join({blob(34, rows), blob(35, {}), alphabet(37, 3, {{'a', 2}}),
+                                         blob(36, {0, 0})})),
+                          blob(21, {}), blob(22, {})});
+    const std::vector<uint8_t> bytes = pdb_of(parts);
+    pdb_view_t view;
+    view_error_t error;
+    EXPECT_TRUE(pdb_view_open(bytes, view, error)) << error.text;
+    const std::vector<view_limit_t> limits = view_limits_take(view);
+    return std::any_of(limits.begin(), limits.end(), [](const view_limit_t &limit) {
+        return std::string_view(limit.name) == "states of private id 16383 written inline";
+    });
+}
+
+TEST(ViewLimits, SaysNothingOfStatesThatTransitionsCannotName)
+{
+    EXPECT_FALSE(says_inline_losses(16383, 1));
+    EXPECT_TRUE(says_inline_losses(16384, 1));
+    EXPECT_TRUE(says_inline_losses(16384, 16384));
+    EXPECT_FALSE(says_inline_losses(16384, 16385));
 }
 
 } // namespace

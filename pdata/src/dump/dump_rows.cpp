@@ -255,7 +255,7 @@ void dump_rows(dump_walk_t &walk, format_kind_t kind, const view_area_t &value)
 {
     const row_form_t &form = form_of(kind);
     const size_t width = size_t{walk.alphabet.size} * 2;
-    if (width < size_t{form.nr_meta} * 2 || width == 0) {
+    if (width < size_t{form.nr_meta} * 2) {
         if (value.size != 0)
             dump_put_damaged(walk, value, 0, "rows without an alphabet");
         return;
