@@ -129,10 +129,23 @@ TEST(compiler_options, numbers_are_read_as_atoi_reads_them)
         const char *text;
         int32_t number;
     } rows[] = {
-        {"3", 3},    {"0", 0},          {"abc", 0},         {"12abc", 12},
-        {" 7", 7},   {"-1", -1},        {"+5", 5},          {"", 0},
-        {"0x10", 0}, {"4294967296", 0}, {"4294967295", -1}, {"2147483647", INT_MAX},
+        {"3", 3},
+        {"0", 0},
+        {"abc", 0},
+        {"12abc", 12},
+        {" 7", 7},
+        {"-1", -1},
+        {"+5", 5},
+        {"", 0},
+        {"0x10", 0},
+        {"4294967296", 0},
+        {"4294967295", -1},
+        {"2147483647", INT_MAX},
         {"1 2", 1},
+        // Numbers of 64 bits are cut to 32; beyond those is the last of them.
+        {"-3000000000", 1294967296},
+        {"99999999999999999999", -1},
+        {"-99999999999999999999", 0},
     };
     for (const auto &row : rows) {
         const pdata_compiler_opt_t opt =
@@ -325,6 +338,17 @@ TEST(compiler_usage, three_entries_are_crossed)
           "\t\033[1m--cfg-name \033[0m\n\t\t Ignore the check of the json semantic\n\n",
           "\t\033[1m--sig-export <name>\033[0m\n\t\t \n\n"})
         EXPECT_NE(text.find(entry), std::string::npos) << entry;
+}
+
+TEST(compiler_options, a_program_without_a_name_is_refused_like_one_without_options)
+{
+    pdata_compiler_opt_t opt;
+    char *argv[] = {nullptr};
+    clear_status_slot();
+    const std::string printed = stdout_of([&] {
+        EXPECT_EQ(outcome(pdata_compiler_parse_opt(0, argv, &opt)), OUTCOME_INVALID_OPERATION);
+    });
+    EXPECT_NE(printed.find("Usage: "), std::string::npos);
 }
 
 } // namespace

@@ -36,6 +36,10 @@ TEST(matcher_budget, pieces_are_read_as_well)
     EXPECT_EQ(enough.add("word"), "0");
     matcher_run_t one_less(with_limit(stream_desc(), 7 * 64 - 1));
     EXPECT_EQ(one_less.add("word"), refusal(7 * 64 - 1));
+    for (const uint64_t limit : {64 + 4, 64 + 4 + 3}) {
+        matcher_run_t no_piece(with_limit(stream_desc(), limit));
+        EXPECT_EQ(no_piece.add("word"), refusal(limit));
+    }
     matcher_run_t not_read(with_limit(stream_desc(), 64 + 3));
     EXPECT_EQ(not_read.add("word"), refusal(64 + 3));
     EXPECT_EQ(not_read.entries(), "");

@@ -93,6 +93,11 @@ TEST(pattern_alphabet, refuses_a_new_byte_when_256_are_in)
     pattern_alphabet_init(alphabet, 1);
     alphabet.nr = 256;
     EXPECT_EQ(pattern_alphabet_insert(alphabet, 'a'), MODULE_ERR_INVALID);
+    ps_oe_pool_t pool;
+    ps_oe list;
+    pattern_oe_add(pool, list, 1, 'a');
+    pattern_oe_add(pool, list, 2, 'b');
+    EXPECT_EQ(pattern_oe_count_bytes(pool, list, alphabet), MODULE_ERR_INVALID);
 }
 
 TEST(pattern_alphabet, folding_gives_capitals_the_code_of_their_small_letter)

@@ -180,10 +180,10 @@ int finalize(ac_build &build)
         return MODULE_ERR_OVERFLOW;
     complete_states(build, deepest);
     find_item_max(build);
-    const int code = pattern_preempt_finalize(build.ac_l_preempt, [&](const pattern_info &info) {
+    (void)pattern_preempt_finalize(build.ac_l_preempt, [&](const pattern_info &info) {
         return aho_corasick_do_register(build, info);
-    });
-    return code != MODULE_SUCCESS ? code : collect_alphabet(build);
+    }); // which succeeds or throws
+    return collect_alphabet(build);
 }
 
 } // namespace

@@ -17,11 +17,11 @@ struct merge_frame {
 
 struct merger {
     dp_build &build;
-    std::vector<merge_frame> stack;
-    std::vector<std::pair<uint32_t, uint32_t>> path; ///< the pairs of a comparison
     std::vector<uint32_t> mark; ///< by node: the last inclusion test that saw it
     uint32_t stamp = 0;
-    merge_memo memo;
+    std::vector<merge_frame> stack = {};
+    std::vector<std::pair<uint32_t, uint32_t>> path = {}; ///< the pairs of a comparison
+    merge_memo memo = {};
 };
 
 const dp_node &node_of(const merger &m, uint32_t at)
@@ -226,7 +226,7 @@ void merge_propagations(merger &m, uint32_t at)
 
 void dot_prefix_propagation_merge(dp_build &build)
 {
-    merger m{build, {}, {}, std::vector<uint32_t>(build.dp_l_node.size(), 0), 0, {}};
+    merger m{build, std::vector<uint32_t>(build.dp_l_node.size())};
     merge_memo_init(m.memo, build);
     for (uint32_t at = 0; at < build.dp_l_node.size(); ++at) {
         dp_node &node = build.dp_l_node[at];

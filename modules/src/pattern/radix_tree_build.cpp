@@ -166,19 +166,16 @@ void mark_leaves(rt_build &build)
 
 int finalize(rt_build &build)
 {
-    int code = pattern_preempt_finalize(build.rt_l_preempt, [&](const pattern_info &info) {
+    (void)pattern_preempt_finalize(build.rt_l_preempt, [&](const pattern_info &info) {
         return radix_tree_do_register(build, info);
-    });
-    if (code != MODULE_SUCCESS)
-        return code;
+    }); // which succeeds or throws
     radix_tree_create_c_edges(build);
     number_chains(build);
     number_nodes(build);
-    code = collect_alphabet(build);
-    if (code != MODULE_SUCCESS)
-        return code;
-    mark_leaves(build);
-    return MODULE_SUCCESS;
+    const int code = collect_alphabet(build);
+    if (code == MODULE_SUCCESS)
+        mark_leaves(build);
+    return code;
 }
 
 } // namespace
