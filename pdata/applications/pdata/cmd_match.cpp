@@ -70,7 +70,7 @@ void answer_line(match_run_t &run, const match_answer_t *answer, const flow_erro
             text += (text.empty() ? "" : " ") +
                     escape_terminal(loadable_rule_protocol(run.loadable, rule.rule));
     console_print(run.console, "{}\n", text.empty() ? "-" : text);
-    (void)std::fflush(run.console.out); // the reader waits for it; console_close looks at it
+    console_flush(run.console); // the reader waits for it
 }
 
 /// Names the values that cannot lead to anything: slips of the pen most of the time.

@@ -23,6 +23,13 @@ bool wants_colour(std::FILE *stream)
     return (no_colour == nullptr || *no_colour == '\0') && isatty(fileno(stream)) != 0;
 }
 
+/// Keeps why the first write failed: a later one may fail for another reason, or for none.
+void note_failure(console_t &console, bool written)
+{
+    if (!written && console.failure == 0)
+        console.failure = errno;
+}
+
 } // namespace
 
 console_t console_open()
@@ -44,7 +51,7 @@ std::string colour_text(bool on, colour_t colour, std::string_view text)
 
 void console_write(console_t &console, std::string_view text)
 {
-    (void)std::fwrite(text.data(), 1, text.size(), console.out); // console_close looks at it
+    note_failure(console, std::fwrite(text.data(), 1, text.size(), console.out) == text.size());
 }
 
 void console_text(console_t &console, std::string_view text)
@@ -75,16 +82,18 @@ void console_record(console_t &console, const json_document_t &document)
 {
     console_write(console, json_line(document));
     console_write(console, "\n");
-    (void)std::fflush(console.out);
+    console_flush(console);
+}
+
+void console_flush(console_t &console)
+{
+    note_failure(console, std::fflush(console.out) == 0);
 }
 
 bool console_close(console_t &console)
 {
-    errno = 0;
-    if (std::fflush(console.out) == 0 && std::ferror(console.out) == 0)
-        return true;
-    if (errno != EPIPE)
-        console_error(console, "standard output: {}",
-                      errno != 0 ? std::strerror(errno) : "not everything could be written");
-    return false;
+    console_flush(console);
+    if (console.failure != 0 && console.failure != EPIPE)
+        console_error(console, "standard output: {}", std::strerror(console.failure));
+    return console.failure == 0;
 }

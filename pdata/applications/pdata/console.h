@@ -30,6 +30,7 @@ struct console_t {
     bool out_colour = false;   ///< it is one that wants colour
     bool err_colour = false;   ///< the same for standard error
     bool progress = false;     ///< standard error is a terminal
+    int failure = 0;           ///< errno of the first write to standard output that failed
 };
 
 /// Colours, by what they are used for.
@@ -81,6 +82,9 @@ void console_document(console_t &console, const json_document_t &document);
 /// Prints one of a stream of documents on a line of its own, and flushes, so that a reader at the
 /// other end of a pipe has it at once.
 void console_record(console_t &console, const json_document_t &document);
+
+/// Sees to it that what was printed so far goes out.
+void console_flush(console_t &console);
 
 /// Flushes standard output. Returns false, after a message but for a reader that went away, when
 /// anything printed so far did not get through.

@@ -38,7 +38,7 @@ void hand_over(flow_input_run_t &run, flow_record_t &record)
 
 void flush(void *console)
 {
-    (void)std::fflush(static_cast<console_t *>(console)->out); // console_close looks at it
+    console_flush(*static_cast<console_t *>(console));
 }
 
 void read_lines(flow_input_run_t &run, byte_source_t &source, const std::string &name)
