@@ -41,14 +41,16 @@ TEST(packet_test, the_innermost_headers_count)
     EXPECT_EQ(packet.tunnel, "ip:udp:vxlan:eth:ethertype 10.0.0.1-10.0.0.2 7");
 }
 
-/// Reads a line that has these layers.
+/// Reads a line that has these layers; the packet points into it until the next one.
 bool read_layers(const std::string &layers, packet_t &packet, flow_record_t *record = nullptr)
 {
     static packet_reader_t reader;
+    static std::string line;
     if (reader.fields.empty())
         packet_reader_open(reader);
     std::string fault;
-    if (!packet_read(reader, R"({"timestamp":"1","layers":{)" + layers + "}}", packet, fault)) {
+    line = R"({"timestamp":"1","layers":{)" + layers + "}}";
+    if (!packet_read(reader, line, packet, fault)) {
         EXPECT_EQ(fault, "");
         return false;
     }
