@@ -148,8 +148,9 @@ bool says_the_same(const trying_t &trying, const tried_rule_t &rule, pdata_rule 
     for (uint32_t i = 0; i < info.nr_tag; ++i) {
         uint32_t its = 0;
         uint32_t mine = 0;
-        (void)pdata_db_rule_tag(db, other, i, &its, nullptr);
-        (void)pdata_db_rule_tag(db, rule.number, i, &mine, nullptr);
+        pdata_text name; // which the library does not go without
+        (void)pdata_db_rule_tag(db, other, i, &its, &name);
+        (void)pdata_db_rule_tag(db, rule.number, i, &mine, &name);
         if (its != mine)
             return false;
     }
