@@ -69,6 +69,40 @@ TEST(prove_automaton, takes_what_the_expression_describes)
     EXPECT_GT(taken, rounds(12000));
 }
 
+/// Hands all data of up to three of some bytes to `take`.
+template <typename Take>
+void each_data(const Take &take)
+{
+    const std::string bytes = "AB C^$ab";
+    take(std::string());
+    for (const char one : bytes) {
+        take(std::string(1, one));
+        for (const char two : bytes) {
+            take(std::string{one, two});
+            for (const char three : bytes)
+                take(std::string{one, two, three});
+        }
+    }
+}
+
+// Members of several bytes, parts without a byte, anchors: what random expressions seldom have.
+TEST(prove_automaton, rare_forms_take_what_they_describe)
+{
+    for (const char *text : {"[\\x41 42\\x]", "[C\\x41 42\\x]", "[^\\x41 42\\x]",
+                             "[^C\\x41 42\\x]b", "([\\x41 42\\xb]C)*", "^a$", "(a|b)*(A|B)?",
+                             "[^\\x00\\x-\\xff\\x]", "a(b?C?)*", "(a?)(b?)", "(a*)*"}) {
+        expression_t expression;
+        prove_automaton_t automaton;
+        std::string error;
+        ASSERT_EQ(prove_automaton_make(text, false, automaton), PROVE_MADE) << text;
+        ASSERT_TRUE(expression_open(text, false, expression, error)) << text << error;
+        each_data([&](const std::string &data) {
+            EXPECT_EQ(takes(automaton, data), expression_match(expression, text_bytes(data)))
+                << text << " and " << data;
+        });
+    }
+}
+
 TEST(prove_automaton, a_class_of_single_bytes_is_one_position)
 {
     const auto positions = [](const std::string &text) {
@@ -89,6 +123,19 @@ TEST(prove_automaton, refuses_what_is_none_and_leaves_out_what_is_too_much)
     const std::string open(PROVE_DEPTH_MAX, '(');
     const std::string closed(PROVE_DEPTH_MAX, ')');
     EXPECT_EQ(prove_automaton_make(open + "a" + closed, false, automaton), PROVE_TOO_DEEP);
+    std::string choices = "a";
+    std::string repeated = "a";
+    for (uint32_t i = 0; i < PROVE_DEPTH_MAX; ++i) {
+        choices = "(" + choices + "|b)";
+        repeated = "(" + repeated + ")*";
+    }
+    EXPECT_EQ(prove_automaton_make(choices, false, automaton), PROVE_TOO_DEEP);
+    EXPECT_EQ(prove_automaton_make(repeated, false, automaton), PROVE_TOO_DEEP);
+    // The ends of a range must be single bytes; no byte is in one of others.
+    for (const char *text : {"[\\x41 42\\x-\\x43\\x]", "[\\x41\\x-\\x42 43\\x]"})
+        if (prove_automaton_make(text, false, automaton) == PROVE_MADE) {
+            EXPECT_TRUE(prove_samples(automaton).empty()) << text;
+        }
     std::string optional;
     for (uint32_t i = 0; i < 20000; ++i)
         optional += "a?";
@@ -117,6 +164,23 @@ TEST(prove_sample, every_branch_and_every_repetition)
     EXPECT_TRUE(open.contains("org"));
     EXPECT_TRUE(open.contains(".org"));
     EXPECT_GT(open.size(), 3U);
+}
+
+TEST(prove_sample, every_step_between_many_choices)
+{
+    const std::string letters = "abcdefghijklmnop";
+    std::string choices;
+    for (const char c : letters)
+        choices += (choices.empty() ? "" : "|") + std::string(1, c);
+    std::set<std::string> steps;
+    for (const std::string &sample : samples(("(" + choices + ")*").c_str()))
+        for (size_t i = 0; i + 1 < sample.size(); ++i)
+            steps.insert(sample.substr(i, 2));
+    EXPECT_EQ(steps.size(), letters.size() * letters.size());
+    // What leads to no data is no part of any.
+    EXPECT_EQ(samples("a([^\\x00\\x-\\xff\\x]b|c)?"), (std::set<std::string>{"a", "ac"}));
+    for (const std::string &sample : samples("(a|[^\\x00\\x-\\xff\\x]b|c)*"))
+        EXPECT_EQ(sample.find('b'), sample.npos) << sample;
 }
 
 TEST(prove_sample, ends_of_classes_and_both_cases)

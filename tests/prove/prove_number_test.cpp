@@ -49,6 +49,16 @@ TEST(prove_number, ends_of_ranges_are_parts_of_their_own)
     EXPECT_EQ(prove_range_middle({{0, 0}, last}), (prove_number_t{UINT64_MAX >> 1, UINT64_MAX}));
 }
 
+// Differences that borrow from the high half, and sums that carry into it.
+TEST(prove_number, middles_of_ranges_over_both_halves)
+{
+    EXPECT_EQ(prove_range_middle({{0, UINT64_MAX}, {1, 1}}), (prove_number_t{1, 0}));
+    EXPECT_EQ(prove_range_middle({{1, 4}, {2, 2}}), (prove_number_t{1, (UINT64_MAX >> 1) + 4}));
+    EXPECT_EQ(prove_range_middle({{0, 4}, {3, 4}}), (prove_number_t{1, (UINT64_MAX >> 1) + 5}));
+    EXPECT_EQ(proved("ip6", "address", "2001:db8::/32,2001:db8:1::/48"),
+              "lossy 2001:db8:2:: to 2001:db8:ffff:ffff:ffff:ffff:ffff:fffe");
+}
+
 /// A list of up to four members over a few numbers.
 std::string random_list(std::mt19937 &random, std::set<uint32_t> &described)
 {

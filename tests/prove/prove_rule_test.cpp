@@ -98,6 +98,23 @@ TEST(prove_rule, rules_that_say_the_same_shadow_nothing)
     EXPECT_EQ(tried.told(), "wins");
 }
 
+TEST(prove_rule, a_scope_as_wide_is_shadowed)
+{
+    const std::string scope = R"("scope":["http"],)";
+    tried_rules_t tried(protocol_text("one", uri_rule("50:1", "a.*", scope)) + "," +
+                        protocol_text("two", uri_rule("50:2", "ab.*", scope)));
+    tried.add("two", 0, {item("http", "uri_decoded", "ab.*")});
+    EXPECT_EQ(tried.told(), "shadowed by one/0");
+}
+
+TEST(prove_rule, protocols_of_one_name_are_not_told_apart)
+{
+    tried_rules_t tried(protocol_text("one", uri_rule("50:1", "a.*")) + "," +
+                        protocol_text("one", uri_rule("50:2", "b.*")));
+    tried.add("one", 0, {item("http", "uri_decoded", "a.*")});
+    EXPECT_EQ(tried.told(), "unknown");
+}
+
 TEST(prove_rule, a_wider_scope_is_not_shadowed)
 {
     tried_rules_t tried(protocol_text("one", uri_rule("50:1", "a.*")) + "," +

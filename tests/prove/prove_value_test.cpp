@@ -1,6 +1,8 @@
 /// Values whose fate was worked out by hand.
 #include "prove_value.h"
 
+#include "prove_decide.h"
+
 #include <gtest/gtest.h>
 
 #include "pdata_error.h"
@@ -75,6 +77,78 @@ TEST(prove_value, texts_at_an_offset)
     EXPECT_EQ(told(prove_value({"udp", "stream", ".*", 40})), "whole");
     EXPECT_EQ(told(prove_value({"udp", "stream", "a\\x4", 40})), "refused");
     EXPECT_EQ(told(prove_value({"http", "server", "a", 40})), "refused");
+}
+
+TEST(prove_value, escapes_of_texts_at_an_offset)
+{
+    const auto at_offset = [](std::string_view text) {
+        return told(prove_value({"tcp", "stream", text, 4}));
+    };
+    EXPECT_EQ(at_offset("a\\"), "refused") << "guards nothing";
+    EXPECT_EQ(at_offset("\\n\\d\\\\"), "whole");
+    EXPECT_EQ(at_offset("\\xAf"), "whole");
+    for (const char *text : {"\\xg4", "\\x4g", "\\x4@", "\\x"})
+        EXPECT_EQ(at_offset(text), "refused") << text;
+}
+
+TEST(prove_value, alike_texts_of_other_offsets_are_other_values)
+{
+    const prove_value_t values[] = {{"tcp", "stream", "abcd", 4},
+                                    {"tcp", "stream", "abcd", 5},
+                                    {"tcp", "stream", "abcd", 0, 4},
+                                    {"tcp", "stream", "abcd", 0, 5},
+                                    {"tcp", "stream", "abcd", 0, 5}};
+    std::string all;
+    for (const prove_verdict_t &verdict : prove_values(values))
+        all += told(verdict) + ",";
+    EXPECT_EQ(all, "whole,whole,whole,dead ,dead ,");
+}
+
+TEST(prove_value, what_nobody_can_decide)
+{
+    // A text of 65536 bytes is stored as none.
+    EXPECT_EQ(proved("uri_decoded", std::string(65536, 'a')), "refused");
+    // More pieces than their number has bits for.
+    std::string pieces;
+    for (uint32_t i = 0; i < 256; ++i)
+        pieces += "a.*";
+    EXPECT_FALSE(prove_value({"http", "uri_decoded", pieces}).is_decided);
+    const std::string open(1001, '(');
+    EXPECT_EQ(proved("uri_decoded", open + "a" + std::string(1001, ')')), "whole?") << "too deep";
+    EXPECT_TRUE(prove_data({"http", "no_such_attribute", "a"}).empty());
+}
+
+// Samples, and what the comparison says, as verdicts.
+TEST(prove_case, of_answers_that_agree_or_do_not)
+{
+    const pdb_attr_properties_t *text = pdb_get_attr_properties(csa_str(std::string_view("http")),
+                                                                csa_str(std::string_view("uri")));
+    const auto verdict = [&](const prove_comparison_t &comparison, std::vector<uint8_t> found,
+                             bool lost_is_found) {
+        prove_case_t at;
+        at.properties = text;
+        at.comparison = comparison;
+        at.lost_is_found = lost_is_found;
+        at.is_found = std::move(found);
+        for (size_t i = 0; i < at.is_found.size(); ++i)
+            at.samples.push_back(std::string(3 - i, 's'));
+        return told(prove_case_close(at));
+    };
+    const prove_comparison_t all = {true, true, false, {}};
+    const prove_comparison_t some = {true, true, true, "l"};
+    const prove_comparison_t none = {true, false, true, "l"};
+    const prove_comparison_t open = {false, false, true, "l"};
+    EXPECT_EQ(verdict(all, {1, 1}, false), "whole");
+    EXPECT_EQ(verdict(all, {1, 0}, false), "contradicted") << "a sample is not found";
+    EXPECT_EQ(verdict(some, {1, 1}, false), "lossy l");
+    EXPECT_EQ(verdict(some, {1, 0}, false), "lossy l");
+    EXPECT_EQ(verdict(some, {1, 1}, true), "contradicted") << "what is lost is found";
+    EXPECT_EQ(verdict(none, {0, 0}, false), "dead l");
+    EXPECT_EQ(verdict(none, {0, 1}, false), "contradicted") << "some is found";
+    EXPECT_EQ(verdict(none, {}, true), "contradicted");
+    EXPECT_EQ(verdict(open, {1, 1}, false), "lossy l?");
+    EXPECT_EQ(verdict({}, {1, 0}, false), "lossy ss?") << "the sample that is not found";
+    EXPECT_EQ(verdict({}, {}, false), "whole?");
 }
 
 TEST(prove_value, of_what_is_too_large_samples_decide)

@@ -1,5 +1,7 @@
 #include "prove_catalog.h"
 
+#include <algorithm>
+#include <iterator>
 #include <new>
 
 #include "pdb_view.h"
@@ -25,7 +27,7 @@ bool open(std::span<const uint8_t> pdb, prove_catalog_t &catalog)
     return flow != nullptr;
 }
 
-/// Counts the values of each matcher that are tried on all data.
+/// Counts the values of each matcher, each of which was opened once, that are tried on all data.
 void count_checks(const pdb_view_t &view, prove_catalog_t &catalog)
 {
     catalog.checks.assign(1, 0);
@@ -34,9 +36,9 @@ void count_checks(const pdb_view_t &view, prove_catalog_t &catalog)
     for (view_record_t record; view_next(cursor, record);) {
         view_matcher_t matcher;
         uint64_t nr = 0;
-        if (view_matcher_open(record, view.matchers.names, matcher, error))
-            for (uint32_t i = 0; i < view_matcher_nr_private(matcher); ++i)
-                nr += view_matcher_entry(matcher, i).kind == MATCHER_MAP_CATCH_ALL ? 1 : 0;
+        (void)view_matcher_open(record, view.matchers.names, matcher, error); // as before
+        for (uint32_t i = 0; i < view_matcher_nr_private(matcher); ++i)
+            nr += view_matcher_entry(matcher, i).kind == MATCHER_MAP_CATCH_ALL ? 1 : 0;
         catalog.checks.push_back(nr);
     }
 }
@@ -62,11 +64,11 @@ void name_rules(prove_catalog_t &catalog)
     pdata_db_describe(catalog.db.get(), &info);
     catalog.rule_of.assign(catalog.values.size(), 0);
     catalog.values_of.resize(size_t{info.nr_rule} + 1);
-    for (pdata_item item = 1; item <= info.nr_item && item < catalog.value_of.size(); ++item) {
+    catalog.name_of.resize(catalog.values_of.size());
+    for (pdata_item item = 1; item < catalog.value_of.size(); ++item) {
         pdata_item_info row{};
         expect(pdata_db_item(catalog.db.get(), item, &row));
-        if (catalog.value_of[item] != VIEW_VALUE_NONE)
-            catalog.rule_of[catalog.value_of[item]] = row.rule;
+        catalog.rule_of[catalog.value_of[item]] = row.rule;
     }
     for (uint32_t i = 0; i < catalog.values.size(); ++i) {
         const view_stored_value_t &value = catalog.values[i];
@@ -74,6 +76,7 @@ void name_rules(prove_catalog_t &catalog)
         if (rule == 0)
             continue;
         catalog.values_of[rule].push_back(i);
+        catalog.name_of[rule] = {value.protocol, value.rule};
         uint32_t &known =
             catalog.rules.try_emplace({value.protocol, value.rule}, rule).first->second;
         if (known != rule)
@@ -97,9 +100,8 @@ uint64_t prove_catalog_cost(const prove_catalog_t &catalog, pdata_attribute attr
     if (pdata_db_attribute_info(catalog.db.get(), attribute, &info) != PDATA_R_OK)
         return 0;
     uint64_t cost = 0;
-    for (uint32_t i = 0; i < info.nr_matcher && i < 4; ++i)
-        if (info.matcher[i] < catalog.checks.size())
-            cost += catalog.checks[info.matcher[i]];
+    for (uint32_t i = 0; i < std::min<size_t>(info.nr_matcher, std::size(info.matcher)); ++i)
+        cost += catalog.checks[info.matcher[i]];
     return cost;
 }
 

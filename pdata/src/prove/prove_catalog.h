@@ -10,18 +10,13 @@
 #include "prove_batch.h"
 #include "view_values.h"
 
-/// A rule of the descriptions.
-struct prove_rule_name_t {
-    std::string_view protocol;
-    uint32_t index = 0; ///< of the rule in its protocol, from 0
-
-    bool operator==(const prove_rule_name_t &) const = default;
-};
+/// A rule of the descriptions: its protocol, and its index there, from 0.
+using prove_rule_name_t = std::pair<std::string_view, uint32_t>;
 
 struct prove_rule_hash_t {
     size_t operator()(const prove_rule_name_t &name) const
     {
-        return std::hash<std::string_view>()(name.protocol) * 31 + name.index;
+        return std::hash<std::string_view>()(name.first) * 31 + name.second;
     }
 };
 
@@ -32,8 +27,9 @@ struct prove_catalog_t {
     std::vector<view_stored_value_t> values;      ///< of the descriptions
     std::vector<uint32_t> rule_of;                ///< by value: its rule; 0 where it has none
     std::vector<std::vector<uint32_t>> values_of; ///< by rule: its values, as they are stored
+    std::vector<prove_rule_name_t> name_of;       ///< by rule
     std::unordered_map<prove_rule_name_t, uint32_t, prove_rule_hash_t> rules; ///< 0: several
-    std::vector<uint32_t> value_of; ///< by item: its value, or VIEW_VALUE_NONE
+    std::vector<uint32_t> value_of; ///< by item: its value; VIEW_VALUE_NONE of id 0
     std::vector<uint64_t> checks;   ///< by matcher, from 1: values that are tried on all data
     /// By protocol, attribute and direction: those that were asked for.
     std::map<std::tuple<std::string_view, std::string_view, pdata_direction>, pdata_attribute>

@@ -37,24 +37,21 @@ bool is_never_registered(std::string_view text)
 /// Tells whether a set is one byte, or one letter in both cases.
 bool is_one_byte(const prove_set_t &set)
 {
-    for (uint32_t c = 0; c < 256; ++c)
-        if (prove_set_has(set, c))
-            return set == prove_byte_set(static_cast<uint8_t>(c), false) ||
-                   set == prove_byte_set(static_cast<uint8_t>(c), true);
-    return false;
+    if (set == prove_set_t{})
+        return false;
+    const uint8_t byte = prove_set_byte(set, 1, 0);
+    return set == prove_byte_set(byte, false) || set == prove_byte_set(byte, true);
 }
 
-/// Tells whether an automaton takes one text alone, in either case: its positions are a row.
+/// Tells whether an automaton takes one text alone, in either case. Every position is on a way:
+/// with one to begin, one to end and a step fewer than positions they are a row.
 bool is_literal(const prove_automaton_t &automaton)
 {
     const size_t nr = automaton.sets.size();
-    if (automaton.first.size() != 1 || automaton.takes_nothing ||
+    if (automaton.is_partial || automaton.first.size() != 1 || automaton.takes_nothing ||
         std::count(automaton.is_last.begin(), automaton.is_last.end(), 1) != 1 ||
         automaton.followers.size() + 1 != nr)
         return false;
-    for (uint32_t i = 0; i + 1 < nr; ++i)
-        if (automaton.followers[i] != i + 1 || automaton.follow_begin[i] != i)
-            return false;
     return std::all_of(automaton.sets.begin(), automaton.sets.end(), is_one_byte);
 }
 

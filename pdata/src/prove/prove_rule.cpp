@@ -91,19 +91,15 @@ std::vector<prove_datum_t> long_data(const prove_value_t &value)
     return data;
 }
 
-/// Finds up to `nr` samples that lead to an item: that which does so alone, then others.
-void find_data(trying_t &trying, tried_item_t &tried, size_t nr)
+/// Finds up to PROVE_RULE_SETS samples that lead to an item: that which does so alone, then others.
+void find_data(trying_t &trying, tried_item_t &tried)
 {
     tried.found.clear();
-    std::vector<prove_datum_t> data = {tried.item->known};
-    for (size_t i = 0; i < data.size() && tried.found.size() < nr && trying.left != 0; ++i) {
-        if (is_found(trying, tried, data[i], i))
+    std::vector<prove_datum_t> data = long_data(tried.item->value);
+    data.insert(data.begin(), tried.item->known);
+    for (size_t i = 0; i < data.size() && tried.found.size() < PROVE_RULE_SETS; ++i)
+        if (trying.left != 0 && is_found(trying, tried, data[i], i))
             tried.found.push_back(data[i]);
-        if (i == 0 && tried.found.size() < nr) {
-            std::vector<prove_datum_t> more = long_data(tried.item->value);
-            data.insert(data.end(), more.begin(), more.end());
-        }
-    }
 }
 
 /// Puts a value to work.
@@ -125,9 +121,9 @@ bool find_rule(trying_t &trying, const prove_rule_t &rule, tried_rule_t &tried)
         return false;
     tried.number = known->second;
     const std::vector<uint32_t> &values = trying.catalog.values_of[tried.number];
-    if (values.size() != rule.items.size() ||
-        pdata_db_rule(trying.catalog.db.get(), tried.number, &tried.info) != PDATA_R_OK)
+    if (values.size() != rule.items.size())
         return false;
+    (void)pdata_db_rule(trying.catalog.db.get(), tried.number, &tried.info);
     for (size_t i = 0; i < values.size(); ++i) {
         if (trying.catalog.values[values[i]].text != rule.items[i].value.text)
             return false;
@@ -222,20 +218,17 @@ bool find_winner(trying_t &trying, const tried_rule_t &rule, pdata_rule &found)
 /// Names the rule that wins.
 void name_winner(const trying_t &trying, pdata_rule winner, prove_rule_verdict_t &verdict)
 {
-    const std::vector<uint32_t> &values = trying.catalog.values_of[winner];
-    if (values.empty())
-        return;
-    const view_stored_value_t &value = trying.catalog.values[values.front()];
+    const auto [protocol, index] = trying.catalog.name_of[winner];
     verdict.outcome = PROVE_RULE_SHADOWED;
-    verdict.winner = value.protocol;
-    verdict.winner_index = value.rule;
+    verdict.winner = protocol;
+    verdict.winner_index = index;
 }
 
-/// Finds up to `nr` samples of every item. Returns false with the index of one that has none.
-bool find_all_data(trying_t &trying, tried_rule_t &rule, size_t nr, uint32_t &item)
+/// Finds samples of every item. Returns false with the index of one that has none.
+bool find_all_data(trying_t &trying, tried_rule_t &rule, uint32_t &item)
 {
     for (item = 0; item < rule.items.size(); ++item) {
-        find_data(trying, rule.items[item], nr);
+        find_data(trying, rule.items[item]);
         if (rule.items[item].found.empty())
             return false;
     }
@@ -256,19 +249,17 @@ prove_rule_verdict_t prove_rule(trying_t &trying, const prove_rule_t &rule)
 {
     prove_rule_verdict_t verdict;
     tried_rule_t tried;
-    if (trying.left == 0 || !find_rule(trying, rule, tried))
+    if (!find_rule(trying, rule, tried))
         return verdict;
     if (wins_at_once(trying, tried)) {
         verdict.outcome = PROVE_RULE_WINS;
         return verdict;
     }
-    const bool is_alive = find_all_data(trying, tried, PROVE_RULE_SETS, verdict.item);
+    const bool is_alive = find_all_data(trying, tried, verdict.item);
     pdata_rule winner = 0;
-    if (trying.left == 0)
-        return verdict;
     if (!is_alive && rule.items[verdict.item].has_known)
         verdict.outcome = PROVE_RULE_DEAD;
-    if (!is_alive || !find_winner(trying, tried, winner) || trying.left == 0)
+    if (!is_alive || !find_winner(trying, tried, winner))
         return verdict;
     verdict.outcome = PROVE_RULE_WINS;
     if (winner != 0)
@@ -292,7 +283,9 @@ std::vector<prove_rule_verdict_t> prove_rules(std::span<const uint8_t> pdb,
     trying.items.resize(info.nr_item);
     trying.left = PROVE_RULE_WORK * (rules.size() + 1);
     for (size_t i = 0; i < rules.size(); ++i) {
-        verdicts[i] = prove_rule(trying, rules[i]);
+        const prove_rule_verdict_t verdict =
+            trying.left == 0 ? prove_rule_verdict_t{} : prove_rule(trying, rules[i]);
+        verdicts[i] = trying.left == 0 ? prove_rule_verdict_t{} : verdict;
         if (progress)
             progress(i + 1);
     }

@@ -11,10 +11,11 @@ namespace
 
 /// A part of a row: literal bytes, or a gap.
 struct part_t {
-    std::string bytes; ///< none of a gap
+    std::string bytes{}; ///< none of a gap
     bool is_gap = false;
 };
 
+/// At least one part, the first of them bytes.
 using row_t = std::vector<part_t>;
 
 /// One spelling out.
@@ -35,7 +36,7 @@ bool spell(spelling_t &spelling, uint32_t index, uint32_t depth);
 /// Adds bytes to the end of a row.
 void add_bytes(row_t &row, std::string_view bytes, bool icase)
 {
-    if (row.empty() || row.back().is_gap)
+    if (row.back().is_gap)
         row.push_back({});
     for (const char c : bytes)
         row.back().bytes += icase ? static_cast<char>(prove_small(static_cast<uint8_t>(c))) : c;
@@ -52,7 +53,7 @@ bool add_literal(spelling_t &spelling, std::string_view bytes)
 bool add_gap(spelling_t &spelling)
 {
     for (row_t &row : spelling.rows)
-        if (row.empty() || !row.back().is_gap)
+        if (!row.back().is_gap)
             row.push_back({{}, true});
     spelling.nr_part += spelling.rows.size();
     return spelling.nr_part <= PROVE_ROW_PARTS_MAX;
@@ -161,13 +162,13 @@ bool find_anywhere(const row_t &row, std::string_view piece, reached_t &reached)
 bool find_at_begin(const row_t &row, std::string_view piece, reached_t &reached)
 {
     reached = {0, piece.size()};
-    return !row.empty() && row.front().bytes.starts_with(piece);
+    return row.front().bytes.starts_with(piece);
 }
 
 bool find_at_end(const row_t &row, std::string_view piece, reached_t &reached)
 {
     const size_t last = row.size() - 1;
-    if (row.empty() || !row.back().bytes.ends_with(piece))
+    if (!row.back().bytes.ends_with(piece))
         return false;
     const bool behind = reached.part < last || reached.end < row.back().bytes.size();
     reached = {last, row.back().bytes.size()};
@@ -201,7 +202,7 @@ bool prove_spelled(const rexpand_tree &tree, const prove_form_t &form)
     if (form.checks_all)
         return true;
     spelling_t spelling{tree, form.icase};
-    spelling.rows.resize(1);
+    spelling.rows.push_back({part_t{}});
     if (!spell(spelling, tree.root, 1))
         return false;
     return std::all_of(spelling.rows.begin(), spelling.rows.end(), [&](const row_t &row) {

@@ -71,10 +71,12 @@ void try_case(prove_batch_t &batch, size_t index, prove_case_t &at)
         at.is_found[i] = prove_batch_finds(batch, index, at.samples[i]);
     if (at.comparison.is_lost)
         at.lost_is_found = prove_batch_finds(batch, index, at.comparison.lost);
-    for (prove_part_t &part : at.parts)
-        part.is_found = prove_batch_finds(batch, index, part.range.from) &&
-                        prove_batch_finds(batch, index, part.range.to) &&
-                        prove_batch_finds(batch, index, prove_range_middle(part.range));
+    for (prove_part_t &part : at.parts) {
+        part.is_found = true;
+        for (const prove_number_t &number :
+             {part.range.from, prove_range_middle(part.range), part.range.to})
+            part.is_found = prove_batch_finds(batch, index, number) && part.is_found;
+    }
 }
 
 /// Tries cases together; those of which the compiler refuses one, by halves.
