@@ -64,28 +64,36 @@ std::string rules_with(const std::vector<std::string> &values, const std::string
 // Each text has 970 states of its own, and 15 bits tell the states of an automaton apart.
 TEST(Rules, OfAnOverfullMatcherAreSomeNotFound)
 {
-    std::vector<std::string> values;
-    for (int i = 10; i < 44; ++i) {
+    const auto value_of = [](int number) {
         std::string text;
         for (int nr = 0; nr < 485; ++nr)
-            text += std::to_string(i);
-        values.push_back(".*" + text + ".*");
-    }
-    const std::string before =
-        R"({"order": "50:0", "rule": [{"protocol": "tcp", "port": "80"}]},
-           {"order": "50:0", "rule": [{"protocol": "http", "cts-server": "a\\.b"}]})";
-    const lint_result_t result = check(rules_with(values, before));
-    const std::string wanted =
-        "dead-rule: nothing fires this: its value \"" + values[0].substr(0, 60) +
-        "...\" is not found where all protocols are compiled together\n"
-        "too-many: the values of http:uri need 32951 states and no more than 32768 can be told "
-        "apart: some are not found -> split the values over several pdbs, or write fewer short "
-        "pieces";
-    EXPECT_EQ(told(result), wanted);
+            text += std::to_string(number);
+        return ".*" + text + ".*";
+    };
+    const auto rules = [&](int number, const std::string &more) {
+        std::string all = R"({"order": "50:0", "rule": [{"protocol": "tcp", "port": "80"}]},
+           {"order": "50:0", "rule": [{"protocol": "http", "cts-server": "a\\.b"}]},
+           {"order": "50:0", "rule": [{"protocol": "http", "stc-header_raw": "b"}]})";
+        for (int i = 10; i < 10 + number; ++i)
+            all += R"(,{"order": "50:1", "rule": [{"protocol": "http", "cts-header_raw": ")" +
+                   value_of(i) + '"' + (i == 10 ? more : "") + "}]}";
+        return check(protocol_with(all));
+    };
+    const std::string overfull =
+        "too-many: the values of http:header_raw need 32951 states and no more than 32768 can be "
+        "told apart: some are not found -> split the values over several pdbs, or write fewer "
+        "short pieces";
+    const lint_result_t result = rules(34, "");
+    EXPECT_EQ(told(result),
+              "dead-rule: nothing fires this: its value \"" + value_of(10).substr(0, 60) +
+                  "...\" is not found where all protocols are compiled together\n" + overfull);
     ASSERT_EQ(result.findings.size(), 2U);
-    EXPECT_EQ(result.findings[1].rule, 3U) << "the first that tests the attribute";
-    values.pop_back();
-    EXPECT_EQ(told(check(rules_with(values))), "") << "32018 states and that of the start";
+    EXPECT_EQ(result.findings[1].rule, 4U) << "the first that tests the attribute";
+    EXPECT_EQ(told(rules(33, "")), "") << "32010 states and that of the start";
+    // A value that is dead alone says enough of its rule.
+    const std::string dead = told(rules(34, R"(, "cts-uri": "[b-c]..*", "cts-cookie": "c")"));
+    EXPECT_NE(dead.find("dead-value: "), dead.npos) << dead;
+    EXPECT_EQ(dead.find("dead-rule"), dead.npos) << dead;
 }
 
 TEST(Rules, OfSeveralFilesAreThoseOfOneProtocol)
@@ -134,7 +142,7 @@ TEST(Rules, AreCountedAsTheyAreStored)
 TEST(Rules, FillAMatcher)
 {
     std::vector<std::string> values;
-    for (int i = 0; i < 65; ++i)
+    for (int i = 0; i < 66; ++i)
         values.push_back(std::to_string(i) + "([a-p][a-p])..*x"); // 256 orders of two pieces
     std::map<uint32_t, std::string> said;                         // by rule
     for (const finding_t &finding : check(rules_with(values)).findings)
@@ -152,6 +160,31 @@ TEST(Rules, TextsWithTheirLastByteOfZero)
         told(check(rules_with({std::string("(a\0", 3)}))),
         "bad-expression: a '(' that is not closed -> write ')' behind the group, or \"\\\\(\" "
         "for the byte");
+}
+
+// Pieces that stand anywhere are as deep as an automaton, and a matcher has so many entries.
+TEST(Rules, ValuesThatNoMatcherTakes)
+{
+    const char *too_many =
+        "too-many: the value has more or longer pieces than a matcher -> write it shorter: a piece "
+        "that may stand anywhere has 1024 bytes at most";
+    EXPECT_EQ(told(check(rules_with({".*" + std::string(1024, 'a') + ".*"}))), "");
+    EXPECT_EQ(told(check(rules_with({".*" + std::string(1025, 'a') + ".*"}))), too_many);
+    std::string pieces = "([a-p][a-p])";
+    for (int i = 0; i < 128; ++i)
+        pieces += ".*" + std::to_string(i);
+    EXPECT_EQ(told(check(rules_with({pieces}))), too_many) << "256 orders of 129 pieces";
+}
+
+TEST(Rules, NamesInWhatDoesNotRead)
+{
+    for (const char *end : {R"("name")", R"("name": )", R"("name": "t)", R"("name": two)"})
+        EXPECT_EQ(shown(check(R"({"p": [{"name": "a", "id": 16777301, "rules": [{"order": "50:0",
+            "path": ["two", "a"], "rule": [{"protocol": "tcp", "port": "80"}]}]}, {"name" "b"}, )" +
+                              std::string(end)))
+                      .find("unknown-protocol"),
+                  0U)
+            << end;
 }
 
 TEST(Rules, BlanksInListsOfNumbers)

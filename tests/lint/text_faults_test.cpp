@@ -35,7 +35,8 @@ TEST(Text, WhatIsMeantIsPlain)
          {digits, digits, digits, "write '\"' in front of the text and behind it"}},
         {R"(@'name': "a", "x": {@y: 1})",
          {quotes, "write '\"' in front of the text and behind it"}},
-        {R"("name": "a", "x": @True, "y": @False, "z": @?)", {"write true", "write false", ""}},
+        {R"("name": "a", "x": @True, "y": @False, "z": @?, "w": @|x, "v": @^x)",
+         {"write true", "write false", "", "", ""}},
         {R"("name": "a" @"b": 1 @"c": 1 @"d": 1 @"e": 1 @"f": 1 @"g": 1 @"h": 1 @"i": 1 "j": 1)",
          names_t(8, comma)},
     };

@@ -239,8 +239,7 @@ void report_refused(const gathered_rules_t &gathered, const prove_compiled_t &co
     look.rule = nullptr;
     lint_report(look, FINDING_REFUSED,
                 lint_joined({"the compiler refuses all protocols together: status ",
-                             std::to_string(compiled.status), ", ",
-                             message.empty() ? "without a message" : message}),
+                             std::to_string(compiled.status), ", ", message}),
                 "");
 }
 

@@ -18,13 +18,6 @@ void split_key(lint_attribute_t &attribute)
     attribute.name = name;
 }
 
-/// The direction that an attribute is stored with: a bare one of a single direction gets it.
-csa_attr_way_t stored_way(const lint_attribute_t &attribute)
-{
-    const bool forced = attribute.written != nullptr && attribute.written_way == ATTR_WAY_BOTH;
-    return forced ? attribute.written->proper_allowed_way : attribute.written_way;
-}
-
 void resolve_attribute(const lint_config_t &config, std::string_view bottom,
                        lint_sub_rule_t &sub_rule, std::string &matched_bottom,
                        lint_attribute_t &attribute)
@@ -32,7 +25,7 @@ void resolve_attribute(const lint_config_t &config, std::string_view bottom,
     split_key(attribute);
     attribute.written = pdb_get_attr_properties(csa_str(bottom), csa_str(attribute.name));
     lint_key_t &key = attribute.matched_key;
-    key = {"", attribute.name, stored_way(attribute)};
+    key = {"", attribute.name, lint_stored_way(attribute)};
     const alias_pair_t *pair =
         matcher_alias_has_proto(config.aliases, csa_str(bottom))
             ? matcher_alias_find(config.aliases, csa_str(bottom), csa_str(attribute.name), key.way)
@@ -124,7 +117,7 @@ std::string lint_meant_order(std::string_view text)
     return lint_joined({numbers[0], ":", numbers[1]});
 }
 
-uint32_t lint_stored_way(const lint_attribute_t &attribute)
+csa_attr_way_t lint_stored_way(const lint_attribute_t &attribute)
 {
     const bool bare = attribute.written_way == ATTR_WAY_BOTH && attribute.written != nullptr;
     return bare ? attribute.written->proper_allowed_way : attribute.written_way;

@@ -21,4 +21,4 @@ std::string lint_meant_order(std::string_view text);
 
 /// Returns the direction that an attribute is stored with, before aliases: a bare one of a single
 /// direction gets it.
-uint32_t lint_stored_way(const lint_attribute_t &attribute);
+csa_attr_way_t lint_stored_way(const lint_attribute_t &attribute);

@@ -98,7 +98,7 @@ std::vector<size_t> lint_take_values(lint_build_t &build, const lint_member_t &m
 {
     std::vector<size_t> values;
     const text_token_t &first = lint_token(build, member.value);
-    if (first.kind != TEXT_ARRAY || member.row.kind != LINT_STRINGS) {
+    if (first.kind != TEXT_ARRAY) {
         if (lint_check_kind(build, member, member.value))
             values.push_back(member.value);
         return values;

@@ -191,8 +191,9 @@ bool read_protocol(lint_reader_t &reader, size_t at, size_t &next)
         return true;
     }
     const size_t failed = read ? reader.tokens.tokens.back().end : fault.offset;
-    next = bounded && failed == end ? end : recover(reader, failed);
-    if (!reader.inner.empty() && next <= failed)
+    // Tokens in front of the next inner protocol were read once: nothing but the end is missing.
+    next = bounded ? end : recover(reader, failed);
+    if (!reader.inner.empty())
         split_protocol(reader, at, next);
     else
         report_faults(reader, object, next);

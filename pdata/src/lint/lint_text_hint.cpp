@@ -41,7 +41,7 @@ std::string token_hint(std::string_view text, size_t at)
     const std::string word = word_at(text, at);
     if (word == "true" || word == "false")
         return "write " + word;
-    if (at != 0 && is_digit(text[at - 1]))
+    if (is_digit(text[at - 1])) // a brace at least stands in front
         return "write a number in digits alone";
     return "write '\"' in front of the text and behind it";
 }

@@ -125,7 +125,7 @@ void report_expression(const lint_look_t &look, std::string_view text, int code)
 bool is_bad_expression(const lint_look_t &look)
 {
     std::string_view text = csa_str_view(csa_str(look.value->decoded));
-    if (!text.empty() && text.back() == '\0')
+    if (text.ends_with('\0'))
         text.remove_suffix(1);
     rexpand_permutation_list list;
     const int code = rexpand_process(text, MATCHER_PERMUTATION_MAX, nullptr, &list);

@@ -123,7 +123,7 @@ void look_rule(const lint_look_t &look, whole_t &whole)
 
 bool is_known(const whole_t &whole, const lint_text_t &name)
 {
-    return whole.known.contains(name.decoded) || name.decoded.empty() ||
+    return whole.known.contains(name.decoded) ||
            dpi_proto_get_id_by_name(name.decoded.c_str()) != 0;
 }
 
