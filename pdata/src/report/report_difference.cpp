@@ -48,12 +48,24 @@ void put_changed_protocol(const protocol_difference_t &protocol, std::string &pa
     page += "</ul></details>\n";
 }
 
+void put_changed_aliases(const alias_difference_t &aliases, std::string &page)
+{
+    if (aliases.removed.empty() && aliases.added.empty())
+        return;
+    page += "<details class=\"changed\"><summary><b>Matcher aliases</b></summary><ul>\n";
+    for (const std::string &alias : aliases.removed)
+        html_put(page, "<li><del>{}</del>\n", html_text(alias));
+    for (const std::string &alias : aliases.added)
+        html_put(page, "<li><ins>{}</ins>\n", html_text(alias));
+    page += "</ul></details>\n";
+}
+
 } // namespace
 
 void report_difference(const pdb_difference_t &difference, std::string &page)
 {
     page += "<section id=\"difference\"><h2>Difference</h2>\n";
-    if (difference.protocols.empty()) {
+    if (difference.is_empty()) {
         page += "<p class=\"fine\">None: both say the same.</p></section>\n";
         return;
     }
@@ -62,6 +74,7 @@ void report_difference(const pdb_difference_t &difference, std::string &page)
     put_changed_totals("rules", difference.totals.rules, page);
     put_changed_totals("values", difference.totals.values, page);
     page += "</table>\n";
+    put_changed_aliases(difference.aliases, page);
     size_t shown = 0;
     for (; shown < difference.protocols.size() && shown < protocols_shown &&
            page.size() < REPORT_PAGE_MAX / 2;

@@ -21,8 +21,8 @@ void put_rule(const model_rule_t &rule, std::string &page)
 {
     html_put(page, "<li><b>{}:{}</b>", format_priority_range(rule.priority),
              format_priority_order(rule.priority));
-    for (const std::string_view name : rule.path)
-        html_put(page, "{}{}", name == rule.path.front() ? " /" : "/", html_text(name));
+    for (const std::string_view &name : rule.path)
+        html_put(page, "{}{}", &name == &rule.path.front() ? " /" : "/", html_text(name));
     for (const std::string_view word : format_scope_words(rule.scope & ~FORMAT_SCOPE_ALWAYS))
         html_put(page, " <small>{}</small>", word);
     if (rule.preempt)
