@@ -268,4 +268,12 @@ TEST(rexpand_parse, reports_missing_memory)
         [](int code) { EXPECT_EQ(code, MODULE_ERR_NO_MEMORY); });
 }
 
+TEST(rexpand_parse, refuses_more_than_its_indexes_can_name)
+{
+    rexpand_tree tree;
+    const std::string_view endless("a", size_t{1} << 31); // of which nothing is read
+    EXPECT_EQ(rexpand_parse(endless, &tree), MODULE_ERR_NO_MEMORY);
+    EXPECT_TRUE(tree.nodes.empty());
+}
+
 } // namespace

@@ -321,7 +321,8 @@ TEST(rexpand_sequence, a_number_between_a_word_and_a_repetition_is_a_prefix)
         {"a\\x41z*", 32, {"aA:p z:r1 !"}},
         {"a\\x41.+", 32, {"aA:p"}},
         {"(a)\\x41.*", 32, {"aA:p"}},
-        {"\\x41.*", 32, {"A:e"}}, // no word in front
+        {"\\x41.*", 32, {"A:e"}},     // no word in front
+        {".*a\\x41.*", 32, {"aA:r"}}, // nor the beginning
     });
 }
 
@@ -499,6 +500,24 @@ TEST(rexpand_process, reports_missing_memory)
             return rexpand_process(text, 100, nullptr, &list);
         },
         [](int code) { EXPECT_EQ(code, MODULE_ERR_NO_MEMORY); });
+}
+
+// Whatever step of a choice or a range finds that there is no more room, the expansion is refused.
+TEST(rexpand_process, is_whole_or_refused_within_any_bound)
+{
+    for (const char *expression :
+         {"x(ab|cd|ef)y", "x[b-e]y", "[a-b][a-b]", "x(a|b(c|d))?y", "(a|(b|c)(d|e))(f|g)"}) {
+        rexpand_permutation_list whole;
+        ASSERT_EQ(rexpand_process(expression, 32, nullptr, &whole), 0);
+        uint64_t bound = 0;
+        for (int code = -1; code != 0; ++bound) {
+            rexpand_permutation_list list;
+            code = rexpand_process(expression, 32, nullptr, &list, bound);
+            ASSERT_EQ(list.size(), code == 0 ? whole.size() : 0U) << expression << bound;
+            ASSERT_TRUE(code == 0 || code == MODULE_ERR_NO_MEMORY) << expression << bound;
+        }
+        EXPECT_GT(bound, whole.size());
+    }
 }
 
 } // namespace

@@ -195,13 +195,14 @@ int visit_class_node(rexpand_expander &expander, frame_t &frame)
     return expand_branches(expander, frame);
 }
 
-/// Returns the byte that an end of a range stands for, or -1 when it is more or less than one.
+/// Returns the byte that an end of a range stands for, or -1 when it is a class of bytes. Words and
+/// numbers within brackets have one byte.
 int range_end(const rexpand_tree &tree, uint32_t end)
 {
     const rexpand_node &node = tree.nodes[end];
     const bool is_literal =
         node.kind == REXPAND_AST_WORD_NODE || node.kind == REXPAND_AST_NUMBER_NODE;
-    if (!is_literal || node.length != 1)
+    if (!is_literal)
         return -1;
     return static_cast<uint8_t>(rexpand_ast_literal(tree, node).front());
 }
