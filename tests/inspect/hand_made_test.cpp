@@ -340,4 +340,35 @@ TEST(hand_made, of_too_many_texts_nothing_is_said)
     EXPECT_EQ(losses({abz, other, stream_rule("tcp", "stream", false, values)}), "");
 }
 
+TEST(hand_made, rules_of_too_many_values_are_not_compared)
+{
+    rule_model rule = port_rule();
+    const std::vector<uint8_t> whole = pdb_of({rule});
+    rule.sub_rules[0].attrs[0].values.resize(65536, {"80", 0});
+    EXPECT_EQ(compared(pdb_of({rule}), whole), "");
+    rule.sub_rules[0].attrs[0].values.emplace_back("80", 0);
+    const std::vector<uint8_t> large = pdb_of({rule});
+    EXPECT_NE(compared(large, whole).find("rule 0: more than 65536 values"), std::string::npos);
+    EXPECT_NE(compared(pdb_of({}), large).find("rule 0: more than 65536 values"),
+              std::string::npos);
+}
+
+TEST(hand_made, of_many_long_values_the_first_are_shown)
+{
+    rule_model rule = port_rule();
+    rule.sub_rules[0].attrs[0].values.assign(3000, {std::string(1000, '8'), 0});
+    const std::vector<uint8_t> before = pdb_of({port_rule()});
+    const std::vector<uint8_t> after = pdb_of({rule});
+    pdb_view_t old_view;
+    pdb_view_t new_view;
+    view_error_t error;
+    pdb_difference_t out;
+    ASSERT_TRUE(pdb_view_open(before, old_view, error) && pdb_view_open(after, new_view, error));
+    ASSERT_TRUE(pdb_difference(old_view, new_view, out, error)) << error.text;
+    const size_t nr_shown = out.protocols.at(0).rules.at(0).added.size();
+    EXPECT_GT(nr_shown, 2000U) << "2 MiB of them";
+    EXPECT_LT(nr_shown, 2100U);
+    EXPECT_EQ(out.nr_unlisted, 3000 - nr_shown);
+}
+
 } // namespace

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/random.h>
 #include <sys/stat.h>
 #include <sys/statfs.h>
 #include <sys/syscall.h>
@@ -78,6 +79,11 @@ int ftruncate(int fd, off_t size) noexcept
 {
     return static_cast<int>(
         result_of(CALL_FTRUNCATE, [&] { return syscall(SYS_ftruncate, fd, size); }));
+}
+
+ssize_t getrandom(void *into, size_t size, unsigned flags)
+{
+    return result_of(CALL_GETRANDOM, [&] { return syscall(SYS_getrandom, into, size, flags); });
 }
 
 int open(const char *name, int flags, ...)

@@ -10,6 +10,7 @@ enum call_t {
     CALL_CLOSE, ///< the descriptor is closed all the same
     CALL_FSYNC,
     CALL_FTRUNCATE,
+    CALL_GETRANDOM,
     CALL_OPEN,
     CALL_READ,
     CALL_STAT, ///< by name
