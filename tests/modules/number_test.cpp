@@ -299,21 +299,4 @@ TEST(number, reports_missing_memory)
     }
 }
 
-TEST(mapper, an_id_that_ends_nowhere_reaches_the_last_endpoint)
-{
-    struct endpoint_t {
-        number_record record;
-    };
-    const std::vector<endpoint_t> endpoints = {
-        {{{{7, NUMBER_ITEM_START}, {5, NUMBER_ITEM_START}}, 0}},
-        {{{{6, NUMBER_ITEM_END}, {9, NUMBER_ITEM_START}}, 0}},
-        {{{{5, NUMBER_ITEM_END}}, 0}},
-    };
-    std::string spans;
-    for (const number_span &span : number_find_spans(endpoints, &endpoint_t::record))
-        spans += std::to_string(span.id) + ":" + std::to_string(span.first) + "-" +
-                 std::to_string(span.last) + " ";
-    EXPECT_EQ(spans, "7:0-3 5:0-2 9:1-3 ");
-}
-
 } // namespace

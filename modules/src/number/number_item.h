@@ -54,9 +54,9 @@ struct number_span {
 };
 
 /// Finds the intervals of `endpoints` (sorted by value, `record` naming each one's), in the
-/// order of their START items. An interval whose id ends nowhere behind it reaches the last
-/// endpoint. The nearest end of the same id counts, whichever interval it belongs to: where two
-/// intervals of one id overlap, the outer one is cut short. Oddity O172.
+/// order of their START items, each of which has an END behind it. The nearest end of the same id
+/// counts, whichever interval it belongs to: where two intervals of one id overlap, the outer one
+/// is cut short. Oddity O172.
 template <typename Endpoint>
 std::vector<number_span> number_find_spans(const std::vector<Endpoint> &endpoints,
                                            number_record Endpoint::*record)
@@ -73,9 +73,9 @@ std::vector<number_span> number_find_spans(const std::vector<Endpoint> &endpoint
         for (const number_item &item : (endpoints[at].*record).items) {
             if (item.type != NUMBER_ITEM_START)
                 continue;
+            // Its own end lies behind it, so that there is one.
             const auto end = std::upper_bound(ends.begin(), ends.end(), std::pair(item.id, at));
-            const bool found = end != ends.end() && end->first == item.id;
-            spans.push_back({item.id, at, found ? end->second : count});
+            spans.push_back({item.id, at, end->second});
         }
     }
     return spans;

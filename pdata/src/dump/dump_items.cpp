@@ -40,7 +40,7 @@ void put_word(item_walk_t &items, const char *name, dump_words_t &words)
 void put_mindata(item_walk_t &items)
 {
     const bool wide = items.layout == VIEW_ITEMS_WIDE_MINDATA;
-    if (items.layout == VIEW_ITEMS_PLAIN || items.left() == 0 ||
+    if (items.layout == VIEW_ITEMS_PLAIN ||
         (items.word() & PATTERN_MINDATA_MARK) != PATTERN_MINDATA_MARK)
         return;
     dump_words_t mark;

@@ -5,6 +5,7 @@
 /// format_word_of(FIELD_PROTO_META_max_trans) is the word of the record that holds it.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -74,13 +75,10 @@ inline constexpr format_field_t format_fields[] = {
 /// The fields of one record kind, in the order in which they stand; none for other contents.
 constexpr std::span<const format_field_t> format_fields_of(format_kind_t kind)
 {
-    size_t first = 0;
-    while (first < FIELD_NONE && format_fields[first].record != kind)
-        ++first;
-    size_t end = first;
-    while (end < FIELD_NONE && format_fields[end].record == kind)
-        ++end;
-    return {format_fields + first, end - first};
+    const auto is_of_kind = [kind](const format_field_t &field) { return field.record == kind; };
+    const format_field_t *end = format_fields + FIELD_NONE;
+    const format_field_t *first = std::find_if(format_fields, end, is_of_kind);
+    return {first, std::find_if_not(first, end, is_of_kind)};
 }
 
 /// Returns the byte at which a field of fixed place stands in the value of its record, or in its

@@ -66,8 +66,7 @@ void json_err_concat(const char *format, ...)
     va_start(args, format);
     const int printed = std::vsnprintf(err + err_len, sizeof(err) - err_len, format, args);
     va_end(args);
-    if (printed > 0)
-        err_len = std::min(err_len + static_cast<uint32_t>(printed), JSON_ERR_MAX);
+    err_len = std::min(err_len + static_cast<uint32_t>(std::max(printed, 0)), JSON_ERR_MAX);
 }
 
 int json_err_printed_len(uint32_t len)

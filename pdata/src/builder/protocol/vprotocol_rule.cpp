@@ -143,9 +143,11 @@ pdata_status_t convert_sub_rule(const protocol_t &protocol, uint32_t rule_index,
     return convert_rule_keys(protocol, rule, sub_index, pb, n_rule);
 }
 
-bool same_key(const json_string_t *a, const json_string_t *b)
+/// Tells whether an attribute has the name of the one before it, which has one.
+bool same_key(const json_string_t *name, const json_string_t *before)
 {
-    return a == b || (a != nullptr && b != nullptr && json_string_view(*a) == json_string_view(*b));
+    return name == before ||
+           (name != nullptr && json_string_view(*name) == json_string_view(*before));
 }
 
 } // namespace

@@ -38,7 +38,8 @@ std::string folder_of(const std::string &name)
 bool is_of_process(const std::string &name)
 {
     struct statfs fs;
-    return statfs(folder_of(name).c_str(), &fs) == 0 && fs.f_type == PROC_SUPER_MAGIC;
+    const std::string folder = folder_of(name);
+    return statfs(folder.c_str(), &fs) == 0 && fs.f_type == PROC_SUPER_MAGIC;
 }
 
 /// Returns the name behind the symbolic links of the last component; empty behind a link that
