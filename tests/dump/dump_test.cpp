@@ -185,7 +185,7 @@ TEST(Dump, FindsSectionsByName)
     EXPECT_EQ(kind, FORMAT_PROTO_META);
     EXPECT_FALSE(dump_section_find("proto", kind) && kind != FORMAT_PROTO);
     EXPECT_FALSE(dump_section_find("META", kind));
-    EXPECT_FALSE(dump_section_find("proto{", kind));
+    EXPECT_FALSE(dump_section_find("{AGS", kind));
     EXPECT_FALSE(dump_section_find("", kind));
 }
 
@@ -292,6 +292,9 @@ TEST(Dump, SaysWhichMinimumARecordHas)
               "+4 .......record 0 count|0\n"
               "+4 .......record 2 minimum|0xfffe0007|at least 7 bytes\n"
               "+4 .......record 2 count|0\n");
+    EXPECT_EQ(tree_items({5, 0}), "+8 ......RADIX_ITEMS|type 30, 8 bytes|item records\n"
+                                  "+4 .......record 0 count|5|1 words are left\n"
+                                  "+4 .......rest|no record begins here\n");
     EXPECT_EQ(tree_items({0xFFFE0007}), "+8 ......RADIX_ITEMS|type 30, 4 bytes|item records\n"
                                         "+4 .......record 0 minimum|0xfffe0007|at least 7 bytes\n");
 }

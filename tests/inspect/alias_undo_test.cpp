@@ -56,6 +56,9 @@ TEST(alias_undo, a_reference_was_its_alias)
     EXPECT_EQ(undone(aliases, sub_rule_of("http", {{"server", ATTR_WAY_CTS}})),
               "as stored: server cts ")
         << "it would have been an alias";
+    EXPECT_EQ(
+        undone(aliases, sub_rule_of("http", {{"server", ATTR_WAY_CTS}, {"uri", ATTR_WAY_CTS}})),
+        "as stored: server cts uri cts ");
 }
 
 TEST(alias_undo, minimum_data_moves_to_the_direction_of_the_reference)

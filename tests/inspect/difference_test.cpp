@@ -171,6 +171,20 @@ TEST(value_forms, of_texts_that_prove_nothing_are_the_texts)
     EXPECT_EQ(value_form("tcp", "stream", false, longest + "8"), "t" + longest + "8");
 }
 
+TEST_F(difference, a_value_that_came_is_one_that_no_other_lacks)
+{
+    const auto text = [](const char *ports) {
+        return std::string(R"({"p": [{"name": "a", "id": 1, "rules": [{"order": "1:1",
+            "rule": [{"protocol": "tcp", "port": )") +
+               ports + "}]}]}]}";
+    };
+    const pdb_difference_t came = compare(text(R"("80")"), text(R"(["80", "81"])"));
+    ASSERT_EQ(came.protocols.at(0).rules.size(), 1U);
+    EXPECT_TRUE(came.protocols[0].rules[0].fields.empty());
+    EXPECT_TRUE(came.protocols[0].rules[0].removed.empty());
+    EXPECT_EQ(came.protocols[0].rules[0].added.size(), 1U);
+}
+
 /// An order that is left out is made of the lengths of texts: a text of another length is another.
 TEST_F(difference, equal_forms_are_no_difference_where_the_order_is_written)
 {

@@ -272,6 +272,14 @@ TEST(pattern_info, what_was_not_noted_is_read_from_the_description)
     EXPECT_EQ(info.info.priority, 0x203U);
     EXPECT_EQ(info.get(ATTR_WAY_CTS, MINDATA_NOT_MANDATORY, 0, 2),
               OUTCOME_INVALID_ARGUMENT ": Cannot get rule desc at index 2 for proto id 42");
+    info_t none(rule_of({with_mindata(0, 0), with_mindata(0, 0)}));
+    none.build.pdb_build_facts.ranges.clear();
+    EXPECT_EQ(none.get(), "0");
+    EXPECT_EQ(none.info.mindata, 0U);
+    for (size_t at = 0; at + 4 <= none.group.group.size(); at += 4) // the metas of its sub-rules
+        if (tlv_get(&none.group.group[at]) == tlv_header(TLV_TYPE_PROTO_SUB_RULE_META_V2, 4))
+            tlv_set(&none.group.group[at], tlv_header(TLV_TYPE_PROTO_SUB_RULE_META_V2, 3));
+    EXPECT_EQ(none.get(), OUTCOME_INVALID_ARGUMENT ": Len mismatch, cannot serialize");
 }
 
 /// Sets a word of every attribute record of four words, counted from its header.

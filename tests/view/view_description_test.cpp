@@ -5,6 +5,7 @@
 #include <set>
 #include <string>
 
+#include "format_types.h"
 #include "words.h"
 
 namespace
@@ -347,6 +348,12 @@ TEST_F(ViewDescription, RefusesAnAreaThatEndsWithinAWord)
         EXPECT_FALSE(view_protocol_open({more.data(), more.size(), 0}, protocol, error));
         EXPECT_EQ(error.fault, VIEW_CUT);
         EXPECT_EQ(error.offset, whole.size());
+        const view_record_t rule_record = {
+            TLV_TYPE_PROTO_RULE, 0, 0, {more.data() + whole.size(), extra, whole.size()}};
+        view_rule_t rule;
+        size_t at;
+        EXPECT_EQ(view_rule_read(rule_record, rule, &at), VIEW_CUT);
+        EXPECT_EQ(at, whole.size());
     }
 }
 
