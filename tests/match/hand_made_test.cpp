@@ -6,17 +6,10 @@
 #include <array>
 #include <string>
 
-#include "pdata.hpp"
-#include "view_sections.h"
+#include "hand_made.h"
 
 namespace
 {
-
-pdata::database opened(const parts_t &parts, uint32_t flags = 0)
-{
-    const std::vector<uint8_t> bytes = pdb_of(parts);
-    return pdata::database::open_memory(bytes.data(), bytes.size(), PDATA_OPEN_COPY | flags);
-}
 
 TEST(hand_made, is_described)
 {
@@ -93,28 +86,11 @@ TEST(hand_made, patterns_at_offsets_are_found)
     }
 }
 
-/// Where the findings of a value begin and end.
-std::string pieces_of(std::string_view value)
-{
-    const pdata::database db = opened(offset_parts());
-    pdata::flow flow(db, PDATA_FLOW_EXPLAIN);
-    flow.add(db.attribute("tcp", "host", PDATA_STC), value);
-    std::string text;
-    for (size_t i = 0; i < pdata_flow_nr_finding(flow.get()); ++i) {
-        pdata_finding finding;
-        EXPECT_EQ(pdata_flow_finding_at(flow.get(), i, &finding), PDATA_R_OK);
-        EXPECT_EQ(finding.nr_piece, 1u);
-        text += std::to_string(finding.item) + " at " + std::to_string(finding.piece[0].begin) +
-                "-" + std::to_string(finding.piece[0].end) + "; ";
-    }
-    return text;
-}
-
 TEST(hand_made, pieces_begin_behind_the_bytes_that_may_be_any)
 {
-    EXPECT_EQ(pieces_of("xb"), "1 at 0-2; 1 at 1-2; ") << "by both patterns";
-    EXPECT_EQ(pieces_of("ab"), "1 at 1-2; ");
-    EXPECT_EQ(pieces_of("aayyz"), "2 at 3-5; ");
+    EXPECT_EQ(pieces_of(offset_parts(), "xb"), "1 at 0-2; 1 at 1-2; ") << "by both patterns";
+    EXPECT_EQ(pieces_of(offset_parts(), "ab"), "1 at 1-2; ");
+    EXPECT_EQ(pieces_of(offset_parts(), "aayyz"), "2 at 3-5; ");
 }
 
 TEST(hand_made, a_piece_without_its_others_is_passed_over)

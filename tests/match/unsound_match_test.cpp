@@ -6,20 +6,13 @@
 #include <array>
 #include <string>
 
-#include "pdata.hpp"
+#include "hand_made.h"
 #include "view_described.h"
-#include "view_sections.h"
 
 namespace
 {
 
 using ids_t = std::vector<uint32_t>;
-
-pdata::database opened(const parts_t &parts, uint32_t flags = 0)
-{
-    const std::vector<uint8_t> bytes = pdb_of(parts);
-    return pdata::database::open_memory(bytes.data(), bytes.size(), PDATA_OPEN_COPY | flags);
-}
 
 /// Opens a pdb that is refused; returns why.
 std::string refusal(const parts_t &parts, uint32_t flags = 0)
@@ -195,22 +188,6 @@ TEST(unsound_match, a_value_that_is_no_expression_is_counted_and_never_found)
     EXPECT_EQ(info.nr_check, 1u);
     EXPECT_EQ(info.nr_check_refused, 1u);
     EXPECT_EQ(find(db, "a").items, ids_t{});
-}
-
-/// Where the findings of a value begin and end.
-std::string pieces_of(const parts_t &parts, std::string_view value)
-{
-    const pdata::database db = opened(parts);
-    pdata::flow flow(db, PDATA_FLOW_EXPLAIN);
-    flow.add(db.attribute("tcp", "host", PDATA_STC), value);
-    std::string text;
-    for (size_t i = 0; i < pdata_flow_nr_finding(flow.get()); ++i) {
-        pdata_finding finding;
-        EXPECT_EQ(pdata_flow_finding_at(flow.get(), i, &finding), PDATA_R_OK);
-        text += std::to_string(finding.item) + " at " + std::to_string(finding.piece[0].begin) +
-                "-" + std::to_string(finding.piece[0].end) + "; ";
-    }
-    return text;
 }
 
 parts_t with_offsets(const word_list &states, const word_list &items)
