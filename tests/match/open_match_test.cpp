@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "failing_call.h"
 #include "pdata.hpp"
 #include "words.h"
 #include "work_folder.h"
@@ -48,6 +49,14 @@ TEST_F(open_match, a_file_larger_than_the_address_space_is_told)
     unlink(name);
     EXPECT_EQ(failure.result, PDATA_R_FILE);
     EXPECT_EQ(failure.system, ENOMEM);
+}
+
+TEST_F(open_match, a_file_that_tells_nothing_of_itself_is_told)
+{
+    const failing_call failing(CALL_FSTAT, EIO);
+    const pdata_failure failure = failure_of(LOADABLE_PDB);
+    EXPECT_EQ(failure.result, PDATA_R_FILE);
+    EXPECT_EQ(failure.system, EIO);
 }
 
 volatile sig_atomic_t nr_signal = 0;

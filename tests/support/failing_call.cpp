@@ -2,6 +2,8 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/mman.h>
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <sys/statfs.h>
@@ -70,6 +72,22 @@ int close(int fd)
     return static_cast<int>(result_of(CALL_CLOSE, [&] { return long{done}; }));
 }
 
+int fcntl(int fd, int command, ...)
+{
+    va_list arguments;
+    va_start(arguments, command);
+    const long argument = va_arg(arguments, long);
+    va_end(arguments);
+    return static_cast<int>(
+        result_of(CALL_FCNTL, [&] { return syscall(SYS_fcntl, fd, command, argument); }));
+}
+
+int fstat(int fd, struct stat *into) noexcept
+{
+    return static_cast<int>(
+        result_of(CALL_FSTAT, [&] { return long{fstatat(fd, "", into, AT_EMPTY_PATH)}; }));
+}
+
 int fsync(int fd)
 {
     return static_cast<int>(result_of(CALL_FSYNC, [&] { return syscall(SYS_fsync, fd); }));
@@ -86,6 +104,12 @@ ssize_t getrandom(void *into, size_t size, unsigned flags)
     return result_of(CALL_GETRANDOM, [&] { return syscall(SYS_getrandom, into, size, flags); });
 }
 
+int memfd_create(const char *name, unsigned flags) noexcept
+{
+    return static_cast<int>(
+        result_of(CALL_MEMFD, [&] { return syscall(SYS_memfd_create, name, flags); }));
+}
+
 int open(const char *name, int flags, ...)
 {
     va_list arguments;
@@ -94,6 +118,17 @@ int open(const char *name, int flags, ...)
     va_end(arguments);
     return static_cast<int>(
         result_of(CALL_OPEN, [&] { return syscall(SYS_openat, AT_FDCWD, name, flags, mode); }));
+}
+
+int pipe2(int *ends, int flags) noexcept
+{
+    return static_cast<int>(result_of(CALL_PIPE, [&] { return syscall(SYS_pipe2, ends, flags); }));
+}
+
+int poll(struct pollfd *files, nfds_t nr, int timeout)
+{
+    return static_cast<int>(
+        result_of(CALL_POLL, [&] { return syscall(SYS_poll, files, nr, timeout); }));
 }
 
 ssize_t read(int fd, void *into, size_t size)
@@ -117,6 +152,12 @@ int unlink(const char *name) noexcept
 {
     return static_cast<int>(
         result_of(CALL_UNLINK, [&] { return long{unlinkat(AT_FDCWD, name, 0)}; }));
+}
+
+pid_t waitpid(pid_t pid, int *status, int options)
+{
+    return static_cast<pid_t>(
+        result_of(CALL_WAIT, [&] { return syscall(SYS_wait4, pid, status, options, nullptr); }));
 }
 
 ssize_t write(int fd, const void *from, size_t size)

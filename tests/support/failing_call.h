@@ -8,14 +8,20 @@
 
 enum call_t {
     CALL_CLOSE, ///< the descriptor is closed all the same
+    CALL_FCNTL,
+    CALL_FSTAT,
     CALL_FSYNC,
     CALL_FTRUNCATE,
     CALL_GETRANDOM,
+    CALL_MEMFD, ///< a file in memory
     CALL_OPEN,
+    CALL_PIPE,
+    CALL_POLL,
     CALL_READ,
     CALL_STAT, ///< by name
     CALL_STATFS,
     CALL_UNLINK,
+    CALL_WAIT,
     CALL_WRITE,
 };
 
