@@ -188,6 +188,14 @@ TEST(pdb_attr_properties, the_engine_combinations_have_their_numbers)
     EXPECT_EQ(PATTERN_ALGO_OFFSET_V3, 48);
 }
 
+TEST(pdb_attr_properties, numbers_have_transformers)
+{
+    for (const pdb_attr_properties_t &row : pdb_attr_properties_table())
+        if (row.proper_type != MATCHER_TYPE_STREAM && row.proper_proto != nullptr) {
+            EXPECT_NE(row.proper_ftrans, nullptr) << row.proper_proto << ':' << row.proper_attr;
+        }
+}
+
 TEST(pdb_attr_properties, directions_have_words)
 {
     EXPECT_STREQ(attr_way2str(0), "unknown");

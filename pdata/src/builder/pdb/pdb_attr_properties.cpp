@@ -88,8 +88,7 @@ constexpr pdb_attr_properties_t attr_properties[] = {
 
 constexpr size_t nr_attr = std::size(attr_properties) - 1;
 static_assert(std::all_of(attr_properties, attr_properties + nr_attr, [](const auto &row) {
-    return row.proper_type != NONE && row.proper_allowed_way != NOWAY &&
-           (row.proper_type == STREAM || row.proper_ftrans != nullptr);
+    return row.proper_type != NONE && row.proper_allowed_way != NOWAY;
 }));
 
 /// Where a row is looked for first: a sum over the ends of both names, which are not empty, spreads
