@@ -73,7 +73,8 @@ void loadable_prepare(loadable_t &loadable)
 std::string_view loadable_rule_protocol(const loadable_t &loadable, pdata_rule rule)
 {
     pdata_rule_info info = {};
-    if (pdata_db_rule(loadable.db.get(), rule, &info) == PDATA_R_OK && info.nr_path != 0)
+    (void)pdata_db_rule(loadable.db.get(), rule, &info); // it is one of the pdb
+    if (info.nr_path != 0)
         return loadable_text(
             pdata_db_protocol_name(loadable.db.get(), info.path[info.nr_path - 1]));
     const std::vector<pdata_item> &items = loadable.rule_items[rule];

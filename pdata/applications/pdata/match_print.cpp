@@ -48,20 +48,10 @@ std::string place_text(const pdata_finding &finding)
     return text;
 }
 
-const char *reason_text(pdata_outcome outcome)
-{
-    switch (outcome) {
-    case PDATA_NOT_ADMITTED:
-        return "its rule does not admit the protocol of that value";
-    case PDATA_CHECK_FAILED:
-        return "its pieces are there, but the whole does not match";
-    case PDATA_CHECK_WAITS:
-        return "its pieces are there, and more data may follow";
-    case PDATA_COUNTED:
-        break;
-    }
-    return "it counts";
-}
+/// Why a value does not count, by pdata_outcome.
+constexpr std::array reason_texts = {"", "", "its rule does not admit the protocol of that value",
+                                     "its pieces are there, but the whole does not match",
+                                     "its pieces are there, and more data may follow"};
 
 /// Names the rule in its protocol's description, where that is known.
 std::string rule_text(const fired_rule_t &rule)
@@ -168,7 +158,7 @@ std::string match_near_text(const loadable_t &loadable, const fired_rule_t &rule
 std::string match_failed_text(const match_item_t &item)
 {
     return fmt::format("met {} {}: {}", value_text(item), place_text(item.finding),
-                       reason_text(item.finding.outcome));
+                       reason_texts[item.finding.outcome]);
 }
 
 std::string match_nearest(const loadable_t &loadable, const match_answer_t &answer,

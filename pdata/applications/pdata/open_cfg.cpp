@@ -12,20 +12,19 @@ open_cfg_t::~open_cfg_t()
 bool open_cfg(console_t &console, const std::string &path, open_cfg_t &opened)
 {
     opened.cfg = pdata_cfg_get(nullptr);
-    for (pdata_cfg_meta_t &meta : opened.cfg->meta) {
-        if (meta.meta == PDATA_META_END)
-            break;
-        const std::string name = std::string(meta.name) + ".json";
+    for (pdata_cfg_meta_t *meta = std::begin(opened.cfg->meta); meta->meta != PDATA_META_END;
+         ++meta) {
+        const std::string name = std::string(meta->name) + ".json";
         if (path.empty()) {
             const std::string_view text = pdata_cfg_builtin(name);
-            meta.json.emplace(text.begin(), text.end());
+            meta->json.emplace(text.begin(), text.end());
             continue;
         }
         input_file_t file;
         if (!open_file(console, opened.files.emplace_back(path + '/' + name), file))
             return false;
         const std::span<const uint8_t> bytes = input_file_bytes(file);
-        meta.json.emplace(bytes.begin(), bytes.end());
+        meta->json.emplace(bytes.begin(), bytes.end());
     }
     return true;
 }
