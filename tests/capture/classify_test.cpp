@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "classify.h"
+#include "failing_alloc.h"
 #include "flow_replay.h"
 #include "view_sections.h"
 
@@ -107,6 +108,22 @@ flow_replay_t replayed(const parts_t &before, const parts_t &after,
     for (size_t i = 0; i < lines.size(); ++i)
         EXPECT_TRUE(flow_replay_line(replay, lines[i], std::to_string(i + 1), error)) << lines[i];
     return replay;
+}
+
+TEST(flow_replay, both_runners_need_memory)
+{
+    const database_t db = opened(pdb_of(any_host()));
+    size_t failures = 0;
+    failing_alloc_sweep(
+        [&] {
+            flow_replay_t replay;
+            return static_cast<int>(flow_replay_open(db.get(), db.get(), replay));
+        },
+        [&](int result) {
+            EXPECT_EQ(result, PDATA_R_MEMORY);
+            ++failures;
+        });
+    EXPECT_GT(failures, 10u);
 }
 
 TEST(flow_replay, a_rule_without_a_path_is_unknown)

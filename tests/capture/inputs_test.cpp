@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "capture_inputs.h"
+#include "failing_alloc.h"
 
 namespace
 {
@@ -122,6 +123,37 @@ TEST(capture_inputs_test, flows_come_in_the_order_of_the_inputs_whatever_the_thr
     static_assert(3 + 8500 + 8000 > CAPTURE_AHEAD);
     for (const size_t jobs : {1U, 2U, 5U})
         EXPECT_EQ(run(captures, jobs, jobs == 2 ? CAPTURE_AHEAD : 0), expected) << jobs;
+}
+
+/// Whichever thread memory runs out in, it is told, and nobody waits for ever. There is no tshark.
+TEST(capture_inputs_test, memory_that_runs_out_in_a_thread_is_told)
+{
+    captures_t captures;
+    captures.add(1);
+    captures.add_text("a line\n");
+    const std::string path = std::getenv("PATH");
+    setenv("PATH", captures.folder.c_str(), 1);
+    size_t failures = 0;
+    for (size_t nth = 1; nth < 3000; nth += 1 + nth / 8) {
+        bool told = false;
+        failing_alloc_arm(nth);
+        try {
+            capture_setup_t setup;
+            capture_inputs_t inputs(setup);
+            capture_inputs_open(inputs, captures.paths, 2);
+            for (size_t i = 0; i < captures.paths.size(); ++i) {
+                capture_input_t &input = capture_inputs_begin(inputs, i);
+                if (input.is_capture)
+                    capture_inputs_take(inputs, input, [](flow_record_t &) {});
+            }
+        } catch (const std::bad_alloc &) {
+            told = true;
+        }
+        EXPECT_EQ(failing_alloc_disarm(), told) << nth;
+        failures += told ? 1 : 0;
+    }
+    setenv("PATH", path.c_str(), 1);
+    EXPECT_GT(failures, 20u);
 }
 
 TEST(capture_inputs_test, threads_end_when_nobody_takes_their_flows)

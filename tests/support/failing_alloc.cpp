@@ -7,12 +7,16 @@
 namespace
 {
 
-size_t countdown = 0; ///< 0: nothing fails
-bool happened = false;
+std::atomic<size_t> countdown = 0; ///< 0: nothing fails
+std::atomic<bool> happened = false;
 
+/// Counts an allocation, of whatever thread.
 bool fails_now()
 {
-    if (countdown == 0 || --countdown != 0)
+    size_t left = countdown;
+    while (left != 0 && !countdown.compare_exchange_weak(left, left - 1))
+        ;
+    if (left != 1)
         return false;
     happened = true;
     return true;
