@@ -217,7 +217,7 @@ int expand_range(rexpand_expander &expander, const context_t &context, int low, 
                             : rexpand_permutation_copy(permutations, context.permutation_list, nb,
                                                        original, expander.budget);
     context_t step = context;
-    for (int byte = low; byte <= high && error == MODULE_SUCCESS; ++byte) {
+    for (int byte = low; error == MODULE_SUCCESS; ++byte) { // up to high
         const char c = static_cast<char>(byte);
         error = append(expander, step, {&c, 1});
         if (error != MODULE_SUCCESS || byte == high)

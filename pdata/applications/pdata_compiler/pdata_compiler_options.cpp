@@ -211,11 +211,9 @@ pdata_status_t take_option(int row, const char *argument, const char *progname,
     case OPTION_HELP:
         usage(progname);
         end_process(0);
-    case '?':
+    default: // an unknown option, or one without its argument
         usage(progname);
         end_process(1);
-    default:
-        break;
     }
     return taken ? PDATA_SUCCESS : PDATA_ERR_INVALID_OPERATION;
 }
