@@ -68,8 +68,9 @@ TEST(Text, CommentsOfEveryKindAreReadOver)
 
 TEST(Text, NothingIsAText)
 {
-    for (const std::string_view text : {"", " ", "{", "[", "\"", "{\"p", "{\"p\\", "{\"p\"",
-                                        "{\"p\":", "{\"p\": [", "]", "{\"p\": [x"}) {
+    for (const std::string_view text :
+         {"", " ", "{", "[", "\"", "{\"p", "{\"p\\", "{\"p\"", "{\"p\":", "{\"p\": [", "]",
+          "{\"p\": [x", "{\"p\": [{\"name\": ab"}) {
         const reading_t reading = read(text);
         EXPECT_TRUE(reading.protocols.empty()) << text;
         EXPECT_EQ(reading.findings.size(), 1U) << text;

@@ -3,8 +3,10 @@
 #include <optional>
 #include <string>
 
+#include "csa_types.h"
 #include "failing_alloc.h"
 #include "prove_compile.h"
+#include "prove_rule.h"
 
 namespace
 {
@@ -46,6 +48,40 @@ TEST(prove_memory, that_runs_out_is_never_a_status)
             << "allocation " << nth << " ends with " << compiled->status;
     }
     EXPECT_GT(nth, 100u);
+}
+
+TEST(prove_memory, that_runs_out_is_never_a_verdict)
+{
+    const prove_value_t text = {"http", "server", "(b|c)d.*e"};
+    const prove_value_t ports = {"tcp", "port", "7-9"};
+    const std::vector<uint8_t> pdb = prove_compile(DESCRIPTION, prove_least_configuration()).bytes;
+    const prove_rule_t rule = {"a",
+                               0,
+                               {{text, "http", "server", ATTR_WAY_CTS, {"bde", {}}, true},
+                                {ports, "tcp", "port", ATTR_WAY_BOTH, {"", {0, 7}}, true}}};
+    const auto ends_well = [](auto &&prove) {
+        size_t runs = 0;
+        failing_alloc_sweep(
+            [&] {
+                try {
+                    return prove() ? 0 : 1;
+                } catch (const std::bad_alloc &) {
+                    return 2;
+                }
+            },
+            [&](int outcome) {
+                ++runs; // what sorts can do with less is whole
+                EXPECT_NE(outcome, 1) << "allocation " << runs;
+            });
+        EXPECT_TRUE(prove());
+        EXPECT_GT(runs, 20u);
+    };
+    ends_well([&] { return prove_value(text).outcome == PROVE_WHOLE_VALUE; });
+    ends_well([&] { return prove_rules(pdb, {&rule, 1})[0].outcome == PROVE_RULE_WINS; });
+    ends_well([&] {
+        const prove_value_t values[] = {ports, {"tcp", "port", "8-10"}};
+        return prove_values(values)[1].outcome == PROVE_WHOLE_VALUE;
+    });
 }
 
 TEST(prove_memory, what_is_too_costly_has_the_status_of_no_memory)

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "csa_types.h"
 #include "prove_catalog.h"
 #include "prove_compile.h"
@@ -170,13 +172,41 @@ TEST(prove_rule, rules_that_all_samples_lead_to_end_the_work)
     std::string rules;
     std::vector<std::string> values;
     for (uint32_t i = 0; i < 1100; ++i)
-        values.push_back(".*a.*b" + std::to_string(i) + "?.*");
+        values.push_back(".*a.*b(" + std::to_string(i) + ")?.*");
     for (uint32_t i = 0; i < values.size(); ++i)
         rules += (i == 0 ? "" : ",") + uri_rule("50:" + std::to_string(i + 1), values[i]);
     tried_rules_t tried(protocol_text("one", rules));
-    for (uint32_t i = 0; i < values.size(); ++i)
-        tried.add("one", i, {item("http", "uri_decoded", values[i])});
-    EXPECT_EQ(prove_rules(tried.pdb, tried.rules).size(), values.size());
+    for (uint32_t i = 0; i < values.size(); ++i) {
+        prove_item_t one = item("http", "uri_decoded", "");
+        one.value.text = values[i];
+        one.known.bytes = "ab";
+        tried.add("one", i, {one});
+    }
+    const std::vector<prove_rule_verdict_t> verdicts = prove_rules(tried.pdb, tried.rules);
+    EXPECT_EQ(verdicts.front().outcome, PROVE_RULE_WINS);
+    EXPECT_EQ(verdicts[1].outcome, PROVE_RULE_WINS) << "it says the same as what goes before";
+    EXPECT_EQ(verdicts.back().outcome, PROVE_RULE_UNKNOWN);
+}
+
+TEST(prove_rule, a_rule_for_all_scopes_reaches_as_far_as_any)
+{
+    tried_rules_t tried(protocol_text("one", uri_rule("50:1", "a.*", R"("scope":["all"],)")) + "," +
+                        protocol_text("two", uri_rule("50:2", "ab.*", R"("scope":["quic"],)")));
+    tried.add("two", 0, {item("http", "uri_decoded", "ab.*")});
+    EXPECT_EQ(tried.told(), "shadowed by one/0");
+}
+
+// A pdb whose descriptions somebody changed: its matchers are those of others.
+TEST(prove_rule, of_another_description_nothing_is_known)
+{
+    tried_rules_t tried(protocol_text("one", uri_rule("50:1", "a.*")));
+    tried.add("one", 0, {item("http", "uri_decoded", "a.*")});
+    EXPECT_EQ(tried.told(), "wins");
+    const std::string name = "uri_decoded";
+    const auto at = std::search(tried.pdb.begin(), tried.pdb.end(), name.begin(), name.end());
+    ASSERT_NE(at, tried.pdb.end());
+    *at = 'U';
+    EXPECT_EQ(tried.told(), "unknown");
 }
 
 TEST(prove_catalog, values_that_are_tried_on_all_data_cost)

@@ -104,6 +104,21 @@ TEST(prove_value, alike_texts_of_other_offsets_are_other_values)
     EXPECT_EQ(all, "whole,whole,whole,dead ,dead ,");
 }
 
+// Ways that are left out for want of room, or all samples shorter than what counts.
+TEST(prove_value, minimum_data_of_what_is_not_looked_at_as_a_whole)
+{
+    std::string optional;
+    for (uint32_t i = 0; i < 20000; ++i)
+        optional += "a?";
+    EXPECT_EQ(told(prove_value({"tcp", "stream", optional, 0, 30000})), "whole?");
+    EXPECT_EQ(told(prove_value({"tcp", "stream", "(ab|c)(ab|c)(ab|c)(ab|c)", 0, 8})), "whole");
+    // More parts of rows than are spelled out, the last of them a range.
+    std::string parts = "(a|b)(c|d)(e|f)";
+    for (uint32_t i = 0; i < 63; ++i)
+        parts += ".x";
+    EXPECT_EQ(proved("uri_decoded", parts + "[b-c]"), "whole");
+}
+
 TEST(prove_value, what_nobody_can_decide)
 {
     // A text of 65536 bytes is stored as none.
@@ -124,11 +139,12 @@ TEST(prove_case, of_answers_that_agree_or_do_not)
     const pdb_attr_properties_t *text = pdb_get_attr_properties(csa_str(std::string_view("http")),
                                                                 csa_str(std::string_view("uri")));
     const auto verdict = [&](const prove_comparison_t &comparison, std::vector<uint8_t> found,
-                             bool lost_is_found) {
+                             bool lost_is_found, bool is_literal = false) {
         prove_case_t at;
         at.properties = text;
         at.comparison = comparison;
         at.lost_is_found = lost_is_found;
+        at.is_literal = is_literal;
         at.is_found = std::move(found);
         for (size_t i = 0; i < at.is_found.size(); ++i)
             at.samples.push_back(std::string(3 - i, 's'));
@@ -149,6 +165,9 @@ TEST(prove_case, of_answers_that_agree_or_do_not)
     EXPECT_EQ(verdict(open, {1, 1}, false), "lossy l?");
     EXPECT_EQ(verdict({}, {1, 0}, false), "lossy ss?") << "the sample that is not found";
     EXPECT_EQ(verdict({}, {}, false), "whole?");
+    EXPECT_EQ(verdict({}, {}, false, true), "whole?") << "its one text is too long for a sample";
+    EXPECT_EQ(verdict({}, {0}, false, true), "dead sss?");
+    EXPECT_EQ(verdict({}, {1}, false, true), "whole?");
 }
 
 TEST(prove_value, of_what_is_too_large_samples_decide)

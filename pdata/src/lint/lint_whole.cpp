@@ -113,10 +113,10 @@ void look_rule(const lint_look_t &look, whole_t &whole)
     const bool own = other->second.protocol->name->decoded == look.protocol->name->decoded;
     if (own && other->second.place.file != here.place.file)
         return; // a merge takes the later one
-    relate(lint_report(look, FINDING_DUPLICATE_RULE,
-                       own ? std::string("another rule of the protocol asks for the same")
-                           : "a rule of " + lint_quoted(other->second.protocol->name->raw) +
-                                 " asks for the same",
+    std::string whose = "another rule of the protocol";
+    if (!own)
+        whose = "a rule of " + lint_quoted(other->second.protocol->name->raw);
+    relate(lint_report(look, FINDING_DUPLICATE_RULE, whose + " asks for the same",
                        "leave one of them out"),
            other->second);
 }

@@ -106,8 +106,7 @@ bool prove_node_set(const rexpand_tree &tree, uint32_t index, bool icase, prove_
         return true;
     case REXPAND_AST_WORD_NODE:
     case REXPAND_AST_NUMBER_NODE:
-        if (literal_of(tree, index).size() == 1)
-            set = prove_byte_set(static_cast<uint8_t>(literal_of(tree, index)[0]), icase);
+        set = prove_byte_set(static_cast<uint8_t>(literal_of(tree, index)[0]), icase);
         return literal_of(tree, index).size() == 1;
     default:
         return false;

@@ -75,7 +75,8 @@ void try_case(prove_batch_t &batch, size_t index, prove_case_t &at)
         part.is_found = true;
         for (const prove_number_t &number :
              {part.range.from, prove_range_middle(part.range), part.range.to})
-            part.is_found = prove_batch_finds(batch, index, number) && part.is_found;
+            if (!prove_batch_finds(batch, index, number))
+                part.is_found = false;
     }
 }
 
