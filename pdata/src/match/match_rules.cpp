@@ -107,7 +107,7 @@ pdata_protocol match_protocol_of(const pdata_db &db, uint32_t cell)
 {
     const auto found =
         std::ranges::lower_bound(db.cells, cell, {}, &std::pair<uint32_t, pdata_protocol>::first);
-    return found == db.cells.end() || found->first != cell ? 0 : found->second;
+    return found == db.cells.end() ? 0 : found->second; // an empty cell is greater than all others
 }
 
 uint32_t match_scope_of(std::string_view protocol)
