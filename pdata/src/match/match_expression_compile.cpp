@@ -290,21 +290,3 @@ bool match_expression_compile(std::string_view text, bool icase, match_expressio
         match_places_make(expression);
     return true;
 }
-
-void match_expression_reserve(const match_expression_t &expression, match_expression_room_t &room)
-{
-    const size_t steps = expression.steps.size();
-    room.current.reserve(steps);
-    room.next.reserve(steps);
-    room.stack.reserve(steps + 1);
-    if (room.mark.size() < steps)
-        room.mark.resize(steps);
-}
-
-size_t match_expression_bytes(const match_expression_t &expression)
-{
-    return sizeof(expression) + expression.steps.capacity() * sizeof(match_step_t) +
-           expression.sets.capacity() * sizeof(match_byte_set_t) +
-           expression.places.follow.capacity() * sizeof(uint64_t) +
-           expression.places.classes.capacity() * sizeof(uint64_t);
-}

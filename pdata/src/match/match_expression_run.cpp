@@ -85,8 +85,26 @@ bool run_steps(const match_expression_t &expression, std::span<const uint8_t> da
 
 } // namespace
 
+void match_expression_reserve(const match_expression_t &expression, match_expression_room_t &room)
+{
+    const size_t steps = expression.steps.size();
+    room.current.reserve(steps);
+    room.next.reserve(steps);
+    room.stack.reserve(steps + 1);
+    if (room.mark.size() < steps)
+        room.mark.resize(steps);
+}
+
 bool match_expression_run(const match_expression_t &expression, std::span<const uint8_t> data,
                           match_expression_room_t &room)
 {
     return expression.is_short ? run_places(expression, data) : run_steps(expression, data, room);
+}
+
+size_t match_expression_bytes(const match_expression_t &expression)
+{
+    return sizeof(expression) + expression.steps.capacity() * sizeof(match_step_t) +
+           expression.sets.capacity() * sizeof(match_byte_set_t) +
+           expression.places.follow.capacity() * sizeof(uint64_t) +
+           expression.places.classes.capacity() * sizeof(uint64_t);
 }
