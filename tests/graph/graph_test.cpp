@@ -224,20 +224,10 @@ TEST(GraphAutomaton, TextThatLeadsNowhereTakesNothing)
     EXPECT_EQ(states_around(a_and_ab(), GRAPH_AUTOMATON, "").size(), 3U) << "near the start";
 }
 
-/// The prefix abcde (item 9): rows 0 (start), 2 (a), 4 (e); the chain b, c, d, e is number 1.
+/// The tree of the prefix abcde (item 9): the chain b, c, d, e goes from its start to its end.
 engine_t chain(view_radix_t view_pattern_t::*place)
 {
-    return engine_of(join({
-                         blob(29, {0xFFFF0002, 0x0000FFFF, 0x00000000, 0xFFFF0000, 0x00010000,
-                                   0x00000000, 0x00000000, 0x00000000}),
-                         blob(27, {0, 0x00040363, 0x64650000}),
-                         blob(30, {1, 9}),
-                         blob(31, {9, 0x00020000}),
-                         blob(28, {1, 0x02000000}),
-                         alphabet(33, 3, {{'a', 1}, {'b', 2}}),
-                         blob(32, {1}),
-                     }),
-                     place, view_radix_open, view_radix_check);
+    return engine_of(blob_of_tree, place, view_radix_open, view_radix_check);
 }
 
 TEST(GraphTree, ChainIsOneStep)

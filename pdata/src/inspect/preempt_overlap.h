@@ -17,6 +17,8 @@
 #include <string>
 #include <vector>
 
+#include "format_loadable.h"
+
 /// The place of a text that may stand anywhere.
 constexpr uint32_t OVERLAP_ANYWHERE = 0xFFFFFFFF;
 
@@ -28,7 +30,7 @@ struct overlap_text_t {
 };
 
 /// Most states that are looked at: an automaton of more has other transitions than it should.
-constexpr uint32_t OVERLAP_STATES_MAX = 0x8000;
+constexpr uint32_t OVERLAP_STATES_MAX = AHO_CORASICK_STATES;
 
 /// Tells of each text whether some data holds it and the automaton does not find it there; of none
 /// when there are more than OVERLAP_STATES_MAX states. Throws std::bad_alloc. Linear time, but for
