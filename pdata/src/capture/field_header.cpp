@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "certificate.h"
+#include "csa_char.h"
 #include "field_proof.h"
 
 namespace
@@ -16,11 +17,6 @@ proved_t header_line(const field_text_t &text)
     proved.incomplete = proved.incomplete || end == proved.text.size();
     proved.text = proved.text.substr(0, end);
     return proved;
-}
-
-bool same_but_case(char a, char b)
-{
-    return (a >= 'A' && a <= 'Z' ? a - 'A' + 'a' : a) == b;
 }
 
 /// Returns a header's value without what stands around it.
@@ -43,7 +39,7 @@ std::vector<flow_attr_t> field_header(const field_text_t &text, std::string_view
     const proved_t proved = header_line(text);
     const size_t colon = proved.text.find(':');
     if (colon == std::string_view::npos ||
-        !std::ranges::equal(proved.text.substr(0, colon), name, same_but_case))
+        !std::ranges::equal(proved.text.substr(0, colon), name, {}, char_small))
         return {};
     return {field_bytes(without_blanks(proved.text.substr(colon + 1)), proved.incomplete)};
 }
@@ -56,7 +52,7 @@ std::vector<flow_attr_t> field_payload_header(const field_text_t &text, std::str
         rest.remove_prefix(std::min(line.size() + 1, rest.size()));
         const size_t colon = line.find(':');
         if (colon == std::string_view::npos ||
-            !std::ranges::equal(line.substr(0, colon), name, same_but_case))
+            !std::ranges::equal(line.substr(0, colon), name, {}, char_small))
             continue;
         const bool ends = line.data() + line.size() < payload.data() + payload.size();
         return {field_bytes(without_blanks(line.substr(colon + 1)), !ends)};

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <charconv>
 
+#include "csa_char.h"
+
 namespace
 {
 
@@ -68,12 +70,6 @@ bool is_name(std::string_view text)
                                          "0123456789_-.";
     return !text.empty() && text.size() <= 64 &&
            text.find_first_not_of(letters) == std::string_view::npos;
-}
-
-bool equal_but_case(std::string_view a, std::string_view b)
-{
-    return std::ranges::equal(
-        a, b, [](char x, char y) { return (x >= 'A' && x <= 'Z' ? x - 'A' + 'a' : x) == y; });
 }
 
 } // namespace
@@ -155,7 +151,7 @@ std::string ip_protocol_name(uint8_t protocol)
 int ip_protocol_number(std::string_view name)
 {
     for (const ip_protocol_t &row : ip_protocols)
-        if (equal_but_case(name, row.name))
+        if (std::ranges::equal(name, std::string_view(row.name), {}, char_small))
             return row.number;
     uint8_t number = 0;
     const auto [end, fault] = std::from_chars(name.data(), name.data() + name.size(), number);

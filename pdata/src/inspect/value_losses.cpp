@@ -4,6 +4,7 @@
 #include <set>
 #include <tuple>
 
+#include "csa_char.h"
 #include "format_limits.h"
 #include "matcher_pieces.h"
 #include "pdb_attr_properties.h"
@@ -78,7 +79,7 @@ void add_text(matcher_texts_t &matcher, const pdb_attr_properties_t &row, std::s
               const view_stored_value_t &value)
 {
     for (char &c : bytes)
-        c = row.icase != 0 && c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c;
+        c = row.icase != 0 ? char_small(c) : c;
     const uint32_t offset = value.offset != 0 ? value.offset : OVERLAP_ANYWHERE;
     if (matcher.bytes > PDB_LIMITS_TEXTS_MAX ||
         !matcher.known.emplace(bytes, offset, value.preempt).second)

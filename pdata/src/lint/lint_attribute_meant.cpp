@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "csa_char.h"
 #include "lint_words.h"
 #include "pdb_attr_properties.h"
 
@@ -52,9 +53,7 @@ constexpr other_name_t other_attributes[] = {
 std::string small(std::string_view text)
 {
     std::string letters(text);
-    std::ranges::transform(letters, letters.begin(), [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
-    });
+    std::ranges::transform(letters, letters.begin(), char_small);
     return letters;
 }
 

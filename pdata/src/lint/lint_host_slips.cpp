@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include "csa_char.h"
 #include "lint_rules.h"
 #include "lint_words.h"
 
@@ -171,11 +172,6 @@ void look_port(const lint_look_t &look)
                 "write " + lint_json(value.substr(0, colon)));
 }
 
-bool is_blank(char c)
-{
-    return c == ' ' || c == '\t' || c == '\n';
-}
-
 /// Names on the wire are labels with dots between them: an address of a page, an end without a
 /// front and letters beyond ASCII are none. A certificate may say more of its owner than a name.
 void look_name(const lint_look_t &look)
@@ -192,7 +188,7 @@ void look_name(const lint_look_t &look)
     if (page)
         lint_report(look, FINDING_NO_HOST_NAME, "the name of a host has no '/'",
                     "write the name alone, and \"cts-uri\" for the path of http");
-    else if (blank && !is_blank(value.front()) && !is_blank(value.back()))
+    else if (blank && !char_is_blank(value.front()) && !char_is_blank(value.back()))
         lint_report(look, FINDING_NO_HOST_NAME, "the name of a host has no blank",
                     "leave it out, or write several names as \"(one|other)\"");
     else if (front)

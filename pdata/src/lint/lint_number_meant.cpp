@@ -18,13 +18,6 @@ uint32_t number_of(std::string_view digits)
     return number;
 }
 
-std::string trimmed(std::string_view part)
-{
-    std::string text(part);
-    std::erase_if(text, [](char c) { return c == ' ' || c == '\t' || c == '\n'; });
-    return text;
-}
-
 bool reads(const pdb_attr_properties_t &properties, std::string_view part)
 {
     return value_ranges(properties, part).size() == 1;
@@ -117,7 +110,7 @@ std::string meant_ipv6(const std::string &part)
 /// Returns a part as it is meant; empty where that is not known.
 std::string meant_part(const pdb_attr_properties_t &properties, std::string_view part)
 {
-    std::string text = trimmed(part);
+    std::string text = lint_without_blanks(part);
     if (reads(properties, part) || reads(properties, text))
         return text;
     if (properties.proper_type == MATCHER_TYPE_IP_4)
@@ -147,7 +140,7 @@ std::string lint_meant_numbers(const pdb_attr_properties_t &properties, std::str
 
 std::string lint_meant_range(std::string_view part)
 {
-    std::string text = trimmed(part);
+    std::string text = lint_without_blanks(part);
     for (const std::string_view sign : {"..", ":", "\xe2\x80\x93", "\xe2\x80\x94", "-"}) {
         const size_t at = text.find(sign);
         if (at == text.npos)

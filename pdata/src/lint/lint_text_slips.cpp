@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <string>
 
+#include "csa_char.h"
 #include "lint_rules.h"
 #include "lint_values.h"
 #include "lint_words.h"
@@ -9,15 +10,10 @@
 namespace
 {
 
-bool is_blank(char c)
-{
-    return c == ' ' || c == '\t' || c == '\n';
-}
-
 void look_blank(const lint_look_t &look)
 {
     const std::string &value = look.value->decoded;
-    if (value.empty() || (!is_blank(value.front()) && !is_blank(value.back())))
+    if (value.empty() || (!char_is_blank(value.front()) && !char_is_blank(value.back())))
         return;
     const bool guarded = value.size() > 1 && value[value.size() - 2] == '\\';
     const size_t first = std::min(value.find_first_not_of(" \t\n"), value.size());

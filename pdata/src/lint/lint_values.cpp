@@ -218,11 +218,7 @@ pdata_status_t judge_part(matcher_build *matcher, const pdb_attr_properties_t &p
 /// Tells whether a list is meant as it is written, but for its blanks.
 bool has_blanks_alone(std::string_view list, const std::string &meant)
 {
-    if (meant.empty())
-        return false;
-    std::string without(list);
-    std::erase_if(without, [](char c) { return c == ' ' || c == '\t' || c == '\n'; });
-    return without == meant;
+    return !meant.empty() && lint_without_blanks(list) == meant;
 }
 
 /// Says that a part does not read; the first one of a list how the whole list is meant.

@@ -5,6 +5,7 @@
 #include <numeric>
 #include <utility>
 
+#include "csa_char.h"
 #include "csa_escape.h"
 
 namespace
@@ -48,6 +49,13 @@ std::string lint_joined(std::initializer_list<std::string_view> texts)
 bool lint_is_digits(std::string_view text)
 {
     return !text.empty() && text.find_first_not_of("0123456789") == text.npos;
+}
+
+std::string lint_without_blanks(std::string_view text)
+{
+    std::string without(text);
+    std::erase_if(without, char_is_blank);
+    return without;
 }
 
 std::string lint_quoted(std::string_view text)

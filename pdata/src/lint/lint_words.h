@@ -16,6 +16,9 @@ bool lint_is_digits(std::string_view text);
 /// Tells whether a decimal number is more than `max`, at most 32 bits.
 bool lint_is_beyond(std::string_view digits, uint64_t max);
 
+/// Returns a text without its blanks.
+std::string lint_without_blanks(std::string_view text);
+
 /// Returns a text of a description in quotes, cut where it is long.
 std::string lint_quoted(std::string_view text);
 

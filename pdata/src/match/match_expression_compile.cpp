@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <new>
 
+#include "csa_char.h"
 #include "match_expression.h"
 #include "rexpand_parser.h"
 
@@ -19,7 +20,7 @@ struct compiling_t {
 
 uint8_t folded(uint8_t c)
 {
-    return c >= 'A' && c <= 'Z' ? static_cast<uint8_t>(c | 0x20) : c;
+    return static_cast<uint8_t>(char_small(static_cast<char>(c)));
 }
 
 /// Puts a byte, and with `icase` the same letter in the other case, into a set.

@@ -1,11 +1,13 @@
 #include "match_walk.h"
 
+#include "csa_char.h"
+
 namespace
 {
 
 uint8_t folded(uint8_t c, bool icase)
 {
-    return icase && c >= 'A' && c <= 'Z' ? static_cast<uint8_t>(c | 0x20) : c;
+    return icase ? static_cast<uint8_t>(char_small(static_cast<char>(c))) : c;
 }
 
 uint8_t byte_at(const match_value_t &value, const match_walk_t &walk, size_t i)
