@@ -176,6 +176,21 @@ TEST(Rules, ValuesThatNoMatcherTakes)
     EXPECT_EQ(told(check(rules_with({pieces}))), too_many) << "256 orders of 129 pieces";
 }
 
+// Long values are judged as short ones are, however many there were.
+TEST(Rules, LongValues)
+{
+    std::vector<std::string> values;
+    for (int i = 0; i < 20; ++i)
+        values.push_back(std::to_string(i) + std::string(60000, 'a') + ".*");
+    values.push_back("(a");
+    std::string text = rules_with(values); // rules with a fault are not proved
+    for (size_t at = 0; (at = text.find("50:1", at)) != text.npos;)
+        text.replace(at, 4, "50");
+    const lint_result_t result = check(text);
+    EXPECT_EQ(std::ranges::count(result.findings, FINDING_BAD_EXPRESSION, &finding_t::id), 1);
+    EXPECT_EQ(std::ranges::count(result.findings, FINDING_TOO_MANY, &finding_t::id), 0);
+}
+
 TEST(Rules, NamesInWhatDoesNotRead)
 {
     for (const char *end : {R"("name")", R"("name": )", R"("name": "t)", R"("name": two)"})

@@ -27,6 +27,8 @@ TEST(Text, WhatIsMeantIsPlain)
         {R"("name": "a", "x": {"y": 1@], "z": {"v": ["y"@}, "w" @1)",
          {"write '}' in front of it", "write ']' in front of it", colon}},
         {R"("name": "a", "x": [{"y": 1, @{"y": 2}], "w" @1)", {"write '}' in front of it", colon}},
+        {R"("name": "a", "x": 1@])", {"write '}' in front of it"}},
+        {R"("name": "a", "x": {"y": 1,@], "z" @1)", {no_comma, colon}},
         {R"("name": @, "x": @, "y"@, "z"@)", {"", "", "", ""}},
         {R"("name": @: 1, "x" @= 1, "y": [@:])", {"", "", ""}},
         {R"("name": @'a, b', "x": @`y`, "z": @'open, "y" @1)", {quotes, quotes, quotes, colon}},
@@ -66,6 +68,7 @@ TEST(Text, NothingIsToldWhereTextsAreOutOfStep)
             names_t{"\"last\""})
             << marked;
     EXPECT_TRUE(read_marked(R"({"p": [{"name": "a" @"x": 1)").protocols.empty()) << "the end, cut";
+    EXPECT_TRUE(read_marked(R"({"p": [{"name": "a"@)").protocols.empty()) << "behind a text";
     EXPECT_TRUE(read_marked(R"({"p": [{"name": @"a)").protocols.empty()) << "no end of a text";
 }
 

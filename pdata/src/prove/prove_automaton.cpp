@@ -96,7 +96,7 @@ void add(making_t &making, numbers_t &to, const numbers_t &more)
 /// Puts `next` behind `part`.
 void append(making_t &making, part_t &part, part_t next)
 {
-    if (part.first.empty() && part.may_be_empty) {
+    if (part.first.empty()) { // nothing was put there yet
         part = std::move(next);
         return;
     }
