@@ -14,8 +14,8 @@ namespace
 {
 
 /// Escape sequences by colour_t.
-constexpr std::array<std::string_view, 7> colour_codes = {
-    "", "\x1b[1;31m", "\x1b[1;33m", "\x1b[1;36m", "\x1b[32m", "\x1b[1m", "\x1b[2m"};
+constexpr std::array<std::string_view, 6> colour_codes = {"\x1b[1;31m", "\x1b[1;33m", "\x1b[1;36m",
+                                                          "\x1b[32m",   "\x1b[1m",    "\x1b[2m"};
 
 bool wants_colour(std::FILE *stream)
 {
@@ -44,7 +44,7 @@ console_t console_open()
 
 std::string colour_text(bool on, colour_t colour, std::string_view text)
 {
-    if (!on || colour == COLOUR_PLAIN)
+    if (!on)
         return std::string(text);
     return fmt::format("{}{}\x1b[0m", colour_codes[colour], text);
 }

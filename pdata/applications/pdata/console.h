@@ -35,7 +35,6 @@ struct console_t {
 
 /// Colours, by what they are used for.
 enum colour_t {
-    COLOUR_PLAIN,
     COLOUR_ERROR,
     COLOUR_WARNING,
     COLOUR_NOTE,
