@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <string>
 
 #include "hand_made.h"
@@ -200,8 +201,9 @@ TEST(hand_made, every_result_has_its_text)
         "damaged pdb", "not a loadable pdb", "no such thing", "value of the wrong kind"};
     int result = PDATA_R_OK;
     for (const char *text : texts)
-        EXPECT_STREQ(pdata_result_text(static_cast<pdata_result>(result++)), text);
-    EXPECT_STREQ(pdata_result_text(static_cast<pdata_result>(result)), "unknown result");
+        EXPECT_STREQ(pdata_result_text(result++), text);
+    for (const int other : {result, -1, INT_MAX})
+        EXPECT_STREQ(pdata_result_text(other), "unknown result");
 }
 
 // Types: numbers of 8, 16, 32 and 64 bits, addresses. There are no values.

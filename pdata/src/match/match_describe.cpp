@@ -81,7 +81,7 @@ uint32_t width_of(uint32_t type)
 
 } // namespace
 
-const char *pdata_result_text(pdata_result result)
+const char *pdata_result_text(int result)
 {
     switch (result) {
     case PDATA_R_OK:

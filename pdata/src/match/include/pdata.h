@@ -92,8 +92,9 @@ typedef struct pdata_failure {
     char text[224];  /* one line, without a line end */
 } pdata_failure;
 
-/* Returns the words for a result, as in "out of memory"; never null. */
-PDATA_API const char *pdata_result_text(pdata_result result);
+/* Returns the words for a pdata_result, as in "out of memory", and "unknown result" for any other
+   number; never null. */
+PDATA_API const char *pdata_result_text(int result);
 
 /* Returns the version of the library, as in "1.0"; never null. */
 PDATA_API const char *pdata_version(void);
