@@ -82,7 +82,7 @@ lines_t states_around(const engine_t &engine, graph_engine_t kind, std::string_v
 
 /// A dot-prefix matcher whose start row is `start`. Codes: x 4, b 5. Nodes: 0 start, 1 any byte,
 /// 2 b behind it (item 4), 3 x (1 is current as well), 4 xb (items 3 and 4).
-word_list any_then_b(const word_list &start)
+word_list any_then_b(const word_list &start, const word_list &items = {1, 4, 2, 3, 4})
 {
     return join({
         alphabet(41, 6, {{'x', 4}, {'b', 5}}),
@@ -91,7 +91,7 @@ word_list any_then_b(const word_list &start)
                         0x0000FFFF, 0x00000000, 0x00000000,     // 2: record 0
                         0x00000001, 0xFFFF0000, 0x00000004,     // 3
                         0x0000FFFF, 0x00020000, 0x00000000}})), // 4: record 2
-        blob(40, {1, 4, 2, 3, 4}),
+        blob(40, items),
     });
 }
 
@@ -107,6 +107,18 @@ TEST(GraphDotPrefix, GoesOnByAnyByteAndInTwoStates)
         EXPECT_EQ(state.items, (state.state == 2   ? std::vector<uint32_t>{4}
                                 : state.state == 4 ? std::vector<uint32_t>{3, 4}
                                                    : std::vector<uint32_t>{}))
+            << state.state;
+}
+
+// The minimum of a record is the word behind the one that marks it; record 2 is its other half.
+TEST(GraphDotPrefix, ItemsStandBehindTheirMinimum)
+{
+    const word_list start = {0x0000FFFF, 0xFFFF0001, 0x00030000};
+    const engine_t engine = dot_prefix(any_then_b(start, {0xFFFE0000, 70000, 1, 4}));
+    const graph_t graph = graph_of(engine, GRAPH_DOT_PREFIX);
+    ASSERT_EQ(graph.states.size(), 5U);
+    for (const graph_state_t &state : graph.states)
+        EXPECT_EQ(state.items.size(), state.state == 2 || state.state == 4 ? 1U : 0U)
             << state.state;
 }
 

@@ -5,6 +5,7 @@
 #include <functional>
 
 #include "decompile.h"
+#include "description_model.h"
 #include "description_writer.h"
 #include "pdb_difference.h"
 #include "value_losses.h"
@@ -216,6 +217,40 @@ std::string compared(const std::vector<uint8_t> &before, const std::vector<uint8
     if (pdb_difference(old_view, new_view, out, error))
         return "";
     return std::string(out.fault_in_after ? "after: " : "before: ") + error.text;
+}
+
+/// Where reading the descriptions whole ends, "" for their end.
+std::string modelled(const std::vector<uint8_t> &file)
+{
+    pdb_view_t view;
+    view_error_t error;
+    description_model_t model;
+    EXPECT_TRUE(pdb_view_open(file, view, error)) << error.text;
+    return description_model_read(view, model, error) ? "" : error.text;
+}
+
+TEST(hand_made, a_model_ends_at_the_first_damage)
+{
+    EXPECT_EQ(modelled(pdb_of({port_rule()})), "");
+    rule_model rule = port_rule();
+    rule.sub_rules[0].attrs[0].values[0].first = "";
+    // The protocol stands behind the headers of the root, the group and its list.
+    EXPECT_EQ(modelled(pdb_of({port_rule(), rule})),
+              "protocol at offset 12: rule 1: sub-rule 0: attribute 0: value: no text begins here");
+    string_pool tags;
+    const auto with_versions = [&](const std::vector<std::string> &supported) {
+        protocol_model protocol = protocol_of({});
+        protocol.supported_versions = supported;
+        return description_writer::descriptions(tags, {protocol});
+    };
+    EXPECT_EQ(modelled(with_versions({"1", "2"})), "");
+    EXPECT_EQ(modelled(with_versions({"1", ""})).substr(0, 41),
+              "protocol at offset 12: supported version:");
+    EXPECT_NE(modelled(stored(record(1, record(1)))), "") << "a group without protocols";
+    std::vector<uint8_t> bad_tags = pdb_of({});
+    const std::vector<uint8_t> table = stored(record(9, {0x100, 5}));
+    bad_tags.insert(bad_tags.end(), table.begin(), table.end());
+    EXPECT_EQ(modelled(bad_tags).substr(0, 6), "tag 0:");
 }
 
 /// A text that no pool holds is stored as an offset that leads nowhere.

@@ -136,6 +136,10 @@ TEST(prove_automaton, refuses_what_is_none_and_leaves_out_what_is_too_much)
         if (prove_automaton_make(text, false, automaton) == PROVE_MADE) {
             EXPECT_TRUE(prove_samples(automaton).empty()) << text;
         }
+    // Nor does anything go on over such a class.
+    EXPECT_EQ(prove_automaton_make("b[\\x41 42\\x-\\x43\\x]c", false, automaton), PROVE_MADE);
+    EXPECT_FALSE(takes(automaton, "bc"));
+    EXPECT_TRUE(prove_samples(automaton).empty());
     std::string optional;
     for (uint32_t i = 0; i < 20000; ++i)
         optional += "a?";
