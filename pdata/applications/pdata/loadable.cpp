@@ -51,9 +51,7 @@ bool loadable_start(console_t &console, loadable_t &loadable)
         return true;
     if (result == PDATA_R_MEMORY)
         throw std::bad_alloc();
-    const bool told = result == PDATA_R_DAMAGED || result == PDATA_R_NOT_LOADABLE;
-    console_error(console, "{}: {}", loadable.file.name,
-                  told ? failure.text : pdata_result_text(result));
+    console_error(console, "{}: {}", loadable.file.name, failure.text);
     return false;
 }
 
@@ -64,7 +62,9 @@ void loadable_prepare(loadable_t &loadable)
     loadable.rule_items.assign(size_t{info.nr_rule} + 1, {});
     for (pdata_item item = 1; item <= info.nr_item; ++item) {
         pdata_item_info row = {};
-        if (pdata_db_item(loadable.db.get(), item, &row) == PDATA_R_OK && row.rule != 0)
+        if (pdata_db_item(loadable.db.get(), item, &row) != PDATA_R_OK)
+            throw std::bad_alloc(); // the pdb has the item
+        if (row.rule != 0)
             loadable.rule_items[row.rule].push_back(item);
     }
     find_origins(loadable, info.nr_item);
