@@ -28,26 +28,28 @@ struct terminal_t {
     }
 };
 
-TEST(Progress, IsDueAfterASecondAndThenFiveTimesASecond)
+constexpr progress_step_t READ = {"read", "KiB", 10};
+constexpr progress_step_t PROVED = {"proved", "values", 0};
+
+TEST(Progress, IsShownAfterASecondAndThenFiveTimesASecond)
 {
     terminal_t terminal(true);
     progress_t progress = progress_begin(terminal.console, START);
-    EXPECT_FALSE(progress_is_due(progress, START + 999ms));
-    EXPECT_TRUE(progress_is_due(progress, START + 1000ms));
-    progress_show(progress, "proved 1 of 2 values", START + 1000ms);
-    EXPECT_FALSE(progress_is_due(progress, START + 1199ms));
-    EXPECT_TRUE(progress_is_due(progress, START + 1200ms));
+    size_t done = 0;
+    for (const auto since : {999ms, 1000ms, 1199ms, 1200ms})
+        progress_show(progress, PROVED, ++done, 4, START + since);
+    EXPECT_EQ(terminal.text(), "\r\x1b[Kproved 2 of 4 values\r\x1b[Kproved 4 of 4 values");
 }
 
 TEST(Progress, WritesOverItsLineAndWipesIt)
 {
     terminal_t terminal(true);
     progress_t progress = progress_begin(terminal.console, START);
-    progress_show(progress, "read 9 of 9 KiB", START + 1s);
-    progress_show(progress, "proved 1 of 2 values", START + 2s);
+    progress_show(progress, READ, 9 * 1024 + 1023, 10 * 1024, START + 1s);
+    progress_show(progress, PROVED, 1, 2, START + 2s);
     progress_end(progress);
     progress_end(progress);
-    EXPECT_EQ(terminal.text(), "\r\x1b[Kread 9 of 9 KiB\r\x1b[Kproved 1 of 2 values\r\x1b[K");
+    EXPECT_EQ(terminal.text(), "\r\x1b[Kread 9 of 10 KiB\r\x1b[Kproved 1 of 2 values\r\x1b[K");
 }
 
 TEST(Progress, WipesNothingWhereNothingWasShown)
@@ -58,11 +60,13 @@ TEST(Progress, WipesNothingWhereNothingWasShown)
     EXPECT_EQ(terminal.text(), "");
 }
 
-TEST(Progress, IsNeverDueWithoutATerminal)
+TEST(Progress, IsNeverShownWithoutATerminal)
 {
     terminal_t terminal(false);
-    const progress_t progress = progress_begin(terminal.console, START);
-    EXPECT_FALSE(progress_is_due(progress, START + 1h));
+    progress_t progress = progress_begin(terminal.console, START);
+    progress_show(progress, READ, 1024, 2048, START + 1h);
+    progress_end(progress);
+    EXPECT_EQ(terminal.text(), "");
 }
 
 } // namespace

@@ -1,6 +1,5 @@
 // What may stop a build: a finding, a fault of the pdb, a case that does not hold.
 #include <algorithm>
-#include <new>
 
 #include "build_run.h"
 #include "check_print.h"
@@ -52,8 +51,7 @@ exit_status_t run_cases(build_run_t &run, test_runner_t &runner)
 void put_built_fault(void *context, const view_error_t &fault)
 {
     build_run_t &run = *static_cast<build_run_t *>(context);
-    if (fault.fault == VIEW_MEMORY)
-        throw std::bad_alloc(); // it says nothing about the file
+    expect_memory(fault);
     if (fault.grade == VIEW_UNSAFE) {
         pdata_memory_watch_expect(run.memory);
         print_fault(run.console, run.options.output, fault);

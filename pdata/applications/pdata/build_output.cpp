@@ -60,9 +60,8 @@ exit_status_t build_make_sources(build_run_t &run)
     if (folder.empty())
         return EXIT_STATUS_FINE;
     const pdata_status_t status = pdata_build_sources(*run.cfg.cfg, run.sources);
-    if (status != PDATA_SUCCESS)
-        return build_refuse(run, run.options.cfg.empty() ? "configuration" : run.options.cfg,
-                            "generate sources", status);
+    if (status != PDATA_SUCCESS) // of a folder: the built-in configuration has sources
+        return build_refuse(run, run.options.cfg, "generate sources", status);
     for (const pdata_source_t &source : run.sources)
         run.files.push_back({folder + '/' + source.name, {bytes_of(source.text.c_str())}});
     return EXIT_STATUS_FINE;

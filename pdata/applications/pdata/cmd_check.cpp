@@ -100,22 +100,15 @@ bool open_base(check_run_t &run)
     return true;
 }
 
-/// Returns how far a check is, for people.
-std::string progress_text(lint_step_t step, size_t done, size_t all)
-{
-    if (step == LINT_STEP_READ)
-        return fmt::format("read {} of {} KiB", done >> 10, all >> 10);
-    return fmt::format("proved {} of {} {}", done, all,
-                       step == LINT_STEP_PROVE_VALUES ? "values" : "rules");
-}
+/// What a check shows of its steps, by lint_step_t.
+constexpr progress_step_t STEPS[] = {
+    {"read", "KiB", 10}, {"proved", "values", 0}, {"proved", "rules", 0}};
 
 lint_result_t check_input(check_run_t &run, lint_config_t &config)
 {
     progress_t progress = progress_begin(run.console, progress_clock_t::now());
     const auto show = [&](lint_step_t step, size_t done, size_t all) {
-        const auto now = progress_clock_t::now();
-        if (progress_is_due(progress, now))
-            progress_show(progress, progress_text(step, done, all), now);
+        progress_show(progress, STEPS[step], done, all, progress_clock_t::now());
     };
     lint_result_t result = lint_check(run.files, config, show);
     progress_end(progress);

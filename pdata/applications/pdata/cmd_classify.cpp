@@ -176,9 +176,7 @@ exit_status_t classify_run(const classify_options_t &options, console_t &console
     loadable_prepare(run.loadable);
     if (!can_fail(run))
         return EXIT_STATUS_USAGE;
-    if (classifier_open(run.loadable.db.get(), options.input.initiator, run.classifier) !=
-        PDATA_R_OK)
-        throw std::bad_alloc();
+    classifier_open(run.loadable.db.get(), options.input.initiator, run.classifier);
     flow_input_options_t input = options.input;
     input.payload = classify_payload_bytes(run.loadable.db.get());
     const exit_status_t status = flow_input_run(

@@ -33,8 +33,8 @@ void print_document(console_t &console, const decompile_options_t &options,
 {
     view_totals_t totals;
     view_error_t error;
-    if (!view_totals_count(pdb_view_root(pdb, TLV_TYPE_ROOT_PROTODESCS), totals, error))
-        throw std::bad_alloc(); // it was read to its end before
+    // It was read to its end before.
+    (void)view_totals_count(pdb_view_root(pdb, TLV_TYPE_ROOT_PROTODESCS), totals, error);
     json_document_t document = json_document("decompile");
     document["file"] = json_text(file.name);
     document["output"] = json_text(options.output);

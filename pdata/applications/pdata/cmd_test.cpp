@@ -21,11 +21,7 @@ struct test_options_t {
 };
 
 struct regex_free {
-    void operator()(regex_t *filter) const
-    {
-        regfree(filter);
-        delete filter;
-    }
+    void operator()(regex_t *filter) const { regfree(filter); }
 };
 
 /// A run: the pdb, the suites and which of them changed, and the rules that fired so far.
@@ -35,7 +31,8 @@ struct test_run_t {
     test_runner_t runner = {};
     std::vector<suite_t> suites = {};
     std::set<const suite_t *> changed = {};
-    exit_status_t status = EXIT_STATUS_FINE;          ///< of captures that cannot be read
+    exit_status_t status = EXIT_STATUS_FINE; ///< of captures that cannot be read
+    regex_t compiled = {};
     std::unique_ptr<regex_t, regex_free> filter = {}; ///< of names; none for all cases
 };
 
@@ -131,15 +128,14 @@ bool compile_filter(test_run_t &run)
 {
     if (run.options.run.empty())
         return true;
-    auto filter = std::make_unique<regex_t>();
-    const int fault = regcomp(filter.get(), run.options.run.c_str(), REG_EXTENDED | REG_NOSUB);
+    const int fault = regcomp(&run.compiled, run.options.run.c_str(), REG_EXTENDED | REG_NOSUB);
     if (fault == REG_ESPACE)
         throw std::bad_alloc();
     if (fault != 0) {
         console_error(run.report.console, "--run: {} is no regular expression", run.options.run);
         return false;
     }
-    run.filter.reset(filter.release());
+    run.filter.reset(&run.compiled);
     return true;
 }
 

@@ -1,5 +1,4 @@
 #include <memory>
-#include <new>
 
 #include "commands.h"
 #include "escape.h"
@@ -29,8 +28,7 @@ const char *grade_name(const view_error_t &fault)
 void put_fault(void *context, const view_error_t &fault)
 {
     verify_run_t &run = *static_cast<verify_run_t *>(context);
-    if (fault.fault == VIEW_MEMORY)
-        throw std::bad_alloc(); // it says nothing about the file
+    expect_memory(fault);
     if (run.console.format == OUTPUT_JSON) {
         json_document_t document = fault_document(fault);
         document["grade"] = grade_name(fault);

@@ -8,6 +8,9 @@
 /// Reads an input. Returns false after a message when it cannot be read.
 [[nodiscard]] bool open_file(console_t &console, const std::string &path, input_file_t &file);
 
+/// Throws std::bad_alloc for a fault that says nothing about a file: memory ran out.
+void expect_memory(const view_error_t &fault);
+
 /// Says what is wrong with a file and at which byte.
 void print_fault(console_t &console, const std::string &name, const view_error_t &error);
 

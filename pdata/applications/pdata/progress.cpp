@@ -19,16 +19,15 @@ progress_t progress_begin(console_t &console, progress_clock_t::time_point now)
     return {console, now + FIRST};
 }
 
-bool progress_is_due(const progress_t &progress, progress_clock_t::time_point now)
+void progress_show(progress_t &progress, const progress_step_t &step, size_t done, size_t all,
+                   progress_clock_t::time_point now)
 {
-    return progress.console.progress && now >= progress.next;
-}
-
-void progress_show(progress_t &progress, std::string_view text, progress_clock_t::time_point now)
-{
+    if (!progress.console.progress || now < progress.next)
+        return;
     progress.next = now + BETWEEN;
     progress.shown = true;
-    write_line(progress, text);
+    write_line(progress, fmt::format("{} {} of {} {}", step.done, done >> step.shift,
+                                     all >> step.shift, step.unit));
 }
 
 void progress_end(progress_t &progress)

@@ -20,11 +20,17 @@ struct progress_t {
 /// Begins work at `now`.
 progress_t progress_begin(console_t &console, progress_clock_t::time_point now);
 
-/// Tells whether it is time to show something, where standard error is a terminal at all.
-bool progress_is_due(const progress_t &progress, progress_clock_t::time_point now);
+/// What is done, and what it is counted in.
+struct progress_step_t {
+    const char *done; ///< "read"
+    const char *unit; ///< "KiB"
+    unsigned shift;   ///< bits that the counts lose when they are shown
+};
 
-/// Shows `text` in place of what was shown before.
-void progress_show(progress_t &progress, std::string_view text, progress_clock_t::time_point now);
+/// Shows how far a step is, in place of what was shown before: "read 3 of 7 KiB". Shows nothing
+/// where standard error is no terminal, and where it is not time yet.
+void progress_show(progress_t &progress, const progress_step_t &step, size_t done, size_t all,
+                   progress_clock_t::time_point now);
 
 /// Wipes what was shown.
 void progress_end(progress_t &progress);

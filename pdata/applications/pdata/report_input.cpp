@@ -1,7 +1,5 @@
 #include "report_input.h"
 
-#include <new>
-
 #include "format_limits.h"
 #include "open_file.h"
 #include "pdb_limits.h"
@@ -14,8 +12,7 @@ namespace
 void take_fault(void *context, const view_error_t &fault)
 {
     report_input_t &input = *static_cast<report_input_t *>(context);
-    if (fault.fault == VIEW_MEMORY)
-        throw std::bad_alloc(); // it says nothing about the file
+    expect_memory(fault);
     input.shown.actions.push_back(
         {fault.grade == VIEW_UNSAFE ? REPORT_BAD : REPORT_WARNING,
          fault.grade == VIEW_UNSAFE ? "unsafe" : "unsound",

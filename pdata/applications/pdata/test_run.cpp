@@ -1,7 +1,5 @@
 #include "test_run.h"
 
-#include <new>
-
 namespace
 {
 
@@ -60,8 +58,7 @@ bool test_suite_open(console_t &console, const std::string &path, suite_t &suite
 void test_runner_start(test_runner_t &runner)
 {
     loadable_prepare(runner.loadable);
-    if (flow_runner_open(runner.loadable.db.get(), PDATA_FLOW_EXPLAIN, runner.flows) != PDATA_R_OK)
-        throw std::bad_alloc();
+    flow_runner_open(runner.loadable.db.get(), PDATA_FLOW_EXPLAIN, runner.flows);
 }
 
 test_done_t test_case_run(test_runner_t &runner, const suite_t &suite, const suite_case_t &one,

@@ -62,13 +62,13 @@ size_t classify_payload_bytes(const pdata_db *db)
     return most;
 }
 
-pdata_result classifier_open(pdata_db *db, bool initiator, classifier_t &classifier)
+void classifier_open(pdata_db *db, bool initiator, classifier_t &classifier)
 {
     pdata_db_info info = {};
     pdata_db_describe(db, &info);
     classifier.initiator = initiator;
     find_bases(db, info, classifier);
-    return flow_runner_open(db, 0, classifier.runner);
+    flow_runner_open(db, 0, classifier.runner);
 }
 
 classified_t classify(classifier_t &classifier, const flow_record_t &record)

@@ -31,8 +31,8 @@ constexpr size_t CLASSIFY_PAYLOAD_MAX = 65535;
 /// minimum data of its payload matchers, within these bounds.
 size_t classify_payload_bytes(const pdata_db *db);
 
-/// Makes a classifier of a database, which it holds. Returns what made it fail.
-[[nodiscard]] pdata_result classifier_open(pdata_db *db, bool initiator, classifier_t &classifier);
+/// Makes a classifier of a database, which it holds. Throws std::bad_alloc.
+void classifier_open(pdata_db *db, bool initiator, classifier_t &classifier);
 
 /// What a flow is. `rule` is 0 where no rule fires.
 struct classified_t {

@@ -1,5 +1,7 @@
 #include "flow_match.h"
 
+#include <new>
+
 namespace
 {
 
@@ -66,14 +68,14 @@ const char *kind_text(pdata_kind kind)
 
 } // namespace
 
-pdata_result flow_runner_open(pdata_db *db, uint32_t flags, flow_runner_t &runner)
+void flow_runner_open(pdata_db *db, uint32_t flags, flow_runner_t &runner)
 {
     pdata_flow *flow = nullptr;
-    const pdata_result result = pdata_flow_new(db, flags, &flow);
+    if (pdata_flow_new(db, flags, &flow) != PDATA_R_OK)
+        throw std::bad_alloc(); // there is a database
     runner.flow.reset(flow);
     runner.attributes.clear();
     runner.protocols.clear();
-    return result;
 }
 
 bool flow_runner_run(flow_runner_t &runner, std::span<const flow_attr_t> values,

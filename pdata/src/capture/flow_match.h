@@ -23,8 +23,8 @@ struct flow_runner_t {
     std::map<std::string, pdata_protocol> protocols;
 };
 
-/// Makes a runner of a database; `flags` are those of pdata_flow_new. Returns what that returns.
-[[nodiscard]] pdata_result flow_runner_open(pdata_db *db, uint32_t flags, flow_runner_t &runner);
+/// Makes a runner of a database; `flags` are those of pdata_flow_new. Throws std::bad_alloc.
+void flow_runner_open(pdata_db *db, uint32_t flags, flow_runner_t &runner);
 
 /// A value that is of another kind than its attribute's.
 struct flow_refusal_t {

@@ -31,9 +31,8 @@ struct flow_replay_t {
     uint64_t refused = 0; ///< flows with values of another kind than their attribute's, left out
 };
 
-/// Makes a replay through two databases, which are held. Returns what made it fail.
-[[nodiscard]] pdata_result flow_replay_open(pdata_db *before, pdata_db *after,
-                                            flow_replay_t &replay);
+/// Makes a replay through two databases, which are held. Throws std::bad_alloc.
+void flow_replay_open(pdata_db *before, pdata_db *after, flow_replay_t &replay);
 
 /// Runs the flow of a line that stands at `place`. Returns false with `error` for a line that is
 /// none, which counts for nothing.
