@@ -134,8 +134,8 @@ exit_status_t diff_run(const diff_options_t &options, console_t &console)
             return EXIT_STATUS_FILE;
         if (!replays(run) && !run.difference.is_empty())
             status = EXIT_STATUS_FINDINGS;
+        diff_flows_name_stale(console, run.flows);
     }
-    diff_flows_name_stale(console, run.flows);
     return status;
 }
 
