@@ -134,7 +134,9 @@ bool diff_flows_allow(console_t &console, const std::string &path, diff_flows_t 
     for (size_t number = 1; !rest.empty(); ++number) {
         const std::string_view line = rest.substr(0, rest.find('\n'));
         rest.remove_prefix(std::min(line.size() + 1, rest.size()));
-        good = allow_line(console, line, fmt::format("{}:{}", file.name, number), flows) && good;
+        const std::string place = fmt::format("{}:{}", file.name, number);
+        if (!allow_line(console, line, place, flows))
+            good = false;
     }
     return good;
 }
