@@ -51,7 +51,7 @@ void print_lines(console_t &console, const dump_range_t &range)
     for (size_t at = line_bytes; at < range.bytes.size(); at += line_bytes) {
         const bool last = range.bytes.size() - at <= line_bytes;
         const auto line = range.bytes.subspan(at, last ? range.bytes.size() - at : line_bytes);
-        if (!last && std::ranges::equal(line, range.bytes.subspan(at - line_bytes, line_bytes))) {
+        if (!last && std::equal(line.begin(), line.end(), &range.bytes[at - line_bytes])) {
             if (!starred)
                 console_write(console, "*\n");
             starred = true;
