@@ -255,7 +255,7 @@ def unsafe_item_records_with_offsets():
     done = subprocess.run([PDATA, "list", "--limits", pdb], capture_output=True)
     expect((done.returncode, done.stdout), (3, b""), "the end of an unsafe file")
     passed = r"tcp:stream cts: (\d+) items, of which 65535 can be told apart"
-    shown = re.search("passed when it was made: " + passed, done.stderr.decode())
+    shown = re.search("lost part: matchers: " + passed, done.stderr.decode())
     expect(int(shown[1]) > item_words(words[::-1], 2), True, "the limit that made it unsafe")
     done = subprocess.run([PDATA, "verify", pdb], capture_output=True, text=True)
     expect(re.search("unsound: lost part: matchers: " + passed, done.stdout)[1], shown[1],

@@ -4,7 +4,6 @@
 #include "open_file.h"
 #include "pdb_limits.h"
 #include "pdb_verify.h"
-#include "view_overfull.h"
 
 namespace
 {
@@ -38,24 +37,19 @@ json_document_t limit_document(const view_limit_t &limit)
     return document;
 }
 
-/// Names the limits that an unsafe file may have become so by.
+/// Names the tables that an unsafe file may have become so by: the faults that are not unsafe.
 void print_overfull(console_t &console, const input_file_t &file)
 {
     struct shown_t {
         console_t &console;
         const std::string &name;
     } shown = {console, file.name};
-    const auto put = [](void *context, const view_overfull_t &overfull) {
+    const auto put = [](void *context, const view_error_t &fault) {
         const auto &[to, name] = *static_cast<const shown_t *>(context);
-        console_error(
-            to, "{}: passed when it was made: {}:{} {}: {} {}, of which {} can be told apart", name,
-            overfull.matcher.protocol, overfull.matcher.attribute,
-            attr_way2str(overfull.matcher.way), overfull.nr, overfull.table, overfull.limit);
+        if (fault.grade == VIEW_UNSOUND)
+            print_fault(to, name, fault);
     };
-    pdb_view_t pdb;
-    view_error_t error;
-    if (pdb_view_open(input_file_bytes(file), pdb, error))
-        view_overfull(pdb, {put, &shown});
+    (void)pdb_verify(input_file_bytes(file), {put, &shown});
 }
 
 } // namespace
