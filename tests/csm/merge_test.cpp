@@ -1,7 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
 #include <set>
 
+#include "description_writer.h"
 #include "pdata_merge.h"
 #include "pdata_parts.h"
 #include "pdb_fixtures.h"
@@ -220,6 +223,43 @@ TEST_F(pdata_merge_test, a_merge_holds_every_protocol_of_both)
             expected.push_back(protocol);
         ASSERT_EQ(sorted(merged_of(first, second)), sorted(expected));
     }
+}
+
+/// A part of as many protocols, each with a name of 61,680 bytes and more: the string table is any
+/// bytes, of which each pair is a length.
+pdb_t make_long_named(uint32_t nr_protocol)
+{
+    string_pool pool;
+    string_pool tags;
+    word_list list;
+    for (uint32_t i = 0; i < nr_protocol; ++i) {
+        protocol_model protocol;
+        protocol.id = USER + 1 + i;
+        protocol.name = std::to_string(10000 + i);
+        protocol.default_port = "0";
+        const word_list words = description_writer::protocol_words(pool, tags, protocol);
+        list = join({std::move(list), record(TLV_TYPE_PROTO, words)});
+    }
+    std::mt19937 random(1);
+    word_list strings((hstring_get_size(pool.table) + 0xFFFF) / 4);
+    std::ranges::generate(strings, [&] { return random() | 0xF0F0F0F0; });
+    return make_part(
+        PDB_TYPE_PROTOCOL_DESCRIPTION,
+        stored(record(
+            1, record(TLV_TYPE_PROTOGROUP, join({record(TLV_TYPE_PROTOGROUP_PROTOS, list),
+                                                 record(TLV_TYPE_PROTOGROUP_STRING, strings)})))));
+}
+
+TEST_F(pdata_merge_test, strings_that_no_record_can_hold_are_refused)
+{
+    const pdb_list_t second = make_pdb(ACME);
+    const auto merge_into = [&](uint32_t nr_protocol) {
+        pdb_t merged;
+        return merge(with(second, make_long_named(nr_protocol)), second, &merged);
+    };
+    EXPECT_EQ(merge_into(900), "0");
+    EXPECT_EQ(merge_into(1100),
+              OUTCOME_OVERFLOW ": tlv len 2 is superior to internal limit 16777215");
 }
 
 size_t nr_rules(const pdb_list_t &pdb)

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
+#include <random>
 #include <set>
 
 #include "bytes.h"
@@ -212,6 +214,33 @@ TEST_F(description_to_pdb, the_list_is_ended_where_a_run_fails)
     EXPECT_EQ(run(R"({"p": [{"id": 7}]})"), OUTCOME_ENGINE ": Empty string in protocol .");
     EXPECT_EQ(kinds(), "9 8 7");
     EXPECT_EQ(run(ONE), "0");
+}
+
+// A pool keeps no copies, so texts may overlap: they come to 64 MiB from 66,000 bytes.
+TEST_F(description_to_pdb, main_strings_that_no_record_can_hold_are_refused)
+{
+    constexpr uint32_t LONG = 0xFFFC; // bytes; an entry of the table takes two more
+    std::string bytes(LONG + 1100, 'a');
+    std::mt19937 random(1);
+    std::ranges::generate(bytes, [&] { return static_cast<char>(random()); });
+    hstring_build_t hstring;
+    ASSERT_EQ(hstring_init(&hstring, 0), 0);
+    const auto put = [&](uint32_t at, uint32_t size) {
+        uint32_t offset;
+        EXPECT_EQ(hstring_get_offset(&hstring, csa_str(bytes.data() + at, size), &offset), 0);
+    };
+    constexpr uint32_t RECORD_MAX = TLV_LEN_FIELD_MAX * 4; // bytes
+    uint32_t at = 0;
+    for (; hstring_get_size(hstring) + LONG + 2 < RECORD_MAX; ++at)
+        put(at, LONG);
+    put(at, RECORD_MAX - hstring_get_size(hstring) - 4);
+    ASSERT_EQ(hstring_get_size(hstring), RECORD_MAX);
+    pdb_t record;
+    EXPECT_EQ(outcome(pdata_serialize_main_hstring(hstring, &record)), "0");
+    EXPECT_EQ(record.pdb_tlv_len, RECORD_MAX + 4);
+    put(0, 1);
+    EXPECT_EQ(outcome(pdata_serialize_main_hstring(hstring, &record)),
+              OUTCOME_OVERFLOW ": tlv len 3 is superior to internal limit 16777215");
 }
 
 TEST_F(description_to_pdb, any_failure_of_the_aliases_is_status_56)

@@ -160,17 +160,6 @@ pdata_status_t pdata_serialize_protogroup_json(serialization_t &run, const pdd_t
     return set_record(next_record(run), PDB_TYPE_PROTOCOL_DESCRIPTION, std::move(buf));
 }
 
-pdata_status_t pdata_serialize_main_hstring(const hstring_build_t &hstring, pdb_t *pdb)
-{
-    csa_buf_t buf;
-    if (!csa_buf_alloc(buf, size_t{hstring_get_size(hstring)} + 4))
-        return pdata_fail(PDATA_ERR_NO_MEMORY,
-                          "protocol_serializer: cannot allocate hstring buffer.\n");
-    tlv_sink_t sink = tlv_sink_writing(buf);
-    PDATA_TRY(hstring_emit(hstring, TLV_TYPE_ROOT_STRING, sink));
-    return set_record(pdb, PDB_TYPE_MAIN_HSTRING, std::move(buf));
-}
-
 /// Every record, from the first to the last.
 pdata_status_t serialize_records(serialization_t &run, const pdd_t &pdd, const pdb_t *pdb_default,
                                  uint32_t proto_sem_type)
@@ -216,6 +205,17 @@ pdata_status_t pdata_serialize_load(pdb_t *pdb, uint32_t value)
     tlv_set(buf.data(), tlv_header(TLV_TYPE_ROOT_LOAD, 1));
     tlv_set(buf.data() + 4, value);
     return set_record(pdb, PDB_TYPE_LOAD, std::move(buf));
+}
+
+pdata_status_t pdata_serialize_main_hstring(const hstring_build_t &hstring, pdb_t *pdb)
+{
+    csa_buf_t buf;
+    if (!csa_buf_alloc(buf, size_t{hstring_get_size(hstring)} + 4))
+        return pdata_fail(PDATA_ERR_NO_MEMORY,
+                          "protocol_serializer: cannot allocate hstring buffer.\n");
+    tlv_sink_t sink = tlv_sink_writing(buf);
+    PDATA_TRY(hstring_emit(hstring, TLV_TYPE_ROOT_STRING, sink));
+    return set_record(pdb, PDB_TYPE_MAIN_HSTRING, std::move(buf));
 }
 
 pdata_status_t pdata_serialize_cfg(const pdata_cfg_t *cfg, pdb_list_t *pdb, uint32_t *n,

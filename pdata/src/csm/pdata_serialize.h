@@ -13,6 +13,7 @@
 #include <string_view>
 
 #include "format_types.h"
+#include "hstring.h"
 #include "matcher_alias_serialize.h"
 #include "pdata_cfg.h"
 #include "pdata_error.h"
@@ -41,6 +42,11 @@ struct pdd_t {
 /// Makes `pdb` the record of a load state. When memory runs out the header keeps its kind and
 /// length and has no buffer, and PDATA_ERR_NO_MEMORY is returned without a message.
 [[nodiscard]] pdata_status_t pdata_serialize_load(pdb_t *pdb, uint32_t value);
+
+/// Makes `pdb` the record of the main strings. PDATA_ERR_OVERFLOW with a message for more than the
+/// 64 MiB whose words a record can count, PDATA_ERR_NO_MEMORY with one when memory runs out.
+[[nodiscard]] pdata_status_t pdata_serialize_main_hstring(const hstring_build_t &hstring,
+                                                          pdb_t *pdb);
 
 /// Makes `(*pdb)[*n]` the configuration record of the semantic document of that kind, and counts
 /// it. PDATA_ERR_IO for no configuration, no `n`, another kind than PDATA_TYPE_PROTOCOL or
