@@ -1,13 +1,15 @@
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+
 #include "completions.h"
 #include "manual_pages.h"
 
 namespace
 {
 
-manual_option_t option(const char *long_name, const char *short_name, const char *argument,
-                       const char *text)
+manual_option_t make_option(const char *long_name, const char *short_name, const char *argument,
+                            const char *text)
 {
     manual_option_t made;
     made.long_name = long_name;
@@ -22,17 +24,17 @@ manual_command_t command_of_all_shapes()
 {
     manual_command_t command = {"odd", "For nobody", "All shapes", "  pdata odd\n    -q file", {},
                                 {}};
-    manual_option_t many = option("", "", "FILE", "What is read");
+    manual_option_t many = make_option("", "", "FILE", "What is read");
     many.repeats = true;
     many.required = true;
-    command.positionals = {option("", "", "KIND", "What it is"), many};
-    manual_option_t level = option("level", "l", "N", "How much. Ends with a dot.");
+    command.positionals = {make_option("", "", "KIND", "What it is"), many};
+    manual_option_t level = make_option("level", "l", "N", "How much. Ends with a dot.");
     level.standard = "3";
-    manual_option_t maybe = option("maybe", "", "WORD", "");
+    manual_option_t maybe = make_option("maybe", "", "WORD", "");
     maybe.may_stand_alone = true;
-    manual_option_t must = option("must", "", "DIR", "Where");
+    manual_option_t must = make_option("must", "", "DIR", "Where");
     must.required = true;
-    command.options = {level, maybe, must, option("", "q", "", "Quietly")};
+    command.options = {level, maybe, must, make_option("", "q", "", "Quietly")};
     return command;
 }
 
@@ -87,7 +89,7 @@ Quietly.
 TEST(completion, what_a_shell_would_take_for_its_own_is_quoted)
 {
     manual_command_t command = {"odd", "", "It's a\\b [c]: d", "", {}, {}};
-    command.options = {option("to", "t", "DIR:", "Line one\nline two")};
+    command.options = {make_option("to", "t", "DIR:", "Line one\nline two")};
     command.options[0].word = MANUAL_WORD_FOLDER;
     std::string text = "@COMMANDS@";
     completion_fish(text, {command});
@@ -109,6 +111,23 @@ complete -c pdata -n '__fish_seen_subcommand_from odd' -l to -s t -x -a '(__fish
     "odd --to" | "odd -t") kind=folders ;;
         "odd -"*) kind=words options='--to -t ' ;;
 )");
+}
+
+TEST(manual_page, an_option_of_the_compiler_needs_a_text)
+{
+    const option known = {"pdd-namespace", required_argument, nullptr, 0};
+    const option unknown = {"pdd-colour", required_argument, nullptr, 0};
+    const option end = {nullptr, 0, nullptr, 0};
+    const option described[] = {known, end};
+    EXPECT_NE(manual_page_compiler(described).find(".It Fl \\-pdd\\-namespace Ar \\&ID\n"),
+              std::string::npos);
+    const option undescribed[] = {known, unknown, end};
+    try {
+        (void)manual_page_compiler(undescribed);
+        FAIL() << "a page with an option that has no text";
+    } catch (const std::logic_error &error) {
+        EXPECT_STREQ(error.what(), "option --pdd-colour has no text");
+    }
 }
 
 TEST(manual_page, a_command_without_a_text_has_none)

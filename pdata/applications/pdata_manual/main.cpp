@@ -11,6 +11,7 @@
 
 #include "completions.h"
 #include "manual_pages.h"
+#include "pdata_compiler_options.h"
 
 namespace
 {
@@ -62,7 +63,7 @@ void write_pages(const std::filesystem::path &folder, const std::vector<manual_c
     for (const manual_command_t &command : commands)
         write_page(folder, fmt::format("pdata-{}.1", command.name),
                    manual_page_command(command, commands));
-    write_page(folder, "pdata_compiler.1", manual_page_compiler());
+    write_page(folder, "pdata_compiler.1", manual_page_compiler(pdata_compiler_option_table()));
     write_page(folder, "pdb.5", manual_page_format());
 }
 

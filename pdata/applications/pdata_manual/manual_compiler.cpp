@@ -1,5 +1,4 @@
 #include <fmt/format.h>
-#include <getopt.h>
 
 #include <algorithm>
 #include <iterator>
@@ -7,7 +6,6 @@
 
 #include "manual_pages.h"
 #include "mdoc.h"
-#include "pdata_compiler_options.h"
 
 namespace
 {
@@ -57,13 +55,13 @@ std::string argument_of(const compiler_option_t &row)
 
 } // namespace
 
-std::string manual_page_compiler()
+std::string manual_page_compiler(const option *options)
 {
     std::string page = mdoc_head("PDATA_COMPILER", "1", "pdata_compiler",
                                  "compile descriptions of protocols into pdbs");
     std::string list = ".Bl -tag -width Ds\n";
     page += ".Sh SYNOPSIS\n.Nm\n";
-    for (const option *row = pdata_compiler_option_table(); row->name != nullptr; ++row) {
+    for (const option *row = options; row->name != nullptr; ++row) {
         const compiler_option_t &text = row_of(row->name);
         page += fmt::format(".Op Fl \\-{}{}\n", mdoc_word(row->name), argument_of(text));
         list += fmt::format(".It Fl \\-{}{}\n{}", mdoc_word(row->name), argument_of(text),

@@ -1,6 +1,8 @@
 /// Manual pages, each as the text of its file.
 #pragma once
 
+#include <getopt.h>
+
 #include <string>
 
 #include "manual_model.h"
@@ -12,8 +14,9 @@ std::string manual_page_pdata();
 std::string manual_page_command(const manual_command_t &command,
                                 const std::vector<manual_command_t> &commands);
 
-/// The page of pdata_compiler.
-std::string manual_page_compiler();
+/// The page of pdata_compiler with these options, ended by a row without a name. Throws
+/// std::logic_error for an option that has no text.
+std::string manual_page_compiler(const option *options);
 
 /// The page of the format, from its tables.
 std::string manual_page_format();
