@@ -6,51 +6,13 @@
 
 #include "decompile.h"
 #include "description_model.h"
-#include "description_writer.h"
+#include "hand_made.h"
 #include "pdb_difference.h"
 #include "value_losses.h"
 #include "words.h"
 
 namespace
 {
-
-attr_model port(std::vector<std::pair<std::string, uint32_t>> values)
-{
-    return {"port", MATCHER_TYPE_NUMBER_16, ATTR_WAY_BOTH, ATTR_PROTO_UNKNOWN, std::move(values)};
-}
-
-/// A rule as the compiler stores it, on a port.
-rule_model port_rule()
-{
-    rule_model rule;
-    rule.meta_version = 5;
-    rule.scope = 0x800;
-    rule.sub_rules = {{"tcp", "tcp", 0, 0, {port({{"80", 0}})}}};
-    return rule;
-}
-
-protocol_model protocol_of(const std::vector<rule_model> &rules)
-{
-    protocol_model protocol;
-    protocol.id = 7;
-    protocol.name = "a";
-    protocol.default_port = std::string(1, '\0');
-    protocol.cacheable = 1;
-    protocol.supported_versions = {"See atlas for details"};
-    protocol.rules = rules;
-    return protocol;
-}
-
-/// The descriptions of one protocol, with main strings.
-std::vector<uint8_t> pdb_of(const std::vector<rule_model> &rules)
-{
-    string_pool tags;
-    tags.put("first");
-    std::vector<uint8_t> file = description_writer::descriptions(tags, {protocol_of(rules)});
-    const std::vector<uint8_t> strings = description_writer::main_strings(tags);
-    file.insert(file.end(), strings.begin(), strings.end());
-    return file;
-}
 
 /// One group, as the root record holds it.
 word_list group_of_one()
@@ -425,24 +387,6 @@ TEST(hand_made, rules_of_too_many_values_are_not_compared)
     EXPECT_NE(compared(large, whole).find("rule 0: more than 65536 values"), std::string::npos);
     EXPECT_NE(compared(pdb_of({}), large).find("rule 0: more than 65536 values"),
               std::string::npos);
-}
-
-TEST(hand_made, of_many_long_values_the_first_are_shown)
-{
-    rule_model rule = port_rule();
-    rule.sub_rules[0].attrs[0].values.assign(3000, {std::string(1000, '8'), 0});
-    const std::vector<uint8_t> before = pdb_of({port_rule()});
-    const std::vector<uint8_t> after = pdb_of({rule});
-    pdb_view_t old_view;
-    pdb_view_t new_view;
-    view_error_t error;
-    pdb_difference_t out;
-    ASSERT_TRUE(pdb_view_open(before, old_view, error) && pdb_view_open(after, new_view, error));
-    ASSERT_TRUE(pdb_difference(old_view, new_view, out, error)) << error.text;
-    const size_t nr_shown = out.protocols.at(0).rules.at(0).added.size();
-    EXPECT_GT(nr_shown, 2000U) << "2 MiB of them";
-    EXPECT_LT(nr_shown, 2100U);
-    EXPECT_EQ(out.nr_unlisted, 3000 - nr_shown);
 }
 
 } // namespace

@@ -9,42 +9,42 @@
 namespace
 {
 
-void put_side(std::string &text, const char *key, const model_alias_side_t &side)
+void put_side(bounded_text_t &text, const char *key, const model_alias_side_t &side)
 {
     put_key(text, key);
-    text += '{';
+    text.bytes += '{';
     put_member(text, "protocol", side.protocol);
     put_member(text, "attr", side.attribute);
     put_member(text, "way", attr_way2str(side.way));
-    text += '}';
+    text.bytes += '}';
 }
 
-std::string alias_document(const description_model_t &model)
+void put_aliases(const description_model_t &model, bounded_text_t &text)
 {
     if (model.aliases.empty())
-        return {};
-    std::string text = "{\n  \"aliases\": [\n";
+        return;
+    text.bytes = "{\n  \"aliases\": [\n";
     for (const model_alias_t &alias : model.aliases) {
-        text += "    {";
+        text.bytes += "    {";
         put_side(text, "alias", alias.alias);
         put_side(text, "reference", alias.reference);
-        text += &alias == &model.aliases.back() ? "}\n" : "},\n";
+        text.bytes += &alias == &model.aliases.back() ? "}\n" : "},\n";
     }
-    return text + "  ]\n}\n";
+    text.bytes += "  ]\n}\n";
 }
 
-std::string tag_document(const description_model_t &model)
+void put_tag_table(const description_model_t &model, bounded_text_t &text)
 {
     if (model.tag_table.empty())
-        return {};
-    std::string text = "{\n  \"tag_table\": {\n";
+        return;
+    text.bytes = "{\n  \"tag_table\": {\n";
     for (const auto &[name, number] : model.tag_table) {
-        text += "    ";
+        text.bytes += "    ";
         put_string(text, name);
-        text += ": " + std::to_string(number);
-        text += &name == &model.tag_table.back().first ? "\n" : ",\n";
+        text.bytes += ": " + std::to_string(number);
+        text.bytes += &name == &model.tag_table.back().first ? "\n" : ",\n";
     }
-    return text + "  }\n}\n";
+    text.bytes += "  }\n}\n";
 }
 
 void check_model(const description_model_t &model, size_t nr_group, decompile_lost_t &lost)
@@ -62,8 +62,27 @@ void check_model(const description_model_t &model, size_t nr_group, decompile_lo
 struct text_writing_t {
     const decompile_sink_t *sink;
     view_error_t &error;
+    size_t max;      ///< bytes of a text
     size_t size = 0; ///< bytes so far, before they are laid out
 };
+
+bool refuse_size(text_writing_t &writing, const char *what)
+{
+    return view_fail(writing.error, VIEW_COUNT, 0, "%s of more than %zu bytes", what, writing.max);
+}
+
+/// Makes a document that stands beside the text.
+bool put_document(text_writing_t &writing, const description_model_t &model, const char *what,
+                  void (*make)(const description_model_t &model, bounded_text_t &text),
+                  std::string &document)
+{
+    bounded_text_t text = {writing.max};
+    make(model, text);
+    if (text_is_full(text))
+        return refuse_size(writing, what);
+    document = std::move(text.bytes);
+    return true;
+}
 
 void put(text_writing_t &writing, std::string_view piece)
 {
@@ -72,20 +91,18 @@ void put(text_writing_t &writing, std::string_view piece)
 }
 
 /// Puts a part of a document without the lines that `front` and `behind` are laid out as.
-bool put_part(text_writing_t &writing, const std::string &document, std::string_view front,
+bool put_part(text_writing_t &writing, const bounded_text_t &document, std::string_view front,
               std::string_view behind)
 {
     description_text_t description;
     text_fault_t fault;
-    writing.size += document.size();
-    if (writing.size >= DECOMPILE_TEXT_MAX)
-        return view_fail(writing.error, VIEW_COUNT, 0, "a text of more than %zu bytes",
-                         DECOMPILE_TEXT_MAX);
+    writing.size += document.bytes.size();
+    if (writing.size >= writing.max)
+        return refuse_size(writing, "a text");
     if (writing.sink == nullptr)
         return true;
-    if (!description_text_read(document, description, fault))
-        return view_fail(writing.error, VIEW_VALUE, 0, "no text of a description: %s",
-                         fault.text.c_str());
+    // Brackets match, and every byte of a string is escaped or stands for itself.
+    (void)description_text_read(document.bytes, description, fault);
     const std::string text = description_layout(description);
     put(writing,
         std::string_view(text).substr(front.size(), text.size() - front.size() - behind.size()));
@@ -105,12 +122,13 @@ bool put_rules(text_writing_t &writing, protocol_writing_t &protocol,
 {
     model_rule_t rule;
     for (protocol.rule = 0; protocol.rule < view_list_count(view.rules); ++protocol.rule) {
-        std::string document = R"({"protocols":[{"rules":[)";
+        bounded_text_t document = {writing.max, R"({"protocols":[{"rules":[)"};
         if (!model_rule_read(strings, view, protocol.rule, rule, writing.error))
             return false;
         decompile_rule(protocol, rule, document);
         put(writing, protocol.rule == 0 ? "\n        " : ",\n        ");
-        if (!put_part(writing, document.append("]}]}"), RULE_FRONT, RULE_BEHIND))
+        document.bytes += "]}]}";
+        if (!put_part(writing, document, RULE_FRONT, RULE_BEHIND))
             return false;
     }
     put(writing, protocol.rule == 0 ? "]" : "\n      ]");
@@ -121,16 +139,18 @@ bool put_rules(text_writing_t &writing, protocol_writing_t &protocol,
 bool put_protocol(text_writing_t &writing, protocol_writing_t &protocol,
                   const model_strings_t &strings, const view_protocol_t &view)
 {
-    std::string keys = R"({"protocols":[{)";
+    bounded_text_t keys = {writing.max, R"({"protocols":[{)"};
     decompile_keys(protocol, keys);
-    if (!put_part(writing, keys.append(R"(,"rules":[]}]})"), PROTOCOL_FRONT, NO_RULES_BEHIND) ||
+    keys.bytes += R"(,"rules":[]}]})";
+    if (!put_part(writing, keys, PROTOCOL_FRONT, NO_RULES_BEHIND) ||
         !put_rules(writing, protocol, strings, view))
         return false;
-    std::string said = R"({"protocols":[{)";
+    bounded_text_t said = {writing.max, R"({"protocols":[{)"};
     if (!decompile_said(protocol, said))
         return true;
     put(writing, ",\n");
-    return put_part(writing, said.append("}]}"), PROTOCOL_FRONT, PROTOCOL_BEHIND);
+    said.bytes += "}]}";
+    return put_part(writing, said, PROTOCOL_FRONT, PROTOCOL_BEHIND);
 }
 
 bool put_protocols(text_writing_t &writing, const description_model_t &model,
@@ -165,7 +185,7 @@ void decompile_lost_add(decompile_lost_t &lost, std::string text)
 }
 
 bool decompile_pdb_walk(const pdb_view_t &pdb, const decompile_sink_t *sink, decompiled_t &out,
-                        view_error_t &error)
+                        view_error_t &error, size_t text_max)
 try {
     out = {};
     description_model_t model;
@@ -174,23 +194,24 @@ try {
         return false;
     if (source.protocols.empty())
         return view_fail(error, VIEW_ABSENT, 0, "no protocol descriptions");
-    out.aliases = alias_document(model);
-    out.tags = tag_document(model);
+    text_writing_t writing = {sink, error, text_max};
+    if (!put_document(writing, model, "aliases", put_aliases, out.aliases) ||
+        !put_document(writing, model, "a tag table", put_tag_table, out.tags))
+        return false;
     check_model(model, source.groups.size(), out.lost);
-    text_writing_t writing = {sink, error};
     return put_protocols(writing, model, source, out.lost);
 } catch (const std::bad_alloc &) {
     return view_fail(error, VIEW_MEMORY, 0, "out of memory");
 }
 
-bool decompile_pdb(const pdb_view_t &pdb, decompiled_t &out, view_error_t &error)
+bool decompile_pdb(const pdb_view_t &pdb, decompiled_t &out, view_error_t &error, size_t text_max)
 {
     std::string text;
     const auto put_piece = [](void *context, std::string_view piece) {
         *static_cast<std::string *>(context) += piece;
     };
     const decompile_sink_t sink = {put_piece, &text};
-    const bool sound = decompile_pdb_walk(pdb, &sink, out, error);
+    const bool sound = decompile_pdb_walk(pdb, &sink, out, error, text_max);
     out.text = std::move(text);
     return sound;
 }

@@ -41,12 +41,19 @@ struct decompile_sink_t {
     void *context;
 };
 
+/// Most bytes of a text, unless a caller says less.
+constexpr size_t DECOMPILE_TEXT_MAX = size_t{512} << 20;
+
 /// Decompiles an open pdb, loadable or not, and hands the text to `sink`, rule by rule; without a
 /// sink it is not laid out, and only told what is lost. `out.text` stays empty. Returns false with
-/// `error` for descriptions that are absent or damaged, whose text would exceed 512 MiB, or when
-/// memory runs out. Linear time; memory of some 60 bytes a rule, and one rule.
+/// `error` for descriptions that are absent or damaged, or when memory runs out; and, VIEW_COUNT,
+/// where the text (before it is laid out), the aliases or the tag table would have `text_max` bytes
+/// or more: a small file may name long texts over and over. Linear time; memory of some 60 bytes a
+/// rule, and one rule, which is no longer than `text_max` and a string.
 [[nodiscard]] bool decompile_pdb_walk(const pdb_view_t &pdb, const decompile_sink_t *sink,
-                                      decompiled_t &out, view_error_t &error);
+                                      decompiled_t &out, view_error_t &error,
+                                      size_t text_max = DECOMPILE_TEXT_MAX);
 
 /// The same with the text in `out`.
-[[nodiscard]] bool decompile_pdb(const pdb_view_t &pdb, decompiled_t &out, view_error_t &error);
+[[nodiscard]] bool decompile_pdb(const pdb_view_t &pdb, decompiled_t &out, view_error_t &error,
+                                 size_t text_max = DECOMPILE_TEXT_MAX);

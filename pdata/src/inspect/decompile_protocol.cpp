@@ -2,7 +2,6 @@
 
 #include "alias_undo.h"
 #include "csa_types.h"
-#include "decompile_text.h"
 #include "format_limits.h"
 #include "format_scope.h"
 #include "format_values.h"
@@ -38,19 +37,19 @@ std::string key_of(const written_attribute_t &attribute)
     return attr_way2prefix(attribute.way) + std::string(attribute.name);
 }
 
-void put_offset(std::string &text, const std::string &key, const model_value_t &value)
+void put_offset(bounded_text_t &text, const std::string &key, const model_value_t &value)
 {
     put_key(text, key + "_offset");
-    text += '{';
+    text.bytes += '{';
     put_number(text, "offset", value.offset);
     put_member(text, "pattern", value.text);
-    text += '}';
+    text.bytes += '}';
 }
 
 /// Writes the values of an attribute in their order: runs without an offset under one key, every
 /// other one under a key of its own.
 void put_attribute(protocol_writing_t &writing, const model_attribute_t &attribute,
-                   const written_attribute_t &written, std::string &text)
+                   const written_attribute_t &written, bounded_text_t &text)
 {
     const std::string key = key_of(written);
     std::vector<std::string_view> run;
@@ -67,7 +66,7 @@ void put_attribute(protocol_writing_t &writing, const model_attribute_t &attribu
     put_list(text, key, run);
 }
 
-void put_mindata(std::string &text, const model_sub_rule_t &sub_rule)
+void put_mindata(bounded_text_t &text, const model_sub_rule_t &sub_rule)
 {
     if (sub_rule.cts_mindata == sub_rule.stc_mindata) {
         if (sub_rule.cts_mindata != 0)
@@ -94,21 +93,22 @@ void check_values(protocol_writing_t &writing, const model_sub_rule_t &sub_rule)
               "more values in a sub-rule than a text takes");
 }
 
-void put_sub_rule(protocol_writing_t &writing, const model_sub_rule_t &sub_rule, std::string &text)
+void put_sub_rule(protocol_writing_t &writing, const model_sub_rule_t &sub_rule,
+                  bounded_text_t &text)
 {
     std::vector<written_attribute_t> written;
     lose_rule(writing, !alias_undo(writing.aliases, sub_rule, written),
               "no attributes become those of a sub-rule by the aliases of the pdb");
     check_values(writing, sub_rule);
-    text += '{';
+    text.bytes += '{';
     put_member(text, "protocol", sub_rule.bottom);
     put_mindata(text, sub_rule);
     for (size_t i = 0; i < written.size(); ++i)
         put_attribute(writing, sub_rule.attributes[i], written[i], text);
-    text += '}';
+    text.bytes += '}';
 }
 
-void put_scope(std::string &text, uint32_t scope)
+void put_scope(bounded_text_t &text, uint32_t scope)
 {
     put_list(text, "scope", format_scope_words(scope));
 }
@@ -127,32 +127,32 @@ void check_rule(protocol_writing_t &writing, const model_rule_t &rule)
               "an order, path or tags, but no attributes in its first sub-rule");
 }
 
-void put_flag(std::string &text, const char *key, bool flag)
+void put_flag(bounded_text_t &text, const char *key, bool flag)
 {
     if (!flag)
         return;
     put_key(text, key);
-    text += "true";
+    text.bytes += "true";
 }
 
-void put_version(std::string &text, const uint32_t (&version)[3])
+void put_version(bounded_text_t &text, const uint32_t (&version)[3])
 {
     put_key(text, "version");
-    text += '{';
+    text.bytes += '{';
     put_number(text, "major", version[0]);
     put_number(text, "minor", version[1]);
     put_number(text, "revision", version[2]);
-    text += '}';
+    text.bytes += '}';
 }
 
 /// Writes the tags; what differs from the order in which they are stored is lost.
-void put_tags(protocol_writing_t &writing, std::string &text)
+void put_tags(protocol_writing_t &writing, bounded_text_t &text)
 {
     const std::vector<text_pair_t> &tags = writing.protocol.tags;
     if (tags.empty())
         return;
     put_key(text, "tags");
-    text += '{';
+    text.bytes += '{';
     std::vector<std::string_view> categories;
     size_t i = 0;
     for (; i < tags.size() && tags[i].first == "category"; ++i)
@@ -166,7 +166,7 @@ void put_tags(protocol_writing_t &writing, std::string &text)
         ++i;
     }
     lose(writing, i < tags.size(), "tags that have no key, or in another order");
-    text += '}';
+    text.bytes += '}';
 }
 
 void check_protocol(protocol_writing_t &writing)
@@ -200,7 +200,7 @@ void lose_keys(protocol_writing_t &writing)
 
 } // namespace
 
-void decompile_keys(protocol_writing_t &writing, std::string &text)
+void decompile_keys(protocol_writing_t &writing, bounded_text_t &text)
 {
     const model_protocol_t &protocol = writing.protocol;
     lose_keys(writing);
@@ -217,15 +217,15 @@ void decompile_keys(protocol_writing_t &writing, std::string &text)
         put_number(text, "virtual_id", *writing.vid);
     if (protocol.cacheable == 0) {
         put_key(text, "cacheable");
-        text += "false";
+        text.bytes += "false";
     }
 }
 
-void decompile_rule(protocol_writing_t &writing, const model_rule_t &rule, std::string &text)
+void decompile_rule(protocol_writing_t &writing, const model_rule_t &rule, bounded_text_t &text)
 {
     const rule_keys_t &keys = writing.keys[writing.rule];
     check_rule(writing, rule);
-    text += '{';
+    text.bytes += '{';
     put_member(text, "order",
                std::to_string(format_priority_range(rule.priority)) + ':' +
                    std::to_string(format_priority_order(rule.priority)));
@@ -235,16 +235,16 @@ void decompile_rule(protocol_writing_t &writing, const model_rule_t &rule, std::
     put_list(text, "path", rule.path);
     put_list(text, "rule-tags", rule.tags);
     put_key(text, "rule");
-    text += '[';
+    text.bytes += '[';
     for (const model_sub_rule_t &sub_rule : rule.sub_rules) {
-        if (text.back() != '[')
-            text += ',';
+        if (text.bytes.back() != '[')
+            text.bytes += ',';
         put_sub_rule(writing, sub_rule, text);
     }
-    text += "]}";
+    text.bytes += "]}";
 }
 
-bool decompile_said(const protocol_writing_t &writing, std::string &text)
+bool decompile_said(const protocol_writing_t &writing, bounded_text_t &text)
 {
     if (writing.nr_lost == 0)
         return false;
@@ -254,8 +254,8 @@ bool decompile_said(const protocol_writing_t &writing, std::string &text)
     if (writing.nr_lost > LOST_SAID_MAX)
         said += "; and " + std::to_string(writing.nr_lost - LOST_SAID_MAX) + " more";
     put_key(text, "description");
-    text += '{';
+    text.bytes += '{';
     put_member(text, "en", said);
-    text += '}';
+    text.bytes += '}';
     return true;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "decompile.h"
+#include "decompile_text.h"
 #include "slot_memory.h"
 
 /// A protocol on its way into the text.
@@ -17,11 +18,11 @@ struct protocol_writing_t {
 };
 
 /// Appends the members of the protocol but for its rules.
-void decompile_keys(protocol_writing_t &writing, std::string &text);
+void decompile_keys(protocol_writing_t &writing, bounded_text_t &text);
 
 /// Appends the object of rule `writing.rule`.
-void decompile_rule(protocol_writing_t &writing, const model_rule_t &rule, std::string &text);
+void decompile_rule(protocol_writing_t &writing, const model_rule_t &rule, bounded_text_t &text);
 
 /// Appends a member that says what is not in the text, once all rules are: the description of the
 /// protocol, which is stored nowhere. Returns false when there is nothing to be said.
-[[nodiscard]] bool decompile_said(const protocol_writing_t &writing, std::string &text);
+[[nodiscard]] bool decompile_said(const protocol_writing_t &writing, bounded_text_t &text);

@@ -29,54 +29,54 @@ char escape_letter(char byte)
 
 } // namespace
 
-void put_string(std::string &text, std::string_view bytes)
+void put_string(bounded_text_t &text, std::string_view bytes)
 {
-    if (text.size() >= DECOMPILE_TEXT_MAX)
+    if (text_is_full(text))
         return;
-    text += '"';
+    text.bytes += '"';
     for (const char byte : bytes) {
         const char letter = escape_letter(byte);
         if (letter != 0)
-            text += '\\';
-        text += letter != 0 ? letter : byte;
+            text.bytes += '\\';
+        text.bytes += letter != 0 ? letter : byte;
     }
-    text += '"';
+    text.bytes += '"';
 }
 
-void put_key(std::string &text, std::string_view key)
+void put_key(bounded_text_t &text, std::string_view key)
 {
-    if (text.back() != '{')
-        text += ',';
+    if (text.bytes.back() != '{')
+        text.bytes += ',';
     put_string(text, key);
-    text += ':';
+    text.bytes += ':';
 }
 
-void put_number(std::string &text, std::string_view key, uint32_t number)
+void put_number(bounded_text_t &text, std::string_view key, uint32_t number)
 {
     put_key(text, key);
-    text += std::to_string(number);
+    text.bytes += std::to_string(number);
 }
 
-void put_member(std::string &text, std::string_view key, std::string_view bytes)
+void put_member(bounded_text_t &text, std::string_view key, std::string_view bytes)
 {
     put_key(text, key);
     put_string(text, bytes);
 }
 
-void put_list(std::string &text, std::string_view key, std::span<const std::string_view> texts)
+void put_list(bounded_text_t &text, std::string_view key, std::span<const std::string_view> texts)
 {
     if (texts.empty())
         return;
     if (texts.size() == 1)
         return put_member(text, key, texts[0]);
     put_key(text, key);
-    text += '[';
+    text.bytes += '[';
     for (const std::string_view one : texts) {
-        if (text.back() != '[')
-            text += ',';
+        if (text.bytes.back() != '[')
+            text.bytes += ',';
         put_string(text, one);
     }
-    text += ']';
+    text.bytes += ']';
 }
 
 std::string lost_protocol(const model_protocol_t &protocol, std::string_view text)

@@ -119,10 +119,11 @@ void difference_aliases(alias_difference_t &aliases, const description_model_t &
 } // namespace
 
 bool pdb_difference_walk(const pdb_view_t &before, const pdb_view_t &after,
-                         const difference_sink_t *sink, pdb_difference_t &out, view_error_t &error)
+                         const difference_sink_t *sink, pdb_difference_t &out, view_error_t &error,
+                         const difference_bounds_t &bounds)
 {
     out = {};
-    comparison_t comparison = {sink, out, error};
+    comparison_t comparison = {sink, out, error, bounds};
     description_source_t old;
     description_source_t now;
     description_model_t aliases_before;
@@ -141,7 +142,7 @@ bool pdb_difference_walk(const pdb_view_t &before, const pdb_view_t &after,
 }
 
 bool pdb_difference(const pdb_view_t &before, const pdb_view_t &after, pdb_difference_t &out,
-                    view_error_t &error)
+                    view_error_t &error, const difference_bounds_t &bounds)
 {
     std::vector<protocol_difference_t> protocols;
     const auto put_protocol = [](void *context, const protocol_difference_t &protocol) {
@@ -152,7 +153,7 @@ bool pdb_difference(const pdb_view_t &before, const pdb_view_t &after, pdb_diffe
     };
     const difference_sink_t sink = {[](void *, const alias_difference_t &) {}, put_protocol,
                                     put_rule, &protocols};
-    const bool sound = pdb_difference_walk(before, after, &sink, out, error);
+    const bool sound = pdb_difference_walk(before, after, &sink, out, error, bounds);
     out.protocols = std::move(protocols);
     return sound;
 }

@@ -53,10 +53,11 @@ struct alias_difference_t {
     std::vector<std::string> added;
 };
 
-/// Bytes of values that a difference lists, and that one rule of it does; further ones are counted
-/// and not listed.
-constexpr size_t DIFFERENCE_SHOWN_MAX = size_t{64} << 20;
-constexpr size_t DIFFERENCE_RULE_SHOWN_MAX = size_t{2} << 20;
+/// Bytes of values that are listed; once there are more, further ones are counted and not listed.
+struct difference_bounds_t {
+    size_t shown = size_t{64} << 20;
+    size_t rule_shown = size_t{2} << 20; ///< of what one rule lost, and of what it gained
+};
 
 struct pdb_difference_t {
     std::vector<protocol_difference_t> protocols; ///< removed and changed ones first
@@ -90,8 +91,9 @@ struct difference_sink_t {
 /// handed out. Throws std::bad_alloc.
 [[nodiscard]] bool pdb_difference_walk(const pdb_view_t &before, const pdb_view_t &after,
                                        const difference_sink_t *sink, pdb_difference_t &out,
-                                       view_error_t &error);
+                                       view_error_t &error, const difference_bounds_t &bounds = {});
 
 /// The same with the protocols and their rules in `out`.
 [[nodiscard]] bool pdb_difference(const pdb_view_t &before, const pdb_view_t &after,
-                                  pdb_difference_t &out, view_error_t &error);
+                                  pdb_difference_t &out, view_error_t &error,
+                                  const difference_bounds_t &bounds = {});

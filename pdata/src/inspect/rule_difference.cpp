@@ -32,10 +32,11 @@ bool read_rule(comparison_t &comparison, const side_t &side, uint32_t index, rul
 std::vector<std::string> shown_values(comparison_t &comparison, const model_rule_t &rule,
                                       std::span<const rule_value_t> values)
 {
+    const difference_bounds_t &bounds = comparison.bounds;
     std::vector<std::string> texts;
     size_t shown = 0;
     for (const rule_value_t &value : values) {
-        if (comparison.shown > DIFFERENCE_SHOWN_MAX || shown > DIFFERENCE_RULE_SHOWN_MAX) {
+        if (comparison.shown > bounds.shown || shown > bounds.rule_shown) {
             ++comparison.out.nr_unlisted;
             continue;
         }
@@ -76,8 +77,8 @@ void put_rule(protocol_pair_t &pair, rule_difference_t rule,
     comparison.sink->put_rule(comparison.sink->context, rule);
 }
 
-/// Hands out a pair of rules, both of which were read to be paired, of which something differs,
-/// also in what its values compile to.
+/// Hands out a pair of rules, both of which were read to be paired. Something differs, also in what
+/// values compile to: rules that are equal in all were paired, and let go, before.
 void put_pair(protocol_pair_t &pair, uint32_t before, uint32_t after)
 {
     comparison_t &comparison = pair.comparison;
@@ -94,8 +95,7 @@ void put_pair(protocol_pair_t &pair, uint32_t before, uint32_t after)
                               {}};
     const std::vector<rule_value_t> removed = values_beyond(old.row, now.row);
     const std::vector<rule_value_t> added = values_beyond(now.row, old.row);
-    if (!rule.fields.empty() || !removed.empty() || !added.empty())
-        put_rule(pair, std::move(rule), {&old.rule, removed}, {&now.rule, added});
+    put_rule(pair, std::move(rule), {&old.rule, removed}, {&now.rule, added});
 }
 
 /// Hands out rules that one side alone has.

@@ -10,6 +10,7 @@ struct comparison_t {
     const difference_sink_t *sink;
     pdb_difference_t &out;
     view_error_t &error;
+    const difference_bounds_t &bounds;
     row_maker_t maker = {};
     size_t shown = 0; ///< bytes of values that were listed
 };

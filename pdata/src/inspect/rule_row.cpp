@@ -40,11 +40,11 @@ constexpr size_t long_text = 64;
 constexpr size_t nr_known = size_t{1} << 16;
 
 /// Returns the place of what is known of a text.
-row_known_t &known_of(row_maker_t &maker, std::string_view text, const void *properties)
+row_known_t &known_of(row_maker_t &maker, const std::pair<const char *, const void *> &key)
 {
     maker.known.resize(nr_known);
     const auto mixed =
-        (reinterpret_cast<uintptr_t>(text.data()) ^ reinterpret_cast<uintptr_t>(properties)) *
+        (reinterpret_cast<uintptr_t>(key.first) ^ reinterpret_cast<uintptr_t>(key.second)) *
         uint64_t{0x9e3779b97f4a7c15};
     return maker.known[mixed >> 32 & (nr_known - 1)];
 }
@@ -53,9 +53,10 @@ row_known_t &known_of(row_maker_t &maker, std::string_view text, const void *pro
 template <typename Find>
 uint64_t known_hash(row_maker_t &maker, std::string_view text, const void *properties, Find find)
 {
-    row_known_t &known = known_of(maker, text, properties);
-    if (known.text != text.data() || known.properties != properties)
-        known = {text.data(), properties, find()};
+    const std::pair<const char *, const void *> key = {text.data(), properties};
+    row_known_t &known = known_of(maker, key);
+    if (known.key != key)
+        known = {key, find()};
     return known.hash;
 }
 

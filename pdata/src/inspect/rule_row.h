@@ -4,6 +4,7 @@
 /// of that and its text. Minimum data, and a sub-rule without attributes, are values too.
 #pragma once
 
+#include <utility>
 #include <vector>
 
 #include "description_model.h"
@@ -14,8 +15,8 @@ constexpr size_t RULE_ROW_MAX = 65536;
 
 /// What a text was found to hash to; texts of a file stay where they are.
 struct row_known_t {
-    const char *text = nullptr;
-    const void *properties = nullptr; ///< of the attribute; null for the text as it is
+    /// Where the text stands, and the properties of its attribute: null for the text as it is.
+    std::pair<const char *, const void *> key = {};
     uint64_t hash = 0;
 };
 
