@@ -66,6 +66,21 @@ TEST(Text, CommentsOfEveryKindAreReadOver)
     EXPECT_EQ(begins("{\"p\": [{\"name\": \"a\\\"//b\"}]}", {"\"a\\\"//b\""}), places_t{});
 }
 
+// Each of so many is looked at once: to search the rest of the text for each takes hours.
+TEST(Text, MarksOfCommentsThatNothingEndsAreReadOnce)
+{
+    std::string text = R"({"p": [{"name": "a"} /* one */, )";
+    const size_t begin = text.size();
+    for (int i = 0; i < 2000000; ++i)
+        text += "/* ";
+    const reading_t reading = read(text);
+    EXPECT_EQ(reading.protocols, (names_t{"\"a\""}));
+    ASSERT_EQ(reading.findings.size(), 2U);
+    EXPECT_EQ(reading.findings[0].id, FINDING_COMMENT);
+    EXPECT_EQ(reading.findings[0].edits.size(), 1U) << "the one that ends";
+    EXPECT_EQ(reading.findings[1].place.begin, begin);
+}
+
 TEST(Text, NothingIsAText)
 {
     for (const std::string_view text :

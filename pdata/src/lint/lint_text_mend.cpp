@@ -26,16 +26,16 @@ size_t behind_string(std::string_view text, size_t at)
     return std::min(at + 1, text.size());
 }
 
-/// Returns the byte behind the comment that begins at `at`, or `at` where none begins.
-size_t behind_comment(std::string_view text, size_t at)
+/// Returns the byte behind the comment that begins at `at`, or `at` where none begins. `last`:
+/// where the last "*/" of the text stands, lest every "/*" behind it searches the rest in vain.
+size_t behind_comment(std::string_view text, size_t at, size_t last)
 {
     const std::string_view rest = text.substr(at);
     if (rest.starts_with("//") || rest.starts_with('#'))
         return std::min(text.find_first_of("\r\n", at), text.size());
-    if (!rest.starts_with("/*"))
+    if (!rest.starts_with("/*") || last == text.npos || last < at + 2)
         return at;
-    const size_t end = text.find("*/", at + 2);
-    return end == std::string_view::npos ? at : end + 2;
+    return text.find("*/", at + 2) + 2;
 }
 
 /// Puts blanks in the place of bytes that are no token, and notes how to take them away.
@@ -65,6 +65,7 @@ size_t next_mark(std::string_view text, size_t at)
 void search(mender_t &mender)
 {
     const std::string_view text = mender.text;
+    const size_t last = text.rfind("*/");
     for (size_t at = next_mark(text, 0); at < text.size(); at = next_mark(text, at)) {
         const size_t begin = at;
         if (text[at] == '"') {
@@ -72,7 +73,7 @@ void search(mender_t &mender)
         } else if (text[at] == '\r') {
             pass_over(mender, mender.returns, begin, ++at);
         } else {
-            at = behind_comment(text, at);
+            at = behind_comment(text, at, last);
             if (at != begin)
                 pass_over(mender, mender.comments, begin, at);
             else
