@@ -265,4 +265,21 @@ TEST(CheckWork, OfAListGrowsAsItsPartsDo)
             << end;
 }
 
+// A brace that begins no count is told from one that does by what follows it, not by all the rest.
+TEST(CheckWork, OfABraceWhatFollowsItIsLookedAt)
+{
+    const std::string value(4000000, '{');
+    const auto count = [](const std::string &pattern) {
+        const lint_result_t result =
+            check(rule_with(R"("protocol": "http", "cts-uri": "a)" + pattern + '"'));
+        return std::ranges::count(result.findings, FINDING_LITERAL_ANCHOR, &finding_t::id);
+    };
+    EXPECT_EQ(count(value), 0);
+    EXPECT_EQ(count(value + "2}"), 1);
+    EXPECT_EQ(count("{2,3}"), 1);
+    EXPECT_EQ(count("{,3}"), 0);
+    EXPECT_EQ(count("{2"), 0);
+    EXPECT_EQ(count("{}"), 0);
+}
+
 } // namespace

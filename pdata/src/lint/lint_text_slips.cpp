@@ -57,10 +57,8 @@ void look_anchor(const lint_look_t &look)
 /// Tells whether "{n}", "{n,}" or "{n,m}" begins at a byte.
 bool is_count(std::string_view text)
 {
-    const size_t end = text.find('}');
-    const std::string_view inner = text.substr(1, end == text.npos ? 0 : end - 1);
-    return !inner.empty() && inner.front() != ',' &&
-           inner.find_first_not_of("0123456789,") == inner.npos;
+    const size_t end = text.find_first_not_of("0123456789,", 1);
+    return end != text.npos && end > 1 && text[end] == '}' && text[1] != ',';
 }
 
 /// Operators of other expressions that are bytes here: \b, \B, \A, \z, \Z, \D, \S, \W, \1, {n,m}.
