@@ -42,11 +42,9 @@ void look_at(std::span<const lint_row_t> rows, const lint_look_t &look)
 /// Looks for slips in a value of a known attribute.
 void look_at_value(const lint_look_t &look)
 {
-    const auto &offset = look.attribute->offset;
-    const bool at_offset = offset && offset->number != 0;
     if (look.attribute->matched->proper_type != MATCHER_TYPE_STREAM)
         return look_at(lint_number_rows(), look);
-    if (at_offset)
+    if (lint_at_offset(*look.attribute))
         return look_at(lint_offset_rows(), look);
     look_at(lint_text_rows(), look);
     look_at(lint_choice_rows(), look);

@@ -1,5 +1,9 @@
 #include "lint_look.h"
 
+#include <algorithm>
+
+#include "lint_words.h"
+
 namespace
 {
 
@@ -42,4 +46,22 @@ finding_t &lint_report_at(const lint_look_t &look, finding_place_t place, findin
 void lint_mend(finding_t &finding, std::string text)
 {
     finding.edits.push_back({finding.place, std::move(text)});
+}
+
+void lint_refuse_empty(const lint_look_t &look, const lint_text_t &text)
+{
+    if ((text.decoded.size() & 0xffff) == 0)
+        lint_report_at(look, text.place, FINDING_EMPTY_TEXT, "an empty text cannot be stored",
+                       "write something into it, or leave its key out");
+}
+
+void lint_look_tag(const lint_look_t &look, const lint_text_t &tag, finding_id_t id)
+{
+    const auto &tags = look.config.tags;
+    if (std::ranges::find(tags, tag.decoded) != tags.end())
+        return;
+    const std::vector<std::string_view> known(tags.begin(), tags.end());
+    lint_report_at(look, tag.place, id, "the tag table has no " + lint_quoted(tag.raw),
+                   lint_meant(tag.decoded, known))
+        .value = tag.raw;
 }

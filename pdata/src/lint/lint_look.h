@@ -34,6 +34,12 @@ finding_t &lint_report_at(const lint_look_t &look, finding_place_t place, findin
 /// Lets a finding take a text in place of its own bytes, which is safe.
 void lint_mend(finding_t &finding, std::string text);
 
+/// Refuses a text that has no byte, or as many as wrap to none in its length field.
+void lint_refuse_empty(const lint_look_t &look, const lint_text_t &text);
+
+/// Adds a finding for a text that is none of the tags of the configuration.
+void lint_look_tag(const lint_look_t &look, const lint_text_t &tag, finding_id_t id);
+
 /// Hands every rule, sub-rule, attribute and value of a protocol to `take`, each with its place.
 template <typename Take>
 void lint_each_rule(const lint_look_t &look, const Take &take)

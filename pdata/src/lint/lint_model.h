@@ -125,6 +125,20 @@ struct lint_model_t {
 /// Returns the first protocol of a sub-rule, whose attributes it tests; empty where there is none.
 std::string_view lint_bottom(const lint_sub_rule_t &sub_rule);
 
+/// Tells whether what a rule says of itself is read: it is taken from its first sub-rule, where
+/// that has attributes.
+bool lint_is_read(const lint_rule_t &rule);
+
+/// Tells whether any sub-rule of a rule has attributes.
+bool lint_any_attributes(const lint_rule_t &rule);
+
+/// Returns how many rules the compiler stores of one: one for every protocol of its first sub-rule
+/// that has several.
+size_t lint_stored_rules(const lint_rule_t &rule);
+
+/// Tells whether the values of an attribute are patterns at an offset; an offset of 0 is none.
+bool lint_at_offset(const lint_attribute_t &attribute);
+
 /// Returns the minimum data of a rule in a direction (ATTR_WAY_CTS, else server to client) as its
 /// matchers see it: the first of its sub-rules that is not 0, and 0 where none is given. 65536
 /// stands for no minimum.

@@ -35,16 +35,6 @@ std::string faultless_text(const lint_model_t &model)
     return text + "]}";
 }
 
-/// Returns how many rules the compiler stores of one beside the first: one for every further
-/// protocol of its first sub-rule that has several.
-size_t copies_of(const lint_rule_t &rule)
-{
-    for (const lint_sub_rule_t &sub_rule : rule.sub_rules)
-        if (sub_rule.protocols.size() > 1)
-            return sub_rule.protocols.size() - 1;
-    return 0;
-}
-
 prove_item_t item_of(const lint_look_t &value, const lint_proved_t &proved)
 {
     const lint_attribute_t &attribute = *value.attribute;
@@ -91,7 +81,7 @@ void gather_protocol(gathered_rules_t &gathered, const lint_look_t &protocol,
     lint_each_rule(protocol,
                    [&](const lint_look_t &rule) { add_rule(gathered, rule, proved, index++); });
     lint_each_rule(protocol, [&](const lint_look_t &rule) {
-        for (size_t i = copies_of(*rule.rule); i != 0; --i)
+        for (size_t i = lint_stored_rules(*rule.rule); i != 1; --i)
             add_rule(gathered, rule, proved, index++);
     });
 }

@@ -17,24 +17,13 @@ bool has_attributes(const lint_sub_rule_t &sub_rule)
     return !sub_rule.attributes.empty();
 }
 
-/// Tells whether what a rule says of itself is read: it is taken from its first sub-rule.
-bool is_read(const lint_rule_t &rule)
-{
-    return !rule.sub_rules.empty() && has_attributes(rule.sub_rules.front());
-}
-
-bool any_attributes(const lint_rule_t &rule)
-{
-    return std::ranges::any_of(rule.sub_rules, has_attributes);
-}
-
 void look_order(const lint_look_t &look)
 {
     const auto &order = look.rule->order;
     uint32_t range = 0;
     uint32_t number = 0;
     uint32_t priority = 0;
-    if (!order || !is_read(*look.rule))
+    if (!order || !lint_is_read(*look.rule))
         return;
     if (!lint_read_order(order->decoded, range, number)) {
         lint_report_at(
@@ -52,7 +41,7 @@ void look_scope(const lint_look_t &look)
 {
     constexpr uint32_t dns = 0x20;
     const lint_rule_t &rule = *look.rule;
-    if (!any_attributes(rule))
+    if (!lint_any_attributes(rule))
         return;
     for (const lint_text_t &word : rule.scope) {
         const uint32_t bit = format_scope_bit(word.decoded);
@@ -75,7 +64,7 @@ void look_scope(const lint_look_t &look)
 void look_path(const lint_look_t &look)
 {
     const auto &path = look.rule->path;
-    if (path.empty() || !is_read(*look.rule) || !look.protocol->name)
+    if (path.empty() || !lint_is_read(*look.rule) || !look.protocol->name)
         return;
     const std::string &name = look.protocol->name->decoded;
     if (path.size() == 1)
@@ -92,17 +81,10 @@ void look_path(const lint_look_t &look)
 
 void look_tags(const lint_look_t &look)
 {
-    if (!is_read(*look.rule))
+    if (!lint_is_read(*look.rule))
         return;
     for (const lint_text_t &tag : look.rule->tags)
-        if (std::ranges::find(look.config.tags, tag.decoded) == look.config.tags.end()) {
-            const std::vector<std::string_view> known(look.config.tags.begin(),
-                                                      look.config.tags.end());
-            lint_report_at(look, tag.place, FINDING_UNKNOWN_RULE_TAG,
-                           "the tag table has no " + lint_quoted(tag.raw),
-                           lint_meant(tag.decoded, known))
-                .value = tag.raw;
-        }
+        lint_look_tag(look, tag, FINDING_UNKNOWN_RULE_TAG);
 }
 
 /// The entries of a sub-rule, a key for each value, as the compiler counts them.
@@ -253,28 +235,21 @@ void look_items(const lint_look_t &look)
                     "leave 16 values; a text with commas counts once for each part");
 }
 
-void refuse_empty(const lint_look_t &look, const lint_text_t &text)
-{
-    if ((text.decoded.size() & 0xffff) == 0)
-        lint_report_at(look, text.place, FINDING_EMPTY_TEXT, "an empty text cannot be stored",
-                       "write something into it, or leave its key out");
-}
-
 void look_empty(const lint_look_t &look)
 {
     for (const lint_sub_rule_t &sub_rule : look.rule->sub_rules) {
         for (const lint_text_t &protocol : sub_rule.protocols)
-            refuse_empty(look, protocol);
+            lint_refuse_empty(look, protocol);
         for (const lint_attribute_t &attribute : sub_rule.attributes)
             for (const lint_text_t &value : attribute.values)
-                refuse_empty(look, value);
+                lint_refuse_empty(look, value);
     }
-    if (!is_read(*look.rule))
+    if (!lint_is_read(*look.rule))
         return;
     for (const lint_text_t &name : look.rule->path)
-        refuse_empty(look, name);
+        lint_refuse_empty(look, name);
     for (const lint_text_t &tag : look.rule->tags)
-        refuse_empty(look, tag);
+        lint_refuse_empty(look, tag);
 }
 
 constexpr lint_row_t rows[] = {

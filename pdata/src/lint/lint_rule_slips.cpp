@@ -8,18 +8,12 @@
 namespace
 {
 
-/// Tells whether what a rule says of itself is read: it is taken from its first sub-rule.
-bool is_read(const lint_rule_t &rule)
-{
-    return !rule.sub_rules.empty() && !rule.sub_rules.front().attributes.empty();
-}
-
 void look_order_form(const lint_look_t &look)
 {
     const auto &order = look.rule->order;
     uint32_t range = 0;
     uint32_t number = 0;
-    if (!order || !is_read(*look.rule) || !lint_read_order(order->decoded, range, number))
+    if (!order || !lint_is_read(*look.rule) || !lint_read_order(order->decoded, range, number))
         return;
     const std::string_view text = order->decoded;
     const size_t colon = text.find(':');
@@ -36,13 +30,8 @@ void look_order_form(const lint_look_t &look)
 void look_order_ignored(const lint_look_t &look)
 {
     const lint_rule_t &rule = *look.rule;
-    if (is_read(rule) || !rule.order || rule.sub_rules.empty())
-        return;
-    const bool second = std::ranges::any_of(rule.sub_rules, [](const lint_sub_rule_t &sub_rule) {
-        return !sub_rule.attributes.empty();
-    });
-    if (!second)
-        return; // nothing fires the rule, which is another finding
+    if (lint_is_read(rule) || !rule.order || !lint_any_attributes(rule))
+        return; // a rule without attributes is another finding
     lint_report_at(look, rule.order->place, FINDING_ORDER_IGNORED,
                    "nothing reads the order: the first sub-rule has no attributes",
                    "write the sub-rule with attributes first")

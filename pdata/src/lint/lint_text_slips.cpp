@@ -155,8 +155,8 @@ void look_comma(const lint_look_t &look)
     if (look.attribute->matched_key.way != ATTR_WAY_BOTH || first.empty() ||
         value_next_part(rest).empty())
         return;
-    const bool at_offset = look.attribute->offset && look.attribute->offset->number != 0;
-    const std::string meant = lint_json(without_commas(look.value->decoded, at_offset));
+    const std::string meant =
+        lint_json(without_commas(look.value->decoded, lint_at_offset(*look.attribute)));
     lint_mend(lint_report(look, FINDING_COMMA_BOTH_WAYS,
                           "a comma splits the value, and in one direction the rule never matches",
                           "write " + meant),

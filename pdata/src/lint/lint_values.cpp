@@ -107,7 +107,7 @@ pdata_status_t judge_text(lint_matchers_t &matchers, const lint_look_t &look, ui
 void report_mindata(const lint_look_t &look, csa_attr_way_t way)
 {
     const std::string key = attr_way2prefix(way) + std::string("mindata");
-    const bool at_offset = look.attribute->offset && look.attribute->offset->number != 0;
+    const bool at_offset = lint_at_offset(*look.attribute);
     lint_report(look, FINDING_SHORT_MINDATA,
                 "the minimum data, " + std::to_string(lint_mindata(*look.rule, way)) +
                     " bytes, are less than the value needs",
@@ -138,7 +138,7 @@ bool is_bad_expression(const lint_look_t &look)
 void report_text(const lint_look_t &look, csa_attr_way_t way, pdata_status_t status)
 {
     const std::string_view message = pdata_status_msg_get();
-    const bool at_offset = look.attribute->offset && look.attribute->offset->number != 0;
+    const bool at_offset = lint_at_offset(*look.attribute);
     if (message.find("escaped sequence") != message.npos)
         lint_report(look, FINDING_BAD_EXPRESSION, "an escape that does not read",
                     "write \"\\\\x\" with exactly two digits");

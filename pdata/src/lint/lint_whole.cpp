@@ -102,9 +102,7 @@ std::string asked_by(const lint_rule_t &rule)
 
 void look_rule(const lint_look_t &look, whole_t &whole)
 {
-    if (std::ranges::all_of(look.rule->sub_rules, [](const lint_sub_rule_t &sub_rule) {
-            return sub_rule.attributes.empty();
-        }))
+    if (!lint_any_attributes(*look.rule))
         return;
     const first_t here = {look.protocol, look.rule->place};
     const auto [other, is_new] = whole.rules.try_emplace(asked_by(*look.rule), here);
