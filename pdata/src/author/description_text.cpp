@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "csa_char.h"
 #include "text_reader.h"
 
 namespace
@@ -40,8 +41,16 @@ bool description_text_read(std::string_view text, description_text_t &descriptio
 
 size_t text_skip_blanks(std::string_view text, size_t at)
 {
-    while (at < text.size() && (text[at] == ' ' || text[at] == '\t' || text[at] == '\n'))
+    while (at < text.size() && char_is_blank(text[at]))
         ++at;
+    return std::min(at, text.size());
+}
+
+size_t text_closing_quote(std::string_view text, size_t at)
+{
+    for (++at; at < text.size() && text[at] != '"'; ++at)
+        if (text[at] == '\\')
+            ++at;
     return std::min(at, text.size());
 }
 

@@ -61,6 +61,10 @@ constexpr size_t DESCRIPTION_TEXT_MAX = (size_t{1} << 31) - 1;
 /// Returns the first byte from `at` on that is no blank, tab or line feed, or the end.
 size_t text_skip_blanks(std::string_view text, size_t at);
 
+/// Returns where the string that begins at the quote at `at` ends: its other quote, or the end of
+/// the text where it has none. A backslash guards the byte behind it.
+size_t text_closing_quote(std::string_view text, size_t at);
+
 /// Returns the bytes of a token.
 std::string_view text_token_bytes(const description_text_t &description, size_t token);
 

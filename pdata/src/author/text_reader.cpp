@@ -14,14 +14,11 @@ constexpr const char *expected_names[] = {
 /// Bytes that are a token each, and end a word.
 constexpr std::string_view ENDS = ",:[]{}";
 
-/// Reads a string: whatever stands behind a backslash belongs to it.
 bool string_end(text_reader_t &reader, size_t &end)
 {
     const std::string_view text = reader.description.text;
-    for (end = reader.at + 1; end < text.size() && text[end] != '"'; ++end)
-        if (text[end] == '\\')
-            ++end;
-    if (end++ >= text.size())
+    end = text_closing_quote(text, reader.at) + 1;
+    if (end > text.size())
         return text_reader_refuse(reader, reader.at, "a string without an end");
     return true;
 }

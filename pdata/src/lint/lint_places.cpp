@@ -11,11 +11,6 @@ void note(lint_places_t &places, const finding_place_t &place)
     places.files[place.file].push_back({place.end, {}});
 }
 
-bool begins_character(char c)
-{
-    return (c & '\xc0') != '\x80';
-}
-
 /// Counts lines and characters from byte to byte.
 void sweep(std::string_view text, std::vector<lint_places_t::byte_t> &bytes)
 {
@@ -28,8 +23,7 @@ void sweep(std::string_view text, std::vector<lint_places_t::byte_t> &bytes)
             at = line_end + 1;
             place = {place.line + 1, 1};
         }
-        const auto characters = std::ranges::count_if(text.substr(at, end - at), begins_character);
-        place.column += static_cast<size_t>(characters);
+        place.column += text_characters(text.substr(at, end - at));
         at = end;
         byte.place = place;
     }

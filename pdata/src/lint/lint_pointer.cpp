@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "description_text.h"
+
 namespace
 {
 
@@ -26,10 +28,7 @@ struct pointer_walk_t {
 void pass_string(pointer_walk_t &walk)
 {
     const size_t begin = walk.at + 1;
-    for (++walk.at; walk.at < walk.text.size() && walk.text[walk.at] != '"'; ++walk.at)
-        if (walk.text[walk.at] == '\\')
-            ++walk.at;
-    walk.at = std::min(walk.at, walk.text.size());
+    walk.at = text_closing_quote(walk.text, walk.at);
     if (!walk.levels.empty() && walk.levels.back().expects_key) {
         walk.levels.back().key = walk.text.substr(begin, walk.at - begin);
         walk.levels.back().expects_key = false;

@@ -214,10 +214,7 @@ size_t read_frame(lint_reader_t &reader)
     at = text_skip_blanks(text, at + 1);
     if (at == text.size() || text[at] != '"')
         return fail("expected a key in quotes");
-    for (++at; at < text.size() && text[at] != '"'; ++at)
-        if (text[at] == '\\')
-            ++at;
-    at = text_skip_blanks(text, at + 1);
+    at = text_skip_blanks(text, text_closing_quote(text, at) + 1);
     if (at >= text.size() || text[at] != ':')
         return fail("expected ':'");
     at = text_skip_blanks(text, at + 1);

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "description_text.h"
+
 namespace
 {
 
@@ -16,15 +18,6 @@ struct mender_t {
     finding_t returns;
     finding_t comments;
 };
-
-/// Returns the byte behind the string that begins at `at`.
-size_t behind_string(std::string_view text, size_t at)
-{
-    for (++at; at < text.size() && text[at] != '"'; ++at)
-        if (text[at] == '\\')
-            ++at;
-    return std::min(at + 1, text.size());
-}
 
 /// Returns the byte behind the comment that begins at `at`, or `at` where none begins. `last`:
 /// where the last "*/" of the text stands, lest every "/*" behind it searches the rest in vain.
@@ -69,7 +62,7 @@ void search(mender_t &mender)
     for (size_t at = next_mark(text, 0); at < text.size(); at = next_mark(text, at)) {
         const size_t begin = at;
         if (text[at] == '"') {
-            at = behind_string(text, at);
+            at = std::min(text_closing_quote(text, at) + 1, text.size());
         } else if (text[at] == '\r') {
             pass_over(mender, mender.returns, begin, ++at);
         } else {
