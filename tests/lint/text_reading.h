@@ -16,7 +16,7 @@ inline reading_t read(std::string_view text)
 {
     reading_t reading;
     std::unique_ptr<std::string> mended;
-    (void)lint_read_text(
+    lint_read_text(
         text, 0, mended,
         [&](const description_text_t &tokens) {
             reading.protocols.emplace_back(text_token_bytes(tokens, 3));

@@ -20,20 +20,9 @@ enum finding_level_t : uint8_t {
     FINDING_LEVEL_ERROR,
 };
 
-/// What a finding is about.
-enum finding_group_t : uint8_t {
-    FINDING_GROUP_TEXT,
-    FINDING_GROUP_SHAPE,
-    FINDING_GROUP_LIMIT,
-    FINDING_GROUP_PROTOCOL,
-    FINDING_GROUP_RULE,
-    FINDING_GROUP_VALUE,
-    FINDING_GROUP_PROOF,
-};
-
 /// The ids, each FINDING_ and its row in diagnostics.def.
 enum finding_id_t : uint8_t {
-#define DIAGNOSTIC(row, id, level, group, text) FINDING_##row,
+#define DIAGNOSTIC(row, id, level, text) FINDING_##row,
 #include "diagnostics.def"
 #undef DIAGNOSTIC
     FINDING_NR, ///< the number of ids
@@ -43,14 +32,12 @@ enum finding_id_t : uint8_t {
 struct finding_kind_t {
     std::string_view id;
     finding_level_t level;
-    finding_group_t group;
     std::string_view text; ///< in one line
 };
 
 /// Every row, at the index of its finding_id_t.
 inline constexpr finding_kind_t finding_kinds[] = {
-#define DIAGNOSTIC(row, id, level, group, text)                                                    \
-    {id, FINDING_LEVEL_##level, FINDING_GROUP_##group, text},
+#define DIAGNOSTIC(row, id, level, text) {id, FINDING_LEVEL_##level, text},
 #include "diagnostics.def"
 #undef DIAGNOSTIC
 };

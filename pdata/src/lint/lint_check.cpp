@@ -179,7 +179,7 @@ lint_result_t lint_check(std::vector<lint_file_t> files, lint_config_t &config,
                 progress(LINT_STEP_READ, done + tokens.tokens.back().end, all);
         };
         const std::string_view text = result.model.files[i].text;
-        (void)lint_read_text(text, i, result.mended[i], take, result.findings);
+        lint_read_text(text, i, result.mended[i], take, result.findings);
         done += text.size();
     }
     lint_look_whole(result.model, config, result.findings);

@@ -10,6 +10,6 @@
 #include "finding.h"
 
 /// Checks a protocol, whose tokens begin with its object, and adds what the machine refuses to
-/// `findings`. The machine is rewound. Returns false where anything was refused.
-bool lint_shape_check(semantic_t &machine, const description_text_t &tokens, uint32_t file,
+/// `findings`. The machine is rewound.
+void lint_shape_check(semantic_t &machine, const description_text_t &tokens, uint32_t file,
                       std::vector<finding_t> &findings);

@@ -279,9 +279,8 @@ void read_protocols(lint_reader_t &reader, size_t at)
 
 } // namespace
 
-std::string_view lint_read_text(std::string_view text, uint32_t file,
-                                std::unique_ptr<std::string> &mended,
-                                const lint_take_protocol_t &take, std::vector<finding_t> &findings)
+void lint_read_text(std::string_view text, uint32_t file, std::unique_ptr<std::string> &mended,
+                    const lint_take_protocol_t &take, std::vector<finding_t> &findings)
 {
     lint_reader_t reader = {
         lint_mend_text(text, file, mended, findings), file, take, findings, {}, {}, 0};
@@ -290,5 +289,4 @@ std::string_view lint_read_text(std::string_view text, uint32_t file,
     if (at >= reader.text.size() && findings.size() == before)
         report_syntax(reader, reader.text.size(), "expected a protocol, found the end");
     read_protocols(reader, at);
-    return reader.text;
 }

@@ -18,10 +18,7 @@
 using lint_take_protocol_t = std::function<void(const description_text_t &)>;
 
 /// Reads the input of index `file`, hands its protocols to `take` in their order, and adds what is
-/// wrong with its text to `findings`.
-///
-/// Returns the text that was read: `text`, or a copy with blanks for what was read over, at the
-/// same bytes. The copy belongs to `mended`. The tokens point into it.
-std::string_view lint_read_text(std::string_view text, uint32_t file,
-                                std::unique_ptr<std::string> &mended,
-                                const lint_take_protocol_t &take, std::vector<finding_t> &findings);
+/// wrong with its text to `findings`. The tokens point into `text`, or into a copy with blanks for
+/// what was read over, at the same bytes, which becomes `mended`.
+void lint_read_text(std::string_view text, uint32_t file, std::unique_ptr<std::string> &mended,
+                    const lint_take_protocol_t &take, std::vector<finding_t> &findings);

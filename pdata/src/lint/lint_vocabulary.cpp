@@ -52,11 +52,6 @@ constexpr lint_key_row_t attribute_row = {LINT_SUB_RULE, "", LINT_STRINGS, LINT_
 
 } // namespace
 
-std::span<const lint_key_row_t> lint_vocabulary()
-{
-    return vocabulary;
-}
-
 const lint_key_row_t *lint_find_key(lint_object_t object, std::string_view key)
 {
     for (const lint_key_row_t &row : vocabulary)

@@ -5,7 +5,6 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
 #include <string_view>
 
 /// The objects of a description.
@@ -66,9 +65,6 @@ struct lint_key_row_t {
     lint_key_id_t id;
     uint32_t max; ///< most values in an array, 0: no limit of its own
 };
-
-/// Every key.
-std::span<const lint_key_row_t> lint_vocabulary();
 
 /// Returns the row of a key of an object: that of attributes for an unknown key of a sub-rule, null
 /// for one of another object.
