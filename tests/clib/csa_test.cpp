@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <cstdint>
+#include <cstdlib>
 #include <string>
 
 #include "csa_buf.h"
+#include "csa_char.h"
 #include "csa_dump.h"
 #include "csa_endian.h"
 #include "csa_str.h"
@@ -11,6 +14,21 @@
 
 namespace
 {
+
+// The C library's words for them, in the locale that a program begins with.
+TEST(csa_char, bytes_are_what_the_c_library_says)
+{
+    for (int byte = 0; byte < 256; ++byte) {
+        const char c = static_cast<char>(byte);
+        const char text[] = {c, '\0'};
+        EXPECT_EQ(char_is_digit(c), std::isdigit(byte) != 0) << byte;
+        EXPECT_EQ(char_is_letter(c), std::isalpha(byte) != 0) << byte;
+        EXPECT_EQ(char_is_label(c), std::isalnum(byte) != 0 || c == '-' || c == '_') << byte;
+        EXPECT_EQ(char_small(c), static_cast<char>(std::tolower(byte))) << byte;
+        EXPECT_EQ(char_hex_value(c), std::isxdigit(byte) != 0 ? std::strtol(text, nullptr, 16) : -1)
+            << byte;
+    }
+}
 
 TEST(csa_str, a_counted_string_points_at_its_bytes)
 {

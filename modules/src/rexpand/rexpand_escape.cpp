@@ -1,3 +1,4 @@
+#include "csa_char.h"
 #include "rexpand_parser.h"
 
 namespace
@@ -11,13 +12,7 @@ bool is_octal_digit(int byte)
 /// Returns the value of a hexadecimal digit, or -1 for any other byte and past the end.
 int hexadecimal_digit(int byte)
 {
-    if (byte >= '0' && byte <= '9')
-        return byte - '0';
-    if (byte >= 'a' && byte <= 'f')
-        return byte - 'a' + 10;
-    if (byte >= 'A' && byte <= 'F')
-        return byte - 'A' + 10;
-    return -1;
+    return byte < 0 ? -1 : char_hex_value(static_cast<char>(byte));
 }
 
 /// The blanks that hexadecimal pairs may be set apart by; a line feed is none of them.

@@ -2,13 +2,10 @@
 
 #include <limits>
 
+#include "csa_char.h"
+
 namespace
 {
-
-bool is_digit(char c)
-{
-    return c >= '0' && c <= '9';
-}
 
 bool is_blank(char c)
 {
@@ -55,7 +52,7 @@ int32_t transformer_read_decimal(std::string_view text)
         negative = text[i++] == '-';
     const int64_t bound = negative ? limit + 1 : limit;
     int64_t value = 0;
-    for (; i < text.size() && is_digit(text[i]); ++i) {
+    for (; i < text.size() && char_is_digit(text[i]); ++i) {
         value = value * 10 + (text[i] - '0');
         if (value > bound)
             value = bound;
@@ -75,7 +72,7 @@ int transformer_integer(const transformer_integer_width &width, csa_str_t text, 
     const size_t dash = rest.find('-');
     if (bracketed && dash == std::string_view::npos)
         return MODULE_ERR_INVALID;
-    if (!is_digit(rest.front()))
+    if (!char_is_digit(rest.front()))
         return MODULE_ERR_INVALID;
     const int32_t first = transformer_read_decimal(rest);
     if (!is_in_range(first, width.max))

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "csa_char.h"
 #include "transformer.h"
 
 namespace
@@ -21,7 +22,7 @@ bool take_octet(std::string_view &rest, uint32_t &address)
 {
     uint32_t octet = 0;
     size_t digits = 0;
-    while (digits < rest.size() && rest[digits] >= '0' && rest[digits] <= '9') {
+    while (digits < rest.size() && char_is_digit(rest[digits])) {
         if (digits == 3)
             return false;
         octet = octet * 10 + static_cast<uint32_t>(rest[digits++] - '0');
@@ -53,7 +54,7 @@ bool take_prefix(std::string_view &rest, uint32_t &prefix)
     if (rest.empty())
         return false;
     prefix = 0;
-    while (!rest.empty() && rest.front() >= '0' && rest.front() <= '9') {
+    while (!rest.empty() && char_is_digit(rest.front())) {
         // Saturates one above the limit, so that no number of digits wraps.
         prefix = std::min(prefix * 10 + static_cast<uint32_t>(rest.front() - '0'), PREFIX_MAX + 1);
         rest.remove_prefix(1);

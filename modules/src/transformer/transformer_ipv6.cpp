@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "csa_char.h"
 #include "csa_endian.h"
 #include "transformer.h"
 
@@ -21,23 +22,15 @@ struct ipv6_groups {
     size_t gap = NO_GAP; ///< number of groups before the "::"
 };
 
-int hex_digit(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    const char lower = static_cast<char>(c | 0x20);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
-
 /// Takes the next group, 1 to 4 digits and the ":" behind it, or the empty group of a gap.
 bool take_group(std::string_view &rest, ipv6_groups &groups)
 {
     uint32_t value = 0;
     size_t digits = 0;
-    while (digits < rest.size() && hex_digit(rest[digits]) >= 0) {
+    while (digits < rest.size() && char_hex_value(rest[digits]) >= 0) {
         if (digits == 4)
             return false;
-        value = value << 4 | static_cast<uint32_t>(hex_digit(rest[digits++]));
+        value = value << 4 | static_cast<uint32_t>(char_hex_value(rest[digits++]));
     }
     rest.remove_prefix(digits);
     const bool at_end = rest.empty();

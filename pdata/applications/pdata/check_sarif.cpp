@@ -1,6 +1,8 @@
 #include "check_json.h"
+
 #include <algorithm>
 
+#include "csa_char.h"
 #include "escape.h"
 #include "lint_places.h"
 #include "pdata_version.h"
@@ -17,11 +19,10 @@ struct sarif_run_t {
 /// Returns the name of a file as a reference (RFC 3986).
 std::string reference_of(std::string_view name)
 {
-    constexpr std::string_view plain = "-._~/";
+    constexpr std::string_view plain = ".~/";
     std::string reference;
     for (const char c : name) {
-        const bool kept = (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') ||
-                          (c >= 'a' && c <= 'z') || plain.find(c) != plain.npos;
+        const bool kept = char_is_label(c) || plain.find(c) != plain.npos;
         reference += kept ? std::string(1, c) : fmt::format("%{}", escape_hex({&c, 1}));
     }
     return reference;

@@ -4,6 +4,7 @@
 #include <set>
 #include <unordered_set>
 
+#include "csa_char.h"
 #include "import_numbers.h"
 #include "import_words.h"
 
@@ -39,20 +40,8 @@ void report(list_reader_t &reader, const import_place_t &place, std::string text
 std::string lower(std::string_view text)
 {
     std::string low(text);
-    std::ranges::transform(low, low.begin(), [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
+    std::ranges::transform(low, low.begin(), char_small);
     return low;
-}
-
-bool is_letter_or_digit(char c)
-{
-    return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9');
-}
-
-bool is_name_byte(char c)
-{
-    return is_letter_or_digit(c) || c == '-' || c == '_';
 }
 
 /// Returns why a text is no host name, or null.
@@ -66,7 +55,7 @@ const char *name_fault(std::string_view name)
             return "is not ASCII: write its xn-- form";
         if (c == '.' && label == 0)
             return "is no host name: an empty label";
-        if (c != '.' && !is_name_byte(c))
+        if (c != '.' && !char_is_label(c))
             return "is no host name";
         label = c == '.' ? 0 : label + 1;
         if (label > LABEL_MAX)
@@ -233,7 +222,7 @@ bool is_attribute(std::string_view word, bool include)
         return false;
     word.remove_prefix(include && word.starts_with("@-") ? 2 : 1);
     return !word.empty() &&
-           std::ranges::all_of(word, [](char c) { return is_name_byte(c) || c == '!'; });
+           std::ranges::all_of(word, [](char c) { return char_is_label(c) || c == '!'; });
 }
 
 void take_v2ray(list_reader_t &reader, const list_t &list,

@@ -2,6 +2,8 @@
 
 #include <array>
 
+#include "csa_char.h"
+
 namespace
 {
 
@@ -49,12 +51,6 @@ import_value_t value_of(const std::vector<const name_entry_t *> &names)
     return value;
 }
 
-bool is_literal(char c)
-{
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
-           c == '_';
-}
-
 bool is_repetition(char c)
 {
     return c == '*' || c == '+' || c == '?';
@@ -71,7 +67,7 @@ size_t take_part(std::string_view rest, std::string &text, bool &literal)
         text += "\\.";
     } else if (c == '.' && (next == '+' || next == '*')) {
         text += next == '+' ? ".*." : ".*"; // ".+" and "..*" also fire on nothing there
-    } else if (is_literal(c)) {
+    } else if (char_is_label(c)) {
         text += c;
         literal = true;
         taken = 1;

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "csa_char.h"
+
 namespace
 {
 
@@ -57,7 +59,7 @@ bool token_end(text_reader_t &reader, text_token_kind_t &kind, size_t &end)
         return true;
     if (c == '"')
         return string_end(reader, end);
-    if (c >= '0' && c <= '9') {
+    if (char_is_digit(c)) {
         kind = TEXT_NUMBER;
         end = reader.at + std::min(rest.find_first_not_of("0123456789"), rest.size());
         return true;

@@ -3,6 +3,8 @@
 #include <array>
 #include <cstdint>
 
+#include "csa_char.h"
+
 namespace
 {
 
@@ -124,20 +126,15 @@ void read_extensions(std::string_view extensions, certificate_t &certificate)
     }
 }
 
-constexpr uint8_t no_digit = 0xFF;
-
-/// Values of hexadecimal digits by their characters.
-constexpr std::array<uint8_t, 256> digit_values = [] {
-    std::array<uint8_t, 256> values = {};
-    values.fill(no_digit);
-    for (uint8_t i = 0; i < 16; ++i)
-        values[static_cast<uint8_t>("0123456789abcdef"[i])] = i;
-    for (uint8_t i = 10; i < 16; ++i)
-        values[static_cast<uint8_t>("ABCDEF"[i - 10])] = i;
+/// Values of hexadecimal digits by their characters; -1 for no digit.
+constexpr std::array<int8_t, 256> digit_values = [] {
+    std::array<int8_t, 256> values = {};
+    for (size_t i = 0; i < values.size(); ++i)
+        values[i] = static_cast<int8_t>(char_hex_value(static_cast<char>(i)));
     return values;
 }();
 
-uint8_t digit_value(char digit)
+int digit_value(char digit)
 {
     return digit_values[static_cast<uint8_t>(digit)];
 }
@@ -178,9 +175,9 @@ std::string hex_bytes(std::string_view digits)
             ++i;
         if (i + 1 >= digits.size())
             return {};
-        const uint8_t high = digit_value(digits[i]);
-        const uint8_t low = digit_value(digits[i + 1]);
-        if ((high | low) == no_digit)
+        const int high = digit_value(digits[i]);
+        const int low = digit_value(digits[i + 1]);
+        if ((high | low) < 0)
             return {};
         bytes[filled++] = static_cast<char>(high << 4 | low);
     }

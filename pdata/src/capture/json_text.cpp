@@ -5,6 +5,9 @@
 #include <cstdint>
 #include <cstring>
 
+#include "csa_char.h"
+#include "escape.h"
+
 namespace
 {
 
@@ -49,15 +52,6 @@ void skip_plain(json_place_t &place)
         ++place.at;
 }
 
-/// Returns the value of a hexadecimal digit, 16 for none.
-uint32_t digit_of(char c)
-{
-    if (c >= '0' && c <= '9')
-        return static_cast<uint32_t>(c - '0');
-    const char small = static_cast<char>(c | 0x20);
-    return small >= 'a' && small <= 'f' ? static_cast<uint32_t>(small - 'a' + 10) : 16;
-}
-
 /// Takes four hexadecimal digits.
 bool take_digits(json_place_t &place, uint32_t &number)
 {
@@ -65,10 +59,10 @@ bool take_digits(json_place_t &place, uint32_t &number)
         return false;
     number = 0;
     for (int i = 0; i < 4; ++i) {
-        const uint32_t digit = digit_of(*place.at++);
-        if (digit > 15)
+        const int digit = char_hex_value(*place.at++);
+        if (digit < 0)
             return false;
-        number = number << 4 | digit;
+        number = number << 4 | static_cast<uint32_t>(digit);
     }
     return true;
 }
@@ -105,33 +99,12 @@ bool take_escape(json_place_t &place, uint32_t &code)
     return true;
 }
 
-/// The bytes of UTF-8 beyond ASCII (RFC 3629, section 4): how many follow a first byte up to
-/// `last`, and the bounds of the second one.
-struct utf8_row_t {
-    uint8_t last, follow, low, high;
-};
-constexpr utf8_row_t utf8_rows[] = {
-    {0xC1, 0, 0, 0},       {0xDF, 1, 0x80, 0xBF}, {0xE0, 2, 0xA0, 0xBF}, {0xEC, 2, 0x80, 0xBF},
-    {0xED, 2, 0x80, 0x9F}, {0xEF, 2, 0x80, 0xBF}, {0xF0, 3, 0x90, 0xBF}, {0xF3, 3, 0x80, 0xBF},
-    {0xF4, 3, 0x80, 0x8F}, {0xFF, 0, 0, 0},
-};
-
 /// Passes a character beyond ASCII.
 bool skip_character(json_place_t &place)
 {
-    const utf8_row_t *row = utf8_rows;
-    while (static_cast<uint8_t>(*place.at) > row->last)
-        ++row;
-    if (row->follow == 0 || place.end - place.at <= row->follow)
-        return false;
-    const auto second = static_cast<uint8_t>(place.at[1]);
-    if (second < row->low || second > row->high)
-        return false;
-    for (int i = 2; i <= row->follow; ++i)
-        if ((static_cast<uint8_t>(place.at[i]) & 0xC0) != 0x80)
-            return false;
-    place.at += row->follow + 1;
-    return true;
+    const size_t length = utf8_length({place.at, place.end});
+    place.at += length;
+    return length != 0;
 }
 
 void append_character(uint32_t code, std::string &plain)
@@ -158,7 +131,7 @@ void append_character(uint32_t code, std::string &plain)
 bool skip_digits(json_place_t &place)
 {
     const char *first = place.at;
-    while (place.at != place.end && *place.at >= '0' && *place.at <= '9')
+    while (place.at != place.end && char_is_digit(*place.at))
         ++place.at;
     return place.at != first;
 }

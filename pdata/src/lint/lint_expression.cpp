@@ -1,7 +1,6 @@
 #include "lint_expression.h"
 
-#include <cctype>
-
+#include "csa_char.h"
 #include "lint_words.h"
 #include "module_error.h"
 
@@ -78,7 +77,7 @@ std::string wildcard_name(std::string_view expression)
     for (const char c : expression.substr(2)) {
         if (c == '\\')
             continue;
-        if (!(std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '-' || c == '.' || c == '_'))
+        if (!char_is_label(c) && c != '.')
             return "";
         name += c == '.' ? "\\." : std::string(1, c);
     }

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cctype>
 
 #include "csa_char.h"
 #include "lint_rules.h"
@@ -87,11 +86,6 @@ bool is_host(const lint_look_t &look)
     });
 }
 
-bool is_label(char c)
-{
-    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '-' || c == '_';
-}
-
 /// A value taken apart: whatever stands in front of the name, and the name.
 struct host_value_t {
     std::string_view front; ///< "(.*\.)?", ".*\." or ".*"; empty: none
@@ -111,7 +105,8 @@ bool is_spelled(std::string_view name)
 {
     for (size_t at = 0; at < name.size(); ++at) {
         const bool dot = name[at] == '\\' && name.substr(at + 1).starts_with('.');
-        if (!dot && !is_label(name[at]) && name[at] != '(' && name[at] != ')' && name[at] != '|')
+        if (!dot && !char_is_label(name[at]) && name[at] != '(' && name[at] != ')' &&
+            name[at] != '|')
             return false;
         at += dot ? 1 : 0;
     }
@@ -134,8 +129,8 @@ std::string with_dots(std::string_view value)
 {
     std::string text;
     for (size_t at = 0; at < value.size(); ++at) {
-        const bool between =
-            at != 0 && at + 1 < value.size() && is_label(value[at - 1]) && is_label(value[at + 1]);
+        const bool between = at != 0 && at + 1 < value.size() && char_is_label(value[at - 1]) &&
+                             char_is_label(value[at + 1]);
         const bool behind_escape = at > 1 && value[at - 2] == '\\';
         if (value[at] == '.' && between && !behind_escape)
             text += '\\';
@@ -207,9 +202,7 @@ void look_name(const lint_look_t &look)
 void look_case(const lint_look_t &look)
 {
     const std::string &value = look.value->decoded;
-    if (look.attribute->matched->icase == 0 && std::ranges::any_of(value, [](char c) {
-            return std::isalpha(static_cast<unsigned char>(c)) != 0;
-        }))
+    if (look.attribute->matched->icase == 0 && std::ranges::any_of(value, char_is_letter))
         lint_report(look, FINDING_CASE_ON_SENSITIVE,
                     "the case of letters matters here, and names come in any",
                     "write a second value in capitals where that is seen");

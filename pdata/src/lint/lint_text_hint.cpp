@@ -1,16 +1,14 @@
 #include "lint_text_hint.h"
 
+#include "csa_char.h"
+
 namespace
 {
 
+/// Tells whether a byte may stand in a word.
 bool is_letter(char c)
 {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
-}
-
-bool is_digit(char c)
-{
-    return c >= '0' && c <= '9';
+    return char_is_letter(c) || c == '_';
 }
 
 /// Tells whether a comma stands in front of a place, blanks passed over.
@@ -41,7 +39,7 @@ std::string token_hint(std::string_view text, size_t at)
     const std::string word = word_at(text, at);
     if (word == "true" || word == "false")
         return "write " + word;
-    if (is_digit(text[at - 1])) // a brace at least stands in front
+    if (char_is_digit(text[at - 1])) // a brace at least stands in front
         return "write a number in digits alone";
     return "write '\"' in front of the text and behind it";
 }
@@ -53,7 +51,7 @@ std::string lint_syntax_hint(std::string_view text, size_t at, std::string_view 
     if (at >= text.size())
         return "";
     const char c = text[at];
-    const bool begins = c == '"' || c == '{' || c == '[' || is_digit(c) || is_letter(c);
+    const bool begins = c == '"' || c == '{' || c == '[' || char_is_digit(c) || is_letter(c);
     if (message.starts_with("expected a key") && c == '{')
         return "write '}' in front of it";
     if (message.starts_with("expected ',' or '}'") && c == ']')

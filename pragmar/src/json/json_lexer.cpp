@@ -4,6 +4,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "csa_char.h"
+
 namespace
 {
 
@@ -132,7 +134,7 @@ int json_lexer_string(const char *json, uint32_t json_len, json_token_t *token)
 int json_lexer_number(const char *json, uint32_t json_len, json_token_t *token)
 {
     uint32_t at = token->offset_start;
-    while (at < json_len && json[at] >= '0' && json[at] <= '9')
+    while (at < json_len && char_is_digit(json[at]))
         ++at;
     token->type = JSON_TOKEN_NUMBER;
     token->offset_end = at;

@@ -5,6 +5,7 @@
 #include <iterator>
 #include <string_view>
 
+#include "csa_char.h"
 #include "json_tools.h"
 
 namespace
@@ -51,7 +52,7 @@ uint32_t value_match(std::string_view text)
         return 0;
     }
     uint32_t id = 0;
-    for (size_t i = 0; i < text.size() && text[i] >= '0' && text[i] <= '9'; ++i)
+    for (size_t i = 0; i < text.size() && char_is_digit(text[i]); ++i)
         id = id * 10 + static_cast<uint32_t>(text[i] - '0');
     return id;
 }
@@ -254,7 +255,7 @@ int v_ipbt_parse_ip4_mask(const char *text, size_t len, ipbt_ip4_mask_t *mask)
     for (size_t i = 0; i < address.size() && valid; ++i) {
         const char c = address[i];
         const uint32_t max = part < parts ? 255 : 32;
-        if (c >= '0' && c <= '9') {
+        if (char_is_digit(c)) {
             numbers[part] =
                 (digits++ == 0 ? 0 : numbers[part] * 10) + static_cast<uint32_t>(c - '0');
             valid = numbers[part] <= max;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "csa_char.h"
 #include "csa_escape.h"
 
 namespace
@@ -12,15 +13,6 @@ bool is_mandatory(const rexpand_pattern_t &piece)
 {
     return piece.str.size() > 3 ||
            std::any_of(piece.str.begin(), piece.str.end(), [](char c) { return c != '\0'; });
-}
-
-int hex_digit(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if ((c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'))
-        return (c | 0x20) - 'a' + 10;
-    return -1;
 }
 
 } // namespace
@@ -56,8 +48,8 @@ bool matcher_unescape(std::string_view value, std::string &bytes, std::string_vi
             continue;
         }
         const std::string_view rest = value.substr(i + 1);
-        const int high = rest.size() > 2 ? hex_digit(rest[1]) : -1;
-        const int low = rest.size() > 2 ? hex_digit(rest[2]) : -1;
+        const int high = rest.size() > 2 ? char_hex_value(rest[1]) : -1;
+        const int low = rest.size() > 2 ? char_hex_value(rest[2]) : -1;
         fault = rest;
         if (rest.empty() || (rest[0] == 'x' && (high < 0 || low < 0)))
             return false;

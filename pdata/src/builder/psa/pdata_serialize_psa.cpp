@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "csa_buf.h"
+#include "csa_char.h"
 #include "json_error.h"
 #include "pattern_build.h"
 #include "pragmar.h"
@@ -273,13 +274,10 @@ pdata_status_t psa_purify_string(std::string_view in, std::string *out, size_t s
                                          "output is too small.\n");
     out->clear();
     for (const char c : in) {
-        const bool is_digit = c >= '0' && c <= '9';
-        if ((c >= 'A' && c <= 'Z') || (is_digit && !out->empty()))
-            out->push_back(c);
-        else if (c >= 'a' && c <= 'z')
-            out->push_back(static_cast<char>(c - 'a' + 'A'));
+        if (char_is_letter(c))
+            out->push_back(static_cast<char>(c & ~0x20));
         else
-            out->push_back('_');
+            out->push_back(char_is_digit(c) && !out->empty() ? c : '_');
     }
     return PDATA_SUCCESS;
 }
