@@ -14,9 +14,9 @@ constexpr capture_field_t fields[] = {
 capture_condition_t read_condition(std::string_view source, std::string_view text, field_bag_t &bag)
 {
     capture_condition_t condition;
-    const size_t equals = text.find('=');
-    const std::string_view name = text.substr(0, equals);
-    condition.text = text.substr(equals + 1);
+    const auto equals = std::ranges::find(text, '=');
+    const std::string_view name(text.begin(), equals);
+    condition.text = std::string_view(std::ranges::next(equals, 1, text.end()), text.end());
     if (name == "layer")
         condition.kind = capture_condition_t::LAYER;
     else if (name == "log")
