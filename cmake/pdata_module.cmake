@@ -101,7 +101,8 @@ endfunction()
 # One module of a floor: a static library whose include root is its own folder. Because a
 # module sees only the folders of what it depends on, an include of a floor above, or of a
 # module that is not listed, does not compile. INCLUDES names subfolders with headers of their own.
-# FRONT is what talks to people, which is not optimised at link time: it would take most of that.
+# FRONT is what talks to people, which is optimised little, and not at link time: it would take most
+# of a build, for a few hundredths of what a command takes.
 function(pdata_module name)
     cmake_parse_arguments(ARG "FRONT" "DIR" "SOURCES;INCLUDES;DEPENDS" ${ARGN})
     list(TRANSFORM ARG_SOURCES PREPEND "${ARG_DIR}/")
@@ -112,6 +113,9 @@ function(pdata_module name)
     if(NOT ARG_FRONT)
         target_compile_options(${name} PRIVATE
             ${pdata_lto} $<$<BOOL:${pdata_lto}>:-ffat-lto-objects>)
+    endif()
+    if(ARG_FRONT)
+        target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O1>)
     endif()
     target_compile_options(${name} PRIVATE ${pdata_counted} ${pdata_hardened_code}
         $<$<NOT:$<BOOL:$<TARGET_PROPERTY:POSITION_INDEPENDENT_CODE>>>:${pdata_hardened_program}>)
