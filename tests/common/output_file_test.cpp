@@ -107,6 +107,21 @@ TEST_F(output_file, goes_in_place_with_the_others_of_its_set)
     EXPECT_EQ(names(), (names_t{"a", "b"}));
 }
 
+TEST_F(output_file, goes_in_place_once_those_written_directly_are_whole)
+{
+    put_file("a", "old");
+    ASSERT_TRUE(add("a", "new"));
+    ASSERT_TRUE(add("/dev/full", "x"));
+    EXPECT_FALSE(output_commit(output, error));
+    EXPECT_EQ(failure(), "cannot write /dev/full, write: No space left on device");
+    EXPECT_EQ(file_text("a"), "old");
+    EXPECT_EQ(names(), names_t{"a"});
+    ASSERT_TRUE(add("a", "new"));
+    ASSERT_TRUE(add("/dev/null", "x"));
+    ASSERT_TRUE(output_commit(output, error));
+    EXPECT_EQ(file_text("a"), "new");
+}
+
 TEST_F(output_file, that_cannot_be_opened_is_not_begun)
 {
     fs::create_directory("folder");

@@ -139,12 +139,13 @@ bool output_add_written(output_t &output, const char *filename, output_writer_t 
 
 bool output_commit(output_t &output, output_error_t &error)
 {
-    for (output_file_t &file : output.files) {
-        if (put_in_place(file, error))
-            continue;
-        output_discard(output);
-        return false;
-    }
+    for (const bool directly : {true, false})
+        for (output_file_t &file : output.files) {
+            if (file.temporary.empty() != directly || put_in_place(file, error))
+                continue;
+            output_discard(output);
+            return false;
+        }
     empty_set(output);
     return true;
 }

@@ -111,7 +111,8 @@ struct output_t {
                                       output_writer_t writer, output_sync_t sync,
                                       output_error_t &error);
 
-/// Puts the files in place, in their order, and empties the set. Returns false with the failure in
+/// Puts the files in place and empties the set: first those that are written directly, which may
+/// still find no room, then the others, both in their order. Returns false with the failure in
 /// `error`: files behind the one that failed are not in place, and nothing beside any target is
 /// left.
 [[nodiscard]] bool output_commit(output_t &output, output_error_t &error);
