@@ -2,6 +2,8 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <cstdlib>
+
 #include "captured.h"
 #include "small_inputs.h"
 #include "whole_run.h"
@@ -81,6 +83,21 @@ TEST_F(compiler_outputs, a_full_device_fails_the_run)
     EXPECT_EQ(result.err, "pdata_compiler: /dev/full: write: No space left on device\n");
 }
 
+/// The message goes where the output went, and nobody reads there.
+TEST_F(compiler_outputs, a_standard_output_that_is_closed_fails_the_run)
+{
+    const auto write_to_nobody = [] {
+        int ends[2];
+        if (pipe(ends) != 0 || dup2(ends[1], STDOUT_FILENO) == -1 || close(ends[0]) != 0)
+            std::_Exit(99);
+        std::exit(command_line({"--pdd", "in.pdd", "--cfg-path", "cfg", "--description",
+                                "--pdb-out", "/dev/stdout"})
+                      .run());
+    };
+    EXPECT_EXIT(write_to_nobody(), testing::ExitedWithCode(PDATA_ERR_IO),
+                "pdata_compiler: /dev/stdout: write: Broken pipe");
+}
+
 TEST_F(compiler_outputs, a_full_disk_leaves_the_old_pdb)
 {
     put_file("out", "old");
@@ -121,17 +138,20 @@ TEST_F(compiler_outputs, sources_go_in_place_only_together)
     EXPECT_EQ(nr_old_sources(), 0);
 }
 
-TEST_F(compiler_outputs, a_source_on_a_full_device_leaves_those_behind_it)
+TEST_F(compiler_outputs, a_source_on_a_full_device_leaves_the_others)
 {
-    put_old_sources();
-    fs::remove("psa_key.h");
-    fs::create_symlink("/dev/full", "psa_key.h");
-    const run_result_t result = describe("out");
-    EXPECT_EQ(result.code, PDATA_ERR_IO);
-    EXPECT_EQ(result.out, "(3:PDATA_ERR_IO)\nCannot write on filename psa_key.h \n\n");
-    EXPECT_EQ(result.err, "pdata_compiler: psa_key.h: write: No space left on device\n");
-    EXPECT_EQ(nr_old_sources(), 4);
-    EXPECT_EQ(nr_temporary(), 0);
+    for (const std::string name : SOURCES) {
+        put_old_sources();
+        fs::remove(name);
+        fs::create_symlink("/dev/full", name);
+        const run_result_t result = describe("out");
+        EXPECT_EQ(result.code, PDATA_ERR_IO);
+        EXPECT_EQ(result.out, "(3:PDATA_ERR_IO)\nCannot write on filename " + name + " \n\n");
+        EXPECT_EQ(result.err, "pdata_compiler: " + name + ": write: No space left on device\n");
+        EXPECT_EQ(nr_old_sources(), 4) << name;
+        EXPECT_EQ(nr_temporary(), 0);
+        fs::remove(name);
+    }
 }
 
 TEST_F(compiler_outputs, sources_of_a_table_that_is_refused_hold_back_no_others)

@@ -1,5 +1,6 @@
 #include "pdata_output.h"
 
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 
@@ -9,6 +10,7 @@ namespace
 pdata_status_t cannot_write(const output_error_t &error, pdata_status_t status)
 {
     std::fprintf(stderr, "pdata_compiler: %s: %s\n", error.filename, error.reason);
+    std::signal(SIGPIPE, SIG_IGN); // the message may go to the pipe that took no output
     if (status != PDATA_SUCCESS)
         return status;
     return pdata_fail(PDATA_ERR_IO, "Cannot write on filename %s \n", error.filename);
