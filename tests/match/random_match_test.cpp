@@ -1,4 +1,6 @@
 /// The library against the model on random pdbs and flows, sound ones and damaged ones.
+#include <algorithm>
+
 #include "csa_endian.h"
 #include "match_run.h"
 #include "random_pdb.h"
@@ -30,6 +32,21 @@ struct tally_t {
     uint32_t rules = 0;
 };
 
+/// Runs a flow whose rules are asked for behind every value.
+match_answer_t ask_often(const pdata::database &db, pdata::flow &flow,
+                         const std::vector<flow_value_t> &values)
+{
+    flow.reset();
+    match_answer_t answer;
+    for (const flow_value_t &value : values) {
+        match_feed(db, flow, {&value, 1});
+        answer = {flow.items(), flow.rules()};
+        EXPECT_EQ(flow.best(), answer.rules.empty() ? 0 : answer.rules.front());
+    }
+    std::sort(answer.items.begin(), answer.items.end());
+    return answer;
+}
+
 /// Compares `nr` flows. The model may give up on a damaged pdb.
 void compare(const std::vector<uint8_t> &bytes, const pdata::database &db, random_match_t &random,
              uint32_t nr, bool sound, tally_t &tally)
@@ -45,6 +62,7 @@ void compare(const std::vector<uint8_t> &bytes, const pdata::database &db, rando
         const std::vector<flow_value_t> values = make_random_flow(random);
         match_answer_t expected;
         const match_answer_t answer = match_answer(db, flow, values);
+        ASSERT_EQ(ask_often(db, flow, values), answer) << text_of(values);
         if (!model_answer(pdb, values, expected, error)) {
             ASSERT_FALSE(sound) << error;
             continue;

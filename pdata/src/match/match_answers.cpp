@@ -12,6 +12,14 @@ bool is_better(const match_complete_t &a, const match_complete_t &b)
     return a.priority != b.priority ? a.priority < b.priority : a.rule < b.rule;
 }
 
+/// Not inlined: to count items, which is all that many ask for, takes no room on the stack.
+[[gnu::noinline]] size_t copy_items(std::span<const uint32_t> found, pdata_item *items,
+                                    size_t capacity)
+{
+    std::copy_n(found.begin(), std::min(capacity, found.size()), items);
+    return found.size();
+}
+
 } // namespace
 
 pdata_result pdata_flow_new(pdata_db *db, uint32_t flags, pdata_flow **flow)
@@ -55,7 +63,7 @@ pdata_rule pdata_flow_best(const pdata_flow *flow)
         return 0;
     const match_complete_t *best = nullptr;
     pdata_protocol missing = 0;
-    for (const match_complete_t &complete : flow->room.complete.all())
+    for (const match_complete_t &complete : match_stand(*flow).complete.all())
         if ((best == nullptr || is_better(complete, *best)) &&
             match_missing_bottoms(*flow, complete.rule, &missing) == 0)
             best = &complete;
@@ -66,7 +74,8 @@ size_t pdata_flow_rules(pdata_flow *flow, pdata_rule *rules, size_t capacity)
 {
     if (flow == nullptr)
         return 0;
-    const std::span<match_complete_t> complete = flow->room.complete.all();
+    (void)match_stand(*flow);
+    const std::span<match_complete_t> complete = flow->room.standing.complete.all();
     std::sort(complete.begin(), complete.end(), is_better);
     size_t nr = 0;
     pdata_protocol missing = 0;
@@ -84,10 +93,8 @@ size_t pdata_flow_items(const pdata_flow *flow, pdata_item *items, size_t capaci
 {
     if (flow == nullptr)
         return 0;
-    const std::span<const uint32_t> found = flow->room.items.all();
-    if (items != nullptr)
-        std::copy_n(found.begin(), std::min(capacity, found.size()), items);
-    return found.size();
+    return items == nullptr ? flow->room.items.nr
+                            : copy_items(flow->room.items.all(), items, capacity);
 }
 
 /// The database in force.

@@ -175,6 +175,18 @@ inline uint32_t match_number_of(const pdata_db &db, const match_matcher_t &match
 /// Returns the scope bits that admit a protocol: its own, if it is a scope word, and "all".
 [[nodiscard]] uint32_t match_scope_of(std::string_view protocol);
 
+/// Tells whether the rule of a slot that has one admits data that was handed over for an attribute.
+inline bool match_admits(const pdata_db &db, const match_attribute_t &attribute,
+                         const view_slot_t &slot)
+{
+    if ((slot.scope & attribute.scope) != 0)
+        return true;
+    for (const uint32_t bottom : db.rules[slot.rule_id - 1].real_bottom)
+        if (attribute.number != 0 && (bottom & ~MATCH_RULE_MARK) == attribute.number)
+            return true;
+    return false;
+}
+
 /// Tells whether an item is the only one of its rule.
 inline bool match_is_only(const view_slot_t &slot)
 {

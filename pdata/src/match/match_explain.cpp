@@ -19,7 +19,7 @@ view_slot_t first_slot(const pdata_db &db, uint32_t rule)
 uint32_t missing_bits(const pdata_flow &flow, uint32_t rule)
 {
     const uint32_t full = first_slot(*flow.db, rule).bitset_full;
-    return full == 1 ? 0 : full & ~uint32_t{flow.room.bits[rule - 1]};
+    return full == 1 ? 0 : full & ~uint32_t{flow.room.standing.bits[rule - 1]};
 }
 
 /// Tells whether a rule misses exactly one thing.
@@ -48,10 +48,11 @@ pdata_item find_missing_item(const pdata_flow &flow, uint32_t rule)
 /// Makes the list of the rules that miss one thing, the best first.
 void list_near(pdata_flow &flow)
 {
+    const match_standing_t &standing = match_stand(flow);
     std::vector<uint32_t> &sorted = flow.room.sorted;
-    const std::span<const uint32_t> begun = flow.room.begun.all();
+    const std::span<const uint32_t> begun = standing.begun.all();
     sorted.assign(begun.begin(), begun.end());
-    for (const match_complete_t &complete : flow.room.complete.all())
+    for (const match_complete_t &complete : standing.complete.all())
         if (first_slot(*flow.db, complete.rule).bitset_full == 1)
             sorted.push_back(complete.rule);
     std::erase_if(sorted, [&](uint32_t rule) { return !is_near(flow, rule); });

@@ -5,32 +5,42 @@
 namespace
 {
 
-/// Tells whether a rule admits data that was handed over for an attribute's protocol.
-bool admits(const pdata_db &db, const match_attribute_t &attribute, const view_slot_t &slot)
-{
-    if ((slot.scope & attribute.scope) != 0)
-        return true;
-    const match_rule_t &rule = db.rules[slot.rule_id - 1];
-    for (const uint32_t bottom : rule.real_bottom)
-        if (attribute.number != 0 && (bottom & ~MATCH_RULE_MARK) == attribute.number)
-            return true;
-    return false;
-}
-
 /// Sets the bit of an item and notes the rule if that was the last one.
-void set_bit(match_room_t &room, const view_slot_t &slot)
+void set_bit(match_standing_t &standing, const view_slot_t &slot)
 {
     if (match_is_only(slot)) { // it counts once
-        room.complete.add({slot.rule_id, slot.priority});
+        standing.complete.add({slot.rule_id, slot.priority});
         return;
     }
-    uint16_t &bits = room.bits[slot.rule_id - 1];
+    uint16_t &bits = standing.bits[slot.rule_id - 1];
     const uint16_t before = bits;
     bits = static_cast<uint16_t>(bits | 1U << (slot.bitset_pos % RULE_MAX_ITEM));
     if (before == 0)
-        room.begun.add(slot.rule_id);
+        standing.begun.add(slot.rule_id);
     if (bits == slot.bitset_full && before != bits)
-        room.complete.add({slot.rule_id, slot.priority});
+        standing.complete.add({slot.rule_id, slot.priority});
+}
+
+[[gnu::noinline]] void forget_standing(match_standing_t &standing)
+{
+    for (const uint32_t rule : standing.begun.all())
+        standing.bits[rule - 1] = 0;
+    standing.nr_item = 0;
+    standing.begun.clear();
+    standing.complete.clear();
+}
+
+/// Begins to count flows again, which takes 2^32 of them.
+[[gnu::noinline]] void restart_serial(match_room_t &room)
+{
+    std::fill(room.protocols.begin(), room.protocols.end(), 0);
+    room.flow_serial = 1;
+}
+
+[[gnu::noinline]] void forget_findings(match_findings_t &explained)
+{
+    explained.findings.clear();
+    explained.nr_value = 0;
 }
 
 /// Returns the progress of a group or check, as new in another run.
@@ -80,9 +90,9 @@ void match_room_make(pdata_db &db, uint32_t flags, match_room_t &room)
     const size_t nr_rule = db.rules.size();
     room.counted.resize(nr_slot / 64 + 1);
     room.items.reserve(nr_slot);
-    room.bits.resize(nr_rule);
-    room.begun.reserve(nr_rule);
-    room.complete.reserve(db.nr_complete);
+    room.standing.bits.resize(nr_rule);
+    room.standing.begun.reserve(nr_rule);
+    room.standing.complete.reserve(db.nr_complete);
     room.sorted.reserve(nr_rule + db.nr_complete);
     room.protocols.resize(db.protocols.size() + 1);
     room.progress.resize(db.nr_progress);
@@ -100,37 +110,32 @@ void match_room_reset(match_room_t &room)
 {
     for (const uint32_t item : room.items.all())
         room.counted[item / 64] = 0;
-    for (const uint32_t rule : room.begun.all())
-        room.bits[rule - 1] = 0;
     room.items.clear();
-    room.begun.clear();
-    room.complete.clear();
     room.protocols_said = false;
-    if (++room.flow_serial == 0) {
-        std::fill(room.protocols.begin(), room.protocols.end(), 0);
-        room.flow_serial = 1;
-    }
-    if (room.explained != nullptr) {
-        room.explained->findings.clear();
-        room.explained->nr_value = 0;
-    }
+    if (room.standing.nr_item != 0)
+        forget_standing(room.standing);
+    if (++room.flow_serial == 0) [[unlikely]]
+        restart_serial(room);
+    if (room.explained != nullptr) [[unlikely]]
+        forget_findings(*room.explained);
+}
+
+const match_standing_t &match_stand(const pdata_flow &flow)
+{
+    match_standing_t &standing = flow.room.standing;
+    for (const uint32_t item : flow.room.items.all().subspan(standing.nr_item))
+        set_bit(standing, view_rules_slot(flow.db->view.rules, item));
+    standing.nr_item = flow.room.items.nr;
+    return standing;
 }
 
 [[gnu::flatten]] pdata_outcome match_count(pdata_flow &flow, const match_attribute_t &attribute,
                                            uint32_t item)
 {
-    match_room_t &room = flow.room;
     const view_slot_t slot = view_rules_slot(flow.db->view.rules, item);
-    if (slot.rule_id == 0)
+    if (slot.rule_id == 0 || !match_admits(*flow.db, attribute, slot))
         return PDATA_NOT_ADMITTED;
-    const uint64_t bit = uint64_t{1} << (item % 64);
-    if (!admits(*flow.db, attribute, slot))
-        return PDATA_NOT_ADMITTED;
-    if ((room.counted[item / 64] & bit) != 0)
-        return PDATA_COUNTED;
-    room.counted[item / 64] |= bit;
-    room.items.add(item);
-    set_bit(room, slot);
+    match_count_admitted(flow.room, item);
     return PDATA_COUNTED;
 }
 

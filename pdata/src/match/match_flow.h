@@ -29,24 +29,31 @@ struct match_findings_t {
     uint32_t nr_value = 0;
 };
 
-/// What belongs to one database.
-struct match_room_t {
-    std::vector<uint64_t> counted;           ///< bit by item: it counts
-    match_list_t<uint32_t> items;            ///< that count, in the order of finding
+/// How the rules stand with the items that count. It follows from them, and is worked out when
+/// somebody asks: most values of a flow are added before anybody does, and most flows find few.
+struct match_standing_t {
+    size_t nr_item = 0;                      ///< items that it was worked out from, the first ones
     std::vector<uint16_t> bits;              ///< by rule: bits of its items that count
     match_list_t<uint32_t> begun;            ///< rules of several items that have bits
     match_list_t<match_complete_t> complete; ///< rules all of whose items count
-    std::vector<uint32_t> sorted;            ///< rules, for answers
-    std::vector<uint32_t> protocols;         ///< by protocol: the last flow that had it
-    uint32_t flow_serial = 1;                ///< of the flow, counted by resets
-    bool protocols_said = false;             ///< its protocols are known: a missing one counts
-    std::vector<match_progress_t> progress;  ///< of the matcher at work: groups, then checks
-    std::vector<uint32_t> nodes[2];          ///< of a dot-prefix matcher at work
-    std::vector<uint32_t> node_serial;       ///< by node: the step in which it became current
+};
+
+/// What belongs to one database. What every value needs stands first.
+struct match_room_t {
+    std::vector<uint64_t> counted;               ///< bit by item: it counts
+    match_list_t<uint32_t> items;                ///< that count, in the order of finding
+    std::vector<uint32_t> protocols;             ///< by protocol: the last flow that had it
+    uint32_t flow_serial = 1;                    ///< of the flow, counted by resets
+    bool protocols_said = false;                 ///< its protocols are known: a missing one counts
+    std::unique_ptr<match_findings_t> explained; ///< null unless the flow explains
+    mutable match_standing_t standing;           ///< see match_stand
+    std::vector<uint32_t> sorted;                ///< rules, for answers
+    std::vector<match_progress_t> progress;      ///< of the matcher at work: groups, then checks
+    std::vector<uint32_t> nodes[2];              ///< of a dot-prefix matcher at work
+    std::vector<uint32_t> node_serial;           ///< by node: the step in which it became current
     uint32_t node_step = 0;
     uint32_t serial = 0; ///< of the last run of a matcher over a value
     match_expression_room_t expression;
-    std::unique_ptr<match_findings_t> explained; ///< null unless the flow explains
 };
 
 /// Flows share no cache line, whoever made them; only the ends of their lists may, where one thread
@@ -94,10 +101,24 @@ void match_scan(pdata_flow &flow, const match_value_t &value);
 /// Runs the suffix tree of a stream matcher over a value whose end is known.
 void match_suffixes(pdata_flow &flow, const match_value_t &value);
 
+/// Works out how the rules stand with the items that count, as far as it was not.
+const match_standing_t &match_stand(const pdata_flow &flow);
+
 /// Notes that the flow has a protocol; 0 is none.
 inline void match_set_protocol(match_room_t &room, pdata_protocol protocol)
 {
     room.protocols[protocol] = room.flow_serial;
+}
+
+/// Counts an item whose rule admits it.
+inline void match_count_admitted(match_room_t &room, uint32_t item)
+{
+    uint64_t &word = room.counted[item / 64];
+    const uint64_t bit = uint64_t{1} << (item % 64);
+    if ((word & bit) != 0)
+        return;
+    word |= bit;
+    room.items.add(item);
 }
 
 /// Counts an item, if a rule owns it and admits the protocol of the attribute.
