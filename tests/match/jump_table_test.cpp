@@ -108,14 +108,17 @@ TEST(jump_table, short_data_goes_on_with_the_rest_of_an_entry)
     match_jump_entry_t entry;
     for (uint32_t depth = 0; depth < 4; ++depth)
         entry.key |= match_jump_byte(static_cast<uint8_t>("dcba"[depth]), depth);
-    entry.rest = match_jump_byte('x', 0);
     entry.nr_rest = 1;
     entry.length = 4;
+    const uint8_t edges[] = {'-', 'x'};
+    view_radix_t tree;
+    tree.c_edges.data = edges;
+    entry.front = 1; // where the rest begins in the edges
     match_jump_t jump;
     ASSERT_TRUE(match_jump_place({&entry, 1}, jump));
     jump.length = 4;
     const auto found = [&](std::string_view data) {
-        return match_jump_find(jump, {},
+        return match_jump_find(jump, tree,
                                {reinterpret_cast<const uint8_t *>(data.data()), data.size()}) !=
                nullptr;
     };

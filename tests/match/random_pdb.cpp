@@ -233,6 +233,11 @@ std::string random_match_t::expression()
     return fill(*this, any_of(*this, shapes));
 }
 
+std::vector<uint8_t> make_pdb(const std::vector<protocol_model> &protocols)
+{
+    return compile(make_list(protocols)).bytes;
+}
+
 std::vector<uint8_t> make_random_pdb(random_match_t &random)
 {
     std::vector<protocol_model> protocols;
@@ -245,7 +250,7 @@ std::vector<uint8_t> make_random_pdb(random_match_t &random)
             for (rule_model &rule : protocols.back().rules)
                 rule.path.clear();
     }
-    return compile(make_list(protocols)).bytes;
+    return make_pdb(protocols);
 }
 
 std::vector<flow_value_t> make_random_flow(random_match_t &random)

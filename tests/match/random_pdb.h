@@ -24,6 +24,10 @@ struct random_match_t {
     std::string expression();
 };
 
+/// Makes the bytes of a loadable pdb of some protocols, in which "authority" of http2 is an alias
+/// of "server" of http, beside others.
+std::vector<uint8_t> make_pdb(const std::vector<protocol_model> &protocols);
+
 /// Makes the bytes of a loadable pdb of a few protocols.
 std::vector<uint8_t> make_random_pdb(random_match_t &random);
 

@@ -101,4 +101,48 @@ TEST(suffix_match, explained_pieces_are_the_suffixes_that_end_the_data)
     EXPECT_GT(found, dear_rounds(250));
 }
 
+/// A rule of a suffix, with any scope, of a protocol of two that share the tree.
+rule_model scoped_rule(random_match_t &random, const std::string &suffix)
+{
+    sub_rule_model sub_rule = sub_rule_of("http", {stream_attr("server", {value_of(suffix)})});
+    sub_rule.bottom_protocol = random.one_in(2) ? "http" : "http2";
+    rule_model rule = rule_of({sub_rule});
+    rule.scope = random.one_in(2) ? 0 : random.below(0x2000);
+    return rule;
+}
+
+/// "authority" of http2 is an alias of "server": an item may count under one name, and not under
+/// the other, or under both. The tree is entered by its table under either.
+TEST(suffix_match, an_item_counts_under_the_names_that_its_rule_admits)
+{
+    random_match_t random{std::mt19937(33)};
+    const std::set<std::string> suffixes = make_suffixes(random, 8);
+    protocol_model hosts = protocol_of(1, "hosts", {});
+    for (const std::string &suffix : suffixes)
+        hosts.rules.push_back(scoped_rule(random, suffix));
+    const std::vector<uint8_t> bytes = make_pdb({hosts});
+    const pdata::database db = pdata::database::open_memory(bytes.data(), bytes.size());
+    loadable_pdb_t pdb;
+    std::string error;
+    ASSERT_TRUE(loadable_open(bytes, pdb, error)) << error;
+    pdata::flow flow(db);
+    size_t nr[2] = {};
+    for (const std::string &suffix : suffixes)
+        for (const bool alias : {false, true}) {
+            const flow_value_t value{.protocol = alias ? "http2" : "http",
+                                     .attribute = alias ? "authority" : "server",
+                                     .bytes = "www." + suffix,
+                                     .number = {}};
+            match_answer_t expected;
+            ASSERT_TRUE(model_answer(pdb, {&value, 1}, expected, error)) << error;
+            ASSERT_EQ(match_answer(db, flow, {&value, 1}), expected) << suffix;
+            nr[alias ? 1 : 0] += expected.items.size();
+        }
+    for (const size_t counted : nr) {
+        EXPECT_GT(counted, NR_SUFFIX / 4);
+        EXPECT_LT(counted, NR_SUFFIX + NR_SUFFIX / 4);
+    }
+    EXPECT_NE(nr[0], nr[1]);
+}
+
 } // namespace

@@ -144,6 +144,10 @@ void match_mark_preempts(pdata_db &db);
 /// Makes the table of attributes, once the rules are there. std::bad_alloc passes.
 void match_index_attributes(pdata_db &db);
 
+/// Marks the items in the tables of suffix trees that their rules admit whoever hands the data
+/// over, once the attributes are there. std::bad_alloc passes.
+void match_mark_admitted(pdata_db &db);
+
 /// Gives the public items that a matcher can find, many of them several times. std::bad_alloc
 /// passes.
 std::vector<uint32_t> match_items_of(const match_matcher_t &matcher);

@@ -88,6 +88,7 @@ void match_room_make(pdata_db &db, uint32_t flags, match_room_t &room)
 {
     const uint32_t nr_slot = db.view.rules.nr_slot;
     const size_t nr_rule = db.rules.size();
+    room.attributes = db.attributes;
     room.counted.resize(nr_slot / 64 + 1);
     room.items.reserve(nr_slot);
     room.standing.bits.resize(nr_rule);

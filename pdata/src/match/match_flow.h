@@ -40,10 +40,11 @@ struct match_standing_t {
 
 /// What belongs to one database. What every value needs stands first.
 struct match_room_t {
-    std::vector<uint64_t> counted;               ///< bit by item: it counts
-    match_list_t<uint32_t> items;                ///< that count, in the order of finding
-    std::vector<uint32_t> protocols;             ///< by protocol: the last flow that had it
-    uint32_t flow_serial = 1;                    ///< of the flow, counted by resets
+    std::span<const match_attribute_t> attributes; ///< of the database
+    std::vector<uint64_t> counted;                 ///< bit by item: it counts
+    match_list_t<uint32_t> items;                  ///< that count, in the order of finding
+    std::vector<uint32_t> protocols;               ///< by protocol: the last flow that had it
+    uint32_t flow_serial = 1;                      ///< of the flow, counted by resets
     bool protocols_said = false;                 ///< its protocols are known: a missing one counts
     std::unique_ptr<match_findings_t> explained; ///< null unless the flow explains
     mutable match_standing_t standing;           ///< see match_stand
@@ -100,6 +101,11 @@ void match_scan(pdata_flow &flow, const match_value_t &value);
 
 /// Runs the suffix tree of a stream matcher over a value whose end is known.
 void match_suffixes(pdata_flow &flow, const match_value_t &value);
+
+/// The same of a tree with a table, for a value of eight bytes or more that was looked for there:
+/// goes on from `entry`, whose key it has, or where that is null from a shorter key.
+void match_suffixes_from(pdata_flow &flow, const match_value_t &value,
+                         const match_jump_entry_t *entry);
 
 /// Works out how the rules stand with the items that count, as far as it was not.
 const match_standing_t &match_stand(const pdata_flow &flow);

@@ -3,7 +3,8 @@
 /// Most of a walk over thousands of host names goes through the few rows that all of them share
 /// (".com"), one dependent look at memory after the other. The last bytes of the data, as one key
 /// in a hash table, lead behind them at once: to a row, or into the compressed edge that only one
-/// pattern goes on with, up to eight bytes of which stand beside the key and are compared at once.
+/// pattern goes on with. The eight bytes at whose end the edge does stand beside the key and are
+/// compared at once, which settles edges of up to eight bytes.
 /// With them stands what ends there, which spares the walk the row, its record and the second
 /// level. Data whose last bytes no pattern has is done with one look, or one more for each length
 /// of the shorter patterns. Copying the rows themselves was turned down: they are used where they
@@ -18,6 +19,7 @@
 #include <span>
 #include <vector>
 
+#include "match_jump_word.h"
 #include "view_radix_tree.h"
 
 /// What ends at a row: the number of the item, and marks.
@@ -25,6 +27,7 @@ constexpr uint32_t MATCH_END_NONE = UINT32_MAX;
 constexpr uint32_t MATCH_END_RECORD = UINT32_MAX - 1; ///< see its record
 constexpr uint32_t MATCH_END_ABOVE = UINT32_MAX - 2;  ///< of a key: a shorter pattern ends, too
 constexpr uint32_t MATCH_END_LEAF = 0x80000000;       ///< no pattern goes on
+constexpr uint32_t MATCH_END_ADMITTED = 0x40000000;   ///< by its rule, whoever hands the data over
 constexpr uint32_t MATCH_END_ITEM = 0x3FFFFFFF;
 
 /// Tells whether an item is what ends.
@@ -33,15 +36,22 @@ inline bool match_end_is_item(uint32_t end)
     return end < MATCH_END_ABOVE;
 }
 
+/// Tells whether an item ends that is admitted, and no pattern goes on.
+inline bool match_end_is_final(uint32_t end)
+{
+    return end >= (MATCH_END_LEAF | MATCH_END_ADMITTED) && match_end_is_item(end);
+}
+
 /// A key, and where it leads.
 struct match_jump_entry_t {
-    uint64_t key = 0;   ///< the last bytes of data, the last one most significant
-    uint64_t rest = 0;  ///< what the data must go on with, in the same order; of more than
-                        ///< eight bytes where they begin in the edges of the tree
-    uint32_t end = 0;   ///< what ends at `row`
-    uint16_t row = 0;   ///< where the walk begins, behind the rest
-    uint8_t length = 0; ///< bytes of the key; 0 for a free entry
-    uint8_t nr_rest = 0;
+    uint64_t key = 0;    ///< the last bytes of data, the last one most significant
+    uint64_t front = 0;  ///< the last eight bytes of the key and the rest, in the same order; where
+                         ///< these are fewer, or the rest has more, where it begins in the edges of
+                         ///< the tree
+    uint32_t end = 0;    ///< what ends at `row`
+    uint16_t row = 0;    ///< where the walk begins, behind the rest
+    uint8_t length = 0;  ///< bytes of the key; 0 for a free entry
+    uint8_t nr_rest = 0; ///< bytes that the data must go on with
 };
 
 /// The paths of a tree that become keys: all of one length, and those of shorter patterns.
@@ -50,19 +60,26 @@ struct match_jump_paths_t {
     uint32_t short_lengths = 0;              ///< bit by length: a shorter pattern has it
 };
 
+/// Returns the bytes of an entry's key and rest.
+inline uint32_t match_jump_bytes_of(const match_jump_entry_t &entry)
+{
+    return uint32_t{entry.length} + entry.nr_rest;
+}
+
 /// Returns the bytes that are passed where an entry leads.
 inline uint32_t match_jump_depth(const match_jump_entry_t &entry)
 {
-    return entry.end == MATCH_END_ABOVE ? 0 : uint32_t{entry.length} + entry.nr_rest;
+    return entry.end == MATCH_END_ABOVE ? 0 : match_jump_bytes_of(entry);
 }
 
 struct match_jump_t {
+    uint64_t mask = 0;          ///< of the bytes of a key in a word
+    uint64_t letters = 0;       ///< MATCH_JUMP_LETTERS where keys are folded
+    uint64_t factor = 0;        ///< of the hash, odd
     uint32_t length = 0;        ///< bytes of a key; 0 where there is no table
     uint32_t short_lengths = 0; ///< bit by length: there are shorter keys of it
     uint32_t shift = 0;         ///< of a hash, to a bucket
     uint32_t nr_place = 0;      ///< of entries, free ones included
-    uint64_t factor = 0;        ///< of the hash, odd
-    uint64_t letters = 0;       ///< MATCH_JUMP_LETTERS where keys are folded
     std::vector<uint8_t> displacements;
     std::vector<match_jump_entry_t> entries;
 };
@@ -110,7 +127,47 @@ inline uint32_t match_jump_place_of(const match_jump_t &jump, uint64_t hash, uin
     return static_cast<uint32_t>(uint64_t{first + displacement * step} * jump.nr_place >> 32);
 }
 
+/// Returns the entry where a key would stand, which may have another.
+inline const match_jump_entry_t &match_jump_look(const match_jump_t &jump, uint64_t key,
+                                                 uint32_t length)
+{
+    const uint64_t hash = match_jump_hash(jump, key, length);
+    const uint8_t displacement = jump.displacements[match_jump_bucket(jump, hash)];
+    return jump.entries[match_jump_place_of(jump, hash, displacement)];
+}
+
+/// Tells whether an entry has a key.
+inline bool match_jump_has_key(const match_jump_entry_t &entry, uint64_t key, uint32_t length)
+{
+    return entry.key == key && entry.length == length;
+}
+
+/// Tells whether the front of an entry is its last eight bytes, and has its whole rest.
+inline bool match_jump_has_front(const match_jump_entry_t &entry)
+{
+    return entry.nr_rest <= MATCH_JUMP_WORD && match_jump_bytes_of(entry) >= MATCH_JUMP_WORD;
+}
+
+/// Tells whether data that has the key of an entry, and no fewer bytes than it and its rest, goes
+/// on with the rest. For an entry that has a front.
+inline bool match_jump_fits_front(const match_jump_t &jump, const match_jump_entry_t &entry,
+                                  std::span<const uint8_t> data)
+{
+    const uint64_t word = match_jump_load(data.data() + data.size() - match_jump_bytes_of(entry));
+    return word == entry.front || match_jump_folded(word, jump.letters) == entry.front;
+}
+
 /// Returns the entry that the walk of `tree` over `data` may begin with, or null where no pattern
 /// matches. For a jump with a table.
 [[nodiscard]] const match_jump_entry_t *
 match_jump_find(const match_jump_t &jump, const view_radix_t &tree, std::span<const uint8_t> data);
+
+/// Returns the entry of the longest of the shorter keys that data of eight bytes or more has, or
+/// null. They have no rest.
+[[nodiscard]] const match_jump_entry_t *match_jump_find_shorter(const match_jump_t &jump,
+                                                                std::span<const uint8_t> data);
+
+/// Tells whether data that has the key of an entry goes on with its rest.
+[[nodiscard]] bool match_jump_goes_on(const match_jump_t &jump, const view_radix_t &tree,
+                                      std::span<const uint8_t> data,
+                                      const match_jump_entry_t &entry);

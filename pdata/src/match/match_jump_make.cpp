@@ -1,7 +1,6 @@
 #include <algorithm>
 
 #include "match_jump.h"
-#include "match_jump_word.h"
 #include "match_roles.h"
 
 namespace
@@ -59,6 +58,7 @@ bool fill_table(const view_radix_t &tree, std::span<const uint32_t> roles, uint3
         return false;
     jump.short_lengths = paths.short_lengths;
     jump.length = length;
+    jump.mask = match_jump_mask(length);
     return true;
 }
 

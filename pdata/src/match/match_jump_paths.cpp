@@ -1,7 +1,6 @@
 #include <algorithm>
 
 #include "match_jump.h"
-#include "match_jump_word.h"
 
 namespace
 {
@@ -13,6 +12,19 @@ struct branch_t {
     uint64_t key = 0;
     bool ended = false; ///< a pattern ends at a row above
 };
+
+/// Returns the last eight bytes of a key and a rest as a word.
+uint64_t front_of(const match_jump_entry_t &entry, std::span<const uint8_t> rest)
+{
+    uint64_t front = 0;
+    for (uint32_t i = 0; i < MATCH_JUMP_WORD; ++i) {
+        const uint32_t at = match_jump_bytes_of(entry) - MATCH_JUMP_WORD + i;
+        const uint8_t byte =
+            at < entry.length ? match_jump_byte_at(entry.key, at) : rest[at - entry.length];
+        front |= match_jump_byte(byte, i);
+    }
+    return front;
+}
 
 /// The walk over all paths of one length. A tree has no more of them than bytes; a damaged one
 /// may, and gives up.
@@ -34,6 +46,7 @@ struct walk_t {
     {
         match_jump_entry_t entry;
         entry.key = at.key;
+        entry.front = at.key;
         entry.length = static_cast<uint8_t>(at.depth);
         entry.row = static_cast<uint16_t>(at.ended ? 0 : at.row);
         entry.end = at.ended ? MATCH_END_ABOVE : at.row;
@@ -48,11 +61,9 @@ struct walk_t {
             return;
         match_jump_entry_t &entry = paths.entries.back();
         entry.nr_rest = static_cast<uint8_t>(rest.size());
-        if (rest.size() <= MATCH_JUMP_WORD)
-            for (uint32_t i = 0; i < rest.size(); ++i)
-                entry.rest |= match_jump_byte(rest[i], i);
-        else
-            entry.rest = static_cast<uint64_t>(rest.data() - tree.c_edges.data);
+        entry.front = match_jump_has_front(entry)
+                          ? front_of(entry, rest)
+                          : static_cast<uint64_t>(rest.data() - tree.c_edges.data);
     }
 
     /// Follows the compressed edge of a number; `to` has passed its first byte.

@@ -15,6 +15,13 @@ inline uint64_t match_jump_byte(uint8_t byte, uint32_t depth)
     return uint64_t{byte} << (top_shift - 8 * depth);
 }
 
+/// Returns byte `depth` of the path in a word.
+inline uint8_t match_jump_byte_at(uint64_t word, uint32_t depth)
+{
+    constexpr uint32_t top_shift = 56;
+    return static_cast<uint8_t>(word >> (top_shift - 8 * depth));
+}
+
 /// The bit that tells small letters from capitals, in all bytes of a word.
 constexpr uint64_t MATCH_JUMP_LETTERS = 0x2020202020202020ULL;
 

@@ -106,6 +106,7 @@ bool make_indexes(pdata_db &db, view_error_t &error)
     if (!match_index_matchers(db, error) || !match_index_rules(db, error))
         return false;
     match_index_attributes(db);
+    match_mark_admitted(db);
     match_mark_preempts(db);
     return true;
 }

@@ -32,13 +32,22 @@ void walk_on(pdata_flow &flow, const match_value_t &value, const match_jump_entr
     match_note(flow, value.attribute, item, outcome, {&piece, 1}, {});
 }
 
+/// Counts the item that ends.
+pdata_outcome count(pdata_flow &flow, const match_attribute_t &attribute, uint32_t end)
+{
+    if ((end & MATCH_END_ADMITTED) == 0)
+        return match_count(flow, attribute, end & MATCH_END_ITEM);
+    match_count_admitted(flow.room, end & MATCH_END_ITEM);
+    return PDATA_COUNTED;
+}
+
 /// Takes what the table says to end where it leads.
 void take_entry(pdata_flow &flow, const match_value_t &value, const match_jump_entry_t &entry)
 {
     const uint32_t end = entry.end;
     if (match_end_is_item(end)) {
         const uint32_t item = end & MATCH_END_ITEM;
-        const pdata_outcome outcome = match_count(flow, value.attribute, item);
+        const pdata_outcome outcome = count(flow, value.attribute, end);
         if (flow.room.explained != nullptr) [[unlikely]]
             note_item(flow, value, item, match_jump_depth(entry), outcome);
         if ((end & MATCH_END_LEAF) != 0) [[likely]]
@@ -58,5 +67,16 @@ void match_suffixes(pdata_flow &flow, const match_value_t &value)
     }
     const view_radix_t &tree = value.matcher.view.pattern.suffix_tree;
     if (const match_jump_entry_t *entry = match_jump_find(jump, tree, value.data); entry != nullptr)
+        take_entry(flow, value, *entry);
+}
+
+void match_suffixes_from(pdata_flow &flow, const match_value_t &value,
+                         const match_jump_entry_t *entry)
+{
+    const match_jump_t &jump = value.matcher.suffix_jump;
+    if (entry == nullptr)
+        entry = match_jump_find_shorter(jump, value.data);
+    const view_radix_t &tree = value.matcher.view.pattern.suffix_tree;
+    if (entry != nullptr && match_jump_goes_on(jump, tree, value.data, *entry))
         take_entry(flow, value, *entry);
 }
