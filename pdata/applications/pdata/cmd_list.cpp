@@ -5,6 +5,7 @@
 #include "list_limits.h"
 #include "list_names.h"
 #include "open_file.h"
+#include "pdb_verify.h"
 #include "view_inventory.h"
 
 namespace
@@ -106,11 +107,26 @@ json_document_t list_document(const std::string &name, const view_inventory_t &i
     return document;
 }
 
+/// Lists the parts, of an unsafe file those that can be read.
+exit_status_t list_parts(console_t &console, const input_file_t &file)
+{
+    pdb_view_t pdb;
+    view_inventory_t inventory;
+    view_error_t error;
+    const bool safe = view_inventory_take(input_file_bytes(file), inventory, error) &&
+                      pdb_verify_open(input_file_bytes(file), pdb, error);
+    if (!safe)
+        print_fault(console, file.name, error);
+    if (console.format == OUTPUT_JSON)
+        console_document(console, list_document(file.name, inventory));
+    else
+        print_text(console, inventory);
+    return safe ? EXIT_STATUS_FINE : EXIT_STATUS_FILE;
+}
+
 exit_status_t list_run(const list_options_t &options, console_t &console)
 {
     input_file_t file;
-    view_inventory_t inventory;
-    view_error_t error;
     if (!open_file(console, options.file, file))
         return EXIT_STATUS_FILE;
     if (options.limits)
@@ -118,14 +134,7 @@ exit_status_t list_run(const list_options_t &options, console_t &console)
     const list_names_t chosen = names_of(options);
     if (chosen.protocols || chosen.rules || chosen.values)
         return list_names(console, file, chosen);
-    const bool sound = view_inventory_take(input_file_bytes(file), inventory, error);
-    if (!sound)
-        print_fault(console, file.name, error);
-    if (console.format == OUTPUT_JSON)
-        console_document(console, list_document(file.name, inventory));
-    else
-        print_text(console, inventory);
-    return sound ? EXIT_STATUS_FINE : EXIT_STATUS_FILE;
+    return list_parts(console, file);
 }
 
 } // namespace
@@ -140,11 +149,11 @@ command_run_t list_declare(CLI::App &app)
             ->excludes("--protocols");
     options->rules = app.add_option("--rules", options->rules_of, "List its rules, of one protocol")
                          ->expected(0, 1)
-                         ->type_name("PROTOCOL");
+                         ->type_name("[PROTOCOL]");
     options->values =
         app.add_option("--values", options->values_of, "List its values, those of one protocol")
             ->expected(0, 1)
-            ->type_name("PROTOCOL");
+            ->type_name("[PROTOCOL]");
     limits->excludes(options->rules)->excludes(options->values);
     return [options](console_t &console) { return list_run(*options, console); };
 }

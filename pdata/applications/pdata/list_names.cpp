@@ -5,7 +5,7 @@
 #include "format_types.h"
 #include "format_values.h"
 #include "open_file.h"
-#include "pdb_view.h"
+#include "pdb_verify.h"
 #include "view_catalog.h"
 #include "view_values.h"
 
@@ -93,20 +93,19 @@ void put_value(listing_t &listing, const view_stored_value_t &value)
                   escape_terminal(value.protocol));
 }
 
-bool walk(listing_t &listing, const pdb_view_t &view, view_error_t &error)
+/// Goes through a verified pdb, which reads to its end.
+void walk(listing_t &listing, const pdb_view_t &view)
 {
-    const list_names_t &chosen = listing.chosen;
-    if (!view_catalog_walk(pdb_view_root(view, TLV_TYPE_ROOT_PROTODESCS),
-                           {put_protocol, put_rule, &listing}, error))
-        return false;
-    std::vector<view_stored_value_t> values;
-    if (!chosen.values)
-        return true;
-    const bool sound = view_values_read(view, values, error);
-    for (const view_stored_value_t &value : values)
-        if (is_of(*chosen.values, value.protocol))
-            put_value(listing, value);
-    return sound;
+    view_error_t ignored;
+    (void)view_catalog_walk(pdb_view_root(view, TLV_TYPE_ROOT_PROTODESCS),
+                            {put_protocol, put_rule, &listing}, ignored);
+    const auto put = [](void *context, const view_stored_value_t &value) {
+        listing_t &to = *static_cast<listing_t *>(context);
+        if (is_of(*to.chosen.values, value.protocol))
+            put_value(to, value);
+    };
+    if (listing.chosen.values)
+        (void)view_values_walk(view, {put, &listing}, ignored);
 }
 
 void print_listing(listing_t &listing, const std::string &name)
@@ -129,11 +128,12 @@ exit_status_t list_names(console_t &console, const input_file_t &file, const lis
     listing_t listing = {console, chosen};
     pdb_view_t view;
     view_error_t error;
-    const bool sound =
-        pdb_view_open(input_file_bytes(file), view, error) && walk(listing, view, error);
-    if (!sound)
+    if (!pdb_verify_open(input_file_bytes(file), view, error)) {
         print_fault(console, file.name, error);
+        return EXIT_STATUS_FILE;
+    }
+    walk(listing, view);
     if (listing.json())
         print_listing(listing, file.name);
-    return sound ? EXIT_STATUS_FINE : EXIT_STATUS_FILE;
+    return EXIT_STATUS_FINE;
 }
