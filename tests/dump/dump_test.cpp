@@ -135,6 +135,23 @@ TEST(Dump, TakesPoolsAndPaddingApart)
                   "260+4 .string|0|\"ab\"\n");
 }
 
+// What a walk takes for any number may be none to a verification, as the position of a rule here;
+// and it says nothing of records that are not there.
+TEST(Dump, ShowsWhatIsUnsafeInPlace)
+{
+    std::vector<uint8_t> bytes = stored(pdb());
+    bytes[87] = 1;
+    std::string text;
+    EXPECT_EQ(dump_file(bytes, only(FORMAT_PROTO_RULES_OFFSET), {put_line, &text}).nr_damaged, 1);
+    EXPECT_TRUE(text.find("84+4 .....rule[0]|1|") != std::string::npos &&
+                text.find("position 1 instead of 0") != std::string::npos)
+        << text;
+    text.clear();
+    const dump_totals_t totals = dump_file({}, {}, {put_line, &text});
+    EXPECT_EQ(text, "0+0 end|no protocol descriptions\n");
+    EXPECT_EQ(totals.nr_range + totals.nr_damaged, 2);
+}
+
 // A pdb that a little-endian host loaded has its tag table in that order.
 TEST(Dump, TakesTagsInEitherByteOrder)
 {

@@ -52,7 +52,7 @@ inline dump_cover_t dump_cover(std::span<const uint8_t> file)
 {
     dump_cover_t cover;
     cover.file = file;
-    const dump_totals_t totals = dump_walk(file, {}, {cover_put, &cover});
+    const dump_totals_t totals = dump_file(file, {}, {cover_put, &cover});
     if (cover.fault.empty() && cover.at != file.size())
         cover.fault = std::to_string(cover.at) + ": the ranges end";
     if (cover.fault.empty() && cover.nr_range > file.size() + file.size() / 4 + 1)

@@ -35,8 +35,28 @@ void print_summary(console_t &console, const input_file_t &file, const dump_tota
     console_record(console, document);
 }
 
+/// Tells, after a message, whether a form is asked for that a graph, or all else, does not have.
+bool mixes_forms(console_t &console, bool graph)
+{
+    if (graph && console.format == OUTPUT_JSON)
+        console_error(console, "--dot draws a graph, which has no form in JSON");
+    else if (!graph && console.format == OUTPUT_DOT)
+        console_error(console, "--output-format dot is for graphs, which --dot MATCHER draws");
+    else
+        return false;
+    return true;
+}
+
+/// Says what is wrong with an offset. The parser of numbers takes a sign.
+std::string offset_fault(const std::string &text)
+{
+    return text.starts_with('-') ? "no offset: " + text : "";
+}
+
 exit_status_t dump_run(const dump_options_t &options, console_t &console)
 {
+    if (mixes_forms(console, !options.graph.matcher.empty()))
+        return EXIT_STATUS_USAGE;
     dump_choice_t choice = {options.from, FORMAT_KIND_NONE};
     if (!options.section.empty() && !dump_section_find(options.section, choice.section)) {
         console_error(console,
@@ -52,7 +72,7 @@ exit_status_t dump_run(const dump_options_t &options, console_t &console)
         return dump_graph(console, file, options.graph);
     const bool json = console.format == OUTPUT_JSON;
     const dump_totals_t totals =
-        dump_walk(input_file_bytes(file), choice, {json ? put_json : put_text, &console});
+        dump_file(input_file_bytes(file), choice, {json ? put_json : put_text, &console});
     if (json)
         print_summary(console, file, totals);
     return totals.nr_damaged == 0 ? EXIT_STATUS_FINE : EXIT_STATUS_FINDINGS;
@@ -64,15 +84,20 @@ command_run_t dump_declare(CLI::App &app)
 {
     auto options = std::make_shared<dump_options_t>();
     app.add_option("FILE", options->file, "A pdb, - for standard input")->required();
-    app.add_option("--from", options->from, "First byte, decimal or 0x and hexadecimal")
-        ->type_name("OFFSET");
-    app.add_option("--section", options->section, "Records of one kind alone, with what is in them")
-        ->type_name("SECTION");
+    CLI::Option *const from =
+        app.add_option("--from", options->from, "First byte, decimal or 0x and hexadecimal")
+            ->type_name("OFFSET")
+            ->check(offset_fault);
+    CLI::Option *const section = app.add_option("--section", options->section,
+                                                "Records of one kind alone, with what is in them")
+                                     ->type_name("SECTION");
     CLI::Option *const dot =
         app.add_option("--dot", options->graph.matcher,
                        "An automaton or tree of a matcher as a graph for Graphviz; the matcher is "
                        "protocol:attribute, with a blank and cts or stc where both are there")
-            ->type_name("MATCHER");
+            ->type_name("MATCHER")
+            ->excludes(from)
+            ->excludes(section);
     app.add_option("--engine", options->graph.engine, "Which of the matcher's engines is drawn")
         ->check(CLI::IsMember(
             {"automaton", "offset-automaton", "prefix-tree", "suffix-tree", "dot-prefix"}))

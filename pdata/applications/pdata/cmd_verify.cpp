@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <memory>
 
 #include "commands.h"
@@ -59,6 +60,10 @@ exit_status_t verify_file(const std::string &path, console_t &console)
 
 exit_status_t verify_run(const verify_options_t &options, console_t &console)
 {
+    if (std::ranges::count(options.files, "-") > 1) {
+        console_error(console, "standard input can be read once");
+        return EXIT_STATUS_USAGE;
+    }
     exit_status_t status = EXIT_STATUS_FINE;
     for (const std::string &path : options.files)
         status = std::max(status, verify_file(path, console));

@@ -10,6 +10,7 @@ constexpr const char *authors = "For authors of descriptions";
 constexpr const char *operators = "For operators who ship pdbs";
 
 constexpr output_format_t text_json[] = {OUTPUT_TEXT, OUTPUT_JSON};
+constexpr output_format_t dump_formats[] = {OUTPUT_TEXT, OUTPUT_JSON, OUTPUT_DOT};
 constexpr output_format_t test_formats[] = {OUTPUT_TEXT, OUTPUT_JSON, OUTPUT_TAP, OUTPUT_JUNIT};
 constexpr output_format_t check_formats[] = {OUTPUT_TEXT, OUTPUT_JSON, OUTPUT_SARIF};
 
@@ -37,7 +38,7 @@ std::span<const command_t> command_table()
         {"list", operators, "What is in a pdb: parts, protocols, matchers, rules", text_json,
          "  pdata list example.pdb", list_declare},
         {"dump", operators, "Every byte of a pdb: where it stands, what it is, what it means",
-         text_json, "  pdata dump example.pdb --section TAGS", dump_declare},
+         dump_formats, "  pdata dump example.pdb --section TAGS", dump_declare},
         {"verify", operators, "Everything in a pdb is within its bounds, or where it is not",
          text_json, "  pdata verify example.pdb loadable.pdb", verify_declare},
         {"flows", operators, "Captures and logs as flow lines, for match and test", text_json,

@@ -21,17 +21,26 @@ bool is_meant(const view_matcher_t &matcher, const std::string &wanted)
     return wanted == name || wanted == name.substr(0, name.size() - 4);
 }
 
-/// Finds the matcher that is meant: of both directions the one that comes first in the file.
-bool find_matcher(const pdb_view_t &pdb, const std::string &wanted, view_matcher_t &found)
+/// Finds the matcher that is meant: of both directions the one that has the engine that is asked
+/// for, then the one that comes first in the file.
+bool find_matcher(const pdb_view_t &pdb, const dump_graph_options_t &options, view_matcher_t &found)
 {
+    bool any = false;
     view_cursor_t cursor = view_walk(pdb.matchers.list);
     for (view_record_t record; view_next(cursor, record);) {
         view_error_t error;
-        (void)view_matcher_open(record, pdb.matchers.names, found, error); // as the verifier did
-        if (is_meant(found, wanted))
-            return true;
+        view_matcher_t matcher;
+        (void)view_matcher_open(record, pdb.matchers.names, matcher, error); // as the verifier did
+        if (!is_meant(matcher, options.matcher))
+            continue;
+        const bool wanted = graph_has_engine(matcher, graph_engine_find(options.engine));
+        if (wanted || !any)
+            found = matcher;
+        any = true;
+        if (wanted)
+            break;
     }
-    return false;
+    return any;
 }
 
 /// The words for an item: the rule that owns it.
@@ -48,15 +57,31 @@ std::string item_text(void *context, uint32_t item)
     return fmt::format("rule {}: {}", slot.rule_id, path);
 }
 
+/// The words for the engines of a matcher that has some.
+std::string engines_of(const view_matcher_t &matcher)
+{
+    std::string names;
+    for (uint8_t i = 0; i < GRAPH_ENGINE_NONE; ++i)
+        if (const auto engine = static_cast<graph_engine_t>(i); graph_has_engine(matcher, engine))
+            names +=
+                fmt::format("{}{}", names.empty() ? "it has " : ", ", graph_engine_name(engine));
+    return names;
+}
+
 /// The engine that is asked for, GRAPH_ENGINE_NONE after a message for none.
 graph_engine_t chosen_engine(console_t &console, const view_matcher_t &matcher,
                              const dump_graph_options_t &options)
 {
     const graph_engine_t engine =
         options.engine.empty() ? graph_first_engine(matcher) : graph_engine_find(options.engine);
-    if (engine == GRAPH_ENGINE_NONE)
+    if (graph_has_engine(matcher, engine))
+        return engine;
+    if (graph_first_engine(matcher) == GRAPH_ENGINE_NONE)
         console_error(console, "{}: has no automaton and no tree", name_of(matcher));
-    return engine;
+    else
+        console_error(console, "{}: has no {}; {}", name_of(matcher), graph_engine_name(engine),
+                      engines_of(matcher));
+    return GRAPH_ENGINE_NONE;
 }
 
 exit_status_t print_graph(console_t &console, const pdb_view_t &pdb, const view_matcher_t &matcher,
@@ -95,7 +120,7 @@ exit_status_t dump_graph(console_t &console, const input_file_t &file,
         print_fault(console, file.name, error);
         return EXIT_STATUS_FILE;
     }
-    if (!pdb.compiled || !find_matcher(pdb, options.matcher, matcher)) {
+    if (!pdb.compiled || !find_matcher(pdb, options, matcher)) {
         console_error(console, "{}: has no matcher {}; \"pdata list\" names those that it has",
                       file.name, options.matcher);
         return EXIT_STATUS_FINDINGS;

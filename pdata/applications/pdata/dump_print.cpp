@@ -40,7 +40,7 @@ std::string words_of(const dump_range_t &range)
             .append(escape_terminal(range.text))
             .append(range.text_cut ? "\"..." : "\"");
     if (!range.damage.empty())
-        text.append("; damaged: ").append(range.damage);
+        text.append("; damaged: ").append(escape_terminal(range.damage));
     return text;
 }
 
@@ -93,6 +93,6 @@ json_document_t dump_document(const dump_range_t &range)
     if (range.text_cut)
         document["text_cut"] = true;
     if (!range.damage.empty())
-        document["damage"] = range.damage;
+        document["damage"] = json_text(range.damage);
     return document;
 }

@@ -61,6 +61,16 @@ struct dump_totals_t {
 dump_totals_t dump_walk(std::span<const uint8_t> file, const dump_choice_t &choice,
                         const dump_sink_t &sink);
 
+/// Most faults of a verification that are shown in place.
+constexpr size_t DUMP_FAULTS_MAX = 4096;
+
+/// The same with what a verification finds unsafe (pdb_verify.h), of each part the first fault: it
+/// is the damage of the range that has its byte, unless there is some, or of a range of no bytes
+/// behind the last one. Memory of a verification, and of DUMP_FAULTS_MAX faults. Throws
+/// std::bad_alloc.
+dump_totals_t dump_file(std::span<const uint8_t> file, const dump_choice_t &choice,
+                        const dump_sink_t &sink);
+
 /// Finds the kind of record of a name, as in "PROTO_META"; small letters will do. Returns false
 /// when there is none.
 [[nodiscard]] bool dump_section_find(std::string_view name, format_kind_t &kind);

@@ -277,6 +277,11 @@ graph_engine_t graph_first_engine(const view_matcher_t &matcher)
     return GRAPH_ENGINE_NONE;
 }
 
+bool graph_has_engine(const view_matcher_t &matcher, graph_engine_t engine)
+{
+    return engine != GRAPH_ENGINE_NONE && graph_engines()[engine].nr_row(matcher.pattern) != 0;
+}
+
 const char *graph_engine_name(graph_engine_t engine)
 {
     return graph_engines()[engine].name;

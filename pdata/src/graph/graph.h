@@ -66,6 +66,9 @@ struct graph_choice_t {
 /// no engine of this kind.
 graph_engine_t graph_first_engine(const view_matcher_t &matcher);
 
+/// Tells whether a matcher has states of an engine; of none it has none.
+bool graph_has_engine(const view_matcher_t &matcher, graph_engine_t engine);
+
 /// Returns the name of an engine, as in "suffix-tree".
 const char *graph_engine_name(graph_engine_t engine);
 
