@@ -125,6 +125,15 @@ void read_input(flow_input_run_t &run, capture_inputs_t &inputs, size_t number)
     capture_inputs_end(input);
 }
 
+/// Says how many lines could not be read, those of tshark too, which nobody named. A summary in
+/// JSON has the number.
+void say_bad_lines(const flow_input_run_t &run)
+{
+    const uint64_t bad = run.totals.bad_lines;
+    if (bad != 0 && run.console.format != OUTPUT_JSON)
+        console_error(run.console, "{} {} could not be read", bad, bad == 1 ? "line" : "lines");
+}
+
 json_document_t end_document(const flow_record_t &record, const flow_end_t &end)
 {
     json_document_t document = {{"address", flow_end_text(end)}};
@@ -173,6 +182,7 @@ exit_status_t flow_input_run(const flow_input_options_t &options, console_t &con
         read_input(run, inputs, number);
     log_reader_end(run.logs);
     totals.evicted += run.logs.evicted;
+    say_bad_lines(run);
     return run.status;
 }
 
