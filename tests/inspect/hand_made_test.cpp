@@ -69,6 +69,28 @@ TEST(hand_made, what_of_a_rule_no_text_says)
               std::string::npos);
 }
 
+// What a merge or a removal leaves of the order in which a compile stores strings.
+TEST(hand_made, strings_in_another_order_than_their_records)
+{
+    const std::string line =
+        "the order of its strings, which is not that of the records that refer to them\n";
+    const word_list words = record(1, group_of_one());
+    const size_t name = 6;
+    size_t pool = words.size() - 1;
+    while (words[pool] != (2U << 24 | (words.size() - pool - 1)))
+        --pool;
+    EXPECT_EQ(lost(stored(words)), "");
+    word_list other = words;
+    std::swap(other[name], other[name + 1]);
+    EXPECT_EQ(lost(stored(other)).find(line), 0U) << "name and default port change places";
+    other = words;
+    other[name + 1] = other[name];
+    EXPECT_EQ(lost(stored(other)).find(line), 0U) << "nothing refers to the second string";
+    other = words;
+    other[pool - 1] = other[name];
+    EXPECT_EQ(lost(stored(other)), line) << "nothing refers to the last one";
+}
+
 TEST(hand_made, of_many_cases_fifty_are_kept)
 {
     rule_model rule = port_rule();

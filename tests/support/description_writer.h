@@ -123,39 +123,46 @@ inline word_list rule_meta(string_pool &pool, string_pool &tag_pool, const rule_
 
 inline word_list rule_record(string_pool &pool, string_pool &tag_pool, const rule_model &rule)
 {
+    const word_list meta = rule_meta(pool, tag_pool, rule);
     std::vector<word_list> sub_rules;
     for (const sub_rule_model &sub_rule : rule.sub_rules)
         sub_rules.push_back(sub_rule_record(pool, sub_rule, rule.meta_version == 1));
-    return record(
-        rule.ruleorder != 0 ? TLV_TYPE_PROTO_RULE_ORDER : TLV_TYPE_PROTO_RULE,
-        join({rule_meta(pool, tag_pool, rule),
-              with_offsets(TLV_TYPE_PROTO_SUB_RULES_OFFSET, TLV_TYPE_PROTO_SUB_RULES, sub_rules)}));
+    return record(rule.ruleorder != 0 ? TLV_TYPE_PROTO_RULE_ORDER : TLV_TYPE_PROTO_RULE,
+                  join({meta, with_offsets(TLV_TYPE_PROTO_SUB_RULES_OFFSET,
+                                           TLV_TYPE_PROTO_SUB_RULES, sub_rules)}));
 }
 
-/// The value of a description.
+/// The value of a description. Strings enter the pool in the order of the records.
 inline word_list protocol_words(string_pool &pool, string_pool &tag_pool,
                                 const protocol_model &protocol)
 {
+    const word_list meta = {protocol.id,
+                            pool.put(protocol.name),
+                            pool.put(protocol.default_port),
+                            protocol.max_trans,
+                            protocol.cacheable,
+                            protocol.http_reclassify,
+                            protocol.version[0],
+                            protocol.version[1],
+                            protocol.version[2],
+                            protocol.implicit_bottom_layer};
     word_list tags;
-    word_list descs;
     for (const auto &[name, value] : protocol.tags)
-        tags = join({tags, {pool.put(name), pool.put(value)}});
+        tags = join({tags, strings_of(pool, {name, value})});
+    word_list descs;
     for (const auto &[lang, text] : protocol.descs)
-        descs = join({descs, {pool.put(lang), pool.put(text)}});
+        descs = join({descs, strings_of(pool, {lang, text})});
+    const word_list compat = strings_of(pool, protocol.compat);
+    const word_list versions = strings_of(pool, protocol.supported_versions);
+    const word_list altnames = strings_of(pool, protocol.altnames);
     std::vector<word_list> rules;
     for (const rule_model &rule : protocol.rules)
         rules.push_back(rule_record(pool, tag_pool, rule));
-    return join(
-        {record(TLV_TYPE_PROTO_META,
-                {protocol.id, pool.put(protocol.name), pool.put(protocol.default_port),
-                 protocol.max_trans, protocol.cacheable, protocol.http_reclassify,
-                 protocol.version[0], protocol.version[1], protocol.version[2],
-                 protocol.implicit_bottom_layer}),
-         record(TLV_TYPE_PROTO_TAGS, tags), record(TLV_TYPE_PROTO_DESC, descs),
-         record(TLV_TYPE_PROTO_COMPAT, strings_of(pool, protocol.compat)),
-         record(TLV_TYPE_PROTO_SUPPORTED_VERSION, strings_of(pool, protocol.supported_versions)),
-         record(TLV_TYPE_PROTO_ALTNAME, strings_of(pool, protocol.altnames)),
-         with_offsets(TLV_TYPE_PROTO_RULES_OFFSET, TLV_TYPE_PROTO_RULES, rules)});
+    return join({record(TLV_TYPE_PROTO_META, meta), record(TLV_TYPE_PROTO_TAGS, tags),
+                 record(TLV_TYPE_PROTO_DESC, descs), record(TLV_TYPE_PROTO_COMPAT, compat),
+                 record(TLV_TYPE_PROTO_SUPPORTED_VERSION, versions),
+                 record(TLV_TYPE_PROTO_ALTNAME, altnames),
+                 with_offsets(TLV_TYPE_PROTO_RULES_OFFSET, TLV_TYPE_PROTO_RULES, rules)});
 }
 
 /// The words of a stored pool.

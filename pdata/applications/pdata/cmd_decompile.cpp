@@ -23,8 +23,8 @@ void print_lost(console_t &console, const std::string &name, const decompile_los
     for (const std::string &one : lost.first)
         console_error(console, "{}: not in the text: {}", name, one);
     if (lost.count != 0)
-        console_error(console, "{}: {} cases in which the text compiles to something else", name,
-                      lost.count);
+        console_error(console, "{}: {} {} in which the text compiles to something else", name,
+                      lost.count, lost.count == 1 ? "case" : "cases");
 }
 
 /// Prints what was written, what it holds, and what is not in it, as one object.

@@ -32,8 +32,8 @@ void flow_input_declare(CLI::App &app, flow_input_options_t &options);
 
 /// Reads every input and hands its flows to `sink`; counts what there was. Bad lines are named on
 /// standard error, up to ten of an input and none of tshark's, and counted at the end unless the
-/// form is JSON, whose summary counts them. An input that cannot be read is named too, and the next one read:
-/// EXIT_STATUS_FILE.
+/// form is JSON, whose summary counts them. An input that cannot be read is named too, and the next
+/// one read: EXIT_STATUS_FILE.
 [[nodiscard]] exit_status_t flow_input_run(const flow_input_options_t &options, console_t &console,
                                            flow_totals_t &totals, const flow_sink_t &sink);
 

@@ -5,6 +5,8 @@
 #include "decompile_protocol.h"
 #include "decompile_text.h"
 #include "description_layout.h"
+#include "string_order.h"
+#include "view_stored.h"
 
 namespace
 {
@@ -45,6 +47,18 @@ void put_tag_table(const description_model_t &model, bounded_text_t &text)
         text.bytes += &name == &model.tag_table.back().first ? "\n" : ",\n";
     }
     text.bytes += "  }\n}\n";
+}
+
+void check_strings(const pdb_view_t &pdb, decompile_lost_t &lost)
+{
+    const auto check = [&](const view_record_t &, const view_group_t &group) {
+        if (!strings_follow_records(group))
+            decompile_lost_add(lost, "the order of its strings, which is not that of the records "
+                                     "that refer to them");
+        return true;
+    };
+    view_error_t ignored; // the groups were opened before
+    (void)view_each_group(pdb_view_root(pdb, TLV_TYPE_ROOT_PROTODESCS), ignored, check);
 }
 
 void check_model(const description_model_t &model, size_t nr_group, decompile_lost_t &lost)
@@ -199,6 +213,8 @@ try {
         !put_document(writing, model, "a tag table", put_tag_table, out.tags))
         return false;
     check_model(model, source.groups.size(), out.lost);
+    if (source.groups.size() == 1)
+        check_strings(pdb, out.lost);
     return put_protocols(writing, model, source, out.lost);
 } catch (const std::bad_alloc &) {
     return view_fail(error, VIEW_MEMORY, 0, "out of memory");
