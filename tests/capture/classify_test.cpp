@@ -109,6 +109,19 @@ flow_replay_t replayed(const parts_t &before, const parts_t &after,
     return replay;
 }
 
+// Logs say which protocols a flow has, in words of strangers.
+TEST(classify, names_from_outside_are_forgotten)
+{
+    classifier_t classifier;
+    classifier_open(opened(pdb_of(any_host())).get(), false, classifier);
+    for (int i = 0; i < 10000; ++i) {
+        flow_record_t record = record_with(FLOW_BYTES);
+        flow_record_add_protocol(record, "p" + std::to_string(i));
+        EXPECT_EQ(classify(classifier, record).rule, 1u) << i;
+    }
+    EXPECT_LE(classifier.runner.protocols.size(), FLOW_RUNNER_NAMES + 1);
+}
+
 TEST(flow_replay, both_runners_need_memory)
 {
     const database_t db = opened(pdb_of(any_host()));

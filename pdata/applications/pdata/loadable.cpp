@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <new>
 
+#include "flow_match.h"
+#include "pdata.hpp"
+
 namespace
 {
 
@@ -75,12 +78,16 @@ std::string_view loadable_rule_protocol(const loadable_t &loadable, pdata_rule r
     pdata_rule_info info = {};
     (void)pdata_db_rule(loadable.db.get(), rule, &info); // it is one of the pdb
     if (info.nr_path != 0)
-        return loadable_text(
-            pdata_db_protocol_name(loadable.db.get(), info.path[info.nr_path - 1]));
+        return flow_rule_protocol(loadable.db.get(), info);
     const std::vector<pdata_item> &items = loadable.rule_items[rule];
     const view_stored_value_t *value =
         items.empty() ? nullptr : loadable_origin(loadable, items.front());
     return value == nullptr ? "unknown" : value->protocol;
+}
+
+std::string_view loadable_protocol_name(const loadable_t &loadable, pdata_protocol protocol)
+{
+    return pdata::view(pdata_db_protocol_name(loadable.db.get(), protocol));
 }
 
 const view_stored_value_t *loadable_origin(const loadable_t &loadable, pdata_item item)

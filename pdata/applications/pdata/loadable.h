@@ -38,8 +38,5 @@ const view_stored_value_t *loadable_origin(const loadable_t &loadable, pdata_ite
 /// where the path is empty; "unknown" where that cannot be told.
 std::string_view loadable_rule_protocol(const loadable_t &loadable, pdata_rule rule);
 
-/// Returns the bytes of a text of the library.
-inline std::string_view loadable_text(pdata_text text)
-{
-    return {text.bytes, text.size};
-}
+/// Returns the name of a protocol of the pdb.
+std::string_view loadable_protocol_name(const loadable_t &loadable, pdata_protocol protocol);

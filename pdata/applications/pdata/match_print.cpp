@@ -18,9 +18,8 @@ std::string quoted(std::string_view text)
 std::string path_text(const loadable_t &loadable, const fired_rule_t &rule)
 {
     std::string text;
-    for (uint32_t i = 0; i < rule.info.nr_path; ++i)
-        text += '/' + escape_terminal(loadable_text(
-                          pdata_db_protocol_name(loadable.db.get(), rule.info.path[i])));
+    for (const std::string_view name : flow_rule_path(loadable.db.get(), rule.info))
+        text += '/' + escape_terminal(name);
     return text.empty() ? "no path" : text;
 }
 
@@ -76,8 +75,8 @@ std::string missing_text(const loadable_t &loadable, const fired_rule_t &rule)
     for (const match_item_t &item : rule.items)
         if (item.item == rule.missing_item)
             return "misses " + value_text(item);
-    return "misses protocol " + escape_terminal(loadable_text(pdata_db_protocol_name(
-                                    loadable.db.get(), rule.missing_protocol)));
+    return "misses protocol " +
+           escape_terminal(loadable_protocol_name(loadable, rule.missing_protocol));
 }
 
 void print_near(console_t &console, const loadable_t &loadable, const fired_rule_t &rule)
@@ -90,8 +89,7 @@ void print_near(console_t &console, const loadable_t &loadable, const fired_rule
             console_print(console, "      {}\n", missing_text(loadable, rule));
     if (rule.missing_protocol != 0)
         console_print(console, "      misses protocol {}\n",
-                      escape_terminal(loadable_text(
-                          pdata_db_protocol_name(loadable.db.get(), rule.missing_protocol))));
+                      escape_terminal(loadable_protocol_name(loadable, rule.missing_protocol)));
 }
 
 json_document_t finding_document(const pdata_finding &finding)
@@ -130,9 +128,8 @@ json_document_t match_rule_document(const loadable_t &loadable, const fired_rule
         {"priority", rule.info.priority},
         {"path", json_document_t::array()},
         {"items", json_document_t::array()}};
-    for (uint32_t i = 0; i < rule.info.nr_path; ++i)
-        document["path"].push_back(
-            json_text(loadable_text(pdata_db_protocol_name(loadable.db.get(), rule.info.path[i]))));
+    for (const std::string_view name : flow_rule_path(loadable.db.get(), rule.info))
+        document["path"].push_back(json_text(name));
     for (const match_item_t &item : rule.items)
         document["items"].push_back(item_document(item));
     return document;
@@ -211,8 +208,8 @@ void match_fill(json_document_t &document, const loadable_t &loadable, const mat
         json_document_t row = match_rule_document(loadable, rule);
         row["missing_item"] = rule.missing_item;
         if (rule.missing_protocol != 0)
-            row["missing_protocol"] = json_text(
-                loadable_text(pdata_db_protocol_name(loadable.db.get(), rule.missing_protocol)));
+            row["missing_protocol"] =
+                json_text(loadable_protocol_name(loadable, rule.missing_protocol));
         document["near"].push_back(std::move(row));
     }
     document["failed"] = json_document_t::array();

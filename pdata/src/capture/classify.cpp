@@ -3,13 +3,10 @@
 #include <algorithm>
 #include <array>
 
+#include "pdata.hpp"
+
 namespace
 {
-
-std::string_view view(pdata_text text)
-{
-    return {text.bytes, text.size};
-}
 
 bool is_payload(std::string_view attribute)
 {
@@ -18,7 +15,7 @@ bool is_payload(std::string_view attribute)
 
 classify_basis_t basis_of(const pdata_matcher_info &matcher)
 {
-    const std::string_view attribute = view(matcher.name);
+    const std::string_view attribute = pdata::view(matcher.name);
     if (matcher.kind == PDATA_IPV4 || matcher.kind == PDATA_IPV6)
         return BASIS_ADDRESS;
     if (matcher.kind == PDATA_BYTES)
@@ -56,7 +53,7 @@ size_t classify_payload_bytes(const pdata_db *db)
     for (pdata_matcher number = 1; number <= info.nr_matcher; ++number) {
         pdata_matcher_info matcher = {};
         (void)pdata_db_matcher(db, number, &matcher);
-        if (is_payload(view(matcher.name)) && matcher.min_data <= CLASSIFY_PAYLOAD_MAX)
+        if (is_payload(pdata::view(matcher.name)) && matcher.min_data <= CLASSIFY_PAYLOAD_MAX)
             most = std::max<size_t>(most, matcher.min_data);
     }
     return most;
@@ -84,9 +81,7 @@ classified_t classify(classifier_t &classifier, const flow_record_t &record)
     const pdata_db *db = pdata_flow_db(classifier.runner.flow.get());
     pdata_rule_info rule = {};
     (void)pdata_db_rule(db, classified.rule, &rule);
-    const uint32_t length = std::min<uint32_t>(rule.nr_path, PDATA_PATH_MAX);
-    for (uint32_t i = 0; i < length; ++i)
-        classified.path.push_back(view(pdata_db_protocol_name(db, rule.path[i])));
+    classified.path = flow_rule_path(db, rule);
     classified.protocol = classified.path.empty() ? "unknown" : classified.path.back();
     classified.basis = classifier.bases[classified.rule];
     return classified;

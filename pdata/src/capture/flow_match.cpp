@@ -1,9 +1,25 @@
 #include "flow_match.h"
 
+#include <algorithm>
 #include <new>
+
+#include "pdata.hpp"
 
 namespace
 {
+
+uint32_t path_length(const pdata_rule_info &rule)
+{
+    return std::min<uint32_t>(rule.nr_path, PDATA_PATH_MAX);
+}
+
+void forget_names(flow_runner_t &runner)
+{
+    if (runner.attributes.size() > FLOW_RUNNER_NAMES)
+        runner.attributes.clear();
+    if (runner.protocols.size() > FLOW_RUNNER_NAMES)
+        runner.protocols.clear();
+}
 
 pdata_attribute find_attribute(flow_runner_t &runner, const flow_attr_t &value)
 {
@@ -68,6 +84,21 @@ const char *kind_text(pdata_kind kind)
 
 } // namespace
 
+std::vector<std::string_view> flow_rule_path(const pdata_db *db, const pdata_rule_info &rule)
+{
+    std::vector<std::string_view> path;
+    for (uint32_t i = 0; i < path_length(rule); ++i)
+        path.push_back(pdata::view(pdata_db_protocol_name(db, rule.path[i])));
+    return path;
+}
+
+std::string_view flow_rule_protocol(const pdata_db *db, const pdata_rule_info &rule)
+{
+    const uint32_t length = path_length(rule);
+    return length == 0 ? std::string_view()
+                       : pdata::view(pdata_db_protocol_name(db, rule.path[length - 1]));
+}
+
 void flow_runner_open(pdata_db *db, uint32_t flags, flow_runner_t &runner)
 {
     pdata_flow *flow = nullptr;
@@ -82,6 +113,7 @@ bool flow_runner_run(flow_runner_t &runner, std::span<const flow_attr_t> values,
                      flow_refusal_t &refusal)
 {
     bool taken = true;
+    forget_names(runner);
     pdata_flow_reset(runner.flow.get());
     for (size_t i = 0; i < values.size(); ++i) {
         if (add_value(runner, values[i]) == PDATA_R_OK || !taken)

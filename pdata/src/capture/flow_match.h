@@ -6,14 +6,25 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <tuple>
+#include <vector>
 
 #include "flow.h"
 #include "pdata.h"
 
+/// Returns the names of the path of a rule, and the last of them: what the rule classifies flows
+/// as; empty for an empty path. They point into the database.
+std::vector<std::string_view> flow_rule_path(const pdata_db *db, const pdata_rule_info &rule);
+std::string_view flow_rule_protocol(const pdata_db *db, const pdata_rule_info &rule);
+
 struct pdata_flow_delete {
     void operator()(pdata_flow *flow) const { pdata_flow_free(flow); }
 };
+
+/// Names of attributes, and of protocols, that a runner remembers: those of flows from outside have
+/// no end.
+constexpr size_t FLOW_RUNNER_NAMES = 4096;
 
 /// A flow object and what it has looked up. The database must outlive nothing: it is held.
 struct flow_runner_t {

@@ -5,10 +5,6 @@
 namespace
 {
 
-/// Names of attributes and protocols that a runner may remember: those of flows from outside have
-/// no end.
-constexpr size_t remembered_max = 4096;
-
 std::string_view best_protocol(const flow_runner_t &runner)
 {
     const pdata_db *db = pdata_flow_db(runner.flow.get());
@@ -16,17 +12,7 @@ std::string_view best_protocol(const flow_runner_t &runner)
     if (pdata_db_rule(db, pdata_flow_best(runner.flow.get()), &rule) != PDATA_R_OK ||
         rule.nr_path == 0)
         return "unknown";
-    const uint32_t last = std::min<uint32_t>(rule.nr_path, PDATA_PATH_MAX) - 1;
-    const pdata_text name = pdata_db_protocol_name(db, rule.path[last]);
-    return {name.bytes, name.size};
-}
-
-void forget_names(flow_runner_t &runner)
-{
-    if (runner.attributes.size() > remembered_max)
-        runner.attributes.clear();
-    if (runner.protocols.size() > remembered_max)
-        runner.protocols.clear();
+    return flow_rule_protocol(db, rule);
 }
 
 void note_change(flow_replay_t &replay, replay_pair_t pair, std::string_view line,
@@ -88,8 +74,6 @@ bool flow_replay_line(flow_replay_t &replay, std::string_view line, std::string_
     const std::string_view after = best_protocol(replay.after);
     if (before != after)
         note_change(replay, {std::string(before), std::string(after)}, line, place);
-    forget_names(replay.before);
-    forget_names(replay.after);
     return true;
 }
 
