@@ -93,9 +93,7 @@ check_count_t check_print_json(console_t &console, const check_shown_t &shown)
                            {"warnings", counts.warnings},
                            {"notes", counts.notes},
                            {"hidden", std::ranges::count(shown.hidden, true)},
-                           {"stale", json_document_t::array()}};
-    for (const std::string &stale : shown.stale)
-        document["summary"]["stale"].push_back(json_text(stale));
+                           {"stale", json_texts(shown.stale)}};
     console_record(console, document);
     return counts;
 }

@@ -41,9 +41,7 @@ void print_flow_json(classify_run_t &run, const flow_record_t &record,
 {
     json_document_t document = json_document("classify");
     flow_fill(document, record);
-    document["path"] = json_document_t::array();
-    for (const std::string_view name : classified.path)
-        document["path"].push_back(json_text(name));
+    document["path"] = json_texts(classified.path);
     document["protocol"] = nullptr;
     document["rule"] = nullptr;
     document["basis"] = nullptr;

@@ -44,9 +44,7 @@ void print_document(console_t &console, const decompile_options_t &options,
     document["protocols"] = totals.protocols;
     document["rules"] = totals.rules;
     document["values"] = totals.values;
-    document["lost"] = {{"cases", lost.count}, {"first", json_document_t::array()}};
-    for (const std::string &one : lost.first)
-        document["lost"]["first"].push_back(json_text(one));
+    document["lost"] = {{"cases", lost.count}, {"first", json_texts(lost.first)}};
     console_document(console, document);
 }
 

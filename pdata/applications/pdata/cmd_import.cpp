@@ -111,9 +111,7 @@ void print_document(const import_run_t &run, bool written)
                                         {"file", json_text(finding.place.file)},
                                         {"line", finding.place.line},
                                         {"text", json_text(finding.text)}});
-    document["own_names"] = json_document_t::array();
-    for (const std::string &name : run.names.own_names)
-        document["own_names"].push_back(json_text(name));
+    document["own_names"] = json_texts(run.names.own_names);
     console_document(run.console, document);
 }
 

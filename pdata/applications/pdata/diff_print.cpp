@@ -63,14 +63,6 @@ json_document_t fields_document(const std::vector<field_difference_t> &fields)
     return list;
 }
 
-json_document_t texts_document(const std::vector<std::string> &texts)
-{
-    json_document_t list = json_document_t::array();
-    for (const std::string &text : texts)
-        list.push_back(json_text(text));
-    return list;
-}
-
 json_document_t protocol_document(const protocol_difference_t &protocol)
 {
     return {{"change", kind_names[protocol.kind]},
@@ -84,8 +76,8 @@ json_document_t rule_document(const rule_difference_t &rule)
     return {{"change", kind_names[rule.kind]},
             {"order", rule.order},
             {"fields", fields_document(rule.fields)},
-            {"removed", texts_document(rule.removed)},
-            {"added", texts_document(rule.added)}};
+            {"removed", json_texts(rule.removed)},
+            {"added", json_texts(rule.added)}};
 }
 
 /// Returns a document as it stands `depth` blanks further in, without its first brace and without
@@ -172,8 +164,8 @@ void diff_fill(json_document_t &document, const pdb_difference_t &difference)
     document["totals"] = {{"protocols", totals_document(difference.totals.protocols)},
                           {"rules", totals_document(difference.totals.rules)},
                           {"values", totals_document(difference.totals.values)}};
-    document["aliases"] = {{"removed", texts_document(difference.aliases.removed)},
-                           {"added", texts_document(difference.aliases.added)}};
+    document["aliases"] = {{"removed", json_texts(difference.aliases.removed)},
+                           {"added", json_texts(difference.aliases.added)}};
 }
 
 void diff_json_begin(diff_json_t &json, const json_document_t &head)

@@ -19,5 +19,15 @@ std::string json_indented(const json_document_t &document);
 /// Returns untrusted bytes as JSON: a string where they are UTF-8, else an object with "hex".
 json_document_t json_text(std::string_view bytes);
 
+/// Returns untrusted texts as an array of what json_text makes of each.
+template <typename Texts>
+json_document_t json_texts(const Texts &texts)
+{
+    json_document_t list = json_document_t::array();
+    for (const auto &text : texts)
+        list.push_back(json_text(text));
+    return list;
+}
+
 /// Returns untrusted bytes as an object: "hex" always, "text" beside it where they are UTF-8.
 json_document_t json_bytes(std::string_view bytes);

@@ -49,12 +49,9 @@ void put_protocol(void *context, const view_catalog_protocol_t &protocol)
 
 json_document_t rule_document(const view_catalog_rule_t &rule)
 {
-    json_document_t path = json_document_t::array();
-    for (const std::string_view name : rule.path)
-        path.push_back(json_text(name));
     return {{"protocol", json_text(rule.protocol)},
             {"rule", rule.number},
-            {"path", path},
+            {"path", json_texts(rule.path)},
             {"priority", rule.fields.priority},
             {"scope", format_scope_words(rule.fields.scope)},
             {"preempt", rule.fields.preempt != 0},

@@ -126,10 +126,8 @@ json_document_t match_rule_document(const loadable_t &loadable, const fired_rule
         {"protocol", json_text(loadable_rule_protocol(loadable, rule.rule))},
         {"rule", rule.rule},
         {"priority", rule.info.priority},
-        {"path", json_document_t::array()},
+        {"path", json_texts(flow_rule_path(loadable.db.get(), rule.info))},
         {"items", json_document_t::array()}};
-    for (const std::string_view name : flow_rule_path(loadable.db.get(), rule.info))
-        document["path"].push_back(json_text(name));
     for (const match_item_t &item : rule.items)
         document["items"].push_back(item_document(item));
     return document;

@@ -118,9 +118,7 @@ void print_json(test_report_t &report, const test_outcome_t &outcome)
     document["expected"] = json_text(suite_expectation(*outcome.one));
     if (!outcome.one->capture.empty())
         document["capture"] = json_text(outcome.one->capture);
-    document["got"] = json_document_t::array();
-    for (const std::string &protocol : outcome.got)
-        document["got"].push_back(json_text(protocol));
+    document["got"] = json_texts(outcome.got);
     if (!outcome.failure.empty())
         document["error"] = json_text(outcome.failure);
     if (!outcome.flow.empty())
@@ -144,9 +142,7 @@ void print_summary_json(test_report_t &report, const test_coverage_t *coverage)
     if (coverage != nullptr) {
         document["summary"]["rules"] = coverage->rules;
         document["summary"]["fired"] = coverage->fired;
-        document["summary"]["missed"] = json_document_t::array();
-        for (const std::string &rule : coverage->missed)
-            document["summary"]["missed"].push_back(json_text(rule));
+        document["summary"]["missed"] = json_texts(coverage->missed);
     }
     console_record(report.console, document);
 }
