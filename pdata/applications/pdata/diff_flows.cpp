@@ -7,70 +7,37 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "byte_source.h"
 #include "escape.h"
+#include "line_input.h"
 
 namespace
 {
 
-/// Bad lines of a file that are named; the rest are counted.
-constexpr uint64_t bad_lines_named = 10;
-
-struct flow_lines_t {
-    console_t &console;
-    diff_flows_t &flows;
-    std::string name;
-    uint64_t number = 0;
-    uint64_t bad = 0;
-};
-
-void refuse_line(flow_lines_t &lines, const std::string &text)
-{
-    if (++lines.bad <= bad_lines_named)
-        console_error(lines.console, "{}:{}", lines.name, text);
-}
-
-void replay_line(flow_lines_t &lines, std::string_view line)
-{
-    flow_error_t error;
-    const std::string place = fmt::format("{}:{}", lines.name, lines.number);
-    if (!flow_replay_line(lines.flows.replay, line, place, error))
-        refuse_line(lines, fmt::format("{}:{}: {}", lines.number, error.column, error.text));
-}
-
 /// Replays the lines of an open file. Returns EXIT_STATUS_FINE when all were read.
-exit_status_t replay_lines(flow_lines_t &lines, int fd)
+exit_status_t replay_lines(console_t &console, const std::string &name, int fd, diff_flows_t &flows)
 {
     byte_source_t source = {fd};
-    std::string_view line;
-    for (line_result_t read; (read = byte_source_line(source, line)) != LINE_NONE;) {
-        ++lines.number;
-        if (read == LINE_READ)
-            replay_line(lines, line);
-        else
-            refuse_line(lines, fmt::format("{}: a line of more than 16 MiB", lines.number));
-    }
-    if (lines.bad > bad_lines_named)
-        console_error(lines.console, "{}: {} bad lines in all", lines.name, lines.bad);
+    const auto take = [&](std::string_view line, uint64_t number, flow_error_t &error) {
+        return flow_replay_line(flows.replay, line, fmt::format("{}:{}", name, number), error);
+    };
+    const uint64_t bad = line_input_read(console, name, source, take);
     if (source.system_error != 0)
-        console_error(lines.console, "{}: {}", lines.name, std::strerror(source.system_error));
-    lines.flows.bad_lines += lines.bad;
-    return lines.bad == 0 && source.system_error == 0 ? EXIT_STATUS_FINE : EXIT_STATUS_FILE;
+        console_error(console, "{}: {}", name, std::strerror(source.system_error));
+    flows.bad_lines += bad;
+    return bad == 0 && source.system_error == 0 ? EXIT_STATUS_FINE : EXIT_STATUS_FILE;
 }
 
 exit_status_t replay_file(console_t &console, const std::string &path, diff_flows_t &flows)
 {
-    if (path == "-") {
-        flow_lines_t lines = {console, flows, "standard input"};
-        return replay_lines(lines, STDIN_FILENO);
-    }
+    const std::string name = input_file_name(path);
+    if (path == "-")
+        return replay_lines(console, name, STDIN_FILENO, flows);
     const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) {
-        console_error(console, "{}: {}", path, std::strerror(errno));
+        console_error(console, "{}: {}", name, std::strerror(errno));
         return EXIT_STATUS_FILE;
     }
-    flow_lines_t lines = {console, flows, path};
-    const exit_status_t status = replay_lines(lines, fd);
+    const exit_status_t status = replay_lines(console, name, fd, flows);
     close(fd);
     return status;
 }

@@ -7,11 +7,11 @@
 
 #include <sys/stat.h>
 
+#include "input_file.h"
+#include "line_input.h"
+
 namespace
 {
-
-/// Bad lines of an input that are named; the rest are counted.
-constexpr uint64_t named_lines = 10;
 
 /// What files of gzip, zstd, bzip2 and xz begin with. No log does.
 constexpr std::string_view compressed[] = {"\x1F\x8B", "\x28\xB5\x2F\xFD", "BZh", "\xFD\x37zXZ"};
@@ -46,19 +46,11 @@ void read_lines(flow_input_run_t &run, byte_source_t &source, const std::string 
     log_header_t header = log_reader_begin(name);
     source.before_read = flush; // what was found so far goes out before more is waited for
     source.context = &run.console;
-    uint64_t number = 0;
-    uint64_t bad = 0;
-    std::string_view line;
-    for (line_result_t read; (read = byte_source_line(source, line)) != LINE_NONE;) {
-        ++number;
-        const std::string fault = read == LINE_READ ? log_reader_line(run.logs, header, line)
-                                                    : "a line of more than 16 MiB";
-        if (!fault.empty() && ++bad <= named_lines)
-            console_error(run.console, "{}:{}: {}", name, number, fault);
-    }
-    if (bad > named_lines)
-        console_error(run.console, "{}: {} bad lines in all", name, bad);
-    run.totals.bad_lines += bad;
+    const auto take = [&](std::string_view line, uint64_t, flow_error_t &error) {
+        error.text = log_reader_line(run.logs, header, line);
+        return error.text.empty();
+    };
+    run.totals.bad_lines += line_input_read(run.console, name, source, take);
 }
 
 void fail(flow_input_run_t &run, const std::string &name, const std::string &reason)
@@ -111,7 +103,7 @@ bool is_compressed(byte_source_t &source)
 void read_input(flow_input_run_t &run, capture_inputs_t &inputs, size_t number)
 {
     capture_input_t &input = capture_inputs_begin(inputs, number);
-    const std::string name = input.path == "-" ? "standard input" : input.path;
+    const std::string name = input_file_name(input.path);
     if (input.system_error != 0)
         fail(run, name, std::strerror(input.system_error));
     else if (input.is_capture)

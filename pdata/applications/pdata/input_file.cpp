@@ -1,5 +1,6 @@
 #include "input_file.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -81,10 +82,15 @@ input_file_t::~input_file_t()
         munmap(mapping, mapping_size);
 }
 
+std::string input_file_name(const std::string &path)
+{
+    return path == "-" ? "standard input" : path;
+}
+
 std::string input_file_open(const std::string &path, input_file_t &file)
 {
     file = {};
-    file.name = path == "-" ? "standard input" : path;
+    file.name = input_file_name(path);
     if (path == "-")
         return load(STDIN_FILENO, file);
     const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);

@@ -23,6 +23,9 @@ struct input_file_t {
     ~input_file_t();
 };
 
+/// Returns what messages call the input at `path`: "standard input" for "-".
+std::string input_file_name(const std::string &path);
+
 /// Reads the file at `path`, or standard input for "-". Returns an empty text, or the reason why it
 /// cannot be read: the system's, or that it is a directory, or has more than INPUT_FILE_MAX bytes.
 [[nodiscard]] std::string input_file_open(const std::string &path, input_file_t &file);
