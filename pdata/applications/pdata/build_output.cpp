@@ -8,11 +8,6 @@
 namespace
 {
 
-std::span<const uint8_t> bytes_of(std::string_view text)
-{
-    return {reinterpret_cast<const uint8_t *>(text.data()), text.size()};
-}
-
 /// Returns the captures that the suites name, each once.
 std::vector<std::string> captures_of(const build_run_t &run)
 {
@@ -63,7 +58,7 @@ exit_status_t build_make_sources(build_run_t &run)
     if (status != PDATA_SUCCESS) // of a folder: the built-in configuration has sources
         return build_refuse(run, run.options.cfg, "generate sources", status);
     for (const pdata_source_t &source : run.sources)
-        run.files.push_back({folder + '/' + source.name, {bytes_of(source.text.c_str())}});
+        run.files.push_back({folder + '/' + source.name, {output_text(source.text.c_str())}});
     return EXIT_STATUS_FINE;
 }
 
@@ -73,7 +68,7 @@ void build_make_depfile(build_run_t &run)
     if (options.depfile.empty())
         return;
     run.depfile = depfile_text(options.output, inputs_of(run));
-    run.files.push_back({options.depfile, {bytes_of(run.depfile)}});
+    run.files.push_back({options.depfile, {output_text(run.depfile)}});
 }
 
 exit_status_t build_put_in_place(build_run_t &run)

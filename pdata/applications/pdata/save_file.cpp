@@ -12,11 +12,6 @@ namespace
 /// Bytes that are written at once.
 constexpr size_t WRITTEN_AT_ONCE = size_t{64} << 10;
 
-std::span<const uint8_t> bytes_of(std::string_view text)
-{
-    return {reinterpret_cast<const uint8_t *>(text.data()), text.size()};
-}
-
 bool is_saved(console_t &console, const std::string &path, bool added, output_t &output,
               output_error_t &error)
 {
@@ -37,7 +32,7 @@ struct save_writing_t {
 
 void write_waiting(save_writing_t &writing)
 {
-    if (writing.failure == 0 && !output_write_all(writing.fd, bytes_of(writing.waiting)))
+    if (writing.failure == 0 && !output_write_all(writing.fd, output_text(writing.waiting)))
         writing.failure = errno;
     writing.waiting.clear();
 }
@@ -68,7 +63,7 @@ bool save_file(console_t &console, const std::string &path, std::string_view tex
         console_text(console, text);
         return true;
     }
-    const std::span<const uint8_t> bytes = bytes_of(text);
+    const std::span<const uint8_t> bytes = output_text(text);
     output_t output;
     output_error_t error;
     const bool added = output_add(output, path.c_str(), {&bytes, 1}, OUTPUT_TO_DISK, error);

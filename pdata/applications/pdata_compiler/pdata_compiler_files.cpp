@@ -28,7 +28,7 @@ pdata_status_t unable_to_open(const char *filename)
 
 pdata_status_t pdata_compiler_write(output_t &output, const char *filename, const char *buf)
 {
-    const std::span<const uint8_t> text = pdata_output_text(buf);
+    const std::span<const uint8_t> text = output_text(buf);
     return pdata_output_add(output, filename, {&text, 1}, OUTPUT_LEFT_TO_SYSTEM,
                             "pdata_compiler : unable to open %s.\n");
 }

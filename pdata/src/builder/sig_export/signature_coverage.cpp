@@ -71,7 +71,7 @@ pdata_status_t signature_coverage_clean(pdata_sig_export *sig_export)
 {
     std::vector<sig_cov_entry> &entries = data_of(sig_export).entries;
     const std::string text = lines_of(entries);
-    const std::span<const uint8_t> content = pdata_output_text(text);
+    const std::span<const uint8_t> content = output_text(text);
     output_t output;
     PDATA_TRY(
         pdata_output_add(output, COVERAGE_FILE, {&content, 1}, OUTPUT_LEFT_TO_SYSTEM, nullptr));

@@ -30,6 +30,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// What the name of a target gets behind it while its new content is not in place. A name that
@@ -60,6 +61,12 @@ struct output_error_t {
 
 /// The bytes of a file, one part behind the other.
 using output_parts_t = std::span<const std::span<const uint8_t>>;
+
+/// Returns the bytes of a text, as a part of a file.
+inline std::span<const uint8_t> output_text(std::string_view text)
+{
+    return {reinterpret_cast<const uint8_t *>(text.data()), text.size()};
+}
 
 /// Who writes a file that is made as it is written. `write` writes all of it to `fd`, once, and
 /// returns false with errno set when it could not.

@@ -45,8 +45,3 @@ pdata_status_t pdata_output_commit(output_t &output, pdata_status_t status)
     output_error_t error;
     return output_commit(output, error) ? status : cannot_write(error, status);
 }
-
-std::span<const uint8_t> pdata_output_text(std::string_view text)
-{
-    return {reinterpret_cast<const uint8_t *>(text.data()), text.size()};
-}

@@ -1,9 +1,6 @@
 /// Outputs of the compiler: output files, with their statuses and what is said about them.
 #pragma once
 
-#include <span>
-#include <string_view>
-
 #include "output_file.h"
 #include "pdata_error.h"
 
@@ -22,6 +19,3 @@
 /// When a file cannot be written, standard error says why; a run without a failure so far gets
 /// PDATA_ERR_IO with the message "Cannot write on filename %s \n".
 [[nodiscard]] pdata_status_t pdata_output_commit(output_t &output, pdata_status_t status);
-
-/// The bytes of a text, as a part of a file.
-std::span<const uint8_t> pdata_output_text(std::string_view text);
