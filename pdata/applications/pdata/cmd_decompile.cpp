@@ -4,7 +4,7 @@
 #include "commands.h"
 #include "decompile.h"
 #include "open_file.h"
-#include "pdb_verify.h"
+#include "open_pdb.h"
 #include "save_file.h"
 #include "view_totals.h"
 
@@ -73,13 +73,12 @@ exit_status_t decompile_run(const decompile_options_t &options, console_t &conso
     if (report_mixes(console, {options.output, options.aliases, options.tags}, "description"))
         return EXIT_STATUS_USAGE;
     input_file_t file;
-    if (!open_file(console, options.file, file))
-        return EXIT_STATUS_FILE;
     pdb_view_t pdb;
+    if (!open_file(console, options.file, file) || !open_pdb(console, file, pdb))
+        return EXIT_STATUS_FILE;
     decompiled_t out;
     view_error_t error;
-    if (!pdb_verify_open(input_file_bytes(file), pdb, error) ||
-        !decompile_pdb_walk(pdb, nullptr, out, error)) {
+    if (!decompile_pdb_walk(pdb, nullptr, out, error)) {
         print_fault(console, file.name, error);
         return EXIT_STATUS_FILE;
     }

@@ -4,7 +4,7 @@
 #include "commands.h"
 #include "diff_flows.h"
 #include "diff_print.h"
-#include "pdb_verify.h"
+#include "open_pdb.h"
 
 namespace
 {
@@ -31,13 +31,7 @@ struct diff_run_t {
 
 bool open_side(console_t &console, const std::string &path, input_file_t &file, pdb_view_t &pdb)
 {
-    view_error_t error;
-    if (!open_file(console, path, file))
-        return false;
-    if (pdb_verify_open(input_file_bytes(file), pdb, error))
-        return true;
-    print_fault(console, file.name, error);
-    return false;
+    return open_file(console, path, file) && open_pdb(console, file, pdb);
 }
 
 /// Compares both pdbs; without a sink it counts.

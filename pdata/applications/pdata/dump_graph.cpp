@@ -2,9 +2,7 @@
 
 #include "escape.h"
 #include "graph.h"
-#include "open_file.h"
-#include "pdb_verify.h"
-#include "pdb_view.h"
+#include "open_pdb.h"
 
 namespace
 {
@@ -115,11 +113,8 @@ exit_status_t dump_graph(console_t &console, const input_file_t &file,
 {
     pdb_view_t pdb;
     view_matcher_t matcher;
-    view_error_t error;
-    if (!pdb_verify_open(input_file_bytes(file), pdb, error)) {
-        print_fault(console, file.name, error);
+    if (!open_pdb(console, file, pdb))
         return EXIT_STATUS_FILE;
-    }
     if (!pdb.compiled || !find_matcher(pdb, options, matcher)) {
         console_error(console, "{}: has no matcher {}; \"pdata list\" names those that it has",
                       file.name, options.matcher);

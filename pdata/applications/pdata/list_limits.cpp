@@ -2,6 +2,7 @@
 
 #include "escape.h"
 #include "open_file.h"
+#include "open_pdb.h"
 #include "pdb_limits.h"
 #include "pdb_verify.h"
 
@@ -57,9 +58,7 @@ void print_overfull(console_t &console, const input_file_t &file)
 exit_status_t list_limits(console_t &console, const input_file_t &file)
 {
     pdb_view_t pdb;
-    view_error_t error;
-    if (!pdb_verify_open(input_file_bytes(file), pdb, error)) {
-        print_fault(console, file.name, error);
+    if (!open_pdb(console, file, pdb)) {
         print_overfull(console, file);
         return EXIT_STATUS_FILE;
     }
