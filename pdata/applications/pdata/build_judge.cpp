@@ -68,10 +68,8 @@ void put_built_fault(void *context, const view_error_t &fault)
 exit_status_t build_check(build_run_t &run)
 {
     lint_config_t config;
-    if (const std::string wrong = lint_config_read(*run.cfg.cfg, config); !wrong.empty()) {
-        console_message(run.console, wrong);
+    if (!open_lint_config(run.console, run.cfg, config))
         return EXIT_STATUS_FILE;
-    }
     std::vector<lint_file_t> files;
     for (size_t i = 0; i < run.descriptions.size(); ++i) {
         const csa_buf_t &text = run.descriptions[i].pdd_json;

@@ -187,13 +187,10 @@ exit_status_t check_run(const check_options_t &options, console_t &console)
     check_run_t run = {options, console};
     if (!is_usable(run))
         return EXIT_STATUS_USAGE;
-    if (!open_cfg(console, options.cfg, run.cfg) || !open_descriptions(run) || !open_base(run))
-        return EXIT_STATUS_FILE;
     lint_config_t config;
-    if (const std::string wrong = lint_config_read(*run.cfg.cfg, config); !wrong.empty()) {
-        console_message(console, wrong);
+    if (!open_cfg(console, options.cfg, run.cfg) || !open_descriptions(run) || !open_base(run) ||
+        !open_lint_config(console, run.cfg, config))
         return EXIT_STATUS_FILE;
-    }
     lint_result_t result = check_input(run, config);
     if (options.fix && !fix_files(run, config, result))
         return EXIT_STATUS_FILE;

@@ -28,3 +28,11 @@ bool open_cfg(console_t &console, const std::string &path, open_cfg_t &opened)
     }
     return true;
 }
+
+bool open_lint_config(console_t &console, const open_cfg_t &opened, lint_config_t &config)
+{
+    const std::string wrong = lint_config_read(*opened.cfg, config);
+    if (!wrong.empty())
+        console_message(console, wrong);
+    return wrong.empty();
+}
