@@ -11,6 +11,17 @@ namespace
 constexpr size_t EXCERPT_COLUMNS = 100;
 constexpr size_t EXCERPT_BEFORE = 60;
 
+/// Prints "file:line:column: error: text [id]" and what stands there on standard error.
+void print_error(console_t &console, std::string_view file, const text_place_t &place,
+                 std::string_view text, std::string_view id, std::string_view excerpt)
+{
+    const std::string level = colour_text(console.err_colour, COLOUR_ERROR, "error");
+    const std::string shown =
+        fmt::format("{}:{}:{}: {}: {} [{}]\n{}", escape_terminal(file), place.line, place.column,
+                    level, escape_terminal(text), id, excerpt);
+    (void)std::fwrite(shown.data(), 1, shown.size(), console.err); // nowhere left to complain
+}
+
 } // namespace
 
 std::string diagnostic_excerpt(std::string_view content, size_t offset)
@@ -29,19 +40,12 @@ std::string diagnostic_excerpt(std::string_view content, size_t offset)
 void print_text_fault(console_t &console, const std::string &file, std::string_view content,
                       const text_fault_t &fault, std::string_view id)
 {
-    const text_place_t place = text_place(content, fault.offset);
-    const std::string level = colour_text(console.err_colour, COLOUR_ERROR, "error");
-    const std::string text = fmt::format(
-        "{}:{}:{}: {}: {} [{}]\n{}", escape_terminal(file), place.line, place.column, level,
-        escape_terminal(fault.text), id, diagnostic_excerpt(content, fault.offset));
-    (void)std::fwrite(text.data(), 1, text.size(), console.err); // nowhere left to complain
+    print_error(console, file, text_place(content, fault.offset), fault.text, id,
+                diagnostic_excerpt(content, fault.offset));
 }
 
 void print_line_fault(console_t &console, const std::string &file, size_t line,
                       std::string_view text, std::string_view id)
 {
-    const std::string level = colour_text(console.err_colour, COLOUR_ERROR, "error");
-    const std::string shown = fmt::format("{}:{}:1: {}: {} [{}]\n", escape_terminal(file), line,
-                                          level, escape_terminal(text), id);
-    (void)std::fwrite(shown.data(), 1, shown.size(), console.err); // nowhere left to complain
+    print_error(console, file, {line, 1}, text, id, "");
 }
