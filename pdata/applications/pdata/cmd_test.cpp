@@ -88,13 +88,9 @@ bool write_suites(test_run_t &run)
 
 test_coverage_t coverage_of(const test_run_t &run)
 {
-    pdata_db_info info = {};
-    pdata_db_describe(run.runner.loadable.db.get(), &info);
-    test_coverage_t coverage = {info.nr_rule, run.runner.fired.size(), {}};
-    for (pdata_rule rule = 1; rule <= info.nr_rule; ++rule)
-        if (!run.runner.fired.contains(rule))
-            coverage.missed.push_back(match_rule_name(run.runner.loadable, rule));
-    return coverage;
+    std::vector<std::string> missed = test_missed_rules(run.runner);
+    const size_t fired = run.runner.fired.size();
+    return {fired + missed.size(), fired, std::move(missed)};
 }
 
 /// Tells whether as many rules fired as were asked for.

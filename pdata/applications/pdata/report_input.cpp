@@ -60,16 +60,6 @@ void report_suite(test_runner_t &runner, const suite_t &suite, const std::string
     }
 }
 
-void take_missed_rules(const test_runner_t &runner, report_input_t &input)
-{
-    pdata_db_info info = {};
-    pdata_db_describe(runner.loadable.db.get(), &info);
-    for (pdata_rule rule = 1; rule <= info.nr_rule; ++rule)
-        if (!runner.fired.contains(rule))
-            input.shown.actions.push_back(
-                {REPORT_NOTE, "rule without a test", match_rule_name(runner.loadable, rule)});
-}
-
 /// Runs suites through the pdb whose bytes the runner has.
 exit_status_t run_suites(console_t &console, const std::vector<std::string> &suites,
                          test_runner_t &runner, report_input_t &input)
@@ -83,7 +73,8 @@ exit_status_t run_suites(console_t &console, const std::vector<std::string> &sui
             return EXIT_STATUS_FILE;
         report_suite(runner, suite, file, input, console);
     }
-    take_missed_rules(runner, input);
+    for (std::string &rule : test_missed_rules(runner))
+        input.shown.actions.push_back({REPORT_NOTE, "rule without a test", std::move(rule)});
     return EXIT_STATUS_FINE;
 }
 

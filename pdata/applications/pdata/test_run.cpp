@@ -61,6 +61,17 @@ void test_runner_start(test_runner_t &runner)
     flow_runner_open(runner.loadable.db.get(), PDATA_FLOW_EXPLAIN, runner.flows);
 }
 
+std::vector<std::string> test_missed_rules(const test_runner_t &runner)
+{
+    pdata_db_info info = {};
+    pdata_db_describe(runner.loadable.db.get(), &info);
+    std::vector<std::string> missed;
+    for (pdata_rule rule = 1; rule <= info.nr_rule; ++rule)
+        if (!runner.fired.contains(rule))
+            missed.push_back(match_rule_name(runner.loadable, rule));
+    return missed;
+}
+
 test_done_t test_case_run(test_runner_t &runner, const suite_t &suite, const suite_case_t &one,
                           const std::string &path, console_t &console)
 {

@@ -23,6 +23,9 @@ struct test_done_t {
 /// Gets a runner ready whose `loadable` is open. Throws std::bad_alloc when memory runs out.
 void test_runner_start(test_runner_t &runner);
 
+/// Returns the names of the rules that no case fired so far, by their ids.
+std::vector<std::string> test_missed_rules(const test_runner_t &runner);
+
 /// Runs a case of the suite at `path`, and tells what the rule of the expected protocol misses.
 test_done_t test_case_run(test_runner_t &runner, const suite_t &suite, const suite_case_t &one,
                           const std::string &path, console_t &console);
