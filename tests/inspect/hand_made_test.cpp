@@ -386,16 +386,23 @@ TEST(hand_made, preempts_and_texts_lose_what_they_share)
     EXPECT_EQ(losses({port, server(false, ".*xabq.*")}), "") << "a preempt without a text";
 }
 
-TEST(hand_made, of_too_many_texts_nothing_is_said)
+TEST(hand_made, of_too_many_texts_no_overlap_is_said)
 {
+    const rule_model abz = stream_rule("tcp", "stream", true, {{".*abz.*", 0}});
+    const rule_model other = stream_rule("tcp", "stream", false, {{".*xabq.*", 0}});
+    const auto with = [&](const std::vector<std::pair<std::string, uint32_t>> &values) {
+        return losses({abz, other, stream_rule("tcp", "stream", false, values)});
+    };
+    EXPECT_EQ(losses({abz, other}),
+              "tcp:stream cts, preempts that lost an overlap: 1, rule 1 of a\n");
     std::vector<std::pair<std::string, uint32_t>> values;
     for (int i = 0; i < 4200; ++i)
         values.emplace_back(std::to_string(10000 + i) + std::string(1000, 'y'), 7);
-    const rule_model abz = stream_rule("tcp", "stream", true, {{".*abz.*", 0}});
-    const rule_model other = stream_rule("tcp", "stream", false, {{".*xabq.*", 0}});
-    EXPECT_EQ(losses({abz, other}),
-              "tcp:stream cts, preempts that lost an overlap: 1, rule 1 of a\n");
-    EXPECT_EQ(losses({abz, other, stream_rule("tcp", "stream", false, values)}), "");
+    EXPECT_TRUE(with(values).starts_with("tcp:stream cts, states of texts beside preempts: 4"));
+    values.clear();
+    for (uint32_t offset = 1; offset <= 20000; ++offset)
+        values.emplace_back(std::string(200, 'y'), offset);
+    EXPECT_EQ(with(values), "") << "few states, and more bytes than are looked at";
 }
 
 TEST(hand_made, rules_of_too_many_values_are_not_compared)

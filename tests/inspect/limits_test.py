@@ -320,6 +320,26 @@ def silent_preempts():
                "texts that lost an overlap with a preempt", 1, loadable)
 
 
+def too_many_states_beside_preempts():
+    """What is lost is not judged then, which is said in a pdb of descriptions too."""
+    words = [word(i) + "x" * 8 + word(i * 3) for i in range(3500)]
+    rules = [rule("tcp", "cts-stream", ".*abz.*", preempt=True),
+             rule("tcp", "cts-stream", ".*xabq.*")]
+    rules += [rule("tcp", "cts-stream", f".*{text}.*") for text in words]
+    states = len(prefixes(words + ["abz", "xabq"]))
+    here = "tcp:stream cts"
+    beside = (here, "states of texts beside preempts")
+    found, passed = limits(compiled(protocols(rules), False))
+    expect((found[beside], passed), ((states, 32768), {beside}), "passed by descriptions")
+    found, passed = limits(compiled(protocols(rules)))
+    automaton = (here, "states of the automaton with offsets")
+    expect((found[beside], found[automaton]), ((states, 32768),) * 2, "states that pass the limit")
+    expect(passed, {beside, automaton}, "passed by a loadable pdb")
+    found, passed = limits(compiled(protocols(rules[:1000]), False))
+    expect(passed, {(here, "texts that lost an overlap with a preempt")},
+           "words with z, which begin in abz, where fewer texts are judged")
+
+
 def silent_ranges():
     lists = ["80-90,85-99", "80-90", "1-9,20-30,25", "100-200,150-160"]
     for loadable in (False, True):
@@ -333,7 +353,7 @@ def silent_ranges():
 CHECKS = (automaton, trees, mapper, pools, protocol_limits, merged_rules, silent_states,
           silent_item_records, unsafe_item_records_with_offsets, silent_edges, silent_rows,
           silent_inline, silent_bytes, silent_chain, silent_item_words, silent_preempts,
-          silent_ranges)
+          too_many_states_beside_preempts, silent_ranges)
 for check in CHECKS:
     print(check.__name__)
     check()

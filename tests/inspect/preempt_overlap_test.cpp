@@ -116,6 +116,22 @@ std::string shown(const std::vector<overlap_text_t> &texts)
     return text;
 }
 
+TEST(preempt_overlap, states_are_the_prefixes_of_all_texts)
+{
+    std::mt19937 random(7);
+    for (int round = 0; round < 200; ++round) {
+        std::vector<overlap_text_t> texts(random() % 6);
+        std::set<std::string> prefixes = {""};
+        for (overlap_text_t &text : texts) {
+            for (size_t size = random() % 5; size != 0; --size)
+                text.bytes += static_cast<char>("ab\xff"[random() % 3]);
+            for (size_t size = 1; size <= text.bytes.size(); ++size)
+                prefixes.insert(text.bytes.substr(0, size));
+        }
+        EXPECT_EQ(overlap_states(texts), prefixes.size());
+    }
+}
+
 TEST(preempt_overlap, random_texts_are_missed_where_the_automaton_misses_them)
 {
     std::mt19937 random(11);

@@ -4,7 +4,8 @@
 /// for and the engines cannot keep: ranges of one list that overlap (value_ranges.h), and preempts
 /// that overlap other texts of their matcher (preempt_overlap.h). Both are judged by the values, so
 /// that a pdb of descriptions tells them too. Of expressions that are not expanded (value_form.h)
-/// nothing is said, nor of a matcher whose texts take more than PDB_LIMITS_TEXTS_MAX.
+/// nothing is said, nor of overlaps in a matcher whose texts make more states than an automaton has
+/// numbers for, which is a limit of its own, or take more than PDB_LIMITS_TEXTS_MAX.
 #pragma once
 
 #include <cstddef>

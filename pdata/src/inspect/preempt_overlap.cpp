@@ -179,6 +179,22 @@ bool is_lost(const overlap_trie_t &trie, const overlap_text_t &text, uint32_t en
 
 } // namespace
 
+size_t overlap_states(std::span<const overlap_text_t> texts)
+{
+    std::vector<std::string_view> sorted;
+    for (const overlap_text_t &text : texts)
+        sorted.push_back(text.bytes);
+    std::ranges::sort(sorted);
+    size_t states = 1;
+    std::string_view before;
+    for (const std::string_view text : sorted) {
+        const auto shared = std::ranges::mismatch(before, text).in2 - text.begin();
+        states += text.size() - static_cast<size_t>(shared);
+        before = text;
+    }
+    return states;
+}
+
 std::vector<bool> preempt_overlaps(std::span<const overlap_text_t> texts)
 {
     std::vector<bool> lost(texts.size());

@@ -32,6 +32,10 @@ struct overlap_text_t {
 /// Most states that are looked at: an automaton of more has other transitions than it should.
 constexpr uint32_t OVERLAP_STATES_MAX = AHO_CORASICK_STATES;
 
+/// Returns how many states an automaton of these texts has, the start state among them. Time of
+/// sorting.
+size_t overlap_states(std::span<const overlap_text_t> texts);
+
 /// Tells of each text whether some data holds it and the automaton does not find it there; of none
 /// when there are more than OVERLAP_STATES_MAX states. Throws std::bad_alloc. Linear time, but for
 /// preempts that end with texts which end with one another: a step for each of these.

@@ -124,10 +124,19 @@ void add_value(matcher_texts_t &matcher, const pdb_attr_properties_t &row,
         add_text(matcher, row, bytes, value);
 }
 
+/// Beyond the numbers of its states an automaton does other things than it should.
+constexpr const char *lost_beside_preempts =
+    "states beyond; what preempts and other texts overlap is not judged before fewer or shorter "
+    "texts stay within the limit";
+
 void add_matcher_losses(const matcher_texts_t &matcher, const loss_key_t &key,
                         std::vector<view_limit_t> &limits)
 {
-    if (matcher.bytes > PDB_LIMITS_TEXTS_MAX)
+    const size_t states = overlap_states(matcher.texts);
+    if (states > OVERLAP_STATES_MAX)
+        limits.push_back({subject_of(key), "states of texts beside preempts", states,
+                          OVERLAP_STATES_MAX, lost_beside_preempts});
+    if (states > OVERLAP_STATES_MAX || matcher.bytes > PDB_LIMITS_TEXTS_MAX)
         return;
     const std::vector<bool> lost = preempt_overlaps(matcher.texts);
     loss_t preempts;
