@@ -27,25 +27,26 @@ def word(choice):
     return "".join(choice.choices("abcdefghijklmnopqrstuvwxyz", k=choice.randint(5, 20)))
 
 
-def rule(choice):
-    values = {"cts-server": [f"{word(choice)}\\.{word(choice)}.*" for _ in range(3)],
+def rule(choice, text):
+    values = {"cts-server": [text or f"{word(choice)}\\.{word(choice)}.*" for _ in range(3)],
               "cts-uri": [f".*{word(choice)}(a|b)", f"^{word(choice)}"]}
     return {"order": f"{choice.randint(1, 200)}:{choice.randint(1, 9999)}", "scope": "http",
             "rule": [{"protocol": "http", **values}]}
 
 
-def write(pdd, name, seed, protocols, rules):
+def write(pdd, name, seed, protocols, rules, text):
     choice = random.Random(seed)
     text = {"protocols": [{"name": f"{name}{i}", "id": 16777216 + seed * 10000 + i,
-                           "rules": [rule(choice) for _ in range(rules)]}
+                           "rules": [rule(choice, text) for _ in range(rules)]}
                           for i in range(protocols)]}
     pathlib.Path(pdd).write_text(json.dumps(text))
 
 
-def compiled(folder, name, seed, protocols, rules):
+def compiled(folder, name, seed, protocols, rules, text=None):
+    """A pdb of as many protocols of so many rules, whose values are "text" if they are of one."""
     pdd = folder / f"{name}.pdd"
     pdb = folder / f"{name}.pdb"
-    write(pdd, name, seed, protocols, rules)
+    write(pdd, name, seed, protocols, rules, text)
     subprocess.run([BIN / "pdata_compiler", "--pdd", pdd, "--cfg-path", SOURCE / "examples/cfg",
                     "--description", "--pdb-out", pdb], cwd=folder, check=True, capture_output=True)
     return pdb
@@ -74,10 +75,23 @@ def main():
         one = compiled(folder, "one", 1, 900, 16)
         two = compiled(folder, "two", 2, 900, 16)
         wide = compiled(folder, "wide", 3, 1, 1199)
+        shared = compiled(folder, "shared", 4, 4, 1000, "y" * 30000)
+        loadable = folder / "loadable"
+        some = compiled(folder, "some", 5, 300, 16)
+        subprocess.run([BIN / "pdata_compiler", "--pdb-in", some, "--loadable", "--pdb-out",
+                        loadable], cwd=folder, check=True, capture_output=True)
+        suite = folder / "suite"
+        suite.write_text("[nothing]\n-\tudp:port cts 1\n")
+        page = folder / "page"
         runs = [(1, [one, two], "diff"), (1, [one, two], "diff", "--json"),
                 (1, [one, two], "diff", "--stat"), (0, [one, one], "diff"),
                 (1, [one, wide], "diff"), (0, [one], "decompile"), (0, [wide], "decompile"),
-                (0, [one], "verify"), (0, [one], "list"), (0, [one], "list", "--limits")]
+                (0, [one], "verify"), (0, [one], "list"), (0, [one], "list", "--limits"),
+                (0, [one], "list", "--rules", "--values", "--"), (0, [one], "dump"),
+                (0, [one], "report", "-o", page), (0, [wide], "report", "-o", page),
+                (0, [one, two], "report", "-o", page), (0, [shared], "report", "-o", page),
+                (1, [loadable], "report", "-o", page),
+                (1, [loadable], "report", "-o", page, "--tests", suite)]
         for status, files, *words in runs:
             bound = 2 * sum(file.stat().st_size for file in files) + PROGRAM
             bound += COUNTERS if "--counting" in sys.argv[2:] else 0

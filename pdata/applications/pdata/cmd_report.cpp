@@ -11,7 +11,8 @@ namespace
 {
 
 struct report_options_t {
-    std::vector<std::string> files;
+    std::string file;
+    std::string after;
     std::vector<std::string> tests;
     std::string output;
 };
@@ -56,41 +57,81 @@ void print_document(console_t &console, const std::string &output, const report_
     for (const report_file_t &file : report.files)
         document["files"].push_back(file_document(file));
     if (report.difference != nullptr)
-        diff_fill(document["difference"], *report.difference);
+        diff_fill(document["difference"], report.difference->counted);
     console_document(console, document);
+}
+
+/// Most bytes of values of one rule that a page shows.
+constexpr difference_bounds_t page_bounds = {.rule_shown = size_t{128} << 10};
+
+/// Counts what two pdbs say differently; it is handed out when the page is made.
+bool compare(console_t &console, const report_input_t &before, const report_input_t &after,
+             report_difference_t &difference)
+{
+    view_error_t error;
+    pdb_difference_t &counted = difference.counted;
+    if (!pdb_difference_walk(before.pdb, after.pdb, nullptr, counted, error)) {
+        print_fault(console, (counted.fault_in_after ? after : before).file.name, error);
+        return false;
+    }
+    difference.walk = [&before, &after](const difference_sink_t &sink) {
+        pdb_difference_t shown;
+        view_error_t ignored; // it was counted to its end before
+        (void)pdb_difference_walk(before.pdb, after.pdb, &sink, shown, ignored, page_bounds);
+        return shown.nr_unlisted;
+    };
+    return true;
+}
+
+void make_page(void *report, const save_sink_t &sink)
+{
+    report_page(*static_cast<const report_t *>(report), {sink.put, sink.context});
+}
+
+exit_status_t print_report(const report_options_t &options, console_t &console, report_t &report)
+{
+    if (!save_made(console, options.output, make_page, &report))
+        return EXIT_STATUS_FILE;
+    if (console.format == OUTPUT_JSON)
+        print_document(console, options.output, report);
+    return is_finding(report.files.back()) ? EXIT_STATUS_FINDINGS : EXIT_STATUS_FINE;
+}
+
+/// Tells, after a message, whether the options do not go together.
+bool is_wrong_use(const report_options_t &options, console_t &console)
+{
+    if (options.file == "-" && options.after == "-") {
+        console_error(console, "standard input can be read once");
+        return true;
+    }
+    return report_mixes(console, {options.output}, "page");
 }
 
 exit_status_t report_run(const report_options_t &options, console_t &console)
 {
-    if (report_mixes(console, {options.output}, "page"))
+    if (is_wrong_use(options, console))
         return EXIT_STATUS_USAGE;
-    std::vector<report_input_t> inputs(options.files.size());
-    for (size_t i = 0; i < inputs.size(); ++i)
-        if (!report_input_open(console, options.files[i], inputs[i]))
-            return EXIT_STATUS_FILE;
-    report_input_t &last = inputs.back();
+    const bool two = !options.after.empty();
+    report_input_t first;
+    report_input_t second;
+    report_input_t &last = two ? second : first;
+    if (!report_input_open(console, options.file, first) ||
+        (two && !report_input_open(console, options.after, second)))
+        return EXIT_STATUS_FILE;
     if (!options.tests.empty())
         if (const exit_status_t status = report_input_test(console, options.tests, last);
             status != EXIT_STATUS_FINE)
             return status;
     report_t report;
-    pdb_difference_t difference;
-    for (const report_input_t &input : inputs)
-        report.files.push_back(input.shown);
-    if (inputs.size() > 1) {
-        view_error_t error;
-        if (!pdb_difference(inputs.front().pdb, last.pdb, difference, error)) {
-            const report_input_t &side = difference.fault_in_after ? last : inputs.front();
-            print_fault(console, side.file.name, error);
-            return EXIT_STATUS_FILE;
-        }
+    report_difference_t difference;
+    if (two && !compare(console, first, second, difference))
+        return EXIT_STATUS_FILE;
+    if (two) {
+        report.files.push_back(std::move(first.shown));
         report.difference = &difference;
     }
-    if (!save_file(console, options.output, report_page(report)))
-        return EXIT_STATUS_FILE;
-    if (console.format == OUTPUT_JSON)
-        print_document(console, options.output, report);
-    return is_finding(last.shown) ? EXIT_STATUS_FINDINGS : EXIT_STATUS_FINE;
+    report.files.push_back(std::move(last.shown));
+    return print_report(options, console, report);
 }
 
 } // namespace
@@ -98,9 +139,9 @@ exit_status_t report_run(const report_options_t &options, console_t &console)
 command_run_t report_declare(CLI::App &app)
 {
     auto options = std::make_shared<report_options_t>();
-    app.add_option("FILE", options->files, "A pdb; of two, the second and what it says differently")
-        ->expected(1, 2)
-        ->required();
+    app.add_option("FILE", options->file, "A pdb, - for standard input")->required();
+    app.add_option("AFTER", options->after,
+                   "A later one: the page is about it, and what it says differently");
     app.add_option("-o,--output", options->output, "Where the page goes, - for standard output")
         ->type_name("FILE")
         ->required();

@@ -25,7 +25,8 @@ void take_limits(const pdb_view_t &pdb, report_input_t &input)
     for (const view_limit_t &limit : pdb_limits_take(pdb)) {
         input.shown.limits.push_back({limit.subject, limit.name, limit.used, limit.limit});
         const std::string text =
-            fmt::format("{}: {}, {} of {}", limit.subject, limit.name, limit.used, limit.limit);
+            fmt::format("{}: {}, {}{}", limit.subject, limit.name, limit.used,
+                        limit.limit == 0 ? "" : fmt::format(" of {}", limit.limit));
         if (view_limit_passed(limit))
             input.shown.actions.push_back(
                 {REPORT_WARNING, "limit passed",
@@ -36,11 +37,11 @@ void take_limits(const pdb_view_t &pdb, report_input_t &input)
     }
 }
 
-bool read_model(console_t &console, report_input_t &input)
+bool read_pdb(console_t &console, report_input_t &input)
 {
     view_error_t error;
     if (pdb_view_open(input_file_bytes(input.file), input.pdb, error) &&
-        description_model_read(input.pdb, input.model, error) &&
+        description_source_open(input.pdb, input.source, error) &&
         view_inventory_take(input_file_bytes(input.file), input.inventory, error)) {
         take_limits(input.pdb, input);
         return true;
@@ -90,12 +91,12 @@ bool report_input_open(console_t &console, const std::string &path, report_input
                       input.shown.actions.front().text);
         return false;
     }
-    if (!read_model(console, input))
+    if (!read_pdb(console, input))
         return false;
     input.shown.name = input.file.name;
     input.shown.size = input_file_bytes(input.file).size();
     input.shown.inventory = &input.inventory;
-    input.shown.model = &input.model;
+    input.shown.source = &input.source;
     return true;
 }
 

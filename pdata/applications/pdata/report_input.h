@@ -11,7 +11,7 @@ struct report_input_t {
     input_file_t file;
     pdb_view_t pdb;
     view_inventory_t inventory;
-    description_model_t model;
+    description_source_t source;
     report_file_t shown;
 };
 

@@ -26,6 +26,7 @@ std::string_view asset(std::string_view name)
 struct section_t {
     const char *anchor;
     const char *title;
+    bool shown;
 };
 
 void put_head(const report_t &report, std::string &page)
@@ -43,34 +44,33 @@ void put_head(const report_t &report, std::string &page)
 
 void put_links(const report_t &report, std::string &page)
 {
-    constexpr section_t sections[] = {{"action", "Needs action"},
-                                      {"protocols", "Protocols"},
-                                      {"matchers", "Matchers"},
-                                      {"limits", "Limits"}};
+    const section_t sections[] = {{"action", "Needs action", true},
+                                  {"difference", "Difference", report.difference != nullptr},
+                                  {"matchers", "Matchers", true},
+                                  {"limits", "Limits", !report.files.back().limits.empty()},
+                                  {"protocols", "Protocols", true}};
     page += "<nav>";
-    if (report.difference != nullptr)
-        page += "<a href=\"#difference\">Difference</a>";
     for (const section_t &section : sections)
-        if (!report.files.back().limits.empty() || section.anchor != std::string_view("limits"))
+        if (section.shown)
             html_put(page, "<a href=\"#{}\">{}</a>", section.anchor, section.title);
     page += "</nav></header>\n<main>\n";
 }
 
 } // namespace
 
-std::string report_page(const report_t &report)
+void report_page(const report_t &report, const report_sink_t &sink)
 {
-    std::string page;
+    html_page_t page = {sink};
     const report_file_t &file = report.files.back();
-    put_head(report, page);
-    put_links(report, page);
-    report_actions(file, page);
+    put_head(report, page.text);
+    put_links(report, page.text);
+    report_actions(file, page.text);
     if (report.difference != nullptr)
         report_difference(*report.difference, page);
-    report_totals(file, page);
-    report_matchers(file, page);
-    report_limits(file, page);
+    report_totals(file, page.text);
+    report_matchers(file, page.text);
+    report_limits(file, page.text);
     report_protocols(file, page);
-    html_put(page, "</main>\n<script>\n{}</script>\n</body></html>\n", asset("report.js"));
-    return page;
+    html_put(page.text, "</main>\n<script>\n{}</script>\n</body></html>\n", asset("report.js"));
+    html_hand_out(page);
 }

@@ -46,3 +46,10 @@ std::string html_size(uint64_t bytes)
         return html_number(bytes / kib) + " KiB";
     return html_number(bytes / kib / kib) + " MiB";
 }
+
+void html_hand_out(html_page_t &page)
+{
+    page.sink.put(page.sink.context, page.text);
+    page.handed += page.text.size();
+    page.text.clear();
+}

@@ -32,8 +32,9 @@ void put_row(const view_inventory_matcher_t &matcher, size_t largest, std::strin
     html_put(page, "<tr><th scope=\"row\">{}:{} <small>{}</small></th>",
              html_text(matcher.protocol), html_text(matcher.attribute), matcher_way(matcher.way));
     put_bar(matcher, largest, page);
-    html_put(page, "<td class=\"number\">{}</td><td class=\"number\">{} values</td></tr>\n",
-             html_size(matcher.size), html_number(matcher.values));
+    html_put(page, "<td class=\"number\">{}</td><td class=\"number\">{} {}</td></tr>\n",
+             html_size(matcher.size), html_number(matcher.values),
+             matcher.values == 1 ? "value" : "values");
 }
 
 void put_rows(const std::vector<const view_inventory_matcher_t *> &matchers, size_t begin,
