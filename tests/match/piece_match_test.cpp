@@ -2,6 +2,8 @@
 /// engines.
 #include <algorithm>
 
+#include "match_database.h"
+#include "match_roles.h"
 #include "match_run.h"
 #include "random_pdb.h"
 #include "rounds.h"
@@ -78,6 +80,33 @@ TEST(piece_match, a_value_at_an_offset_begins_there)
                       std::to_string(offset) + " to " + std::to_string(offset + 3))
                 << "minimum data " << mindata;
         }
+}
+
+/// A role has 22 bits for the group that its piece belongs to. A value behind as many groups is not
+/// taken for another one: it is not found.
+TEST(piece_match, more_groups_than_a_role_tells_apart_are_not_found)
+{
+    pdb_model model;
+    const attr_model uri = stream_attr("uri_decoded", {".*ab.*cde.*"});
+    model.protocols.push_back(protocol_of(1, "one", {rule_of({sub_rule_of("http", {uri})})}));
+    const std::vector<uint8_t> bytes = compile(model).bytes;
+    const pdata::database db = pdata::database::open_memory(bytes.data(), bytes.size());
+    std::vector<match_matcher_t> &matchers = db.get()->matchers;
+    const auto matcher = std::ranges::find_if(
+        matchers, [](const match_matcher_t &one) { return !one.groups.empty(); });
+    ASSERT_NE(matcher, matchers.end());
+    const auto roles_behind = [&](size_t nr_group) {
+        matcher->groups.assign(nr_group, {});
+        match_index_second_level(*matcher);
+        EXPECT_EQ(matcher->groups.size(), std::min<size_t>(nr_group + 1, MATCH_GROUP_MASK + 1));
+        return matcher->roles;
+    };
+    constexpr uint32_t FIRST = MATCH_ROLE_PIECE | 1 << MATCH_PIECE_SHIFT;
+    constexpr uint32_t SECOND = MATCH_ROLE_PIECE | 2 << MATCH_PIECE_SHIFT;
+    EXPECT_EQ(roles_behind(MATCH_GROUP_MASK),
+              (std::vector<uint32_t>{FIRST | MATCH_GROUP_MASK, SECOND | MATCH_GROUP_MASK}));
+    EXPECT_EQ(roles_behind(MATCH_GROUP_MASK + 1),
+              (std::vector<uint32_t>{MATCH_ROLE_NONE, MATCH_ROLE_NONE}));
 }
 
 /// What the engines that go from the front find at the end of some data, and the trees anywhere.
