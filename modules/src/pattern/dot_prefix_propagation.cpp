@@ -45,20 +45,6 @@ void append_items(dp_build &build, node_pair pair)
     }
 }
 
-/// What a shared edge of the pair changes at its specific node.
-void settle_shared_edge(dp_build &build, node_pair pair)
-{
-    dp_node &specific = build.dp_l_node[pair.specific];
-    if (specific.failure != PATTERN_NONE && build.dp_l_node[specific.failure].nb_trans == 1)
-        specific.failure = PATTERN_NONE;
-    // A pair meets once, so its propagation can only be the one that was just pushed.
-    if (build.dp_l_node[pair.wildcard].nb_trans < 2 && specific.propagation != PATTERN_NONE &&
-        build.dp_propagation_pool[specific.propagation].node == pair.wildcard) {
-        specific.propagation = build.dp_propagation_pool[specific.propagation].next;
-        --specific.nb_propagations;
-    }
-}
-
 /// Stack of the pairs still to visit, and the children of one node by byte (PATTERN_NONE between
 /// uses).
 struct pair_walk {
@@ -66,30 +52,39 @@ struct pair_walk {
     std::array<uint32_t, 256> child;
 };
 
-void visit_pair(dp_build &build, node_pair pair, pair_walk &walk)
+/// Puts the pairs of the edges that both nodes have on the stack. Returns whether there are any.
+bool push_shared_edges(dp_build &build, node_pair pair, pair_walk &walk)
 {
-    append_items(build, pair);
-    const dp_node &wildcard = build.dp_l_node[pair.wildcard];
-    const dp_node &specific = build.dp_l_node[pair.specific];
-    if (wildcard.nb_trans == 0)
-        return;
-    if (specific.failure != pair.wildcard)
-        dot_prefix_push_propagation(build, pair.specific, pair.wildcard);
-    if (specific.nb_trans == 0)
-        return;
-    const auto each_byte = [&](const dp_node &node, auto &&use) {
-        for (uint32_t t = node.trans; t != PATTERN_NONE; t = build.dp_trans_pool[t].next)
+    const auto each_byte = [&](uint32_t node, auto &&use) {
+        for (uint32_t t = build.dp_l_node[node].trans; t != PATTERN_NONE;
+             t = build.dp_trans_pool[t].next)
             if (build.dp_trans_pool[t].c != DP_WILDCARD)
                 use(build.dp_trans_pool[t]);
     };
-    each_byte(specific, [&](const dp_trans &t) { walk.child[t.c] = t.node; });
-    each_byte(wildcard, [&](const dp_trans &t) {
-        if (walk.child[t.c] == PATTERN_NONE)
-            return;
-        settle_shared_edge(build, pair);
-        walk.stack.push_back({t.node, walk.child[t.c]});
+    const size_t before = walk.stack.size();
+    each_byte(pair.specific, [&](const dp_trans &t) { walk.child[t.c] = t.node; });
+    each_byte(pair.wildcard, [&](const dp_trans &t) {
+        if (walk.child[t.c] != PATTERN_NONE)
+            walk.stack.push_back({t.node, walk.child[t.c]});
     });
-    each_byte(specific, [&](const dp_trans &t) { walk.child[t.c] = PATTERN_NONE; });
+    each_byte(pair.specific, [&](const dp_trans &t) { walk.child[t.c] = PATTERN_NONE; });
+    return walk.stack.size() != before;
+}
+
+void visit_pair(dp_build &build, node_pair pair, pair_walk &walk)
+{
+    append_items(build, pair);
+    const uint32_t nb_trans = build.dp_l_node[pair.wildcard].nb_trans;
+    if (nb_trans == 0)
+        return;
+    dp_node &specific = build.dp_l_node[pair.specific];
+    const bool shares = push_shared_edges(build, pair, walk);
+    // The only edge of a wildcard node leads nowhere else: a shared one needs no propagation.
+    if (specific.failure != pair.wildcard && (!shares || nb_trans > 1))
+        dot_prefix_push_propagation(build, pair.specific, pair.wildcard);
+    if (shares && specific.failure != PATTERN_NONE &&
+        build.dp_l_node[specific.failure].nb_trans == 1)
+        specific.failure = PATTERN_NONE;
 }
 
 } // namespace
