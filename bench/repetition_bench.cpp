@@ -120,6 +120,30 @@ std::string pieces(size_t count)
     return rules(count, [](size_t i) { return server_rule("a.*b.*c.*" + number(i)); });
 }
 
+std::string offset_rule(size_t offset, const std::string &pattern)
+{
+    return rule(R"("protocol": "tcp", "mindata": 65535, "cts-stream_offset": {"offset": )" +
+                number(offset) + R"(, "pattern": ")" + pattern + "\"}");
+}
+
+/// One word at every offset.
+std::string every_offset(size_t count)
+{
+    return rules(count, [](size_t i) { return offset_rule(i + 1, std::string(100, 'a')); });
+}
+
+/// Words of two letters at eleven offsets.
+std::string few_offsets(size_t count)
+{
+    random_t random = {4};
+    return rules(count, [&random](size_t i) {
+        std::string word(20, 'a');
+        for (char &c : word)
+            c = static_cast<char>('a' + random_below(random, 2));
+        return offset_rule(1 + i % 11, word);
+    });
+}
+
 std::string nested_ports(size_t count)
 {
     return rules(count, [](size_t i) { return port_rule(i, 60000 - i); });
@@ -163,6 +187,8 @@ constexpr shape_t shapes[] = {
     {"long strings", 300, long_strings},
     {"alternatives", 2000, alternatives},
     {"values of several pieces", 3000, pieces},
+    {"a word at every offset", 2000, every_offset},
+    {"words at eleven offsets", 3000, few_offsets},
     {"nested ports", 700, nested_ports},
     {"adjacent ports", 10000, adjacent_ports},
     {"an error behind one long line", 10000, error_at_end, true},

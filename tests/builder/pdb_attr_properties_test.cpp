@@ -188,6 +188,15 @@ TEST(pdb_attr_properties, the_engine_combinations_have_their_numbers)
     EXPECT_EQ(PATTERN_ALGO_OFFSET_V3, 48);
 }
 
+/// So no input has dot-prefix matchers built, whose time is not linear in all that they may be
+/// given.
+TEST(pdb_attr_properties, no_attribute_asks_for_the_dot_prefix_matcher)
+{
+    for (const pdb_attr_properties_t &row : pdb_attr_properties_table())
+        EXPECT_EQ(row.proper_algo & PATTERN_ALGO_DP, 0);
+    EXPECT_EQ(pdb_matcher_get_algo(str("tcp"), str("streams")) & PATTERN_ALGO_DP, 0);
+}
+
 TEST(pdb_attr_properties, numbers_have_transformers)
 {
     for (const pdb_attr_properties_t &row : pdb_attr_properties_table())
