@@ -12,9 +12,9 @@
 ///
 /// Memory is proportional to the trie: about 65 bytes per node and 12 per item and propagation.
 /// Time is linear in the nodes times the pairs of offsets whose patterns agree there: in the input
-/// where offsets are few, as PATTERN_ALGO_OFFSET_V3 leaves eleven at most, and not where every offset
-/// has long patterns that are nearly the same. No description asks for that: the attributes with
-/// offsets use the offset-aware automaton, which is linear in all of them.
+/// where offsets are few, as PATTERN_ALGO_OFFSET_V3 leaves eleven at most, and not where every
+/// offset has long patterns that are nearly the same. No description asks for that: the attributes
+/// with offsets use the offset-aware automaton, which is linear in all of them.
 ///
 /// Serialized, even without patterns (oddity O166):
 ///
