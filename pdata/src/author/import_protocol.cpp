@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <unordered_set>
 
 #include "description_layout.h"
 
@@ -225,16 +226,21 @@ uint32_t import_free_id(const description_text_t &description)
 
 std::string import_clash(const description_text_t &into, std::span<const import_part_t> parts)
 {
+    std::unordered_set<std::string> names; // as they stand in a description
+    std::unordered_set<uint64_t> ids;
+    for (const import_part_t &part : parts) {
+        names.insert(import_json(part.name));
+        ids.insert(part.id);
+    }
     std::string clash;
     each_protocol(into, [&](size_t protocol) {
-        const auto name = value_of_key(into, protocol, "\"name\"");
+        const auto token = value_of_key(into, protocol, "\"name\"");
+        const std::string name(token ? text_token_bytes(into, *token) : "");
         const std::optional<uint64_t> id = id_of(into, protocol);
-        for (const import_part_t &part : parts) {
-            if (name && text_token_bytes(into, *name) == import_json(part.name))
-                clash = "a protocol " + import_json(part.name);
-            else if (clash.empty() && id == part.id)
-                clash = "a protocol with the id " + std::to_string(part.id);
-        }
+        if (names.contains(name))
+            clash = "a protocol " + name;
+        else if (clash.empty() && id && ids.contains(*id))
+            clash = "a protocol with the id " + std::to_string(*id);
     });
     return clash;
 }
