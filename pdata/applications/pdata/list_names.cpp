@@ -4,8 +4,7 @@
 #include "format_scope.h"
 #include "format_types.h"
 #include "format_values.h"
-#include "open_file.h"
-#include "pdb_verify.h"
+#include "open_pdb.h"
 #include "view_catalog.h"
 #include "view_values.h"
 
@@ -124,11 +123,8 @@ exit_status_t list_names(console_t &console, const input_file_t &file, const lis
 {
     listing_t listing = {console, chosen};
     pdb_view_t view;
-    view_error_t error;
-    if (!pdb_verify_open(input_file_bytes(file), view, error)) {
-        print_fault(console, file.name, error);
+    if (!open_pdb(console, file, view))
         return EXIT_STATUS_FILE;
-    }
     walk(listing, view);
     if (listing.json())
         print_listing(listing, file.name);
