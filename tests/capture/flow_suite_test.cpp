@@ -87,9 +87,9 @@ namespace
 /// The flows of a capture, and protocols that fire in them beside the best.
 suite_flows_t flows_of(std::map<std::string, uint64_t, std::less<>> best, protocols others = {})
 {
-    suite_flows_t flows = {std::move(best), std::move(others)};
+    suite_flows_t flows = {std::move(best), {others.begin(), others.end()}};
     for (const auto &[protocol, number] : flows.best)
-        flows.fired.push_back(protocol);
+        flows.fired.insert(protocol);
     return flows;
 }
 

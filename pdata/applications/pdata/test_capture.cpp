@@ -1,7 +1,5 @@
 #include "test_capture.h"
 
-#include <algorithm>
-
 #include "classify.h"
 
 namespace
@@ -22,8 +20,7 @@ void take_flow(capture_case_t &run, const flow_record_t &record)
     for (const fired_rule_t &rule : answer.rules) {
         std::string protocol(loadable_rule_protocol(run.loadable, rule.rule));
         run.fired.insert(rule.rule);
-        if (std::ranges::find(run.flows.fired, protocol) == run.flows.fired.end())
-            run.flows.fired.push_back(protocol);
+        run.flows.fired.insert(protocol);
         if (&rule == &answer.rules.front())
             best = std::move(protocol);
     }

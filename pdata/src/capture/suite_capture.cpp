@@ -31,11 +31,6 @@ bool share_holds(const suite_share_t &share, const suite_flows_t &flows)
     return share.flows == 0 ? number > 0 : number == share.flows;
 }
 
-bool has_fired(const suite_flows_t &flows, const std::string &protocol)
-{
-    return std::ranges::find(flows.fired, protocol) != flows.fired.end();
-}
-
 } // namespace
 
 size_t suite_capture_words(std::string_view words, suite_case_t &one)
@@ -72,7 +67,7 @@ bool suite_capture_holds(const suite_case_t &one, const suite_flows_t &flows)
 {
     const auto holds = [&flows](const suite_share_t &share) { return share_holds(share, flows); };
     const auto admitted = [&one](const auto &row) { return suite_capture_admits(one, row.first); };
-    const auto fired = [&flows](const std::string &name) { return has_fired(flows, name); };
+    const auto fired = [&flows](const std::string &name) { return flows.fired.contains(name); };
     return std::ranges::all_of(one.shares, holds) && std::ranges::all_of(flows.best, admitted) &&
            std::ranges::none_of(one.excluded, fired);
 }
@@ -107,6 +102,6 @@ void suite_capture_accept(suite_t &suite, size_t index, const suite_flows_t &flo
     for (const auto &[protocol, number] : flows.best)
         one.shares.push_back({protocol, numbers ? number : 0});
     std::erase_if(one.excluded,
-                  [&flows](const std::string &name) { return has_fired(flows, name); });
+                  [&flows](const std::string &name) { return flows.fired.contains(name); });
     suite_write_back(suite, one);
 }

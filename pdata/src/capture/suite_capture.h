@@ -2,13 +2,14 @@
 #pragma once
 
 #include <map>
+#include <set>
 
 #include "flow_suite.h"
 
 /// What the flows of a capture are.
 struct suite_flows_t {
     std::map<std::string, uint64_t, std::less<>> best; ///< flows by best protocol, "-" for none
-    std::vector<std::string> fired; ///< protocols of all rules that fire in any flow, each once
+    std::set<std::string, std::less<>> fired; ///< protocols of all rules that fire in any flow
 };
 
 /// Reads the words in front of the tab. Returns the column of a mistake, 0 for none.
