@@ -42,22 +42,21 @@ exit_status_t replay_file(console_t &console, const std::string &path, diff_flow
     return status;
 }
 
-const allowed_pair_t *find_allowed(const diff_flows_t &flows, const replay_pair_t &pair)
-{
-    const auto found = std::ranges::find_if(flows.allowed, [&pair](const allowed_pair_t &one) {
-        return replay_pair_allows(one.pair, pair);
-    });
-    return found == flows.allowed.end() ? nullptr : &*found;
-}
-
+/// Finds the changes that are accepted, and marks the pairs that accept any.
 void mark_allowed(diff_flows_t &flows)
 {
+    std::multimap<replay_pair_t, allowed_pair_t *> allowed;
+    for (allowed_pair_t &one : flows.allowed)
+        allowed.emplace(one.pair, &one);
     for (const auto &[pair, change] : flows.replay.changes) {
-        bool accepted = false;
-        for (allowed_pair_t &one : flows.allowed)
-            if (replay_pair_allows(one.pair, pair))
-                accepted = one.occurred = true;
-        flows.nr_allowed += accepted ? change.flows : 0;
+        for (const replay_pair_t &form : replay_pair_forms(pair)) {
+            const auto [begin, end] = allowed.equal_range(form);
+            for (auto one = begin; one != end; ++one)
+                one->second->occurred = true;
+            if (begin != end)
+                flows.accepted.insert(pair);
+        }
+        flows.nr_allowed += flows.accepted.contains(pair) ? change.flows : 0;
     }
 }
 
@@ -80,7 +79,7 @@ json_document_t change_document(const diff_flows_t &flows, const replay_pair_t &
     json_document_t document = {{"before", json_text(pair.first)},
                                 {"after", json_text(pair.second)},
                                 {"flows", change.flows},
-                                {"allowed", find_allowed(flows, pair) != nullptr}};
+                                {"allowed", flows.accepted.contains(pair)}};
     if (stat)
         return document;
     document["place"] = json_text(change.place);
@@ -133,7 +132,7 @@ void diff_flows_print(console_t &console, const diff_flows_t &flows, bool stat)
     for (const auto &[pair, change] : flow_replay_changes(flows.replay)) {
         console_print(console, "{} -> {} {}{}\n", escape_terminal(pair->first),
                       escape_terminal(pair->second), change->flows,
-                      find_allowed(flows, *pair) == nullptr ? "" : " allowed");
+                      flows.accepted.contains(*pair) ? " allowed" : "");
         if (!stat)
             console_print(console, "    {}{}{}\n", escape_line(change->place),
                           change->example.empty() ? "" : ": ", escape_line(change->example));

@@ -1,6 +1,8 @@
 /// Recorded flows replayed through two loadable pdbs, and the changes that are accepted.
 #pragma once
 
+#include <set>
+
 #include "exit_status.h"
 #include "flow_replay.h"
 #include "loadable.h"
@@ -15,8 +17,9 @@ struct allowed_pair_t {
 /// What is replayed.
 struct diff_flows_t {
     flow_replay_t replay;
-    std::vector<allowed_pair_t> allowed;
-    uint64_t nr_allowed = 0; ///< flows of accepted pairs
+    std::vector<allowed_pair_t> allowed; ///< as the file has them
+    std::set<replay_pair_t> accepted;    ///< changes that any of them accepts
+    uint64_t nr_allowed = 0;             ///< flows of accepted pairs
     uint64_t bad_lines = 0;
 };
 

@@ -46,11 +46,6 @@ std::string_view without_number(std::string_view text)
     return without_blanks(text.substr(0, last));
 }
 
-bool allows(std::string_view allowed, std::string_view name)
-{
-    return allowed == "*" || allowed == name;
-}
-
 } // namespace
 
 void flow_replay_open(pdata_db *before, pdata_db *after, flow_replay_t &replay)
@@ -104,7 +99,7 @@ bool replay_pair_read(std::string_view line, replay_pair_t &pair)
     return !pair.first.empty() && !pair.second.empty();
 }
 
-bool replay_pair_allows(const replay_pair_t &allowed, const replay_pair_t &pair)
+std::array<replay_pair_t, 4> replay_pair_forms(const replay_pair_t &pair)
 {
-    return allows(allowed.first, pair.first) && allows(allowed.second, pair.second);
+    return {{pair, {"*", pair.second}, {pair.first, "*"}, {"*", "*"}}};
 }

@@ -4,6 +4,7 @@
 /// fires. Memory is that of the pairs of protocols that occur, however many flows there are.
 #pragma once
 
+#include <array>
 #include <map>
 #include <utility>
 
@@ -49,5 +50,5 @@ flow_replay_changes(const flow_replay_t &replay);
 /// comment. Returns false for any other line; an empty one gives empty names.
 [[nodiscard]] bool replay_pair_read(std::string_view line, replay_pair_t &pair);
 
-/// Tells whether a pair is accepted by `allowed`, which may say "*".
-bool replay_pair_allows(const replay_pair_t &allowed, const replay_pair_t &pair);
+/// Returns the pairs that accept a pair: itself, and with "*" for one of its names or for both.
+std::array<replay_pair_t, 4> replay_pair_forms(const replay_pair_t &pair);
