@@ -92,10 +92,10 @@ TEST(Edit, TheLastLineMayHaveNoEnd)
 
 TEST(Edit, AreThoseOfOneFileThatAreWanted)
 {
-    std::vector<finding_t> findings = {finding_with(0, 1, "X"), finding_with(2, 3, "Y"),
-                                       finding_with(4, 5, "Z")};
-    findings[1].edits[0].place.file = 1;
-    findings[2].id = FINDING_BLANK_AT_END;
+    std::vector<finding_t> findings = {finding_with(0, 1, "X"), finding_with(4, 5, "Z"),
+                                       finding_with(2, 3, "Y")};
+    findings[1].id = FINDING_BLANK_AT_END;
+    findings[2].place.file = findings[2].edits[0].place.file = 1;
     const auto wanted = [](const finding_t &finding) { return finding.id != FINDING_BLANK_AT_END; };
     EXPECT_EQ(lint_edited("abcdef", lint_edits(findings, 0, wanted)), "Xbcdef");
     EXPECT_EQ(lint_edited("abcdef", lint_edits(findings, 1, wanted)), "abYdef");

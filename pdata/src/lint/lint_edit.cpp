@@ -123,10 +123,9 @@ std::vector<finding_edit_t> lint_edits(std::span<const finding_t> findings, uint
                                        const std::function<bool(const finding_t &)> &wanted)
 {
     taken_t taken;
-    for (const finding_t &finding : findings) {
-        const auto blocked = [&](const finding_edit_t &edit) {
-            return edit.place.file != file || meets(taken, edit);
-        };
+    const auto file_of = [](const finding_t &finding) { return finding.place.file; };
+    for (const finding_t &finding : std::ranges::equal_range(findings, file, {}, file_of)) {
+        const auto blocked = [&](const finding_edit_t &edit) { return meets(taken, edit); };
         if (!wanted(finding) || std::ranges::any_of(finding.edits, blocked))
             continue;
         for (const finding_edit_t &edit : finding.edits)

@@ -8,8 +8,9 @@
 
 #include "finding.h"
 
-/// Returns the edits of the findings of a file that `wanted` accepts, by their place. Those of a
-/// finding are all there, or none where one of them meets an edit of a finding in front of it.
+/// Returns the edits of the findings of a file that `wanted` accepts, by their place. The findings
+/// stand by their files, and their edits are in the same file. Those of a finding are all there, or
+/// none where one of them meets an edit of a finding in front of it.
 std::vector<finding_edit_t> lint_edits(std::span<const finding_t> findings, uint32_t file,
                                        const std::function<bool(const finding_t &)> &wanted);
 
