@@ -25,7 +25,7 @@ void look_order(const lint_look_t &look)
     uint32_t priority = 0;
     if (!order || !lint_is_read(*look.rule))
         return;
-    if (!lint_read_order(order->decoded, range, number)) {
+    if (!pdb_rule_read_order(order->decoded, &range, &number)) {
         lint_report_at(
             look, order->place, FINDING_ORDER_COLON, "an order without a colon",
             lint_joined({"write \"", lint_meant_order(order->raw), "\", a range and an order"}))
@@ -39,7 +39,6 @@ void look_order(const lint_look_t &look)
 
 void look_scope(const lint_look_t &look)
 {
-    constexpr uint32_t dns = 0x20;
     const lint_rule_t &rule = *look.rule;
     if (!lint_any_attributes(rule))
         return;
@@ -54,7 +53,7 @@ void look_scope(const lint_look_t &look)
         const auto on_ip = [](const lint_sub_rule_t &sub_rule) {
             return has_attributes(sub_rule) && lint_bottom(sub_rule) == "ip";
         };
-        if (bit == dns && std::ranges::any_of(rule.sub_rules, on_ip))
+        if (bit == RULE_SCOPE_DNS && std::ranges::any_of(rule.sub_rules, on_ip))
             lint_report_at(look, word.place, FINDING_SCOPE_WORD,
                            "a rule that tests ip may not have dns in its scope", "leave it out")
                 .value = word.raw;

@@ -1,5 +1,7 @@
 #include "lint_resolve.h"
 
+#include <algorithm>
+
 #include "lint_words.h"
 #include "matcher_alias_serialize.h"
 #include "pdb_rule_priority.h"
@@ -62,18 +64,6 @@ void resolve_sub_rule(const lint_config_t &config, lint_sub_rule_t &sub_rule)
     }
 }
 
-/// The digits that a text begins with; larger numbers stay at the largest one.
-uint32_t digits_of(std::string_view text)
-{
-    uint64_t number = 0;
-    for (const char c : text) {
-        if (c < '0' || c > '9')
-            break;
-        number = std::min<uint64_t>(number * 10 + static_cast<uint64_t>(c - '0'), UINT32_MAX);
-    }
-    return static_cast<uint32_t>(number);
-}
-
 } // namespace
 
 void lint_resolve(const lint_config_t &config, lint_protocol_t &protocol)
@@ -81,7 +71,7 @@ void lint_resolve(const lint_config_t &config, lint_protocol_t &protocol)
     for (lint_rule_t &rule : protocol.rules) {
         uint32_t range = 0;
         uint32_t order = 0;
-        if (rule.order && lint_read_order(rule.order->decoded, range, order))
+        if (rule.order && pdb_rule_read_order(rule.order->decoded, &range, &order))
             (void)pdb_rule_get_priority(range, order, &rule.priority); // a finding of its own
         for (lint_sub_rule_t &sub_rule : rule.sub_rules)
             resolve_sub_rule(config, sub_rule);
@@ -91,16 +81,6 @@ void lint_resolve(const lint_config_t &config, lint_protocol_t &protocol)
 bool lint_tests_way(const lint_attribute_t &attribute, csa_attr_way_t way)
 {
     return (attribute.matched_key.way & way) != 0;
-}
-
-bool lint_read_order(std::string_view order, uint32_t &range, uint32_t &number)
-{
-    const size_t colon = order.find(':');
-    if (colon == order.npos)
-        return false;
-    range = digits_of(order.substr(0, colon));
-    number = digits_of(order.substr(colon + 1));
-    return true;
 }
 
 std::string lint_meant_order(std::string_view text)

@@ -11,10 +11,6 @@ void lint_resolve(const lint_config_t &config, lint_protocol_t &protocol);
 /// Tells whether an attribute is tested in a direction, ATTR_WAY_CTS or ATTR_WAY_STC.
 bool lint_tests_way(const lint_attribute_t &attribute, csa_attr_way_t way);
 
-/// Reads an order as the compiler does: the digits in front of its colon and those behind it. False
-/// without a colon.
-bool lint_read_order(std::string_view order, uint32_t &range, uint32_t &number);
-
 /// Returns a text without a colon as the order that it is meant to be: "50.7" as "50:7", "50" or
 /// "-50" as "50:0".
 std::string lint_meant_order(std::string_view text);

@@ -4,6 +4,7 @@
 #include "lint_resolve.h"
 #include "lint_rules.h"
 #include "lint_words.h"
+#include "pdb_rule_priority.h"
 
 namespace
 {
@@ -13,7 +14,8 @@ void look_order_form(const lint_look_t &look)
     const auto &order = look.rule->order;
     uint32_t range = 0;
     uint32_t number = 0;
-    if (!order || !lint_is_read(*look.rule) || !lint_read_order(order->decoded, range, number))
+    if (!order || !lint_is_read(*look.rule) ||
+        !pdb_rule_read_order(order->decoded, &range, &number))
         return;
     const std::string_view text = order->decoded;
     const size_t colon = text.find(':');

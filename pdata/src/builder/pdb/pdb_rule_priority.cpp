@@ -1,6 +1,35 @@
 #include "pdb_rule_priority.h"
 
+#include "csa_char.h"
 #include "format_values.h"
+
+namespace
+{
+
+uint32_t read_digits(std::string_view text)
+{
+    uint64_t value = 0;
+    for (const char c : text) {
+        if (!char_is_digit(c))
+            break;
+        value = value * 10 + static_cast<uint64_t>(c - '0');
+        if (value > UINT32_MAX)
+            return UINT32_MAX;
+    }
+    return static_cast<uint32_t>(value);
+}
+
+} // namespace
+
+bool pdb_rule_read_order(std::string_view order, uint32_t *rule_range, uint32_t *rule_order)
+{
+    const size_t colon = order.find(':');
+    if (colon == std::string_view::npos)
+        return false;
+    *rule_range = read_digits(order.substr(0, colon));
+    *rule_order = read_digits(order.substr(colon + 1));
+    return true;
+}
 
 pdata_status_t pdb_rule_get_priority(uint32_t rule_range, uint32_t rule_order, uint32_t *rule_prio)
 {

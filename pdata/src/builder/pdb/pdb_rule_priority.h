@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "format_limits.h"
 #include "pdata_error.h"
@@ -10,6 +11,10 @@
 /// PDATA_ERR_INVALID_ARGUMENT with a message for one that is out of bounds.
 [[nodiscard]] pdata_status_t pdb_rule_get_priority(uint32_t rule_range, uint32_t rule_order,
                                                    uint32_t *rule_prio);
+
+/// Reads "range:order" as a description has it: the digits that each part begins with. Larger
+/// numbers stay at the largest one (oddity O90). Returns false without a colon.
+bool pdb_rule_read_order(std::string_view order, uint32_t *rule_range, uint32_t *rule_order);
 
 /// Returns the range, and the order, of a priority word.
 uint32_t pdb_rule_get_range(uint32_t prio);

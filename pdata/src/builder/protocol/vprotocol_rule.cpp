@@ -23,30 +23,15 @@ csa_str_t text_of(const json_string_t *string)
     return str;
 }
 
-/// Reads the digits that a text begins with; larger numbers stay at the largest one. Oddity O90.
-uint32_t read_digits(std::string_view text)
-{
-    uint64_t value = 0;
-    for (const char c : text) {
-        if (c < '0' || c > '9')
-            break;
-        value = value * 10 + static_cast<uint64_t>(c - '0');
-        if (value > UINT32_MAX)
-            return UINT32_MAX;
-    }
-    return static_cast<uint32_t>(value);
-}
-
 /// "range:order" becomes the priority word.
 pdata_status_t convert_order(const protocol_rule_t &rule, protodesc_build_t *pb, uint32_t n_rule)
 {
-    const std::string_view order = csa_str_view(text_of(rule.order));
-    const size_t colon = order.find(':');
-    if (colon == std::string_view::npos)
-        return bad_semantic(pragmar_err_get());
+    uint32_t range;
+    uint32_t order;
     uint32_t priority;
-    PDATA_TRY(pdb_rule_get_priority(read_digits(order.substr(0, colon)),
-                                    read_digits(order.substr(colon + 1)), &priority));
+    if (!pdb_rule_read_order(csa_str_view(text_of(rule.order)), &range, &order))
+        return bad_semantic(pragmar_err_get());
+    PDATA_TRY(pdb_rule_get_priority(range, order, &priority));
     protodesc_set_rule_order(pb, n_rule, priority);
     return PDATA_SUCCESS;
 }
