@@ -34,6 +34,13 @@ constexpr std::string_view csa_str_view(const csa_str_t &str)
     return str.str_buf == nullptr ? std::string_view() : std::string_view(str.str_buf, str.str_len);
 }
 
+/// Returns the bytes of `str` in front of its first zero byte.
+constexpr std::string_view csa_str_up_to_zero(const csa_str_t &str)
+{
+    const std::string_view text = csa_str_view(str);
+    return text.substr(0, text.find('\0'));
+}
+
 /// Tells whether two texts have the same length and the same bytes.
 constexpr bool csa_str_equal(const csa_str_t &a, const csa_str_t &b)
 {

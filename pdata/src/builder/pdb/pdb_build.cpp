@@ -140,9 +140,8 @@ struct filing_t {
 /// Oddity O133.
 uint32_t mindata_of(const sub_ruledesc_t &sub_rule, uint32_t way)
 {
-    constexpr uint32_t no_minimum = 65536;
     const uint32_t mindata = sub_ruledesc_get_mindata(sub_rule, way);
-    return mindata == no_minimum ? 0 : mindata;
+    return mindata == PATTERN_MINDATA_NONE ? 0 : mindata;
 }
 
 /// Files the values of an attribute.

@@ -7,16 +7,10 @@
 namespace
 {
 
-/// What decides the equality of two names beside their lengths.
-std::string_view up_to_zero(csa_str_t name)
-{
-    const std::string_view text = csa_str_view(name);
-    return text.substr(0, text.find('\0'));
-}
-
+/// Beside their lengths, what stands in front of a zero byte decides the equality of two names.
 bool same_name(csa_str_t a, csa_str_t b)
 {
-    return a.str_len == b.str_len && up_to_zero(a) == up_to_zero(b);
+    return a.str_len == b.str_len && csa_str_up_to_zero(a) == csa_str_up_to_zero(b);
 }
 
 /// The key of one direction of a key.
@@ -81,7 +75,8 @@ bool pdb_matcher_tab_key_cmp(const matcher_key_t &a, const matcher_key_t &b)
 size_t pdb_matcher_tab_key_hash(const matcher_key_t &key)
 {
     const std::hash<std::string_view> hash;
-    return (hash(up_to_zero(key.key_proto)) * 31 + hash(up_to_zero(key.key_attr))) * 4 +
+    return (hash(csa_str_up_to_zero(key.key_proto)) * 31 + hash(csa_str_up_to_zero(key.key_attr))) *
+               4 +
            key.key_way;
 }
 

@@ -14,12 +14,6 @@ constexpr size_t ENTRY_SIZE = 8;
 /// Tags by name; of two with one name the first counts.
 using tag_index = std::unordered_map<std::string_view, uint32_t>;
 
-std::string_view up_to_zero(csa_str_t name)
-{
-    const std::string_view text = csa_str_view(name);
-    return text.substr(0, text.find('\0'));
-}
-
 uint32_t entry_word(const uint8_t *at, uint32_t network_endian)
 {
     const uint32_t word = csa_get_be32(at);
@@ -35,14 +29,14 @@ tag_index make_tag_index(const pdb_tag_source_t &source, uint32_t network_endian
         csa_str_t name;
         // An entry whose name cannot be read equals nothing.
         if (hstring_get_str(source.hstring, entry_word(entry, network_endian), &name) == 0)
-            tags.try_emplace(up_to_zero(name), entry_word(entry + 4, network_endian));
+            tags.try_emplace(csa_str_up_to_zero(name), entry_word(entry + 4, network_endian));
     }
     return tags;
 }
 
 pdata_status_t resolve(const tag_index &tags, csa_str_t name, uint32_t *value)
 {
-    const auto found = tags.find(up_to_zero(name));
+    const auto found = tags.find(csa_str_up_to_zero(name));
     if (found == tags.end())
         return pdata_fail(PDATA_ERR_PROTODESC_TAG, "Rule tag name %.*s not found \n", name.str_len,
                           name.str_buf);

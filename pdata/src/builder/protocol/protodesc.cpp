@@ -313,8 +313,7 @@ pdata_status_t protodesc_add_rule_path_elt(protodesc_build_t *pb, uint32_t n_rul
 {
     ruledesc_build_t &slot = protodesc_slot(pb, n_rule);
     if (slot.rule_nr_path == pb->pb_bounds.pi_max_path)
-        return pdata_fail(PDATA_ERR_OVERFLOW, REFUSED_RECORD_PATH,
-                          static_cast<int>(pb->pb_bounds.pi_max_path));
+        return capacity_reached(REFUSED_RECORD_PATH, pb->pb_bounds.pi_max_path);
     slot.rule_path[slot.rule_nr_path++] = path;
     return PDATA_SUCCESS;
 }
