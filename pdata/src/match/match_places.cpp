@@ -16,6 +16,8 @@ struct placing_t {
     /// Returns the places that can be entered from `step`; sets `ends` if the end can.
     uint64_t entered(uint32_t step, bool &ends)
     {
+        if (expression.steps[step].kind == MATCH_STEP_BYTE)
+            return uint64_t{1} << place_of[step];
         uint64_t places = 0;
         seen.assign(expression.steps.size(), false);
         stack.assign(1, step);
@@ -39,24 +41,51 @@ struct placing_t {
     }
 };
 
-/// Groups the bytes by the places that take them.
-void make_classes(const match_expression_t &expression, match_places_t &places)
+/// For each byte, the places that take it.
+using takers_t = std::array<uint64_t, 256>;
+
+/// Notes a place as a taker of the bytes of its set.
+void add_taker(const match_byte_set_t &set, uint64_t place, takers_t &takers)
 {
-    std::array<uint64_t, 256> takers{};
+    for (size_t word = 0; word < set.size(); ++word)
+        for (uint64_t left = set[word]; left != 0; left &= left - 1)
+            takers[word * 64 + static_cast<size_t>(std::countr_zero(left))] |= place;
+}
+
+takers_t takers_of(const match_expression_t &expression)
+{
+    match_byte_set_t any_byte;
+    any_byte.fill(UINT64_MAX);
+    takers_t takers{};
     uint64_t place = 1;
+    uint64_t wild = 0; // places of any byte, which are noted once for all of them
     for (const match_step_t &step : expression.steps) {
         if (step.kind != MATCH_STEP_BYTE)
             continue;
-        for (size_t word = 0; word < 4; ++word)
-            for (uint64_t left = expression.sets[step.to][word]; left != 0; left &= left - 1)
-                takers[word * 64 + static_cast<size_t>(std::countr_zero(left))] |= place;
+        if (expression.sets[step.to] == any_byte)
+            wild |= place;
+        else
+            add_taker(expression.sets[step.to], place, takers);
         place <<= 1;
     }
+    for (uint64_t &taker : takers)
+        taker |= wild;
+    return takers;
+}
+
+/// Groups the bytes by the places that take them. Neighbours mostly have the same ones.
+void make_classes(const match_expression_t &expression, match_places_t &places)
+{
+    const takers_t takers = takers_of(expression);
+    auto known = places.classes.end();
     for (size_t c = 0; c < takers.size(); ++c) {
-        const auto known = std::find(places.classes.begin(), places.classes.end(), takers[c]);
+        if (c == 0 || takers[c] != takers[c - 1])
+            known = std::find(places.classes.begin(), places.classes.end(), takers[c]);
         places.class_of[c] = static_cast<uint8_t>(known - places.classes.begin());
-        if (known == places.classes.end())
+        if (known == places.classes.end()) {
             places.classes.push_back(takers[c]);
+            known = places.classes.end() - 1;
+        }
     }
 }
 
