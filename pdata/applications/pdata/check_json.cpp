@@ -86,7 +86,7 @@ check_count_t check_print_json(console_t &console, const check_shown_t &shown)
 {
     const json_run_t run = run_of(shown.result);
     const check_count_t counts = check_each(shown, [&](size_t i, finding_level_t level) {
-        console_record(console, finding_line(run, i, level));
+        console_write(console, json_line(finding_line(run, i, level)) + '\n');
     });
     json_document_t document = json_document("check");
     document["summary"] = {{"errors", counts.errors},

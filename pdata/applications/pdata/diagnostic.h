@@ -4,9 +4,9 @@
 #include "console.h"
 #include "description_text.h"
 
-/// Returns the line around a byte of a text, cut where it is long, and a caret below the byte, each
-/// with a line feed. The cost is that of what is returned.
-std::string diagnostic_excerpt(std::string_view content, size_t offset);
+/// Appends the line around a byte of a text, cut where it is long, and a caret below the byte, each
+/// with a line feed. The cost is that of what is appended.
+void diagnostic_excerpt(std::string &out, std::string_view content, size_t offset);
 
 /// Prints "file:line:column: error: text [id]", the line and a caret below the place, on standard
 /// error.

@@ -85,37 +85,52 @@ void put_code(std::string &out, uint32_t code)
     put_hex(out, static_cast<uint8_t>(code & 0xFF));
 }
 
-/// Returns how many bytes at the front are printable ASCII and no backslash.
+bool is_plain(char c)
+{
+    return c >= ' ' && c <= '~' && c != '\\';
+}
+
+/// Returns how many bytes at the front are printable ASCII and no backslash. Blocks are looked at
+/// as a whole, without a branch for each byte: nearly all text is plain.
 size_t plain_run(std::string_view text)
 {
+    constexpr size_t block = 16;
     size_t run = 0;
-    while (run < text.size() && text[run] >= ' ' && text[run] <= '~' && text[run] != '\\')
+    for (bool plain = true; plain && run + block <= text.size(); run += plain ? block : 0)
+        for (size_t i = 0; i < block; ++i)
+            plain &= is_plain(text[run + i]);
+    while (run < text.size() && is_plain(text[run]))
         ++run;
     return run;
 }
 
-/// Escapes what no terminal should see; a backslash becomes `backslash`.
-std::string escape(std::string_view text, std::string_view backslash)
+/// Appends a character, or a byte that begins none, in the form that a terminal may see.
+void put_character(std::string &out, std::string_view character, bool is_sound,
+                   std::string_view backslash)
 {
-    std::string out;
-    out.reserve(text.size());
+    if (character.front() == '\\')
+        out += backslash;
+    else if (is_sound && !is_control(code_point(character, character.size())))
+        out += character;
+    else
+        for (const char byte : character) {
+            out += "\\x";
+            put_hex(out, static_cast<uint8_t>(byte));
+        }
+}
+
+/// Appends `text` without what no terminal should see; a backslash becomes `backslash`.
+void escape(std::string &out, std::string_view text, std::string_view backslash)
+{
     for (;;) {
         const size_t run = plain_run(text);
         out += text.substr(0, run);
         text.remove_prefix(run);
         if (text.empty())
-            return out;
+            return;
         const size_t length = utf8_length(text);
         const size_t taken = length == 0 ? 1 : length;
-        if (text.front() == '\\')
-            out += backslash;
-        else if (length != 0 && !is_control(code_point(text, length)))
-            out += text.substr(0, taken);
-        else
-            for (size_t i = 0; i < taken; ++i) {
-                out += "\\x";
-                put_hex(out, byte_at(text, i));
-            }
+        put_character(out, text.substr(0, taken), length != 0, backslash);
         text.remove_prefix(taken);
     }
 }
@@ -149,14 +164,28 @@ bool utf8_valid(std::string_view text)
     return true;
 }
 
+void escape_terminal_to(std::string &out, std::string_view text)
+{
+    escape(out, text, "\\\\");
+}
+
+void escape_line_to(std::string &out, std::string_view text)
+{
+    escape(out, text, "\\");
+}
+
 std::string escape_terminal(std::string_view text)
 {
-    return escape(text, "\\\\");
+    std::string out;
+    escape_terminal_to(out, text);
+    return out;
 }
 
 std::string escape_line(std::string_view text)
 {
-    return escape(text, "\\");
+    std::string out;
+    escape_line_to(out, text);
+    return out;
 }
 
 std::string escape_json(std::string text)

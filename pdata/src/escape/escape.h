@@ -24,6 +24,10 @@ std::string escape_terminal(std::string_view text);
 /// backslashes are common and people copy what they see.
 std::string escape_line(std::string_view text);
 
+/// The same two, appended to `out`.
+void escape_terminal_to(std::string &out, std::string_view text);
+void escape_line_to(std::string &out, std::string_view text);
+
 /// Returns a JSON text that says the same, in which no terminal sees what escape_terminal spells:
 /// characters from U+007F on as \uHHHH. (Those below are never bare in a JSON string.)
 std::string escape_json(std::string text);
