@@ -5,6 +5,7 @@
 
 #include "csa_types.h"
 #include "failing_alloc.h"
+#include "prove_catalog.h"
 #include "prove_compile.h"
 #include "prove_rule.h"
 
@@ -77,7 +78,11 @@ TEST(prove_memory, that_runs_out_is_never_a_verdict)
         EXPECT_GT(runs, 20u);
     };
     ends_well([&] { return prove_value(text).outcome == PROVE_WHOLE_VALUE; });
-    ends_well([&] { return prove_rules(pdb, {&rule, 1})[0].outcome == PROVE_RULE_WINS; });
+    ends_well([&] {
+        prove_catalog_t catalog;
+        return prove_catalog_open(pdb, catalog) &&
+               prove_rules(catalog, {&rule, 1})[0].outcome == PROVE_RULE_WINS;
+    });
     ends_well([&] {
         const prove_value_t values[] = {ports, {"tcp", "port", "8-10"}};
         return prove_values(values)[1].outcome == PROVE_WHOLE_VALUE;

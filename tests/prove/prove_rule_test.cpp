@@ -31,12 +31,20 @@ struct tried_rules_t {
         rules.push_back({protocol, index, items});
     }
 
+    std::vector<prove_rule_verdict_t> verdicts() const
+    {
+        prove_catalog_t catalog;
+        if (!prove_catalog_open(pdb, catalog))
+            return std::vector<prove_rule_verdict_t>(rules.size());
+        return prove_rules(catalog, rules);
+    }
+
     /// What is said of each, as in "wins, shadowed by one/0".
     std::string told() const
     {
         static constexpr const char *NAMES[] = {"wins", "dead", "shadowed", "unknown"};
         std::string text;
-        for (const prove_rule_verdict_t &verdict : prove_rules(pdb, rules)) {
+        for (const prove_rule_verdict_t &verdict : verdicts()) {
             text += (text.empty() ? "" : ", ") + std::string(NAMES[verdict.outcome]);
             if (verdict.outcome == PROVE_RULE_SHADOWED)
                 text += " by " + verdict.winner + "/" + std::to_string(verdict.winner_index);
@@ -182,7 +190,7 @@ TEST(prove_rule, rules_that_all_samples_lead_to_end_the_work)
         one.known.bytes = "ab";
         tried.add("one", i, {one});
     }
-    const std::vector<prove_rule_verdict_t> verdicts = prove_rules(tried.pdb, tried.rules);
+    const std::vector<prove_rule_verdict_t> verdicts = tried.verdicts();
     EXPECT_EQ(verdicts.front().outcome, PROVE_RULE_WINS);
     EXPECT_EQ(verdicts[1].outcome, PROVE_RULE_WINS) << "it says the same as what goes before";
     EXPECT_EQ(verdicts.back().outcome, PROVE_RULE_UNKNOWN);

@@ -14,7 +14,23 @@ namespace
 struct gathered_t {
     std::vector<prove_value_t> values;
     std::vector<lint_look_t> places;
+    std::vector<prove_stored_t> stored;
 };
+
+/// Returns the description of all protocols without a fault.
+std::string faultless_text(const lint_model_t &model)
+{
+    std::string text = "{\"protocols\":[";
+    for (const lint_protocol_t &protocol : model.protocols) {
+        if (!protocol.faultless)
+            continue;
+        if (text.back() != '[')
+            text += ',';
+        text += model.files[protocol.place.file].text.substr(
+            protocol.place.begin, protocol.place.end - protocol.place.begin);
+    }
+    return text + "]}";
+}
 
 /// Returns the bytes that must have been seen before a value counts in a direction: only preempt
 /// rules hand theirs on to the engines.
@@ -27,7 +43,7 @@ uint32_t min_size_of(const lint_look_t &value, csa_attr_way_t way)
 }
 
 /// Gathers a value once for each minimum that its directions have.
-void gather(const lint_look_t &value, gathered_t &gathered)
+void gather(const lint_look_t &value, const prove_stored_t &stored, gathered_t &gathered)
 {
     const prove_value_t *before = nullptr;
     for (const csa_attr_way_t way : {ATTR_WAY_CTS, ATTR_WAY_STC}) {
@@ -38,11 +54,41 @@ void gather(const lint_look_t &value, gathered_t &gathered)
             continue;
         gathered.values.push_back(proved);
         gathered.places.push_back(value);
+        gathered.stored.push_back(stored);
         before = &gathered.values.back();
     }
 }
 
-gathered_t gather_all(const lint_look_t &look)
+/// Returns what data of an attribute is handed over for in the pdb of all protocols; 0 for none.
+pdata_attribute stored_attribute(const lint_look_t &attribute, lint_compiled_t &whole)
+{
+    const bool up = lint_stored_way(*attribute.attribute) == ATTR_WAY_STC;
+    return prove_catalog_attribute(whole.catalog, lint_bottom(*attribute.sub_rule),
+                                   attribute.attribute->name, up ? PDATA_STC : PDATA_CTS);
+}
+
+/// Gathers the values of a rule. The pdb of all protocols has them in the same order.
+void gather_rule(const lint_look_t &rule, lint_compiled_t &whole, gathered_t &gathered)
+{
+    std::span<const uint32_t> stored;
+    if (whole.is_open && rule.protocol->faultless)
+        stored = prove_catalog_values(whole.catalog,
+                                      {rule.protocol->name->decoded, rule.rule->number - 1});
+    size_t number = 0;
+    lint_each_attribute(rule, [&](const lint_look_t &attribute) {
+        if (attribute.attribute->matched == nullptr)
+            return;
+        prove_stored_t place;
+        place.attribute = stored.empty() ? 0 : stored_attribute(attribute, whole);
+        lint_each_value(attribute, [&](const lint_look_t &value) {
+            place.value = number < stored.size() ? stored[number] : VIEW_VALUE_NONE;
+            ++number;
+            gather(value, place, gathered);
+        });
+    });
+}
+
+gathered_t gather_all(const lint_look_t &look, lint_compiled_t &whole)
 {
     gathered_t gathered;
     for (const lint_protocol_t &protocol : look.model.protocols) {
@@ -51,14 +97,8 @@ gathered_t gather_all(const lint_look_t &look)
         lint_look_t at = look;
         at.protocol = &protocol;
         lint_each_rule(at, [&](const lint_look_t &rule) {
-            if (!rule.rule->faultless)
-                return;
-            lint_each_attribute(rule, [&](const lint_look_t &attribute) {
-                if (attribute.attribute->matched == nullptr)
-                    return;
-                lint_each_value(attribute,
-                                [&](const lint_look_t &value) { gather(value, gathered); });
-            });
+            if (rule.rule->faultless)
+                gather_rule(rule, whole, gathered);
         });
     }
     return gathered;
@@ -105,12 +145,14 @@ void report(const lint_look_t &value, const prove_value_t &proved, const prove_v
 }
 
 /// Proves all values, says what is lost of them, and keeps the first verdict on each.
-lint_proved_t prove_all(const lint_look_t &look, const lint_progress_t &progress)
+lint_proved_t prove_all(const lint_look_t &look, lint_compiled_t &whole,
+                        const lint_progress_t &progress)
 {
-    const gathered_t gathered = gather_all(look);
+    const gathered_t gathered = gather_all(look, whole);
     std::vector<prove_verdict_t> verdicts =
         prove_values(gathered.values,
-                     lint_step_progress(progress, LINT_STEP_PROVE_VALUES, gathered.values.size()));
+                     lint_step_progress(progress, LINT_STEP_PROVE_VALUES, gathered.values.size()),
+                     {whole.is_open ? &whole.catalog : nullptr, gathered.stored});
     lint_proved_t proved;
     proved.reserve(verdicts.size());
     for (size_t i = 0; i < verdicts.size(); ++i) {
@@ -129,6 +171,13 @@ prove_progress_t lint_step_progress(const lint_progress_t &progress, lint_step_t
     return [&progress, step, all](size_t done) { progress(step, done, all); };
 }
 
+void lint_compile_whole(const lint_look_t &look, lint_compiled_t &whole)
+{
+    whole.compiled = prove_compile(faultless_text(look.model), *look.config.cfg);
+    whole.is_open = whole.compiled.status == PDATA_SUCCESS &&
+                    prove_catalog_open(whole.compiled.bytes, whole.catalog);
+}
+
 prove_value_t lint_proved_value(const lint_look_t &value, csa_attr_way_t way)
 {
     prove_value_t proved;
@@ -142,5 +191,8 @@ prove_value_t lint_proved_value(const lint_look_t &value, csa_attr_way_t way)
 
 void lint_prove(const lint_look_t &look, const lint_progress_t &progress)
 {
-    lint_prove_rules(look, prove_all(look, progress), progress);
+    lint_compiled_t whole;
+    lint_compile_whole(look, whole);
+    const lint_proved_t proved = prove_all(look, whole, progress);
+    lint_prove_rules(look, proved, whole, progress);
 }

@@ -5,7 +5,6 @@
 #include "lint_proof.h"
 #include "lint_resolve.h"
 #include "lint_words.h"
-#include "prove_compile.h"
 #include "prove_rule.h"
 #include "view_overfull.h"
 
@@ -19,21 +18,6 @@ struct gathered_rules_t {
     /// All rules, those of bases as well, by protocol and index as they are stored there.
     std::map<std::pair<std::string_view, uint32_t>, lint_look_t> stored;
 };
-
-/// Returns the description of all protocols without a fault.
-std::string faultless_text(const lint_model_t &model)
-{
-    std::string text = "{\"protocols\":[";
-    for (const lint_protocol_t &protocol : model.protocols) {
-        if (!protocol.faultless)
-            continue;
-        if (text.back() != '[')
-            text += ',';
-        text += model.files[protocol.place.file].text.substr(
-            protocol.place.begin, protocol.place.end - protocol.place.begin);
-    }
-    return text + "]}";
-}
 
 prove_item_t item_of(const lint_look_t &value, const lint_proved_t &proved)
 {
@@ -235,18 +219,19 @@ void report_refused(const gathered_rules_t &gathered, const prove_compiled_t &co
 
 } // namespace
 
-void lint_prove_rules(const lint_look_t &look, const lint_proved_t &proved,
+void lint_prove_rules(const lint_look_t &look, const lint_proved_t &proved, lint_compiled_t &whole,
                       const lint_progress_t &progress)
 {
     const gathered_rules_t gathered = gather_rules(look, proved);
     if (gathered.rules.empty())
         return;
-    const prove_compiled_t compiled = prove_compile(faultless_text(look.model), *look.config.cfg);
-    if (compiled.status != PDATA_SUCCESS)
-        report_refused(gathered, compiled);
-    report_overfull(gathered, compiled.bytes);
-    report_rules(
-        gathered, proved,
-        prove_rules(compiled.bytes, gathered.rules,
-                    lint_step_progress(progress, LINT_STEP_PROVE_RULES, gathered.rules.size())));
+    if (whole.compiled.status != PDATA_SUCCESS)
+        report_refused(gathered, whole.compiled);
+    report_overfull(gathered, whole.compiled.bytes);
+    std::vector<prove_rule_verdict_t> verdicts(gathered.rules.size());
+    if (whole.is_open)
+        verdicts =
+            prove_rules(whole.catalog, gathered.rules,
+                        lint_step_progress(progress, LINT_STEP_PROVE_RULES, gathered.rules.size()));
+    report_rules(gathered, proved, verdicts);
 }

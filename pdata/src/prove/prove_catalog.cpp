@@ -93,6 +93,15 @@ bool prove_catalog_open(std::span<const uint8_t> pdb, prove_catalog_t &catalog)
     return true;
 }
 
+std::span<const uint32_t> prove_catalog_values(const prove_catalog_t &catalog,
+                                               const prove_rule_name_t &rule)
+{
+    const auto known = catalog.rules.find(rule);
+    if (known == catalog.rules.end() || known->second == 0)
+        return {};
+    return catalog.values_of[known->second];
+}
+
 uint64_t prove_catalog_cost(const prove_catalog_t &catalog, pdata_attribute attribute)
 {
     pdata_attribute_info info{};

@@ -40,6 +40,11 @@ struct prove_catalog_t {
 /// std::bad_alloc passes.
 [[nodiscard]] bool prove_catalog_open(std::span<const uint8_t> pdb, prove_catalog_t &catalog);
 
+/// Returns the values of a rule, as they are stored; none of one that is not known, or of two
+/// protocols of one name.
+std::span<const uint32_t> prove_catalog_values(const prove_catalog_t &catalog,
+                                               const prove_rule_name_t &rule);
+
 /// Returns how many values data of an attribute is tried on whatever it is.
 uint64_t prove_catalog_cost(const prove_catalog_t &catalog, pdata_attribute attribute);
 

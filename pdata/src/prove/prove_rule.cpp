@@ -3,8 +3,7 @@
 #include <algorithm>
 
 #include "csa_types.h"
-#include "prove_catalog.h"
-#include "prove_decide.h"
+#include "prove_trial.h"
 
 namespace
 {
@@ -19,10 +18,9 @@ struct tried_item_t {
 
 /// One run.
 struct trying_t {
-    prove_catalog_t catalog = {};
-    uint64_t left = 0; ///< work
-    std::vector<pdata_rule> rules = {};
-    std::vector<pdata_item> items = {};
+    prove_catalog_t &catalog;
+    prove_trial_t trial;
+    std::vector<pdata_rule> rules; ///< room for an answer
 };
 
 /// A rule at work.
@@ -40,19 +38,9 @@ pdata_direction direction_of(const prove_item_t &item, size_t set)
     return item.way == ATTR_WAY_STC ? PDATA_STC : PDATA_CTS;
 }
 
-/// Takes work off what is left.
-void pay(trying_t &trying, uint64_t used)
-{
-    trying.left -= std::min(used, trying.left);
-}
-
 void feed(trying_t &trying, const tried_item_t &tried, const prove_datum_t &datum, size_t set)
 {
-    const pdata_attribute attribute = tried.attributes[set % 2];
-    pay(trying, 1 + datum.bytes.size() / PROVE_BYTES_PER_WORK +
-                    prove_catalog_cost(trying.catalog, attribute));
-    prove_feed(trying.catalog.db.get(), trying.catalog.flow.get(), attribute, datum.bytes,
-               datum.number);
+    prove_trial_feed(trying.trial, tried.attributes[set % 2], datum.bytes, datum.number);
 }
 
 /// Says which protocols the flow has: those that the rule asks for, and no others.
@@ -60,20 +48,6 @@ void feed_protocols(trying_t &trying, const tried_rule_t &rule)
 {
     for (uint32_t i = 0; i < rule.info.nr_bottom; ++i)
         (void)pdata_flow_add_protocol(trying.catalog.flow.get(), rule.info.real_bottom[i]);
-}
-
-/// Tells whether data leads to an item.
-bool is_found(trying_t &trying, const tried_item_t &tried, const prove_datum_t &datum, size_t set)
-{
-    pdata_flow *flow = trying.catalog.flow.get();
-    feed(trying, tried, datum, set);
-    const size_t nr = pdata_flow_items(flow, trying.items.data(), trying.items.size());
-    pay(trying, nr);
-    const bool found =
-        std::any_of(trying.items.begin(), trying.items.begin() + static_cast<ptrdiff_t>(nr),
-                    [&](pdata_item item) { return trying.catalog.value_of[item] == tried.value; });
-    pdata_flow_reset(flow);
-    return found;
 }
 
 /// Returns samples of a value. Where all are shorter than what counts, they are made longer, which
@@ -98,7 +72,9 @@ void find_data(trying_t &trying, tried_item_t &tried)
     std::vector<prove_datum_t> data = long_data(tried.item->value);
     data.insert(data.begin(), tried.item->known);
     for (size_t i = 0; i < data.size() && tried.found.size() < PROVE_RULE_SETS; ++i)
-        if (trying.left != 0 && is_found(trying, tried, data[i], i))
+        if (trying.trial.left != 0 &&
+            prove_trial_finds(trying.trial, {tried.value, tried.attributes[i % 2]}, data[i].bytes,
+                              data[i].number))
             tried.found.push_back(data[i]);
 }
 
@@ -116,13 +92,11 @@ tried_item_t tried_of(trying_t &trying, const prove_item_t &item, uint32_t value
 /// Finds the rule in the pdb, value by value. False where it is another one, or none.
 bool find_rule(trying_t &trying, const prove_rule_t &rule, tried_rule_t &tried)
 {
-    const auto known = trying.catalog.rules.find({rule.protocol, rule.index});
-    if (known == trying.catalog.rules.end() || known->second == 0)
+    const std::span<const uint32_t> values =
+        prove_catalog_values(trying.catalog, {rule.protocol, rule.index});
+    if (values.empty() || values.size() != rule.items.size())
         return false;
-    tried.number = known->second;
-    const std::vector<uint32_t> &values = trying.catalog.values_of[tried.number];
-    if (values.size() != rule.items.size())
-        return false;
+    tried.number = trying.catalog.rule_of[values.front()];
     (void)pdata_db_rule(trying.catalog.db.get(), tried.number, &tried.info);
     for (size_t i = 0; i < values.size(); ++i) {
         if (trying.catalog.values[values[i]].text != rule.items[i].value.text)
@@ -171,7 +145,7 @@ bool find_better(trying_t &trying, const tried_rule_t &rule, size_t set,
     const size_t nr =
         pdata_flow_rules(trying.catalog.flow.get(), trying.rules.data(), trying.rules.size());
     pdata_flow_reset(trying.catalog.flow.get());
-    pay(trying, nr);
+    prove_trial_pay(trying.trial, nr);
     const auto end = trying.rules.begin() + static_cast<ptrdiff_t>(nr);
     const auto mine = std::find(trying.rules.begin(), end, rule.number);
     better.assign(trying.rules.begin(), mine);
@@ -269,23 +243,18 @@ prove_rule_verdict_t prove_rule(trying_t &trying, const prove_rule_t &rule)
 
 } // namespace
 
-std::vector<prove_rule_verdict_t> prove_rules(std::span<const uint8_t> pdb,
+std::vector<prove_rule_verdict_t> prove_rules(prove_catalog_t &catalog,
                                               std::span<const prove_rule_t> rules,
                                               const prove_progress_t &progress)
 {
     std::vector<prove_rule_verdict_t> verdicts(rules.size());
-    trying_t trying;
-    if (!prove_catalog_open(pdb, trying.catalog))
-        return verdicts;
-    pdata_db_info info;
-    pdata_db_describe(trying.catalog.db.get(), &info);
-    trying.rules.resize(info.nr_rule);
-    trying.items.resize(info.nr_item);
-    trying.left = PROVE_RULE_WORK * (rules.size() + 1);
+    trying_t trying{catalog, prove_trial_begin(catalog, PROVE_RULE_WORK * (rules.size() + 1)),
+                    std::vector<pdata_rule>(catalog.name_of.size())};
     for (size_t i = 0; i < rules.size(); ++i) {
-        const prove_rule_verdict_t verdict =
-            trying.left == 0 ? prove_rule_verdict_t{} : prove_rule(trying, rules[i]);
-        verdicts[i] = trying.left == 0 ? prove_rule_verdict_t{} : verdict;
+        if (trying.trial.left != 0)
+            verdicts[i] = prove_rule(trying, rules[i]);
+        if (trying.trial.left == 0)
+            verdicts[i] = {};
         if (progress)
             progress(i + 1);
     }

@@ -50,13 +50,11 @@ struct prove_rule_verdict_t {
 /// Sets of samples that a rule is tried with at most.
 constexpr size_t PROVE_RULE_SETS = 6;
 
-/// Work on each rule: rules and items that samples lead to, values that are tried on all data, and
-/// bytes, of which PROVE_BYTES_PER_WORK count one. A pdb in which every sample leads to most rules
-/// uses it up, and the rules behind stay unknown.
+/// Work on each rule: that of its trials (prove_trial.h), and the rules that samples lead to. A pdb
+/// in which every sample leads to most rules uses it up, and the rules behind stay unknown.
 constexpr uint64_t PROVE_RULE_WORK = 1024;
-constexpr uint64_t PROVE_BYTES_PER_WORK = 16;
 
-/// Proves rules of a loadable pdb. The verdicts are in their order. std::bad_alloc passes.
-std::vector<prove_rule_verdict_t> prove_rules(std::span<const uint8_t> pdb,
+/// Proves rules of an open pdb. The verdicts are in their order. std::bad_alloc passes.
+std::vector<prove_rule_verdict_t> prove_rules(prove_catalog_t &catalog,
                                               std::span<const prove_rule_t> rules,
                                               const prove_progress_t &progress = {});

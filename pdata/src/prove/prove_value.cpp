@@ -2,16 +2,22 @@
 
 #include <algorithm>
 #include <map>
+#include <optional>
 #include <tuple>
 
 #include "prove_batch.h"
 #include "prove_decide.h"
+#include "prove_trial.h"
 
 namespace
 {
 
 /// How much a value that is tried on all data counts in a batch.
 constexpr size_t HEAVY = 16;
+
+/// Work in the pdb of all values that each of them brings with it. Where every sample leads to most
+/// values it ends soon, and batches, which are small, do the rest.
+constexpr uint64_t TRIAL_WORK = 256;
 
 /// A value on its way into order. What tells most values apart stands here, so that texts, which
 /// lie all over the memory, are seldom looked at.
@@ -33,6 +39,8 @@ struct proving_t {
     std::vector<prove_verdict_t> verdicts = {};
     std::vector<prove_case_t> cases = {}; ///< of a batch
     std::vector<uint32_t> places = {};    ///< by case: its value
+    std::span<const prove_stored_t> stored = {};
+    std::optional<prove_trial_t> trial = {};
 };
 
 /// Tells whether a value comes before another one: those of an attribute together, and alike ones.
@@ -102,13 +110,22 @@ void try_cases(std::span<prove_case_t *const> cases)
     try_cases(cases.subspan(cases.size() / 2));
 }
 
+/// Tells whether a case of the batch needs no compilation.
+bool is_settled(proving_t &proving, size_t index)
+{
+    prove_case_t &at = proving.cases[index];
+    return at.is_refused || at.is_plain ||
+           (proving.trial &&
+            prove_trial_finds_all(*proving.trial, proving.stored[proving.places[index]], at));
+}
+
 /// Closes the batch in the making.
 void finish_batch(proving_t &proving)
 {
     std::vector<prove_case_t *> open;
-    for (prove_case_t &at : proving.cases)
-        if (!at.is_refused && !at.is_plain)
-            open.push_back(&at);
+    for (size_t i = 0; i < proving.cases.size(); ++i)
+        if (!is_settled(proving, i))
+            open.push_back(&proving.cases[i]);
     try_cases(open);
     for (size_t i = 0; i < proving.cases.size(); ++i)
         proving.verdicts[proving.places[i]] = prove_case_close(proving.cases[i]);
@@ -135,10 +152,14 @@ value_order_t order_of(const proving_t &proving)
 } // namespace
 
 std::vector<prove_verdict_t> prove_values(std::span<const prove_value_t> values,
-                                          const prove_progress_t &progress)
+                                          const prove_progress_t &progress,
+                                          const prove_whole_t &whole)
 {
     proving_t proving{values};
     proving.verdicts.resize(values.size());
+    proving.stored = whole.stored;
+    if (whole.catalog != nullptr)
+        proving.trial.emplace(prove_trial_begin(*whole.catalog, TRIAL_WORK * (values.size() + 1)));
     const value_order_t order = order_of(proving);
     size_t weight = 0;
     for (size_t i = 0; i < order.size(); ++i) {

@@ -6,8 +6,9 @@
 /// middle of every range, and of every part of it that others cut out; one number alone is not
 /// tried, as nothing of it can be lost.
 ///
-/// Values are compiled in batches, those of an attribute together, by the compiler's own flow in
-/// this process. Time and memory are linear in the bytes of the values, whatever they say.
+/// Where the values stand in a pdb, they are tried there first. The others, and those of which it
+/// misses something, are compiled in batches, those of an attribute together, by the compiler's own
+/// flow in this process. Time and memory are linear in the bytes of the values, whatever they say.
 #pragma once
 
 #include <cstdint>
@@ -64,10 +65,25 @@ struct prove_verdict_t {
 /// Told of how many values, or rules, are proved so far. May be empty.
 using prove_progress_t = std::function<void(size_t done)>;
 
+struct prove_catalog_t;
+
+/// Where a value stands in a catalog.
+struct prove_stored_t {
+    uint32_t value = UINT32_MAX; ///< its index there, or VIEW_VALUE_NONE
+    uint32_t attribute = 0;      ///< of libpdata: that its data is handed over for; 0 for none
+};
+
+/// A pdb that holds values that are to be proved.
+struct prove_whole_t {
+    prove_catalog_t *catalog = nullptr;       ///< null: there is none
+    std::span<const prove_stored_t> stored{}; ///< by value, where there is a catalog
+};
+
 /// Proves values. The verdicts are in their order. Leaves the status slot of the compiler as it
 /// finds it. std::bad_alloc passes.
 std::vector<prove_verdict_t> prove_values(std::span<const prove_value_t> values,
-                                          const prove_progress_t &progress = {});
+                                          const prove_progress_t &progress = {},
+                                          const prove_whole_t &whole = {});
 
 /// Proves one value.
 prove_verdict_t prove_value(const prove_value_t &value);
