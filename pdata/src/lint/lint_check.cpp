@@ -21,7 +21,7 @@ namespace
 struct lint_run_t {
     lint_config_t &config;
     lint_result_t &result;
-    lint_matchers_t matchers;
+    lint_matchers_t matchers = {};
 };
 
 /// Tells whether any of the findings from `first` on is an error.
@@ -157,17 +157,10 @@ void sort_findings(std::vector<finding_t> &findings)
     findings = std::move(sorted);
 }
 
-} // namespace
-
-lint_result_t lint_check(std::vector<lint_file_t> files, lint_config_t &config,
-                         const lint_progress_t &progress)
+/// Reads the files and judges their protocols.
+void take_files(lint_config_t &config, lint_result_t &result, const lint_progress_t &progress)
 {
-    const pdata_memory_watch_t memory;
-    lint_result_t result;
-    result.model.files = std::move(files);
-    result.model.aliases = config.aliases;
-    result.mended.resize(result.model.files.size());
-    lint_run_t run = {config, result, {}};
+    lint_run_t run = {config, result};
     size_t all = 0;
     size_t done = 0;
     for (const lint_file_t &file : result.model.files)
@@ -182,6 +175,19 @@ lint_result_t lint_check(std::vector<lint_file_t> files, lint_config_t &config,
         lint_read_text(text, i, result.mended[i], take, result.findings);
         done += text.size();
     }
+}
+
+} // namespace
+
+lint_result_t lint_check(std::vector<lint_file_t> files, lint_config_t &config,
+                         const lint_progress_t &progress)
+{
+    const pdata_memory_watch_t memory;
+    lint_result_t result;
+    result.model.files = std::move(files);
+    result.model.aliases = config.aliases;
+    result.mended.resize(result.model.files.size());
+    take_files(config, result, progress);
     lint_look_whole(result.model, config, result.findings);
     lint_prove({result.model, config, result.findings}, progress);
     leave_bases_out(result.model, result.findings);

@@ -14,8 +14,9 @@
 namespace
 {
 
-/// A matcher begins anew when it has read so many bytes or has so many entries.
-constexpr uint64_t FRESH_BYTES = 1 << 20;
+/// A matcher begins anew when it has read so many bytes or has so many entries. Small ones stay in
+/// the nearest caches.
+constexpr uint64_t FRESH_BYTES = 1 << 16;
 constexpr size_t FRESH_ENTRIES = MATCHER_PRIVATE_MAX / 4;
 
 bool is_text(const pdb_attr_properties_t &properties)
