@@ -180,6 +180,14 @@ exit_status_t report(check_run_t &run, const lint_result_t &result)
     return failed ? EXIT_STATUS_FINDINGS : EXIT_STATUS_FINE;
 }
 
+/// What a check found lives until the program ends: to take a large model apart would cost time,
+/// and give back nothing that the end does not.
+lint_result_t &lasting_result()
+{
+    static lint_result_t &result = *std::make_unique<lint_result_t>().release();
+    return result;
+}
+
 exit_status_t check_run(const check_options_t &options, console_t &console)
 {
     if (!options.explain.empty())
@@ -191,7 +199,8 @@ exit_status_t check_run(const check_options_t &options, console_t &console)
     if (!open_cfg(console, options.cfg, run.cfg) || !open_descriptions(run) || !open_base(run) ||
         !open_lint_config(console, run.cfg, config))
         return EXIT_STATUS_FILE;
-    lint_result_t result = check_input(run, config);
+    lint_result_t &result = lasting_result();
+    result = check_input(run, config);
     if (options.fix && !fix_files(run, config, result))
         return EXIT_STATUS_FILE;
     return report(run, result);
