@@ -70,19 +70,20 @@ pdata_attribute stored_attribute(const lint_look_t &attribute, lint_compiled_t &
 /// Gathers the values of a rule. The pdb of all protocols has them in the same order.
 void gather_rule(const lint_look_t &rule, lint_compiled_t &whole, gathered_t &gathered)
 {
-    std::span<const uint32_t> stored;
+    uint32_t number = 0;
     if (whole.is_open && rule.protocol->faultless)
-        stored = prove_catalog_values(whole.catalog,
-                                      {rule.protocol->name->decoded, rule.rule->number - 1});
-    size_t number = 0;
+        number = prove_catalog_rule(whole.catalog,
+                                    {rule.protocol->name->decoded, rule.rule->number - 1});
+    const uint32_t nr = number == 0 ? 0 : whole.catalog.rules[number].nr;
+    uint32_t index = 0;
     lint_each_attribute(rule, [&](const lint_look_t &attribute) {
         if (attribute.attribute->matched == nullptr)
             return;
         prove_stored_t place;
-        place.attribute = stored.empty() ? 0 : stored_attribute(attribute, whole);
+        place.attribute = nr == 0 ? 0 : stored_attribute(attribute, whole);
         lint_each_value(attribute, [&](const lint_look_t &value) {
-            place.value = number < stored.size() ? stored[number] : VIEW_VALUE_NONE;
-            ++number;
+            place.value = index < nr ? whole.catalog.rules[number].first + index : VIEW_VALUE_NONE;
+            ++index;
             gather(value, place, gathered);
         });
     });

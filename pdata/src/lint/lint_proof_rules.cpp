@@ -1,5 +1,5 @@
-#include <map>
 #include <set>
+#include <unordered_map>
 #include <unordered_set>
 
 #include "lint_proof.h"
@@ -15,8 +15,8 @@ namespace
 struct gathered_rules_t {
     std::vector<prove_rule_t> rules;
     std::vector<lint_look_t> places;
-    /// All rules, those of bases as well, by protocol and index as they are stored there.
-    std::map<std::pair<std::string_view, uint32_t>, lint_look_t> stored;
+    std::vector<lint_look_t> stored; ///< all rules, those of bases as well, as they are stored
+    std::unordered_map<std::string_view, size_t> first_stored; ///< by protocol: its first rule
 };
 
 prove_item_t item_of(const lint_look_t &value, const lint_proved_t &proved)
@@ -49,7 +49,7 @@ prove_rule_t rule_of(const lint_look_t &rule, const lint_proved_t &proved)
 void add_rule(gathered_rules_t &gathered, const lint_look_t &rule, const lint_proved_t &proved,
               uint32_t index)
 {
-    gathered.stored.insert({{rule.protocol->name->decoded, index}, rule});
+    gathered.stored.push_back(rule);
     if (rule.model.files[rule.protocol->place.file].base)
         return;
     gathered.rules.push_back(rule_of(rule, proved));
@@ -61,6 +61,7 @@ void add_rule(gathered_rules_t &gathered, const lint_look_t &rule, const lint_pr
 void gather_protocol(gathered_rules_t &gathered, const lint_look_t &protocol,
                      const lint_proved_t &proved)
 {
+    gathered.first_stored.emplace(protocol.protocol->name->decoded, gathered.stored.size());
     uint32_t index = 0;
     lint_each_rule(protocol,
                    [&](const lint_look_t &rule) { add_rule(gathered, rule, proved, index++); });
@@ -129,10 +130,13 @@ void report_shadowed(const lint_look_t &rule, const lint_look_t &winner)
 /// Returns the rule that goes before another one, or null.
 const lint_look_t *winner_of(const gathered_rules_t &gathered, const prove_rule_verdict_t &verdict)
 {
-    const auto winner = gathered.stored.find({verdict.winner, verdict.winner_index});
-    return verdict.outcome != PROVE_RULE_SHADOWED || winner == gathered.stored.end()
-               ? nullptr
-               : &winner->second;
+    const auto first = gathered.first_stored.find(verdict.winner);
+    if (verdict.outcome != PROVE_RULE_SHADOWED || first == gathered.first_stored.end())
+        return nullptr;
+    const size_t at = first->second + verdict.winner_index;
+    const bool is_its = at < gathered.stored.size() &&
+                        gathered.stored[at].protocol->name->decoded == verdict.winner;
+    return is_its ? &gathered.stored[at] : nullptr;
 }
 
 /// Returns where the rules stand that repeat another one: that they lose to it needs no word.

@@ -56,30 +56,55 @@ bool read_values(std::span<const uint8_t> pdb, prove_catalog_t &catalog)
     return known;
 }
 
-/// Names every rule by the values that its items stand for.
-void name_rules(prove_catalog_t &catalog)
+/// Notes the rule of every value.
+void find_rules(prove_catalog_t &catalog)
 {
-    pdata_db_info info;
-    pdata_db_describe(catalog.db.get(), &info);
     catalog.rule_of.assign(catalog.values.size(), 0);
-    catalog.values_of.resize(size_t{info.nr_rule} + 1);
-    catalog.name_of.resize(catalog.values_of.size());
     for (pdata_item item = 1; item < catalog.value_of.size(); ++item) {
         pdata_item_info row{};
         expect(pdata_db_item(catalog.db.get(), item, &row));
         catalog.rule_of[catalog.value_of[item]] = row.rule;
     }
+}
+
+/// Begins the protocol that a value is the first one of.
+prove_protocol_t &begin_protocol(prove_catalog_t &catalog, const view_stored_value_t &value)
+{
+    const auto [at, is_new] =
+        catalog.protocols.try_emplace(value.protocol, prove_protocol_t{catalog.rows.size()});
+    at->second.is_one = is_new;
+    return at->second;
+}
+
+/// Files a value under its rule, and the rule under its name.
+void file_value(prove_catalog_t &catalog, uint32_t index, prove_protocol_t &protocol)
+{
+    const view_stored_value_t &value = catalog.values[index];
+    const uint32_t number = catalog.rule_of[index];
+    if (number == 0)
+        return;
+    prove_rule_values_t &rule = catalog.rules[number];
+    if (rule.nr++ == 0)
+        rule = {{value.protocol, value.rule}, index, 1};
+    const size_t row = protocol.first + value.rule;
+    catalog.rows.resize(std::max(catalog.rows.size(), row + 1));
+    // Two protocols of one name may stand side by side with rules of one index.
+    protocol.is_one = protocol.is_one && (catalog.rows[row] == 0 || catalog.rows[row] == number);
+    catalog.rows[row] = number;
+}
+
+/// Names every rule by the values that its items stand for.
+void name_rules(prove_catalog_t &catalog)
+{
+    pdata_db_info info;
+    pdata_db_describe(catalog.db.get(), &info);
+    catalog.rules.resize(size_t{info.nr_rule} + 1);
+    prove_protocol_t *protocol = nullptr;
     for (uint32_t i = 0; i < catalog.values.size(); ++i) {
         const view_stored_value_t &value = catalog.values[i];
-        const uint32_t rule = catalog.rule_of[i];
-        if (rule == 0)
-            continue;
-        catalog.values_of[rule].push_back(i);
-        catalog.name_of[rule] = {value.protocol, value.rule};
-        uint32_t &known =
-            catalog.rules.try_emplace({value.protocol, value.rule}, rule).first->second;
-        if (known != rule)
-            known = 0; // two protocols of one name
+        if (i == 0 || value.protocol != catalog.values[i - 1].protocol)
+            protocol = &begin_protocol(catalog, value);
+        file_value(catalog, i, *protocol);
     }
 }
 
@@ -89,17 +114,18 @@ bool prove_catalog_open(std::span<const uint8_t> pdb, prove_catalog_t &catalog)
 {
     if (!open(pdb, catalog) || !read_values(pdb, catalog))
         return false;
+    find_rules(catalog);
     name_rules(catalog);
     return true;
 }
 
-std::span<const uint32_t> prove_catalog_values(const prove_catalog_t &catalog,
-                                               const prove_rule_name_t &rule)
+uint32_t prove_catalog_rule(const prove_catalog_t &catalog, const prove_rule_name_t &name)
 {
-    const auto known = catalog.rules.find(rule);
-    if (known == catalog.rules.end() || known->second == 0)
-        return {};
-    return catalog.values_of[known->second];
+    const auto protocol = catalog.protocols.find(name.first);
+    if (protocol == catalog.protocols.end() || !protocol->second.is_one)
+        return 0;
+    const size_t row = protocol->second.first + name.second;
+    return row < catalog.rows.size() ? catalog.rows[row] : 0;
 }
 
 uint64_t prove_catalog_cost(const prove_catalog_t &catalog, pdata_attribute attribute)

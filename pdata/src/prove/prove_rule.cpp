@@ -92,16 +92,15 @@ tried_item_t tried_of(trying_t &trying, const prove_item_t &item, uint32_t value
 /// Finds the rule in the pdb, value by value. False where it is another one, or none.
 bool find_rule(trying_t &trying, const prove_rule_t &rule, tried_rule_t &tried)
 {
-    const std::span<const uint32_t> values =
-        prove_catalog_values(trying.catalog, {rule.protocol, rule.index});
-    if (values.empty() || values.size() != rule.items.size())
+    tried.number = prove_catalog_rule(trying.catalog, {rule.protocol, rule.index});
+    const prove_rule_values_t &stored = trying.catalog.rules[tried.number];
+    if (tried.number == 0 || stored.nr != rule.items.size())
         return false;
-    tried.number = trying.catalog.rule_of[values.front()];
     (void)pdata_db_rule(trying.catalog.db.get(), tried.number, &tried.info);
-    for (size_t i = 0; i < values.size(); ++i) {
-        if (trying.catalog.values[values[i]].text != rule.items[i].value.text)
+    for (uint32_t i = 0; i < stored.nr; ++i) {
+        if (trying.catalog.values[stored.first + i].text != rule.items[i].value.text)
             return false;
-        tried.items.push_back(tried_of(trying, rule.items[i], values[i]));
+        tried.items.push_back(tried_of(trying, rule.items[i], stored.first + i));
     }
     return true;
 }
@@ -192,7 +191,7 @@ bool find_winner(trying_t &trying, const tried_rule_t &rule, pdata_rule &found)
 /// Names the rule that wins.
 void name_winner(const trying_t &trying, pdata_rule winner, prove_rule_verdict_t &verdict)
 {
-    const auto [protocol, index] = trying.catalog.name_of[winner];
+    const auto [protocol, index] = trying.catalog.rules[winner].name;
     verdict.outcome = PROVE_RULE_SHADOWED;
     verdict.winner = protocol;
     verdict.winner_index = index;
@@ -249,7 +248,7 @@ std::vector<prove_rule_verdict_t> prove_rules(prove_catalog_t &catalog,
 {
     std::vector<prove_rule_verdict_t> verdicts(rules.size());
     trying_t trying{catalog, prove_trial_begin(catalog, PROVE_RULE_WORK * (rules.size() + 1)),
-                    std::vector<pdata_rule>(catalog.name_of.size())};
+                    std::vector<pdata_rule>(catalog.rules.size())};
     for (size_t i = 0; i < rules.size(); ++i) {
         if (trying.trial.left != 0)
             verdicts[i] = prove_rule(trying, rules[i]);

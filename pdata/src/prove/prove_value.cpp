@@ -19,19 +19,25 @@ constexpr size_t HEAVY = 16;
 /// values it ends soon, and batches, which are small, do the rest.
 constexpr uint64_t TRIAL_WORK = 256;
 
-/// A value on its way into order. What tells most values apart stands here, so that texts, which
-/// lie all over the memory, are seldom looked at.
-struct placed_t {
-    uint32_t attribute; ///< a number for its attribute
-    uint32_t size;      ///< bytes of its text
-    uint64_t begin;     ///< the first eight of them, the first the highest; zeros behind the end
-    uint32_t index;     ///< of the value
+/// A value and its attribute, as a number that orders values by attribute, and those of each as
+/// they were given, which is how they lie in the memory.
+using placed_t = uint64_t;
 
-    auto key() const { return std::tuple(attribute, size, begin); }
+uint32_t attribute_of(placed_t placed)
+{
+    return static_cast<uint32_t>(placed >> 32);
+}
+
+uint32_t index_of(placed_t placed)
+{
+    return static_cast<uint32_t>(placed);
+}
+
+/// What alike values have the same.
+struct digest_t {
+    placed_t placed;
+    uint64_t hash;
 };
-
-/// Values, alike ones side by side and those of an attribute together.
-using value_order_t = std::vector<placed_t>;
 
 /// One run.
 struct proving_t {
@@ -43,33 +49,10 @@ struct proving_t {
     std::optional<prove_trial_t> trial = {};
 };
 
-/// Tells whether a value comes before another one: those of an attribute together, and alike ones.
-bool comes_before(const proving_t &proving, const placed_t &a, const placed_t &b)
+/// Tells whether two values of an attribute are the same.
+bool are_alike(const prove_value_t &one, const prove_value_t &other)
 {
-    if (a.key() != b.key())
-        return a.key() < b.key();
-    const prove_value_t &one = proving.values[a.index];
-    const prove_value_t &other = proving.values[b.index];
-    return std::tie(one.text, one.offset, one.min_size) <
-           std::tie(other.text, other.offset, other.min_size);
-}
-
-bool are_alike(const proving_t &proving, const placed_t &a, const placed_t &b)
-{
-    if (a.key() != b.key())
-        return false;
-    const prove_value_t &one = proving.values[a.index];
-    const prove_value_t &other = proving.values[b.index];
     return one.text == other.text && one.offset == other.offset && one.min_size == other.min_size;
-}
-
-/// Returns the first bytes of a text as a number that orders as they do.
-uint64_t begin_of(std::string_view text)
-{
-    uint64_t begin = 0;
-    for (size_t i = 0; i < sizeof begin; ++i)
-        begin = begin << 8 | (i < text.size() ? static_cast<uint8_t>(text[i]) : 0U);
-    return begin;
 }
 
 /// Tries a case of an open batch.
@@ -133,20 +116,48 @@ void finish_batch(proving_t &proving)
     proving.places.clear();
 }
 
-value_order_t order_of(const proving_t &proving)
+/// Returns the values by attribute.
+std::vector<placed_t> order_of(std::span<const prove_value_t> values)
 {
     std::map<std::pair<std::string_view, std::string_view>, uint32_t> numbers; // of attributes
-    value_order_t order;
-    order.reserve(proving.values.size());
-    for (const prove_value_t &value : proving.values) {
+    std::vector<placed_t> order;
+    order.reserve(values.size());
+    for (const prove_value_t &value : values) {
         const auto next = static_cast<uint32_t>(numbers.size());
         const auto at = numbers.emplace(std::pair(value.protocol, value.attribute), next).first;
-        order.push_back({at->second, static_cast<uint32_t>(value.text.size()), begin_of(value.text),
-                         static_cast<uint32_t>(order.size())});
+        order.push_back(placed_t{at->second} << 32 | order.size());
     }
-    std::sort(order.begin(), order.end(),
-              [&](const placed_t &a, const placed_t &b) { return comes_before(proving, a, b); });
+    std::ranges::sort(order);
     return order;
+}
+
+uint64_t hash_of(const prove_value_t &value)
+{
+    return std::hash<std::string_view>()(value.text) + value.offset +
+           (uint64_t{value.min_size} << 32);
+}
+
+/// Returns for each value the first one that is like it, mostly itself. Alike values have equal
+/// hashes; of values that differ and have equal ones, all but one may be proved once more.
+std::vector<uint32_t> first_alike(std::span<const prove_value_t> values,
+                                  std::span<const placed_t> order)
+{
+    std::vector<digest_t> digests;
+    digests.reserve(order.size());
+    for (const placed_t at : order)
+        digests.push_back({at, hash_of(values[index_of(at)])});
+    std::ranges::sort(digests, {}, [](const digest_t &digest) {
+        return std::tuple(attribute_of(digest.placed), digest.hash, digest.placed);
+    });
+    std::vector<uint32_t> first(values.size());
+    for (size_t i = 0; i < digests.size(); ++i) {
+        const uint32_t index = index_of(digests[i].placed);
+        const bool follows = i != 0 && digests[i].hash == digests[i - 1].hash &&
+                             attribute_of(digests[i].placed) == attribute_of(digests[i - 1].placed);
+        const uint32_t before = follows ? first[index_of(digests[i - 1].placed)] : index;
+        first[index] = are_alike(values[before], values[index]) ? before : index;
+    }
+    return first;
 }
 
 } // namespace
@@ -160,14 +171,15 @@ std::vector<prove_verdict_t> prove_values(std::span<const prove_value_t> values,
     proving.stored = whole.stored;
     if (whole.catalog != nullptr)
         proving.trial.emplace(prove_trial_begin(*whole.catalog, TRIAL_WORK * (values.size() + 1)));
-    const value_order_t order = order_of(proving);
+    const std::vector<placed_t> order = order_of(values);
+    const std::vector<uint32_t> first = first_alike(values, order);
     size_t weight = 0;
     for (size_t i = 0; i < order.size(); ++i) {
-        const placed_t &before = order[i == 0 ? 0 : i - 1];
-        const uint32_t index = order[i].index;
-        if (i != 0 && are_alike(proving, order[i], before))
+        const uint32_t index = index_of(order[i]);
+        if (first[index] != index)
             continue;
-        if (weight >= PROVE_BATCH_MAX || order[i].attribute != before.attribute) {
+        if (weight >= PROVE_BATCH_MAX ||
+            (i != 0 && attribute_of(order[i]) != attribute_of(order[i - 1]))) {
             finish_batch(proving);
             weight = 0;
             if (progress)
@@ -178,9 +190,9 @@ std::vector<prove_verdict_t> prove_values(std::span<const prove_value_t> values,
         weight += proving.cases.back().is_heavy ? HEAVY : 1;
     }
     finish_batch(proving);
-    for (size_t i = 1; i < order.size(); ++i)
-        if (are_alike(proving, order[i], order[i - 1]))
-            proving.verdicts[order[i].index] = proving.verdicts[order[i - 1].index];
+    for (uint32_t index = 0; index < first.size(); ++index)
+        if (first[index] != index)
+            proving.verdicts[index] = proving.verdicts[first[index]];
     return std::move(proving.verdicts);
 }
 
