@@ -85,9 +85,11 @@ void put_code(std::string &out, uint32_t code)
     put_hex(out, static_cast<uint8_t>(code & 0xFF));
 }
 
-bool is_plain(char c)
+/// Returns 1 for what is no printable ASCII, or a backslash, else 0.
+uint8_t is_special(char c)
 {
-    return c >= ' ' && c <= '~' && c != '\\';
+    const auto above = static_cast<uint8_t>(c - ' ');
+    return static_cast<uint8_t>((above > '~' - ' ') | (c == '\\'));
 }
 
 /// Returns how many bytes at the front are printable ASCII and no backslash. Blocks are looked at
@@ -96,10 +98,15 @@ size_t plain_run(std::string_view text)
 {
     constexpr size_t block = 16;
     size_t run = 0;
-    for (bool plain = true; plain && run + block <= text.size(); run += plain ? block : 0)
+    while (run + block <= text.size()) {
+        uint8_t special = 0;
         for (size_t i = 0; i < block; ++i)
-            plain &= is_plain(text[run + i]);
-    while (run < text.size() && is_plain(text[run]))
+            special |= is_special(text[run + i]);
+        if (special != 0)
+            break;
+        run += block;
+    }
+    while (run < text.size() && is_special(text[run]) == 0)
         ++run;
     return run;
 }

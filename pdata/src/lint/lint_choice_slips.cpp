@@ -105,7 +105,8 @@ void look_choices(const lint_look_t &look)
 /// Tells whether ".*" or ".+" stands at a byte.
 bool is_open(std::string_view value, size_t at)
 {
-    return value.substr(at).starts_with(".*") || value.substr(at).starts_with(".+");
+    return value[at] == '.' && at + 1 < value.size() &&
+           (value[at + 1] == '*' || value[at + 1] == '+');
 }
 
 /// Where a value has an open part outside of all groups and sets.

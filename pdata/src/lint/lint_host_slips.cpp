@@ -128,6 +128,7 @@ void look_open_host(const lint_look_t &look)
 std::string with_dots(std::string_view value)
 {
     std::string text;
+    text.reserve(value.size() + 4);
     for (size_t at = 0; at < value.size(); ++at) {
         const bool between = at != 0 && at + 1 < value.size() && char_is_label(value[at - 1]) &&
                              char_is_label(value[at + 1]);
@@ -141,16 +142,19 @@ std::string with_dots(std::string_view value)
 
 void look_dot(const lint_look_t &look)
 {
+    if (look.value->raw.find('.') == std::string_view::npos)
+        return;
     // A dot whose backslash JSON took away is another finding.
     const std::string value = lint_decoded(lint_with_backslashes(look.value->raw));
     if (value.find('[') != value.npos || value.find("://") != value.npos || value.starts_with('*'))
         return; // a dot of a set is a dot, and what is no name has other faults
-    const std::string meant = with_dots(value);
-    if (meant == value)
+    const std::string named = with_dots(value);
+    if (named == value)
         return;
+    const std::string meant = lint_json(named);
     lint_mend(lint_report(look, FINDING_UNESCAPED_DOT, "a dot of the name stands for any byte",
-                          "write " + lint_json(meant)),
-              lint_json(meant));
+                          "write " + meant),
+              meant);
 }
 
 void look_port(const lint_look_t &look)

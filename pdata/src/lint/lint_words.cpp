@@ -98,10 +98,14 @@ std::string lint_meant(std::string_view word, std::span<const std::string_view> 
 std::string lint_json(std::string_view text)
 {
     constexpr std::string_view letters = "bfnrt";
-    std::string written = "\"";
+    std::string written;
+    written.reserve(text.size() + 2);
+    written = '"';
     for (const char c : text) {
         const auto letter =
-            std::ranges::find_if(letters, [c](char l) { return char_escaped(l) == c; });
+            c < 0 || c >= ' '
+                ? letters.end() // which no letter behind a backslash stands for
+                : std::ranges::find_if(letters, [c](char l) { return char_escaped(l) == c; });
         if (letter != letters.end())
             written += {'\\', *letter};
         else if (c == '"' || c == '\\')

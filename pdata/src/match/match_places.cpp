@@ -41,52 +41,57 @@ struct placing_t {
     }
 };
 
-/// For each byte, the places that take it.
-using takers_t = std::array<uint64_t, 256>;
+/// The places that take a byte.
+struct takers_t {
+    std::array<uint64_t, 256> places{}; ///< by byte, but for those that take any
+    match_byte_set_t some{};            ///< the bytes that have any in `places`
+    uint64_t wild = 0;                  ///< those that take any byte
+};
 
-/// Notes a place as a taker of the bytes of its set.
-void add_taker(const match_byte_set_t &set, uint64_t place, takers_t &takers)
+/// Hands every member of a set to `take`.
+template <typename Take>
+void each_byte(const match_byte_set_t &set, const Take &take)
 {
     for (size_t word = 0; word < set.size(); ++word)
         for (uint64_t left = set[word]; left != 0; left &= left - 1)
-            takers[word * 64 + static_cast<size_t>(std::countr_zero(left))] |= place;
+            take(word * 64 + static_cast<size_t>(std::countr_zero(left)));
 }
 
-takers_t takers_of(const match_expression_t &expression)
+constexpr match_byte_set_t ANY_BYTE = {UINT64_MAX, UINT64_MAX, UINT64_MAX, UINT64_MAX};
+
+void add_taker(const match_byte_set_t &set, uint64_t place, takers_t &takers)
 {
-    match_byte_set_t any_byte;
-    any_byte.fill(UINT64_MAX);
-    takers_t takers{};
+    if (set == ANY_BYTE) {
+        takers.wild |= place;
+        return;
+    }
+    for (size_t word = 0; word < set.size(); ++word)
+        takers.some[word] |= set[word];
+    each_byte(set, [&](size_t c) { takers.places[c] |= place; });
+}
+
+/// Groups the bytes by the places that take them. Most are taken by those of any byte alone, and
+/// are class 0.
+void make_classes(const match_expression_t &expression, match_places_t &places)
+{
+    takers_t takers;
     uint64_t place = 1;
-    uint64_t wild = 0; // places of any byte, which are noted once for all of them
     for (const match_step_t &step : expression.steps) {
         if (step.kind != MATCH_STEP_BYTE)
             continue;
-        if (expression.sets[step.to] == any_byte)
-            wild |= place;
-        else
-            add_taker(expression.sets[step.to], place, takers);
+        add_taker(expression.sets[step.to], place, takers);
         place <<= 1;
     }
-    for (uint64_t &taker : takers)
-        taker |= wild;
-    return takers;
-}
-
-/// Groups the bytes by the places that take them. Neighbours mostly have the same ones.
-void make_classes(const match_expression_t &expression, match_places_t &places)
-{
-    const takers_t takers = takers_of(expression);
-    auto known = places.classes.end();
-    for (size_t c = 0; c < takers.size(); ++c) {
-        if (c == 0 || takers[c] != takers[c - 1])
-            known = std::find(places.classes.begin(), places.classes.end(), takers[c]);
+    places.class_of.fill(0);
+    if (takers.some != ANY_BYTE)
+        places.classes.push_back(takers.wild);
+    each_byte(takers.some, [&](size_t c) {
+        const uint64_t taken = takers.places[c] | takers.wild;
+        const auto known = std::find(places.classes.begin(), places.classes.end(), taken);
         places.class_of[c] = static_cast<uint8_t>(known - places.classes.begin());
-        if (known == places.classes.end()) {
-            places.classes.push_back(takers[c]);
-            known = places.classes.end() - 1;
-        }
-    }
+        if (known == places.classes.end())
+            places.classes.push_back(taken);
+    });
 }
 
 } // namespace

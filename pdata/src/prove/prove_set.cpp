@@ -64,7 +64,9 @@ uint32_t prove_set_size(const prove_set_t &set)
 {
     uint32_t nr = 0;
     for (const uint64_t word : set)
-        if (word != 0)
+        if ((word & (word - 1)) == 0) // none or one, as in most words
+            nr += word != 0 ? 1 : 0;
+        else
             nr += static_cast<uint32_t>(std::popcount(word));
     return nr;
 }
@@ -73,7 +75,9 @@ uint8_t prove_set_byte(const prove_set_t &set, uint32_t size, uint32_t turn)
 {
     if (size == 1)
         return first_byte(set);
-    turn %= std::max(PROVE_TURNS, std::min(size, 8U));
+    const uint32_t turns = std::max(PROVE_TURNS, std::min(size, 8U));
+    if (turn >= turns)
+        turn %= turns;
     if (turn == 0)
         return first_byte(set);
     if (turn == 1)
