@@ -2,8 +2,9 @@
 """A test of the tests: changes one line of the product at a time, and looks whether a test notices.
 
     run_mutants.py COMMIT                lines that differ from a commit
-    run_mutants.py --draw N [--seed S] [--under FOLDER]
-                                         N mutants at random, of all lines of the product
+    run_mutants.py --draw N [--seed S] [--under FOLDER] [COMMIT]
+                                         N mutants at random, of all lines of the product, or of
+                                         those that differ
     run_mutants.py --again               those that survived earlier runs, where their lines are now
 
 Works on a copy of the tree in build/mutants, which is built once. Of a mutant the changed file is
@@ -209,8 +210,8 @@ def arguments():
                         help="of tests a mutant, the likeliest to notice it; 0: all")
     parser.add_argument("--again", action="store_true", help="those that survived earlier runs")
     options = parser.parse_args()
-    if bool(options.commit) + bool(options.draw) + options.again != 1:
-        parser.error("a commit, --draw N, or --again")
+    if bool(options.commit or options.draw) == options.again:
+        parser.error("a commit, --draw N, or both, or --again")
     return options
 
 
