@@ -179,7 +179,7 @@ TEST(hand_made, aliases_and_tags_need_the_main_strings)
     EXPECT_EQ(lost(stored(join({descriptions, aliases, tags, strings}))), "");
     EXPECT_EQ(lost(stored(join({descriptions, record(9, {8, 5}), strings}))).substr(0, 6),
               "tag 0:");
-    for (const size_t word : {0, 1}) {
+    for (const size_t word : {size_t{0}, size_t{1}}) {
         word_list bad = aliases;
         bad[1 + word] = 0x00000008; // an offset behind the strings
         EXPECT_EQ(lost(stored(join({descriptions, bad, strings}))).substr(0, 8), "alias 0:");
