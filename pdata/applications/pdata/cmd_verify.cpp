@@ -36,8 +36,10 @@ void put_fault(void *context, const view_error_t &fault)
         run.faults.push_back(std::move(document));
         return;
     }
+    const colour_t colour = fault.grade == VIEW_UNSAFE ? COLOUR_ERROR : COLOUR_WARNING;
     console_print(run.console, "{}: byte {}: {}: {}: {}\n", escape_terminal(run.name), fault.offset,
-                  grade_name(fault), view_fault_name(fault.fault), escape_terminal(fault.text));
+                  colour_text(run.console.out_colour, colour, grade_name(fault)),
+                  view_fault_name(fault.fault), escape_terminal(fault.text));
 }
 
 exit_status_t verify_file(const std::string &path, console_t &console)

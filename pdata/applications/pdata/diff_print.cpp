@@ -7,6 +7,24 @@ namespace
 
 constexpr const char *kind_names[] = {"added", "removed", "changed"};
 constexpr const char *kind_marks[] = {"+", "-", "~"};
+constexpr colour_t kind_colours[] = {COLOUR_GOOD, COLOUR_ERROR, COLOUR_WARNING};
+
+/// Prints a line of a kind, behind its mark.
+void print_marked(console_t &console, const char *indent, difference_kind_t kind,
+                  std::string_view text)
+{
+    const std::string line = fmt::format("{} {}", kind_marks[kind], text);
+    console_print(console, "{}{}\n", indent,
+                  colour_text(console.out_colour, kind_colours[kind], line));
+}
+
+/// Prints texts that only one side has. They are untrusted.
+void print_texts(console_t &console, const char *indent, difference_kind_t kind, const char *what,
+                 const std::vector<std::string> &texts)
+{
+    for (const std::string &text : texts)
+        print_marked(console, indent, kind, what + escape_terminal(text));
+}
 
 void print_fields(console_t &console, const char *indent,
                   const std::vector<field_difference_t> &fields)
@@ -19,12 +37,10 @@ void print_fields(console_t &console, const char *indent,
 
 void print_rule(console_t &console, const rule_difference_t &rule)
 {
-    console_print(console, "  {} rule {}\n", kind_marks[rule.kind], rule.order);
+    print_marked(console, "  ", rule.kind, "rule " + rule.order);
     print_fields(console, "      ", rule.fields);
-    for (const std::string &value : rule.removed)
-        console_print(console, "    - {}\n", escape_terminal(value));
-    for (const std::string &value : rule.added)
-        console_print(console, "    + {}\n", escape_terminal(value));
+    print_texts(console, "    ", DIFFERENCE_REMOVED, "", rule.removed);
+    print_texts(console, "    ", DIFFERENCE_ADDED, "", rule.added);
 }
 
 void print_totals(console_t &console, const char *what, const size_t (&totals)[3])
@@ -35,17 +51,15 @@ void print_totals(console_t &console, const char *what, const size_t (&totals)[3
 
 void print_protocol(console_t &console, const protocol_difference_t &protocol)
 {
-    console_print(console, "{} protocol {} (id {})\n", kind_marks[protocol.kind],
-                  escape_terminal(protocol.name), protocol.id);
+    print_marked(console, "", protocol.kind,
+                 fmt::format("protocol {} (id {})", escape_terminal(protocol.name), protocol.id));
     print_fields(console, "    ", protocol.fields);
 }
 
 void print_aliases(console_t &console, const alias_difference_t &aliases)
 {
-    for (const std::string &alias : aliases.removed)
-        console_print(console, "- alias {}\n", escape_terminal(alias));
-    for (const std::string &alias : aliases.added)
-        console_print(console, "+ alias {}\n", escape_terminal(alias));
+    print_texts(console, "", DIFFERENCE_REMOVED, "alias ", aliases.removed);
+    print_texts(console, "", DIFFERENCE_ADDED, "alias ", aliases.added);
 }
 
 json_document_t totals_document(const size_t (&totals)[3])

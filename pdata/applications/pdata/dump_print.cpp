@@ -27,7 +27,7 @@ std::string line_hex(std::span<const uint8_t> bytes)
 }
 
 /// What stands behind the bytes of the first line.
-std::string words_of(const dump_range_t &range)
+std::string words_of(const console_t &console, const dump_range_t &range)
 {
     std::string text(size_t{range.depth} * 2, ' ');
     text += range.name;
@@ -40,7 +40,8 @@ std::string words_of(const dump_range_t &range)
             .append(escape_terminal(range.text))
             .append(range.text_cut ? "\"..." : "\"");
     if (!range.damage.empty())
-        text.append("; damaged: ").append(escape_terminal(range.damage));
+        text.append("; ").append(colour_text(console.out_colour, COLOUR_ERROR,
+                                             "damaged: " + escape_terminal(range.damage)));
     return text;
 }
 
@@ -70,7 +71,7 @@ void dump_print_text(console_t &console, const dump_range_t &range)
 {
     const size_t first = std::min(range.bytes.size(), line_bytes);
     console_print(console, "{:08x}  {}  {}\n", range.offset, line_hex(range.bytes.first(first)),
-                  words_of(range));
+                  words_of(console, range));
     print_lines(console, range);
 }
 

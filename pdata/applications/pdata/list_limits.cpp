@@ -1,6 +1,7 @@
 #include "list_limits.h"
 
 #include "escape.h"
+#include "format_limits.h"
 #include "open_file.h"
 #include "open_pdb.h"
 #include "pdb_limits.h"
@@ -8,6 +9,16 @@
 
 namespace
 {
+
+/// A share in the colour that it deserves: none where there is room.
+std::string coloured_share(const console_t &console, const view_limit_t &limit,
+                           const std::string &share)
+{
+    const bool passed = view_limit_passed(limit);
+    const bool coloured = passed || format_nearly_full(limit.used, limit.limit);
+    return colour_text(console.out_colour && coloured, passed ? COLOUR_ERROR : COLOUR_WARNING,
+                       fmt::format("{:>8}", share));
+}
 
 void print_limit(console_t &console, const view_limit_t &limit)
 {
@@ -18,8 +29,8 @@ void print_limit(console_t &console, const view_limit_t &limit)
                                             static_cast<double>(limit.limit));
         used += " of " + std::to_string(limit.limit);
     }
-    console_print(console, "{:>8}  {:<24} {}: {}\n", share, escape_terminal(limit.subject),
-                  limit.name, used);
+    console_print(console, "{}  {:<24} {}: {}\n", coloured_share(console, limit, share),
+                  escape_terminal(limit.subject), limit.name, used);
     if (view_limit_passed(limit))
         console_print(console, "          passed, lost: {}{}{}\n", limit.lost,
                       limit.first.empty() ? "" : ", first ", escape_terminal(limit.first));
