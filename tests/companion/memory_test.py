@@ -88,6 +88,7 @@ def main():
                 (1, [one, wide], "diff"), (0, [one], "decompile"), (0, [wide], "decompile"),
                 (0, [one], "verify"), (0, [one], "list"), (0, [one], "list", "--limits"),
                 (0, [one], "list", "--rules", "--values", "--"), (0, [one], "dump"),
+                (0, [one], "list", "--json", "--protocols", "--rules", "--values", "--"),
                 (0, [one], "report", "-o", page), (0, [wide], "report", "-o", page),
                 (0, [one, two], "report", "-o", page), (0, [shared], "report", "-o", page),
                 (1, [loadable], "report", "-o", page),

@@ -94,20 +94,6 @@ json_document_t rule_document(const rule_difference_t &rule)
             {"added", json_texts(rule.added)}};
 }
 
-/// Returns a document as it stands `depth` blanks further in, without its first brace and without
-/// the line of its last one.
-std::string members_of(const json_document_t &document, size_t depth)
-{
-    const std::string text = json_indented(document);
-    std::string members;
-    for (const char c : std::string_view(text).substr(1, text.size() - 3)) {
-        members += c;
-        if (c == '\n')
-            members.append(depth, ' ');
-    }
-    return members;
-}
-
 /// Ends the list of rules of the protocol that was begun, if there is one.
 void end_protocol(diff_json_t &json)
 {
@@ -120,7 +106,7 @@ void add_protocol(diff_json_t &json, const protocol_difference_t &protocol)
 {
     end_protocol(json);
     console_write(json.console, json.any_protocol ? ",\n    {" : "\n    {");
-    console_write(json.console, members_of(protocol_document(protocol), 4));
+    console_write(json.console, json_members(protocol_document(protocol), 4));
     console_write(json.console, ",\n      \"rules\": [");
     json.any_protocol = true;
 }
@@ -128,7 +114,7 @@ void add_protocol(diff_json_t &json, const protocol_difference_t &protocol)
 void add_rule(diff_json_t &json, const rule_difference_t &rule)
 {
     console_write(json.console, json.any_rule ? ",\n        {" : "\n        {");
-    console_write(json.console, members_of(rule_document(rule), 8));
+    console_write(json.console, json_members(rule_document(rule), 8));
     console_write(json.console, "\n        }");
     json.any_rule = true;
 }
@@ -185,7 +171,7 @@ void diff_fill(json_document_t &document, const pdb_difference_t &difference)
 void diff_json_begin(diff_json_t &json, const json_document_t &head)
 {
     console_write(json.console, "{");
-    console_write(json.console, members_of(head, 0));
+    console_write(json.console, json_members(head, 0));
     console_write(json.console, ",\n  \"protocols\": [");
 }
 
@@ -203,6 +189,6 @@ void diff_json_end(diff_json_t &json, const json_document_t &tail)
 {
     end_protocol(json);
     console_write(json.console, json.any_protocol ? "\n  ]," : "],");
-    console_write(json.console, members_of(tail, 0));
+    console_write(json.console, json_members(tail, 0));
     console_write(json.console, "\n}\n");
 }

@@ -19,6 +19,18 @@ std::string json_indented(const json_document_t &document)
     return escape_json(document.dump(2));
 }
 
+std::string json_members(const json_document_t &document, size_t depth)
+{
+    const std::string text = json_indented(document);
+    std::string members;
+    for (const char c : std::string_view(text).substr(1, text.size() - 3)) {
+        members += c;
+        if (c == '\n')
+            members.append(depth, ' ');
+    }
+    return members;
+}
+
 json_document_t json_text(std::string_view bytes)
 {
     if (utf8_valid(bytes))

@@ -16,6 +16,10 @@ json_document_t json_document(std::string_view name);
 std::string json_line(const json_document_t &document);
 std::string json_indented(const json_document_t &document);
 
+/// Returns the members of a document as json_indented shows them `depth` blanks further in: without
+/// its first brace, and without the line of its last one. For who prints a document piece by piece.
+std::string json_members(const json_document_t &document, size_t depth);
+
 /// Returns untrusted bytes as JSON: a string where they are UTF-8, else an object with "hex".
 json_document_t json_text(std::string_view bytes);
 

@@ -14,13 +14,21 @@ namespace
 /// A listing under way.
 struct listing_t {
     console_t &console;
-    const list_names_t &chosen;
-    json_document_t protocols = json_document_t::array();
-    json_document_t rules = json_document_t::array();
-    json_document_t values = json_document_t::array();
+    const pdb_view_t &view;
+    list_names_t chosen;
+    bool any = false; ///< something stands in the list that is printed
 
     bool json() const { return console.format == OUTPUT_JSON; }
 };
+
+/// Adds a document to the list that is printed.
+void add(listing_t &listing, const json_document_t &document)
+{
+    console_write(listing.console, listing.any ? ",\n    {" : "\n    {");
+    console_write(listing.console, json_members(document, 4));
+    console_write(listing.console, "\n    }");
+    listing.any = true;
+}
 
 bool is_of(const std::string &name, std::string_view protocol)
 {
@@ -37,10 +45,10 @@ void put_protocol(void *context, const view_catalog_protocol_t &protocol)
     const std::string version = fmt::format("{}.{}.{}", fields.version_major, fields.version_minor,
                                             fields.version_revision);
     if (listing.json())
-        listing.protocols.push_back({{"id", fields.id},
-                                     {"name", json_text(protocol.name)},
-                                     {"version", version},
-                                     {"rules", nr_rule}});
+        add(listing, {{"id", fields.id},
+                      {"name", json_text(protocol.name)},
+                      {"version", version},
+                      {"rules", nr_rule}});
     else
         console_print(listing.console, "{:10}  {}  version {}, {} rules\n", fields.id,
                       escape_terminal(protocol.name), version, nr_rule);
@@ -63,7 +71,7 @@ void put_rule(void *context, const view_catalog_rule_t &rule)
     if (!listing.chosen.rules || !is_of(*listing.chosen.rules, rule.protocol))
         return;
     if (listing.json())
-        return listing.rules.push_back(rule_document(rule));
+        return add(listing, rule_document(rule));
     console_print(listing.console, "rule {} of {}, ", rule.number, escape_terminal(rule.protocol));
     for (const std::string_view name : rule.path)
         console_print(listing.console, "/{}", escape_terminal(name));
@@ -77,12 +85,12 @@ void put_rule(void *context, const view_catalog_rule_t &rule)
 void put_value(listing_t &listing, const view_stored_value_t &value)
 {
     if (listing.json())
-        return listing.values.push_back({{"protocol", json_text(value.protocol)},
-                                         {"rule", value.rule + 1},
-                                         {"attribute_protocol", json_text(value.bottom)},
-                                         {"attribute", json_text(value.attribute)},
-                                         {"direction", attr_way2str(value.way)},
-                                         {"value", json_text(value.text)}});
+        return add(listing, {{"protocol", json_text(value.protocol)},
+                             {"rule", value.rule + 1},
+                             {"attribute_protocol", json_text(value.bottom)},
+                             {"attribute", json_text(value.attribute)},
+                             {"direction", attr_way2str(value.way)},
+                             {"value", json_text(value.text)}});
     console_print(listing.console, "{}:{} {} \"{}\"  rule {} of {}\n",
                   escape_terminal(value.bottom), escape_terminal(value.attribute),
                   attr_way2str(value.way), escape_terminal(value.text), value.rule + 1,
@@ -90,11 +98,13 @@ void put_value(listing_t &listing, const view_stored_value_t &value)
 }
 
 /// Goes through a verified pdb, which reads to its end.
-void walk(listing_t &listing, const pdb_view_t &view)
+void walk(listing_t &listing)
 {
     view_error_t ignored;
-    (void)view_catalog_walk(pdb_view_root(view, TLV_TYPE_ROOT_PROTODESCS),
-                            {put_protocol, put_rule, &listing}, ignored);
+    const pdb_view_t &view = listing.view;
+    if (listing.chosen.protocols || listing.chosen.rules)
+        (void)view_catalog_walk(pdb_view_root(view, TLV_TYPE_ROOT_PROTODESCS),
+                                {put_protocol, put_rule, &listing}, ignored);
     const auto put = [](void *context, const view_stored_value_t &value) {
         listing_t &to = *static_cast<listing_t *>(context);
         if (is_of(*to.chosen.values, value.protocol))
@@ -104,29 +114,43 @@ void walk(listing_t &listing, const pdb_view_t &view)
         (void)view_values_walk(view, {put, &listing}, ignored);
 }
 
-void print_listing(listing_t &listing, const std::string &name)
+/// Prints one list of the document, in a walk of its own, so that none is kept.
+void print_list(console_t &console, const pdb_view_t &view, const char *name,
+                const list_names_t &chosen)
 {
-    json_document_t document = json_document("list");
-    document["file"] = json_text(name);
-    if (listing.chosen.protocols)
-        document["protocols"] = std::move(listing.protocols);
-    if (listing.chosen.rules)
-        document["rules_by_name"] = std::move(listing.rules);
-    if (listing.chosen.values)
-        document["values"] = std::move(listing.values);
-    console_document(listing.console, document);
+    listing_t listing = {console, view, chosen};
+    console_print(console, ",\n  \"{}\": [", name);
+    walk(listing);
+    console_write(console, listing.any ? "\n  ]" : "]");
+}
+
+void print_document(console_t &console, const pdb_view_t &view, const std::string &name,
+                    const list_names_t &chosen)
+{
+    json_document_t head = json_document("list");
+    head["file"] = json_text(name);
+    console_write(console, "{");
+    console_write(console, json_members(head, 0));
+    if (chosen.protocols)
+        print_list(console, view, "protocols", {true, {}, {}});
+    if (chosen.rules)
+        print_list(console, view, "rules_by_name", {false, chosen.rules, {}});
+    if (chosen.values)
+        print_list(console, view, "values", {false, {}, chosen.values});
+    console_write(console, "\n}\n");
 }
 
 } // namespace
 
 exit_status_t list_names(console_t &console, const input_file_t &file, const list_names_t &chosen)
 {
-    listing_t listing = {console, chosen};
     pdb_view_t view;
     if (!open_pdb(console, file, view))
         return EXIT_STATUS_FILE;
-    walk(listing, view);
+    listing_t listing = {console, view, chosen};
     if (listing.json())
-        print_listing(listing, file.name);
+        print_document(console, view, file.name, chosen);
+    else
+        walk(listing);
     return EXIT_STATUS_FINE;
 }

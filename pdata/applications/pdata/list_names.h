@@ -14,5 +14,6 @@ struct list_names_t {
     std::optional<std::string> values;
 };
 
-/// Lists by name, in the order in which the pdb has it, and says where it cannot be read.
+/// Lists by name, in the order in which the pdb has it, and as it is read. An unsafe file is
+/// refused after a message.
 exit_status_t list_names(console_t &console, const input_file_t &file, const list_names_t &chosen);
