@@ -84,6 +84,12 @@ void bench_record(const std::string &name, double seconds)
     repetitions[name].push_back(seconds);
 }
 
+size_t bench_nr(const std::string &name)
+{
+    const auto step = repetitions.find(name);
+    return step == repetitions.end() ? 0 : step->second.size();
+}
+
 double bench_median(const std::string &name)
 {
     std::vector<double> &values = repetitions[name];

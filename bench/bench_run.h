@@ -38,6 +38,9 @@ void bench_add_ratio(const std::string &name, std::function<double()> measure,
 /// Adds a repetition of a step that was performed within another one.
 void bench_record(const std::string &name, double seconds);
 
+/// Returns how many repetitions a step has had.
+size_t bench_nr(const std::string &name);
+
 /// Returns the median of a step's repetitions in seconds, of a comparison's quotients.
 double bench_median(const std::string &name);
 

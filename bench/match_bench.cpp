@@ -1,12 +1,10 @@
 // The run-time library beside public matchers: host suffixes, payloads, whole flows, opening. What
 // is compared is performed turn by turn, and all of them must find the same.
 #include <algorithm>
-#include <atomic>
-#include <chrono>
-#include <thread>
 
 #include "bench_input.h"
 #include "bench_run.h"
+#include "bench_threads.h"
 #include "match_bench_peers.h"
 #include "pdata.hpp"
 #include "pdata_compile.h"
@@ -18,7 +16,6 @@ namespace
 constexpr uint32_t nr_suffix = 20000;
 constexpr uint32_t nr_value = 200000;
 constexpr uint32_t nr_flow = 100000;
-constexpr unsigned nr_thread = 4;
 constexpr size_t payload_size = 256;
 
 using texts_t = std::vector<std::string>;
@@ -245,16 +242,21 @@ struct flows_t {
         }
         return known;
     }
-    /// Classifies share `i` of `nr` with a flow of its own, often enough for the time that a
-    /// thread takes to begin to be little of it.
-    void classify_share(unsigned i, unsigned nr) const
-    {
-        constexpr int rounds = 5;
-        pdata::flow flow(db);
-        for (int round = 0; round < rounds; ++round)
-            (void)classify(flow.get(), nr_flow * i / nr, nr_flow * (i + 1) / nr);
-    }
 };
+
+/// Classifies the share of a thread again and again, with a flow of its own.
+bench_step_t classify_share(const flows_t &flows, unsigned thread)
+{
+    constexpr size_t nr_step = 500; // flows
+    constexpr size_t share = nr_flow / BENCH_NR_THREAD;
+    static_assert(share % nr_step == 0);
+    const auto flow = std::make_shared<pdata::flow>(flows.db);
+    return [&flows, flow, first = share * thread, at = size_t{0}]() mutable {
+        (void)flows.classify(flow->get(), first + at, first + at + nr_step);
+        at = (at + nr_step) % share;
+        return nr_step;
+    };
+}
 
 std::unique_ptr<flows_t> make_flows()
 {
@@ -276,42 +278,17 @@ std::unique_ptr<flows_t> make_flows()
                 find("http", "user_agent"), find("tcp", "stream"), names, make_payloads(random)});
 }
 
-/// Returns the seconds that `nr` threads take, by the clock, each with `work` of its number.
-double run_threads(unsigned nr, const std::function<void(unsigned)> &work)
-{
-    std::vector<std::thread> threads;
-    const auto start = std::chrono::steady_clock::now();
-    for (unsigned i = 0; i < nr; ++i)
-        threads.emplace_back(work, i);
-    for (std::thread &thread : threads)
-        thread.join();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-/// Adds the comparison of one thread with four that each do a share of some work, and records the
-/// processor time of both.
-void add_threads(const std::string &name, const std::function<void(unsigned, unsigned)> &share)
-{
-    const auto with = [name, share](unsigned nr) {
-        const double before = bench_cpu_seconds();
-        const double seconds = run_threads(nr, [share, nr](unsigned i) { share(i, nr); });
-        bench_record(name + "_cpu_" + std::to_string(nr), bench_cpu_seconds() - before);
-        return seconds;
-    };
-    bench_add_ratio(
-        name, [with] { return with(1); }, [with] { return with(nr_thread); });
-}
-
 /// Counts in registers: what threads do that share nothing, not even memory.
-void count_share(unsigned i, unsigned nr)
+bench_step_t count_in_registers(unsigned thread)
 {
-    constexpr uint32_t nr_number = 100'000'000;
-    static std::atomic<uint64_t> counted[nr_thread]; // so that it is not left out
-    random_t random{i};
-    uint64_t sum = 0;
-    for (uint32_t left = nr_number / nr; left != 0; --left)
-        sum += random_next(random);
-    counted[i] = sum;
+    constexpr size_t nr_number = 100000;
+    return [random = random_t{thread}]() mutable {
+        uint64_t sum = 0;
+        for (size_t left = nr_number; left != 0; --left)
+            sum += random_next(random);
+        random.state += sum; // so that it is not left out
+        return nr_number;
+    };
 }
 
 void report()
@@ -339,13 +316,9 @@ void report()
     bench_heading("flows of five values:");
     bench_at_least("flows a second on one core",
                    static_cast<double>(nr_flow) / bench_fastest("flows"), "", 500000);
-    bench_at_least("four threads to one", bench_median("threads"), "times", 3.5);
-    bench_line("the same in processor time, whatever the cores do besides",
-               nr_thread * bench_median("threads_cpu_1") / bench_median("threads_cpu_4"), "times");
-    bench_line("four threads to one, each with a database and values of its own",
-               bench_median("threads_own"), "times");
-    bench_line("four threads to one that count in registers", bench_median("threads_count"),
-               "times");
+    bench_report_threads("threads", "four threads to one", 3.5);
+    bench_report_threads("threads_own", "the same, each with a database and values of its own", 0);
+    bench_report_threads("threads_count", "four threads to one that count in registers", 0);
     bench_heading("opening:");
     bench_at_least("verified bytes a second", bench_median("open_rate") / 1e6, "MB", 200);
 }
@@ -361,11 +334,11 @@ int main(int argc, char **argv)
     bench_add("flows", {0, nr_flow},
               [&] { return bench_time([&] { (void)flows->classify(flow.get(), 0, nr_flow); }); });
     std::vector<std::unique_ptr<flows_t>> own;
-    for (unsigned i = 0; i < nr_thread; ++i)
+    for (unsigned i = 0; i < BENCH_NR_THREAD; ++i)
         own.push_back(make_flows());
-    add_threads("threads", [&](unsigned i, unsigned nr) { flows->classify_share(i, nr); });
-    add_threads("threads_own", [&](unsigned i, unsigned nr) { own[i]->classify_share(i, nr); });
-    add_threads("threads_count", count_share);
+    bench_add_threads("threads", [&](unsigned i) { return classify_share(*flows, i); });
+    bench_add_threads("threads_own", [&](unsigned i) { return classify_share(*own[i], i); });
+    bench_add_threads("threads_count", count_in_registers);
     const std::vector<uint8_t> &large = contests[0]->library.bytes;
     bench_add("open", {large.size(), 0}, [&] {
         const double seconds =
