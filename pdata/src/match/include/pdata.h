@@ -235,7 +235,10 @@ PDATA_API pdata_result pdata_flow_add_ipv6(pdata_flow *flow, pdata_attribute att
  */
 PDATA_API pdata_result pdata_flow_add_protocol(pdata_flow *flow, pdata_protocol protocol);
 
-/* Returns the best rule that matches so far, 0 for none. */
+/*
+ * Returns the best rule that matches so far, 0 for none. What rules the items come to is worked out
+ * here and in the operations below, of the items that were found since it was last asked for.
+ */
 PDATA_API pdata_rule pdata_flow_best(const pdata_flow *flow);
 
 /*
