@@ -115,6 +115,18 @@ TEST(flow, a_text_is_bounded)
               "16: the text is longer than 1048576 bytes");
 }
 
+// Of a short line, which repetitions make long, too.
+TEST(flow, the_texts_of_a_line_are_bounded)
+{
+    std::string line;
+    for (int i = 0; i < 64; ++i)
+        line += "tcp:stream cts \"a\"*1048576; ";
+    EXPECT_EQ(read(line).size(), 64u);
+    EXPECT_EQ(mistake(line + "tcp:stream cts \"\"; tcp:stream cts \"b\""),
+              std::to_string(line.size() + 35) +
+                  ": the texts of the flow are longer than 67108864 bytes");
+}
+
 TEST(flow, is_written_as_it_is_read)
 {
     const std::string line = "ip:address stc 192.0.2.7; ip6:address cts 2001:db8::1; tcp:port stc "

@@ -58,6 +58,9 @@ using flow_values_t = std::vector<flow_attr_t>;
 /// Most bytes of a value that a line may spell.
 constexpr size_t FLOW_TEXT_MAX = size_t{1} << 20;
 
+/// Most bytes of all values that a line may spell: "*N" makes much of a short line.
+constexpr size_t FLOW_TEXTS_MAX = 64 * FLOW_TEXT_MAX;
+
 /// Where and why a line was not understood.
 struct flow_error_t {
     size_t column = 0; ///< bytes from the start of the line, from 1

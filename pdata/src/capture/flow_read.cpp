@@ -13,6 +13,7 @@ struct line_t {
     std::string_view text;
     size_t at = 0;
     flow_error_t *error;
+    size_t bytes = 0; ///< of the texts so far
 };
 
 bool refuse(line_t &line, size_t at, std::string text)
@@ -127,6 +128,9 @@ bool take_bytes(line_t &line, flow_attr_t &value)
         if (bytes.size() > FLOW_TEXT_MAX)
             return refuse(line, start, "the text is longer than 1048576 bytes");
     } while (take(line, '+'));
+    line.bytes += bytes.size();
+    if (line.bytes > FLOW_TEXTS_MAX)
+        return refuse(line, start, "the texts of the flow are longer than 67108864 bytes");
     value.incomplete = line.text.substr(line.at).starts_with(dots);
     line.at += value.incomplete ? dots.size() : 0;
     return true;
