@@ -2,35 +2,18 @@
 
 #include <algorithm>
 #include <new>
-#include <numeric>
-#include <utility>
-#include <vector>
 
 #include "command.h"
 #include "command_line.h"
+#include "lint_words.h"
 
 namespace
 {
 
-/// Edits (a character more, less or other) between two words (Wagner and Fischer 1974).
-size_t word_distance(std::string_view a, std::string_view b)
-{
-    std::vector<size_t> row(b.size() + 1);
-    std::iota(row.begin(), row.end(), size_t{0});
-    for (size_t i = 1; i <= a.size(); ++i) {
-        size_t diagonal = std::exchange(row[0], i);
-        for (size_t j = 1; j <= b.size(); ++j) {
-            const size_t replaced = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
-            diagonal = std::exchange(row[j], std::min({replaced, row[j] + 1, row[j - 1] + 1}));
-        }
-    }
-    return row.back();
-}
-
 /// Says that there is no such subcommand, and which one may be meant.
 std::string unknown_command(std::string_view word)
 {
-    const auto distance = [word](const command_t &row) { return word_distance(word, row.name); };
+    const auto distance = [word](const command_t &row) { return lint_distance(word, row.name); };
     const command_t &nearest = *std::ranges::min_element(command_table(), {}, distance);
     const std::string text = fmt::format("no subcommand \"{}\"", word);
     return distance(nearest) > 2 ? text : fmt::format("{}; is \"{}\" meant?", text, nearest.name);

@@ -1,9 +1,9 @@
 #include "lint_words.h"
 
 #include <algorithm>
-#include <array>
 #include <numeric>
 #include <utility>
+#include <vector>
 
 #include "csa_char.h"
 #include "csa_escape.h"
@@ -20,12 +20,12 @@ constexpr size_t WORD_MAX = 64;
 /// Most words that a hint lists.
 constexpr size_t LISTED_MAX = 16;
 
-/// Edits (a character more, less or other) between two words (Wagner and Fischer, 1974), the second
-/// one of at most WORD_MAX bytes.
-size_t distance(std::string_view a, std::string_view b)
+} // namespace
+
+size_t lint_distance(std::string_view a, std::string_view b)
 {
-    std::array<size_t, WORD_MAX + 1> row;
-    std::iota(row.begin(), row.begin() + static_cast<ptrdiff_t>(b.size()) + 1, size_t{0});
+    std::vector<size_t> row(b.size() + 1);
+    std::iota(row.begin(), row.end(), size_t{0});
     for (size_t i = 1; i <= a.size(); ++i) {
         size_t diagonal = std::exchange(row[0], i);
         for (size_t j = 1; j <= b.size(); ++j) {
@@ -33,10 +33,8 @@ size_t distance(std::string_view a, std::string_view b)
             diagonal = std::exchange(row[j], std::min({replaced, row[j] + 1, row[j - 1] + 1}));
         }
     }
-    return row[b.size()];
+    return row.back();
 }
-
-} // namespace
 
 std::string lint_joined(std::initializer_list<std::string_view> texts)
 {
@@ -75,7 +73,7 @@ std::string_view lint_nearest(std::string_view word, std::span<const std::string
             word.size() > candidate.size() + MEANT_MAX ||
             (word.front() != candidate.front() && word.back() != candidate.back()))
             continue; // nobody mistakes both ends of a word
-        const size_t edits = distance(word, candidate);
+        const size_t edits = lint_distance(word, candidate);
         if (edits < least && edits < candidate.size()) {
             least = edits;
             nearest = candidate;

@@ -1,6 +1,7 @@
 /// Words of messages.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <span>
@@ -21,6 +22,9 @@ std::string lint_without_blanks(std::string_view text);
 
 /// Returns a text of a description in quotes, cut where it is long.
 std::string lint_quoted(std::string_view text);
+
+/// Returns the edits (a character more, less or other) between two words (Wagner and Fischer 1974).
+size_t lint_distance(std::string_view a, std::string_view b);
 
 /// Returns the word of `words` that is the nearest to `word`, at most two edits away; else none.
 std::string_view lint_nearest(std::string_view word, std::span<const std::string_view> words);
