@@ -182,6 +182,15 @@ const semantic_trans_t *semantic_next_node_find(const semantic_node_t &node, tra
     return nullptr;
 }
 
+std::vector<std::string_view> semantic_labels(const semantic_node_t &node)
+{
+    std::vector<std::string_view> labels;
+    for (uint32_t i = 0; i < node.nr_trans; ++i)
+        if (node.trans[i].type == TRANS_STRING)
+            labels.push_back(node.trans[i].trans);
+    return labels;
+}
+
 void semantic_history_add(semantic_t *semantic, const semantic_trans_t *trans)
 {
     semantic->history[semantic->nr_history++ % SEMANTIC_HISTORY_DIM] = trans;

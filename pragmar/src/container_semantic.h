@@ -97,6 +97,9 @@ void semantic_rewind(semantic_t *semantic);
 const semantic_trans_t *semantic_next_node_find(const semantic_node_t &node, trans_type_t type,
                                                 std::string_view text);
 
+/// Returns the labels of the string transitions of `node`, in file order.
+std::vector<std::string_view> semantic_labels(const semantic_node_t &node);
+
 /// Remembers a transition that was taken; only the last 16 are kept.
 void semantic_history_add(semantic_t *semantic, const semantic_trans_t *trans);
 

@@ -33,19 +33,12 @@ constexpr size_t SCHEMA_OBJECTS = 1000;
 schema_json_t value_schema(schema_writer_t &writer, const node_set_t &starts,
                            const std::string &holder);
 
-node_set_t steps(const semantic_t &semantic, const node_set_t &from, trans_type_t type)
-{
-    node_set_t to;
-    each_node(from, [&](size_t node) { to |= schema_step(semantic, node, type); });
-    return to;
-}
-
 /// Returns the keys that have a name in any of some nodes, in the order of the file.
 std::vector<std::string_view> names_of(const semantic_t &semantic, const node_set_t &keys)
 {
     std::vector<std::string_view> names;
     each_node(keys, [&](size_t node) {
-        for (const std::string_view label : schema_labels(semantic, node))
+        for (const std::string_view label : semantic_labels(semantic.nodes[node]))
             if (std::ranges::find(names, label) == names.end())
                 names.push_back(label);
     });
@@ -114,7 +107,7 @@ void add_members(schema_writer_t &writer, const node_set_t &starts, const std::s
     each_node(keys, [&](size_t node) { others |= schema_step_any(semantic, node); });
     schema["additionalProperties"] =
         others.any() ? key_schema(writer, others, holder, "*") : schema_json_t(false);
-    if (steps(semantic, starts, TRANS_OBJECT_END).none())
+    if (schema_steps(semantic, starts, TRANS_OBJECT_END).none())
         schema["minProperties"] = 1;
 }
 
@@ -146,7 +139,7 @@ schema_json_t array_schema(schema_writer_t &writer, const node_set_t &starts,
     node_set_t elements;
     each_node(starts, [&](size_t start) { elements |= writer.nodes.array_values[start]; });
     schema_json_t schema = {{"type", "array"}, {"items", value_schema(writer, elements, holder)}};
-    if (steps(writer.nodes.semantic, starts, TRANS_ARRAY_END).none())
+    if (schema_steps(writer.nodes.semantic, starts, TRANS_ARRAY_END).none())
         schema["minItems"] = 1;
     return schema;
 }
@@ -169,9 +162,10 @@ schema_json_t value_schema(schema_writer_t &writer, const node_set_t &starts,
     schema_json_t choices = schema_json_t::array();
     if (schema_json_t scalar = scalar_schema(semantic, starts); !scalar.is_null())
         choices.push_back(std::move(scalar));
-    if (const node_set_t objects = steps(semantic, starts, TRANS_OBJECT_START); objects.any())
+    if (const node_set_t objects = schema_steps(semantic, starts, TRANS_OBJECT_START);
+        objects.any())
         choices.push_back(object_schema(writer, objects, holder));
-    if (const node_set_t arrays = steps(semantic, starts, TRANS_ARRAY_START); arrays.any())
+    if (const node_set_t arrays = schema_steps(semantic, starts, TRANS_ARRAY_START); arrays.any())
         choices.push_back(array_schema(writer, arrays, holder));
     if (choices.empty())
         return {{"not", schema_json_t::object()}};

@@ -18,16 +18,9 @@ node_set_t target_of(const semantic_trans_t *trans)
 node_set_t step_scalar(const semantic_t &semantic, size_t node)
 {
     node_set_t ends = schema_step_any(semantic, node);
-    for (const std::string_view label : schema_labels(semantic, node))
+    for (const std::string_view label : semantic_labels(semantic.nodes[node]))
         ends |= schema_step_text(semantic, node, label);
     return ends;
-}
-
-node_set_t step_all(const semantic_t &semantic, const node_set_t &from, trans_type_t type)
-{
-    node_set_t to;
-    each_node(from, [&](size_t node) { to |= schema_step(semantic, node, type); });
-    return to;
 }
 
 void update_value(schema_nodes_t &nodes, size_t node)
@@ -55,8 +48,8 @@ void update_object(schema_nodes_t &nodes, size_t start)
     each_node(known, [&](size_t key) {
         each_node(step_scalar(semantic, key), [&](size_t value) {
             const node_set_t &ends = nodes.value_ends[value];
-            nodes.object_keys[start] |= step_all(semantic, ends, TRANS_COMMA);
-            nodes.object_exits[start] |= step_all(semantic, ends, TRANS_OBJECT_END);
+            nodes.object_keys[start] |= schema_steps(semantic, ends, TRANS_COMMA);
+            nodes.object_exits[start] |= schema_steps(semantic, ends, TRANS_OBJECT_END);
             nodes.nested[start] |= nodes.value_nested[value];
         });
     });
@@ -70,8 +63,8 @@ void update_array(schema_nodes_t &nodes, size_t start)
     const node_set_t known = nodes.array_values[start];
     each_node(known, [&](size_t element) {
         const node_set_t &ends = nodes.value_ends[element];
-        nodes.array_values[start] |= step_all(semantic, ends, TRANS_COMMA);
-        nodes.array_exits[start] |= step_all(semantic, ends, TRANS_ARRAY_END);
+        nodes.array_values[start] |= schema_steps(semantic, ends, TRANS_COMMA);
+        nodes.array_exits[start] |= schema_steps(semantic, ends, TRANS_ARRAY_END);
     });
 }
 
@@ -136,6 +129,13 @@ node_set_t schema_step(const semantic_t &semantic, size_t node, trans_type_t typ
     return target_of(semantic_next_node_find(semantic.nodes[node], type, {}));
 }
 
+node_set_t schema_steps(const semantic_t &semantic, const node_set_t &from, trans_type_t type)
+{
+    node_set_t to;
+    each_node(from, [&](size_t node) { to |= schema_step(semantic, node, type); });
+    return to;
+}
+
 node_set_t schema_step_text(const semantic_t &semantic, size_t node, std::string_view text)
 {
     return target_of(semantic_next_node_find(semantic.nodes[node], TRANS_STRING, text));
@@ -144,15 +144,6 @@ node_set_t schema_step_text(const semantic_t &semantic, size_t node, std::string
 node_set_t schema_step_any(const semantic_t &semantic, size_t node)
 {
     return target_of(semantic_next_node_find(semantic.nodes[node], TRANS_NUMBER, {}));
-}
-
-std::vector<std::string_view> schema_labels(const semantic_t &semantic, size_t node)
-{
-    std::vector<std::string_view> labels;
-    for (const semantic_trans_t &trans : semantic.nodes[node].trans)
-        if (trans.type == TRANS_STRING)
-            labels.push_back(trans.trans);
-    return labels;
 }
 
 schema_nodes_t schema_nodes(const semantic_t &semantic)

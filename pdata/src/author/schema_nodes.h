@@ -28,14 +28,14 @@ schema_nodes_t schema_nodes(const semantic_t &semantic);
 /// Returns where an event without a text leads from a node: a node, or none.
 node_set_t schema_step(const semantic_t &semantic, size_t node, trans_type_t type);
 
+/// The same from each of some nodes.
+node_set_t schema_steps(const semantic_t &semantic, const node_set_t &from, trans_type_t type);
+
 /// Returns where a key, or a string, leads from a node.
 node_set_t schema_step_text(const semantic_t &semantic, size_t node, std::string_view text);
 
 /// Returns where keys of no name of their own lead from a node.
 node_set_t schema_step_any(const semantic_t &semantic, size_t node);
-
-/// Returns the labels of a node that a string can take, in file order.
-std::vector<std::string_view> schema_labels(const semantic_t &semantic, size_t node);
 
 /// Tells whether an object that begins at any of `starts` is refused without a key that leads to
 /// `target`: the count of that node is asked for by every brace that ends such an object, and

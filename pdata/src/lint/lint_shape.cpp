@@ -110,20 +110,10 @@ void pass_over(shape_walk_t &walk, size_t end)
         ++walk.at;
 }
 
-/// The labels that the node at hand has.
-std::vector<std::string_view> labels(const semantic_node_t &node)
-{
-    std::vector<std::string_view> words;
-    for (uint32_t i = 0; i < node.nr_trans; ++i)
-        if (node.trans[i].type == TRANS_STRING)
-            words.push_back(node.trans[i].trans);
-    return words;
-}
-
 void refuse_key(shape_walk_t &walk)
 {
     const std::string_view key = text_of(walk, walk.at);
-    const std::vector<std::string_view> words = labels(node_of(walk));
+    const std::vector<std::string_view> words = semantic_labels(node_of(walk));
     const bool known = lint_is_key(key);
     const std::string shown = lint_quoted(key);
     walk.open.back().meant.push_back(words.empty() ? key : lint_nearest(key, words));
@@ -150,7 +140,7 @@ std::string_view key_of(const shape_walk_t &walk)
 std::string object_text(const shape_walk_t &walk, uint32_t inside)
 {
     std::string text;
-    for (const std::string_view key : labels(walk.machine.nodes[inside]))
+    for (const std::string_view key : semantic_labels(walk.machine.nodes[inside]))
         text += (text.empty() ? " with " : ", ") + lint_quoted(key);
     return "an object" + text;
 }
