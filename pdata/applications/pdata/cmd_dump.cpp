@@ -3,6 +3,7 @@
 #include "commands.h"
 #include "dump_graph.h"
 #include "dump_print.h"
+#include "graph.h"
 #include "open_file.h"
 
 namespace
@@ -99,8 +100,7 @@ command_run_t dump_declare(CLI::App &app)
             ->excludes(from)
             ->excludes(section);
     app.add_option("--engine", options->graph.engine, "Which of the matcher's engines is drawn")
-        ->check(CLI::IsMember(
-            {"automaton", "offset-automaton", "prefix-tree", "suffix-tree", "dot-prefix"}))
+        ->check(CLI::IsMember(graph_engine_names()))
         ->needs(dot);
     app.add_option("--around", options->graph.around, "Only what is on the way of a text, and near")
         ->type_name("TEXT")

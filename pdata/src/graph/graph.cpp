@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "escape.h"
 #include "graph_engine.h"
 
 namespace
@@ -178,51 +177,6 @@ part_t chosen_part(const walk_t &walk, const graph_choice_t &choice)
     return part;
 }
 
-/// One byte as people write it.
-std::string byte_text(size_t byte)
-{
-    const char c = static_cast<char>(byte);
-    const std::string_view text(&c, 1);
-    return byte > 0x20 && byte < 0x7F ? std::string(text)
-                                      : std::string("\\x").append(escape_hex(text));
-}
-
-/// A set of bytes as people write it; a letter that stands in both cases is the small one.
-std::string bytes_text(graph_bytes_t bytes)
-{
-    for (size_t byte = 'a'; byte <= 'z'; ++byte)
-        if (bytes.test(byte))
-            bytes.reset(byte - 'a' + 'A');
-    std::string text;
-    for (size_t byte = 0; byte < bytes.size(); ++byte) {
-        if (!bytes.test(byte))
-            continue;
-        size_t last = byte;
-        while (last + 1 < bytes.size() && bytes.test(last + 1))
-            ++last;
-        text += byte_text(byte);
-        if (last > byte + 1)
-            text += '-';
-        if (last > byte)
-            text += byte_text(last);
-        byte = last;
-    }
-    return bytes.count() == 1 ? text : '[' + text + ']';
-}
-
-std::string label_of(const walk_t &walk, const graph_step_t &step)
-{
-    if (step.kind == GRAPH_PROPAGATION)
-        return "also";
-    if (step.kind == GRAPH_WILDCARD)
-        return "any byte";
-    std::string label = bytes_text(step.bytes);
-    std::string chain;
-    for (const uint8_t byte : step.chain)
-        chain = walk.row.backward ? byte_text(byte) + chain : chain + byte_text(byte);
-    return walk.row.backward ? chain + label : label + chain;
-}
-
 std::vector<uint32_t> items_of(const walk_t &walk, uint32_t state)
 {
     const view_item_record_t record = walk.row.items(walk.matcher.pattern, state);
@@ -262,7 +216,7 @@ void take_state(const walk_t &walk, const std::vector<graph_step_t> &start, uint
         if (fallback && begins_anew(start, steps[i]))
             continue;
         graph.edges.push_back({state, steps[i].to, fallback ? GRAPH_FALLBACK : steps[i].kind,
-                               label_of(walk, steps[i])});
+                               graph_step_label(walk.row, steps[i])});
     }
     graph.states.push_back(std::move(made));
 }
@@ -285,6 +239,14 @@ bool graph_has_engine(const view_matcher_t &matcher, graph_engine_t engine)
 const char *graph_engine_name(graph_engine_t engine)
 {
     return graph_engines()[engine].name;
+}
+
+std::vector<std::string> graph_engine_names()
+{
+    std::vector<std::string> names;
+    for (const graph_engine_row_t &row : graph_engines())
+        names.emplace_back(row.name);
+    return names;
 }
 
 graph_engine_t graph_engine_find(std::string_view name)

@@ -72,6 +72,9 @@ bool graph_has_engine(const view_matcher_t &matcher, graph_engine_t engine);
 /// Returns the name of an engine, as in "suffix-tree".
 const char *graph_engine_name(graph_engine_t engine);
 
+/// Returns the names of all engines.
+std::vector<std::string> graph_engine_names();
+
 /// Finds an engine by its name; GRAPH_ENGINE_NONE for none.
 graph_engine_t graph_engine_find(std::string_view name);
 

@@ -27,5 +27,9 @@ struct graph_engine_row_t {
     void (*steps)(const view_pattern_t &pattern, uint32_t state, std::vector<graph_step_t> &steps);
 };
 
+/// Returns what a step stands for: its bytes as people write them, in the order of the data, or its
+/// kind in words.
+std::string graph_step_label(const graph_engine_row_t &row, const graph_step_t &step);
+
 /// Every engine, at the index of its graph_engine_t.
 std::span<const graph_engine_row_t> graph_engines();
