@@ -23,7 +23,7 @@ void take_fault(void *context, const view_error_t &fault)
 void take_limits(const pdb_view_t &pdb, report_input_t &input)
 {
     for (const view_limit_t &limit : pdb_limits_take(pdb)) {
-        input.shown.limits.push_back({limit.subject, limit.name, limit.used, limit.limit});
+        input.shown.limits.push_back(limit);
         const std::string text =
             fmt::format("{}: {}, {}{}", limit.subject, limit.name, limit.used,
                         limit.limit == 0 ? "" : fmt::format(" of {}", limit.limit));

@@ -17,6 +17,7 @@
 #include "description_source.h"
 #include "pdb_difference.h"
 #include "view_inventory.h"
+#include "view_limits.h"
 
 /// How bad a finding is.
 enum report_grade_t { REPORT_BAD, REPORT_WARNING, REPORT_NOTE };
@@ -28,14 +29,6 @@ struct report_action_t {
     std::string text; ///< where, and what to do
 };
 
-/// How full a limit of the format is.
-struct report_limit_t {
-    std::string subject; ///< the matcher, map or pool
-    std::string name;    ///< what is counted
-    uint64_t used = 0;
-    uint64_t limit = 0;
-};
-
 /// A pdb. What it points to must outlive the report.
 struct report_file_t {
     std::string name;
@@ -43,7 +36,7 @@ struct report_file_t {
     const view_inventory_t *inventory = nullptr;
     const description_source_t *source = nullptr; ///< null where the descriptions do not read
     std::vector<report_action_t> actions;
-    std::vector<report_limit_t> limits; ///< the fullest first
+    std::vector<view_limit_t> limits; ///< the fullest first
 };
 
 /// What two pdbs say differently.

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "format_limits.h"
 #include "report_html.h"
 
 namespace
@@ -60,19 +61,18 @@ void put_legend(std::string &page)
 }
 
 /// Adds the row of a limit; one of 0 is for what is lost whenever there is any.
-void put_limit(const report_limit_t &limit, std::string &page)
+void put_limit(const view_limit_t &limit, std::string &page)
 {
     const double share = limit.limit == 0 ? 100
                                           : 100.0 * static_cast<double>(limit.used) /
                                                 static_cast<double>(limit.limit);
-    const bool passed = limit.used > limit.limit;
     html_put(page,
              "<tr><th scope=\"row\">{} <small>{}</small></th><td class=\"bar\"><span>"
              "<i class=\"{}\" style=\"width:{:.2f}%\"></i></span></td>",
              html_text(limit.subject), html_text(limit.name),
-             passed        ? "passed"
-             : share >= 80 ? "full"
-                           : "free",
+             view_limit_passed(limit)                      ? "passed"
+             : format_nearly_full(limit.used, limit.limit) ? "full"
+                                                           : "free",
              std::min(share, 100.0));
     if (limit.limit == 0)
         html_put(page, "<td class=\"number\">lost</td><td class=\"number\">{}</td></tr>\n",

@@ -16,7 +16,7 @@ struct view_limit_t {
     const char *name;    ///< what is counted, as in "states of the automaton"
     uint64_t used = 0;
     uint64_t limit = 0;     ///< most that nothing is lost with
-    const char *lost;       ///< what is lost beyond the limit
+    const char *lost = "";  ///< what is lost beyond the limit
     std::string first = {}; ///< where the first of it stands, where that is known; untrusted
 };
 
