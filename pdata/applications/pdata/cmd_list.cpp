@@ -149,11 +149,11 @@ command_run_t list_declare(CLI::App &app)
             ->excludes("--protocols");
     options->rules = app.add_option("--rules", options->rules_of, "List its rules, of one protocol")
                          ->expected(0, 1)
-                         ->type_name("[PROTOCOL]");
+                         ->type_name("PROTOCOL");
     options->values =
         app.add_option("--values", options->values_of, "List its values, those of one protocol")
             ->expected(0, 1)
-            ->type_name("[PROTOCOL]");
+            ->type_name("PROTOCOL");
     limits->excludes(options->rules)->excludes(options->values);
     return [options](console_t &console) { return list_run(*options, console); };
 }
