@@ -52,6 +52,18 @@ inline prove_set_t prove_byte_set(uint8_t c, bool icase)
     return set;
 }
 
+/// Word by word: a set that was written just now is not read any sooner as a whole.
+inline bool prove_set_equal(const prove_set_t &one, const prove_set_t &other)
+{
+    return ((one[0] ^ other[0]) | (one[1] ^ other[1]) | (one[2] ^ other[2]) |
+            (one[3] ^ other[3])) == 0;
+}
+
+inline bool prove_set_is_empty(const prove_set_t &set)
+{
+    return (set[0] | set[1] | set[2] | set[3]) == 0;
+}
+
 inline void prove_set_unite(prove_set_t &set, const prove_set_t &more)
 {
     for (size_t i = 0; i < set.size(); ++i)

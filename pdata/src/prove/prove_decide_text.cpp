@@ -37,10 +37,11 @@ bool is_never_registered(std::string_view text)
 /// Tells whether a set is one byte, or one letter in both cases.
 bool is_one_byte(const prove_set_t &set)
 {
-    if (set == prove_set_t{})
+    if (prove_set_is_empty(set))
         return false;
     const uint8_t byte = prove_set_byte(set, 1, 0);
-    return set == prove_byte_set(byte, false) || set == prove_byte_set(byte, true);
+    return prove_set_equal(set, prove_byte_set(byte, false)) ||
+           prove_set_equal(set, prove_byte_set(byte, true));
 }
 
 /// Tells whether an automaton takes one text alone, in either case. Every position is on a way:
@@ -63,7 +64,7 @@ size_t longest(const prove_automaton_t &automaton)
         size[at] = 1;
     size_t most = 0;
     for (uint32_t at = 0; at < size.size(); ++at) {
-        if (size[at] == 0 || automaton.sets[at] == prove_set_t{})
+        if (size[at] == 0 || prove_set_is_empty(automaton.sets[at]))
             continue;
         if (automaton.is_last[at] != 0)
             most = std::max(most, size[at]);

@@ -155,7 +155,7 @@ std::vector<uint32_t> first_alike(std::span<const prove_value_t> values,
         const bool follows = i != 0 && digests[i].hash == digests[i - 1].hash &&
                              attribute_of(digests[i].placed) == attribute_of(digests[i - 1].placed);
         const uint32_t before = follows ? first[index_of(digests[i - 1].placed)] : index;
-        first[index] = are_alike(values[before], values[index]) ? before : index;
+        first[index] = follows && are_alike(values[before], values[index]) ? before : index;
     }
     return first;
 }
