@@ -281,6 +281,9 @@ bool match_expression_compile(std::string_view text, bool icase, match_expressio
     if (parsed != MODULE_SUCCESS)
         return false;
     compiling_t compiling{tree, expression};
+    // As many as a text without repetitions takes; more are rare.
+    expression.steps.reserve(text.size() + 1);
+    expression.sets.reserve(std::min<size_t>(text.size(), MATCH_EXPRESSION_WORD));
     if (!compile(compiling, tree.root, icase, 1))
         return false;
     emit(compiling, MATCH_STEP_END, 0);
