@@ -70,33 +70,41 @@ void append(std::string &text, std::string_view part)
     text.append(size, static_cast<size_t>(end - size)).append(1, ':').append(part);
 }
 
-/// Returns what a sub-rule asks for, the same for the same whatever the order it is written in.
-std::string asked_by(const lint_sub_rule_t &sub_rule)
+/// Appends what a value asks for.
+void append_value(std::string &text, const lint_attribute_t &attribute, const lint_text_t &value)
 {
-    std::vector<std::string> values;
-    for (const lint_attribute_t &attribute : sub_rule.attributes)
-        for (const lint_text_t &value : attribute.values) {
-            std::string &text = values.emplace_back();
-            text.reserve(attribute.matched_key.attribute.size() + value.decoded.size() + 32);
-            append(text, attribute.matched_key.attribute);
-            append(text, std::to_string(attribute.matched_key.way));
-            append(text, attribute.offset ? attribute.offset->raw : "");
-            append(text, value.decoded);
-        }
-    std::ranges::sort(values);
-    std::string asked;
-    for (const lint_text_t &protocol : sub_rule.protocols)
-        append(asked, protocol.decoded);
-    for (const std::string &value : values)
-        append(asked, value);
-    return asked;
+    append(text, attribute.matched_key.attribute);
+    append(text, std::to_string(attribute.matched_key.way));
+    append(text, attribute.offset ? attribute.offset->raw : "");
+    append(text, value.decoded);
 }
 
+/// Appends what the values of a sub-rule ask for, in an order of their own.
+void append_values(std::string &text, const lint_sub_rule_t &sub_rule)
+{
+    const std::vector<lint_attribute_t> &attributes = sub_rule.attributes;
+    if (attributes.size() == 1 && attributes[0].values.size() == 1) // most are, and need no order
+        return append_value(text, attributes[0], attributes[0].values[0]);
+    std::vector<std::string> values;
+    for (const lint_attribute_t &attribute : attributes)
+        for (const lint_text_t &value : attribute.values)
+            append_value(values.emplace_back(), attribute, value);
+    std::ranges::sort(values);
+    for (const std::string &value : values)
+        text += value;
+}
+
+/// Returns what a rule asks for, the same for the same whatever the order it is written in.
 std::string asked_by(const lint_rule_t &rule)
 {
     std::string asked;
-    for (const lint_sub_rule_t &sub_rule : rule.sub_rules)
-        append(asked, asked_by(sub_rule));
+    for (const lint_sub_rule_t &sub_rule : rule.sub_rules) {
+        append(asked, std::to_string(sub_rule.protocols.size()));
+        for (const lint_text_t &protocol : sub_rule.protocols)
+            append(asked, protocol.decoded);
+        append_values(asked, sub_rule);
+        append(asked, ""); // no attribute has an empty name
+    }
     return asked;
 }
 
