@@ -148,6 +148,20 @@ TEST(prove_automaton, refuses_what_is_none_and_leaves_out_what_is_too_much)
     EXPECT_FALSE(prove_samples(automaton).empty());
 }
 
+TEST(prove_sample, of_a_plain_text_are_the_ends_of_its_sets)
+{
+    using samples_t = std::vector<std::string>;
+    const auto samples = [](std::string_view text, bool icase) {
+        prove_automaton_t automaton;
+        EXPECT_EQ(prove_automaton_make(text, icase, automaton), PROVE_MADE);
+        return prove_samples(automaton);
+    };
+    EXPECT_EQ(samples("a1", false), samples_t({"a1"}));
+    EXPECT_EQ(samples("a1", true), samples_t({"A1", "a1"}));
+    EXPECT_EQ(samples("a[b-d]", false), samples_t({"ab", "ad", "ab"}));
+    EXPECT_EQ(samples("a.", false), samples_t({std::string("a\0", 2), "a\xff", "ax"}));
+}
+
 std::set<std::string> samples(const char *text, bool icase = false)
 {
     prove_automaton_t automaton;
