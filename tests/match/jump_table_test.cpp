@@ -25,6 +25,25 @@ void make_table(match_matcher_t &matcher, size_t room)
     EXPECT_LE(match_jump_bytes(matcher.suffix_jump), room);
 }
 
+/// All rules are for http, from which all values come: a flow need not ask for the rule of an end.
+TEST(jump_table, ends_of_rules_that_admit_every_value_are_marked)
+{
+    random_match_t random{std::mt19937(28)};
+    const std::vector<uint8_t> bytes = make_suffix_pdb(make_suffixes(random, 2));
+    const pdata::database db = pdata::database::open_memory(bytes.data(), bytes.size());
+    size_t nr_marked = 0;
+    for (const match_jump_entry_t &entry : suffix_matcher(db).suffix_jump.entries) {
+        if (!match_end_is_item(entry.end))
+            continue;
+        const uint32_t item = entry.end & MATCH_END_ITEM;
+        const bool has_rule = view_rules_slot(db.get()->view.rules, item).rule_id != 0;
+        const bool is_marked = (entry.end & MATCH_END_ADMITTED) != 0;
+        EXPECT_EQ(is_marked, has_rule) << item;
+        nr_marked += is_marked ? 1 : 0;
+    }
+    EXPECT_GT(nr_marked, 300U);
+}
+
 /// Less room makes shorter keys, until there is none for a table.
 TEST(jump_table, tables_of_all_lengths_agree_with_plain_comparison)
 {

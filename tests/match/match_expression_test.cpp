@@ -54,6 +54,26 @@ TEST(match_expression, whole_data_matches)
     EXPECT_FALSE(matches(".+", ""));
 }
 
+/// Flows allocate nothing while they look at data, whatever is in it.
+TEST(match_expression, room_that_was_taken_suffices)
+{
+    std::string text = "(";
+    for (int i = 0; i < 100; ++i)
+        text += "a*|";
+    runnable_t runnable(text + "b)*c", false);
+    ASSERT_TRUE(runnable.compiled);
+    ASSERT_FALSE(runnable.expression.is_short);
+    const match_expression_room_t &room = runnable.room;
+    const auto taken = [&] {
+        return std::vector<size_t>{room.current.capacity(), room.next.capacity(),
+                                   room.stack.capacity(), room.mark.capacity()};
+    };
+    const std::vector<size_t> before = taken();
+    EXPECT_TRUE(runnable.matches("aaabaabc"));
+    EXPECT_FALSE(runnable.matches(std::string(300, 'a')));
+    EXPECT_EQ(taken(), before);
+}
+
 TEST(match_expression, case_folds_where_it_is_asked_for)
 {
     EXPECT_TRUE(matches("a[b-c]", "AC", true));
