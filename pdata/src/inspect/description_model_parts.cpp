@@ -26,10 +26,30 @@ bool read_aliases(const pdb_view_t &pdb, description_model_t &model, view_error_
     return true;
 }
 
+/// Tells whether the names of a tag table are main strings in one of the two byte orders.
+bool names_are_there(const pdb_view_t &pdb, const view_area_t &tags, bool least_first)
+{
+    std::string_view name;
+    for (uint32_t i = 0; i < view_tag_count(tags); ++i)
+        if (!view_pool_get(pdb_view_main_strings(pdb), view_tag_at(tags, i, least_first).name,
+                           name))
+            return false;
+    return true;
+}
+
+/// Tells whether a tag table has its least significant byte first: the load state says so, unless
+/// the names are only there otherwise.
+bool is_least_first(const pdb_view_t &pdb, const view_area_t &tags)
+{
+    const bool said = pdb.load_state == TLV_TYPE_LOAD_LOADED_LE;
+    const bool holds = names_are_there(pdb, tags, said) || !names_are_there(pdb, tags, !said);
+    return holds ? said : !said;
+}
+
 bool read_tag_table(const pdb_view_t &pdb, description_model_t &model, view_error_t &error)
 {
     const view_area_t &area = pdb_view_root(pdb, TLV_TYPE_ROOT_TAGS);
-    const bool least_first = pdb.load_state == TLV_TYPE_LOAD_LOADED_LE;
+    const bool least_first = is_least_first(pdb, area);
     for (uint32_t i = 0; i < view_tag_count(area); ++i) {
         const view_tag_t view = view_tag_at(area, i, least_first);
         std::string_view name;
