@@ -2,6 +2,7 @@
 
 #include <map>
 
+#include "csa_cut.h"
 #include "open_file.h"
 
 namespace
@@ -47,10 +48,9 @@ bool take_line(std::string_view line, std::map<std::string, known_t> &known)
 bool read_baseline(std::string_view text, std::map<std::string, known_t> &known)
 {
     while (!text.empty()) {
-        const size_t size = std::min(text.find('\n'), text.size());
-        if (size != 0 && !take_line(text.substr(0, size), known))
+        const std::string_view line = csa_cut(text, '\n');
+        if (!line.empty() && !take_line(line, known))
             return false;
-        text.remove_prefix(std::min(size + 1, text.size()));
     }
     return true;
 }

@@ -3,6 +3,7 @@
 
 #include "build_run.h"
 #include "commands.h"
+#include "csa_cut.h"
 #include "escape.h"
 #include "open_file.h"
 
@@ -81,11 +82,8 @@ exit_status_t build_refuse(build_run_t &run, const std::string &file, const char
                   pdata_status_code2str(status));
     std::string shown(message);
     std::ranges::replace(shown, '\t', ' ');
-    for (std::string_view rest = shown; !rest.empty();) {
-        const std::string_view line = rest.substr(0, rest.find('\n'));
-        console_error(run.console, "  {}", line);
-        rest.remove_prefix(std::min(line.size() + 1, rest.size()));
-    }
+    for (std::string_view rest = shown; !rest.empty();)
+        console_error(run.console, "  {}", csa_cut(rest, '\n'));
     run.document["error"] = {{"file", json_text(file)},
                              {"step", step},
                              {"status", static_cast<uint32_t>(status)},

@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "csa_cut.h"
 #include "escape.h"
 #include "line_input.h"
 
@@ -98,8 +99,7 @@ bool diff_flows_allow(console_t &console, const std::string &path, diff_flows_t 
     std::string_view rest = input_file_text(file);
     bool good = true;
     for (size_t number = 1; !rest.empty(); ++number) {
-        const std::string_view line = rest.substr(0, rest.find('\n'));
-        rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+        const std::string_view line = csa_cut(rest, '\n');
         const std::string place = fmt::format("{}:{}", file.name, number);
         if (!allow_line(console, line, place, flows))
             good = false;

@@ -196,12 +196,9 @@ void import_numbers_read(bool ports, const std::string &file, std::string_view t
 {
     for (size_t line = 1; !text.empty(); ++line)
         for (const std::string &entries : joined_words(import_words(text)))
-            for (std::string_view rest = entries; !rest.empty();) {
-                const std::string_view entry = rest.substr(0, rest.find(','));
-                if (!entry.empty())
+            for (std::string_view rest = entries; !rest.empty();)
+                if (const std::string_view entry = csa_cut(rest, ','); !entry.empty())
                     take_entry(ports, entry, {file, line}, numbers);
-                rest.remove_prefix(std::min(entry.size() + 1, rest.size()));
-            }
 }
 
 void import_numbers_merge(std::vector<number_range_t> &ranges)

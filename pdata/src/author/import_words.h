@@ -5,14 +5,14 @@
 #include <string_view>
 #include <vector>
 
+#include "csa_cut.h"
+
 constexpr const char *IMPORT_BLANKS = " \t\r\v\f";
 
 /// Cuts the next line off a text: what is in front of its "#", as words between blanks.
 inline std::vector<std::string_view> import_words(std::string_view &text)
 {
-    const size_t feed = text.find('\n');
-    std::string_view line = text.substr(0, feed);
-    text.remove_prefix(feed == std::string_view::npos ? text.size() : feed + 1);
+    std::string_view line = csa_cut(text, '\n');
     line = line.substr(0, line.find('#'));
     std::vector<std::string_view> words;
     for (size_t at = line.find_first_not_of(IMPORT_BLANKS); at != std::string_view::npos;

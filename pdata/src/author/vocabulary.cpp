@@ -1,7 +1,8 @@
 #include "vocabulary.h"
 
-#include <algorithm>
 #include <utility>
+
+#include "csa_cut.h"
 
 namespace
 {
@@ -97,8 +98,7 @@ std::vector<vocabulary_row_t> vocabulary_read(std::string_view paper)
     table_t table;
     bool inside = false;
     while (!paper.empty()) {
-        const std::string_view line = paper.substr(0, paper.find('\n'));
-        paper.remove_prefix(std::min(line.size() + 1, paper.size()));
+        const std::string_view line = csa_cut(paper, '\n');
         const std::vector<std::string_view> cells = cells_of(line);
         if (line.starts_with("## "))
             table.section = plain(line.substr(3));

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "csa_cut.h"
 #include "field_transform.h"
 
 namespace
@@ -38,11 +39,8 @@ std::vector<capture_condition_t> read_conditions(std::string_view source, std::s
                                                  field_bag_t &bag)
 {
     std::vector<capture_condition_t> conditions;
-    while (!text.empty() && text != "-") {
-        const size_t end = std::min(text.find(' '), text.size());
-        conditions.push_back(read_condition(source, text.substr(0, end), bag));
-        text.remove_prefix(std::min(end + 1, text.size()));
-    }
+    while (!text.empty() && text != "-")
+        conditions.push_back(read_condition(source, csa_cut(text, ' '), bag));
     return conditions;
 }
 

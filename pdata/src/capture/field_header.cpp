@@ -4,6 +4,7 @@
 
 #include "certificate.h"
 #include "csa_char.h"
+#include "csa_cut.h"
 #include "field_proof.h"
 
 namespace
@@ -48,8 +49,7 @@ std::vector<flow_attr_t> field_payload_header(const field_text_t &text, std::str
 {
     const std::string payload = hex_bytes(text.text);
     for (std::string_view rest = payload; !rest.empty() && !rest.starts_with("\r\n");) {
-        const std::string_view line = rest.substr(0, rest.find('\n'));
-        rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+        const std::string_view line = csa_cut(rest, '\n');
         const size_t colon = line.find(':');
         if (colon == std::string_view::npos ||
             !std::ranges::equal(line.substr(0, colon), name, {}, char_small))

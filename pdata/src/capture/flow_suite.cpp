@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "csa_cut.h"
+
 namespace
 {
 
@@ -15,10 +17,8 @@ bool refuse(suite_error_t &error, size_t line, size_t column, std::string text)
 std::vector<std::string> lines_of(std::string_view text)
 {
     std::vector<std::string> lines;
-    for (size_t end; !text.empty(); text.remove_prefix(std::min(end + 1, text.size()))) {
-        end = std::min(text.find('\n'), text.size());
-        lines.emplace_back(text.substr(0, end));
-    }
+    while (!text.empty())
+        lines.emplace_back(csa_cut(text, '\n'));
     return lines;
 }
 

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "certificate.h"
+#include "csa_cut.h"
 
 namespace
 {
@@ -119,10 +120,7 @@ headers_t read_headers(std::string_view layers)
     headers_t headers;
     std::string path;
     while (!layers.empty()) {
-        const size_t end = std::min(layers.find(':'), layers.size());
-        const std::string_view layer = layers.substr(0, end);
-        layers.remove_prefix(std::min(end + 1, layers.size()));
-        take_layer(headers, layer, path);
+        take_layer(headers, csa_cut(layers, ':'), path);
         if (headers.transport == "icmp" || headers.transport == "icmpv6") {
             headers.embedded = !layers.empty();
             break;

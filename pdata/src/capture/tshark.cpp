@@ -19,6 +19,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "csa_cut.h"
+
 namespace
 {
 
@@ -207,8 +209,7 @@ std::string last_message(int messages)
     std::string_view text(bytes.data(), count > 0 ? static_cast<size_t>(count) : 0);
     std::string_view last;
     while (!text.empty()) {
-        const std::string_view line = text.substr(0, text.find('\n'));
-        text.remove_prefix(std::min(line.size() + 1, text.size()));
+        const std::string_view line = csa_cut(text, '\n');
         if (!line.empty() && !line.starts_with("Running as user"))
             last = line.substr(0, 512);
     }

@@ -5,6 +5,7 @@
 #include <charconv>
 #include <vector>
 
+#include "csa_cut.h"
 #include "lint_words.h"
 #include "value_ranges.h"
 
@@ -63,11 +64,10 @@ uint32_t mask_bits(std::string_view mask)
 {
     uint32_t word = 0;
     for (int i = 0; i < 4; ++i) {
-        const std::string_view byte = mask.substr(0, mask.find('.'));
+        const std::string_view byte = csa_cut(mask, '.');
         if (!lint_is_digits(byte) || byte.size() > 3 || number_of(byte) > UINT8_MAX)
             return 33;
         word = word << 8 | number_of(byte);
-        mask.remove_prefix(std::min(byte.size() + 1, mask.size()));
     }
     const auto bits = static_cast<uint32_t>(std::countl_one(word));
     return mask.empty() && static_cast<uint32_t>(std::popcount(word)) == bits ? bits : 33;
