@@ -172,6 +172,21 @@ TEST(Pointer, EndsAtTheDepthOfDescriptions)
     EXPECT_EQ(pointer_at(open + "{\"a\"", 34), "");
 }
 
+// A key of a megabyte above a million findings would be a terabyte of pointers.
+TEST(Pointer, IsNoLongerThanItsBound)
+{
+    std::vector<finding_t> findings(1);
+    for (const size_t size : {LINT_POINTER_MAX - 3, LINT_POINTER_MAX - 2, LINT_POINTER_MAX + 1}) {
+        const std::string text = "{\"" + std::string(size, 'k') + "\": [1]}";
+        const auto at = static_cast<uint32_t>(text.size() - 3);
+        const std::vector<lint_file_t> files = {{"a", text}};
+        findings[0].place = {0, at, at + 1};
+        EXPECT_EQ(lint_pointers(files, findings)[0].size(),
+                  size + 3 <= LINT_POINTER_MAX ? size + 3 : 0U)
+            << size;
+    }
+}
+
 TEST(Pointer, BeginsAnewInEachFile)
 {
     const std::vector<lint_file_t> files = {{"a", R"({"p": [1, 2]})"}, {"b", R"({"q": [3]})"}};

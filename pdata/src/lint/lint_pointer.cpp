@@ -58,14 +58,16 @@ std::string pointer_of(const pointer_walk_t &walk)
     std::string pointer;
     for (const pointer_level_t &level : walk.levels) {
         if (level.object && level.expects_key)
-            return pointer; // at a key that is not read yet
+            break; // at a key that is not read yet
+        if (pointer.size() + level.key.size() > LINT_POINTER_MAX)
+            return "";
         pointer += '/';
         if (!level.object)
             pointer += std::to_string(level.index);
         for (const char c : level.key)
             pointer += c == '~' ? "~0" : c == '/' ? "~1" : std::string(1, c);
     }
-    return pointer;
+    return pointer.size() > LINT_POINTER_MAX ? "" : pointer;
 }
 
 } // namespace
