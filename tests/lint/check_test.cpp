@@ -265,6 +265,19 @@ TEST(CheckWork, OfAListGrowsAsItsPartsDo)
             << end;
 }
 
+// A name of a megabyte in each of a million findings would be a terabyte.
+TEST(CheckWork, OfANameFindingsHaveSoMuch)
+{
+    for (const size_t size : {LINT_NAME_MAX, LINT_NAME_MAX + 1}) {
+        const std::string text = R"({"p": [{"name": ")" + std::string(size, 'a') +
+                                 R"(", "id": 0, "rules": [{"order": "1"}, {"order": 5}]}]})";
+        const lint_result_t result = check(text);
+        EXPECT_GT(result.findings.size(), 2U);
+        for (const finding_t &finding : result.findings)
+            EXPECT_EQ(finding.protocol.size(), LINT_NAME_MAX) << finding.message;
+    }
+}
+
 // A brace that begins no count is told from one that does by what follows it, not by all the rest.
 TEST(CheckWork, OfABraceWhatFollowsItIsLookedAt)
 {

@@ -87,8 +87,7 @@ void judge_protocol(lint_run_t &run, lint_protocol_t &protocol)
 /// Gives a finding of the shape its protocol, and the rule that it stands in.
 void name_owner(const lint_protocol_t &protocol, finding_t &finding)
 {
-    if (protocol.name)
-        finding.protocol = protocol.name->raw;
+    finding.protocol = lint_protocol_name(protocol);
     const auto behind =
         std::ranges::upper_bound(protocol.rules, finding.place.begin, {},
                                  [](const lint_rule_t &rule) { return rule.place.begin; });

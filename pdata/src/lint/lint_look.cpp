@@ -32,7 +32,7 @@ finding_t &lint_report_at(const lint_look_t &look, finding_place_t place, findin
     finding_t &finding = look.findings.emplace_back();
     finding.id = id;
     finding.place = place;
-    finding.protocol = look.protocol->name ? look.protocol->name->raw : std::string_view();
+    finding.protocol = lint_protocol_name(*look.protocol);
     finding.rule = look.rule == nullptr ? 0 : look.rule->number;
     if (look.attribute != nullptr)
         finding.attribute = look.attribute->key.raw;

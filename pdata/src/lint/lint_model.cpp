@@ -2,6 +2,11 @@
 
 #include <algorithm>
 
+std::string_view lint_protocol_name(const lint_protocol_t &protocol)
+{
+    return protocol.name ? protocol.name->raw.substr(0, LINT_NAME_MAX) : std::string_view();
+}
+
 std::string_view lint_bottom(const lint_sub_rule_t &sub_rule)
 {
     return sub_rule.protocols.empty() ? std::string_view()

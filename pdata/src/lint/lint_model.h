@@ -122,6 +122,12 @@ struct lint_model_t {
     matcher_alias_t aliases;                ///< of the configuration; none without one
 };
 
+/// Most bytes of the name of a protocol that its findings have: each of them repeats it.
+constexpr size_t LINT_NAME_MAX = 4096;
+
+/// Returns the name of a protocol as it is written, as far as findings have it; empty for none.
+std::string_view lint_protocol_name(const lint_protocol_t &protocol);
+
 /// Returns the first protocol of a sub-rule, whose attributes it tests; empty where there is none.
 std::string_view lint_bottom(const lint_sub_rule_t &sub_rule);
 
