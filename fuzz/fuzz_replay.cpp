@@ -48,7 +48,8 @@ uint64_t replay(pdata_db *before, pdata_db *after, std::string_view lines)
     uint64_t changed = 0;
     for (const auto &[pair, change] : flow_replay_changes(run)) {
         if (pair->first == pair->second || change->flows == 0 || change->place != "line" ||
-            !replay_pair_allows({"*", "*"}, *pair) || !replay_pair_allows(*pair, *pair))
+            replay_pair_forms(*pair).front() != *pair ||
+            replay_pair_forms(*pair).back() != replay_pair_t{"*", "*"})
             std::abort();
         changed += change->flows;
     }
