@@ -99,12 +99,12 @@ bool take_escape(json_place_t &place, uint32_t &code)
     return true;
 }
 
-/// Passes a character beyond ASCII.
+/// Passes a character beyond ASCII. Returns false for any other byte.
 bool skip_character(json_place_t &place)
 {
     const size_t length = utf8_length({place.at, place.end});
     place.at += length;
-    return length != 0;
+    return length > 1;
 }
 
 void append_character(uint32_t code, std::string &plain)
