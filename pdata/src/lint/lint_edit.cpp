@@ -124,7 +124,9 @@ std::vector<finding_edit_t> lint_edits(std::span<const finding_t> findings, uint
 {
     taken_t taken;
     const auto file_of = [](const finding_t &finding) { return finding.place.file; };
-    for (const finding_t &finding : std::ranges::equal_range(findings, file, {}, file_of)) {
+    const auto first = std::ranges::lower_bound(findings, file, {}, file_of);
+    const auto last = std::ranges::upper_bound(findings, file, {}, file_of);
+    for (const finding_t &finding : std::span(first, last)) {
         const auto blocked = [&](const finding_edit_t &edit) { return meets(taken, edit); };
         if (!wanted(finding) || std::ranges::any_of(finding.edits, blocked))
             continue;
