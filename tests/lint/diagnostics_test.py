@@ -55,6 +55,8 @@ def description(part):
     text = re.sub(r"<rules (\d+)>",
                   lambda match: ",".join(rule % nr for nr in range(1, int(match.group(1)) + 1)), part)
     text = text.replace("<long>", "x" * 65537)
+    text = re.sub(r"<pieces (\d+)>",
+                  lambda many: ".*".join(f"a{i}b" for i in range(int(many.group(1)))), text)
     return text.encode().replace(b"<mark>", b"\xef\xbb\xbf").replace(b"<cr>", b"\r")
 
 

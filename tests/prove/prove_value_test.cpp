@@ -181,6 +181,24 @@ TEST(prove_value, of_what_is_too_large_samples_decide)
     EXPECT_NE(verdict.nr_sample, 0U);
 }
 
+/// Returns so many pieces, all different, with open data between them.
+std::string pieces(uint32_t nr, size_t size)
+{
+    std::string text;
+    for (uint32_t i = 0; i < nr; ++i)
+        text += (i == 0 ? "" : ".*") + std::to_string(1000 + i) + std::string(size - 4, 'a');
+    return text;
+}
+
+// Numbers of pieces have 8 bits: what more of them lead to is nothing that samples could tell.
+TEST(prove_value, of_pieces_whose_numbers_wrap_nothing_is_tried)
+{
+    const std::string many = pieces(256, 5);
+    EXPECT_EQ(proved("uri_decoded", pieces(255, 5)), "whole");
+    EXPECT_EQ(proved("uri_decoded", many), "whole?");
+    EXPECT_EQ(prove_value({"http", "uri_decoded", many}).nr_sample, 0U);
+}
+
 TEST(prove_value, a_choice_is_not_one_text)
 {
     EXPECT_EQ(prove_value({"http", "uri_decoded", std::string(300, 'a') + "(b|c)"}).outcome,

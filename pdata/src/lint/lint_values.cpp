@@ -1,6 +1,7 @@
 #include "lint_values.h"
 
 #include <algorithm>
+#include <span>
 #include <utility>
 
 #include "lint_expression.h"
@@ -89,16 +90,32 @@ pdata_status_t judge_alone(const lint_look_t &look, uint32_t mindata)
     return status == PDATA_SUCCESS ? matcher_finalize(&matcher) : status;
 }
 
+/// Tells whether the entries from `first` on hold a piece behind the 255th of its permutation: the
+/// 256th has the number 0.
+bool has_many_pieces(const matcher_build &matcher, size_t first)
+{
+    const auto entries = std::span(matcher.map).subspan(first);
+    return std::ranges::any_of(entries, [](const matcher_map_build_t &entry) {
+        return (entry.flag >> 8 & 0xFF) != 0 && (entry.flag >> 16 & 0xFF) == 0;
+    });
+}
+
+/// What the matchers have of a text.
+struct judged_text_t {
+    uint32_t entries = 0;     ///< of the second level
+    bool many_pieces = false; ///< more than are told apart
+};
+
 /// Hands a text to its matcher; one that a full matcher refuses, or that is long, gets one alone.
 pdata_status_t judge_text(lint_matchers_t &matchers, const lint_look_t &look, uint32_t mindata,
-                          uint32_t &entries)
+                          judged_text_t &judged)
 {
     const pdb_attr_properties_t &properties = *look.attribute->matched;
     matcher_build &matcher = matcher_of(matchers, properties);
     const size_t before = matcher.map.size();
     pdata_status_msg_set("");
     const pdata_status_t status = register_text(matcher, look, mindata);
-    entries = static_cast<uint32_t>(matcher.map.size() - before);
+    judged = {static_cast<uint32_t>(matcher.map.size() - before), has_many_pieces(matcher, before)};
     const bool long_text = look.value->decoded.size() > AC_DEPTH_MAX;
     if (status == PDATA_ERR_OVERFLOW || (status == PDATA_SUCCESS && long_text))
         return judge_alone(look, mindata);
@@ -165,7 +182,7 @@ void report_text(const lint_look_t &look, csa_attr_way_t way, pdata_status_t sta
 
 uint32_t judge_text_ways(lint_matchers_t &matchers, const lint_look_t &look)
 {
-    uint32_t entries = 0;
+    judged_text_t text;
     uint32_t judged = 0;
     bool any = false;
     for (const csa_attr_way_t way : {ATTR_WAY_CTS, ATTR_WAY_STC}) {
@@ -174,13 +191,17 @@ uint32_t judge_text_ways(lint_matchers_t &matchers, const lint_look_t &look)
             continue;
         judged = mindata;
         any = true;
-        const pdata_status_t status = judge_text(matchers, look, mindata, entries);
+        const pdata_status_t status = judge_text(matchers, look, mindata, text);
         if (status != PDATA_SUCCESS) {
             report_text(look, way, status);
             return 0;
         }
     }
-    return entries;
+    if (text.many_pieces)
+        lint_report(look, FINDING_MANY_PIECES,
+                    "pieces behind the 255th are taken for the first ones: other data fires, too",
+                    "write 255 pieces at most: fewer \".*\" in the value");
+    return text.entries;
 }
 
 std::string number_forms(const pdb_attr_properties_t &properties, std::string_view part)

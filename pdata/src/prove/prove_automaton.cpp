@@ -256,6 +256,15 @@ void settle(making_t &making, const part_t &whole)
 
 } // namespace
 
+// Every position is on a way: with one to begin, one to end and a step fewer than positions they
+// are a row.
+bool prove_is_row(const prove_automaton_t &automaton)
+{
+    return !automaton.is_partial && !automaton.takes_nothing && automaton.first.size() == 1 &&
+           std::ranges::count(automaton.is_last, uint8_t{1}) == 1 &&
+           automaton.followers.size() + 1 == automaton.sets.size();
+}
+
 bool prove_parse(std::string_view text, rexpand_tree &tree)
 {
     const int parsed = rexpand_parse(text, &tree);

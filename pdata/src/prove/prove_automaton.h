@@ -58,6 +58,10 @@ inline std::span<const uint32_t> prove_followers(const prove_automaton_t &automa
     return std::span(automaton.followers).subspan(begin, automaton.follow_begin[at + 1] - begin);
 }
 
+/// Tells whether an automaton is whole, and a row of positions, each followed by the next one
+/// alone, as that of a plain text is.
+[[nodiscard]] bool prove_is_row(const prove_automaton_t &automaton);
+
 /// How the making of an automaton ended.
 enum prove_made_t : uint8_t {
     PROVE_MADE = 0,

@@ -44,16 +44,10 @@ bool is_one_byte(const prove_set_t &set)
            prove_set_equal(set, prove_byte_set(byte, true));
 }
 
-/// Tells whether an automaton takes one text alone, in either case. Every position is on a way:
-/// with one to begin, one to end and a step fewer than positions they are a row.
+/// Tells whether an automaton takes one text alone, in either case.
 bool is_literal(const prove_automaton_t &automaton)
 {
-    const size_t nr = automaton.sets.size();
-    if (automaton.is_partial || automaton.first.size() != 1 || automaton.takes_nothing ||
-        std::count(automaton.is_last.begin(), automaton.is_last.end(), 1) != 1 ||
-        automaton.followers.size() + 1 != nr)
-        return false;
-    return std::all_of(automaton.sets.begin(), automaton.sets.end(), is_one_byte);
+    return prove_is_row(automaton) && std::ranges::all_of(automaton.sets, is_one_byte);
 }
 
 /// Returns the greatest number of bytes of data that an automaton takes, SIZE_MAX for any number.
@@ -122,6 +116,8 @@ void prove_case_text(prove_case_t &at, bool decides)
     at.is_empty = at.samples.empty();
     std::erase_if(at.samples,
                   [&](const std::string &sample) { return sample.size() < value.min_size; });
+    if (formed == PROVE_FORM_WRAPS) // each piece may lead to as many places as there are pieces
+        at.samples.clear();
     if (decides)
         decide(at, {text, tree}, automaton, formed == PROVE_FORMED ? &form : nullptr);
 }

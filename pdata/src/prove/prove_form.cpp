@@ -51,9 +51,6 @@ bool add_way(forming_t &forming, const rexpand_permutation &permutation)
     forming.form.ways.push_back({static_cast<uint32_t>(forming.form.pieces.size()), 0});
     if (matcher_is_marked(permutation))
         return add_piece(forming, matcher_longest_piece(permutation)->str, PROVE_ANYWHERE);
-    // The number of pieces is kept in 8 bits; what more of them lead to is no way to be found.
-    if (permutation.patterns.size() > UINT8_MAX)
-        return false;
     return std::all_of(permutation.patterns.begin(), permutation.patterns.end(),
                        [&](const rexpand_pattern_t &piece) {
                            return add_piece(forming, piece.str, place_of(piece.type));
@@ -65,6 +62,13 @@ bool asks_nothing(const rexpand_permutation &permutation)
 {
     return matcher_is_marked(permutation) ? matcher_longest_piece(permutation) == nullptr
                                           : permutation.patterns.empty();
+}
+
+/// Tells whether the pieces of a permutation have numbers that wrap: what they lead to is no way to
+/// be found.
+bool wraps(const rexpand_permutation &permutation)
+{
+    return !matcher_is_marked(permutation) && permutation.patterns.size() > UINT8_MAX;
 }
 
 } // namespace
@@ -83,6 +87,8 @@ prove_formed_t prove_form_make(const rexpand_tree &tree, size_t size, bool icase
     form.checks_all = std::any_of(list.begin(), list.end(), asks_nothing);
     if (form.checks_all)
         return PROVE_FORMED;
+    if (std::any_of(list.begin(), list.end(), wraps))
+        return PROVE_FORM_WRAPS;
     forming_t forming{form, PROVE_PIECES_BASE + PROVE_PIECES_PER_BYTE * size};
     for (const rexpand_permutation &permutation : list)
         if (!add_way(forming, permutation))

@@ -51,6 +51,7 @@ enum prove_formed_t : uint8_t {
     PROVE_FORMED = 0,
     PROVE_NO_FORM,    ///< the compiler refuses the value, or finds it too costly
     PROVE_FORM_LARGE, ///< it has too many pieces to follow
+    PROVE_FORM_WRAPS, ///< a way has more than 255 pieces: their numbers, of 8 bits, wrap
 };
 
 /// Makes the form that the compiler gives an expression of `size` bytes, of an attribute whose case

@@ -233,29 +233,14 @@ bool sample_ends(sampling_t &sampling)
     return true;
 }
 
-/// Tells whether an automaton is a row of positions, each followed by the next one alone, as that
-/// of a plain text is.
-bool is_row(const prove_automaton_t &automaton)
-{
-    const size_t nr = automaton.sets.size();
-    if (nr == 0 || automaton.first.size() != 1 || automaton.first[0] != 0 ||
-        automaton.followers.size() + 1 != nr ||
-        std::ranges::count(automaton.is_last, uint8_t{1}) != 1 || automaton.is_last.back() == 0)
-        return false;
-    for (uint32_t at = 0; at + 1 < nr; ++at)
-        if (automaton.follow_begin[at] != at || automaton.followers[at] != at + 1)
-            return false;
-    return std::ranges::none_of(automaton.sets, prove_set_is_empty);
-}
-
 /// Makes the samples of a row, which all ways lead along: as many as the ends of its sets ask for.
 std::vector<std::string> sample_row(const prove_automaton_t &automaton)
 {
     const size_t nr = automaton.sets.size();
-    size_t left = PROVE_SAMPLE_BYTES_BASE + PROVE_SAMPLE_BYTES_PER_BYTE * nr;
+    static_assert(PROVE_TURNS <= PROVE_SAMPLE_BYTES_PER_BYTE, "there is room for all of them");
     std::vector<std::string> samples;
     uint32_t turns = 1;
-    for (uint32_t turn = 0; turn < turns && nr <= left; ++turn, left -= nr) {
+    for (uint32_t turn = 0; turn < turns; ++turn) {
         std::string &text = samples.emplace_back(nr, '\0');
         for (size_t at = 0; at < nr; ++at) {
             const prove_set_t &set = automaton.sets[at];
@@ -271,7 +256,7 @@ std::vector<std::string> sample_row(const prove_automaton_t &automaton)
 
 std::vector<std::string> prove_samples(const prove_automaton_t &automaton)
 {
-    if (is_row(automaton))
+    if (prove_is_row(automaton) && std::ranges::none_of(automaton.sets, prove_set_is_empty))
         return sample_row(automaton);
     const size_t nr = automaton.sets.size();
     alignas(std::max_align_t) std::byte bytes[ROOM_OF_A_VALUE];
