@@ -20,7 +20,7 @@ import tempfile
 BIN = pathlib.Path(sys.argv[1]).resolve()
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
 PROGRAM = 16 << 20  # bytes that a command may take whatever it is given
-COUNTERS = 8 << 20  # what counters and code that is not optimised take more
+COUNTERS = 12 << 20  # what counters and code that is not optimised take more
 
 
 def word(choice):

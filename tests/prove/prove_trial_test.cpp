@@ -32,6 +32,31 @@ struct opened_t {
     }
 };
 
+/// Tells whether a value without a literal is found beside others of its kind.
+bool finds_beside(uint32_t nr)
+{
+    std::string rules;
+    std::string digits;
+    for (uint32_t i = 0; i < nr; ++i) {
+        digits += "\\\\d";
+        rules += (i == 0 ? "" : ",") + (R"({"order":"50:1","rule":[{"protocol":"http",)"
+                                        R"("cts-uri_decoded":")" +
+                                        digits + R"("}]})");
+    }
+    const prove_compiled_t compiled =
+        prove_compile(R"({"protocols":[{"name":"one","id":1,"rules":[)" + rules + "]}]}",
+                      prove_least_configuration());
+    prove_catalog_t catalog;
+    EXPECT_TRUE(prove_catalog_open(compiled.bytes, catalog));
+    prove_trial_t trial = prove_trial_begin(catalog, 1000);
+    prove_case_t at = prove_case_make({"http", "uri_decoded", "\\d"});
+    return prove_trial_finds_all(
+        trial,
+        {catalog.rules[prove_catalog_rule(catalog, {"one", 0})].first,
+         prove_catalog_attribute(catalog, "http", "uri_decoded", PDATA_CTS)},
+        at);
+}
+
 constexpr prove_value_t PLAIN = {"http", "uri_decoded", "plain"};
 constexpr prove_value_t LOSSY = {"http", "uri_decoded", "a[b-c].*"};
 constexpr prove_value_t PORTS = {"tcp", "port", "7-9"};
@@ -69,6 +94,13 @@ TEST(prove_trial, where_nothing_is_known_nothing_is_found)
     EXPECT_FALSE(finds_all(opened, PLAIN, stored, 0)) << "no work is left";
     EXPECT_FALSE(finds_all(opened, PREEMPT, opened.stored(3, "tcp", "stream")))
         << "it waits for minimum data";
+}
+
+// Each of them is tried on all data.
+TEST(prove_trial, beside_many_values_without_a_literal_none_is_tried)
+{
+    EXPECT_TRUE(finds_beside(32));
+    EXPECT_FALSE(finds_beside(33));
 }
 
 TEST(prove_trial, work_is_paid_for_data_and_items)

@@ -1,5 +1,8 @@
 #include "report_input.h"
 
+#include <new>
+#include <span>
+
 #include "format_limits.h"
 #include "open_file.h"
 #include "pdb_limits.h"
@@ -37,17 +40,21 @@ void take_limits(const pdb_view_t &pdb, report_input_t &input)
     }
 }
 
-bool read_pdb(console_t &console, report_input_t &input)
+/// What was verified reads, unless there is no memory for it.
+void expect(bool read)
 {
+    if (!read)
+        throw std::bad_alloc();
+}
+
+void read_pdb(report_input_t &input)
+{
+    const std::span<const uint8_t> bytes = input_file_bytes(input.file);
     view_error_t error;
-    if (pdb_view_open(input_file_bytes(input.file), input.pdb, error) &&
-        description_source_open(input.pdb, input.source, error) &&
-        view_inventory_take(input_file_bytes(input.file), input.inventory, error)) {
-        take_limits(input.pdb, input);
-        return true;
-    }
-    print_fault(console, input.file.name, error);
-    return false;
+    expect(pdb_view_open(bytes, input.pdb, error));
+    expect(description_source_open(input.pdb, input.source, error));
+    expect(view_inventory_take(bytes, input.inventory, error));
+    take_limits(input.pdb, input);
 }
 
 /// Runs a suite, and adds the cases that fail.
@@ -91,8 +98,7 @@ bool report_input_open(console_t &console, const std::string &path, report_input
                       input.shown.actions.front().text);
         return false;
     }
-    if (!read_pdb(console, input))
-        return false;
+    read_pdb(input);
     input.shown.name = input.file.name;
     input.shown.size = input_file_bytes(input.file).size();
     input.shown.inventory = &input.inventory;

@@ -72,8 +72,7 @@ void find_data(trying_t &trying, tried_item_t &tried)
     std::vector<prove_datum_t> data = long_data(tried.item->value);
     data.insert(data.begin(), tried.item->known);
     for (size_t i = 0; i < data.size() && tried.found.size() < PROVE_RULE_SETS; ++i)
-        if (trying.trial.left != 0 &&
-            prove_trial_finds(trying.trial, {tried.value, tried.attributes[i % 2]}, data[i].bytes,
+        if (prove_trial_finds(trying.trial, {tried.value, tried.attributes[i % 2]}, data[i].bytes,
                               data[i].number))
             tried.found.push_back(data[i]);
 }

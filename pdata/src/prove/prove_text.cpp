@@ -15,7 +15,7 @@ void put_string(std::string &text, std::string_view bytes)
 {
     text += '"';
     for (const char c : bytes) {
-        const bool is_plain = c != '"' && c != '\\' && (c < 0 || c >= ' ');
+        const bool is_plain = c != '"' && c != '\\' && static_cast<uint8_t>(c) >= ' ';
         const size_t guarded = is_plain ? GUARDED.npos : GUARDED.find(c);
         if (guarded != GUARDED.npos)
             text += '\\';

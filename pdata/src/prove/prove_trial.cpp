@@ -21,9 +21,10 @@ bool can_be_tried(const prove_trial_t &trial, const prove_stored_t &stored, cons
 
 bool finds_part(prove_trial_t &trial, const prove_stored_t &stored, const prove_range_t &range)
 {
-    return prove_trial_finds(trial, stored, {}, range.from) &&
-           prove_trial_finds(trial, stored, {}, prove_range_middle(range)) &&
-           prove_trial_finds(trial, stored, {}, range.to);
+    const prove_number_t tried[] = {range.from, prove_range_middle(range), range.to};
+    return std::ranges::all_of(tried, [&](const prove_number_t &number) {
+        return prove_trial_finds(trial, stored, {}, number);
+    });
 }
 
 } // namespace

@@ -52,7 +52,8 @@ struct proving_t {
 /// Tells whether two values of an attribute are the same.
 bool are_alike(const prove_value_t &one, const prove_value_t &other)
 {
-    return one.text == other.text && one.offset == other.offset && one.min_size == other.min_size;
+    return std::tie(one.text, one.offset, one.min_size) ==
+           std::tie(other.text, other.offset, other.min_size);
 }
 
 /// Tries a case of an open batch.

@@ -59,8 +59,8 @@ bool put_rules(const model_strings_t &strings, const view_protocol_t &view, html
     const uint32_t count = view_list_count(view.rules);
     for (uint32_t i = 0; i < count; ++i) {
         const size_t begin = page.text.size();
-        if (model_rule_read(strings, view, i, rule, ignored))
-            put_rule(rule, page.text);
+        (void)model_rule_read(strings, view, i, rule, ignored);
+        put_rule(rule, page.text);
         if (page.size() > REPORT_PAGE_MAX) {
             page.text.resize(begin);
             html_put(page.text, "<li>and {} more\n", html_number(count - i));
