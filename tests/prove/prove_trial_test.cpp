@@ -49,7 +49,8 @@ bool finds_beside(uint32_t nr)
     prove_catalog_t catalog;
     EXPECT_TRUE(prove_catalog_open(compiled.bytes, catalog));
     prove_trial_t trial = prove_trial_begin(catalog, 1000);
-    prove_case_t at = prove_case_make({"http", "uri_decoded", "\\d"});
+    const prove_value_t value = {"http", "uri_decoded", "\\d"};
+    prove_case_t at = prove_case_make(value);
     return prove_trial_finds_all(
         trial,
         {catalog.rules[prove_catalog_rule(catalog, {"one", 0})].first,
