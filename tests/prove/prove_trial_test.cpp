@@ -90,6 +90,7 @@ TEST(prove_trial, where_nothing_is_known_nothing_is_found)
     const prove_stored_t stored = opened.stored(0, "http", "uri_decoded");
     EXPECT_FALSE(finds_all(opened, PLAIN, {})) << "it stands nowhere";
     EXPECT_FALSE(finds_all(opened, PLAIN, {stored.value, 0})) << "nothing tests the attribute";
+    EXPECT_FALSE(finds_all(opened, PLAIN, {VIEW_VALUE_NONE, stored.attribute})) << "none has it";
     EXPECT_FALSE(finds_all(opened, PLAIN, opened.stored(1, "http", "uri_decoded")))
         << "another value stands there";
     EXPECT_FALSE(finds_all(opened, PLAIN, stored, 0)) << "no work is left";

@@ -28,9 +28,10 @@ std::string proved(const char *attribute, std::string_view text)
 
 TEST(prove_value, plain_forms_lose_nothing)
 {
-    for (const char *text : {"word", ".*word.*", "word.*", ".*word", "(.*\\.)?example\\.org",
-                             "(GET|POST) .*", "220.*FTP.*", "<\\d+>.*", "ab.cd", "a[bc].*", ".*",
-                             "a\\[bc\\]d", "\\x00\\x00.*", "[^a]", "\\w+", "(a|b|c)+x.*", "a,b"}) {
+    for (const char *text :
+         {"word", ".*word.*", "word.*", ".*word", "(.*\\.)?example\\.org", "(GET|POST) .*",
+          "220.*FTP.*", "<\\d+>.*", "ab.cd", "a[bc].*", ".*", "a\\[bc\\]d", "\\x00\\x00.*", "[^a]",
+          "\\w+", "(a|b|c)+x.*", "a,b", "a\nb\x01"}) {
         EXPECT_EQ(proved("uri_decoded", text), "whole") << text;
         EXPECT_EQ(proved("server", text), "whole") << text;
     }
